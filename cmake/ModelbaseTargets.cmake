@@ -1,0 +1,49 @@
+# What every target of this project has in common.
+
+set(MODELBASE_SANITIZE "" CACHE STRING "Sanitizers to build with, as in -fsanitize=")
+if(MODELBASE_SANITIZE)
+    add_compile_options(-fsanitize=${MODELBASE_SANITIZE} -fno-sanitize-recover=all
+                        -fno-omit-frame-pointer -g1 -O1)
+    add_link_options(-fsanitize=${MODELBASE_SANITIZE})
+endif()
+
+# Strict definitions and warnings for hand-written code.
+function(modelbase_target target)
+    target_compile_definitions(${target} PRIVATE
+        QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_FOREACH)
+    if(NOT MSVC)
+        target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow)
+    endif()
+endfunction()
+
+# A library of the product. In the build tree its headers are found under the root that they are
+# installed below: "settings/..." at the top of the tree, "base/..." inside platform/.
+function(modelbase_library target)
+    modelbase_target(${target})
+    target_compile_definitions(${target} PRIVATE MODELBASE_BUILD_${target})
+    set_target_properties(${target} PROPERTIES
+        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+    install(TARGETS ${target} EXPORT modelbaseTargets
+            RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+            LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+            ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+            INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+                                 ${CMAKE_INSTALL_INCLUDEDIR}/modelbase)
+endfunction()
+
+# A platform library: platform/<name>, target modelbase::<name>, includes "<name>/...".
+function(modelbase_platform_library name)
+    add_library(${name} SHARED ${ARGN})
+    add_library(modelbase::${name} ALIAS ${name})
+    modelbase_library(${name})
+    set_target_properties(${name} PROPERTIES OUTPUT_NAME modelbase_${name})
+    target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/platform>)
+endfunction()
+
+# Public headers of the folder that calls this; they are installed under modelbase/<folder>/.
+function(modelbase_headers)
+    cmake_path(RELATIVE_PATH CMAKE_CURRENT_SOURCE_DIR BASE_DIRECTORY ${PROJECT_SOURCE_DIR}
+               OUTPUT_VARIABLE folder)
+    string(REGEX REPLACE "^platform/" "" folder "${folder}")
+    install(FILES ${ARGN} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/modelbase/${folder})
+endfunction()

@@ -1,0 +1,1 @@
+#include "content/contentitem.h"

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "base/base_export.h"
+
+#include <QByteArray>
+
+/// Constants that every client shares.
+class BASE_EXPORT Define
+{
+public:
+    /// The initialisation vector that all of the client's encryption uses: 16 bytes. It is part of
+    /// the format of everything that was ever encrypted and never changes.
+    static const QByteArray &comIV();
+};

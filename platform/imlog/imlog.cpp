@@ -1,0 +1,1 @@
+#include "imlog/imlog.h"

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "storage/storage_export.h"
+
+#include <QObject>
+#include <QString>
+
+#include <memory>
+
+namespace storage {
+
+class Database;
+class SettingStorage;
+
+/// The machine-wide store: one SQLite database, "global.db" in the application data directory
+/// (QStandardPaths::AppDataLocation).
+///
+/// Thread: open() and close() belong to the thread that owns the provider; settingStorage() and what
+/// it returns may be used from any thread.
+class STORAGE_EXPORT GlobalStorageProvider : public QObject
+{
+    Q_OBJECT
+public:
+    explicit GlobalStorageProvider(QObject *parent = nullptr);
+    ~GlobalStorageProvider() override;
+
+    /// Opens the database, making the directory and the tables where they are missing. False, with
+    /// a log line, when it cannot be opened: the path is a directory, cannot be written, is locked
+    /// by another process, or was written by a newer version (which is left untouched).
+    ///
+    /// A damaged file is never thrown away: it is set aside as "global.db.damaged-<date>", every row
+    /// that can be read is carried into a fresh file, and recovered() says so.
+    bool open();
+    bool isOpen() const;
+    /// True when the last open() found a damaged file.
+    bool recovered() const;
+    /// Closes the database; the object stays and can be opened again.
+    void close();
+    /// For a crash handler: closes without taking any lock.
+    void closeInCrash();
+
+    /// Path of the database file.
+    QString filePath() const;
+
+    /// Never null; owned by the provider.
+    SettingStorage *settingStorage() const;
+
+private:
+    const std::shared_ptr<Database> m_database;
+    const std::unique_ptr<SettingStorage> m_settings;
+};
+
+} // namespace storage

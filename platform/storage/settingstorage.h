@@ -1,0 +1,53 @@
+#pragma once
+
+#include "storage/storage_export.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <memory>
+
+namespace storage {
+
+class Database;
+
+/// One setting row. The value keeps its type through the store.
+struct SettingInfo {
+    QString key;
+    QVariant value;
+    QString remark; ///< free text beside the value
+};
+
+/// Changes that are made durable together: all of them or none.
+struct SettingChanges {
+    bool removeAll = false; ///< first of all, every row is removed
+    QStringList removed; ///< then these rows are
+    QList<SettingInfo> saved; ///< then these are written, replacing rows of the same key
+};
+
+/// The setting rows of one database.
+///
+/// Thread: every member may be called from any thread. A call returns true only when the change is
+/// durable: it survives the end of the process at any later moment. While the database is closed,
+/// and when the disk refuses, calls return false (allInfos an empty list), log one line, and change
+/// nothing.
+class STORAGE_EXPORT SettingStorage
+{
+public:
+    explicit SettingStorage(std::shared_ptr<Database> database);
+    ~SettingStorage();
+
+    QList<SettingInfo> allInfos() const;
+    bool save(const SettingInfo &info);
+    bool remove(const QString &key);
+    bool removeAll();
+    bool apply(const SettingChanges &changes);
+
+private:
+    Q_DISABLE_COPY_MOVE(SettingStorage)
+    const std::shared_ptr<Database> m_database;
+};
+
+} // namespace storage
