@@ -12,8 +12,8 @@ class BASE_EXPORT DrawableTextBase
 {
 public:
     struct Measured {
-        QSizeF size; ///< pixels
-        int lineCount = 0; ///< lines that are shown; 0 for an empty text
+        QSizeF size;         ///< pixels
+        int lineCount = 0;   ///< lines that are shown; 0 for an empty text
         bool elided = false; ///< lines were left out because of `maxRowCount`
     };
 
@@ -22,16 +22,19 @@ public:
     /// @param maxWidth    pixels to wrap at; 0 or less means no limit
     /// @param maxRowCount a text of more lines is elided to this many; 0 or less: never
     /// @param lineSpacing pixels added between two lines
-    /// @param rowLimit    lines that are laid out at most, whatever the text; 0 or less: all. Unlike
+    /// @param rowLimit    lines that are laid out at most, whatever the text; 0 or less: all.
+    /// Unlike
     ///                    maxRowCount this leaves no "elided" behind: nobody can expand it.
     /// @param wordWrap    break at word boundaries (and inside words that are wider than a line);
     ///                    false breaks at line feeds only
-    /// @param plainText   false when the text is shown as emoji only: entity formats are not applied
+    /// @param plainText   false when the text is shown as emoji only: entity formats are not
+    /// applied
     /// @param tolerance   a text that exceeds maxRowCount by no more than this many lines is not
     ///                    elided, so that nobody unfolds a message to find two more lines
     ///
-    /// A custom emoji is as wide as a line is high, whatever text it stands for. A collapsed code or
-    /// quote block shows its first `collapsedRowCount` lines. Blocks outside the text are ignored.
+    /// A custom emoji is as wide as a line is high, whatever text it stands for. A collapsed code
+    /// or quote block shows its first `collapsedRowCount` lines. Blocks outside the text are
+    /// ignored.
     ///
     /// Thread: needs a QGuiApplication; otherwise reentrant.
     static Measured calculateSize(const QString &text, double maxWidth, const QFont &font,
