@@ -1,0 +1,54 @@
+#pragma once
+
+#include "storage/storage_export.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <memory>
+
+namespace storage
+{
+
+class Database;
+
+/// One configuration row. The value keeps its type through the store.
+struct ConfigInfo {
+    QString key;
+    QVariant value;
+};
+
+/// Changes that are made durable together: all of them or none.
+struct ConfigChanges {
+    QStringList removed;     ///< first these rows are removed
+    QList<ConfigInfo> saved; ///< then these are written, replacing rows of the same key
+};
+
+/// One set of configuration rows of an account's database.
+///
+/// Thread: any. Calls return true only when the change is durable; while the database is closed,
+/// and when the disk refuses, they return false (reads give an empty result), log one line, and
+/// change nothing.
+class STORAGE_EXPORT ConfigStorage
+{
+public:
+    /// `table` is one of the tables that the account's schema makes.
+    ConfigStorage(std::shared_ptr<Database> database, const QString &table);
+    ~ConfigStorage();
+
+    QList<ConfigInfo> allInfos() const;
+    /// The value of one row; invalid when there is none.
+    QVariant value(const QString &key) const;
+    bool save(const ConfigInfo &info);
+    bool remove(const QString &key);
+    bool apply(const ConfigChanges &changes);
+
+private:
+    Q_DISABLE_COPY_MOVE(ConfigStorage)
+    const std::shared_ptr<Database> m_database;
+    const QString m_table;
+};
+
+} // namespace storage
