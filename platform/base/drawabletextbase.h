@@ -26,8 +26,7 @@ public:
     /// @param maxWidth    pixels to wrap at; 0 or less means no limit, which is some 4 million
     /// @param maxRowCount a text of more lines is elided to this many; 0 or less: never
     /// @param lineSpacing pixels added between two lines
-    /// @param rowLimit    lines that are laid out at most, whatever the text; 0 or less: all.
-    /// Unlike
+    /// @param rowLimit    lines that are laid out at most, whatever the text; 0 or less: all. Unlike
     ///                    maxRowCount this leaves no "elided" behind: nobody can expand it.
     /// @param wordWrap    break at word boundaries (and inside words that are wider than a line);
     ///                    false breaks at line feeds only
