@@ -7,7 +7,8 @@
 
 #include <memory>
 
-namespace storage {
+namespace storage
+{
 
 class Database;
 class SettingStorage;
@@ -15,8 +16,8 @@ class SettingStorage;
 /// The machine-wide store: one SQLite database, "global.db" in the application data directory
 /// (QStandardPaths::AppDataLocation).
 ///
-/// Thread: open() and close() belong to the thread that owns the provider; settingStorage() and what
-/// it returns may be used from any thread.
+/// Thread: open() and close() belong to the thread that owns the provider; settingStorage() and
+/// what it returns may be used from any thread.
 class STORAGE_EXPORT GlobalStorageProvider : public QObject
 {
     Q_OBJECT
@@ -28,8 +29,8 @@ public:
     /// a log line, when it cannot be opened: the path is a directory, cannot be written, is locked
     /// by another process, or was written by a newer version (which is left untouched).
     ///
-    /// A damaged file is never thrown away: it is set aside as "global.db.damaged-<date>", every row
-    /// that can be read is carried into a fresh file, and recovered() says so.
+    /// A damaged file is never thrown away: it is set aside as "global.db.damaged-<date>", every
+    /// row that can be read is carried into a fresh file, and recovered() says so.
     bool open();
     bool isOpen() const;
     /// True when the last open() found a damaged file.

@@ -9,7 +9,8 @@
 
 #include <memory>
 
-namespace storage {
+namespace storage
+{
 
 class Database;
 
@@ -22,8 +23,8 @@ struct SettingInfo {
 
 /// Changes that are made durable together: all of them or none.
 struct SettingChanges {
-    bool removeAll = false; ///< first of all, every row is removed
-    QStringList removed; ///< then these rows are
+    bool removeAll = false;   ///< first of all, every row is removed
+    QStringList removed;      ///< then these rows are
     QList<SettingInfo> saved; ///< then these are written, replacing rows of the same key
 };
 
