@@ -1,1 +1,563 @@
 #include "content/contentitem.h"
+
+#include "base/drawabletextbase.h"
+#include "base/drawabletextutil.h"
+#include "base/json.h"
+#include "base/util.h"
+#include "content/modelbaseutil.h"
+#include "protocol/common_data.pb.h"
+#include "protocol/message_content.pb.h"
+#include "settings/appsettingmodel.h"
+
+#include <QGuiApplication>
+#include <QJSEngine>
+#include <QLoggingCategory>
+#include <QUrl>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace
+{
+
+Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
+
+constexpr int maxLargeEmoji = 4096;
+/// Room below an elided text for the control that expands it, in pixels.
+constexpr int expandControlHeight = 20;
+
+/// Font size, in pixels, of a text of so many emoji; the last holds for all longer ones.
+constexpr int largeEmojiFontSize[] = {24, 88, 72, 64, 56, 48, 36, 24};
+
+qint16 saturated(qint64 value)
+{
+    using Limits = std::numeric_limits<qint16>;
+    return qint16(std::clamp<qint64>(value, Limits::min(), Limits::max()));
+}
+
+/// Ids come from stored JSON as any kind of number; one that the protocol cannot carry must not
+/// wrap around into the id of somebody else, or of everybody.
+qint32 wireId(const QVariant &id)
+{
+    using Limits = std::numeric_limits<qint32>;
+    return qint32(std::clamp<qint64>(id.toLongLong(), Limits::min(), Limits::max()));
+}
+
+QString text(const std::string &utf8)
+{
+    return QString::fromUtf8(utf8.data(), qsizetype(utf8.size()));
+}
+
+bool isFoldable(const UserTextBlock &block)
+{
+    return block.type == TextEntityType::CodeBlock || block.type == TextEntityType::Quoted;
+}
+
+bool isLink(const UserTextBlock &block)
+{
+    return block.type == TextEntityType::Url || block.type == TextEntityType::Hyperlink;
+}
+
+} // namespace
+
+static_assert(int(TextEntityType::Quoted) == im::content::TextEntity::QUOTED
+              && int(TextEntityType::Quoted) == im::content::TextEntity::Type_MAX);
+
+ContentItem::ContentItem(int source, AccountBase *) : m_source(source)
+{
+    // The shared pointers own the item, whatever QML does with it.
+    QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
+}
+
+ContentItem::ContentItem(const QMap<QString, QVariant> &map, int source, AccountBase *account)
+    : ContentItem(source, account)
+{
+    m_type = ModelBaseUtil::messageTypeStrToInt(map.value(QStringLiteral("type")).toString());
+    m_content = map.value(QStringLiteral("content")).toString();
+    m_effect = map.value(QStringLiteral("effect")).toInt();
+
+    if (const auto blocks = map.constFind(QStringLiteral("entity")); blocks != map.constEnd()) {
+        m_textEntity = blocks->value<UserTextBlocks>();
+    } else if (const auto json = map.constFind(QStringLiteral("dbEntity"));
+               json != map.constEnd()) {
+        m_textEntity = deserializeEnities(jsonToList(json->toByteArray()));
+    }
+    if (map.value(QStringLiteral("disable_preview")).toBool()) {
+        for (UserTextBlock &block : m_textEntity)
+            block.disablePreview |= isLink(block);
+    }
+}
+
+ContentItem::ContentItem(const im::content::Content &content, int source, AccountBase *account)
+    : ContentItem(source, account)
+{
+    m_type = content.data_case();
+    if (content.has_text())
+        deserializeText(content.text());
+}
+
+ContentItem::ContentItem(const ContentItem *other) : ContentItem(1, nullptr)
+{
+    m_type = other->m_type;
+    m_content = other->m_content;
+    m_textEntity = other->m_textEntity;
+}
+
+ContentItem::~ContentItem() = default;
+
+QVariantList ContentItem::spoilers() const
+{
+    QVariantList list;
+    for (const UserTextBlock &block : m_textEntity) {
+        if (block.type != TextEntityType::Spoiler)
+            continue;
+        const auto range = block.clampedTo(m_content.size());
+        list.append(QVariantMap{{QStringLiteral("from"), int(range.from)},
+                                {QStringLiteral("len"), int(range.len)}});
+    }
+    return list;
+}
+
+// Stored form
+
+void ContentItem::serialize(QMap<QString, QVariant> &map) const
+{
+    if (m_type != System) {
+        map.insert(QStringLiteral("type"),
+                   ModelBaseUtil::messageTypeIntToStr(isTextMsg() ? qint32(Text) : m_type));
+    }
+    map.insert(QStringLiteral("content"), m_content);
+    if (!m_textEntity.isEmpty()) {
+        map.insert(QStringLiteral("dbEntity"), QString::fromUtf8(listToJson(serializeEntities())));
+    }
+    if (m_effect > 0)
+        map.insert(QStringLiteral("effect"), m_effect);
+}
+
+void ContentItem::deserialize(const QMap<QString, QVariant> &map)
+{
+    update(map.value(QStringLiteral("content")).toString(),
+           deserializeEnities(map.value(QStringLiteral("entity")).toList()),
+           map.value(QStringLiteral("effect")).toInt());
+}
+
+QList<QVariant> ContentItem::serializeEntities() const
+{
+    QList<QVariant> list;
+    list.reserve(m_textEntity.size());
+    for (const UserTextBlock &block : m_textEntity) {
+        list.append(QVariantMap{{QStringLiteral("from"), block.from},
+                                {QStringLiteral("len"), block.len},
+                                {QStringLiteral("type"), block.type},
+                                {QStringLiteral("data"), block.data},
+                                {QStringLiteral("disable_preview"), block.disablePreview}});
+    }
+    return list;
+}
+
+UserTextBlocks ContentItem::deserializeEnities(const QList<QVariant> &list) const
+{
+    UserTextBlocks blocks;
+    blocks.reserve(list.size());
+    for (const QVariant &element : list) {
+        const QVariantMap map = element.toMap();
+        blocks.append({map.value(QStringLiteral("from")).toInt(),
+                       map.value(QStringLiteral("len")).toInt(),
+                       map.value(QStringLiteral("type")).toInt(), map.value(QStringLiteral("data")),
+                       map.value(QStringLiteral("disable_preview")).toBool()});
+    }
+    return blocks;
+}
+
+// Protocol
+
+void ContentItem::serialize(im::content::Content *content) const
+{
+    serializeText(content->mutable_text());
+}
+
+void ContentItem::serializeText(im::content::Text *record) const
+{
+    record->set_text(m_content.toStdString());
+    record->clear_textentity();
+    for (const UserTextBlock &block : m_textEntity)
+        serializeEntity(record->add_textentity(), block);
+    record->set_effect(m_effect);
+}
+
+void ContentItem::serializeEntity(im::content::TextEntity *entity, const UserTextBlock &block) const
+{
+    entity->set_offset(block.from);
+    entity->set_length(block.len);
+    entity->set_type(im::content::TextEntity::Type(block.type));
+    entity->set_disable_preview(block.disablePreview);
+    switch (block.type) {
+    case TextEntityType::MentionName:
+    case TextEntityType::BotCommand:
+        entity->set_mention_user_id(wireId(block.data));
+        break;
+    case TextEntityType::Hyperlink:
+        entity->set_hyperlink(block.data.toString().toStdString());
+        break;
+    case TextEntityType::VideoPosition:
+        entity->set_video_position(block.data.toInt());
+        break;
+    case TextEntityType::CustomEmoji: {
+        const QVariantMap data = block.data.toMap();
+        entity->set_custom_emoji_pack_id(wireId(data.value(QStringLiteral("pack_id"))));
+        entity->set_custom_emoji_id(wireId(data.value(QStringLiteral("emoji_id"))));
+        break;
+    }
+    case TextEntityType::CodeBlock:
+    case TextEntityType::Quoted: {
+        const QVariantMap data = block.data.toMap();
+        entity->set_collapsed(data.value(QStringLiteral("collapsed")).toBool());
+        entity->set_code_lang(data.value(QStringLiteral("lang")).toString().toStdString());
+        break;
+    }
+    default:
+        break;
+    }
+}
+
+void ContentItem::setContent(const im::content::Content &content)
+{
+    if (!content.has_text()) {
+        qCDebug(lcContent, "A text cannot be updated from a content of type %d.",
+                int(content.data_case()));
+        return;
+    }
+    const im::content::Text &record = content.text();
+    UserTextBlocks blocks;
+    blocks.reserve(record.textentity_size());
+    for (const im::content::TextEntity &entity : record.textentity())
+        blocks.append(deserializeEntity(entity));
+    update(text(record.text()), blocks, record.effect());
+}
+
+void ContentItem::deserializeText(const im::content::Text &record)
+{
+    m_content = text(record.text());
+    m_textEntity.clear();
+    m_textEntity.reserve(record.textentity_size());
+    for (const im::content::TextEntity &entity : record.textentity())
+        m_textEntity.append(deserializeEntity(entity));
+    m_effect = record.effect();
+}
+
+UserTextBlock ContentItem::deserializeEntity(const im::content::TextEntity &entity) const
+{
+    UserTextBlock block{
+        entity.offset(), entity.length(), qint32(entity.type()), {}, entity.disable_preview()};
+    switch (block.type) {
+    case TextEntityType::MentionName:
+    case TextEntityType::BotCommand:
+        block.data = entity.mention_user_id();
+        break;
+    case TextEntityType::Hyperlink:
+        block.data = text(entity.hyperlink());
+        break;
+    case TextEntityType::VideoPosition:
+        block.data = entity.video_position();
+        break;
+    case TextEntityType::CustomEmoji:
+        block.data = QVariantMap{{QStringLiteral("pack_id"), entity.custom_emoji_pack_id()},
+                                 {QStringLiteral("emoji_id"), entity.custom_emoji_id()}};
+        break;
+    case TextEntityType::CodeBlock:
+        block.data = QVariantMap{{QStringLiteral("lang"), text(entity.code_lang())},
+                                 {QStringLiteral("collapsed"), entity.collapsed()}};
+        break;
+    case TextEntityType::Quoted:
+        block.data = QVariantMap{{QStringLiteral("collapsed"), entity.collapsed()}};
+        break;
+    default:
+        break;
+    }
+    return block;
+}
+
+void ContentItem::serializeMetions(im::Message &message) const
+{
+    for (qint64 id : mentionUserIds())
+        message.add_mentioned_uids(wireId(id));
+    if (mentionUsers().contains(QStringLiteral("atAll")))
+        message.set_mention_all(true);
+}
+
+// Updates
+
+void ContentItem::setContent(const QString &content, const UserTextBlocks &blocks)
+{
+    update(content, blocks, m_effect);
+}
+
+void ContentItem::update(const QString &content, const UserTextBlocks &blocks, qint32 effect)
+{
+    // First all values, then all signals: a handler never sees entities of another text.
+    const bool blocksChanged = blocks != m_textEntity;
+    const bool textChanged = content != m_content;
+    const bool effectIsNew = effect != m_effect;
+    if (blocksChanged)
+        m_textEntity = blocks;
+    if (textChanged)
+        m_content = content;
+    m_effect = effect;
+
+    if (blocksChanged) {
+        Q_EMIT textEntityChanged(textEntityVariant());
+        Q_EMIT spoilersChanged();
+    }
+    if (textChanged)
+        Q_EMIT contentChanged(m_content);
+    if (effectIsNew)
+        Q_EMIT effectChanged();
+}
+
+void ContentItem::setCollapsed(int index, bool collapsed)
+{
+    if (index < 0 || index >= m_textEntity.size() || !isFoldable(m_textEntity.at(index)))
+        return;
+    QVariantMap data = m_textEntity.at(index).data.toMap();
+    QVariant &held = data[QStringLiteral("collapsed")];
+    if (held.isValid() && held.toBool() == collapsed)
+        return;
+    held = collapsed;
+    m_textEntity[index].data = data;
+    Q_EMIT textEntityChanged(textEntityVariant());
+    Q_EMIT needRecalcSize();
+}
+
+// What a text mentions and links to
+
+QList<qint64> ContentItem::mentionUserIds() const
+{
+    QList<qint64> ids;
+    for (const UserTextBlock &block : m_textEntity) {
+        if (block.type != TextEntityType::MentionName)
+            continue;
+        if (const qint64 id = block.data.toLongLong(); id >= 1)
+            ids.append(id);
+    }
+    return ids;
+}
+
+QMap<QString, QVariant> ContentItem::mentionUsers() const
+{
+    QMap<QString, QVariant> users;
+    QVariantList ids;
+    for (const UserTextBlock &block : m_textEntity) {
+        if (block.type != TextEntityType::MentionName)
+            continue;
+        if (const qint64 id = block.data.toLongLong(); id >= 1)
+            ids.append(id);
+        else
+            users.insert(QStringLiteral("atAll"), 1);
+    }
+    if (!ids.isEmpty())
+        users.insert(QStringLiteral("atUsers"), ids);
+    return users;
+}
+
+QList<QString> ContentItem::previewUrls(const QString &host) const
+{
+    QList<QString> urls;
+    for (const UserTextBlock &block : m_textEntity) {
+        if (block.disablePreview || !isLink(block))
+            continue;
+        const auto range = block.clampedTo(m_content.size());
+        const QString link = block.type == TextEntityType::Url
+            ? m_content.mid(range.from, range.len)
+            : block.data.toString();
+        const QUrl url(link, QUrl::TolerantMode);
+        if (url.host(QUrl::FullyEncoded) == host && !url.path().isEmpty())
+            urls.append(link);
+    }
+    return urls;
+}
+
+bool ContentItem::hasUrl() const
+{
+    return std::any_of(m_textEntity.cbegin(), m_textEntity.cend(), [](const UserTextBlock &block) {
+        return isLink(block) || block.type == TextEntityType::Email;
+    });
+}
+
+bool ContentItem::hasCustomEmoji(QHash<int, QSet<int>> &emoji) const
+{
+    bool found = false;
+    for (const UserTextBlock &block : m_textEntity) {
+        if (block.type != TextEntityType::CustomEmoji)
+            continue;
+        const QVariantMap data = block.data.toMap();
+        emoji[data.value(QStringLiteral("pack_id")).toInt()].insert(
+            data.value(QStringLiteral("emoji_id")).toInt());
+        found = true;
+    }
+    return found;
+}
+
+bool ContentItem::isTextMsg() const
+{
+    return m_type == Text || m_type == LargeEmojiText || m_type == EmojiGame;
+}
+
+QString ContentItem::getKeyword() const
+{
+    return m_content;
+}
+
+QSharedPointer<FileData> ContentItem::getThumbFile()
+{
+    return {};
+}
+
+// Measuring
+
+void ContentItem::calcSize(int maxWidth, int rowLimit, int maxRowCount, int reasons, bool inThread)
+{
+    constexpr int always = CONTENT_CHANGED | MAX_WIDTH_CHANGED | FONT_SIZE_CHANGED
+        | PLAIN_MODE_CHANGED | MAX_ROW_COUNT_CHANGED;
+    if (!(reasons & always) && !((reasons & LARGE_EMOJI_CHANGED) && m_emojiCount >= 1))
+        return;
+    m_rowLimit = rowLimit;
+    int lineCount = 0;
+    storeSize(calcContentSize(lineCount, maxWidth, maxRowCount, inThread), inThread);
+}
+
+QSize ContentItem::calcContentSize(int &lineCount, int maxWidth, int maxRowCount, bool)
+{
+    const AppSettingModel *settings = AppSettingModel::instance();
+    const bool plainMode = settings->plainModel();
+    const bool largeEmoji = settings->largeEmoji();
+
+    int count = 0;
+    if (std::none_of(m_textEntity.cbegin(), m_textEntity.cend(), isFoldable))
+        count = DrawableTextUtil::emojiCount(m_content, maxLargeEmoji);
+    const bool game = count == 1 && Util::isEmojiGame(m_content);
+
+    QSize size;
+    if (game) {
+        size = QSize(100, plainMode ? 100 : 120);
+        lineCount = 1;
+        m_isElided = false;
+    } else if (largeEmoji && count >= 1) {
+        const int fontSize = largeEmojiFontSize[std::min(count, 7)];
+        size =
+            calcTextSize(lineCount, maxWidth, 0, maxRowCount, fontSize, plainMode ? 0 : 14, false);
+    } else {
+        size = calcTextSize(lineCount, maxWidth, m_rowLimit, maxRowCount, settings->themeFontSize(),
+                            0, true);
+    }
+
+    setIsGame(game);
+    setLineCount(lineCount);
+    setEmojiCount(qint16(count));
+    if (count >= 1)
+        setType(game ? EmojiGame : largeEmoji ? LargeEmojiText : Text);
+    else if (isTextMsg())
+        setType(Text);
+    return size;
+}
+
+QSize ContentItem::calcTextSize(int &lineCount, int maxWidth, int rowLimit, int maxRowCount,
+                                int fontPixelSize, int extraHeight, bool plainText)
+{
+    if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
+        qCWarning(lcContent, "A text cannot be measured without a QGuiApplication.");
+        lineCount = 0;
+        return {};
+    }
+    QFont font = QGuiApplication::font();
+    font.setPixelSize(std::max(1, fontPixelSize));
+    const int tolerance = maxRowCount > 0 ? int(maxRowCount * 0.2) : 0;
+    const auto measured =
+        DrawableTextBase::calculateSize(m_content, maxWidth, font, maxRowCount, 0.0, rowLimit,
+                                        m_textEntity, true, plainText, tolerance);
+    lineCount = measured.lineCount;
+    m_isElided = measured.elided;
+    const double height =
+        measured.size.height() + extraHeight + (measured.elided ? expandControlHeight : 0);
+    return {saturated(qint64(std::ceil(measured.size.width()))),
+            saturated(qint64(std::ceil(height)))};
+}
+
+void ContentItem::resetSize()
+{
+    storeSize({0, 0}, false);
+    storeSize({0, 0}, true);
+    Q_EMIT needRecalcSize();
+}
+
+void ContentItem::storeSize(QSize size, bool inThread)
+{
+    const qint16 height = saturated(size.height());
+    const qint16 width = saturated(size.width());
+    if (inThread) {
+        setContentHeightInThread(height);
+        setContentWidthInThread(width);
+        return;
+    }
+    const bool heightChanged = height != m_contentHeight;
+    const bool widthChanged = width != m_contentWidth;
+    m_contentHeight = height;
+    m_contentWidth = width;
+    if (heightChanged)
+        Q_EMIT contentHeightChanged(height);
+    if (widthChanged)
+        Q_EMIT contentWidthChanged(width);
+}
+
+void ContentItem::setContentHeight(MessageBase *msgItem)
+{
+    if (msgItem)
+        storeSize({m_contentWidth, msgItem->contentHeight()}, false);
+}
+
+void ContentItem::setContentWidth(MessageBase *msgItem)
+{
+    if (msgItem)
+        storeSize({msgItem->contentWidth(), m_contentHeight}, false);
+}
+
+void ContentItem::setContentHeightInThread(qint16 newContentHeightInThread)
+{
+    if (std::exchange(m_contentHeightInThread, newContentHeightInThread)
+        != newContentHeightInThread)
+        Q_EMIT contentHeightInThreadChanged();
+}
+
+void ContentItem::setContentWidthInThread(qint16 newContentWidthInThread)
+{
+    if (std::exchange(m_contentWidthInThread, newContentWidthInThread) != newContentWidthInThread)
+        Q_EMIT contentWidthInThreadChanged();
+}
+
+void ContentItem::setType(qint32 type)
+{
+    if (std::exchange(m_type, type) != type)
+        Q_EMIT typeChanged();
+}
+
+void ContentItem::setEmojiCount(qint16 emojiCount)
+{
+    // The signal's argument is narrower than the property; a handler that counts reads the
+    // property.
+    if (std::exchange(m_emojiCount, emojiCount) != emojiCount)
+        Q_EMIT emojiCountChanged(qint8(emojiCount));
+}
+
+void ContentItem::setLineCount(int lineCount)
+{
+    const qint16 count = saturated(lineCount);
+    if (std::exchange(m_lineCount, count) != count)
+        Q_EMIT lineCountChanged(count);
+}
+
+void ContentItem::setIsGame(bool isGame)
+{
+    if (std::exchange(m_isGame, isGame) != isGame)
+        Q_EMIT isGameChanged(isGame);
+}

@@ -1,1 +1,211 @@
 #pragma once
+
+#include "base/usertextblock.h"
+#include "content/messagebase.h"
+#include "modelbase_export.h"
+
+#include <QEnableSharedFromThis>
+#include <QHash>
+#include <QMap>
+#include <QObject>
+#include <QSet>
+#include <QSharedPointer>
+#include <QSize>
+#include <QVariant>
+
+class AccountBase;
+class FileData;
+
+namespace im
+{
+class Message;
+namespace content
+{
+class Content;
+class Text;
+class TextEntity;
+} // namespace content
+} // namespace im
+
+/// The content of a message: its text with entities, and the size it is shown at. Plain text is a
+/// ContentItem itself, every other kind of content a subclass.
+///
+/// Ownership: always held by QSharedPointer<ContentItem> and made by the functions of
+/// contentfactory.h; never deleted by QML. Thread: an item belongs to the thread it lives on.
+/// Sizes are in pixels and saturate at 32,767. Every change signal fires on a change only, after
+/// the value is in place.
+class MODELBASE_EXPORT ContentItem : public QObject, public QEnableSharedFromThis<ContentItem>
+{
+    Q_OBJECT
+    Q_PROPERTY(qint32 type READ type NOTIFY typeChanged)
+    Q_PROPERTY(QString content READ content NOTIFY contentChanged)
+    Q_PROPERTY(QVariant textEntity READ textEntityVariant NOTIFY textEntityChanged)
+    Q_PROPERTY(qint16 emojiCount READ emojiCount NOTIFY emojiCountChanged)
+    Q_PROPERTY(qint16 lineCount READ lineCount NOTIFY lineCountChanged)
+    Q_PROPERTY(bool isGame READ isGame NOTIFY isGameChanged)
+    Q_PROPERTY(qint16 contentHeight READ contentHeight NOTIFY contentHeightChanged)
+    Q_PROPERTY(qint16 contentWidth READ contentWidth NOTIFY contentWidthChanged)
+    Q_PROPERTY(QVariantList spoilers READ spoilers NOTIFY spoilersChanged)
+    Q_PROPERTY(qint16 contentHeightInThread READ contentHeightInThread WRITE
+                   setContentHeightInThread NOTIFY contentHeightInThreadChanged)
+    Q_PROPERTY(qint16 contentWidthInThread READ contentWidthInThread WRITE setContentWidthInThread
+                   NOTIFY contentWidthInThreadChanged)
+    Q_PROPERTY(qint32 effect READ effect NOTIFY effectChanged)
+
+public:
+    /// Content type codes that this class itself knows; all others stand in ModelBaseUtil.
+    enum Type : qint32 {
+        Text = 1,
+        Sticker = 7,
+        System = 10,
+        LargeEmojiText = 503, ///< in memory only: a text of few emoji, shown large
+        EmojiGame = 504,      ///< in memory only: a text of one game emoji
+    };
+
+    /// Why a size is asked for again.
+    enum CalcSizeReason {
+        CONTENT_CHANGED = 1,
+        MAX_WIDTH_CHANGED = 2,
+        FONT_SIZE_CHANGED = 4,
+        PLAIN_MODE_CHANGED = 8,
+        LARGE_EMOJI_CHANGED = 16,
+        MAX_ROW_COUNT_CHANGED = 32,
+    };
+    Q_ENUM(CalcSizeReason)
+
+    /// From the stored form. `source` is the model source type that the content belongs to (1 for
+    /// chat messages); the item keeps it unread.
+    ContentItem(const QMap<QString, QVariant> &map, int source, AccountBase *account);
+    /// From the protocol.
+    ContentItem(const im::content::Content &content, int source, AccountBase *account);
+    /// An empty text.
+    ContentItem(int source, AccountBase *account);
+    /// A copy of type, text and entities; not of measured sizes.
+    explicit ContentItem(const ContentItem *other);
+    ~ContentItem() override;
+
+    qint32 type() const { return m_type; }
+    const QString &content() const { return m_content; }
+    const UserTextBlocks &textEntity() const { return m_textEntity; }
+    qint16 emojiCount() const { return m_emojiCount; }
+    qint16 lineCount() const { return m_lineCount; }
+    bool isGame() const { return m_isGame; }
+    /// True when the last measuring left lines out because of its row count.
+    bool isElided() const { return m_isElided; }
+    qint16 contentHeight() const { return m_contentHeight; }
+    qint16 contentWidth() const { return m_contentWidth; }
+    qint16 contentHeightInThread() const { return m_contentHeightInThread; }
+    qint16 contentWidthInThread() const { return m_contentWidthInThread; }
+    qint32 effect() const { return m_effect; }
+    int source() const { return m_source; }
+    /// The hidden ranges of the text: maps {"from": int, "len": int}, clamped to the text.
+    QVariantList spoilers() const;
+
+    Q_INVOKABLE void setEmojiCount(qint16 emojiCount);
+    Q_INVOKABLE virtual bool hasThumbBytes() const { return false; }
+    /// Take over a size that was measured earlier and kept with the message. Null changes nothing.
+    Q_INVOKABLE void setContentHeight(MessageBase *msgItem);
+    Q_INVOKABLE void setContentWidth(MessageBase *msgItem);
+    Q_INVOKABLE void setContentHeightInThread(qint16 newContentHeightInThread);
+    Q_INVOKABLE void setContentWidthInThread(qint16 newContentWidthInThread);
+    /// Folds or unfolds a code or quote block; other blocks and indexes are left alone. A change
+    /// asks for a new size by needRecalcSize().
+    Q_INVOKABLE void setCollapsed(int index, bool collapsed);
+
+    /// Writes the stored form into `map`.
+    virtual void serialize(QMap<QString, QVariant> &map) const;
+    /// Writes the body for sending.
+    virtual void serialize(im::content::Content *content) const;
+    /// Updates from the stored form. Reads the entities from "entity" (a list of maps) only.
+    virtual void deserialize(const QMap<QString, QVariant> &map);
+    /// Updates from the protocol. A record of another kind changes nothing.
+    virtual void setContent(const im::content::Content &content);
+    void setContent(const QString &content, const UserTextBlocks &blocks);
+
+    UserTextBlocks deserializeEnities(const QList<QVariant> &list) const;
+    UserTextBlock deserializeEntity(const im::content::TextEntity &entity) const;
+    void deserializeText(const im::content::Text &text);
+    QList<QVariant> serializeEntities() const;
+    void serializeEntity(im::content::TextEntity *entity, const UserTextBlock &block) const;
+    void serializeText(im::content::Text *text) const;
+    /// Adds the mentioned users to the message; a mention of everybody sets its mention_all.
+    void serializeMetions(im::Message &message) const;
+
+    /// {"atAll": 1} when everybody is mentioned, {"atUsers": [ids]} when somebody is.
+    virtual QMap<QString, QVariant> mentionUsers() const;
+    /// The mentioned users' ids in the text's order, with repetitions.
+    virtual QList<qint64> mentionUserIds() const;
+    /// The links to `host` (compared exactly, in its encoded form) that want a preview.
+    QList<QString> previewUrls(const QString &host) const;
+    bool hasUrl() const;
+    bool hasEntity() const { return !m_textEntity.isEmpty(); }
+    /// Adds the custom emoji of the text to `emoji`, emoji ids by pack id; true when there are any.
+    bool hasCustomEmoji(QHash<int, QSet<int>> &emoji) const;
+    bool isTextMsg() const;
+    /// What a search looks at.
+    virtual QString getKeyword() const;
+
+    /// Measures the content for a view when one of `reasons` (CalcSizeReason flags) concerns it,
+    /// and stores the size.
+    /// @param maxWidth    pixels the view can give
+    /// @param rowLimit    lines the view shows at most; 0 or less: all
+    /// @param maxRowCount longer texts are elided to that many lines; 0 or less: never
+    void calcSize(int maxWidth, int rowLimit, int maxRowCount, int reasons, bool inThread);
+    /// The size of the content; each kind has its own. Updates what goes with it (line count, emoji
+    /// count, type).
+    virtual QSize calcContentSize(int &lineCount, int maxWidth, int maxRowCount, bool inThread);
+    /// The size of the text, `extraHeight` included. Without a QGuiApplication it is empty.
+    QSize calcTextSize(int &lineCount, int maxWidth, int rowLimit, int maxRowCount,
+                       int fontPixelSize, int extraHeight, bool plainText);
+    /// Forgets the measured sizes and asks for new ones by needRecalcSize().
+    void resetSize();
+
+    virtual bool spoiler() const { return false; }
+    virtual void setSpoiler(bool) { }
+
+    // What items with files fill in.
+    virtual void getFile(QList<QSharedPointer<FileData>> &) { }
+    virtual void getFileIdsByExistCache(QList<QString> &) { }
+    virtual QSharedPointer<FileData> getThumbFile();
+    virtual void initFileStateWithCloudDriveFile() { }
+
+Q_SIGNALS:
+    void typeChanged();
+    void contentChanged(const QString &content);
+    void textEntityChanged(const QVariant &textEntity);
+    void emojiCountChanged(qint8 emojiCount);
+    void lineCountChanged(qint16 lineCount);
+    void isGameChanged(bool isGame);
+    void contentHeightChanged(qint16 contentHeight);
+    void contentWidthChanged(qint16 contentWidth);
+    void needRecalcSize();
+    void spoilersChanged();
+    void contentHeightInThreadChanged();
+    void contentWidthInThreadChanged();
+    void effectChanged();
+
+protected:
+    void setType(qint32 type);
+
+private:
+    QVariant textEntityVariant() const { return QVariant::fromValue(m_textEntity); }
+    void update(const QString &content, const UserTextBlocks &blocks, qint32 effect);
+    void setLineCount(int lineCount);
+    void setIsGame(bool isGame);
+    void storeSize(QSize size, bool inThread);
+
+    qint32 m_type = Text;
+    QString m_content;
+    UserTextBlocks m_textEntity;
+    qint16 m_emojiCount = 0;
+    int m_source;
+    qint16 m_lineCount = 0;
+    bool m_isGame = false;
+    bool m_isElided = false;
+    qint16 m_contentHeight = 0;
+    qint16 m_contentWidth = 0;
+    qint16 m_contentHeightInThread = 0;
+    qint16 m_contentWidthInThread = 0;
+    qint32 m_effect = 0;
+    int m_rowLimit = 0;
+};

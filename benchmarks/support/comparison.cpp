@@ -7,8 +7,10 @@
 #include <map>
 #include <vector>
 
-namespace comparison {
-namespace {
+namespace comparison
+{
+namespace
+{
 
 struct Row {
     std::string subject;

@@ -6,7 +6,8 @@
 #include <string>
 
 /// Our time against what a user would otherwise do by hand, measured in the same run.
-namespace comparison {
+namespace comparison
+{
 
 /// One side of a comparison: a Google Benchmark body, with its loop over `state`.
 using Body = std::function<void(benchmark::State &)>;

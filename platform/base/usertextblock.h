@@ -9,7 +9,8 @@
 #include <algorithm>
 
 /// What a text entity is; the numbers are those of the protocol (im.content.TextEntity.Type).
-namespace TextEntityType {
+namespace TextEntityType
+{
 enum Value : qint32 {
     Unknown = 0,
     Url = 1,
@@ -37,11 +38,11 @@ enum Value : qint32 {
 /// kept as they are, so `from` and `len` may be negative or reach past the text; whoever reads text
 /// through them goes through `clampedTo`.
 struct BASE_EXPORT UserTextBlock {
-    qint32 from = 0; ///< start in the text, in UTF-16 code units
-    qint32 len = 0; ///< length, in UTF-16 code units
+    qint32 from = 0;                       ///< start in the text, in UTF-16 code units
+    qint32 len = 0;                        ///< length, in UTF-16 code units
     qint32 type = TextEntityType::Unknown; ///< a TextEntityType, or a number newer than this client
-    QVariant data; ///< depends on the type; invalid for most
-    bool disablePreview = false; ///< no link preview for this block
+    QVariant data;                         ///< depends on the type; invalid for most
+    bool disablePreview = false;           ///< no link preview for this block
 
     /// The part of [from, from + len) that lies inside a text of `textLength` code units; an empty
     /// range at its start when there is none.

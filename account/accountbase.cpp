@@ -1,0 +1,5 @@
+#include "account/accountbase.h"
+
+AccountBase::AccountBase(QObject *parent) : QObject(parent) { }
+
+AccountBase::~AccountBase() = default;

@@ -1,0 +1,166 @@
+#include "content/contentfactory.h"
+
+#include "account/accountbase.h"
+#include "account/stickerprovider.h"
+#include "base/json.h"
+#include "content/contentitem.h"
+#include "content/modelbaseutil.h"
+#include "protocol/message_content.pb.h"
+
+#include <google/protobuf/arena.h>
+
+#include <QLoggingCategory>
+
+#include <array>
+#include <climits>
+
+namespace
+{
+
+Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
+
+using ItemPointer = QSharedPointer<ContentItem>;
+using ItemMap = QMap<QString, QVariant>;
+
+/// How the items of one content type are made, by each source.
+struct Kind {
+    int type;
+    ItemPointer (*fromMap)(const ItemMap &map, int source, AccountBase *account);
+    ItemPointer (*fromRecord)(const im::content::Content &content, int source,
+                              AccountBase *account);
+    ItemPointer (*copy)(const ContentItem *other);
+};
+
+template <typename Item>
+Kind kind(int type)
+{
+    return {
+        type,
+        [](const ItemMap &map, int source, AccountBase *account) -> ItemPointer {
+            return QSharedPointer<Item>::create(map, source, account);
+        },
+        [](const im::content::Content &content, int source, AccountBase *account) -> ItemPointer {
+            return QSharedPointer<Item>::create(content, source, account);
+        },
+        [](const ContentItem *other) -> ItemPointer {
+            return QSharedPointer<Item>::create(static_cast<const Item *>(other));
+        }};
+}
+
+/// Every kind of content, a row each.
+const Kind *findKind(int type)
+{
+    static const std::array kinds{
+        kind<ContentItem>(ContentItem::Text),
+    };
+    for (const Kind &row : kinds) {
+        if (row.type == type)
+            return &row;
+    }
+    return nullptr;
+}
+
+StickerProvider *stickerProvider(AccountBase *account)
+{
+    return account ? account->stickerProvider() : nullptr;
+}
+
+ItemPointer checked(ItemPointer item)
+{
+    if (!item)
+        qCDebug(lcContent, "makeContentItem version or content error.");
+    return item;
+}
+
+} // namespace
+
+ItemPointer makeContentItem(const std::string &bytes, int version, int source, AccountBase *account)
+{
+    if (bytes.empty())
+        return {};
+    if (version > 1) {
+        // Most records fit into the block on the stack, which spares the allocations.
+        alignas(8) char block[4096];
+        google::protobuf::Arena arena(block, sizeof block);
+        auto *content = google::protobuf::Arena::CreateMessage<im::content::Content>(&arena);
+        if (bytes.size() > INT_MAX || !content->ParseFromString(bytes)) {
+            qCDebug(lcContent, "makeContentItem parse pbContent failed.");
+            return {};
+        }
+        return checked(deserializeContent(*content, source, account));
+    }
+
+    ItemMap map = jsonToMap(QByteArray::fromRawData(bytes.data(), qsizetype(bytes.size())));
+    if (const auto data = map.constFind(QStringLiteral("data")); data != map.constEnd())
+        map = data->toMap();
+    else if (map.contains(QStringLiteral("type")))
+        map = {{QStringLiteral("content"), QVariantList{map}}};
+    return makeContentItem(map, source, account);
+}
+
+ItemPointer makeContentItem(const ItemMap &map, int source, AccountBase *account)
+{
+    const QVariantList list = map.value(QStringLiteral("content")).toList();
+    if (list.isEmpty())
+        return checked({});
+    ItemMap itemMap = list.first().toMap();
+    const QString typeKey = QStringLiteral("type");
+    int type = ModelBaseUtil::messageTypeStrToInt(itemMap.value(typeKey).toString());
+    if (type == 0) {
+        // An older record: it stored the number of a system message.
+        itemMap.insert(QStringLiteral("sysType"), itemMap.value(typeKey).toInt());
+        itemMap.insert(typeKey, QStringLiteral("system"));
+        type = ContentItem::System;
+    }
+    return checked(deserializeContent(itemMap, type, source, account));
+}
+
+ItemPointer deserializeContent(const ItemMap &map, int type, int source, AccountBase *account)
+{
+    if (const Kind *row = findKind(type))
+        return row->fromMap(map, source, account);
+    if (StickerProvider *provider = stickerProvider(account);
+        provider && type == ContentItem::Sticker)
+        return provider->sticker(map);
+    return {};
+}
+
+ItemPointer deserializeContent(const im::content::Content &content, int source,
+                               AccountBase *account)
+{
+    // The number of the body's field is the content type.
+    const int type = content.data_case();
+    if (const Kind *row = findKind(type))
+        return row->fromRecord(content, source, account);
+    if (StickerProvider *provider = stickerProvider(account);
+        provider && type == ContentItem::Sticker)
+        return provider->sticker(content);
+    return {};
+}
+
+ItemPointer copyContent(const ItemPointer &item)
+{
+    if (!item)
+        return {};
+    // The types that a text takes on while it is shown are made as texts.
+    const Kind *row = findKind(item->isTextMsg() ? ContentItem::Text : item->type());
+    return row ? row->copy(item.data()) : ItemPointer();
+}
+
+ItemMap serializeContent(const ItemPointer &item)
+{
+    if (!item)
+        return {};
+    QVariantList list;
+    serializes(item, list);
+    return {{QStringLiteral("content"), list}};
+}
+
+void serializes(const ItemPointer &item, QList<QVariant> &list)
+{
+    if (!item)
+        return;
+    ItemMap map;
+    item->serialize(map);
+    list.append(QVariant(map));
+}

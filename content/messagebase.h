@@ -1,0 +1,18 @@
+#pragma once
+
+#include "modelbase_export.h"
+
+#include <QObject>
+
+/// The application's message object, as far as its content needs it: the display size that was
+/// measured for it earlier and kept with the message, in pixels.
+class MODELBASE_EXPORT MessageBase : public QObject
+{
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+    virtual int contentHeight() const = 0;
+    virtual int contentWidth() const = 0;
+};
