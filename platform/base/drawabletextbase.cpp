@@ -1,1 +1,466 @@
 #include "base/drawabletextbase.h"
+
+#include <QFontDatabase>
+#include <QFontInfo>
+#include <QFontMetricsF>
+#include <QTextCharFormat>
+#include <QTextLayout>
+#include <QTextOption>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <utility>
+#include <vector>
+
+namespace
+{
+
+constexpr QChar lineSeparator = QChar::LineSeparator;
+constexpr QChar zeroWidthSpace(0x200B);
+
+/// Stands for a custom emoji: in every font, of no direction and of no script.
+constexpr QChar pictureCharacter = u'=';
+
+/// QTextLayout counts in 26.6 fixed point and takes no wider line; as good as no limit.
+constexpr double unlimitedWidth = 1 << 22;
+
+/// Code units of a long text that are laid out in one go, rounded up to whole paragraphs. Ordinary
+/// messages are one piece; a long one costs no more than the lines that are asked for.
+constexpr qsizetype pieceLength = 4096;
+
+using FormatRanges = QList<QTextLayout::FormatRange>;
+
+/// Paragraphs ready for layout: lines are forced by U+2028 only, pictures have their width.
+struct Paragraphs {
+    /// Whole paragraphs, without the line separator behind the last one.
+    struct Range {
+        qsizetype from = 0;
+        qsizetype end = 0;
+    };
+
+    QString text;
+    FormatRanges formats;         ///< sorted, do not overlap
+    std::vector<Range> collapsed; ///< sorted, do not overlap
+};
+
+/// Collects lines in their order, until no further one can change the result.
+class Lines
+{
+public:
+    Lines(int maxRowCount, int rowLimit, int tolerance)
+        : m_maxRowCount(maxRowCount > 0 ? maxRowCount : unlimited),
+          m_rowLimit(rowLimit > 0 ? rowLimit : unlimited), m_tolerance(std::max(0, tolerance))
+    {
+    }
+
+    bool isComplete() const { return m_all.count >= m_rowLimit || isElided(); }
+
+    void add(double width, double height)
+    {
+        m_all.add(width, height);
+        if (m_all.count <= m_maxRowCount)
+            m_first = m_all;
+    }
+
+    DrawableTextBase::Measured measured(double lineSpacing) const
+    {
+        const Block &shown = isElided() ? m_first : m_all;
+        const double gaps = lineSpacing * double(std::max<qint64>(0, shown.count - 1));
+        const auto most = std::numeric_limits<int>::max();
+        return {QSizeF(shown.width, shown.height + gaps), int(std::min<qint64>(shown.count, most)),
+                isElided()};
+    }
+
+private:
+    static constexpr qint64 unlimited = std::numeric_limits<int>::max();
+
+    struct Block {
+        qint64 count = 0;
+        double width = 0;
+        double height = 0;
+
+        void add(double lineWidth, double lineHeight)
+        {
+            ++count;
+            width = std::max(width, lineWidth);
+            height += lineHeight;
+        }
+    };
+
+    bool isElided() const { return m_all.count > m_maxRowCount + m_tolerance; }
+
+    const qint64 m_maxRowCount;
+    const qint64 m_rowLimit;
+    const qint64 m_tolerance;
+    Block m_all;
+    Block m_first; ///< what is shown of an elided text
+};
+
+const QTextOption &wrapOption()
+{
+    static const QTextOption option = [] {
+        QTextOption wrapping;
+        wrapping.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+        return wrapping;
+    }();
+    return option;
+}
+
+/// Breaks whole paragraphs into at most `most` lines.
+/// @return the lines it made
+int layOut(const QString &text, const QFont &font, const FormatRanges &formats, double width,
+           int most, Lines &lines)
+{
+    QTextLayout layout(text, font);
+    layout.setTextOption(wrapOption());
+    if (!formats.isEmpty())
+        layout.setFormats(formats);
+    layout.beginLayout();
+    int made = 0;
+    while (made < most && !lines.isComplete()) {
+        QTextLine line = layout.createLine();
+        if (!line.isValid())
+            break;
+        line.setLeadingIncluded(true);
+        line.setLineWidth(width);
+        lines.add(line.naturalTextWidth(), line.height());
+        ++made;
+    }
+    return made;
+}
+
+/// The formats inside [from, end), counted from there.
+FormatRanges formatsWithin(const FormatRanges &all, qsizetype from, qsizetype end)
+{
+    FormatRanges within;
+    auto format = std::partition_point(all.begin(), all.end(), [from](const auto &range) {
+        return range.start + range.length <= from;
+    });
+    for (; format != all.end() && format->start < end; ++format) {
+        const qsizetype start = std::max<qsizetype>(format->start, from);
+        const qsizetype stop = std::min<qsizetype>(format->start + format->length, end);
+        within.append({int(start - from), int(stop - start), format->format});
+    }
+    return within;
+}
+
+/// Lays out piece by piece, so that what lies behind the last line that counts is never shaped.
+void layOut(const Paragraphs &paragraphs, const QFont &font, double width, Lines &lines)
+{
+    const QString &text = paragraphs.text;
+    auto collapsed = paragraphs.collapsed.begin();
+    const auto lastCollapsed = paragraphs.collapsed.end();
+    int rowsLeft = DrawableTextBase::collapsedRowCount;
+
+    for (qsizetype at = 0; at <= text.size() && !lines.isComplete();) {
+        const bool isCollapsed = collapsed != lastCollapsed && collapsed->from <= at;
+        qsizetype end = text.size();
+        if (isCollapsed)
+            end = collapsed->end;
+        else if (collapsed != lastCollapsed)
+            end = collapsed->from - 1;
+        const qsizetype wholeEnd = end;
+        if (end - at > pieceLength) {
+            const qsizetype found = text.indexOf(lineSeparator, at + pieceLength);
+            if (found >= 0)
+                end = std::min(end, found);
+        }
+
+        const bool isWhole = at == 0 && end == text.size();
+        const int most = isCollapsed ? rowsLeft : std::numeric_limits<int>::max();
+        const int made =
+            layOut(isWhole ? text : text.mid(at, end - at), font,
+                   isWhole ? paragraphs.formats : formatsWithin(paragraphs.formats, at, end), width,
+                   most, lines);
+        if (isCollapsed) {
+            rowsLeft -= made;
+            if (rowsLeft <= 0)
+                end = wholeEnd;
+            if (end == wholeEnd) {
+                ++collapsed;
+                rowsLeft = DrawableTextBase::collapsedRowCount;
+            }
+        }
+        at = end + 1;
+    }
+}
+
+bool isNewline(QChar c)
+{
+    return c == u'\n' || c == u'\r' || c == lineSeparator || c == QChar::ParagraphSeparator;
+}
+
+/// What must not reach QTextLayout as it is: newlines that it does not know, and the object
+/// replacement character, whose objects would come from a document that there is not.
+bool isReplaced(QChar c)
+{
+    return c == u'\n' || c == u'\r' || c == QChar::ParagraphSeparator
+        || c == QChar::ObjectReplacementCharacter;
+}
+
+QChar replacementFor(QChar c)
+{
+    return c == QChar::ObjectReplacementCharacter ? zeroWidthSpace : lineSeparator;
+}
+
+struct Span {
+    qsizetype from = 0;
+    qsizetype end = 0;
+
+    friend bool operator<(const Span &a, const Span &b) { return a.from < b.from; }
+};
+
+enum Style { Bold, Italic, Monospace, Picture, StyleCount };
+
+struct StyledSpan : Span {
+    Style style = Bold;
+};
+
+const QStringList &monospaceFamilies()
+{
+    static const QStringList families = [] {
+        QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+        if (!QFontInfo(font).fixedPitch()) {
+            font.setFamily(QStringLiteral("monospace"));
+            font.setStyleHint(QFont::Monospace);
+        }
+        return QStringList{QFontInfo(font).family()};
+    }();
+    return families;
+}
+
+/// Makes a picture as wide as a line of `font` is high, by the space behind its character.
+QTextCharFormat pictureFormat(const QFont &font)
+{
+    const QFontMetricsF metrics(font);
+    QTextCharFormat format;
+    format.setFontLetterSpacingType(QFont::AbsoluteSpacing);
+    format.setFontLetterSpacing(metrics.height() - metrics.horizontalAdvance(pictureCharacter));
+    return format;
+}
+
+/// Flattens spans that may overlap in any way into sorted ranges of one format each.
+FormatRanges flattened(const std::vector<StyledSpan> &spans, const QFont &font)
+{
+    struct Edge {
+        qsizetype at;
+        Style style;
+        int step;
+    };
+    std::vector<Edge> edges;
+    edges.reserve(2 * spans.size());
+    for (const StyledSpan &span : spans) {
+        edges.push_back({span.from, span.style, 1});
+        edges.push_back({span.end, span.style, -1});
+    }
+    std::sort(edges.begin(), edges.end(), [](const Edge &a, const Edge &b) { return a.at < b.at; });
+
+    // One format for each combination of styles, made when it is first met.
+    std::array<QTextCharFormat, 1 << StyleCount> formats;
+    const auto formatOf = [&](unsigned styles) {
+        QTextCharFormat &format = formats[styles];
+        if (!format.isEmpty())
+            return format;
+        if (styles & 1U << Picture)
+            return format = pictureFormat(font);
+        if (styles & 1U << Bold)
+            format.setFontWeight(QFont::Bold);
+        if (styles & 1U << Italic)
+            format.setFontItalic(true);
+        if (styles & 1U << Monospace)
+            format.setFontFamilies(monospaceFamilies());
+        return format;
+    };
+
+    FormatRanges ranges;
+    std::array<qsizetype, StyleCount> open{};
+    unsigned styles = 0;
+    qsizetype from = 0;
+    for (auto edge = edges.begin(); edge != edges.end();) {
+        const qsizetype at = edge->at;
+        for (; edge != edges.end() && edge->at == at; ++edge)
+            open[edge->style] += edge->step;
+        unsigned now = 0;
+        for (unsigned style = 0; style < StyleCount; ++style)
+            now |= unsigned(open[style] > 0) << style;
+        if (now == styles)
+            continue;
+        if (styles != 0)
+            ranges.append({int(from), int(at - from), formatOf(styles)});
+        styles = now;
+        from = at;
+    }
+    return ranges;
+}
+
+/// The collapsed blocks as ranges of whole paragraphs. What an earlier one covers is left out of a
+/// later one; one that is no whole paragraphs (it begins inside a picture) stays open.
+std::vector<Paragraphs::Range> collapsedParagraphs(std::vector<Span> spans, const QString &text)
+{
+    std::sort(spans.begin(), spans.end());
+    std::vector<Paragraphs::Range> ranges;
+    qsizetype next = 0;
+    for (auto [from, end] : spans) {
+        from = std::max(from, next);
+        if (from >= end)
+            continue;
+        if (text[end - 1] == lineSeparator)
+            --end;
+        if ((from > 0 && text[from - 1] != lineSeparator)
+            || (end < text.size() && text[end] != lineSeparator))
+            continue;
+        ranges.push_back({from, end});
+        next = end + 1;
+    }
+    return ranges;
+}
+
+/// Turns a text with its entities into paragraphs. Does nothing that the text does not ask for.
+class Preparation
+{
+public:
+    Preparation(const QString &text, const UserTextBlocks &blocks, bool withFormats) : m_text(text)
+    {
+        for (const UserTextBlock &block : blocks)
+            addBlock(block, withFormats);
+    }
+
+    Paragraphs paragraphs(const QFont &font) &&
+    {
+        if (m_pictures.empty() && m_standingAlone.empty()
+            && !m_text.contains(QLatin1StringView("\r\n")))
+            replaceInPlace();
+        else
+            rewrite();
+        return {m_text, flattened(m_styled, font),
+                collapsedParagraphs(std::move(m_collapsed), m_text)};
+    }
+
+private:
+    void addBlock(const UserTextBlock &block, bool withFormats)
+    {
+        const auto [from, len] = block.clampedTo(m_text.size());
+        if (len == 0)
+            return;
+        const Span span{from, from + len};
+        if (block.type == TextEntityType::CustomEmoji)
+            m_pictures.push_back(span);
+        if (!withFormats)
+            return;
+        switch (block.type) {
+        case TextEntityType::Bold:
+            m_styled.push_back({span, Bold});
+            break;
+        case TextEntityType::Italic:
+            m_styled.push_back({span, Italic});
+            break;
+        case TextEntityType::CodeBlock:
+            m_styled.push_back({span, Monospace});
+            [[fallthrough]];
+        case TextEntityType::Quoted:
+            m_standingAlone.push_back(span);
+            if (block.data.toMap().value(QStringLiteral("collapsed")).toBool())
+                m_collapsed.push_back(span);
+            break;
+        case TextEntityType::Monospace:
+            m_styled.push_back({span, Monospace});
+            break;
+        default: // changes neither width nor height
+            break;
+        }
+    }
+
+    void replaceInPlace()
+    {
+        const auto first = std::find_if(m_text.cbegin(), m_text.cend(), isReplaced);
+        if (first == m_text.cend())
+            return;
+        const qsizetype at = first - m_text.cbegin();
+        std::for_each(m_text.begin() + at, m_text.end(), [](QChar &c) {
+            if (isReplaced(c))
+                c = replacementFor(c);
+        });
+    }
+
+    /// Replaces where the text's length changes, and moves the spans with their text.
+    void rewrite()
+    {
+        const QString source = std::exchange(m_text, QString());
+        const qsizetype length = source.size();
+        m_text.reserve(length);
+        std::vector<StyledSpan> pictures;
+        std::vector<qsizetype> movedTo(size_t(length) + 1);
+        const std::vector<bool> breaks = breaksAround(source);
+        std::sort(m_pictures.begin(), m_pictures.end());
+        auto picture = m_pictures.cbegin();
+
+        for (qsizetype at = 0; at < length;) {
+            if (breaks[size_t(at)] && !m_text.isEmpty() && m_text.back() != lineSeparator)
+                m_text.append(lineSeparator);
+            movedTo[size_t(at)] = m_text.size();
+
+            // Of pictures that overlap, the first one is shown.
+            while (picture != m_pictures.cend() && picture->from < at)
+                ++picture;
+            qsizetype next = at + 1;
+            if (picture != m_pictures.cend() && picture->from == at) {
+                // Lines may break on either side, whatever stands there.
+                m_text.append(zeroWidthSpace);
+                pictures.push_back({{m_text.size(), m_text.size() + 1}, Picture});
+                m_text.append(pictureCharacter);
+                m_text.append(zeroWidthSpace);
+                next = picture->end;
+            } else {
+                const QChar c = source[at];
+                if (c == u'\r' && next < length && source[next] == u'\n')
+                    ++next;
+                m_text.append(isReplaced(c) ? replacementFor(c) : c);
+            }
+            for (++at; at < next; ++at)
+                movedTo[size_t(at)] = m_text.size();
+        }
+        movedTo[size_t(length)] = m_text.size();
+
+        const auto move = [&movedTo](Span &span) {
+            span = {movedTo[size_t(span.from)], movedTo[size_t(span.end)]};
+        };
+        std::for_each(m_styled.begin(), m_styled.end(), move);
+        std::for_each(m_collapsed.begin(), m_collapsed.end(), move);
+        m_styled.insert(m_styled.end(), pictures.begin(), pictures.end());
+    }
+
+    /// Where a line has to begin because a block that stands alone begins or has ended there.
+    std::vector<bool> breaksAround(const QString &source) const
+    {
+        std::vector<bool> breaks(size_t(source.size()) + 1);
+        for (const Span &span : m_standingAlone) {
+            breaks[size_t(span.from)] = true;
+            // The newline behind a block is its line's own.
+            if (span.end < source.size() && !isNewline(source[span.end]))
+                breaks[size_t(span.end)] = true;
+        }
+        return breaks;
+    }
+
+    QString m_text;
+    std::vector<Span> m_pictures;
+    std::vector<Span> m_standingAlone;
+    std::vector<Span> m_collapsed;
+    std::vector<StyledSpan> m_styled;
+};
+
+} // namespace
+
+DrawableTextBase::Measured DrawableTextBase::calculateSize(
+    const QString &text, double maxWidth, const QFont &font, int maxRowCount, double lineSpacing,
+    int rowLimit, const UserTextBlocks &blocks, bool wordWrap, bool plainText, int tolerance)
+{
+    if (text.isEmpty())
+        return {};
+    const bool wraps = wordWrap && maxWidth > 0;
+    const double width = wraps ? std::min(maxWidth, unlimitedWidth) : unlimitedWidth;
+    Lines lines(maxRowCount, rowLimit, tolerance);
+    layOut(Preparation(text, blocks, plainText).paragraphs(font), font, width, lines);
+    return lines.measured(lineSpacing);
+}

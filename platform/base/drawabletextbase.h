@@ -19,22 +19,28 @@ public:
 
     /// Lays `text` out with the formats of `blocks` and gives its size.
     ///
-    /// @param maxWidth    pixels to wrap at; 0 or less means no limit
+    /// Width is that of the widest line without the spaces it ends in; height is the sum of the
+    /// lines' heights, each with its font's leading. CR LF, CR, LF, U+2028 and U+2029 end a line; a
+    /// text that ends in one of them has an empty last line.
+    ///
+    /// @param maxWidth    pixels to wrap at; 0 or less means no limit, which is some 4 million
     /// @param maxRowCount a text of more lines is elided to this many; 0 or less: never
     /// @param lineSpacing pixels added between two lines
-    /// @param rowLimit    lines that are laid out at most, whatever the text; 0 or less: all.
-    /// Unlike
+    /// @param rowLimit    lines that are laid out at most, whatever the text; 0 or less: all. Unlike
     ///                    maxRowCount this leaves no "elided" behind: nobody can expand it.
     /// @param wordWrap    break at word boundaries (and inside words that are wider than a line);
     ///                    false breaks at line feeds only
     /// @param plainText   false when the text is shown as emoji only: entity formats are not
-    /// applied
+    ///                    applied, and of the blocks only custom emoji count
     /// @param tolerance   a text that exceeds maxRowCount by no more than this many lines is not
     ///                    elided, so that nobody unfolds a message to find two more lines
     ///
-    /// A custom emoji is as wide as a line is high, whatever text it stands for. A collapsed code
-    /// or quote block shows its first `collapsedRowCount` lines. Blocks outside the text are
-    /// ignored.
+    /// A custom emoji is as wide as a line is high, whatever text it stands for, and lines may
+    /// break on either side of it; of custom emoji that overlap the first one is shown. A code or
+    /// quote block stands on lines of its own, even where it begins or ends inside a line; a
+    /// newline at its end is the end of its last line. A collapsed one shows its first
+    /// `collapsedRowCount` lines; where collapsed blocks overlap, the text that they share is the
+    /// first one's. Blocks outside the text are ignored.
     ///
     /// Thread: needs a QGuiApplication; otherwise reentrant.
     static Measured calculateSize(const QString &text, double maxWidth, const QFont &font,

@@ -7,9 +7,14 @@
 
 /// Stored maps and lists as compact JSON (RFC 8259), and back.
 ///
-/// What cannot be read (no JSON, not an object or list at the top, nested deeper than 1024 levels)
-/// gives an empty result and one log line; no input makes these functions fail otherwise. Whole
-/// numbers within 64 bits come back as qlonglong, all others as double. Reentrant.
+/// Writing gives the bytes that QJsonDocument would write: keys in the map's order, types without a
+/// JSON form as QJsonValue::fromVariant() makes them, half surrogate pairs as escapes. Reading
+/// gives what QJsonDocument would read: of equal keys the last one wins, whole numbers within 64
+/// bits (also "1.0") are qlonglong, all other numbers double.
+///
+/// What cannot be read or written (no JSON, not an object or list at the top, nested deeper than
+/// 1024 levels) gives an empty result and one log line, which never holds any of the content. No
+/// bytes at all are an empty map or list, without a line. Reentrant.
 
 BASE_EXPORT QByteArray mapToJson(const QVariantMap &map);
 BASE_EXPORT QVariantMap jsonToMap(const QByteArray &json);

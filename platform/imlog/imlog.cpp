@@ -1,1 +1,251 @@
 #include "imlog/imlog.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QLoggingCategory>
+#include <QStandardPaths>
+
+#include <spdlog/async.h>
+#include <spdlog/async_logger.h>
+#include <spdlog/sinks/rotating_file_sink.h>
+
+#include <cstdlib>
+#include <future>
+#include <mutex>
+#include <optional>
+
+namespace
+{
+
+Q_LOGGING_CATEGORY(lcImLog, "modelbase.imlog")
+
+constexpr std::size_t maxFileBytes = 5 * 1024 * 1024;
+constexpr std::size_t maxOldFiles = 3;
+constexpr std::size_t maxWaitingLines = 8192;
+
+using Sink = spdlog::sinks::rotating_file_sink_mt;
+
+spdlog::filename_t nativePath(const QString &path)
+{
+#ifdef SPDLOG_WCHAR_FILENAMES
+    return QDir::toNativeSeparators(path).toStdWString();
+#else
+    return QFile::encodeName(path).toStdString();
+#endif
+}
+
+/// Null when nothing can be written there.
+std::shared_ptr<Sink> openSink(const QString &directory)
+try {
+    // Asked first, because the sink tries for a while before it gives up.
+    if (!QDir().mkpath(directory) || !QFileInfo(directory).isWritable())
+        return nullptr;
+    const QString file = directory + QStringLiteral("/im.log");
+    if (const QFileInfo info(file); info.exists() && !(info.isFile() && info.isWritable()))
+        return nullptr;
+    auto sink = std::make_shared<Sink>(nativePath(file), maxFileBytes, maxOldFiles);
+    sink->set_pattern("%Y-%m-%d %H:%M:%S.%e %z [%t] %l: %v");
+    return sink;
+} catch (const std::exception &) {
+    return nullptr;
+}
+
+/// Set while this thread passes a line to Qt: a message handler that forwards to this log must not
+/// be sent round in circles.
+thread_local bool inDebugLog = false;
+
+void toDebugLog(spdlog::level::level_enum level, const QString &text)
+{
+    inDebugLog = true;
+    if (level >= spdlog::level::err)
+        qCWarning(lcImLog).noquote() << text;
+    else
+        qCInfo(lcImLog).noquote() << text;
+    inDebugLog = false;
+}
+
+std::string oneLine(const QString &text)
+{
+    std::string line = text.toStdString();
+    for (char &c : line) {
+        if (c == '\n' || c == '\r' || c == '\0')
+            c = ' ';
+    }
+    return line;
+}
+
+} // namespace
+
+class ImLog::Private
+{
+public:
+    void log(spdlog::level::level_enum level, const QString &text) noexcept
+    try {
+        if (inDebugLog)
+            return;
+        {
+            const std::lock_guard lock(m_mutex);
+            if (!m_directory)
+                start(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
+                      + QStringLiteral("/log"));
+            if (m_logger) {
+                m_logger->log(level, oneLine(text));
+                return;
+            }
+        }
+        toDebugLog(level, text);
+    } catch (...) {
+        // Out of memory; there is nobody left to tell.
+    }
+
+    QString directory()
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_directory.value_or(QString());
+    }
+
+    bool setDirectory(const QString &directory)
+    {
+        const std::lock_guard lock(m_mutex);
+        return start(directory);
+    }
+
+    void flush()
+    {
+        std::future<void> written;
+        {
+            const std::lock_guard lock(m_mutex);
+            if (!m_worker)
+                return;
+            written = startWorker();
+            makeLogger();
+        }
+        if (written.valid())
+            written.wait();
+    }
+
+    /// Writes what is waiting; lines that come later are written at once, by their callers: from
+    /// here on the process may end, and its threads with it, at any moment.
+    void finish()
+    {
+        std::shared_ptr<spdlog::details::thread_pool> worker;
+        const std::lock_guard lock(m_mutex);
+        m_synchronous = true;
+        worker = std::move(m_worker);
+        makeLogger();
+    }
+
+private:
+    bool start(const QString &directory)
+    {
+        const std::shared_ptr<Sink> sink = openSink(directory);
+        if (!sink) {
+            if (!m_directory)
+                m_directory = QString();
+            return false;
+        }
+        m_directory = directory;
+        m_sink = sink;
+        if (!m_synchronous)
+            startWorker();
+        makeLogger();
+        return true;
+    }
+
+    /// Hands what follows to a new writing thread, which begins by waiting for the one before: so
+    /// lines stay in order, and no caller waits. The result is there when all earlier lines are
+    /// written.
+    std::future<void> startWorker()
+    {
+        struct Handover {
+            std::shared_ptr<spdlog::details::thread_pool> before;
+            std::promise<void> written;
+        };
+        const auto handover = std::make_shared<Handover>();
+        std::future<void> written = handover->written.get_future();
+        handover->before = std::move(m_worker);
+        try {
+            m_worker =
+                std::make_shared<spdlog::details::thread_pool>(maxWaitingLines, 1, [handover] {
+                    handover->before.reset();
+                    handover->written.set_value();
+                });
+        } catch (const std::exception &) {
+            m_synchronous = true; // no more threads to be had
+            return {};
+        }
+        return written;
+    }
+
+    void makeLogger()
+    {
+        if (!m_sink)
+            return;
+        if (m_synchronous) {
+            m_logger = std::make_shared<spdlog::logger>("im", m_sink);
+            // Called under our lock: no handler of the application's may run from here.
+            m_logger->set_error_handler([](const std::string &) {});
+        } else {
+            // A disk that hangs costs the oldest lines, not the user's patience.
+            m_logger = std::make_shared<spdlog::async_logger>(
+                "im", m_sink, m_worker, spdlog::async_overflow_policy::overrun_oldest);
+            m_logger->set_error_handler([](const std::string &reason) {
+                toDebugLog(spdlog::level::err, QString::fromStdString(reason));
+            });
+        }
+        m_logger->set_level(spdlog::level::info);
+        // Each line: what a process logged last is what is wanted after it was killed.
+        m_logger->flush_on(spdlog::level::info);
+    }
+
+    std::mutex m_mutex;
+    std::optional<QString> m_directory; ///< unset before the first line; empty without a file
+    std::shared_ptr<Sink> m_sink;
+    std::shared_ptr<spdlog::details::thread_pool> m_worker;
+    std::shared_ptr<spdlog::logger> m_logger;
+    bool m_synchronous = false;
+};
+
+ImLog::ImLog() : d(std::make_unique<Private>()) { }
+
+ImLog::~ImLog() = default;
+
+ImLog *ImLog::instance()
+{
+    // Never destroyed: objects that outlive main() may still have something to say.
+    static ImLog *const log = [] {
+        const auto finish = [] { instance()->d->finish(); };
+        // Where the library is unloaded after its threads were ended, exit is too late to drain.
+        qAddPostRoutine(finish);
+        std::atexit(finish);
+        return new ImLog;
+    }();
+    return log;
+}
+
+void ImLog::info(const QString &text)
+{
+    instance()->d->log(spdlog::level::info, text);
+}
+
+void ImLog::error(const QString &text)
+{
+    instance()->d->log(spdlog::level::err, text);
+}
+
+QString ImLog::directory() const
+{
+    return d->directory();
+}
+
+bool ImLog::setDirectory(const QString &directory)
+{
+    return d->setDirectory(directory);
+}
+
+void ImLog::flush()
+{
+    d->flush();
+}

@@ -9,8 +9,13 @@
 /// The application's log: notable steps and failures, in rotating text files.
 ///
 /// Thread: every member may be called from any thread; writing happens on a thread of its own, so a
-/// caller never waits for the disk. The log never fails its caller: when no file can be written,
-/// the lines go to the Qt debug log only.
+/// caller never waits for the disk: when that hangs, the oldest of 8192 waiting lines are dropped.
+/// From the end of the QCoreApplication (or of main()) on, lines are written before the call
+/// returns, so that destructors of static objects may log too. The log never fails its caller: when
+/// no file can be written, the lines go to the Qt debug log ("modelbase.imlog") instead.
+///
+/// "im.log" is rotated at 5 MiB to "im.1.log", up to "im.3.log". A line has local time with its
+/// offset from UTC, thread, level, and the text in UTF-8; line feeds in the text become spaces.
 ///
 /// What must not be written here: key bytes, message text, passwords, phone numbers.
 class IMLOG_EXPORT ImLog
@@ -23,7 +28,7 @@ public:
     static void info(const QString &text);
     static void error(const QString &text);
 
-    /// The directory the files are written to.
+    /// The directory the files are written to; empty before the first line, and without a file.
     QString directory() const;
     /// Closes the current file and goes on in `directory`. False when it cannot be written to; the
     /// log then stays where it was.

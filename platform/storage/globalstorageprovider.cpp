@@ -1,1 +1,68 @@
 #include "storage/globalstorageprovider.h"
+
+#include "storage/database_p.h"
+#include "storage/settingstorage.h"
+
+#include <QStandardPaths>
+
+namespace storage
+{
+namespace
+{
+
+SchemaSteps schema()
+{
+    // Columns without a declared type keep what is put into them as it is.
+    return {"CREATE TABLE settings "
+            "(key PRIMARY KEY NOT NULL, type TEXT NOT NULL, value, remark NOT NULL)"};
+}
+
+} // namespace
+
+GlobalStorageProvider::GlobalStorageProvider(QObject *parent)
+    : QObject(parent), m_database(std::make_shared<Database>(schema())),
+      m_settings(std::make_unique<SettingStorage>(m_database))
+{
+}
+
+GlobalStorageProvider::~GlobalStorageProvider() = default;
+
+bool GlobalStorageProvider::open()
+{
+    return m_database->isOpen() || m_database->open(filePath());
+}
+
+bool GlobalStorageProvider::isOpen() const
+{
+    return m_database->isOpen();
+}
+
+bool GlobalStorageProvider::recovered() const
+{
+    return m_database->recovered();
+}
+
+void GlobalStorageProvider::close()
+{
+    m_database->close();
+}
+
+void GlobalStorageProvider::closeInCrash()
+{
+    m_database->closeInCrash();
+}
+
+QString GlobalStorageProvider::filePath() const
+{
+    if (m_database->isOpen())
+        return m_database->filePath();
+    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
+        + QStringLiteral("/global.db");
+}
+
+SettingStorage *GlobalStorageProvider::settingStorage() const
+{
+    return m_settings.get();
+}
+
+} // namespace storage

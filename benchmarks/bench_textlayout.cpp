@@ -1,0 +1,152 @@
+#include "base/drawabletextbase.h"
+#include "base/drawabletextutil.h"
+#include "support/comparison.h"
+
+#include <QFont>
+#include <QStringList>
+#include <QTextBoundaryFinder>
+#include <QTextLayout>
+
+#include <limits>
+
+namespace
+{
+
+/// What people write to each other, short and long.
+const QStringList &messages()
+{
+    static const QStringList texts = {
+        QStringLiteral(u"ok"),
+        QStringLiteral(u"On my way, ten minutes!"),
+        QStringLiteral(u"Could you send me the contract again? The one from last week has the "
+                       u"wrong date on page three, and the customer noticed."),
+        QStringLiteral(u"Shopping list:\n- bread\n- two bottles of milk\n- coffee (the dark one)\n"
+                       u"- something sweet 🍰"),
+        QStringLiteral(u"Das Treffen wird auf Donnerstag, 15:30 Uhr verschoben. Bitte sagt kurz "
+                       u"Bescheid, ob das für alle passt – sonst suchen wir einen neuen Termin."),
+        QStringLiteral(u"今天晚上一起吃饭吧?我知道车站旁边新开了一家很不错的面馆,听说不用排队。"),
+        QStringLiteral(u"明日の会議は午後3時からです。資料は先に共有フォルダに入れておきますので、"
+                       u"確認をお願いします。"),
+        QStringLiteral(u"오늘 저녁에 시간 있어요? 영화 보러 가고 싶은데 같이 가실래요?"),
+        QStringLiteral(u"مرحبا، هل يمكنك أن ترسل لي العنوان مرة أخرى؟ لقد فقدت الرسالة القديمة."),
+        QStringLiteral(u"Привет! Я уже дома, можешь звонить в любое время, буду рад поговорить."),
+        QStringLiteral(u"क्या आप कल मेरे साथ बाज़ार चल सकते हैं? मुझे कुछ सामान खरीदना है।"),
+        QStringLiteral(u"https://example.org/articles/2023/11/a-rather-long-address?with=query"),
+    };
+    return texts;
+}
+
+constexpr double bubbleWidth = 320;
+
+QFont messageFont()
+{
+    QFont font;
+    font.setPixelSize(14);
+    return font;
+}
+
+UserTextBlocks entitiesOf(const QString &text)
+{
+    const int length = int(text.size());
+    return {{0, length / 4, TextEntityType::Bold, {}, false},
+            {length / 3, length / 4, TextEntityType::Italic, {}, false},
+            {length / 2, length / 8, TextEntityType::Underline, {}, false},
+            {length * 3 / 4, length / 8, TextEntityType::Monospace, {}, false}};
+}
+
+QSizeF measure(const QString &text, double width, const UserTextBlocks &blocks)
+{
+    return DrawableTextBase::calculateSize(text, width, messageFont(), 0, 0, 0, blocks, true, true,
+                                           0)
+        .size;
+}
+
+/// What a program does that has nothing but Qt.
+QSizeF plainLayout(const QString &text, double width)
+{
+    QString paragraphs = text;
+    paragraphs.replace(u'\n', QChar::LineSeparator);
+    QTextLayout layout(paragraphs, messageFont());
+    QTextOption option;
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    layout.setTextOption(option);
+    layout.beginLayout();
+    QSizeF size;
+    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+        line.setLeadingIncluded(true);
+        line.setLineWidth(width);
+        size = {std::max(size.width(), line.naturalTextWidth()), size.height() + line.height()};
+    }
+    layout.endLayout();
+    return size;
+}
+
+template <typename Measure>
+comparison::Body atOneWidth(Measure measureMessage)
+{
+    return [measureMessage](benchmark::State &state) {
+        for (auto _ : state) {
+            for (const QString &text : messages())
+                benchmark::DoNotOptimize(measureMessage(text, bubbleWidth));
+        }
+    };
+}
+
+/// A window that is dragged wider and narrower: every message that is in view, at every width.
+template <typename Measure>
+comparison::Body atManyWidths(Measure measureMessage)
+{
+    return [measureMessage](benchmark::State &state) {
+        double width = bubbleWidth;
+        for (auto _ : state) {
+            width = width > 500 ? bubbleWidth : width + 7;
+            for (const QString &text : messages())
+                benchmark::DoNotOptimize(measureMessage(text, width));
+        }
+    };
+}
+
+template <typename Count>
+comparison::Body countingEmoji(Count count)
+{
+    return [count](benchmark::State &state) {
+        for (auto _ : state) {
+            for (const QString &text : messages())
+                benchmark::DoNotOptimize(count(text));
+        }
+    };
+}
+
+/// The number of grapheme clusters, which is where a count of emoji would begin.
+int countClusters(const QString &text)
+{
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    int count = 0;
+    while (finder.toNextBoundary() > 0)
+        ++count;
+    return count;
+}
+
+void addRows()
+{
+    const auto withoutEntities = [](const QString &text, double width) {
+        return measure(text, width, {});
+    };
+    const auto withEntities = [](const QString &text, double width) {
+        return measure(text, width, entitiesOf(text));
+    };
+    comparison::add("measuring a text message, cold", 1.2, atOneWidth(withoutEntities),
+                    atOneWidth(plainLayout));
+    comparison::add("measuring a text message with entities, cold", 1.2, atOneWidth(withEntities),
+                    atOneWidth(plainLayout));
+    comparison::add("measuring it again at another width", 0.25, atManyWidths(withoutEntities),
+                    atManyWidths(plainLayout));
+    comparison::add("emoji counting, ordinary text", 0.1, countingEmoji([](const QString &text) {
+                        return DrawableTextUtil::emojiCount(text, 4096);
+                    }),
+                    countingEmoji(countClusters));
+}
+
+} // namespace
+
+COMPARISON_MAIN(addRows)

@@ -1,0 +1,230 @@
+#include "storage/database_p.h"
+
+#include "imlog/imlog.h"
+#include "storage/recovery_p.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QLoggingCategory>
+#include <QScopeGuard>
+
+#include <sqlite3.h>
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <stdexcept>
+#include <string_view>
+#include <unordered_map>
+
+namespace storage
+{
+
+struct Database::Connection {
+    std::unique_ptr<SQLite::Database> database;
+    std::unordered_map<std::string_view, SQLite::Statement> statements;
+};
+
+namespace
+{
+
+Q_LOGGING_CATEGORY(lcStorage, "modelbase.storage")
+
+constexpr int busyTimeoutMs = 2000;
+
+/// Describes the exception that is being handled.
+QString currentReason()
+{
+    try {
+        throw;
+    } catch (const std::exception &e) {
+        return QString::fromUtf8(e.what());
+    } catch (...) {
+        return QStringLiteral("unknown error");
+    }
+}
+
+void logFailure(const char *what, const QString &filePath, const QString &reason)
+{
+    const QString line = QStringLiteral("storage: cannot %1 %2: %3")
+                             .arg(QString::fromLatin1(what), filePath, reason.simplified());
+    qCWarning(lcStorage).noquote() << line;
+    ImLog::error(line);
+}
+
+/// Sees to it that there is a file to open. True when it was made here.
+bool prepareFile(const QString &filePath)
+{
+    const QFileInfo info(filePath);
+    if (!QDir().mkpath(info.path()))
+        throw std::runtime_error("its directory cannot be made");
+    finishRecovery(filePath);
+    // SQLite's own word for this is only "unable to open database file".
+    if (info.isDir())
+        throw std::runtime_error("it is a directory");
+    if (info.exists() || info.isSymLink())
+        return false;
+    createPrivateFile(filePath);
+    return true;
+}
+
+void checkSound(SQLite::Database &connection)
+{
+    connection.exec("PRAGMA cell_size_check = ON");
+    const std::string verdict = connection.execAndGet("PRAGMA quick_check(1)").getString();
+    if (verdict != "ok")
+        throw SQLite::Exception(verdict, SQLITE_CORRUPT);
+}
+
+std::unique_ptr<SQLite::Database> connect(const QString &filePath, const SchemaSteps &steps)
+{
+    const int current = int(steps.size());
+    // Our own mutex is held around every use; SQLite's would be taken once more for each column.
+    auto connection = std::make_unique<SQLite::Database>(
+        filePath.toStdString(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX, busyTimeoutMs);
+    try {
+        // Before anything that could write: a newer version's file is left as it is.
+        const int version = connection->execAndGet("PRAGMA user_version").getInt();
+        if (version < 0 || version > current) {
+            throw std::runtime_error("it was written by a newer version (schema "
+                                     + std::to_string(version) + ", known up to "
+                                     + std::to_string(current) + ")");
+        }
+        checkSound(*connection);
+        connection->exec("PRAGMA journal_mode = WAL");
+        connection->exec("PRAGMA synchronous = NORMAL");
+        connection->exec("PRAGMA foreign_keys = ON");
+        // Even with nothing to migrate: only the write lock tells whether this file can be written.
+        SQLite::Transaction transaction(*connection, SQLite::TransactionBehavior::IMMEDIATE);
+        migrate(*connection, steps, connection->execAndGet("PRAGMA user_version").getInt(),
+                current);
+        transaction.commit();
+    } catch (const SQLite::Exception &e) {
+        // A damaged file is set aside as it was found: do not fold its log into it on the way out.
+        if (isDamage(e.getErrorCode()))
+            sqlite3_db_config(connection->getHandle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1,
+                              nullptr);
+        throw;
+    }
+    return connection;
+}
+
+} // namespace
+
+Database::Database(SchemaSteps steps) : m_steps(std::move(steps)) { }
+
+Database::~Database()
+{
+    m_open = false;
+    // Not held: nobody is inside, as it should be. Held: a thread died inside after closeInCrash(),
+    // and closing is left to the operating system.
+    const std::unique_lock lock(m_mutex, std::try_to_lock);
+    if (!lock)
+        static_cast<void>(m_connection.release());
+    else
+        m_connection.reset();
+}
+
+bool Database::open(const QString &filePath)
+{
+    if (m_open)
+        return true;
+    const std::lock_guard lock(m_mutex);
+    bool created = false;
+    try {
+        m_connection.reset();
+        m_filePath = filePath;
+        m_recovered = false;
+        created = prepareFile(filePath);
+        std::unique_ptr<SQLite::Database> connection;
+        try {
+            connection = connect(filePath, m_steps);
+        } catch (const SQLite::Exception &e) {
+            if (!isDamage(e.getErrorCode()))
+                throw;
+            const Recovery recovery = recoverDatabase(filePath, m_steps);
+            m_recovered = true;
+            const QString line =
+                QStringLiteral("storage: %1 was damaged (%2); set aside as %3, %4 rows kept")
+                    .arg(filePath, QString::fromUtf8(e.what()).simplified(), recovery.setAside)
+                    .arg(recovery.rows);
+            qCWarning(lcStorage).noquote() << line;
+            ImLog::error(line);
+            connection = connect(filePath, m_steps);
+        }
+        QFile::setPermissions(filePath, QFile::ReadOwner | QFile::WriteOwner);
+        m_connection.reset(new Connection{std::move(connection), {}});
+        m_open = true;
+        return true;
+    } catch (...) {
+        logFailure("open", filePath, currentReason());
+        if (created)
+            QFile::remove(filePath);
+        return false;
+    }
+}
+
+void Database::close()
+{
+    m_open = false;
+    const std::lock_guard lock(m_mutex);
+    m_connection.reset();
+}
+
+void Database::closeInCrash()
+{
+    m_open = false;
+}
+
+bool Database::read(const char *what, const Work &work)
+{
+    return run(what, false, work);
+}
+
+bool Database::write(const char *what, const Work &work)
+{
+    return run(what, true, work);
+}
+
+bool Database::run(const char *what, bool transaction, const Work &work)
+{
+    // Asked before locking as well: after closeInCrash() the lock may be held for ever.
+    std::unique_lock lock(m_mutex, std::defer_lock);
+    if (m_open)
+        lock.lock();
+    if (!m_open) {
+        logFailure(what, QStringLiteral("the database"), QStringLiteral("it is closed"));
+        return false;
+    }
+    // A statement that is not reset keeps its read transaction, and what is bound to it.
+    const auto reset = qScopeGuard([this] {
+        for (auto &[sql, statement] : m_connection->statements) {
+            statement.tryReset();
+            statement.clearBindings();
+        }
+    });
+    try {
+        if (!transaction) {
+            work();
+            return true;
+        }
+        SQLite::Transaction guard(*m_connection->database, SQLite::TransactionBehavior::IMMEDIATE);
+        work();
+        guard.commit();
+        return true;
+    } catch (...) {
+        logFailure(what, m_filePath, currentReason());
+        return false;
+    }
+}
+
+SQLite::Statement &Database::statement(const char *sql)
+{
+    auto &statements = m_connection->statements;
+    auto found = statements.find(sql);
+    if (found == statements.end())
+        found = statements.emplace(sql, SQLite::Statement(*m_connection->database, sql)).first;
+    found->second.tryReset();
+    return found->second;
+}
+
+} // namespace storage

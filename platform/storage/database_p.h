@@ -1,0 +1,76 @@
+#pragma once
+
+#include "storage/storage_export.h"
+
+#include <QString>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace SQLite
+{
+class Database;
+class Statement;
+} // namespace SQLite
+
+namespace storage
+{
+
+/// SQL scripts from an empty file to the current schema: the first makes version 1 out of nothing,
+/// the next version 2 out of that, and so on. A script that was ever released never changes.
+/// Tables must have rowids: that is how rows are found again in a damaged file.
+using SchemaSteps = std::vector<const char *>;
+
+/// One SQLite file and its one connection: WAL, synchronous=NORMAL, foreign keys.
+///
+/// Thread: open() and close() belong to one thread; everything else may be called from any. Nothing
+/// here throws: what fails gives false and one log line with the path and the reason.
+class STORAGE_EXPORT Database
+{
+public:
+    explicit Database(SchemaSteps steps);
+    ~Database();
+
+    /// Opens `filePath`, making the directory and the file (readable by its owner only) where they
+    /// are missing, and brings the schema up to date. See GlobalStorageProvider::open() about
+    /// failures and damaged files. True at once when it is open already.
+    bool open(const QString &filePath);
+    bool isOpen() const { return m_open; }
+    bool recovered() const { return m_recovered; }
+    /// Waits for a call that is under way in another thread.
+    void close();
+    /// From now on every call fails; no lock is taken and the connection is not touched, since the
+    /// thread that crashed may be inside SQLite. A transaction that is under way either reaches its
+    /// commit or is rolled back by whoever opens the file next; what was committed is in the file
+    /// or its write-ahead log. open() afterwards is allowed and starts anew.
+    void closeInCrash();
+    /// The path that was opened last.
+    QString filePath() const { return m_filePath; }
+
+    using Work = std::function<void()>;
+    /// Runs `work` with the connection to itself. `what` ends the sentence "cannot ..." of the log
+    /// line. `work` fails by throwing.
+    bool read(const char *what, const Work &work);
+    /// The same in one transaction: true when all of it was committed, false when none was.
+    bool write(const char *what, const Work &work);
+    /// Only inside `work`: the statement, compiled once for as long as the database is open, with
+    /// nothing bound. `sql` is a literal.
+    SQLite::Statement &statement(const char *sql);
+
+private:
+    Q_DISABLE_COPY_MOVE(Database)
+    struct Connection;
+    bool run(const char *what, bool transaction, const Work &work);
+
+    const SchemaSteps m_steps;
+    QString m_filePath;
+    std::atomic_bool m_open = false;
+    bool m_recovered = false;
+    std::mutex m_mutex; ///< guards what follows
+    std::unique_ptr<Connection> m_connection;
+};
+
+} // namespace storage
