@@ -23,6 +23,11 @@ SettingStorage::SettingStorage(std::shared_ptr<Database> database) : m_database(
 
 SettingStorage::~SettingStorage() = default;
 
+bool SettingStorage::isStorable(const QVariant &value)
+{
+    return codec::isStorable(value);
+}
+
 QList<SettingInfo> SettingStorage::allInfos() const
 {
     QList<SettingInfo> infos;

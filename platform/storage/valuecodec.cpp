@@ -316,6 +316,18 @@ void bindValue(SQLite::Statement &statement, int index, const QVariant &value)
     statement.bindNoCopy(index, type);
 }
 
+bool isStorable(const QVariant &value)
+{
+    if (plainName(value.typeId()))
+        return true;
+    try {
+        streamed(value);
+        return true;
+    } catch (const std::exception &) {
+        return false;
+    }
+}
+
 std::optional<QVariant> readValue(const SQLite::Column &type, const SQLite::Column &value)
 {
     const char *typeText = type.getText();
