@@ -1,1 +1,614 @@
 #include "settings/appsettingmodel.h"
+
+#include "imlog/imlog.h"
+#include "settings/settingwriter_p.h"
+#include "storage/globalstorageprovider.h"
+#include "storage/settingstorage.h"
+
+#include <QFontMetricsF>
+#include <QGuiApplication>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QJSValue>
+#include <QLocale>
+#include <QLoggingCategory>
+#include <QMetaMethod>
+#include <QQmlEngine>
+
+#include <algorithm>
+#include <array>
+
+namespace
+{
+
+std::atomic<AppSettingModel *> theModel = nullptr;
+std::mutex theModelMutex; // guards the making of it
+
+const char defaultConsoleOptions[] = "[{\"uri\": \"im.base\", \"enable\": true}, "
+                                     "{\"uri\": \"im.component\", \"enable\": true}, "
+                                     "{\"uri\": \"im.contacts\", \"enable\": true}, "
+                                     "{\"uri\": \"im.multimedia\", \"enable\": true}, "
+                                     "{\"uri\": \"im.devicemessage\", \"enable\": true}, "
+                                     "{\"uri\": \"im.emoji\", \"enable\": true}, "
+                                     "{\"uri\": \"im.filemanager\", \"enable\": true}, "
+                                     "{\"uri\": \"im.mediamodel\", \"enable\": true}, "
+                                     "{\"uri\": \"im.meeting\", \"enable\": true}, "
+                                     "{\"uri\": \"im.model\", \"enable\": true}, "
+                                     "{\"uri\": \"im.modelbase\", \"enable\": true}, "
+                                     "{\"uri\": \"im.network\", \"enable\": true}, "
+                                     "{\"uri\": \"im.notebook\", \"enable\": true}, "
+                                     "{\"uri\": \"im.search\", \"enable\": true}, "
+                                     "{\"uri\": \"im.storage\", \"enable\": true}, "
+                                     "{\"uri\": \"im.screencapture\", \"enable\": true}, "
+                                     "{\"uri\": \"im.ui\", \"enable\": true}, "
+                                     "{\"uri\": \"im.webrtc\", \"enable\": true}, "
+                                     "{\"uri\": \"im.settingmodel\", \"enable\": true}]";
+
+constexpr int infoPanelMinimum = 320;
+constexpr int infoPanelMaximum = 480;
+
+QString upgradeKey()
+{
+    return QStringLiteral("upgrade");
+}
+QString databaseVersionKey()
+{
+    return QStringLiteral("database_version");
+}
+QString serverConfigKey()
+{
+    return QStringLiteral("server_config");
+}
+QString skinIndexesKey()
+{
+    return QStringLiteral("emoji_skin_indexes");
+}
+
+/// Settings whose changes are announced before and after, see beginConfig.
+bool isBracketed(const QString &key)
+{
+    return key == QStringLiteral("large_emoji") || key == QStringLiteral("plain_model");
+}
+
+/// A dynamic property of the application object; invalid where there is none.
+QVariant applicationProperty(const char *name)
+{
+    const QCoreApplication *app = QCoreApplication::instance();
+    return app ? app->property(name) : QVariant();
+}
+
+void setApplicationProperty(const char *name, const QVariant &value)
+{
+    if (QCoreApplication *app = QCoreApplication::instance())
+        app->setProperty(name, value);
+}
+
+// Members of one console option.
+QString uriOf(const QJsonObject &option)
+{
+    return option.value(QStringLiteral("uri")).toString();
+}
+bool isEnabled(const QJsonObject &option)
+{
+    return option.value(QStringLiteral("enable")).toBool();
+}
+
+QString filterRule(const QJsonObject &option)
+{
+    return QStringLiteral("%1.debug=%2")
+        .arg(uriOf(option), isEnabled(option) ? QStringLiteral("true") : QStringLiteral("false"));
+}
+
+QString toText(const QJsonArray &array)
+{
+    return QString::fromUtf8(QJsonDocument(array).toJson(QJsonDocument::Compact));
+}
+
+/// Emits the change signal of one setting, with its value if the signal carries one.
+template <auto get, auto changed>
+void announce(AppSettingModel *model)
+{
+    if constexpr (std::is_invocable_v<decltype(changed), AppSettingModel *>)
+        Q_EMIT(model->*changed)();
+    else
+        Q_EMIT(model->*changed)((model->*get)());
+}
+
+} // namespace
+
+AppSettingModel *AppSettingModel::instance()
+{
+    if (AppSettingModel *model = theModel.load(std::memory_order_acquire))
+        return model;
+    const std::lock_guard lock(theModelMutex);
+    if (!theModel)
+        theModel = new AppSettingModel;
+    return theModel;
+}
+
+void AppSettingModel::releaseInstance()
+{
+    const std::lock_guard lock(theModelMutex);
+    delete theModel.exchange(nullptr);
+}
+
+AppSettingModel::AppSettingModel()
+    : m_storage(new storage::GlobalStorageProvider(this)),
+      m_writer(std::make_unique<SettingWriter>(m_storage->settingStorage()))
+{
+    QQmlEngine::setObjectOwnership(this, QQmlEngine::CppOwnership);
+    qRegisterMetaType<AppSettingModel *>("AppSettingModel *");
+}
+
+AppSettingModel::~AppSettingModel()
+{
+    m_writer.reset();
+    m_storage->close();
+    delete m_storage;
+}
+
+void AppSettingModel::loadGlobalData()
+{
+    m_storage->open();
+    // What was changed while the store was closed is newer than what is in it.
+    m_writer->flush();
+    const QList<storage::SettingInfo> rows = m_storage->settingStorage()->allInfos();
+    {
+        const std::lock_guard lock(m_mutex);
+        m_cache.clear();
+    }
+    for (const storage::SettingInfo &row : rows) {
+        if (row.key == upgradeKey()) {
+            setUpgradeInfo({{QStringLiteral("value"), row.value.toString()},
+                            {QStringLiteral("remark"), row.remark}},
+                           false);
+        } else {
+            const std::lock_guard lock(m_mutex);
+            m_cache.insert_or_assign(row.key, row.value);
+        }
+    }
+    recalcLineHeight();
+    setApplicationProperty("fontPixelSize", themeFontSize());
+    switchLanguage();
+    Q_EMIT screenCaptureHotkeyChanged(screenCaptureHotkey());
+    Q_EMIT screenRecordHotkeyChanged(screenRecordHotkey());
+    Q_EMIT showImHotkeyChanged(showImHotkey());
+}
+
+template <typename T>
+T AppSettingModel::readAs(const QString &key, const T &fallback) const
+{
+    QVariant value;
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto found = m_cache.find(key);
+        if (found == m_cache.end())
+            return fallback;
+        if (found->second.typeId() == qMetaTypeId<T>())
+            return *static_cast<const T *>(found->second.constData());
+        value = found->second;
+    }
+    return value.value<T>();
+}
+
+bool AppSettingModel::read(const QString &key, bool fallback) const
+{
+    return readAs(key, fallback);
+}
+
+int AppSettingModel::read(const QString &key, int fallback) const
+{
+    return readAs(key, fallback);
+}
+
+qint64 AppSettingModel::read(const QString &key, qint64 fallback) const
+{
+    return readAs(key, fallback);
+}
+
+QString AppSettingModel::read(const QString &key, const QString &fallback) const
+{
+    return readAs(key, fallback);
+}
+
+QByteArray AppSettingModel::read(const QString &key, const QByteArray &fallback) const
+{
+    return readAs(key, fallback);
+}
+
+const QVariant &AppSettingModel::getValue(const QString &key, const QVariant &defaultValue) const
+{
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_cache.find(key);
+    return found == m_cache.end() ? defaultValue : found->second;
+}
+
+bool AppSettingModel::setValue(const QString &key, const QVariant &value, bool needSave)
+{
+    // An object from QML must not outlive its engine here, nor reach another thread.
+    if (value.metaType() == QMetaType::fromType<QJSValue>())
+        return setValue(key, value.value<QJSValue>().toVariant(), needSave);
+
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_cache.find(key);
+    if (found != m_cache.end() && found->second == value)
+        return false;
+    const bool bracketed = isBracketed(key);
+    if (bracketed)
+        Q_EMIT beginConfig(key, found == m_cache.end() ? QVariant() : found->second);
+    m_cache.insert_or_assign(key, value);
+    saveToConfig(key, value, needSave);
+    if (bracketed)
+        Q_EMIT endConfig(key, value);
+    return true;
+}
+
+void AppSettingModel::saveToConfig(QString key, QVariant value, bool needSave)
+{
+    saveToConfig(std::move(key), std::move(value), QString(), needSave);
+}
+
+void AppSettingModel::saveToConfig(QString key, QVariant value, QString remark, bool needSave)
+{
+    if (needSave)
+        m_writer->save({std::move(key), std::move(value), std::move(remark)});
+}
+
+void AppSettingModel::reset()
+{
+    QVariant keptVersion;
+    QByteArray keptServerConfig;
+    {
+        const std::lock_guard lock(m_mutex);
+        keptServerConfig = serverConfig();
+        keptVersion = getValue(databaseVersionKey(), 1);
+        m_cache.clear();
+        // What is kept goes with the wipe: a kill between the two must not lose it.
+        m_writer->removeAll(
+            {{databaseVersionKey(), keptVersion, {}}, {serverConfigKey(), keptServerConfig, {}}});
+    }
+    setValue(databaseVersionKey(), keptVersion, true);
+    setServerConfig(keptServerConfig, true);
+    recalcLineHeight();
+    setApplicationProperty("autoRun", false);
+
+#define CHANGED(name) announce<&AppSettingModel::name, &AppSettingModel::name##Changed>
+    static constexpr std::array order = {
+        CHANGED(updateAutomaticallly),
+        CHANGED(systemTrayIconVisible),
+        CHANGED(launchWhenSystemStart),
+        CHANGED(messageFontSize),
+        CHANGED(language),
+        +[](AppSettingModel *model) { model->switchLanguage(); },
+        CHANGED(sendMessageKeys),
+        CHANGED(debug),
+        CHANGED(networkProxyState),
+        CHANGED(currentNetworkProxy),
+        CHANGED(networkProxyList),
+        CHANGED(useProxyForCall),
+        CHANGED(themeFontSize),
+        CHANGED(msgDoubleClickAction),
+        CHANGED(msgSendType),
+        CHANGED(musicPlay),
+        CHANGED(darkMode),
+        CHANGED(mainwindowGeometry),
+        CHANGED(passcode),
+        CHANGED(screenLockTime),
+        CHANGED(miniSessionMode),
+        CHANGED(infoPanelViewMode),
+        CHANGED(infoPanelOutdision),
+        CHANGED(infoPanelWidth),
+        CHANGED(messageDisplayMode),
+        CHANGED(firstDayOfWeek),
+        CHANGED(autoPlayGif),
+        CHANGED(autoPlayVideo),
+        CHANGED(autoPlayLivePhoto),
+        CHANGED(screenCapture),
+        CHANGED(upgradeInfo),
+        CHANGED(accountIds),
+        CHANGED(currentAccountId),
+        CHANGED(unlockWithTouchID),
+        CHANGED(appearenceFollowSystemTheme),
+        CHANGED(themeColorFollowSystem),
+        CHANGED(saveasPath),
+        CHANGED(destructionPasscode),
+        CHANGED(countMuteDialog),
+        CHANGED(unreadMessagesCounter),
+        CHANGED(plainModel),
+        CHANGED(systemFont),
+        CHANGED(spellChecker),
+        CHANGED(openFilePath),
+        CHANGED(handleMarkDown),
+        CHANGED(lastUploadLogTime),
+        CHANGED(screenLockErrorCountDownSeconds),
+        CHANGED(screenCaptureHotkey),
+        CHANGED(screenRecordHotkey),
+        CHANGED(showImHotkey),
+        CHANGED(largeEmoji),
+        CHANGED(useStandRouting),
+        CHANGED(appIcon),
+        CHANGED(reduceAnimation),
+        CHANGED(consoleOptions),
+        CHANGED(isFirstSendReceipt),
+        CHANGED(isFirstReadReceipt),
+        CHANGED(isFirstSwitchAccount),
+        CHANGED(isFirstDropToMyStorage),
+        CHANGED(showTrayIcon),
+        CHANGED(messageBubbleCorners),
+        CHANGED(fullScreen),
+        CHANGED(isFirstScrollMedia),
+        CHANGED(requestUserLocation),
+        CHANGED(sessionListWidth),
+    };
+#undef CHANGED
+    for (const auto step : order)
+        step(this);
+    Q_EMIT paramsBeReseted();
+    ImLog::info(QStringLiteral("AppSettingModel::resetAppSetting"));
+}
+
+void AppSettingModel::resetBadgeCounter()
+{
+    setCountMuteDialog(false, true);
+    setUnreadMessagesCounter(false, true);
+}
+
+QString AppSettingModel::language() const
+{
+    const QString selected = selectedLanguage();
+    if (!selected.isEmpty())
+        return selected;
+    const QLocale system = QLocale::system();
+    const QString plain = QLocale(system.language()).name();
+    const QStringList available = applicationProperty("availableLanguages").toStringList();
+    return available.contains(plain) ? plain : system.name();
+}
+
+void AppSettingModel::setLanguage(QString value, bool needSave)
+{
+    if (setValue(QStringLiteral("language"), value, needSave))
+        Q_EMIT languageChanged(value);
+}
+
+void AppSettingModel::switchLanguage()
+{
+    QCoreApplication *app = QCoreApplication::instance();
+    if (app && app->metaObject()->indexOfMethod("switchLanguage(QString)") >= 0) {
+        QMetaObject::invokeMethod(app, "switchLanguage", Qt::DirectConnection,
+                                  Q_ARG(QString, language()));
+    }
+}
+
+void AppSettingModel::setSendMessageKeys(QString value, bool needSave)
+{
+    if (!value.isEmpty() && setValue(QStringLiteral("sendMsgKeys"), value, needSave))
+        Q_EMIT sendMessageKeysChanged(value);
+}
+
+void AppSettingModel::setNetworkProxyList(QString value, bool needSave)
+{
+    if (setValue(QStringLiteral("network_proxy_list"), value, needSave))
+        Q_EMIT networkProxyListChanged(value);
+    if (value.size() < 3)
+        setNetworkProxyState(0, true);
+}
+
+void AppSettingModel::setThemeFontSize(int value, bool needSave)
+{
+    if (setValue(QStringLiteral("theme_font_size"), value, needSave)) {
+        recalcLineHeight();
+        Q_EMIT themeFontSizeChanged(value);
+    }
+}
+
+void AppSettingModel::setScreenCaptureHotkey(QVariantMap value, bool needSave)
+{
+    if (setValue(QStringLiteral("screenCaptureHotKey"), mapToJson(value), needSave))
+        Q_EMIT screenCaptureHotkeyChanged(screenCaptureHotkey());
+}
+
+int AppSettingModel::infoPanelWidth() const
+{
+    return std::clamp(read(QStringLiteral("infoPanelWidth"), infoPanelMinimum), infoPanelMinimum,
+                      infoPanelMaximum);
+}
+
+void AppSettingModel::setInfoPanelWidth(int value, bool needSave)
+{
+    const int width = std::clamp(value, infoPanelMinimum, infoPanelMaximum);
+    if (setValue(QStringLiteral("infoPanelWidth"), width, needSave))
+        Q_EMIT infoPanelWidthChanged(width);
+}
+
+QVariantMap AppSettingModel::upgradeInfo() const
+{
+    const std::lock_guard lock(m_mutex);
+    return getValue(upgradeKey(), QVariant()).toMap();
+}
+
+void AppSettingModel::setUpgradeInfo(QVariantMap value, bool needSave)
+{
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_cache.find(upgradeKey());
+    if (found != m_cache.end() && found->second.toMap() == value)
+        return;
+    saveToConfig(upgradeKey(), value.value(QStringLiteral("value")),
+                 value.value(QStringLiteral("remark")).toString(), needSave);
+    m_cache.insert_or_assign(upgradeKey(), value);
+    Q_EMIT upgradeInfoChanged(value);
+}
+
+QVariantList AppSettingModel::accountIds() const
+{
+    return jsonToList(read(QStringLiteral("accounts"), QByteArrayLiteral("[]")));
+}
+
+void AppSettingModel::setAccountIds(QVariantList value, bool needSave)
+{
+    if (setValue(QStringLiteral("accounts"), listToJson(value), needSave))
+        Q_EMIT accountIdsChanged(value);
+    if (value.isEmpty())
+        reset();
+}
+
+QString AppSettingModel::consoleOptions() const
+{
+    const QByteArray defaults =
+        QByteArray::fromRawData(defaultConsoleOptions, sizeof defaultConsoleOptions - 1);
+    const QString stored = read(QStringLiteral("console_options"), QString());
+    if (stored.isEmpty())
+        return QString::fromLatin1(defaults);
+
+    QJsonArray options = QJsonDocument::fromJson(stored.toUtf8()).array();
+    const QJsonArray known = options;
+    const QJsonArray all = QJsonDocument::fromJson(defaults).array();
+    for (const QJsonValue &option : all) {
+        const QString uri = uriOf(option.toObject());
+        if (std::none_of(known.begin(), known.end(),
+                         [&](const QJsonValue &other) { return uriOf(other.toObject()) == uri; }))
+            options.append(option);
+    }
+    QStringList rules;
+    for (const QJsonValue option : std::as_const(options))
+        rules.append(filterRule(option.toObject()));
+    QLoggingCategory::setFilterRules(rules.join(QLatin1Char('\n')));
+    return toText(options);
+}
+
+void AppSettingModel::setConsoleOptions(QString newConsoleOptions, bool needSave)
+{
+    if (setValue(QStringLiteral("console_options"), newConsoleOptions, needSave))
+        Q_EMIT consoleOptionsChanged(newConsoleOptions);
+}
+
+void AppSettingModel::changeConsoleOption(QString uri, bool enabled)
+{
+    QJsonArray options = QJsonDocument::fromJson(consoleOptions().toUtf8()).array();
+    QStringList rules;
+    bool known = false;
+    for (QJsonArray::iterator it = options.begin(); it != options.end(); ++it) {
+        QJsonObject option = QJsonValue(*it).toObject();
+        if (uriOf(option) == uri) {
+            known = true;
+            option.insert(QStringLiteral("enable"), enabled);
+            *it = option;
+        }
+        rules.append(filterRule(option));
+    }
+    if (!known) {
+        options.append(
+            QJsonObject{{QStringLiteral("uri"), uri}, {QStringLiteral("enable"), enabled}});
+    }
+    setConsoleOptions(toText(options), true);
+    QLoggingCategory::setFilterRules(rules.join(QLatin1Char('\n')));
+}
+
+void AppSettingModel::parseSkinIndexes() const
+{
+    const QString text = read(skinIndexesKey(), QString());
+    if (text == m_skinIndexesText)
+        return;
+    m_skinIndexesText = text;
+    m_skinIndexes = QJsonDocument::fromJson(text.toUtf8());
+}
+
+int AppSettingModel::emojiSkinIndex(QString emoji) const
+{
+    const std::lock_guard lock(m_mutex);
+    parseSkinIndexes();
+    return m_skinIndexes.object().value(emoji).toInt(-1);
+}
+
+void AppSettingModel::setEmojiSkinIndex(QString emoji, int index)
+{
+    const std::lock_guard lock(m_mutex);
+    parseSkinIndexes();
+    QJsonObject indexes = m_skinIndexes.object();
+    if (index == -1)
+        indexes.remove(emoji);
+    else
+        indexes.insert(emoji, index);
+    m_skinIndexes.setObject(indexes);
+    m_skinIndexesText = QString::fromUtf8(m_skinIndexes.toJson(QJsonDocument::Indented));
+    setValue(skinIndexesKey(), m_skinIndexesText, true);
+}
+
+void AppSettingModel::setGlobalSkinIndex(int index, bool needSave)
+{
+    setValue(skinIndexesKey(), QString(), true);
+    if (setValue(QStringLiteral("global_skin_index"), index, needSave))
+        Q_EMIT globalSkinIndexChanged();
+}
+
+bool AppSettingModel::requestUserLocation() const
+{
+    return m_requestUserLocation;
+}
+
+void AppSettingModel::setRequestUserLocation(bool newRequestUserLocation)
+{
+    if (m_requestUserLocation.exchange(newRequestUserLocation) != newRequestUserLocation)
+        Q_EMIT requestUserLocationChanged();
+}
+
+QByteArray AppSettingModel::serverConfig() const
+{
+    return read(serverConfigKey(), QByteArray());
+}
+
+void AppSettingModel::setServerConfig(QByteArray serverConfig, bool needSave)
+{
+    setValue(serverConfigKey(), serverConfig, needSave);
+}
+
+QString AppSettingModel::themeColor() const
+{
+    return read(QStringLiteral("theme_color"), applicationProperty("productColor").toString());
+}
+
+QString AppSettingModel::appIconPath() const
+{
+    return QStringLiteral(":/resource/image/icon/%1.ico").arg(appIcon());
+}
+
+bool AppSettingModel::containsCustomThemeInfo() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_cache.contains(QStringLiteral("theme_color"))
+        || m_cache.contains(QStringLiteral("gradient_start_color"))
+        || m_cache.contains(QStringLiteral("gradient_color"))
+        || m_cache.contains(QStringLiteral("chat_background_mode"));
+}
+
+bool AppSettingModel::containsAutoDownloadSetting() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_cache.contains(QStringLiteral("auto_download_media"));
+}
+
+int AppSettingModel::lineHeigt() const
+{
+    return m_lineHeight;
+}
+
+void AppSettingModel::recalcLineHeight()
+{
+    if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
+        return;
+    QFont font = QGuiApplication::font();
+    // What was stored may be no font size at all.
+    font.setPixelSize(std::clamp(themeFontSize(), 1, 1000));
+    QGuiApplication::setFont(font);
+    m_lineHeight = int(QFontMetricsF(font).height());
+}
+
+storage::GlobalStorageProvider *AppSettingModel::globalStorage() const
+{
+    return m_storage;
+}
+
+void AppSettingModel::closeGlobalStorage()
+{
+    m_writer->flush();
+    m_storage->close();
+}

@@ -1,1 +1,310 @@
 #pragma once
+
+#include "modelbase_export.h"
+#include "settings/appdirmanager.h"
+#include "settings/settingmacros.h"
+
+#include <QJsonDocument>
+#include <QObject>
+#include <QString>
+#include <QVariant>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+namespace storage
+{
+class GlobalStorageProvider;
+}
+class SettingWriter;
+
+/// The machine-wide settings: a cache in memory, written through to the global store in the
+/// background. Nothing is read from the store after loadGlobalData(); before it, and for what is
+/// not stored, a getter gives the setting's default. What is stored with another type than the
+/// setting's reads as QVariant converts it.
+///
+/// The keys are those of the stored format, odd spellings included, and must not be corrected.
+///
+/// Failures: a store that cannot be opened or written is logged, and the model goes on in memory.
+///
+/// Thread: getters, setters and setValue() may be called from any thread, loadGlobalData(), reset()
+/// and everything about the store from the main thread. Signals are emitted on the calling thread,
+/// outside the lock except for beginConfig, endConfig and upgradeInfoChanged: a slot on these may
+/// call back into the model, but must not wait for another thread that does.
+///
+/// Works with a QGuiApplication. Without one the line height is 0; without any application object
+/// nothing of what is kept on that object is set or read.
+class MODELBASE_EXPORT AppSettingModel : public QObject
+{
+    Q_OBJECT
+
+    // clang-format off
+    //      type      name                             Name                             key                                 default
+    SETTING(bool,     updateAutomaticallly,            UpdateAutomaticallly,            "update_automaticallly",            true)
+    SETTING(bool,     systemTrayIconVisible,           SystemTrayIconVisible,           "system_tray_icon_visible",         true)
+    SETTING(bool,     launchWhenSystemStart,           LaunchWhenSystemStart,           "launch_when_system_start",         false)
+    SETTING(int,      messageFontSize,                 MessageFontSize,                 "message_font_size",                12)
+    SETTING(bool,     debug,                           Debug,                           "debug",                            false)
+    SETTING(int,      networkProxyState,               NetworkProxyState,               "enable_network_proxy",             0)
+    SETTING(QString,  currentNetworkProxy,             CurrentNetworkProxy,             "current_network_proxy",            QStringLiteral("{}")) // JSON text
+    SETTING(bool,     useProxyForCall,                 UseProxyForCall,                 "use_proxy_for_call",               false)
+    SETTING(int,      msgDoubleClickAction,            MsgDoubleClickAction,            "message_double_click_action",      0)
+    SETTING(int,      msgSendType,                     MsgSendType,                     "message_send_type",                0)
+    SETTING(QString,  musicPlay,                       MusicPlay,                       "music_play_sequence",              QStringLiteral("{}")) // JSON text
+    SETTING(bool,     darkMode,                        DarkMode,                        "dark_mode",                        false)
+    SETTING(QString,  mainwindowGeometry,              MainwindowGeometry,              "mainwindow_geometry",              QString())
+    SETTING(QString,  passcode,                        Passcode,                        "passcode",                         QString())
+    SETTING(int,      screenLockTime,                  ScreenLockTime,                  "screenlocktime",                   3)
+    SETTING(int,      screenLockErrorCountDownSeconds, ScreenLockErrorCountDownSeconds, "screenLockErrorCountDownSeconds",  0)
+    SETTING(bool,     miniSessionMode,                 MiniSessionMode,                 "miniSessionMode",                  false)
+    SETTING(bool,     infoPanelViewMode,               InfoPanelViewMode,               "infoPanelViewMode",                false)
+    SETTING(bool,     infoPanelOutdision,              InfoPanelOutdision,              "infoPanelOutdision",               false)
+    SETTING(int,      messageDisplayMode,              MessageDisplayMode,              "messageDisplayMode",               0)
+    SETTING(int,      firstDayOfWeek,                  FirstDayOfWeek,                  "firstDayOfWeek",                   255)
+    SETTING(bool,     autoPlayGif,                     AutoPlayGif,                     "autoPlayGif",                      true)
+    SETTING(bool,     autoPlayVideo,                   AutoPlayVideo,                   "autoPlayVideo",                    true)
+    SETTING(bool,     autoPlayLivePhoto,               AutoPlayLivePhoto,               "autoPlayLivePhoto",                true)
+    SETTING(QString,  screenCapture,                   ScreenCapture,                   "screencapture",                    QStringLiteral("1,1,1,1,1,1,0,0,0,0,6,0"))
+    SETTING(qint64,   currentAccountId,                CurrentAccountId,                "current_account",                  0)
+    SETTING(bool,     unlockWithTouchID,               UnlockWithTouchID,               "unlockWithTouchID",                false)
+    SETTING(bool,     appearenceFollowSystemTheme,     AppearenceFollowSystemTheme,     "appearence_follow_system_theme",   false)
+    SETTING(bool,     themeColorFollowSystem,          ThemeColorFollowSystem,          "theme_color_follow_system",        false)
+    SETTING(QString,  saveasPath,                      SaveasPath,                      "saveas_path",                      QString())
+    SETTING(QString,  destructionPasscode,             DestructionPasscode,             "destruction_passcode",             QString())
+    SETTING(QString,  incognitoPassword,               IncognitoPassword,               "incognito_password",               QString())
+    SETTING(bool,     countMuteDialog,                 CountMuteDialog,                 "count_mute_dialog",                false)
+    SETTING(bool,     unreadMessagesCounter,           UnreadMessagesCounter,           "unread_messages_counter",          false)
+    SETTING(bool,     plainModel,                      PlainModel,                      "plain_model",                      false)
+    SETTING(bool,     systemFont,                      SystemFont,                      "system_font",                      false)
+    SETTING(bool,     spellChecker,                    SpellChecker,                    "spell_checker",                    true)
+    SETTING(QString,  openFilePath,                    OpenFilePath,                    "open_file_path",                   AppDirManager::instance()->documentDir())
+    SETTING(bool,     handleMarkDown,                  HandleMarkDown,                  "handle_markdown",                  false)
+    SETTING(qint64,   lastUploadLogTime,               LastUploadLogTime,               "last_upload_log_time",             0)
+    SETTING(QString,  appIcon,                         AppIcon,                         "app_icon",                         QStringLiteral("logo_im_light"))
+    SETTING(bool,     largeEmoji,                      LargeEmoji,                      "large_emoji",                      true)
+    SETTING(bool,     useStandRouting,                 UseStandRouting,                 "use_stand_routing",                false)
+    SETTING(bool,     autoDownloadMedia,               AutoDownloadMedia,               "auto_download_media",              true)
+    SETTING(bool,     autoDownloadImageGroupChats,     AutoDownloadImageGroupChats,     "auto_download_image_group_chats",  true)
+    SETTING(bool,     autoDownloadVideoPrivateChats,   AutoDownloadVideoPrivateChats,   "auto_download_video_private_chats", true)
+    SETTING(bool,     autoDownloadVideoGroupChats,     AutoDownloadVideoGroupChats,     "auto_download_video_group_chats",  true)
+    SETTING(bool,     autoDownloadFilePrivateChats,    AutoDownloadFilePrivateChats,    "auto_download_file_private_chats", false)
+    SETTING(bool,     autoDownloadFileGroupChats,      AutoDownloadFileGroupChats,      "auto_download_file_group_chats",   false)
+    SETTING(bool,     reduceAnimation,                 ReduceAnimation,                 "reduce_animation",                 false)
+    SETTING(bool,     isFirstSendReceipt,              IsFirstSendReceipt,              "first_send_receipt",               true)
+    SETTING(bool,     isFirstReadReceipt,              IsFirstReadReceipt,              "first_read_receipt",               true)
+    SETTING(bool,     isFirstSwitchAccount,            IsFirstSwitchAccount,            "first_switch_account",             true)
+    SETTING(bool,     isFirstDropToMyStorage,          IsFirstDropToMyStorage,          "first_drop_mystorage",             true)
+    SETTING(bool,     isFirstScrollMedia,              IsFirstScrollMedia,              "first_scroll_mddia",               true)
+
+    //                                                                                                                               signal's, setter's parameter
+    SETTING_NAMED(bool,   autoDownloadImagePrivateChats, AutoDownloadImagePrivateChats, "auto_download_image_private_chats", true,   bAutoDownload, value)
+    SETTING_NAMED(qint64, localCacheMaxSize,             LocalCacheMaxSize,             "local_cache_max_size",              -1,     maxSize,       value) // bytes; -1: no limit
+    SETTING_NAMED(int,    messageBubbleCorners,          MessageBubbleCorners,          "message_bubble_corners",            18,     bubbleCorners, corners) // pixels
+    SETTING_NAMED(bool,   notiAllAccounts,               NotiAllAccounts,               "noti_all_accounts",                 true,   ,              newNotiAllAccounts)
+
+    // Signals without a value.                                                                                                      setter's parameter
+    SETTING_BARE(bool,    fullScreen,           FullScreen,           "fullScreen",              false,                             value)
+    SETTING_BARE(bool,    destructRecoverable,  DestructRecoverable,  "destruct_recoverable",    false,                             value)
+    SETTING_BARE(QString, appFontFamily,        AppFontFamily,        "app_font_family",         QStringLiteral("ff_default"),      value)
+    SETTING_BARE(bool,    showTrayIcon,         ShowTrayIcon,         "show_tray_icon",          true,                              newShowTrayIcon)
+    SETTING_BARE(QString, cacheDataPath,        CacheDataPath,        "cache_data_path",         AppDirManager::instance()->defaultCacheDataDir(), cacheDataPath)
+    SETTING_BARE(int,     sessionListWidth,     SessionListWidth,     "session_list_width",      296,                               newSessionListWidth) // pixels
+    SETTING_BARE(int,     topicListWidth,       TopicListWidth,       "topic_list_width",        225,                               newTopicListWidth) // pixels
+    SETTING_BARE(bool,    showInDiscussionOnly, ShowInDiscussionOnly, "show_In_discussion_only", false,                             value)
+    SETTING_BARE(bool,    contactsSortBySeen,   ContactsSortBySeen,   "contacts_sort_by_seen",   false,                             value)
+    SETTING_BARE(bool,    noNetworkProhibited,  NoNetworkProhibited,  "no_network_Prohibited",   false,                             value)
+    SETTING_BARE(bool,    darkDims,             DarkDims,             "dark_dims",               false,                             value)
+
+    // Bytes up to which files are fetched without asking.
+    SETTING_LIMIT(autoDownloadImageLimit, AutoDownloadImageLimit, "auto_download_image_limit", 1048576)
+    SETTING_LIMIT(autoDownloadVideoLimit, AutoDownloadVideoLimit, "auto_download_video_limit", 10485760)
+    SETTING_LIMIT(autoDownloadFileLimit,  AutoDownloadFileLimit,  "auto_download_file_limit",  10485760)
+
+    // Maps and lists, stored as JSON.
+    SETTING_MAP(screenRecordHotkey, ScreenRecordHotkey, "screenRecordHotKey")
+    SETTING_MAP(showImHotkey,       ShowImHotkey,       "showImHotKey")
+    SETTING_MAP(imageEditTool,      ImageEditTool,      "image_edit_tool")
+    SETTING_MAP(whiteboardTool,     WhiteboardTool,     "whiteboard_tool")
+    SETTING_MAP_BARE(imageEditSetting, ImageEditSetting, "image_edit_setting")
+    SETTING_LIST_BARE(leftSessionItemTools,  LeftSessionItemTools,  "left_session_item_tools",  "[\"mark_as_unread\",\"later\"]")
+    SETTING_LIST_BARE(rightSessionItemTools, RightSessionItemTools, "right_session_item_tools", "[\"pin\",\"mute\",\"archive\"]")
+    SETTING_LIST_BARE(settingSearchHistory,  SettingSearchHistory,  "setting_search_history",   "[]")
+
+    // For the program's own code: no property, no signal, and a setter always saves.
+    SETTING_STORED(QByteArray, lastDeviceIds,        LastDeviceIds,        "last_device_ids",         QByteArray(), deviceIds)
+    SETTING_STORED(QByteArray, newDeviceLoginRemind, NewDeviceLoginRemind, "new_device_login_remind", QByteArray(), devices)
+    SETTING_STORED(QByteArray, movedDataInfo,        MovedDataInfo,        "moved_data_info",         QByteArray(), info)
+    SETTING_STORED(QString,    oldCacheDataPath,     OldCacheDataPath,     "old_cache_data_path",     QString(),    path)
+    SETTING_STORED(qint64,     lastDumpLogTime,      LastDumpLogTime,      "last_dump_log_time",      0,            time)
+    SETTING_STORED(qint64,     uploadFileSizeLimit,  UploadFileSizeLimit,  "file_size_limit",         1610612736,   limitSize) // bytes
+    SETTING_READONLY(QString, gradientColor,      "gradient_color",       QString())
+    SETTING_READONLY(QString, gradientStartColor, "gradient_start_color", QString())
+    SETTING_READONLY(int,     chatBackgroundMode, "chat_background_mode", 0)
+    SETTING_READONLY(QString, selectedLanguage,   "language",             QString()) // "": none selected
+
+    // Settings with behaviour of their own; declared below, or half of them.
+    SETTING_PROPERTY(QString,      language,            Language)
+    SETTING_PROPERTY(QString,      consoleOptions,      ConsoleOptions)
+    SETTING_PROPERTY(int,          infoPanelWidth,      InfoPanelWidth)
+    SETTING_PROPERTY(QVariantMap,  upgradeInfo,         UpgradeInfo)
+    SETTING_PROPERTY(QVariantList, accountIds,          AccountIds)
+    SETTING_PROPERTY(bool,         requestUserLocation, RequestUserLocation)
+    SETTING_GETTER(QString, sendMessageKeys,  SendMessageKeys,  "sendMsgKeys",        QStringLiteral("16777221")) // key code of the keypad's Enter
+    SETTING_GETTER(QString, networkProxyList, NetworkProxyList, "network_proxy_list", QStringLiteral("[]")) // JSON text
+    SETTING_GETTER(int,     themeFontSize,    ThemeFontSize,    "theme_font_size",    14) // pixels
+    SETTING_GETTER(int,     globalSkinIndex,  GlobalSkinIndex,  "global_skin_index",  -1) // -1: no tone
+    SETTING_MAP_GETTER(screenCaptureHotkey, ScreenCaptureHotkey, "screenCaptureHotKey")
+    // clang-format on
+
+public:
+    /// The process-wide model, made by the first call, which is the main thread's.
+    static AppSettingModel *instance();
+    /// Writes what is still to be written and deletes the model.
+    static void releaseInstance();
+
+    /// Opens the store and fills the cache; to be called once at start-up, before the getters mean
+    /// anything. Sets the application's font size, its dynamic property "fontPixelSize" and its
+    /// language (by its method "switchLanguage", where it has one), and announces the hot keys.
+    Q_INVOKABLE void loadGlobalData();
+
+    /// The value stored under `key`, or `defaultValue`.
+    ///
+    /// The reference points into the cache, or at the argument. It holds until the model is reset,
+    /// loaded anew or deleted, and its value changes with the next setValue() of the key: use it at
+    /// once, and on the thread that changes settings. The typed getters return copies.
+    Q_INVOKABLE const QVariant &getValue(const QString &key, const QVariant &defaultValue) const;
+    /// Changes a value, saving it when `needSave`. False when it is equal to the present one: then
+    /// nothing is stored. No property signal is emitted; that is the typed setters' part.
+    Q_INVOKABLE bool setValue(const QString &key, const QVariant &value, bool needSave);
+    /// Writes one row to the store in the background, bypassing the cache, when `needSave`.
+    void saveToConfig(QString key, QVariant value, bool needSave);
+    void saveToConfig(QString key, QVariant value, QString remark, bool needSave);
+
+    /// Wipes all settings but "database_version" and "server_config", in one step as far as the
+    /// store is concerned, and announces the defaults; what is not announced one by one is to be
+    /// read again after paramsBeReseted.
+    Q_INVOKABLE void reset();
+    Q_INVOKABLE void resetBadgeCounter();
+
+    /// The language in use, as a locale name: the selected one, or else what of the system's
+    /// languages the application has (its dynamic property "availableLanguages").
+    QString language() const;
+    Q_INVOKABLE void setLanguage(QString value, bool needSave = true);
+
+    /// An empty text is ignored.
+    Q_INVOKABLE void setSendMessageKeys(QString value, bool needSave = true);
+    /// An empty list switches the proxy off.
+    Q_INVOKABLE void setNetworkProxyList(QString value, bool needSave = true);
+    Q_INVOKABLE void setThemeFontSize(int value, bool needSave = true);
+    /// The signal carries the map as it reads back.
+    Q_INVOKABLE void setScreenCaptureHotkey(QVariantMap value, bool needSave = true);
+
+    /// Pixels, 320 to 480.
+    int infoPanelWidth() const;
+    Q_INVOKABLE void setInfoPanelWidth(int value, bool needSave = true);
+
+    /// The version offered ("value") and its notes ("remark"); empty when there is none.
+    QVariantMap upgradeInfo() const;
+    Q_INVOKABLE void setUpgradeInfo(QVariantMap value, bool needSave = true);
+
+    /// The ids of the accounts that are signed in on this machine.
+    QVariantList accountIds() const;
+    /// An empty list resets all settings: nobody is left whose settings they would be.
+    Q_INVOKABLE void setAccountIds(QVariantList value, bool needSave = true);
+
+    /// Which logging categories write debug lines: a JSON array of {"uri": prefix, "enable": bool}.
+    /// Stored choices are completed by the categories that have come since, and applied by each
+    /// call.
+    QString consoleOptions() const;
+    Q_INVOKABLE void setConsoleOptions(QString newConsoleOptions, bool needSave = true);
+    /// Switches one category and saves the options. A category not listed before is appended; it
+    /// comes into force with the next consoleOptions().
+    Q_INVOKABLE void changeConsoleOption(QString uri, bool enabled);
+
+    /// The skin tone chosen for one emoji; -1 when none was.
+    Q_INVOKABLE int emojiSkinIndex(QString emoji) const;
+    /// Chooses a tone for one emoji, -1 for none; always saved. Emits nothing.
+    Q_INVOKABLE void setEmojiSkinIndex(QString emoji, int index);
+    /// Chooses the tone for all emoji, which forgets the choices for single ones.
+    Q_INVOKABLE void setGlobalSkinIndex(int index, bool needSave = true);
+
+    /// Kept in memory only.
+    bool requestUserLocation() const;
+    void setRequestUserLocation(bool newRequestUserLocation);
+
+    /// What the server last told this client about itself; outlives a reset.
+    QByteArray serverConfig() const;
+    Q_INVOKABLE void setServerConfig(QByteArray serverConfig, bool needSave);
+
+    /// The stored theme colour, or the application's dynamic property "productColor".
+    QString themeColor() const;
+    /// The resource path of the application icon.
+    QString appIconPath() const;
+
+    /// True when a theme was chosen, be it only in part.
+    bool containsCustomThemeInfo() const;
+    /// True when the automatic download was ever set.
+    bool containsAutoDownloadSetting() const;
+
+    /// Pixel height of one text line at the theme's font size; 0 before loadGlobalData().
+    int lineHeigt() const;
+    /// Sets the application font to the theme's size and measures it anew.
+    void recalcLineHeight();
+
+    /// The store; owned by the model.
+    storage::GlobalStorageProvider *globalStorage() const;
+    /// Writes what is pending and closes the store. Later changes stay in memory until
+    /// loadGlobalData() opens it again. A crash handler closes globalStorage() itself instead, as
+    /// this waits for a write under way.
+    void closeGlobalStorage();
+
+Q_SIGNALS:
+    /// Around a change of "large_emoji" or "plain_model", on which the sizes of messages depend:
+    /// the key with the old value (invalid when there was none), and with the new one.
+    void beginConfig(QString key, QVariant value);
+    void endConfig(QString key, QVariant value);
+    /// The last signal of a reset.
+    void paramsBeReseted();
+
+    void languageChanged(QString);
+    void sendMessageKeysChanged(QString);
+    void networkProxyListChanged(QString);
+    void themeFontSizeChanged(int);
+    void screenCaptureHotkeyChanged(QVariantMap hotKeyInfo);
+    void infoPanelWidthChanged(int);
+    void upgradeInfoChanged(QVariantMap);
+    void accountIdsChanged(QVariantList);
+    void consoleOptionsChanged(QString options);
+    void emojiSkinIndexChanged();
+    void globalSkinIndexChanged();
+    void requestUserLocationChanged();
+
+private:
+    AppSettingModel();
+    ~AppSettingModel() override;
+    Q_DISABLE_COPY_MOVE(AppSettingModel)
+
+    bool read(const QString &key, bool fallback) const;
+    int read(const QString &key, int fallback) const;
+    qint64 read(const QString &key, qint64 fallback) const;
+    QString read(const QString &key, const QString &fallback) const;
+    QByteArray read(const QString &key, const QByteArray &fallback) const;
+    template <typename T>
+    T readAs(const QString &key, const T &fallback) const;
+    void switchLanguage();
+    void parseSkinIndexes() const;
+
+    // Recursive, so that a slot on the signals that are emitted under it can read the settings.
+    mutable std::recursive_mutex m_mutex;
+    // Its nodes stay where they are when others are added, as references are handed out.
+    std::unordered_map<QString, QVariant> m_cache;
+    storage::GlobalStorageProvider *const m_storage;
+    std::unique_ptr<SettingWriter> m_writer;
+    std::atomic<int> m_lineHeight = 0;
+    std::atomic<bool> m_requestUserLocation = true;
+    // The parsed form of the text stored for the emoji, and that text.
+    mutable QJsonDocument m_skinIndexes;
+    mutable QString m_skinIndexesText;
+};

@@ -46,7 +46,7 @@ QString currentReason()
 void logFailure(const char *what, const QString &filePath, const QString &reason)
 {
     const QString line = QStringLiteral("storage: cannot %1 %2: %3")
-                             .arg(QString::fromLatin1(what), filePath, reason);
+                             .arg(QString::fromLatin1(what), filePath, reason.simplified());
     qCWarning(lcStorage).noquote() << line;
     ImLog::error(line);
 }
@@ -78,8 +78,9 @@ void checkSound(SQLite::Database &connection)
 std::unique_ptr<SQLite::Database> connect(const QString &filePath, const SchemaSteps &steps)
 {
     const int current = int(steps.size());
-    auto connection = std::make_unique<SQLite::Database>(filePath.toStdString(),
-                                                         SQLite::OPEN_READWRITE, busyTimeoutMs);
+    // Our own mutex is held around every use; SQLite's would be taken once more for each column.
+    auto connection = std::make_unique<SQLite::Database>(
+        filePath.toStdString(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX, busyTimeoutMs);
     try {
         // Before anything that could write: a newer version's file is left as it is.
         const int version = connection->execAndGet("PRAGMA user_version").getInt();
@@ -144,7 +145,7 @@ bool Database::open(const QString &filePath)
             m_recovered = true;
             const QString line =
                 QStringLiteral("storage: %1 was damaged (%2); set aside as %3, %4 rows kept")
-                    .arg(filePath, QString::fromUtf8(e.what()), recovery.setAside)
+                    .arg(filePath, QString::fromUtf8(e.what()).simplified(), recovery.setAside)
                     .arg(recovery.rows);
             qCWarning(lcStorage).noquote() << line;
             ImLog::error(line);

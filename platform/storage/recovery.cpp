@@ -2,6 +2,7 @@
 
 #include <QDateTime>
 #include <QFile>
+#include <QFileInfo>
 #include <QStringList>
 
 #include <sqlite3.h>
@@ -10,14 +11,18 @@
 #include <algorithm>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace storage
 {
 namespace
 {
 
-// Point look-ups at most between the rows that a scan from either end reaches: about a second.
-constexpr int64_t maxGap = 1'000'000;
+// The file can hold no more rows than this many bytes each.
+constexpr int64_t leastRowBytes = 16;
+// Unreadable ranges in a table after which it is given up: a few seconds.
+constexpr int maxFailures = 400'000;
 
 constexpr QLatin1StringView recoveringSuffix("-recovering");
 constexpr QLatin1StringView copySuffix("-recovering-copy");
@@ -109,61 +114,73 @@ public:
         }
     }
 
-    qint64 carryRows()
+    /// Not in one transaction: SQLite refuses to write on after it met damage inside of one.
+    qint64 carryRows(const QString &damagedPath)
     {
+        m_database.exec("PRAGMA main.synchronous = OFF");
+        m_database.exec("PRAGMA main.journal_mode = MEMORY");
+        const int64_t beyond = QFileInfo(damagedPath).size() / leastRowBytes;
         qint64 count = 0;
-        SQLite::Transaction transaction(m_database);
         for (const Table &table : m_tables)
-            count += carryRows(table);
-        transaction.commit();
+            count += carryRows(table, 1, lastRow(table, beyond));
+        // This reaches the disk, and with it all that went before.
+        m_database.exec("PRAGMA main.synchronous = FULL");
+        m_database.exec("PRAGMA main.user_version = "
+                        + m_database.execAndGet("PRAGMA main.user_version").getString());
         return count;
     }
 
 private:
-    /// Row numbers in order: from the front as far as it goes, from the back as far as it goes, and
-    /// all numbers between, since healthy pages may lie there among damaged ones.
-    std::vector<int64_t> candidates(const Table &table)
+    /// A row number that no row is above, as far as can be told: where there is damage, both ends
+    /// of the table are asked, and rows are looked for beyond the last one that is reached.
+    int64_t lastRow(const Table &table, int64_t beyond)
     {
         const std::string from = "SELECT rowid FROM damaged." + table.name + " NOT INDEXED ";
-        std::vector<int64_t> front;
-        std::vector<int64_t> back;
-        const bool complete = untilDamage([&] {
+        int64_t last = 0;
+        const bool sound = untilDamage([&] {
             SQLite::Statement rows(m_database, from + "ORDER BY rowid");
             while (rows.executeStep())
-                front.push_back(rows.getColumn(0).getInt64());
+                last = std::max(last, rows.getColumn(0).getInt64());
         });
-        if (complete)
-            return front;
-        const int64_t last = front.empty() ? 0 : front.back();
+        if (sound)
+            return last;
+        last += beyond;
         untilDamage([&] {
-            SQLite::Statement rows(m_database, from + "ORDER BY rowid DESC");
-            while (rows.executeStep() && rows.getColumn(0).getInt64() > last)
-                back.push_back(rows.getColumn(0).getInt64());
+            SQLite::Statement row(m_database, from + "ORDER BY rowid DESC LIMIT 1");
+            if (row.executeStep())
+                last = std::max(last, row.getColumn(0).getInt64());
         });
-        int64_t end = last + maxGap;
-        if (!back.empty())
-            end = std::min(end, back.back());
-        for (int64_t rowid = last + 1; rowid < end; ++rowid)
-            front.push_back(rowid);
-        front.insert(front.end(), back.rbegin(), back.rend());
-        return front;
+        return last;
     }
 
-    qint64 carryRows(const Table &table)
+    /// Carries a range of row numbers over in one go; when it has damage inside, one half after the
+    /// other, down to the single rows that are lost.
+    qint64 carryRows(const Table &table, int64_t first, int64_t last)
     {
         // Where a damaged index let a key in twice, the later row is the one that was saved last.
         SQLite::Statement carry(m_database,
                                 "INSERT OR REPLACE INTO main." + table.name + " (" + table.columns
                                     + ") SELECT " + table.columns + " FROM damaged." + table.name
-                                    + " NOT INDEXED WHERE rowid = ?");
+                                    + " NOT INDEXED WHERE rowid BETWEEN ? AND ?");
         qint64 count = 0;
-        for (const int64_t rowid : candidates(table)) {
+        int failures = 0;
+        std::vector<std::pair<int64_t, int64_t>> ranges{{first, last}};
+        while (!ranges.empty() && failures < maxFailures) {
+            const auto [from, to] = ranges.back();
+            ranges.pop_back();
             try {
-                carry.bind(1, rowid);
+                carry.bind(1, from);
+                carry.bind(2, to);
                 count += carry.exec();
             } catch (const SQLite::Exception &e) {
                 if (!isDamage(e.getErrorCode()) && e.getErrorCode() != SQLITE_CONSTRAINT)
                     throw;
+                ++failures;
+                if (from < to) {
+                    const int64_t middle = from + (to - from) / 2;
+                    ranges.push_back({middle + 1, to});
+                    ranges.push_back({from, middle});
+                }
             }
             carry.tryReset();
         }
@@ -251,7 +268,7 @@ Recovery recoverDatabase(const QString &filePath, const SchemaSteps &steps)
             readable = carrier.attach(copyPath);
         }
         if (readable)
-            result.rows = carrier.carryRows();
+            result.rows = carrier.carryRows(filePath);
     } catch (...) {
         removeDatabase(copyPath);
         removeDatabase(freshPath);

@@ -1,0 +1,124 @@
+#pragma once
+
+#include "base/json.h"
+
+#include <QByteArray>
+#include <QObject>
+#include <QString>
+#include <QVariant>
+
+// One line a setting. These macros stand in the body of a settings model, which has
+//
+//     T read(const QString &key, const T &fallback) const;   // T: bool, int, qint64, QString,
+//     QByteArray bool setValue(const QString &key, const QVariant &value, bool needSave);   //
+//     true: it changed
+//
+// Each declares the property `name` with its getter, the signal `nameChanged`, and the invokable
+// setter `setName(value, needSave = true)`: it stores the value under `key` and emits the signal
+// when that changed something; with `needSave` false the value lives until the process ends.
+// `fallback` is what the getter gives where nothing is stored; it is evaluated at each read.
+//
+// moc looks through these macros. A key is a QStringLiteral: reading a setting allocates nothing.
+
+/// The signal carries the new value.
+#define SETTING(type, name, Name, key, fallback)                                                   \
+    SETTING_NAMED(type, name, Name, key, fallback, , value)
+
+/// As SETTING, for parameter names that QML code relies on: that of the signal, that of the setter.
+#define SETTING_NAMED(type, name, Name, key, fallback, changedParameter, parameter)                \
+    SETTING_GETTER(type, name, Name, key, fallback)                                                \
+    SETTING_SETTER(type, Name, key, parameter, name##Changed(parameter))                           \
+Q_SIGNALS:                                                                                         \
+    void name##Changed(type changedParameter);
+
+/// The signal carries nothing. `parameter` is the name of the setter's.
+#define SETTING_BARE(type, name, Name, key, fallback, parameter)                                   \
+    SETTING_GETTER(type, name, Name, key, fallback)                                                \
+    SETTING_SETTER(type, Name, key, parameter, name##Changed())                                    \
+Q_SIGNALS:                                                                                         \
+    void name##Changed();
+
+/// A size limit in bytes; the signal carries the old and the new one.
+#define SETTING_LIMIT(name, Name, key, fallback)                                                   \
+    SETTING_GETTER(int, name, Name, key, fallback)                                                 \
+    Q_INVOKABLE void set##Name(int limitSize, bool needSave = true)                                \
+    {                                                                                              \
+        const int oldSize = name();                                                                \
+        if (setValue(QStringLiteral(key), limitSize, needSave))                                    \
+            Q_EMIT name##Changed(oldSize, limitSize);                                              \
+    }                                                                                              \
+Q_SIGNALS:                                                                                         \
+    void name##Changed(int oldSize, int newSize);
+
+/// A map, stored as JSON; the signal carries the setter's argument.
+#define SETTING_MAP(name, Name, key)                                                               \
+    SETTING_MAP_GETTER(name, Name, key)                                                            \
+    SETTING_JSON_SETTER(QVariantMap, Name, key, mapToJson, name##Changed(value))                   \
+Q_SIGNALS:                                                                                         \
+    void name##Changed(QVariantMap);
+
+/// As SETTING_MAP; the signal carries nothing.
+#define SETTING_MAP_BARE(name, Name, key)                                                          \
+    SETTING_MAP_GETTER(name, Name, key)                                                            \
+    SETTING_JSON_SETTER(QVariantMap, Name, key, mapToJson, name##Changed())                        \
+Q_SIGNALS:                                                                                         \
+    void name##Changed();
+
+/// A list, stored as JSON, `fallback` is JSON text; the signal carries nothing.
+#define SETTING_LIST_BARE(name, Name, key, fallback)                                               \
+    SETTING_PROPERTY(QVariantList, name, Name)                                                     \
+    QVariantList name() const                                                                      \
+    {                                                                                              \
+        return jsonToList(read(QStringLiteral(key), QByteArrayLiteral(fallback)));                 \
+    }                                                                                              \
+    SETTING_JSON_SETTER(QVariantList, Name, key, listToJson, name##Changed())                      \
+Q_SIGNALS:                                                                                         \
+    void name##Changed();
+
+/// No property and no signal; the setter, whose parameter is named, always saves.
+#define SETTING_STORED(type, name, Name, key, fallback, parameter)                                 \
+    SETTING_READONLY(type, name, key, fallback)                                                    \
+    Q_INVOKABLE void set##Name(type parameter)                                                     \
+    {                                                                                              \
+        setValue(QStringLiteral(key), parameter, true);                                            \
+    }
+
+/// A getter alone, without a property.
+#define SETTING_READONLY(type, name, key, fallback)                                                \
+public:                                                                                            \
+    type name() const                                                                              \
+    {                                                                                              \
+        return read(QStringLiteral(key), type(fallback));                                          \
+    }
+
+// What the macros above are made of; also for settings that share all but one part with them.
+
+// "public:" first: moc takes a Q_PROPERTY that follows Q_SIGNALS for a signal.
+#define SETTING_PROPERTY(type, name, Name)                                                         \
+public:                                                                                            \
+    Q_PROPERTY(type name READ name WRITE set##Name NOTIFY name##Changed)
+
+#define SETTING_GETTER(type, name, Name, key, fallback)                                            \
+    SETTING_PROPERTY(type, name, Name)                                                             \
+    SETTING_READONLY(type, name, key, fallback)
+
+#define SETTING_MAP_GETTER(name, Name, key)                                                        \
+    SETTING_PROPERTY(QVariantMap, name, Name)                                                      \
+    QVariantMap name() const                                                                       \
+    {                                                                                              \
+        return jsonToMap(read(QStringLiteral(key), QByteArrayLiteral("{}")));                      \
+    }
+
+#define SETTING_SETTER(type, Name, key, parameter, change)                                         \
+    Q_INVOKABLE void set##Name(type parameter, bool needSave = true)                               \
+    {                                                                                              \
+        if (setValue(QStringLiteral(key), parameter, needSave))                                    \
+            Q_EMIT change;                                                                         \
+    }
+
+#define SETTING_JSON_SETTER(type, Name, key, toJson, change)                                       \
+    Q_INVOKABLE void set##Name(type value, bool needSave = true)                                   \
+    {                                                                                              \
+        if (setValue(QStringLiteral(key), toJson(value), needSave))                                \
+            Q_EMIT change;                                                                         \
+    }

@@ -1,0 +1,320 @@
+#include "account/threadmanager.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QPointer>
+#include <QSemaphore>
+#include <QTest>
+#include <QThread>
+#include <QThreadPool>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+// Where a test itself hands things over by Qt's events, whose locks the sanitizer does not see.
+#if defined(__SANITIZE_THREAD__)
+#    define SKIP_UNSEEN_BY_THREAD_SANITIZER QSKIP("uses queued calls of its own");
+#else
+#    define SKIP_UNSEEN_BY_THREAD_SANITIZER
+#endif
+
+namespace
+{
+
+ThreadManager *manager()
+{
+    return ThreadManager::getInstance();
+}
+
+/// Posts 0, 1, 2, ... and checks that they run once each and in this order, on whatever thread.
+class Sequence
+{
+public:
+    void post()
+    {
+        ThreadManager::invoke(
+            [this, number = m_posted++] {
+                if (number == m_run)
+                    ++m_run;
+                else
+                    m_inOrder = false;
+            },
+            true);
+    }
+    int posted() const { return m_posted; }
+    bool isComplete() const { return m_inOrder && m_run == m_posted; }
+
+private:
+    int m_posted = 0;
+    int m_run = 0;
+    bool m_inOrder = true;
+};
+
+/// A task that keeps its thread until let go.
+class Blocker
+{
+public:
+    void operator()()
+    {
+        m_entered.release();
+        m_leave.acquire();
+    }
+    void waitUntilEntered() { m_entered.acquire(); }
+    void letGo() { m_leave.release(); }
+
+private:
+    QSemaphore m_entered;
+    QSemaphore m_leave;
+};
+
+struct Application {
+    int argc = 1;
+    char name[5] = "test";
+    char *argv[2] = {name, nullptr};
+    QCoreApplication app{argc, argv};
+};
+
+} // namespace
+
+// Most of this runs without an application object, as a tool or a crash reporter would.
+class TestThreadManager : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void cleanup() { manager()->quitAll(); }
+
+    void withoutThreadsTasksRunOnTheCaller()
+    {
+        QVERIFY(!manager()->thread());
+        QVERIFY(!manager()->threadPool());
+        for (const bool async : {false, true}) {
+            Qt::HANDLE invoked = nullptr;
+            Qt::HANDLE run = nullptr;
+            ThreadManager::invoke([&] { invoked = QThread::currentThreadId(); }, async);
+            ThreadManager::run([&] { run = QThread::currentThreadId(); }, async);
+            QCOMPARE(invoked, QThread::currentThreadId());
+            QCOMPARE(run, QThread::currentThreadId());
+        }
+    }
+
+    void threadsAreNamedAndStartedOnce()
+    {
+        manager()->init();
+        QThread *thread = manager()->thread();
+        QThreadPool *pool = manager()->threadPool();
+        manager()->init();
+        QCOMPARE(manager()->thread(), thread);
+        QCOMPARE(manager()->threadPool(), pool);
+        QVERIFY(thread->isRunning());
+        QCOMPARE(thread->objectName(), QStringLiteral("save_thread"));
+        QCOMPARE(pool->objectName(), QStringLiteral("im_thread_pool"));
+        QCOMPARE(pool->maxThreadCount(), 8);
+
+        Qt::HANDLE invoked = nullptr;
+        ThreadManager::invoke([&] { invoked = QThread::currentThreadId(); }, false);
+        QCOMPARE(invoked, QThread::currentThreadId());
+
+        manager()->quitAll();
+        manager()->quitAll();
+        QVERIFY(!manager()->thread());
+        QVERIFY(!manager()->threadPool());
+    }
+
+    void quitAllRunsWhatWasPosted_data()
+    {
+        QTest::addColumn<bool>("withApplication");
+        QTest::addRow("with an application") << true;
+        QTest::addRow("without") << false;
+    }
+    void quitAllRunsWhatWasPosted()
+    {
+        QFETCH(const bool, withApplication);
+        // The application object goes before the threads do, as it does at the end of a main().
+        auto application = withApplication ? std::make_unique<Application>() : nullptr;
+        for (int start = 0; start < 2; ++start) {
+            manager()->init();
+            Blocker blocker;
+            Sequence sequence;
+            ThreadManager::invoke([&] { blocker(); }, true);
+            for (int i = 0; i < 20000; ++i)
+                sequence.post();
+            blocker.waitUntilEntered();
+            application.reset();
+            blocker.letGo();
+            manager()->quitAll();
+            QCOMPARE(sequence.posted(), 20000);
+            QVERIFY(sequence.isComplete());
+        }
+    }
+
+    void aTaskMayPostAndQuit()
+    {
+        manager()->init();
+        std::vector<int> order;
+        std::atomic<bool> late = false;
+        std::thread poster;
+        ThreadManager::invoke(
+            [&] {
+                order.push_back(1);
+                // On the save thread itself: at once, not behind what waits.
+                ThreadManager::invoke([&] { order.push_back(2); }, true);
+                order.push_back(3);
+                // While quitAll() waits: still before it returns.
+                poster = std::thread([&] { ThreadManager::invoke([&] { late = true; }, true); });
+                poster.join();
+            },
+            true);
+        manager()->quitAll();
+        QCOMPARE(order, (std::vector<int>{1, 2, 3}));
+        QVERIFY(late);
+    }
+
+    void nothingIsLostBetweenInvokeAndQuit()
+    {
+        constexpr int posters = 4;
+        std::vector<Sequence> sequences(posters);
+        std::atomic<bool> stop = false;
+        std::vector<std::thread> threads;
+        for (Sequence &sequence : sequences) {
+            threads.emplace_back([&sequence, &stop] {
+                while (!stop) {
+                    for (int i = 0; i < 50; ++i)
+                        sequence.post();
+                    std::this_thread::yield();
+                }
+            });
+        }
+        for (int i = 0; i < 200; ++i) {
+            manager()->init();
+            manager()->quitAll();
+        }
+        stop = true;
+        for (std::thread &thread : threads)
+            thread.join();
+        for (const Sequence &sequence : sequences) {
+            QVERIFY(sequence.posted() > 0);
+            QVERIFY(sequence.isComplete());
+        }
+    }
+
+    void objectsLiveOnTheSaveThread()
+    {
+        SKIP_UNSEEN_BY_THREAD_SANITIZER
+        const Application application;
+        manager()->init();
+        QPointer<QObject> object = new QObject;
+        QObject *raw = object;
+        object->moveToThread(manager()->thread());
+        QSemaphore called;
+        QMetaObject::invokeMethod(raw, [&] { called.release(); });
+        QVERIFY(called.tryAcquire(1, 10000));
+        QSemaphore destroyed;
+        connect(
+            raw, &QObject::destroyed, raw, [&] { destroyed.release(); }, Qt::DirectConnection);
+        raw->deleteLater();
+        QVERIFY(destroyed.tryAcquire(1, 10000));
+    }
+
+    void quittingServesTheEventsThatATaskWaitsFor()
+    {
+        SKIP_UNSEEN_BY_THREAD_SANITIZER
+        const Application application;
+        QObject here;
+        manager()->init();
+        bool saved = false;
+        QSemaphore pooled;
+        const auto ask = [&](auto &&answer) {
+            QMetaObject::invokeMethod(&here, answer, Qt::BlockingQueuedConnection);
+        };
+        ThreadManager::run([&] { ask([&] { pooled.release(); }); }, true);
+        ThreadManager::invoke([&] { ask([&] { saved = true; }); }, true);
+        while (manager()->threadPool()->activeThreadCount() == 0)
+            QThread::yieldCurrentThread();
+        manager()->quitAll();
+        QVERIFY(saved);
+        QVERIFY(pooled.tryAcquire());
+    }
+
+    void thePoolRunsEightAtATimeAndDropsWhatWaits()
+    {
+        manager()->init();
+        QSemaphore entered;
+        QSemaphore leave;
+        std::atomic<int> run = 0;
+        for (int i = 0; i < 20; ++i) {
+            ThreadManager::run(
+                [&] {
+                    entered.release();
+                    leave.acquire();
+                    ++run;
+                },
+                true);
+        }
+        entered.acquire(8);
+        QVERIFY(!entered.tryAcquire(1, 100));
+        std::thread later([&] {
+            QThread::msleep(100);
+            leave.release(20);
+        });
+        manager()->quitAll();
+        later.join();
+        QCOMPARE(run.load(), 8);
+    }
+
+    void aHungTaskDoesNotKeepTheProcess_data()
+    {
+        QTest::addColumn<bool>("terminable");
+        QTest::addRow("in a system call") << true;
+        QTest::addRow("where no thread can be killed") << false;
+    }
+    void aHungTaskDoesNotKeepTheProcess()
+    {
+        QFETCH(const bool, terminable);
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+        QSKIP("sanitizers object to threads that are killed or given up");
+#endif
+        manager()->init();
+        std::atomic<bool> behind = false;
+        Blocker blocker;
+        QSemaphore left;
+        ThreadManager::invoke(
+            [&] {
+                if (terminable) {
+                    QThread::sleep(60);
+                } else {
+                    blocker();
+                    left.release();
+                }
+            },
+            true);
+        ThreadManager::invoke([&] { behind = true; }, true);
+        if (!terminable)
+            blocker.waitUntilEntered();
+        QElapsedTimer timer;
+        timer.start();
+        QTest::ignoreMessage(QtWarningMsg,
+                             "The save thread hangs and is terminated; tasks lost: 2");
+        manager()->quitAll();
+        QVERIFY(timer.elapsed() >= 1900);
+        QVERIFY(timer.elapsed() < 15000);
+        QVERIFY(!manager()->thread());
+
+        // A new thread does the work, whatever becomes of the old one.
+        manager()->init();
+        Sequence sequence;
+        for (int i = 0; i < 1000; ++i) {
+            if (i == 500 && !terminable) {
+                blocker.letGo();
+                left.acquire();
+            }
+            sequence.post();
+        }
+        manager()->quitAll();
+        QVERIFY(sequence.isComplete());
+        QVERIFY(!behind);
+    }
+};
+
+QTEST_APPLESS_MAIN(TestThreadManager)
+#include "tst_threadmanager.moc"
