@@ -7,6 +7,7 @@
 #include <QLoggingCategory>
 #include <QMutex>
 #include <QSet>
+#include <QThread>
 
 #include <algorithm>
 #include <utility>
@@ -16,6 +17,10 @@ namespace
 {
 
 Q_LOGGING_CATEGORY(lcWriter, "im.settingmodel.writer")
+
+// What changes at all often changes again at once: a window is resized, a page of options applied. The
+// save thread waits this long for it, so that neither it nor the disk works on each change alone.
+constexpr int gatherMs = 1;
 
 // A write that hangs must not take the closing application with it.
 constexpr int flushMs = 5000;
@@ -112,7 +117,13 @@ public:
             if (std::exchange(m_posted, true))
                 return;
         }
-        ThreadManager::invoke([state = shared_from_this()] { state->run(); }, true);
+        ThreadManager::invoke(
+            [state = shared_from_this(), caller = QThread::currentThreadId()] {
+                if (QThread::currentThreadId() != caller)
+                    QThread::msleep(gatherMs);
+                state->run();
+            },
+            true);
     }
 
     bool flush(bool close)
