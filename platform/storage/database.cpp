@@ -205,7 +205,6 @@ bool Database::run(const char *what, bool transaction, const Work &work)
             lock.lock();
         if (!m_open)
             return QStringLiteral("it is closed");
-        path = m_filePath;
         // A statement that is not reset keeps its read transaction, and what is bound to it.
         const auto reset = qScopeGuard([this] {
             for (auto &[sql, statement] : m_connection->statements) {
@@ -224,6 +223,7 @@ bool Database::run(const char *what, bool transaction, const Work &work)
             guard.commit();
             return QString();
         } catch (...) {
+            path = m_filePath;
             return currentReason();
         }
     }();

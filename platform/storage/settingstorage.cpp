@@ -25,7 +25,6 @@ QList<SettingInfo> SettingStorage::allInfos() const
     QStringList unreadable;
     QString path;
     const bool complete = m_database->read("read the setting rows of", [&] {
-        path = m_database->filePath();
         SQLite::Statement &rows =
             m_database->statement("SELECT key, type, value, remark FROM settings ORDER BY rowid");
         while (rows.executeStep()) {
@@ -37,8 +36,10 @@ QList<SettingInfo> SettingStorage::allInfos() const
             else
                 unreadable.append(std::move(key));
         }
+        if (!unreadable.isEmpty())
+            path = m_database->filePath();
     });
-    if (!unreadable.isEmpty()) {
+    if (complete && !unreadable.isEmpty()) {
         Database::log(QStringLiteral("%1 setting rows of %2 left out, their values cannot be read; "
                                      "the first is \"%3\"")
                           .arg(unreadable.size())
