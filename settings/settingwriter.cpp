@@ -152,6 +152,12 @@ SettingWriter::~SettingWriter()
 
 void SettingWriter::save(storage::SettingInfo info)
 {
+    // It would fail every transaction that it is in, and with it all other settings.
+    if (!storage::SettingStorage::isStorable(info.value)) {
+        logError(QStringLiteral("A setting of type %1 cannot be stored: %2")
+                     .arg(QLatin1StringView(info.value.typeName()), info.key.left(64)));
+        return;
+    }
     d->add([&](Pending &pending) {
         const QString key = info.key;
         pending.rows.insert(key, std::move(info));

@@ -47,7 +47,7 @@ public:
     /// commit or is rolled back by whoever opens the file next; what was committed is in the file
     /// or its write-ahead log. open() afterwards is allowed and starts anew.
     void closeInCrash();
-    /// The path that was opened last.
+    /// The path that was opened last; inside `work`, or on the thread that opens.
     QString filePath() const { return m_filePath; }
 
     using Work = std::function<void()>;
@@ -59,6 +59,9 @@ public:
     /// Only inside `work`: the statement, compiled once for as long as the database is open, with
     /// nothing bound. `sql` is a literal.
     SQLite::Statement &statement(const char *sql);
+
+    /// One line to the Qt log ("modelbase.storage") and to ImLog. Not inside `work`.
+    static void log(const QString &text);
 
 private:
     Q_DISABLE_COPY_MOVE(Database)

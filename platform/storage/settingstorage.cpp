@@ -1,21 +1,12 @@
 #include "storage/settingstorage.h"
 
-#include "imlog/imlog.h"
 #include "storage/database_p.h"
 #include "storage/valuecodec_p.h"
-
-#include <QLoggingCategory>
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
 namespace storage
 {
-namespace
-{
-
-Q_LOGGING_CATEGORY(lcStorage, "modelbase.storage")
-
-} // namespace
 
 SettingStorage::SettingStorage(std::shared_ptr<Database> database) : m_database(std::move(database))
 {
@@ -23,10 +14,16 @@ SettingStorage::SettingStorage(std::shared_ptr<Database> database) : m_database(
 
 SettingStorage::~SettingStorage() = default;
 
+bool SettingStorage::isStorable(const QVariant &value)
+{
+    return codec::isStorable(value);
+}
+
 QList<SettingInfo> SettingStorage::allInfos() const
 {
     QList<SettingInfo> infos;
     QStringList unreadable;
+    QString path;
     const bool complete = m_database->read("read the setting rows of", [&] {
         SQLite::Statement &rows =
             m_database->statement("SELECT key, type, value, remark FROM settings ORDER BY rowid");
@@ -39,14 +36,14 @@ QList<SettingInfo> SettingStorage::allInfos() const
             else
                 unreadable.append(std::move(key));
         }
+        if (!unreadable.isEmpty())
+            path = m_database->filePath();
     });
-    if (!unreadable.isEmpty()) {
-        const QString line = QStringLiteral("storage: %1 setting rows of %2 left out, their values "
-                                            "cannot be read; the first is %3")
-                                 .arg(unreadable.size())
-                                 .arg(m_database->filePath(), unreadable.constFirst().left(64));
-        qCWarning(lcStorage).noquote() << line;
-        ImLog::error(line);
+    if (complete && !unreadable.isEmpty()) {
+        Database::log(QStringLiteral("%1 setting rows of %2 left out, their values cannot be read; "
+                                     "the first is \"%3\"")
+                          .arg(unreadable.size())
+                          .arg(path, unreadable.constFirst().left(64)));
     }
     return complete ? infos : QList<SettingInfo>();
 }

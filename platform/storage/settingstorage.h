@@ -40,6 +40,10 @@ public:
     explicit SettingStorage(std::shared_ptr<Database> database);
     ~SettingStorage();
 
+    /// False for values that no row can hold: of a type that QDataStream does not know (pointers,
+    /// functions, most application types), or nested too deeply.
+    static bool isStorable(const QVariant &value);
+
     QList<SettingInfo> allInfos() const;
     bool save(const SettingInfo &info);
     bool remove(const QString &key);
