@@ -31,6 +31,16 @@ void logError(const QString &text)
     ImLog::error(text);
 }
 
+/// What is not storable would fail every transaction that it is in, and with it all other settings.
+bool isStorable(const storage::SettingInfo &info)
+{
+    if (storage::SettingStorage::isStorable(info.value))
+        return true;
+    logError(QStringLiteral("A setting of type %1 cannot be stored: %2")
+                 .arg(QLatin1StringView(info.value.typeName()), info.key.left(64)));
+    return false;
+}
+
 /// One row that is to change.
 struct Change {
     storage::SettingInfo info;
@@ -202,13 +212,17 @@ SettingWriter::~SettingWriter()
 
 void SettingWriter::save(storage::SettingInfo info)
 {
-    // It would fail every transaction that it is in, and with it all other settings.
-    if (!storage::SettingStorage::isStorable(info.value)) {
-        logError(QStringLiteral("A setting of type %1 cannot be stored: %2")
-                     .arg(QLatin1StringView(info.value.typeName()), info.key.left(64)));
-        return;
-    }
-    d->add([&](Pending &pending) { pending.append({std::move(info)}); });
+    if (isStorable(info))
+        d->add([&](Pending &pending) { pending.append({std::move(info)}); });
+}
+
+void SettingWriter::save(QList<storage::SettingInfo> infos)
+{
+    infos.removeIf([](const storage::SettingInfo &info) { return !isStorable(info); });
+    d->add([&](Pending &pending) {
+        for (storage::SettingInfo &info : infos)
+            pending.append({std::move(info)});
+    });
 }
 
 void SettingWriter::remove(const QString &key)

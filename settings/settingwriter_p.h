@@ -30,6 +30,8 @@ public:
     ~SettingWriter();
 
     void save(storage::SettingInfo info);
+    /// Rows that go into one transaction.
+    void save(QList<storage::SettingInfo> infos);
     void remove(const QString &key);
     /// Wipes the store down to `kept`, in one step that cannot be torn.
     void removeAll(const QList<storage::SettingInfo> &kept = {});
