@@ -130,8 +130,9 @@ QStringList FolderMove::files(bool logLinks) const
     if (leadsThroughLink(m_sourceRoot, m_source)) {
         links = 1;
     } else {
-        QDirIterator entry(m_source, QDir::Files | QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot,
-                           QDirIterator::Subdirectories);
+        QDirIterator entry(
+            m_source, QDir::Files | QDir::Dirs | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+            QDirIterator::Subdirectories);
         while (entry.hasNext()) {
             entry.next();
             if (isLink(entry.fileInfo()))
@@ -235,7 +236,8 @@ std::optional<FolderMove::Result> FolderMove::copyContent(const QString &from, c
     if (!same && !m_advance(0))
         return Cancelled;
     // What the target's file system does not have stays as it is there.
-    out.setPermissions(in.permissions());
+    // (The user's permissions are what the others come to, not one of their own.)
+    out.setPermissions(in.permissions() & ~(QFile::ReadUser | QFile::WriteUser | QFile::ExeUser));
     out.setFileTime(in.fileTime(QFile::FileBirthTime), QFile::FileBirthTime);
     out.close();
     std::error_code ignored;
