@@ -182,7 +182,10 @@ void AccountSettingModel::upgradeSetting(const ValueCache &rows)
             settings->setAutoDownloadMedia(true, true);
         }
     }
-    // Only now: the save thread is not to remove a row here before its value is on disk there.
+    // The rows go once their values are on disk in the other store; until then, the next start finds
+    // them again.
+    if (!settings->flush())
+        return;
     for (const QString &key : moved)
         removeKey(key);
 }

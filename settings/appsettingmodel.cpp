@@ -239,6 +239,19 @@ void AppSettingModel::saveToConfig(QString key, QVariant value, QString remark, 
         m_writer->save({std::move(key), std::move(value), std::move(remark)});
 }
 
+void AppSettingModel::saveToConfig(const QVariantMap &rows)
+{
+    QList<storage::SettingInfo> infos;
+    for (auto row = rows.cbegin(); row != rows.cend(); ++row)
+        infos.append({row.key(), row.value(), {}});
+    m_writer->save(infos);
+}
+
+bool AppSettingModel::flush()
+{
+    return m_writer->flush();
+}
+
 void AppSettingModel::reset()
 {
     QVariant keptVersion;

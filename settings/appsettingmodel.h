@@ -181,6 +181,11 @@ public:
     /// Writes one row to the store in the background, bypassing the cache, when `needSave`.
     void saveToConfig(QString key, QVariant value, bool needSave);
     void saveToConfig(QString key, QVariant value, QString remark, bool needSave);
+    /// Writes several rows likewise, in one step: after a kill either all of them are found or none.
+    void saveToConfig(const QVariantMap &rows);
+    /// Returns when all changes so far are in the store. False when it cannot be written to: the
+    /// changes are kept, and tried again later. From any thread.
+    bool flush();
 
     /// Wipes all settings but "database_version" and "server_config", in one step as far as the
     /// store is concerned, and announces the defaults; what is not announced one by one is to be

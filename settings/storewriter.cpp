@@ -274,6 +274,18 @@ void StoreWriter<Storage, Info>::save(Info info)
 }
 
 template <typename Storage, typename Info>
+void StoreWriter<Storage, Info>::save(QList<Info> infos)
+{
+    infos.removeIf([](const Info &info) { return !accepts(info.key, info.value); });
+    const bool first = d->add([&](Pending<Info> &pending) {
+        for (Info &info : infos)
+            pending.append({std::move(info)});
+    });
+    if (first)
+        write();
+}
+
+template <typename Storage, typename Info>
 void StoreWriter<Storage, Info>::remove(const QString &key)
 {
     if (putRemoval(key))

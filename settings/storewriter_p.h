@@ -48,6 +48,8 @@ public:
 
     /// All of these.
     void save(Info info);
+    /// Rows that go into one transaction.
+    void save(QList<Info> infos);
     void remove(const QString &key);
     /// Wipes the store down to `kept`, in one step that cannot be torn.
     void removeAll(const QList<Info> &kept = {});
