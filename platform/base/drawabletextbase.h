@@ -12,7 +12,7 @@ class BASE_EXPORT DrawableTextBase
 {
 public:
     struct Measured {
-        QSizeF size;         ///< pixels
+        QSizeF size{0, 0};   ///< pixels
         int lineCount = 0;   ///< lines that are shown; 0 for an empty text
         bool elided = false; ///< lines were left out because of `maxRowCount`
     };
