@@ -27,8 +27,7 @@ public:
     /// @param maxRowCount a text of more lines is elided to this many; 0 or less: never
     /// @param lineSpacing pixels added between two lines
     /// @param rowLimit    lines that are laid out at most, whatever the text; 0 or less: all.
-    /// Unlike
-    ///                    maxRowCount this leaves no "elided" behind: nobody can expand it.
+    ///                    Nothing is "elided" then, since nobody can expand it.
     /// @param wordWrap    break at word boundaries (and inside words that are wider than a line);
     ///                    false breaks at line feeds only
     /// @param plainText   false when the text is shown as emoji only: entity formats are not
