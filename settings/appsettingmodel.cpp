@@ -175,6 +175,12 @@ void AppSettingModel::loadGlobalData()
     Q_EMIT showImHotkeyChanged(showImHotkey());
 }
 
+std::size_t AppSettingModel::KeyHash::operator()(const QString &key) const
+{
+    const QStringView text = key;
+    return std::hash<std::u16string_view>()({text.utf16(), std::size_t(text.size())});
+}
+
 template <typename T>
 T AppSettingModel::readAs(const QString &key, const T &fallback) const
 {
@@ -236,8 +242,13 @@ bool AppSettingModel::setValue(const QString &key, const QVariant &value, bool n
     const bool bracketed = isBracketed(key);
     if (bracketed)
         Q_EMIT beginConfig(key, found == m_cache.end() ? QVariant() : found->second);
-    m_cache.insert_or_assign(key, value);
-    saveToConfig(key, value, needSave);
+    // A slot on that signal may have changed the cache itself.
+    if (bracketed || found == m_cache.end())
+        m_cache.insert_or_assign(key, value);
+    else
+        found->second = value;
+    if (needSave)
+        m_writer->save({key, value, {}});
     if (bracketed)
         Q_EMIT endConfig(key, value);
     return true;

@@ -298,8 +298,12 @@ private:
 
     // Recursive, so that a slot on the signals that are emitted under it can read the settings.
     mutable std::recursive_mutex m_mutex;
+    struct KeyHash {
+        // Not noexcept: so the standard library keeps the hash with the key.
+        std::size_t operator()(const QString &key) const;
+    };
     // Its nodes stay where they are when others are added, as references are handed out.
-    std::unordered_map<QString, QVariant> m_cache;
+    std::unordered_map<QString, QVariant, KeyHash> m_cache;
     storage::GlobalStorageProvider *const m_storage;
     std::unique_ptr<SettingWriter> m_writer;
     std::atomic<int> m_lineHeight = 0;

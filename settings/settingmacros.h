@@ -9,9 +9,10 @@
 
 // One line a setting. These macros stand in the body of a settings model, which has
 //
-//     T read(const QString &key, const T &fallback) const;   // T: bool, int, qint64, QString,
-//     QByteArray bool setValue(const QString &key, const QVariant &value, bool needSave);   //
-//     true: it changed
+//     // T: bool, int, qint64, QString, QByteArray
+//     T read(const QString &key, const T &fallback) const;
+//     // true: it changed
+//     bool setValue(const QString &key, const QVariant &value, bool needSave);
 //
 // Each declares the property `name` with its getter, the signal `nameChanged`, and the invokable
 // setter `setName(value, needSave = true)`: it stores the value under `key` and emits the signal

@@ -4,17 +4,23 @@
 #include "imlog/imlog.h"
 #include "storage/settingstorage.h"
 
-#include <QHash>
 #include <QLoggingCategory>
 #include <QMutex>
+#include <QSet>
+#include <QThread>
 
-#include <mutex>
-#include <optional>
+#include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace
 {
 
 Q_LOGGING_CATEGORY(lcWriter, "im.settingmodel.writer")
+
+// What changes at all often changes again at once: a window is resized, a page of options applied. The
+// save thread waits this long for it, so that neither it nor the disk works on each change alone.
+constexpr int gatherMs = 1;
 
 // A write that hangs must not take the closing application with it.
 constexpr int flushMs = 5000;
@@ -25,35 +31,72 @@ void logError(const QString &text)
     ImLog::error(text);
 }
 
-/// Changes as they are to be seen by the store, whatever order they came in.
+/// One row that is to change.
+struct Change {
+    storage::SettingInfo info;
+    bool removed = false; // only the key counts then
+};
+
+/// Changes in the order in which they came. Who makes one only appends; that of equal keys the last
+/// one counts is seen to by the thread that writes.
 struct Pending {
     bool wipe = false; // before anything else every row is removed
-    QHash<QString, std::optional<storage::SettingInfo>> rows; // nothing: the row is removed
+    std::vector<Change> changes;
+    std::size_t compactAt = 4096; // so that nothing grows for ever where nothing can be written
 
-    bool isEmpty() const { return !wipe && rows.isEmpty(); }
+    bool isEmpty() const { return !wipe && changes.empty(); }
 
-    /// Puts changes that are older than these underneath them.
-    void mergeOlder(Pending &&older)
+    void append(Change &&change)
+    {
+        // A slider that is dragged changes one setting many times.
+        if (!changes.empty() && changes.back().info.key == change.info.key) {
+            changes.back() = std::move(change);
+            return;
+        }
+        changes.push_back(std::move(change));
+        if (changes.size() >= compactAt) {
+            compact();
+            compactAt = std::max(compactAt, 2 * changes.size());
+        }
+    }
+
+    /// Leaves one change for a key, the last.
+    void compact()
+    {
+        QSet<QString> seen;
+        seen.reserve(qsizetype(changes.size()));
+        const auto superseded = [&](const Change &change) {
+            const qsizetype before = seen.size();
+            seen.insert(change.info.key);
+            return seen.size() == before;
+        };
+        const auto kept = std::remove_if(changes.rbegin(), changes.rend(), superseded);
+        changes.erase(changes.begin(), kept.base());
+    }
+
+    /// Puts changes that are older than these before them.
+    void prepend(Pending &&older)
     {
         if (wipe)
             return;
         wipe = older.wipe;
-        older.rows.insert(rows);
-        rows = std::move(older.rows);
+        std::move(changes.begin(), changes.end(), std::back_inserter(older.changes));
+        changes = std::move(older.changes);
+        compact();
     }
 
     storage::SettingChanges toChanges() const
     {
-        storage::SettingChanges changes;
-        changes.removeAll = wipe;
-        changes.saved.reserve(rows.size());
-        for (auto row = rows.cbegin(); row != rows.cend(); ++row) {
-            if (row.value())
-                changes.saved.append(*row.value());
+        storage::SettingChanges result;
+        result.removeAll = wipe;
+        result.saved.reserve(qsizetype(changes.size()));
+        for (const Change &change : changes) {
+            if (change.removed)
+                result.removed.append(change.info.key);
             else
-                changes.removed.append(row.key());
+                result.saved.append(change.info);
         }
-        return changes;
+        return result;
     }
 };
 
@@ -69,12 +112,18 @@ public:
     void add(Change change)
     {
         {
-            const std::lock_guard lock(m_mutex);
+            const QMutexLocker lock(&m_mutex);
             change(m_pending);
             if (std::exchange(m_posted, true))
                 return;
         }
-        ThreadManager::invoke([state = shared_from_this()] { state->run(); }, true);
+        ThreadManager::invoke(
+            [state = shared_from_this(), caller = QThread::currentThreadId()] {
+                if (QThread::currentThreadId() != caller)
+                    QThread::msleep(gatherMs);
+                state->run();
+            },
+            true);
     }
 
     bool flush(bool close)
@@ -95,8 +144,8 @@ public:
 
     qsizetype pendingCount()
     {
-        const std::lock_guard lock(m_mutex);
-        return m_pending.rows.size() + m_pending.wipe;
+        const QMutexLocker lock(&m_mutex);
+        return qsizetype(m_pending.changes.size()) + m_pending.wipe;
     }
 
 private:
@@ -112,20 +161,21 @@ private:
     {
         Pending taken;
         {
-            const std::lock_guard lock(m_mutex);
+            const QMutexLocker lock(&m_mutex);
             taken = std::exchange(m_pending, {});
             m_posted = false;
         }
         if (taken.isEmpty())
             return true;
+        taken.compact();
         if (m_storage->apply(taken.toChanges())) {
             m_failing = false;
             return true;
         }
         if (!std::exchange(m_failing, true))
             logError(QStringLiteral("Settings cannot be stored now; they are tried again later"));
-        const std::lock_guard lock(m_mutex);
-        m_pending.mergeOlder(std::move(taken));
+        const QMutexLocker lock(&m_mutex);
+        m_pending.prepend(std::move(taken));
         return false;
     }
 
@@ -134,7 +184,7 @@ private:
     storage::SettingStorage *m_storage; // null once closed
     bool m_failing = false;             // the last transaction failed, which has been logged
 
-    std::mutex m_mutex; // guards what follows; held for moments only
+    QMutex m_mutex; // guards what follows; held for moments only
     Pending m_pending;
     bool m_posted = false; // a task that has not begun will take the pending set
 };
@@ -158,23 +208,21 @@ void SettingWriter::save(storage::SettingInfo info)
                      .arg(QLatin1StringView(info.value.typeName()), info.key.left(64)));
         return;
     }
-    d->add([&](Pending &pending) {
-        const QString key = info.key;
-        pending.rows.insert(key, std::move(info));
-    });
+    d->add([&](Pending &pending) { pending.append({std::move(info)}); });
 }
 
 void SettingWriter::remove(const QString &key)
 {
-    d->add([&](Pending &pending) { pending.rows.insert(key, std::nullopt); });
+    d->add([&](Pending &pending) { pending.append({{key, {}, {}}, true}); });
 }
 
 void SettingWriter::removeAll(const QList<storage::SettingInfo> &kept)
 {
     d->add([&](Pending &pending) {
-        pending = {.wipe = true, .rows = {}};
+        pending = {};
+        pending.wipe = true;
         for (const storage::SettingInfo &info : kept)
-            pending.rows.insert(info.key, info);
+            pending.append({info});
     });
 }
 

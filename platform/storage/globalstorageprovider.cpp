@@ -56,8 +56,15 @@ QString GlobalStorageProvider::filePath() const
 {
     if (m_database->isOpen())
         return m_database->filePath();
-    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
-        + QStringLiteral("/global.db");
+    const QString directory = m_directory.isEmpty()
+        ? QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
+        : m_directory;
+    return directory + QStringLiteral("/global.db");
+}
+
+void GlobalStorageProvider::setDirectory(const QString &directory)
+{
+    m_directory = directory;
 }
 
 SettingStorage *GlobalStorageProvider::settingStorage() const

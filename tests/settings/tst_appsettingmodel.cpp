@@ -75,7 +75,7 @@ const std::vector<Setting> &settings()
         {"screenCapture", "screencapture", "QString", u"1,1,1,1,1,1,0,0,0,0,6,0"_s},
         {"upgradeInfo", "upgrade", "QVariantMap", QVariantMap()},
         {"accountIds", "accounts", "QVariantList", QVariantList()},
-        {"currentAccountId", "current_account", "qint64", 0},
+        {"currentAccountId", "current_account", "qlonglong", 0},
         {"unlockWithTouchID", "unlockWithTouchID", "bool", false},
         {"appearenceFollowSystemTheme", "appearence_follow_system_theme", "bool", false},
         {"themeColorFollowSystem", "theme_color_follow_system", "bool", false},
@@ -94,7 +94,7 @@ const std::vector<Setting> &settings()
         {"spellChecker", "spell_checker", "bool", true},
         {"openFilePath", "open_file_path", "QString", AppDirManager::instance()->documentDir()},
         {"handleMarkDown", "handle_markdown", "bool", false},
-        {"lastUploadLogTime", "last_upload_log_time", "qint64", 0},
+        {"lastUploadLogTime", "last_upload_log_time", "qlonglong", 0},
         {"appIcon", "app_icon", "QString", u"logo_im_light"_s},
         {"largeEmoji", "large_emoji", "bool", true},
         {"imageEditTool", "image_edit_tool", "QVariantMap", QVariantMap()},
@@ -112,7 +112,7 @@ const std::vector<Setting> &settings()
         {"autoDownloadFilePrivateChats", "auto_download_file_private_chats", "bool", false},
         {"autoDownloadFileGroupChats", "auto_download_file_group_chats", "bool", false},
         {"autoDownloadFileLimit", "auto_download_file_limit", "int", 10 << 20, Carries::OldAndNew},
-        {"localCacheMaxSize", "local_cache_max_size", "qint64", -1},
+        {"localCacheMaxSize", "local_cache_max_size", "qlonglong", -1},
         {"reduceAnimation", "reduce_animation", "bool", false},
         {"consoleOptions", "console_options", "QString", {}},
         {"isFirstSendReceipt", "first_send_receipt", "bool", true},
@@ -153,7 +153,7 @@ QVariant otherValue(const Setting &setting)
         return !setting.fallback.toBool();
     if (type == "int")
         return setting.fallback.toInt() + 21;
-    if (type == "qint64")
+    if (type == "qlonglong")
         return qint64(1) << 53;
     if (type == "QString")
         return u"[\"Grüße\", \"\U0001F600\"]"_s;
@@ -296,8 +296,7 @@ private Q_SLOTS:
         if (setting.carries != Carries::Value)
             arguments = setting.carries == Carries::Nothing ? "" : "int,int";
         QCOMPARE(property.notifySignal().methodSignature(),
-                 QMetaObject::normalizedSignature(setting.name + QByteArray("Changed(") + arguments
-                                                  + ')'));
+                 setting.name + QByteArray("Changed(") + arguments + ')');
 
         const QVariant value = otherValue(setting);
         QSignalSpy changed(model(), property.notifySignal());
