@@ -1,0 +1,54 @@
+#pragma once
+
+#include "storage/storage_export.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+#include <memory>
+#include <optional>
+
+namespace storage
+{
+
+class Database;
+
+/// One key row. What `value` is, sealed key material above all, is its writer's business.
+struct KeyInfo {
+    QString kind; ///< "secure", "user", "chat", ...
+    QString id;   ///< within the kind: a key id, an address, a dialog id
+    int version = 0;
+    QByteArray value;
+};
+
+/// The key rows of one account's database: one value by kind, id and version.
+///
+/// Thread: any. Calls return true only when the change is durable; while the database is closed, and
+/// when the disk refuses, they return false (reads nothing), log one line and change nothing.
+class STORAGE_EXPORT KeyStorage
+{
+public:
+    explicit KeyStorage(std::shared_ptr<Database> database);
+    ~KeyStorage();
+
+    std::optional<QByteArray> value(const QString &kind, const QString &id, int version) const;
+    bool contains(const QString &kind, const QString &id, int version) const;
+    /// Rows of one id with fromVersion <= version <= toVersion, ascending.
+    QList<KeyInfo> infos(const QString &kind, const QString &id, int fromVersion,
+                         int toVersion) const;
+    /// Every row; nothing, and not an empty list, when they cannot be read.
+    std::optional<QList<KeyInfo>> allInfos() const;
+    bool save(const KeyInfo &info);
+    /// Writes only where no row is yet; true when a row is there afterwards. For keys that two
+    /// threads may want to make at once.
+    bool saveIfAbsent(const KeyInfo &info);
+    bool remove(const QString &kind, const QString &id, int version);
+    bool removeAll();
+
+private:
+    Q_DISABLE_COPY_MOVE(KeyStorage)
+    const std::shared_ptr<Database> m_database;
+};
+
+} // namespace storage
