@@ -29,7 +29,8 @@ private Q_SLOTS:
             u"1 text 2 image 3 audio 4 music 5 video 6 file 7 sticker 8 card 9 location "
             "10 system 11 call 12 meeting 13 poll 14 lottery 15 combined 500 folder 501 mediagroup "
             "502 filegroup 2008 invalidlottery 2009 invalidpoll "_s);
-        QCOMPARE(ModelBaseUtil::messageTypeStrToInt(u"Text"_s), 0);
+        for (const QString &none : {u"Text"_s, QString()})
+            QCOMPARE(ModelBaseUtil::messageTypeStrToInt(none), 0);
 
         // Every kind of body that the protocol has is a type with a name.
         const auto *body = im::content::Content::descriptor()->oneof_decl(0);

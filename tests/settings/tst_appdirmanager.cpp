@@ -2,6 +2,7 @@
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
 
+#include <QStandardPaths>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -14,7 +15,10 @@ private Q_SLOTS:
     {
         AppDirManager *dirs = AppDirManager::instance();
         const QString separator = Util::separator();
-        QVERIFY(dirs->tempDir().endsWith(separator) && !dirs->documentDir().endsWith(separator));
+        QCOMPARE(dirs->tempDir(),
+                 QStandardPaths::writableLocation(QStandardPaths::TempLocation) + separator);
+        QCOMPARE(dirs->documentDir(),
+                 QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
         QCOMPARE(dirs->defaultCacheDataDir(), Util::defaultCacheDataDir());
         QVERIFY(dirs->stickerDir().startsWith(dirs->defaultCacheDataDir()));
         QVERIFY(dirs->stickerDir().endsWith(separator + u"sticker"_s + separator));
