@@ -49,6 +49,9 @@ public:
     /// followed. True when it is gone afterwards or was never there; false, with a log line, for a
     /// file, a root directory, or when something inside cannot be deleted.
     static bool removeLocalFolder(const QString &path);
+    /// Returns when everything below a directory is on the disk, where a power cut does not harm it.
+    /// False when the system reports that it could not be written.
+    static bool syncFolder(const QString &path);
     /// A local path from a path or a "file:" URL. A path is returned as it is.
     static QString toLocalFile(const QString &pathOrUrl);
     /// A size for people, in steps of 1024 with one digit after the point: "0 B", "1.5 KB",

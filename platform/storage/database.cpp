@@ -12,16 +12,32 @@
 #include <sqlite3.h>
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include <functional>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <unordered_map>
 
 namespace storage
 {
 
+namespace
+{
+
+/// Lets a map with owned keys be searched without making one.
+struct TextHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const
+    {
+        return std::hash<std::string_view>()(text);
+    }
+};
+
+} // namespace
+
 struct Database::Connection {
     std::unique_ptr<SQLite::Database> database;
-    std::unordered_map<std::string_view, SQLite::Statement> statements;
+    std::unordered_map<std::string, SQLite::Statement, TextHash, std::equal_to<>> statements;
 };
 
 namespace
@@ -50,10 +66,10 @@ void logFailure(const char *what, const QString &filePath, const QString &reason
 }
 
 /// Sees to it that there is a file to open. True when it was made here.
-bool prepareFile(const QString &filePath)
+bool prepareFile(const QString &filePath, bool create)
 {
     const QFileInfo info(filePath);
-    if (!QDir().mkpath(info.path()))
+    if (create && !QDir().mkpath(info.path()))
         throw std::runtime_error("its directory cannot be made");
     finishRecovery(filePath);
     // SQLite's own word for this is only "unable to open database file".
@@ -61,6 +77,8 @@ bool prepareFile(const QString &filePath)
         throw std::runtime_error("it is a directory");
     if (info.exists() || info.isSymLink())
         return false;
+    if (!create)
+        throw std::runtime_error("there is none");
     createPrivateFile(filePath);
     return true;
 }
@@ -130,7 +148,7 @@ Database::~Database()
         m_connection.reset();
 }
 
-bool Database::open(const QString &filePath)
+bool Database::open(const QString &filePath, bool create)
 {
     if (m_open)
         return true;
@@ -143,7 +161,7 @@ bool Database::open(const QString &filePath)
             m_connection.reset();
             m_filePath = filePath;
             m_recovered = false;
-            created = prepareFile(filePath);
+            created = prepareFile(filePath, create);
             std::unique_ptr<SQLite::Database> connection;
             try {
                 connection = connect(filePath, m_steps);
@@ -233,12 +251,15 @@ bool Database::run(const char *what, bool transaction, const Work &work)
     return false;
 }
 
-SQLite::Statement &Database::statement(const char *sql)
+SQLite::Statement &Database::statement(std::string_view sql)
 {
     auto &statements = m_connection->statements;
     auto found = statements.find(sql);
-    if (found == statements.end())
-        found = statements.emplace(sql, SQLite::Statement(*m_connection->database, sql)).first;
+    if (found == statements.end()) {
+        std::string text(sql);
+        SQLite::Statement compiled(*m_connection->database, text);
+        found = statements.emplace(std::move(text), std::move(compiled)).first;
+    }
     found->second.tryReset();
     return found->second;
 }

@@ -1,26 +1,15 @@
 #include "storage/globalstorageprovider.h"
 
 #include "storage/database_p.h"
+#include "storage/rowtable_p.h"
 #include "storage/settingstorage.h"
 
 #include <QStandardPaths>
 
 namespace storage
 {
-namespace
-{
-
-SchemaSteps schema()
-{
-    // Columns without a declared type keep what is put into them as it is.
-    return {"CREATE TABLE settings "
-            "(key PRIMARY KEY NOT NULL, type TEXT NOT NULL, value, remark NOT NULL)"};
-}
-
-} // namespace
-
 GlobalStorageProvider::GlobalStorageProvider(QObject *parent)
-    : QObject(parent), m_database(std::make_shared<Database>(schema())),
+    : QObject(parent), m_database(std::make_shared<Database>(SchemaSteps{settingSchema})),
       m_settings(std::make_unique<SettingStorage>(m_database))
 {
 }

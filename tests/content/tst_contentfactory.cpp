@@ -1,9 +1,9 @@
-#include "account/accountbase.h"
 #include "account/stickerprovider.h"
 #include "base/json.h"
 #include "content/contentfactory.h"
 #include "content/contentitem.h"
 #include "protocol/message_content.pb.h"
+#include "support/fakeaccount.h"
 
 #include <QJSEngine>
 #include <QRandomGenerator>
@@ -141,7 +141,7 @@ private Q_SLOTS:
         content.mutable_sticker()->set_shortcut(":wave:");
         const std::string bytes = content.SerializeAsString();
         const QVariantMap stored{{u"type"_s, u"sticker"_s}, {u"shortcut"_s, u":bow:"_s}};
-        AccountBase account;
+        FakeAccount account;
         QVERIFY(!makeContentItem(bytes, 2, 1, nullptr));
         QVERIFY(!makeContentItem(bytes, 2, 1, &account));
 

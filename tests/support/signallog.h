@@ -20,7 +20,9 @@ public:
         }
     }
 
-    /// "first second", of what came since the last call.
+    /// What came since the last take().
+    const QStringList &names() const { return m_names; }
+    /// The same as "first second", and forgets it.
     QString take() { return std::exchange(m_names, {}).join(u' '); }
 
     int qt_metacall(QMetaObject::Call call, int id, void **arguments) override

@@ -1,6 +1,5 @@
 #include "base/drawabletextbase.h"
 
-#include <QElapsedTimer>
 #include <QFontMetricsF>
 #include <QTest>
 #include <QTextLayout>
@@ -452,30 +451,6 @@ private Q_SLOTS:
         const Measured measured = request.measure();
         QVERIFY(measured.lineCount >= 1);
         QVERIFY(measured.size.width() > 0 && measured.size.width() <= 200);
-    }
-
-    void laterTextIsNotLaidOut()
-    {
-        const auto time = [](const Request &request) {
-            qint64 best = std::numeric_limits<qint64>::max();
-            for (int round = 0; round < 3; ++round) {
-                QElapsedTimer timer;
-                timer.start();
-                request.measure();
-                best = std::min(best, timer.nsecsElapsed());
-            }
-            return best;
-        };
-        for (const QChar separator : {u'\n', u' '}) {
-            Request request{.text = (u"some words of a message"_s + separator).repeated(3000),
-                            .maxWidth = 200};
-            const qint64 all = time(request);
-            request.maxRowCount = 10;
-            QVERIFY(time(request) < all / 10);
-            request.maxRowCount = 0;
-            request.rowLimit = 10;
-            QVERIFY(time(request) < all / 10);
-        }
     }
 };
 

@@ -1,5 +1,5 @@
 #include "account/threadmanager.h"
-#include "settings/settingwriter_p.h"
+#include "settings/storewriter_p.h"
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
 
@@ -8,7 +8,7 @@
 
 using namespace Qt::StringLiterals;
 
-class TestSettingWriter : public QObject
+class TestStoreWriter : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -70,6 +70,8 @@ private Q_SLOTS:
         writer.save({u"0"_s, 9, {}});
         writer.remove(u"removed"_s);
         QVERIFY(!writer.flush());
+        // Whoever reads finds it all the same.
+        QCOMPARE(writer.allInfos().size(), 3000);
         hold.release();
         ThreadManager::getInstance()->quitAll();
         QVERIFY(m_provider.open());
@@ -94,5 +96,5 @@ private:
     storage::GlobalStorageProvider m_provider;
 };
 
-QTEST_GUILESS_MAIN(TestSettingWriter)
-#include "tst_settingwriter.moc"
+QTEST_GUILESS_MAIN(TestStoreWriter)
+#include "tst_storewriter.moc"

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "modelbase_export.h"
+
+#include <QHash>
+#include <QObject>
+#include <QPointer>
+#include <QSet>
+#include <QVariant>
+
+class AccountBase;
+
+/// Watches for sign-ins of an account on new devices and tells the user once of each: by
+/// AccountManager::newDeviceLogin, while that account is the one that is shown; what comes in for
+/// another account waits until the user turns to it. Which ones were shown is kept in the
+/// application settings (newDeviceLoginRemind) and survives restarts.
+///
+/// Thread: main. Owned by the AccountManager.
+class MODELBASE_EXPORT NewDeviceLoginManager : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit NewDeviceLoginManager(QObject *parent);
+
+    /// Reads what was shown before. Once, after the application settings were loaded.
+    void init();
+    /// Reports a sign-in; a device map as AccountDeviceModel makes it, told apart by its
+    /// "deviceId".
+    void deviceLogin(AccountBase *account, const QVariantMap &newDevice);
+    /// Forgets what is known of an account that logs out.
+    void deviceLogout(qint64 accountId);
+    /// The account that is shown from now on; may be null.
+    void activeAccount(AccountBase *account);
+    /// Forgets what waits and which account is shown; what is stored stays.
+    void reset();
+
+private:
+    void show(AccountBase *account, const QVariantMap &newDevice);
+    void save() const;
+
+    QHash<qint64, QSet<int>> m_shown;      // by account id
+    QHash<qint64, QVariantList> m_waiting; // by account id
+    QPointer<AccountBase> m_active;
+};

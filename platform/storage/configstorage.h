@@ -1,0 +1,55 @@
+#pragma once
+
+#include "storage/changes.h"
+#include "storage/storage_export.h"
+
+#include <QList>
+#include <QString>
+#include <QVariant>
+
+#include <memory>
+
+namespace storage
+{
+
+class Database;
+template <typename Info>
+class RowTable;
+
+/// One configuration row. The value keeps its type through the store.
+struct ConfigInfo {
+    QString key;
+    QVariant value;
+};
+
+using ConfigChanges = Changes<ConfigInfo>;
+
+/// One set of configuration rows of an account's database.
+///
+/// Thread: any. Calls return true only when the change is durable; while the database is closed,
+/// and when the disk refuses, they return false (reads give an empty result), log one line, and
+/// change nothing.
+class STORAGE_EXPORT ConfigStorage
+{
+public:
+    /// `table` is one of the tables that the account's schema makes.
+    ConfigStorage(std::shared_ptr<Database> database, const char *table);
+    ~ConfigStorage();
+
+    /// False while every other call would fail.
+    bool isOpen() const;
+    QList<ConfigInfo> allInfos() const;
+    /// The value of one row; invalid when there is none.
+    QVariant value(const QString &key) const;
+    bool save(const ConfigInfo &info);
+    bool remove(const QString &key);
+    bool apply(const ConfigChanges &changes);
+
+private:
+    Q_DISABLE_COPY_MOVE(ConfigStorage)
+    const std::unique_ptr<RowTable<ConfigInfo>> m_rows;
+};
+
+} // namespace storage
+
+Q_DECLARE_TYPEINFO(storage::ConfigInfo, Q_RELOCATABLE_TYPE);

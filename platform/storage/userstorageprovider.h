@@ -1,0 +1,62 @@
+#pragma once
+
+#include "storage/storage_export.h"
+
+#include <QObject>
+#include <QString>
+
+#include <functional>
+#include <memory>
+
+namespace storage
+{
+
+class ConfigStorage;
+class Database;
+class KeyStorage;
+class SettingStorage;
+
+/// One account's store: one SQLite database, "account.db", in a directory of the account's own.
+///
+/// Thread: open() and close() belong to the thread that owns the provider; everything else may be
+/// used from any thread. The storages are never null and live as long as the provider.
+class STORAGE_EXPORT UserStorageProvider : public QObject
+{
+    Q_OBJECT
+public:
+    explicit UserStorageProvider(QObject *parent = nullptr);
+    ~UserStorageProvider() override;
+
+    /// Opens the database in `directory`, making the directory and the tables where they are
+    /// missing. What happens with a damaged, newer, locked or unwritable file stands at
+    /// GlobalStorageProvider::open(). With `create` false a directory without a database is
+    /// refused: an account that vanished is not to be mistaken for an empty one. What is open in
+    /// another directory is closed first.
+    bool open(const QString &directory, bool create = true);
+    bool isOpen() const;
+    /// True when the last open() found a damaged file.
+    bool recovered() const;
+    void close();
+    /// For a crash handler: closes without taking any lock.
+    void closeInCrash();
+    /// Path of the database file; empty before the first open().
+    QString filePath() const;
+
+    SettingStorage *settingStorage() const;
+    /// Synchronisation bookkeeping that is kept on this machine only.
+    ConfigStorage *bufferConfigStorage() const;
+    /// Configuration that the account's devices share.
+    ConfigStorage *syncConfigStorage() const;
+    KeyStorage *keyStorage() const;
+
+    /// How the storage layer asks the account to refresh a group's information.
+    void setUpdateGroupInfoMethod(std::function<void(qint64 groupId)> method);
+    /// Calls that method, if one is set.
+    void updateGroupInfo(qint64 groupId) const;
+
+private:
+    class Private;
+    const std::unique_ptr<Private> d;
+};
+
+} // namespace storage
