@@ -122,12 +122,17 @@ void ThreadManager::invoke(std::function<void()> &&fn, bool async)
 
 bool ThreadManager::post(std::function<void()> &fn)
 {
-    const std::lock_guard lock(m_mutex);
+    std::unique_lock lock(m_mutex);
     if (!m_accepting || m_saveThreadId == QThread::currentThreadId())
         return false;
     m_tasks.push_back(std::move(fn));
     if (m_dispatcher && m_tasks.size() == 1)
         m_dispatcher->wakeUp();
+    if (m_closing) {
+        // Threads that go on posting are held back, or the end would never come in sight.
+        lock.unlock();
+        QThread::msleep(1);
+    }
     return true;
 }
 

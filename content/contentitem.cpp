@@ -163,10 +163,16 @@ UserTextBlocks ContentItem::deserializeEnities(const QList<QVariant> &list) cons
     blocks.reserve(list.size());
     for (const QVariant &element : list) {
         const QVariantMap map = element.toMap();
-        blocks.append({map.value(QStringLiteral("from")).toInt(),
-                       map.value(QStringLiteral("len")).toInt(),
-                       map.value(QStringLiteral("type")).toInt(), map.value(QStringLiteral("data")),
-                       map.value(QStringLiteral("disable_preview")).toBool()});
+        UserTextBlock block;
+        block.from = map.value(QStringLiteral("from")).toInt();
+        block.len = map.value(QStringLiteral("len")).toInt();
+        block.type = map.value(QStringLiteral("type")).toInt();
+        block.data = map.value(QStringLiteral("data"));
+        // JSON has a null for what is no value at all in memory.
+        if (block.data.metaType().id() == QMetaType::Nullptr)
+            block.data.clear();
+        block.disablePreview = map.value(QStringLiteral("disable_preview")).toBool();
+        blocks.append(std::move(block));
     }
     return blocks;
 }

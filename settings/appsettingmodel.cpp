@@ -1,7 +1,8 @@
 #include "settings/appsettingmodel.h"
 
 #include "imlog/imlog.h"
-#include "settings/settingwriter_p.h"
+#include "settings/settingmodel_p.h"
+#include "settings/storewriter_p.h"
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
 
@@ -104,16 +105,6 @@ QString toText(const QJsonArray &array)
     return QString::fromUtf8(QJsonDocument(array).toJson(QJsonDocument::Compact));
 }
 
-/// Emits the change signal of one setting, with its value if the signal carries one.
-template <auto get, auto changed>
-void announce(AppSettingModel *model)
-{
-    if constexpr (std::is_invocable_v<decltype(changed), AppSettingModel *>)
-        Q_EMIT(model->*changed)();
-    else
-        Q_EMIT(model->*changed)((model->*get)());
-}
-
 } // namespace
 
 AppSettingModel *AppSettingModel::instance()
@@ -150,9 +141,8 @@ AppSettingModel::~AppSettingModel()
 void AppSettingModel::loadGlobalData()
 {
     m_storage->open();
-    // What was changed while the store was closed is newer than what is in it.
-    m_writer->flush();
-    const QList<storage::SettingInfo> rows = m_storage->settingStorage()->allInfos();
+    // What was changed while the store was closed is newer than what is in it, and among these.
+    const QList<storage::SettingInfo> rows = m_writer->allInfos();
     {
         const std::lock_guard lock(m_mutex);
         m_cache.clear();
@@ -178,17 +168,7 @@ void AppSettingModel::loadGlobalData()
 template <typename T>
 T AppSettingModel::readAs(const QString &key, const T &fallback) const
 {
-    QVariant value;
-    {
-        const std::lock_guard lock(m_mutex);
-        const auto found = m_cache.find(key);
-        if (found == m_cache.end())
-            return fallback;
-        if (found->second.typeId() == qMetaTypeId<T>())
-            return *static_cast<const T *>(found->second.constData());
-        value = found->second;
-    }
-    return value.value<T>();
+    return readCached(m_mutex, m_cache, key, fallback);
 }
 
 bool AppSettingModel::read(const QString &key, bool fallback) const
@@ -236,8 +216,13 @@ bool AppSettingModel::setValue(const QString &key, const QVariant &value, bool n
     const bool bracketed = isBracketed(key);
     if (bracketed)
         Q_EMIT beginConfig(key, found == m_cache.end() ? QVariant() : found->second);
-    m_cache.insert_or_assign(key, value);
-    saveToConfig(key, value, needSave);
+    // A slot on that signal may have changed the cache itself.
+    if (bracketed || found == m_cache.end())
+        m_cache.insert_or_assign(key, value);
+    else
+        found->second = value;
+    if (needSave)
+        m_writer->save({key, value, {}});
     if (bracketed)
         Q_EMIT endConfig(key, value);
     return true;
@@ -252,6 +237,19 @@ void AppSettingModel::saveToConfig(QString key, QVariant value, QString remark, 
 {
     if (needSave)
         m_writer->save({std::move(key), std::move(value), std::move(remark)});
+}
+
+void AppSettingModel::saveToConfig(const QVariantMap &rows)
+{
+    QList<storage::SettingInfo> infos;
+    for (auto row = rows.cbegin(); row != rows.cend(); ++row)
+        infos.append({row.key(), row.value(), {}});
+    m_writer->save(infos);
+}
+
+bool AppSettingModel::flush()
+{
+    return m_writer->flush();
 }
 
 void AppSettingModel::reset()
@@ -272,7 +270,8 @@ void AppSettingModel::reset()
     recalcLineHeight();
     setApplicationProperty("autoRun", false);
 
-#define CHANGED(name) announce<&AppSettingModel::name, &AppSettingModel::name##Changed>
+#define CHANGED(name)                                                                              \
+    announce<AppSettingModel, &AppSettingModel::name, &AppSettingModel::name##Changed>
     static constexpr std::array order = {
         CHANGED(updateAutomaticallly),
         CHANGED(systemTrayIconVisible),

@@ -3,6 +3,7 @@
 #include "modelbase_export.h"
 #include "settings/appdirmanager.h"
 #include "settings/settingmacros.h"
+#include "settings/valuecache.h"
 
 #include <QJsonDocument>
 #include <QObject>
@@ -12,7 +13,6 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
-#include <unordered_map>
 
 namespace storage
 {
@@ -181,6 +181,11 @@ public:
     /// Writes one row to the store in the background, bypassing the cache, when `needSave`.
     void saveToConfig(QString key, QVariant value, bool needSave);
     void saveToConfig(QString key, QVariant value, QString remark, bool needSave);
+    /// Writes several rows likewise, in one step: after a kill either all of them are found or none.
+    void saveToConfig(const QVariantMap &rows);
+    /// Returns when all changes so far are in the store. False when it cannot be written to: the
+    /// changes are kept, and tried again later. From any thread.
+    bool flush();
 
     /// Wipes all settings but "database_version" and "server_config", in one step as far as the
     /// store is concerned, and announces the defaults; what is not announced one by one is to be
@@ -298,8 +303,7 @@ private:
 
     // Recursive, so that a slot on the signals that are emitted under it can read the settings.
     mutable std::recursive_mutex m_mutex;
-    // Its nodes stay where they are when others are added, as references are handed out.
-    std::unordered_map<QString, QVariant> m_cache;
+    ValueCache m_cache;
     storage::GlobalStorageProvider *const m_storage;
     std::unique_ptr<SettingWriter> m_writer;
     std::atomic<int> m_lineHeight = 0;

@@ -1,1 +1,92 @@
 #include "base/util.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QLoggingCategory>
+#include <QStandardPaths>
+#include <QUrl>
+
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
+
+namespace
+{
+Q_LOGGING_CATEGORY(log, "im.base.util")
+}
+
+bool Util::isEmojiGame(const QString &text)
+{
+    static constexpr QStringView games[] = {u"🎲", u"🎯", u"🏀", u"⚽", u"🎳", u"🎰"};
+    QStringView emoji = text;
+    if (emoji.endsWith(QChar(0xfe0f))) // "as emoji", which some keyboards add
+        emoji.chop(1);
+    return std::find(std::begin(games), std::end(games), emoji) != std::end(games);
+}
+
+QString Util::separator()
+{
+    return QString(QDir::separator());
+}
+
+QString Util::defaultCacheDataDir()
+{
+    const QString dir = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+    return QDir::toNativeSeparators(dir) + separator();
+}
+
+bool Util::mkpath(const QString &path)
+{
+    if (!path.isEmpty() && QDir().mkpath(path))
+        return true;
+    qCWarning(log) << "Cannot make directory" << path;
+    return false;
+}
+
+bool Util::removeLocalFolder(const QString &path)
+{
+    // Without its last slash: "link/" would be what the link points to.
+    const QString clean = QDir::cleanPath(path);
+    if (clean.isEmpty() || QDir(clean).isRoot()) {
+        qCWarning(log) << "Refused to remove" << path;
+        return false;
+    }
+    const QFileInfo info(clean);
+    const bool isLink = info.isSymbolicLink() || info.isJunction();
+    if (!info.exists() && !isLink)
+        return true;
+    if (!info.isDir() && !isLink) {
+        qCWarning(log) << "Not a directory, not removed:" << path;
+        return false;
+    }
+    std::error_code error;
+    std::filesystem::remove_all(info.filesystemFilePath(), error);
+    if (error) {
+        qCWarning(log) << "Cannot remove" << path << "-" << error.message().c_str();
+        return false;
+    }
+    return true;
+}
+
+QString Util::toLocalFile(const QString &pathOrUrl)
+{
+    if (pathOrUrl.startsWith(QLatin1StringView("file:"), Qt::CaseInsensitive))
+        return QUrl(pathOrUrl).toLocalFile();
+    return pathOrUrl;
+}
+
+QString Util::intToSizeStr(qint64 bytes)
+{
+    static const QString units[] = {
+        QStringLiteral(" B"),  QStringLiteral(" KB"), QStringLiteral(" MB"), QStringLiteral(" GB"),
+        QStringLiteral(" TB"), QStringLiteral(" PB"), QStringLiteral(" EB"),
+    };
+    if (bytes < 1024)
+        return QString::number(std::max<qint64>(bytes, 0)) + units[0];
+    double size = double(bytes);
+    const QString *unit = units;
+    // What would be rounded to "1024.0" belongs to the next unit.
+    for (; size >= 1023.95; ++unit)
+        size /= 1024;
+    return QString::number(size, 'f', 1) + *unit;
+}

@@ -10,29 +10,51 @@
 class BASE_EXPORT Util
 {
 public:
-    // Recognisers. Each match of `captured(0)` is what becomes an entity.
+    // Recognisers. Each `captured(0)` of a global match is what becomes an entity. All scripts
+    // count, and all of them take time in proportion to the text, whatever stands in it. A text
+    // that is not valid UTF-16 has no match.
+
+    /// Links: http, https and ftp with any host; "www." names; names that end in a well-known
+    /// top-level domain; IPv4 addresses and localhost with a port (the address also with a path).
+    /// Brackets stay balanced, punctuation at the end is left out. No e-mail addresses, versions or
+    /// file names; "notes.md" or "user.name" only with a path or a port.
     static const QRegularExpression &getRegularUrl();
+    /// E-mail addresses: dot-atoms (RFC 5322, RFC 6532) before a host with a top-level domain.
     static const QRegularExpression &getRegularEmail();
+    /// "@id": letters, marks, digits and underscores. A Latin id ends where Chinese, Thai and the
+    /// like begin, which put no space between words.
     static const QRegularExpression &getRegularImId();
+    /// Phone numbers of 7 to 15 digits: with "+" (E.164), in groups ("(495) 123-45-67"), or nine
+    /// and more digits without anything between. No dates, IP addresses or amounts.
     static const QRegularExpression &getRegularPhoneNumber();
+    /// "#tag": as an id, with at least one letter.
     static const QRegularExpression &getRegularHashTag();
+    /// "/start" and "/start@bot", ASCII only. No paths.
     static const QRegularExpression &getRegularBotCmd();
+    /// Positions in a video: "m:ss", "mm:ss", "h:mm:ss", "hh:mm:ss".
     static const QRegularExpression &getRegularTime();
 
-    /// True when `text` is one of the emoji that start a game (dice, darts, ...), alone.
+    /// True when `text` is one of the emoji that start a game, alone: dice, darts, basketball,
+    /// football, bowling or slot machine, with or without the variation selector U+FE0F.
     static bool isEmojiGame(const QString &text);
 
     /// The platform's directory separator.
     static QString separator();
-    /// The per-user directory for the client's data, ending in a separator. Not created.
+    /// The per-user directory for the client's data (QStandardPaths::AppDataLocation), ending in a
+    /// separator. Not created.
     static QString defaultCacheDataDir();
-    /// Makes `path` with all its parents. True when it exists afterwards.
+    /// Makes `path` with all its parents. True when it is a directory afterwards.
     static bool mkpath(const QString &path);
-    /// Deletes a directory and all it holds; links inside are removed, never followed. True when it
-    /// is gone afterwards.
+    /// Deletes a directory and all it holds. Links, `path` itself included, are removed and never
+    /// followed. True when it is gone afterwards or was never there; false, with a log line, for a
+    /// file, a root directory, or when something inside cannot be deleted.
     static bool removeLocalFolder(const QString &path);
-    /// A local path from a path or a "file:" URL.
+    /// Returns when everything below a directory is on the disk, where a power cut does not harm it.
+    /// False when the system reports that it could not be written.
+    static bool syncFolder(const QString &path);
+    /// A local path from a path or a "file:" URL. A path is returned as it is.
     static QString toLocalFile(const QString &pathOrUrl);
-    /// A size for people: "0 B", "1.5 KB", "12.3 MB".
+    /// A size for people, in steps of 1024 with one digit after the point: "0 B", "1.5 KB",
+    /// "12.0 MB". Negative sizes count as 0.
     static QString intToSizeStr(qint64 bytes);
 };

@@ -87,9 +87,10 @@ public:
             return;
         {
             const std::lock_guard lock(m_mutex);
-            if (!m_directory)
-                start(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
-                      + QStringLiteral("/log"));
+            if (!m_directory
+                && !start(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
+                          + QStringLiteral("/log")))
+                m_directory = QString();
             if (m_logger) {
                 m_logger->log(level, oneLine(text));
                 return;
@@ -141,11 +142,8 @@ private:
     bool start(const QString &directory)
     {
         const std::shared_ptr<Sink> sink = openSink(directory);
-        if (!sink) {
-            if (!m_directory)
-                m_directory = QString();
+        if (!sink)
             return false;
-        }
         m_directory = directory;
         m_sink = sink;
         if (!m_synchronous)

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "storage/changes.h"
 #include "storage/storage_export.h"
 
 #include <QList>
 #include <QString>
-#include <QStringList>
 #include <QVariant>
 
 #include <memory>
@@ -13,6 +13,8 @@ namespace storage
 {
 
 class Database;
+template <typename Info>
+class RowTable;
 
 /// One configuration row. The value keeps its type through the store.
 struct ConfigInfo {
@@ -20,11 +22,7 @@ struct ConfigInfo {
     QVariant value;
 };
 
-/// Changes that are made durable together: all of them or none.
-struct ConfigChanges {
-    QStringList removed;     ///< first these rows are removed
-    QList<ConfigInfo> saved; ///< then these are written, replacing rows of the same key
-};
+using ConfigChanges = Changes<ConfigInfo>;
 
 /// One set of configuration rows of an account's database.
 ///
@@ -35,9 +33,11 @@ class STORAGE_EXPORT ConfigStorage
 {
 public:
     /// `table` is one of the tables that the account's schema makes.
-    ConfigStorage(std::shared_ptr<Database> database, const QString &table);
+    ConfigStorage(std::shared_ptr<Database> database, const char *table);
     ~ConfigStorage();
 
+    /// False while every other call would fail.
+    bool isOpen() const;
     QList<ConfigInfo> allInfos() const;
     /// The value of one row; invalid when there is none.
     QVariant value(const QString &key) const;
@@ -47,8 +47,7 @@ public:
 
 private:
     Q_DISABLE_COPY_MOVE(ConfigStorage)
-    const std::shared_ptr<Database> m_database;
-    const QString m_table;
+    const std::unique_ptr<RowTable<ConfigInfo>> m_rows;
 };
 
 } // namespace storage

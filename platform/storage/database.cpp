@@ -12,50 +12,64 @@
 #include <sqlite3.h>
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include <functional>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <unordered_map>
 
 namespace storage
 {
 
+namespace
+{
+
+/// Lets a map with owned keys be searched without making one.
+struct TextHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const
+    {
+        return std::hash<std::string_view>()(text);
+    }
+};
+
+} // namespace
+
 struct Database::Connection {
     std::unique_ptr<SQLite::Database> database;
-    std::unordered_map<std::string_view, SQLite::Statement> statements;
+    std::unordered_map<std::string, SQLite::Statement, TextHash, std::equal_to<>> statements;
 };
 
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcStorage, "modelbase.storage")
-
 constexpr int busyTimeoutMs = 2000;
 
-/// Describes the exception that is being handled.
+/// Describes the exception that is being handled; never empty.
 QString currentReason()
 {
+    const QString unknown = QStringLiteral("unknown error");
     try {
         throw;
     } catch (const std::exception &e) {
-        return QString::fromUtf8(e.what());
+        return *e.what() ? QString::fromUtf8(e.what()) : unknown;
     } catch (...) {
-        return QStringLiteral("unknown error");
+        return unknown;
     }
 }
 
+// Never called under the lock: a message handler may call anything back.
 void logFailure(const char *what, const QString &filePath, const QString &reason)
 {
-    const QString line = QStringLiteral("storage: cannot %1 %2: %3")
-                             .arg(QString::fromLatin1(what), filePath, reason.simplified());
-    qCWarning(lcStorage).noquote() << line;
-    ImLog::error(line);
+    Database::log(
+        QStringLiteral("cannot %1 %2: %3").arg(QString::fromLatin1(what), filePath, reason));
 }
 
 /// Sees to it that there is a file to open. True when it was made here.
-bool prepareFile(const QString &filePath)
+bool prepareFile(const QString &filePath, bool create)
 {
     const QFileInfo info(filePath);
-    if (!QDir().mkpath(info.path()))
+    if (create && !QDir().mkpath(info.path()))
         throw std::runtime_error("its directory cannot be made");
     finishRecovery(filePath);
     // SQLite's own word for this is only "unable to open database file".
@@ -63,6 +77,8 @@ bool prepareFile(const QString &filePath)
         throw std::runtime_error("it is a directory");
     if (info.exists() || info.isSymLink())
         return false;
+    if (!create)
+        throw std::runtime_error("there is none");
     createPrivateFile(filePath);
     return true;
 }
@@ -110,6 +126,14 @@ std::unique_ptr<SQLite::Database> connect(const QString &filePath, const SchemaS
 
 } // namespace
 
+void Database::log(const QString &text)
+{
+    static const QLoggingCategory category("modelbase.storage");
+    const QString line = QStringLiteral("storage: ") + text.simplified();
+    qCWarning(category).noquote() << line;
+    ImLog::error(line);
+}
+
 Database::Database(SchemaSteps steps) : m_steps(std::move(steps)) { }
 
 Database::~Database()
@@ -124,43 +148,47 @@ Database::~Database()
         m_connection.reset();
 }
 
-bool Database::open(const QString &filePath)
+bool Database::open(const QString &filePath, bool create)
 {
     if (m_open)
         return true;
-    const std::lock_guard lock(m_mutex);
-    bool created = false;
-    try {
-        m_connection.reset();
-        m_filePath = filePath;
-        m_recovered = false;
-        created = prepareFile(filePath);
-        std::unique_ptr<SQLite::Database> connection;
+    QString damage;
+    QString failure;
+    {
+        const std::lock_guard lock(m_mutex);
+        bool created = false;
         try {
-            connection = connect(filePath, m_steps);
-        } catch (const SQLite::Exception &e) {
-            if (!isDamage(e.getErrorCode()))
-                throw;
-            const Recovery recovery = recoverDatabase(filePath, m_steps);
-            m_recovered = true;
-            const QString line =
-                QStringLiteral("storage: %1 was damaged (%2); set aside as %3, %4 rows kept")
-                    .arg(filePath, QString::fromUtf8(e.what()).simplified(), recovery.setAside)
-                    .arg(recovery.rows);
-            qCWarning(lcStorage).noquote() << line;
-            ImLog::error(line);
-            connection = connect(filePath, m_steps);
+            m_connection.reset();
+            m_filePath = filePath;
+            m_recovered = false;
+            created = prepareFile(filePath, create);
+            std::unique_ptr<SQLite::Database> connection;
+            try {
+                connection = connect(filePath, m_steps);
+            } catch (const SQLite::Exception &e) {
+                if (!isDamage(e.getErrorCode()))
+                    throw;
+                const Recovery recovery = recoverDatabase(filePath, m_steps);
+                m_recovered = true;
+                damage = QStringLiteral("%1 was damaged (%2); set aside as %3, %4 rows kept")
+                             .arg(filePath, QString::fromUtf8(e.what()), recovery.setAside)
+                             .arg(recovery.rows);
+                connection = connect(filePath, m_steps);
+            }
+            QFile::setPermissions(filePath, QFile::ReadOwner | QFile::WriteOwner);
+            m_connection.reset(new Connection{std::move(connection), {}});
+            m_open = true;
+        } catch (...) {
+            failure = currentReason();
+            if (created)
+                QFile::remove(filePath);
         }
-        QFile::setPermissions(filePath, QFile::ReadOwner | QFile::WriteOwner);
-        m_connection.reset(new Connection{std::move(connection), {}});
-        m_open = true;
-        return true;
-    } catch (...) {
-        logFailure("open", filePath, currentReason());
-        if (created)
-            QFile::remove(filePath);
-        return false;
     }
+    if (!damage.isEmpty())
+        log(damage);
+    if (!failure.isEmpty())
+        logFailure("open", filePath, failure);
+    return failure.isEmpty();
 }
 
 void Database::close()
@@ -187,42 +215,51 @@ bool Database::write(const char *what, const Work &work)
 
 bool Database::run(const char *what, bool transaction, const Work &work)
 {
-    // Asked before locking as well: after closeInCrash() the lock may be held for ever.
-    std::unique_lock lock(m_mutex, std::defer_lock);
-    if (m_open)
-        lock.lock();
-    if (!m_open) {
-        logFailure(what, QStringLiteral("the database"), QStringLiteral("it is closed"));
-        return false;
-    }
-    // A statement that is not reset keeps its read transaction, and what is bound to it.
-    const auto reset = qScopeGuard([this] {
-        for (auto &[sql, statement] : m_connection->statements) {
-            statement.tryReset();
-            statement.clearBindings();
-        }
-    });
-    try {
-        if (!transaction) {
+    QString path = QStringLiteral("the database");
+    const QString failure = [&] {
+        // Asked before locking as well: after closeInCrash() the lock may be held for ever.
+        std::unique_lock lock(m_mutex, std::defer_lock);
+        if (m_open)
+            lock.lock();
+        if (!m_open)
+            return QStringLiteral("it is closed");
+        // A statement that is not reset keeps its read transaction, and what is bound to it.
+        const auto reset = qScopeGuard([this] {
+            for (auto &[sql, statement] : m_connection->statements) {
+                statement.tryReset();
+                statement.clearBindings();
+            }
+        });
+        try {
+            if (!transaction) {
+                work();
+                return QString();
+            }
+            SQLite::Transaction guard(*m_connection->database,
+                                      SQLite::TransactionBehavior::IMMEDIATE);
             work();
-            return true;
+            guard.commit();
+            return QString();
+        } catch (...) {
+            path = m_filePath;
+            return currentReason();
         }
-        SQLite::Transaction guard(*m_connection->database, SQLite::TransactionBehavior::IMMEDIATE);
-        work();
-        guard.commit();
+    }();
+    if (failure.isEmpty())
         return true;
-    } catch (...) {
-        logFailure(what, m_filePath, currentReason());
-        return false;
-    }
+    logFailure(what, path, failure);
+    return false;
 }
 
-SQLite::Statement &Database::statement(const char *sql)
+SQLite::Statement &Database::statement(std::string_view sql)
 {
     auto &statements = m_connection->statements;
     auto found = statements.find(sql);
-    if (found == statements.end())
-        found = statements.emplace(sql, SQLite::Statement(*m_connection->database, sql)).first;
+    if (found == statements.end()) {
+        std::string text(sql);
+        SQLite::Statement compiled(*m_connection->database, text);
+        found = statements.emplace(std::move(text), std::move(compiled)).first;
+    }
     found->second.tryReset();
     return found->second;
 }

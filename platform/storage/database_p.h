@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <string_view>
 #include <vector>
 
 namespace SQLite
@@ -36,8 +37,9 @@ public:
 
     /// Opens `filePath`, making the directory and the file (readable by its owner only) where they
     /// are missing, and brings the schema up to date. See GlobalStorageProvider::open() about
-    /// failures and damaged files. True at once when it is open already.
-    bool open(const QString &filePath);
+    /// failures and damaged files. With `create` false nothing is made: there must be a file. True
+    /// at once when it is open already.
+    bool open(const QString &filePath, bool create = true);
     bool isOpen() const { return m_open; }
     bool recovered() const { return m_recovered; }
     /// Waits for a call that is under way in another thread.
@@ -47,7 +49,7 @@ public:
     /// commit or is rolled back by whoever opens the file next; what was committed is in the file
     /// or its write-ahead log. open() afterwards is allowed and starts anew.
     void closeInCrash();
-    /// The path that was opened last.
+    /// The path that was opened last; inside `work`, or on the thread that opens.
     QString filePath() const { return m_filePath; }
 
     using Work = std::function<void()>;
@@ -57,8 +59,11 @@ public:
     /// The same in one transaction: true when all of it was committed, false when none was.
     bool write(const char *what, const Work &work);
     /// Only inside `work`: the statement, compiled once for as long as the database is open, with
-    /// nothing bound. `sql` is a literal.
-    SQLite::Statement &statement(const char *sql);
+    /// nothing bound.
+    SQLite::Statement &statement(std::string_view sql);
+
+    /// One line to the Qt log ("modelbase.storage") and to ImLog. Not inside `work`.
+    static void log(const QString &text);
 
 private:
     Q_DISABLE_COPY_MOVE(Database)

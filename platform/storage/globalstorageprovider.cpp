@@ -1,26 +1,15 @@
 #include "storage/globalstorageprovider.h"
 
 #include "storage/database_p.h"
+#include "storage/rowtable_p.h"
 #include "storage/settingstorage.h"
 
 #include <QStandardPaths>
 
 namespace storage
 {
-namespace
-{
-
-SchemaSteps schema()
-{
-    // Columns without a declared type keep what is put into them as it is.
-    return {"CREATE TABLE settings "
-            "(key PRIMARY KEY NOT NULL, type TEXT NOT NULL, value, remark NOT NULL)"};
-}
-
-} // namespace
-
 GlobalStorageProvider::GlobalStorageProvider(QObject *parent)
-    : QObject(parent), m_database(std::make_shared<Database>(schema())),
+    : QObject(parent), m_database(std::make_shared<Database>(SchemaSteps{settingSchema})),
       m_settings(std::make_unique<SettingStorage>(m_database))
 {
 }
@@ -56,8 +45,15 @@ QString GlobalStorageProvider::filePath() const
 {
     if (m_database->isOpen())
         return m_database->filePath();
-    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
-        + QStringLiteral("/global.db");
+    const QString directory = m_directory.isEmpty()
+        ? QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
+        : m_directory;
+    return directory + QStringLiteral("/global.db");
+}
+
+void GlobalStorageProvider::setDirectory(const QString &directory)
+{
+    m_directory = directory;
 }
 
 SettingStorage *GlobalStorageProvider::settingStorage() const

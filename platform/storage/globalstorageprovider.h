@@ -14,7 +14,7 @@ class Database;
 class SettingStorage;
 
 /// The machine-wide store: one SQLite database, "global.db" in the application data directory
-/// (QStandardPaths::AppDataLocation).
+/// (QStandardPaths::AppDataLocation) or another that is set.
 ///
 /// Thread: open() and close() belong to the thread that owns the provider; settingStorage() and
 /// what it returns may be used from any thread.
@@ -42,11 +42,14 @@ public:
 
     /// Path of the database file.
     QString filePath() const;
+    /// The directory that the next open() opens the database in; empty for the default one.
+    void setDirectory(const QString &directory);
 
     /// Never null; owned by the provider.
     SettingStorage *settingStorage() const;
 
 private:
+    QString m_directory;
     const std::shared_ptr<Database> m_database;
     const std::unique_ptr<SettingStorage> m_settings;
 };

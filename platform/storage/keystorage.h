@@ -9,14 +9,15 @@
 #include <memory>
 #include <optional>
 
-namespace storage {
+namespace storage
+{
 
 class Database;
 
 /// One key row. What `value` is, sealed key material above all, is its writer's business.
 struct KeyInfo {
     QString kind; ///< "secure", "user", "chat", ...
-    QString id; ///< within the kind: a key id, an address, a dialog id
+    QString id;   ///< within the kind: a key id, an address, a dialog id
     int version = 0;
     QByteArray value;
 };
@@ -36,6 +37,8 @@ public:
     /// Rows of one id with fromVersion <= version <= toVersion, ascending.
     QList<KeyInfo> infos(const QString &kind, const QString &id, int fromVersion,
                          int toVersion) const;
+    /// Every row; nothing, and not an empty list, when they cannot be read.
+    std::optional<QList<KeyInfo>> allInfos() const;
     bool save(const KeyInfo &info);
     /// Writes only where no row is yet; true when a row is there afterwards. For keys that two
     /// threads may want to make at once.

@@ -1,54 +1,30 @@
 #include "storage/settingstorage.h"
 
-#include "imlog/imlog.h"
-#include "storage/database_p.h"
-#include "storage/valuecodec_p.h"
-
-#include <QLoggingCategory>
-
-#include <SQLiteCpp/SQLiteCpp.h>
+#include "storage/rowtable_p.h"
 
 namespace storage
 {
-namespace
-{
 
-Q_LOGGING_CATEGORY(lcStorage, "modelbase.storage")
-
-} // namespace
-
-SettingStorage::SettingStorage(std::shared_ptr<Database> database) : m_database(std::move(database))
+SettingStorage::SettingStorage(std::shared_ptr<Database> database)
+    : m_rows(std::make_unique<RowTable<SettingInfo>>(std::move(database), "settings"))
 {
 }
 
 SettingStorage::~SettingStorage() = default;
 
+bool SettingStorage::isStorable(const QVariant &value)
+{
+    return codec::isStorable(value);
+}
+
+bool SettingStorage::isOpen() const
+{
+    return m_rows->isOpen();
+}
+
 QList<SettingInfo> SettingStorage::allInfos() const
 {
-    QList<SettingInfo> infos;
-    QStringList unreadable;
-    const bool complete = m_database->read("read the setting rows of", [&] {
-        SQLite::Statement &rows =
-            m_database->statement("SELECT key, type, value, remark FROM settings ORDER BY rowid");
-        while (rows.executeStep()) {
-            QString key = codec::readText(rows.getColumn(0));
-            if (std::optional<QVariant> value =
-                    codec::readValue(rows.getColumn(1), rows.getColumn(2)))
-                infos.append(
-                    {std::move(key), *std::move(value), codec::readText(rows.getColumn(3))});
-            else
-                unreadable.append(std::move(key));
-        }
-    });
-    if (!unreadable.isEmpty()) {
-        const QString line = QStringLiteral("storage: %1 setting rows of %2 left out, their values "
-                                            "cannot be read; the first is %3")
-                                 .arg(unreadable.size())
-                                 .arg(m_database->filePath(), unreadable.constFirst().left(64));
-        qCWarning(lcStorage).noquote() << line;
-        ImLog::error(line);
-    }
-    return complete ? infos : QList<SettingInfo>();
+    return m_rows->allInfos();
 }
 
 bool SettingStorage::save(const SettingInfo &info)
@@ -68,25 +44,7 @@ bool SettingStorage::removeAll()
 
 bool SettingStorage::apply(const SettingChanges &changes)
 {
-    return m_database->write("write the setting rows of", [&] {
-        if (changes.removeAll)
-            m_database->statement("DELETE FROM settings").exec();
-        for (const QString &key : changes.removed) {
-            SQLite::Statement &row = m_database->statement("DELETE FROM settings WHERE key = ?");
-            codec::bindText(row, 1, key);
-            row.exec();
-        }
-        for (const SettingInfo &info : changes.saved) {
-            SQLite::Statement &row = m_database->statement(
-                "INSERT INTO settings (key, type, value, remark) VALUES (?, ?, ?, ?) "
-                "ON CONFLICT (key) DO UPDATE SET type = excluded.type, value = excluded.value, "
-                "remark = excluded.remark");
-            codec::bindText(row, 1, info.key);
-            codec::bindValue(row, 2, info.value);
-            codec::bindText(row, 4, info.remark);
-            row.exec();
-        }
-    });
+    return m_rows->apply(changes);
 }
 
 } // namespace storage

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "storage/changes.h"
 #include "storage/storage_export.h"
 
 #include <QList>
 #include <QString>
-#include <QStringList>
 #include <QVariant>
 
 #include <memory>
@@ -13,6 +13,8 @@ namespace storage
 {
 
 class Database;
+template <typename Info>
+class RowTable;
 
 /// One setting row. The value keeps its type through the store.
 struct SettingInfo {
@@ -21,12 +23,7 @@ struct SettingInfo {
     QString remark; ///< free text beside the value
 };
 
-/// Changes that are made durable together: all of them or none.
-struct SettingChanges {
-    bool removeAll = false;   ///< first of all, every row is removed
-    QStringList removed;      ///< then these rows are
-    QList<SettingInfo> saved; ///< then these are written, replacing rows of the same key
-};
+using SettingChanges = Changes<SettingInfo>;
 
 /// The setting rows of one database.
 ///
@@ -40,6 +37,12 @@ public:
     explicit SettingStorage(std::shared_ptr<Database> database);
     ~SettingStorage();
 
+    /// False for values that no row can hold: of a type that QDataStream does not know (pointers,
+    /// functions, most application types), or nested too deeply.
+    static bool isStorable(const QVariant &value);
+
+    /// False while every other call would fail.
+    bool isOpen() const;
     QList<SettingInfo> allInfos() const;
     bool save(const SettingInfo &info);
     bool remove(const QString &key);
@@ -48,7 +51,7 @@ public:
 
 private:
     Q_DISABLE_COPY_MOVE(SettingStorage)
-    const std::shared_ptr<Database> m_database;
+    const std::unique_ptr<RowTable<SettingInfo>> m_rows;
 };
 
 } // namespace storage

@@ -18,9 +18,8 @@ class SettingStorage;
 
 /// One account's store: one SQLite database, "account.db", in a directory of the account's own.
 ///
-/// Thread: open(), close() and setUpdateGroupInfoMethod() belong to the thread that owns the
-/// provider; the storages and what they return may be used from any thread. The storages are never
-/// null and live as long as the provider.
+/// Thread: open() and close() belong to the thread that owns the provider; everything else may be
+/// used from any thread. The storages are never null and live as long as the provider.
 class STORAGE_EXPORT UserStorageProvider : public QObject
 {
     Q_OBJECT
@@ -31,7 +30,8 @@ public:
     /// Opens the database in `directory`, making the directory and the tables where they are
     /// missing. What happens with a damaged, newer, locked or unwritable file stands at
     /// GlobalStorageProvider::open(). With `create` false a directory without a database is
-    /// refused: an account that vanished is not to be mistaken for an empty one.
+    /// refused: an account that vanished is not to be mistaken for an empty one. What is open in
+    /// another directory is closed first.
     bool open(const QString &directory, bool create = true);
     bool isOpen() const;
     /// True when the last open() found a damaged file.

@@ -65,6 +65,8 @@ bool holdsVariants(QMetaType type)
 
 bool isSequence(QMetaType type)
 {
+    if (type.id() == QMetaType::QString || type.id() == QMetaType::QByteArray)
+        return false;
     return QMetaType::canConvert(type, QMetaType::fromType<QSequentialIterable>());
 }
 
@@ -80,9 +82,7 @@ bool isSingle(QMetaType type)
     if (!type.hasRegisteredDataStreamOperators() || holdsVariants(type))
         return false;
     const auto flat = [](QMetaType element) {
-        return !holdsVariants(element)
-            && (element.id() == QMetaType::QString || element.id() == QMetaType::QByteArray
-                || !isContainer(element));
+        return !holdsVariants(element) && !isContainer(element);
     };
     if (flat(type))
         return true;
@@ -314,6 +314,18 @@ void bindValue(SQLite::Statement &statement, int index, const QVariant &value)
         bindBytes(statement, column, streamed(value));
     }
     statement.bindNoCopy(index, type);
+}
+
+bool isStorable(const QVariant &value)
+{
+    if (plainName(value.typeId()))
+        return true;
+    try {
+        streamed(value);
+        return true;
+    } catch (const std::exception &) {
+        return false;
+    }
 }
 
 std::optional<QVariant> readValue(const SQLite::Column &type, const SQLite::Column &value)

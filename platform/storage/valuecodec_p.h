@@ -29,6 +29,8 @@ QString readText(const SQLite::Column &column);
 /// Binds the type at `index` and the value at `index` + 1. Throws std::runtime_error for what
 /// cannot be stored: a type without QDataStream operators, or nesting beyond maxDepth.
 void bindValue(SQLite::Statement &statement, int index, const QVariant &value);
+/// True when bindValue can store `value`.
+bool isStorable(const QVariant &value);
 /// Nothing when the type is unknown here or the bytes are damaged.
 std::optional<QVariant> readValue(const SQLite::Column &type, const SQLite::Column &value);
 

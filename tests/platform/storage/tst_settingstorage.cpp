@@ -114,6 +114,7 @@ void tst_SettingStorage::keepsType_data()
     QTest::newRow("map") << QVariant(
         QVariantMap{{QStringLiteral("b"), true},
                     {loneSurrogate, QVariantList{1u, QVariant(), QVariantMap{{QString(), 1.5f}}}},
+                    {QStringLiteral("null"), QString()},
                     {QStringLiteral("list"), QStringList{QString(), loneSurrogate}}});
     QTest::newRow("hash") << QVariant(QVariantHash{{QStringLiteral("k"), QByteArray("v")}});
     QTest::newRow("deep list") << nestedList(50);
@@ -176,6 +177,18 @@ void tst_SettingStorage::refusesWhatCannotBeStored()
         QCOMPARE(rows(settings), QStringList{QStringLiteral("a=1/")});
     }
     QVERIFY(settings.save({QStringLiteral("b"), 2, {}}));
+
+    // Whoever hears of a failure may use the store at once.
+    static SettingStorage *store = nullptr;
+    static qsizetype seen = 0;
+    store = &settings;
+    const QtMessageHandler previous =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {
+            seen = store->allInfos().size();
+        });
+    QVERIFY(!settings.save({QStringLiteral("c"), pointer, {}}));
+    qInstallMessageHandler(previous);
+    QCOMPARE(seen, 2);
 }
 
 void tst_SettingStorage::plainForSqlTools()

@@ -31,6 +31,7 @@ void tst_StorageThreads::saveAndRead()
     GlobalStorageProvider provider;
     QVERIFY(provider.open());
     SettingStorage &settings = *provider.settingStorage();
+    QVERIFY(settings.removeAll());
     std::atomic_int failures = 0;
     {
         std::vector<std::jthread> workers;

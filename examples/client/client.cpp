@@ -1,0 +1,259 @@
+#include "client/client.h"
+
+#include "client/listing.h"
+#include "content/contentfactory.h"
+#include "content/contentitem.h"
+#include "feeds/feed.h"
+#include "protocol/common_data.pb.h"
+#include "protocol/notif.pb.h"
+#include "protocol/notifications.h"
+#include "settings/appsettingmodel.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QElapsedTimer>
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+namespace
+{
+
+constexpr int batchSize = 16;
+/// A longer message is elided to so many lines.
+constexpr int maxLineCount = 10;
+constexpr int chatMessages = 1; // the source of contents: ordinary chats
+
+} // namespace
+
+Client::Client(const QString &messageStore, int width)
+    : m_store(messageStore), m_measure{width, AppSettingModel::instance()->themeFontSize()},
+      m_names(m_store.names()), m_out(stdout)
+{
+}
+
+/// Makes the content of a message and measures it: the way every message takes, new or kept.
+Client::Shown Client::measure(KeptMessage &message) const
+{
+    Shown shown;
+    shown.item = makeContentItem(message.content, message.version, chatMessages, nullptr);
+    message.measure = m_measure;
+    if (shown.item) {
+        QElapsedTimer timer;
+        timer.start();
+        shown.item->calcSize(m_measure.width, 0, maxLineCount, ContentItem::CONTENT_CHANGED, false);
+        shown.nanoseconds = timer.nsecsElapsed();
+        message.size = {shown.item->contentWidth(), shown.item->contentHeight()};
+        message.lineCount = shown.item->lineCount();
+    }
+    return shown;
+}
+
+ExitCode Client::showKept()
+{
+    const QList<KeptMessage> messages = m_store.messages();
+    if (messages.isEmpty())
+        return Success;
+    m_lastNumber = messages.last().number;
+    m_out << messages.size() << " messages kept from "
+          << QDateTime::fromMSecsSinceEpoch(messages.first().keptAt)
+                 .toString(QStringLiteral("yyyy-MM-dd HH:mm"))
+          << ", rebuilt from their stored bytes:\n";
+
+    int measuredAnew = 0;
+    QStringList different;
+    for (const KeptMessage &kept : messages) {
+        KeptMessage rebuilt = kept;
+        const Shown shown = measure(rebuilt);
+        list(rebuilt, shown);
+        if (kept.measure != m_measure) {
+            m_batch.messages.append(rebuilt);
+            ++measuredAnew;
+        } else if (kept.size != rebuilt.size || kept.lineCount != rebuilt.lineCount) {
+            different.append(QStringLiteral("#%1 was %2×%3 in %4 lines")
+                                 .arg(kept.number)
+                                 .arg(kept.size.width())
+                                 .arg(kept.size.height())
+                                 .arg(kept.lineCount));
+        }
+    }
+    flush();
+    m_out << '\n';
+    if (measuredAnew)
+        m_out << measuredAnew << " messages were kept for another width or font size; "
+              << "their new sizes are kept now.\n\n";
+    else if (different.isEmpty())
+        m_out << "All sizes are what they were.\n\n";
+    if (!different.isEmpty())
+        m_out << "SIZES DIFFER from those kept (other fonts?): "
+              << different.join(QStringLiteral(", ")) << "\n\n";
+    return different.isEmpty() ? Success : SizesDiffer;
+}
+
+void Client::play(const QString &feed)
+{
+    FeedReader reader(feed);
+    QString error = reader.error();
+    if (!error.isEmpty())
+        throw ClientError(BadFeed,
+                          QStringLiteral("The feed %1 cannot be played: %2.").arg(feed, error));
+    m_out << "Playing " << QDir::toNativeSeparators(feed) << ":\n";
+    try {
+        while (const auto frame = reader.next())
+            receive(*frame);
+        error = reader.error();
+    } catch (const ClientError &unreadable) {
+        if (unreadable.exitCode != BadFeed)
+            throw;
+        error = QStringLiteral("frame %1 is damaged: %2")
+                    .arg(reader.number())
+                    .arg(QString::fromUtf8(unreadable.what()));
+    }
+    flush();
+    m_out << '\n' << reader.number() - 1 << " frames";
+    if (m_repeated)
+        m_out << ", of which " << m_repeated << " brought nothing new";
+    m_out << ".\n\n";
+    m_out.flush();
+    if (!error.isEmpty())
+        throw ClientError(BadFeed,
+                          QStringLiteral("%1: %2. What came before it is kept.").arg(feed, error));
+}
+
+/// A notification: its type says which record its bytes are.
+void Client::receive(const Frame &frame)
+{
+    const google::protobuf::Message *prototype = protocol::notificationPrototype(frame.type);
+    if (!prototype) {
+        list(frame.type, nullptr);
+        return;
+    }
+    const std::unique_ptr<google::protobuf::Message> record(prototype->New());
+    if (!record->ParseFromArray(frame.record.constData(), int(frame.record.size())))
+        throw ClientError(BadFeed, QStringLiteral("its bytes are not of its type"));
+
+    switch (frame.type) {
+    case im::notif::MESSAGE_CREATED:
+        receive(static_cast<const im::notif::MessageCreatedNotif &>(*record).message());
+        return;
+    case im::notif::USER_UPDATED: {
+        const im::User &user = static_cast<const im::notif::UserUpdatedNotif &>(*record).user();
+        if (!rename(QStringLiteral("U-%1").arg(user.user_id()), user.name()))
+            return;
+        break;
+    }
+    case im::notif::GROUP_UPDATED: {
+        const im::Group &group = static_cast<const im::notif::GroupUpdatedNotif &>(*record).group();
+        if (!rename(QStringLiteral("G-%1").arg(group.group_id()), group.name()))
+            return;
+        break;
+    }
+    default: // shown, and forgotten
+        break;
+    }
+    list(frame.type, record.get());
+}
+
+void Client::receive(const im::Message &record)
+{
+    KeptMessage message;
+    message.dialogId = QString::fromStdString(record.dialog_id());
+    message.messageId = record.message_id();
+    message.sender = record.sender();
+    message.time = record.timestamp();
+    message.version = record.content_format_ver();
+    message.content = record.content();
+    const auto &pending = m_batch.messages;
+    const bool isPending =
+        std::any_of(pending.cbegin(), pending.cend(), [&](const KeptMessage &other) {
+            return other.dialogId == message.dialogId && other.messageId == message.messageId;
+        });
+    if (isPending || m_store.contains(message.dialogId, message.messageId)) {
+        ++m_repeated;
+        return;
+    }
+    message.number = ++m_lastNumber;
+    message.keptAt = QDateTime::currentMSecsSinceEpoch();
+    const Shown shown = measure(message);
+    m_batch.messages.append(message);
+    list(message, shown);
+    if (pending.size() >= batchSize)
+        flush();
+}
+
+/// Takes over the name of a user or group. False when it has that name already.
+bool Client::rename(const QString &id, const std::string &name)
+{
+    const QString text = QString::fromStdString(name);
+    if (m_names.value(id) == text) {
+        ++m_repeated;
+        return false;
+    }
+    m_names.insert(id, text);
+    m_batch.names.insert(id, text);
+    return true;
+}
+
+void Client::list(const KeptMessage &message, const Shown &shown)
+{
+    if (const QString heading = listing::dialogHeading(message, m_names); heading != m_heading) {
+        m_heading = heading;
+        add(u'\n' + heading);
+        add(listing::columnHeading());
+    }
+    add(listing::line(message, shown.item.data(), m_names));
+    m_summary.add(shown.item.data(), shown.nanoseconds);
+    if (shown.item)
+        m_items.append(shown.item);
+}
+
+/// Of several notifications of one type in a row only the first one is listed in full.
+void Client::list(int notification, const google::protobuf::Message *record)
+{
+    if (notification == m_lastNotification) {
+        ++m_notifications;
+        return;
+    }
+    add(listing::notificationLine(notification, record));
+    m_lastNotification = notification;
+}
+
+void Client::add(const QString &line)
+{
+    endNotifications();
+    m_lines.append(line);
+}
+
+void Client::endNotifications()
+{
+    if (m_notifications > 0)
+        m_lines.append(listing::moreNotificationsLine(m_notifications));
+    m_lastNotification = 0;
+    m_notifications = 0;
+}
+
+/// Writes what is pending, and only then shows it.
+void Client::flush()
+{
+    if (!m_batch.messages.isEmpty() || !m_batch.names.isEmpty())
+        m_store.keep(m_batch);
+    m_batch = {};
+    endNotifications();
+    for (const QString &line : std::as_const(m_lines))
+        m_out << line << '\n';
+    m_out.flush();
+    m_lines.clear();
+}
+
+void Client::showSummary()
+{
+    // As when the window changes its width: everything is measured again.
+    QElapsedTimer timer;
+    timer.start();
+    for (const auto &item : std::as_const(m_items)) {
+        item->calcSize(m_measure.width * 2 / 3, 0, maxLineCount, ContentItem::MAX_WIDTH_CHANGED,
+                       false);
+    }
+    m_out << m_summary.text(timer.nsecsElapsed());
+}

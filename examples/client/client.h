@@ -1,0 +1,68 @@
+#pragma once
+
+#include "client/clienterror.h"
+#include "client/messagestore.h"
+#include "client/summary.h"
+
+#include <QSharedPointer>
+#include <QStringList>
+#include <QTextStream>
+
+#include <string>
+
+class ContentItem;
+struct Frame;
+namespace google::protobuf
+{
+class Message;
+}
+namespace im
+{
+class Message;
+}
+
+/// The sample client: shows the messages that are kept, plays a feed, and keeps what it brings.
+class Client
+{
+public:
+    /// @param width pixels that a message can take
+    Client(const QString &messageStore, int width);
+
+    /// Lists what earlier runs have kept, and checks that it measures what it measured then.
+    /// Success or SizesDiffer.
+    ExitCode showKept();
+    /// Lists and keeps what a feed brings. A damaged feed is shown up to the damage.
+    void play(const QString &feed);
+    void showSummary();
+
+private:
+    struct Shown {
+        QSharedPointer<ContentItem> item; ///< null for a content that cannot be made
+        qint64 nanoseconds = 0;           ///< what measuring took
+    };
+    Shown measure(KeptMessage &message) const;
+    void receive(const Frame &frame);
+    void receive(const im::Message &record);
+    void list(const KeptMessage &message, const Shown &shown);
+    void list(int notification, const google::protobuf::Message *record);
+    void add(const QString &line);
+    void endNotifications();
+    bool rename(const QString &id, const std::string &name);
+    void flush();
+
+    MessageStore m_store;
+    const Measure m_measure;
+    QHash<QString, QString> m_names;
+    qint64 m_lastNumber = 0;
+    int m_repeated = 0;                         // frames that brought nothing new
+    QList<QSharedPointer<ContentItem>> m_items; // all that were listed
+    Summary m_summary;
+    QTextStream m_out;
+
+    // What was received and is not on the disk yet, with the lines that will say so.
+    MessageStore::Batch m_batch;
+    QStringList m_lines;
+    QString m_heading;          // of the dialog and day listed last
+    int m_lastNotification = 0; // its type, if that is what was listed last
+    int m_notifications = 0;    // how many of this type in a row
+};

@@ -1,0 +1,155 @@
+// A terminal client on top of modelbase, fed from a recorded feed. README.md is its guide.
+
+#include "account/threadmanager.h"
+#include "client/application.h"
+#include "client/client.h"
+#include "client/clienterror.h"
+#include "imlog/imlog.h"
+#include "settings/appsettingmodel.h"
+#include "storage/globalstorageprovider.h"
+
+#include <QCommandLineParser>
+#include <QDateTime>
+#include <QDir>
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <QTextStream>
+
+namespace
+{
+
+struct Options {
+    QString data;
+    QString feed; ///< empty: none
+    int width = 0;
+};
+
+Options readOptions(const Application &app)
+{
+    const QCommandLineOption data(
+        QStringLiteral("data"), QStringLiteral("Keep messages, settings and the log in <DIR>."),
+        QStringLiteral("DIR"), QStandardPaths::writableLocation(QStandardPaths::AppDataLocation));
+    const QCommandLineOption feed(QStringLiteral("feed"), QStringLiteral("Play the feed <FILE>."),
+                                  QStringLiteral("FILE"));
+    const QCommandLineOption width(QStringLiteral("width"),
+                                   QStringLiteral("Let a message be <PX> pixels wide at most."),
+                                   QStringLiteral("PX"), QStringLiteral("420"));
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Shows the messages that earlier runs have kept, plays a recorded feed, and "
+                       "keeps what it brings."));
+    parser.addHelpOption();
+    parser.addOptions({data, feed, width});
+    parser.process(app);
+
+    bool isNumber = false;
+    const Options options{QDir(parser.value(data)).absolutePath(), parser.value(feed),
+                          parser.value(width).toInt(&isNumber)};
+    if (!parser.positionalArguments().isEmpty())
+        throw ClientError(WrongUsage,
+                          QStringLiteral("What is \"%1\" for? See --help.")
+                              .arg(parser.positionalArguments().constFirst()));
+    if (!isNumber || options.width < 100 || options.width > 10000)
+        throw ClientError(WrongUsage, QStringLiteral("--width takes 100 to 10000 pixels."));
+    return options;
+}
+
+void makeDataDirectory(const QString &path)
+{
+    if (!QDir().mkpath(path) || !QFileInfo(path).isWritable())
+        throw ClientError(BadData,
+                          QStringLiteral("%1 is no directory that can be written to. "
+                                         "Choose another with --data.")
+                              .arg(path));
+}
+
+/// The model layer, from its start on the main thread to its orderly end.
+class ModelLayer
+{
+public:
+    explicit ModelLayer(const QString &data)
+    {
+        ImLog::instance()->setDirectory(data + QStringLiteral("/log"));
+        ThreadManager::getInstance()->init();
+
+        AppSettingModel *settings = AppSettingModel::instance();
+        settings->globalStorage()->setDirectory(data);
+        settings->loadGlobalData();
+        // The accounts are initialised here, once the settings are there.
+    }
+
+    ~ModelLayer()
+    {
+        // The accounts are waited for and released here, before what they stand on.
+        AppSettingModel::releaseInstance();
+        ThreadManager::getInstance()->quitAll();
+        ImLog::instance()->flush();
+    }
+
+    Q_DISABLE_COPY_MOVE(ModelLayer)
+};
+
+/// The first start changes two settings; every later one finds them changed.
+void greet(QTextStream &out)
+{
+    AppSettingModel *settings = AppSettingModel::instance();
+    const storage::GlobalStorageProvider *store = settings->globalStorage();
+    if (!store->isOpen())
+        throw ClientError(
+            BadData,
+            QStringLiteral("The settings %1 cannot be opened; the log in %2 says why.")
+                .arg(store->filePath(), ImLog::instance()->directory()));
+    if (store->recovered())
+        out << "The settings were damaged. What could be read was carried over; the damaged file "
+               "lies beside "
+            << store->filePath() << ".\n";
+
+    const QString firstStartKey = QStringLiteral("sample_client_first_start");
+    const qint64 firstStart = settings->getValue(firstStartKey, 0).toLongLong();
+    const int fontSize = settings->themeFontSize();
+    if (firstStart == 0) {
+        settings->setValue(firstStartKey, QDateTime::currentMSecsSinceEpoch(), true);
+        settings->setThemeFontSize(16);
+        out << "Settings: this is the first start; the theme's font size was " << fontSize
+            << " px and is set to " << settings->themeFontSize() << " px.\n\n";
+    } else {
+        out << "Settings: kept from the first start, "
+            << QDateTime::fromMSecsSinceEpoch(firstStart)
+                   .toString(QStringLiteral("yyyy-MM-dd HH:mm"))
+            << "; the theme's font size is " << fontSize << " px.\n\n";
+    }
+}
+
+ExitCode run(const Application &app)
+{
+    const Options options = readOptions(app);
+    makeDataDirectory(options.data);
+    const ModelLayer modelLayer(options.data);
+    QTextStream out(stdout);
+    out << "Data in " << QDir::toNativeSeparators(options.data) << ".\n";
+    greet(out);
+    out.flush();
+
+    Client client(options.data + QStringLiteral("/messages.db"), options.width);
+    const ExitCode result = client.showKept();
+    if (!options.feed.isEmpty())
+        client.play(options.feed);
+    client.showSummary();
+    return result;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    // It shows no window: it needs fonts, and no display.
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    const Application app(argc, argv);
+    try {
+        return run(app);
+    } catch (const ClientError &error) {
+        QTextStream(stderr) << error.what() << '\n';
+        return error.exitCode;
+    }
+}

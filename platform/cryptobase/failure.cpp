@@ -1,0 +1,26 @@
+#include "cryptobase/failure_p.h"
+
+#include "imlog/imlog.h"
+
+#include <QLoggingCategory>
+
+#include <openssl/err.h>
+
+namespace cryptobase
+{
+namespace
+{
+
+Q_LOGGING_CATEGORY(lcCrypto, "modelbase.crypto")
+
+} // namespace
+
+void logFailure(const QString &text)
+{
+    ERR_clear_error();
+    const QString line = QStringLiteral("crypto: ") + text;
+    qCWarning(lcCrypto).noquote() << line;
+    ImLog::error(line);
+}
+
+} // namespace cryptobase

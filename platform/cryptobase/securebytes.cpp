@@ -1,0 +1,19 @@
+#include "cryptobase/securebytes.h"
+
+#include <openssl/crypto.h>
+
+namespace cryptobase
+{
+
+void cleanse(QByteArray &bytes)
+{
+    // data_ptr() and not data(): that one copies a buffer that is shared, or that is not ours.
+    auto &d = bytes.data_ptr();
+    if (!d.needsDetach()) {
+        const qsizetype before = d.freeSpaceAtBegin();
+        OPENSSL_cleanse(d.data() - before, size_t(before + d.size + d.freeSpaceAtEnd()));
+    }
+    bytes = QByteArray();
+}
+
+} // namespace cryptobase

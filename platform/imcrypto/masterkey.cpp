@@ -1,0 +1,178 @@
+#include "imcrypto/masterkey.h"
+
+#include "imcrypto/keychain_p.h"
+#include "imcrypto/log_p.h"
+
+#include "cryptobase/cryptoaes.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QStandardPaths>
+
+#include <filesystem>
+
+#if defined(Q_OS_WIN)
+#    include <io.h>
+#else
+#    include <fcntl.h>
+#    include <unistd.h>
+#endif
+
+using cryptobase::SecureBytes;
+
+namespace crypto
+{
+namespace
+{
+
+constexpr int keySize = 32;
+/// What the file begins with when it names a keychain entry. Otherwise it is the 32 key bytes.
+const QByteArray entryMark("keychain:");
+constexpr QFile::Permissions ownerOnly = QFile::ReadOwner | QFile::WriteOwner;
+
+bool flushToDisk(const QFile &file)
+{
+#if defined(Q_OS_WIN)
+    return _commit(file.handle()) == 0;
+#else
+    return ::fsync(file.handle()) == 0;
+#endif
+}
+
+/// Makes the name of a new file durable. Elsewhere than on POSIX systems it is with the file.
+void flushDirectory([[maybe_unused]] const QString &path)
+{
+#if defined(Q_OS_UNIX)
+    const int directory = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    if (directory >= 0) {
+        ::fsync(directory);
+        ::close(directory);
+    }
+#endif
+}
+
+/// Unbuffered throughout: Qt's buffers would keep the key.
+class KeyFile : public MasterKey
+{
+public:
+    KeyFile(const QString &filePath, bool preferKeychain)
+        : m_filePath(filePath), m_preferKeychain(preferKeychain)
+    {
+    }
+
+    Answer load() override
+    {
+        QFile file(m_filePath);
+        if (!file.exists())
+            return {Status::None, {}};
+        if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+            return unavailable(file.errorString());
+        if (file.permissions() & (QFile::ReadGroup | QFile::ReadOther)) {
+            logFailure(QStringLiteral("%1 could be read by others; now its owner only can")
+                           .arg(m_filePath));
+            file.setPermissions(ownerOnly);
+        }
+        SecureBytes content(file.read(256));
+        if (content.size() == keySize)
+            return {Status::Found, std::move(content)};
+        // By value: what names an entry is no secret.
+        const QByteArray text = content;
+        if (!text.startsWith(entryMark))
+            return unavailable(QStringLiteral("it is damaged"));
+        std::optional<SecureBytes> key =
+            keychain::read(QString::fromLatin1(text.mid(entryMark.size())));
+        if (!key)
+            return unavailable(QStringLiteral("the keychain does not give it"));
+        if (key->size() != keySize)
+            return unavailable(QStringLiteral("what lies in the keychain is damaged"));
+        return {Status::Found, *std::move(key)};
+    }
+
+    Answer create() override
+    {
+        const SecureBytes key(CryptoAES::createKey(keySize));
+        if (key.isEmpty())
+            return unavailable(QStringLiteral("no random bytes"));
+        const QString entry =
+            m_preferKeychain && keychain::isAvailable() ? putIntoKeychain(key) : QString();
+        const bool published =
+            publish(entry.isEmpty() ? QByteArray(key) : entryMark + entry.toLatin1());
+        Answer answer = load();
+        // Somebody else was first, or the file could not be written.
+        if (!published && !entry.isEmpty())
+            keychain::remove(entry);
+        if (answer.status == Status::None)
+            answer.status = Status::Unavailable;
+        return answer;
+    }
+
+private:
+    Answer unavailable(const QString &reason) const
+    {
+        logFailure(QStringLiteral("cannot get the master key of %1: %2").arg(m_filePath, reason));
+        return {};
+    }
+
+    /// The entry's name; empty when the keychain does not keep the key. Every attempt has an entry
+    /// of its own, so that two processes cannot overwrite each other's.
+    static QString putIntoKeychain(const SecureBytes &key)
+    {
+        const QString entry =
+            QStringLiteral("master-") + QString::fromLatin1(CryptoAES::createKey(16).toHex());
+        if (!keychain::write(entry, key))
+            return {};
+        const std::optional<SecureBytes> kept = keychain::read(entry);
+        return kept && QByteArray(*kept) == QByteArray(key) ? entry : QString();
+    }
+
+    /// Writes a whole file beside it, then links it to its name: that fails where one is, however
+    /// close the race. True when the file is there and ours.
+    bool publish(const QByteArray &content) const
+    {
+        const QString directory = QFileInfo(m_filePath).absolutePath();
+        QFile file(m_filePath + QLatin1Char('.')
+                   + QString::fromLatin1(CryptoAES::createKey(8).toHex()));
+        const bool written = QDir().mkpath(directory)
+            && file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered,
+                         ownerOnly)
+            && file.write(content) == content.size() && flushToDisk(file);
+        QString reason = file.errorString();
+        file.close();
+        std::error_code error;
+        if (written) {
+            std::filesystem::create_hard_link(file.filesystemFileName(),
+                                              QFile(m_filePath).filesystemFileName(), error);
+            reason = QString::fromStdString(error.message());
+        }
+        file.remove();
+        if (!written || (error && error != std::errc::file_exists)) {
+            logFailure(QStringLiteral("cannot write %1: %2").arg(m_filePath, reason));
+            return false;
+        }
+        flushDirectory(directory);
+        return !error;
+    }
+
+    const QString m_filePath;
+    const bool m_preferKeychain;
+};
+
+} // namespace
+
+MasterKey::~MasterKey() = default;
+
+std::shared_ptr<MasterKey> MasterKey::inFile(const QString &filePath)
+{
+    return std::make_shared<KeyFile>(filePath, false);
+}
+
+std::shared_ptr<MasterKey> MasterKey::installation()
+{
+    return std::make_shared<KeyFile>(
+        QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
+            + QStringLiteral("/master.key"),
+        !QStandardPaths::isTestModeEnabled());
+}
+
+} // namespace crypto

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "imcrypto/imcrypto_export.h"
+
+#include "cryptobase/securebytes.h"
+
+#include <QString>
+
+#include <memory>
+
+namespace crypto
+{
+
+/// Where the 32 bytes come from that all of this installation's keys are sealed under.
+///
+/// Thread: any. A keychain may ask the user to unlock it, and both calls wait for that: up to half a
+/// minute, so keep them away from the GUI thread where a keychain is in use.
+class IMCRYPTO_EXPORT MasterKey
+{
+public:
+    enum class Status {
+        Found,       ///< the key is here
+        None,        ///< no key was ever made
+        Unavailable, ///< there is one, but it cannot be had now: the keychain is locked or not
+                     ///< running, the file is damaged or not readable. Logged.
+    };
+    struct Answer {
+        Status status = Status::Unavailable;
+        cryptobase::SecureBytes key;
+    };
+
+    virtual ~MasterKey();
+
+    virtual Answer load() = 0;
+    /// Makes the key where load() says None, and never in place of another. When two processes or
+    /// threads do so at once, both get the same key. Never answers None.
+    virtual Answer create() = 0;
+
+    /// A key file, readable by its owner only. No keychain is asked.
+    static std::shared_ptr<MasterKey> inFile(const QString &filePath);
+
+    /// The installation's: decided when the key is made, and recorded in "master.key" in the
+    /// application data directory (QStandardPaths::AppDataLocation, looked up now). Where a keychain
+    /// runs, the key lies there and the file names its entry; elsewhere, and in Qt's test mode, the
+    /// file holds the key.
+    static std::shared_ptr<MasterKey> installation();
+
+protected:
+    MasterKey() = default;
+
+private:
+    Q_DISABLE_COPY_MOVE(MasterKey)
+};
+
+} // namespace crypto

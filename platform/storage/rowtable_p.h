@@ -1,0 +1,146 @@
+#pragma once
+
+#include "storage/changes.h"
+#include "storage/database_p.h"
+#include "storage/valuecodec_p.h"
+
+#include <QString>
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace storage
+{
+
+// Steps of a schema (see SchemaSteps). Columns without a declared type keep what is put into them
+// as it is.
+constexpr const char *settingSchema =
+    "CREATE TABLE settings (key PRIMARY KEY NOT NULL, type TEXT NOT NULL, value, remark NOT NULL)";
+constexpr const char *configSchema =
+    "CREATE TABLE buffer_config (key PRIMARY KEY NOT NULL, type TEXT NOT NULL, value);"
+    "CREATE TABLE sync_config (key PRIMARY KEY NOT NULL, type TEXT NOT NULL, value)";
+
+/// One table of values by key, with a remark where Info has one. See the storages on threads and
+/// failures.
+template <typename Info>
+class RowTable
+{
+public:
+    RowTable(std::shared_ptr<Database> database, const std::string &table)
+        : m_database(std::move(database)), m_table(table),
+          m_reading("read the rows of " + table + " in"),
+          m_writing("write the rows of " + table + " in"),
+          m_selectAll("SELECT key, type, value" + andRemark(", remark") + " FROM " + table
+                      + " ORDER BY rowid"),
+          m_selectOne("SELECT type, value FROM " + table + " WHERE key = ?"),
+          m_removeAll("DELETE FROM " + table),
+          m_removeOne("DELETE FROM " + table + " WHERE key = ?"),
+          m_save("INSERT INTO " + table + " (key, type, value" + andRemark(", remark")
+                 + ") VALUES (?, ?, ?" + andRemark(", ?")
+                 + ") ON CONFLICT (key) DO UPDATE SET type = excluded.type, value = excluded.value"
+                 + andRemark(", remark = excluded.remark"))
+    {
+    }
+
+    bool isOpen() const { return m_database->isOpen(); }
+
+    /// What cannot be read is left out, with one log line.
+    QList<Info> allInfos() const
+    {
+        QList<Info> infos;
+        QStringList unreadable;
+        QString path;
+        const bool complete = m_database->read(m_reading.c_str(), [&] {
+            SQLite::Statement &rows = m_database->statement(m_selectAll);
+            while (rows.executeStep()) {
+                QString key = codec::readText(rows.getColumn(0));
+                if (auto value = codec::readValue(rows.getColumn(1), rows.getColumn(2))) {
+                    Info &info = infos.emplaceBack();
+                    info.key = std::move(key);
+                    info.value = *std::move(value);
+                    if constexpr (hasRemark)
+                        info.remark = codec::readText(rows.getColumn(3));
+                } else {
+                    unreadable.append(std::move(key));
+                }
+            }
+            if (!unreadable.isEmpty())
+                path = m_database->filePath();
+        });
+        if (!complete)
+            return {};
+        logUnreadable(unreadable, path);
+        return infos;
+    }
+
+    QVariant value(const QString &key) const
+    {
+        std::optional<QVariant> value = QVariant();
+        QString path;
+        const bool complete = m_database->read(m_reading.c_str(), [&] {
+            SQLite::Statement &row = m_database->statement(m_selectOne);
+            codec::bindText(row, 1, key);
+            if (row.executeStep())
+                value = codec::readValue(row.getColumn(0), row.getColumn(1));
+            if (!value)
+                path = m_database->filePath();
+        });
+        if (complete && value)
+            return *value;
+        if (complete)
+            logUnreadable({key}, path);
+        return {};
+    }
+
+    bool apply(const Changes<Info> &changes)
+    {
+        return m_database->write(m_writing.c_str(), [&] {
+            if (changes.removeAll)
+                m_database->statement(m_removeAll).exec();
+            for (const QString &key : changes.removed) {
+                SQLite::Statement &row = m_database->statement(m_removeOne);
+                codec::bindText(row, 1, key);
+                row.exec();
+            }
+            for (const Info &info : changes.saved) {
+                SQLite::Statement &row = m_database->statement(m_save);
+                codec::bindText(row, 1, info.key);
+                codec::bindValue(row, 2, info.value);
+                if constexpr (hasRemark)
+                    codec::bindText(row, 4, info.remark);
+                row.exec();
+            }
+        });
+    }
+
+private:
+    static constexpr bool hasRemark = requires(Info info) { info.remark; };
+
+    static std::string andRemark(const char *sql) { return hasRemark ? sql : ""; }
+
+    void logUnreadable(const QStringList &keys, const QString &path) const
+    {
+        if (keys.isEmpty())
+            return;
+        Database::log(QStringLiteral("%1 rows of %2 in %3 left out, their values cannot be read; "
+                                     "the first is \"%4\"")
+                          .arg(keys.size())
+                          .arg(QString::fromStdString(m_table), path, keys.constFirst().left(64)));
+    }
+
+    const std::shared_ptr<Database> m_database;
+    const std::string m_table;
+    const std::string m_reading;
+    const std::string m_writing;
+    const std::string m_selectAll;
+    const std::string m_selectOne;
+    const std::string m_removeAll;
+    const std::string m_removeOne;
+    const std::string m_save;
+};
+
+} // namespace storage

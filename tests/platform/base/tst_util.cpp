@@ -1,0 +1,112 @@
+#include "base/util.h"
+
+#include <QDir>
+#include <QFile>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <limits>
+
+using namespace Qt::StringLiterals;
+
+class TestUtil : public QObject
+{
+    Q_OBJECT
+
+    static void write(const QString &path)
+    {
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write("x"), 1);
+    }
+
+private Q_SLOTS:
+    void emojiGames()
+    {
+        for (const QString &game : {u"🎲"_s, u"🎯"_s, u"🏀"_s, u"⚽"_s, u"⚽\ufe0f"_s, u"🎳"_s, u"🎰"_s})
+            QVERIFY2(Util::isEmojiGame(game), qUtf8Printable(game));
+        for (const QString &other : {u""_s, u"\ufe0f"_s, u"🎲🎲"_s, u"🎲 "_s, u"✊"_s, u"⚾"_s, u"a"_s})
+            QVERIFY2(!Util::isEmojiGame(other), qUtf8Printable(other));
+    }
+
+    void dataDirectory()
+    {
+        const QString dir = Util::defaultCacheDataDir();
+        QVERIFY(dir.endsWith(Util::separator()));
+        QVERIFY(!QDir(dir).exists());
+        QVERIFY(Util::mkpath(dir));
+        QVERIFY(Util::mkpath(dir));
+        QVERIFY(QDir(dir).exists());
+        QVERIFY(!dir.endsWith(Util::separator() + Util::separator()));
+    }
+
+    void mkpathBehindAFile()
+    {
+        const QTemporaryDir dir;
+        write(dir.filePath(u"file"_s));
+        for (const QString &path :
+             {dir.filePath(u"file/x"_s), dir.filePath(u"file"_s), QString()}) {
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Cannot make directory"_s));
+            QVERIFY(!Util::mkpath(path));
+        }
+    }
+
+    void removesFoldersAndLeavesTheRest()
+    {
+        const QTemporaryDir dir;
+        const QString folder = dir.filePath(u"folder"_s);
+        const QString kept = dir.filePath(u"kept"_s);
+        QVERIFY(Util::mkpath(folder + u"/a/b"_s) && Util::mkpath(kept));
+        write(folder + u"/a/.hidden"_s);
+        write(folder + u"/a/b/file"_s);
+        write(kept + u"/file"_s);
+        QVERIFY(QFile::link(kept, folder + u"/a/link"_s));
+        QVERIFY(QFile::link(dir.filePath(u"nowhere"_s), folder + u"/dangling"_s));
+
+        QVERIFY(Util::removeLocalFolder(folder));
+        QVERIFY(!QFileInfo::exists(folder));
+        QVERIFY(Util::removeLocalFolder(folder));
+        QVERIFY(QFile::exists(kept + u"/file"_s));
+
+        for (const QString &slash : {u""_s, u"/"_s}) {
+            const QString link = dir.filePath(u"link"_s);
+            QVERIFY(QFile::link(kept, link));
+            QVERIFY(Util::removeLocalFolder(link + slash));
+            QVERIFY(!QFileInfo(link).isSymbolicLink());
+            QVERIFY(QFile::exists(kept + u"/file"_s));
+        }
+
+        for (const QString &path : {kept + u"/file"_s, u"/"_s, QString()}) {
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"removed?"_s));
+            QVERIFY(!Util::removeLocalFolder(path));
+        }
+        QVERIFY(QFile::exists(kept + u"/file"_s));
+    }
+
+    void localFiles()
+    {
+        QCOMPARE(Util::toLocalFile(u"/a b/c%20d#e?f"_s), u"/a b/c%20d#e?f"_s);
+        QCOMPARE(Util::toLocalFile(u"file:///a%20b/%D0%B6%23.png"_s), u"/a b/ж#.png"_s);
+        QCOMPARE(Util::toLocalFile(u"FILE:/a"_s), u"/a"_s);
+        QCOMPARE(Util::toLocalFile(QUrl::fromLocalFile(u"/a b/#?%.ж"_s).toString()),
+                 u"/a b/#?%.ж"_s);
+        QCOMPARE(Util::toLocalFile(u"files/x"_s), u"files/x"_s);
+        QCOMPARE(Util::toLocalFile({}), QString());
+    }
+
+    void sizes()
+    {
+        QCOMPARE(Util::intToSizeStr(0), u"0 B"_s);
+        QCOMPARE(Util::intToSizeStr(-1), u"0 B"_s);
+        QCOMPARE(Util::intToSizeStr(1023), u"1023 B"_s);
+        QCOMPARE(Util::intToSizeStr(1024), u"1.0 KB"_s);
+        QCOMPARE(Util::intToSizeStr(1536), u"1.5 KB"_s);
+        QCOMPARE(Util::intToSizeStr(1024 * 1024 - 1), u"1.0 MB"_s);
+        QCOMPARE(Util::intToSizeStr(12'897'485), u"12.3 MB"_s);
+        QCOMPARE(Util::intToSizeStr(std::numeric_limits<qint64>::max()), u"8.0 EB"_s);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestUtil)
+#include "tst_util.moc"

@@ -1,0 +1,241 @@
+#include "settings/foldermove_p.h"
+
+#include "support/mediatree.h"
+
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <filesystem>
+
+using namespace Qt::StringLiterals;
+
+class TestFolderMove : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> m_home;
+
+    QString source(const QString &name = {}) const { return m_home->path() + u"/old/a/"_s + name; }
+    QString target(const QString &name = {}) const { return m_home->path() + u"/new/a/"_s + name; }
+
+    FolderMove makeMove(FolderMove::Advance advance = [](qint64) { return true; }) const
+    {
+        return FolderMove({m_home->path() + u"/old/"_s, m_home->path() + u"/new/"_s, u"a/"_s,
+                           m_home->path() + u"/new/.moving"_s},
+                          std::move(advance));
+    }
+
+    /// As the caller does: copies, removes, and goes round again for what has changed.
+    bool moveAll() const
+    {
+        for (int round = 0; round < 3; ++round) {
+            FolderMove move = makeMove();
+            if (move.copy() != FolderMove::Done)
+                return false;
+            if (move.removeOriginals())
+                return true;
+        }
+        return false;
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_home = std::make_unique<QTemporaryDir>();
+        QVERIFY(QDir().mkpath(m_home->path() + u"/new"_s));
+        QVERIFY(QDir().mkpath(source()));
+    }
+
+    void movesFilesOfAllKinds()
+    {
+        MediaTree::fill(source(), 30, 1);
+        MediaTree::write(source(u"read-only.png"_s), "r");
+        QVERIFY(QFile::setPermissions(source(u"read-only.png"_s), QFile::ReadOwner));
+        const QFile::Permissions permissions = QFile::permissions(source(u"read-only.png"_s));
+        const MediaTree before = MediaTree::read(source());
+        QVERIFY(before.files.size() == 31);
+        QCOMPARE(FolderMove::size(m_home->path() + u"/old/"_s, u"a/"_s), before.bytes());
+
+        QVERIFY(moveAll());
+        QCOMPARE(MediaTree::read(target()), before);
+        QCOMPARE(QFile::permissions(target(u"read-only.png"_s)), permissions);
+        QVERIFY(!QFileInfo::exists(source()));
+        QCOMPARE(QDir(m_home->path() + u"/new"_s)
+                     .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+                 QStringList{u"a"_s});
+    }
+
+    // Stops at the first point at which it can be stopped, then at the second, and so on.
+    void isStoppedAnywhere()
+    {
+        for (int point = 0;; ++point) {
+            QVERIFY(QDir(m_home->path()).removeRecursively());
+            init();
+            MediaTree::fill(source(), 4, 2);
+            const MediaTree before = MediaTree::read(source());
+            int left = point;
+            FolderMove move = makeMove([&](qint64) { return left-- > 0; });
+            const FolderMove::Result result = move.copy();
+            QCOMPARE(MediaTree::read(source()), before);
+            QVERIFY(moveAll());
+            QCOMPARE(MediaTree::read(target()), before);
+            QVERIFY(!QFileInfo::exists(source()));
+            if (result == FolderMove::Done)
+                break;
+            QCOMPARE(result, FolderMove::Cancelled);
+        }
+    }
+
+    void countsEachByteOnce()
+    {
+        MediaTree::fill(source(), 10, 3);
+        const qint64 bytes = MediaTree::read(source()).bytes();
+        qint64 counted = 0;
+        bool changed = false;
+        FolderMove move = makeMove([&](qint64 count) {
+            counted += count;
+            // Something that is copied changes, and is counted anew.
+            if (count > 0 && !std::exchange(changed, true)) {
+                for (const QString &name : MediaTree::read(source()).files.keys())
+                    MediaTree::touch(source(name));
+            }
+            return true;
+        });
+        QCOMPARE(move.copy(), FolderMove::Done);
+        QCOMPARE(counted, bytes);
+    }
+
+    void filesThatChange_data()
+    {
+        QTest::addColumn<int>("call"); // of the callback, at which the file changes
+        for (int call = 1; call <= 8; ++call)
+            QTest::addRow("call %d", call) << call;
+    }
+    void filesThatChange()
+    {
+        QFETCH(int, call);
+        MediaTree::write(source(u"grows"_s), "old");
+        MediaTree::write(source(u"vanishes"_s), "old");
+        MediaTree::write(source(u"stays"_s), "old");
+        FolderMove move = makeMove([&](qint64) {
+            if (--call == 0) {
+                MediaTree::write(source(u"grows"_s), "new content");
+                MediaTree::write(source(u"comes"_s), "new");
+                QFile::remove(source(u"vanishes"_s));
+            }
+            return true;
+        });
+        QCOMPARE(move.copy(), FolderMove::Done);
+        move.removeOriginals();
+        QVERIFY(moveAll());
+        MediaTree after = MediaTree::read(target());
+        after.files.remove(u"vanishes"_s); // whether it was quicker than the copy
+        QCOMPARE(after.files.keys(), (QStringList{u"comes"_s, u"grows"_s, u"stays"_s}));
+        QCOMPARE(after.files.value(u"grows"_s).content, "new content"_ba);
+        QVERIFY(!QFileInfo::exists(source()));
+    }
+
+    void changesBetweenCopyAndRemoval()
+    {
+        MediaTree::write(source(u"a.txt"_s), "old");
+        MediaTree::write(source(u"b.txt"_s), "old");
+        FolderMove move = makeMove();
+        QCOMPARE(move.copy(), FolderMove::Done);
+        MediaTree::write(source(u"a.txt"_s), "newer");
+        MediaTree::write(source(u"b.txt"_s), "newer");
+        MediaTree::write(target(u"b.txt"_s), "the client's own");
+        QVERIFY(!move.removeOriginals());
+        QVERIFY(QFileInfo::exists(source(u"a.txt"_s)));
+
+        QVERIFY(moveAll());
+        const MediaTree after = MediaTree::read(target());
+        QCOMPARE(after.files.keys(), (QStringList{u"a.txt"_s, u"b (1).txt"_s, u"b.txt"_s}));
+        QCOMPARE(after.files.value(u"a.txt"_s).content, "newer"_ba);
+        QCOMPARE(after.files.value(u"b (1).txt"_s).content, "newer"_ba);
+        QCOMPARE(after.files.value(u"b.txt"_s).content, "the client's own"_ba);
+    }
+
+    void namesThatAreTaken()
+    {
+        MediaTree::write(source(u"same.jpg"_s), "content");
+        MediaTree::write(source(u"other.tar.gz"_s), "content");
+        MediaTree::write(source(u".hidden"_s), "content");
+        MediaTree::write(source(u"folder"_s), "content");
+        MediaTree::write(source(u"link.d/link"_s), "content");
+        MediaTree::write(target(u"same.jpg"_s), "content");
+        MediaTree::write(target(u"other.tar.gz"_s), "CONTENT");
+        MediaTree::write(target(u"other.tar (1).gz"_s), "conten");
+        MediaTree::write(target(u".hidden"_s), "CONTENT");
+        MediaTree::write(target(u"folder/x"_s), "x");
+        const QString outside = m_home->path() + u"/outside"_s;
+        MediaTree::write(outside, "content");
+        QVERIFY(QDir().mkpath(target(u"link.d"_s)));
+        QVERIFY(QFile::link(outside, target(u"link.d/link"_s)));
+
+        QVERIFY(moveAll());
+        const QMap<QString, MediaTree::File> after = MediaTree::read(target()).files;
+        QCOMPARE(after.keys(),
+                 (QStringList{u".hidden"_s, u".hidden (1)"_s, u"folder (1)"_s, u"folder/x"_s,
+                              u"link.d/link (1)"_s, u"other.tar (1).gz"_s, u"other.tar (2).gz"_s,
+                              u"other.tar.gz"_s, u"same.jpg"_s}));
+        QCOMPARE(after.value(u"other.tar.gz"_s).content, "CONTENT"_ba);
+        QCOMPARE(after.value(u"other.tar (2).gz"_s).content, "content"_ba);
+        QVERIFY(!QFileInfo::exists(source()));
+    }
+
+    void linksAtTheSourceStay()
+    {
+        const QString outside = m_home->path() + u"/outside"_s;
+        MediaTree::write(outside + u"/secret"_s, "secret");
+        MediaTree::write(source(u"file"_s), "file");
+        QVERIFY(QFile::link(outside + u"/secret"_s, source(u"to file"_s)));
+        QVERIFY(QFile::link(outside, source(u"to folder"_s)));
+        QVERIFY(QFile::link(source(), source(u"round"_s)));
+        QVERIFY(QFile::link(u"nowhere"_s, source(u"dangling"_s)));
+        QCOMPARE(FolderMove::size(m_home->path() + u"/old/"_s, u"a/"_s), 4);
+
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"a/: links are left.*: 4"_s));
+        QVERIFY(moveAll());
+        QCOMPARE(MediaTree::read(target()).files.keys(), QStringList{u"file"_s});
+        QCOMPARE(
+            QDir(source()).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size(),
+            4);
+        QVERIFY(QFileInfo::exists(outside + u"/secret"_s));
+
+        // The folder itself is one.
+        QVERIFY(QDir(source()).removeRecursively());
+        QVERIFY(QFile::link(outside, m_home->path() + u"/old/a"_s));
+        QCOMPARE(FolderMove::size(m_home->path() + u"/old/"_s, u"a/"_s), 0);
+        QVERIFY(moveAll());
+        QVERIFY(QFileInfo::exists(outside + u"/secret"_s));
+        QVERIFY(!QFileInfo::exists(target(u"secret"_s)));
+    }
+
+    void obstaclesAtTheTarget()
+    {
+        MediaTree::write(source(u"sub/file"_s), "file");
+        const QString outside = m_home->path() + u"/outside"_s;
+        QVERIFY(QDir().mkpath(outside) && QDir().mkpath(target()));
+        QVERIFY(QFile::link(outside, target(u"sub"_s)));
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"a link is in the way"_s));
+        QCOMPARE(makeMove().copy(), FolderMove::Failed);
+        QVERIFY(QDir(outside).isEmpty());
+
+        QVERIFY(QFile::remove(target(u"sub"_s)));
+        MediaTree::write(target(u"sub"_s), "a file in the way");
+        QCOMPARE(makeMove().copy(), FolderMove::Failed);
+        QCOMPARE(MediaTree::read(source()).files.keys(), QStringList{u"sub/file"_s});
+
+        // What is written goes to a file of its own, whatever stands at its place.
+        QVERIFY(QFile::remove(target(u"sub"_s)));
+        MediaTree::write(outside + u"/kept"_s, "kept");
+        QVERIFY(QFile::link(outside + u"/kept"_s, m_home->path() + u"/new/.moving"_s));
+        QVERIFY(moveAll());
+        QCOMPARE(MediaTree::read(outside).files.value(u"kept"_s).content, "kept"_ba);
+        QCOMPARE(MediaTree::read(target()).files.keys(), QStringList{u"sub/file"_s});
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFolderMove)
+#include "tst_foldermove.moc"
