@@ -169,18 +169,19 @@ int writeUntilKilled(qint64 number)
     for (;; ++number) {
         say("step", number);
         stores.write(number);
-        switch (random.bounded(4)) {
+        switch (random.bounded(5)) {
         case 0:
+        case 1:
             if (!stores.flush())
                 return 2;
             say("settled", number);
             break;
-        case 1:
+        case 2:
             threads->quitAll();
             say("settled", number);
             threads->init();
             break;
-        case 2: // the save thread has its turn
+        case 3: // the save thread has its turn
             QThread::usleep(random.bounded(3000));
             break;
         default: // changes gather
@@ -280,7 +281,7 @@ void tst_Killed::run(bool fromStart, QByteArray &output)
     } else {
         QVERIFY(child.waitForReadyRead());
         m_startMicroseconds = timer.nsecsElapsed() / 1000;
-        QThread::usleep(random->bounded(25'000u));
+        QThread::usleep(random->bounded(40'000u));
     }
     child.kill();
     QVERIFY(child.waitForFinished());
