@@ -381,7 +381,7 @@ void tst_Killed::checkKeys(Stores &stores, const Said &said)
 void tst_Killed::losesNothing_data()
 {
 #ifdef SANITIZED
-    constexpr int divisor = 8; // a process starts slowly then
+    constexpr int divisor = 4; // a process starts slowly then
     qInfo("Fewer rounds under a sanitizer");
 #else
     constexpr int divisor = 1;
