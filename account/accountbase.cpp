@@ -141,7 +141,7 @@ void AccountBase::updateUserCacheDataPath()
 
 bool AccountBase::isMyUserId(qint64 userId) const
 {
-    return userId != 0 && (userId == m_accountId || m_signalStore->containsUserKey(userId, 1, 1));
+    return userId != 0 && (userId == m_accountId || m_signalStore->containsUserKey({userId, 1, 1}));
 }
 
 void AccountBase::setDeviceId(int deviceId)
@@ -162,7 +162,7 @@ void AccountBase::updatePhone(const QString &phone, const QString &countryCode)
     const bool countryIsNew = std::exchange(m_countryCode, countryCode) != countryCode;
     if (!phoneIsNew && !countryIsNew)
         return;
-    m_signalStore->updateUserInfo(m_accountId, phone, countryCode);
+    m_signalStore->updateUserInfo({m_accountId, phone, countryCode});
     if (phoneIsNew)
         Q_EMIT phoneChanged();
     if (countryIsNew)
@@ -310,7 +310,7 @@ QByteArray AccountBase::decrypt(const QByteArray &data, QString password) const
 QByteArray AccountBase::encrypt(QByteArray &out, const QByteArray &data, const QString &keyId,
                                 int version)
 {
-    const QByteArray key = m_signalStore->secureKey(keyId, version, true);
+    const cryptobase::SecureBytes key = m_signalStore->secureKey(keyId, version, true);
     out = m_aes->encrypt(data, key, Define::comIV());
     return key;
 }
@@ -318,7 +318,7 @@ QByteArray AccountBase::encrypt(QByteArray &out, const QByteArray &data, const Q
 bool AccountBase::decrypt(QByteArray &out, const std::string &data, const QString &keyId,
                           int version) const
 {
-    const QByteArray key = m_signalStore->secureKey(keyId, version, false);
+    const cryptobase::SecureBytes key = m_signalStore->secureKey(keyId, version, false);
     if (key.isEmpty()) {
         const QString text = QStringLiteral("Decrypt failed: no secure key (%1_%2)");
         qCWarning(lcAccount).noquote() << text.arg(keyId).arg(version);
@@ -343,17 +343,18 @@ QByteArray AccountBase::getMissingChatKeys(const QString &dialogId, int fromVers
              m_signalStore->getMissingChatKeys(dialogId, fromVersion, toVersion)) {
             im::DialogKey *entry = patch.add_dialog_keys();
             entry->set_dialog_id(dialogId.toStdString());
-            entry->set_key(chatKey.key.toStdString());
+            entry->set_key(chatKey.key.constData(), std::size_t(chatKey.key.size()));
             entry->set_key_ver(chatKey.version);
         }
     }
     if (!secureKeyId.isEmpty()) {
-        const QByteArray key = m_signalStore->secureKey(secureKeyId, syncedSecureKeyVersion, false);
+        const cryptobase::SecureBytes key =
+            m_signalStore->secureKey(secureKeyId, syncedSecureKeyVersion, false);
         if (!key.isEmpty()) {
             im::SecureKey *entry = patch.add_secure_keys();
             entry->set_id(secureKeyId.toStdString());
             entry->set_type(im::SecureKey::Type(syncedSecureKeyVersion));
-            entry->set_key(key.toStdString());
+            entry->set_key(key.constData(), std::size_t(key.size()));
         }
     }
     return bytes(patch.SerializeAsString());

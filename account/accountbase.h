@@ -43,6 +43,8 @@ class UserStorageProvider;
 class MODELBASE_EXPORT AccountBase : public QObject
 {
     Q_OBJECT
+    Q_MOC_INCLUDE("account/accountdevicemodel.h")
+    Q_MOC_INCLUDE("settings/accountsettingmodel.h")
     Q_PROPERTY(bool authorized READ authorized NOTIFY authorizedChanged)
     Q_PROPERTY(bool isConnected READ isConnected NOTIFY isConnectedChanged)
     Q_PROPERTY(int state READ state WRITE setState NOTIFY stateChanged)

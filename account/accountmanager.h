@@ -30,6 +30,7 @@ class NewDeviceLoginManager;
 class MODELBASE_EXPORT AccountManager : public QAbstractListModel
 {
     Q_OBJECT
+    Q_MOC_INCLUDE("account/newdeviceloginmanager.h")
     Q_PROPERTY(AccountBase *currentAccount READ currentAccount NOTIFY currentAccountChanged)
     Q_PROPERTY(int count READ count NOTIFY countChanged)
     Q_PROPERTY(int totalUnreadCount READ totalUnreadCount NOTIFY totalUnreadCountChanged)

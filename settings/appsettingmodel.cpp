@@ -1,7 +1,8 @@
 #include "settings/appsettingmodel.h"
 
 #include "imlog/imlog.h"
-#include "settings/settingwriter_p.h"
+#include "settings/settingmodel_p.h"
+#include "settings/storewriter_p.h"
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
 
@@ -104,16 +105,6 @@ QString toText(const QJsonArray &array)
     return QString::fromUtf8(QJsonDocument(array).toJson(QJsonDocument::Compact));
 }
 
-/// Emits the change signal of one setting, with its value if the signal carries one.
-template <auto get, auto changed>
-void announce(AppSettingModel *model)
-{
-    if constexpr (std::is_invocable_v<decltype(changed), AppSettingModel *>)
-        Q_EMIT(model->*changed)();
-    else
-        Q_EMIT(model->*changed)((model->*get)());
-}
-
 } // namespace
 
 AppSettingModel *AppSettingModel::instance()
@@ -150,9 +141,8 @@ AppSettingModel::~AppSettingModel()
 void AppSettingModel::loadGlobalData()
 {
     m_storage->open();
-    // What was changed while the store was closed is newer than what is in it.
-    m_writer->flush();
-    const QList<storage::SettingInfo> rows = m_storage->settingStorage()->allInfos();
+    // What was changed while the store was closed is newer than what is in it, and among these.
+    const QList<storage::SettingInfo> rows = m_writer->allInfos();
     {
         const std::lock_guard lock(m_mutex);
         m_cache.clear();
@@ -175,26 +165,10 @@ void AppSettingModel::loadGlobalData()
     Q_EMIT showImHotkeyChanged(showImHotkey());
 }
 
-std::size_t AppSettingModel::KeyHash::operator()(const QString &key) const
-{
-    const QStringView text = key;
-    return std::hash<std::u16string_view>()({text.utf16(), std::size_t(text.size())});
-}
-
 template <typename T>
 T AppSettingModel::readAs(const QString &key, const T &fallback) const
 {
-    QVariant value;
-    {
-        const std::lock_guard lock(m_mutex);
-        const auto found = m_cache.find(key);
-        if (found == m_cache.end())
-            return fallback;
-        if (found->second.typeId() == qMetaTypeId<T>())
-            return *static_cast<const T *>(found->second.constData());
-        value = found->second;
-    }
-    return value.value<T>();
+    return readCached(m_mutex, m_cache, key, fallback);
 }
 
 bool AppSettingModel::read(const QString &key, bool fallback) const
@@ -296,7 +270,8 @@ void AppSettingModel::reset()
     recalcLineHeight();
     setApplicationProperty("autoRun", false);
 
-#define CHANGED(name) announce<&AppSettingModel::name, &AppSettingModel::name##Changed>
+#define CHANGED(name)                                                                              \
+    announce<AppSettingModel, &AppSettingModel::name, &AppSettingModel::name##Changed>
     static constexpr std::array order = {
         CHANGED(updateAutomaticallly),
         CHANGED(systemTrayIconVisible),

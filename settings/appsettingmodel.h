@@ -3,6 +3,7 @@
 #include "modelbase_export.h"
 #include "settings/appdirmanager.h"
 #include "settings/settingmacros.h"
+#include "settings/valuecache.h"
 
 #include <QJsonDocument>
 #include <QObject>
@@ -12,7 +13,6 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
-#include <unordered_map>
 
 namespace storage
 {
@@ -303,12 +303,7 @@ private:
 
     // Recursive, so that a slot on the signals that are emitted under it can read the settings.
     mutable std::recursive_mutex m_mutex;
-    struct KeyHash {
-        // Not noexcept: so the standard library keeps the hash with the key.
-        std::size_t operator()(const QString &key) const;
-    };
-    // Its nodes stay where they are when others are added, as references are handed out.
-    std::unordered_map<QString, QVariant, KeyHash> m_cache;
+    ValueCache m_cache;
     storage::GlobalStorageProvider *const m_storage;
     std::unique_ptr<SettingWriter> m_writer;
     std::atomic<int> m_lineHeight = 0;

@@ -9,10 +9,8 @@
 
 // One line a setting. These macros stand in the body of a settings model, which has
 //
-//     // T: bool, int, qint64, QString, QByteArray
-//     T read(const QString &key, const T &fallback) const;
-//     // true: it changed
-//     bool setValue(const QString &key, const QVariant &value, bool needSave);
+//     T read(const QString &key, const T &fallback) const; // for each type T of its settings
+//     bool setValue(const QString &key, const QVariant &value, bool needSave); // it changed
 //
 // Each declares the property `name` with its getter, the signal `nameChanged`, and the invokable
 // setter `setName(value, needSave = true)`: it stores the value under `key` and emits the signal
@@ -78,16 +76,44 @@ Q_SIGNALS:                                                                      
 
 /// No property and no signal; the setter, whose parameter is named, always saves.
 #define SETTING_STORED(type, name, Name, key, fallback, parameter)                                 \
+    SETTING_RECORD(type, name, set##Name, key, fallback, parameter)
+
+/// As SETTING_STORED, with a setter of any name.
+#define SETTING_RECORD(type, name, setter, key, fallback, parameter)                               \
     SETTING_READONLY(type, name, key, fallback)                                                    \
-    Q_INVOKABLE void set##Name(type parameter)                                                     \
+    Q_INVOKABLE void setter(type parameter)                                                        \
     {                                                                                              \
         setValue(QStringLiteral(key), parameter, true);                                            \
+    }
+
+/// As SETTING_STORED, for a map that is stored as JSON.
+#define SETTING_MAP_RECORD(name, Name, key, parameter)                                             \
+    SETTING_MAP_READONLY(name, key)                                                                \
+    Q_INVOKABLE void set##Name(QVariantMap parameter)                                              \
+    {                                                                                              \
+        setValue(QStringLiteral(key), mapToJson(parameter), true);                                 \
+    }
+
+/// As SETTING_READONLY, for a map that is stored as JSON.
+#define SETTING_MAP_READONLY(name, key)                                                            \
+public:                                                                                            \
+    Q_INVOKABLE QVariantMap name() const                                                           \
+    {                                                                                              \
+        return jsonToMap(read(QStringLiteral(key), QByteArrayLiteral("{}")));                      \
+    }
+
+/// As SETTING, without a property and a signal.
+#define SETTING_SILENT(type, name, Name, key, fallback)                                            \
+    SETTING_READONLY(type, name, key, fallback)                                                    \
+    Q_INVOKABLE void set##Name(type value, bool needSave = true)                                   \
+    {                                                                                              \
+        setValue(QStringLiteral(key), value, needSave);                                            \
     }
 
 /// A getter alone, without a property.
 #define SETTING_READONLY(type, name, key, fallback)                                                \
 public:                                                                                            \
-    type name() const                                                                              \
+    Q_INVOKABLE type name() const                                                                  \
     {                                                                                              \
         return read(QStringLiteral(key), type(fallback));                                          \
     }
@@ -101,7 +127,10 @@ public:                                                                         
 
 #define SETTING_GETTER(type, name, Name, key, fallback)                                            \
     SETTING_PROPERTY(type, name, Name)                                                             \
-    SETTING_READONLY(type, name, key, fallback)
+    type name() const                                                                              \
+    {                                                                                              \
+        return read(QStringLiteral(key), type(fallback));                                          \
+    }
 
 #define SETTING_MAP_GETTER(name, Name, key)                                                        \
     SETTING_PROPERTY(QVariantMap, name, Name)                                                      \

@@ -12,6 +12,11 @@ ConfigStorage::ConfigStorage(std::shared_ptr<Database> database, const char *tab
 
 ConfigStorage::~ConfigStorage() = default;
 
+bool ConfigStorage::isOpen() const
+{
+    return m_rows->isOpen();
+}
+
 QList<ConfigInfo> ConfigStorage::allInfos() const
 {
     return m_rows->allInfos();

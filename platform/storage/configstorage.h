@@ -36,6 +36,8 @@ public:
     ConfigStorage(std::shared_ptr<Database> database, const char *table);
     ~ConfigStorage();
 
+    /// False while every other call would fail.
+    bool isOpen() const;
     QList<ConfigInfo> allInfos() const;
     /// The value of one row; invalid when there is none.
     QVariant value(const QString &key) const;

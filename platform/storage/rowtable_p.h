@@ -46,6 +46,8 @@ public:
     {
     }
 
+    bool isOpen() const { return m_database->isOpen(); }
+
     /// What cannot be read is left out, with one log line.
     QList<Info> allInfos() const
     {

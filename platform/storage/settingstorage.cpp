@@ -17,6 +17,11 @@ bool SettingStorage::isStorable(const QVariant &value)
     return codec::isStorable(value);
 }
 
+bool SettingStorage::isOpen() const
+{
+    return m_rows->isOpen();
+}
+
 QList<SettingInfo> SettingStorage::allInfos() const
 {
     return m_rows->allInfos();

@@ -41,6 +41,8 @@ public:
     /// functions, most application types), or nested too deeply.
     static bool isStorable(const QVariant &value);
 
+    /// False while every other call would fail.
+    bool isOpen() const;
     QList<SettingInfo> allInfos() const;
     bool save(const SettingInfo &info);
     bool remove(const QString &key);

@@ -1,0 +1,146 @@
+#pragma once
+
+#include "account/modelbase.h"
+#include "modelbase_export.h"
+
+#include <QByteArray>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <memory>
+
+class AccountBase;
+template <typename Storage, typename Info>
+class StoredValues;
+namespace storage
+{
+class ConfigStorage;
+struct ConfigInfo;
+} // namespace storage
+
+/// One datum of DataInfoModel: its getter, which gives T() where nothing is stored, and its setter.
+#define DATA_INFO(T, getter, setter, key)                                                          \
+public:                                                                                            \
+    T getter() const                                                                               \
+    {                                                                                              \
+        return getDataInfo(QStringLiteral(key), T());                                              \
+    }                                                                                              \
+    void setter(const T &value)                                                                    \
+    {                                                                                              \
+        saveDataInfo(QStringLiteral(key), value);                                                  \
+    }
+
+/// Whether a datum was ever saved.
+#define DATA_INFO_PRESENT(name, key)                                                               \
+public:                                                                                            \
+    bool name() const                                                                              \
+    {                                                                                              \
+        return containstDataInfo(QStringLiteral(key));                                             \
+    }
+
+/// What an account knows about how far it is in step with the server: offsets up to which each list
+/// has been fetched, small records in the form that whoever saves them chose, and the ranges that
+/// are still missing. Every datum is held in memory and written through to the account's buffered
+/// configuration (storage::UserStorageProvider::bufferConfigStorage()).
+///
+/// The keys are those of the stored format, odd spellings included, and must not be corrected.
+///
+/// A value is there for every reader as soon as its setter returns. On the main thread the store is
+/// written later, by the save thread; a caller on another thread has it written before the setter
+/// returns. Changes of one key reach the store in the order in which they reach memory. Failures of
+/// the store are logged, and what could not be written is tried again with the next change. While
+/// the store is closed, changes stay in memory until the next load.
+///
+/// Thread: any, but for loadLocalData() and flush(), which belong to the account's thread.
+class MODELBASE_EXPORT DataInfoModel : public QObject, public ModelBase
+{
+    Q_OBJECT
+
+    // clang-format off
+    //        type        getter                      setter                          key
+    DATA_INFO(QByteArray, archiveDialogs,             saveArchiveDialogs,             "archived_dialogs")
+    DATA_INFO(QByteArray, archiveNotebooks,           saveArchiveNotebooks,           "archived_notebooks")
+    DATA_INFO(qint64,     atAllPermitsOffset,         saveAtAllPermitsOffset,         "at_all_permits_offset")
+    DATA_INFO(qint64,     cloudDriveCapacity,         saveCloudDriveCapacity,         "clouddrive_capacity") // bytes
+    DATA_INFO(bool,       cloudDriveEnablePassword,   saveCloudDriveEnablePassword,   "clouddrive_enable_password")
+    DATA_INFO(QByteArray, cloudDriveInitParameters,   saveCloudDriveInitParameters,   "clouddrive_init_parameters")
+    DATA_INFO(qint64,     cloudDriveOffset,           saveCloudDriveOffset,           "clouddrive_offset")
+    DATA_INFO(QByteArray, cloudDrivePrefetchIds,      saveCloudDrivePrefetchIds,      "clouddrive_prefetch_ids")
+    DATA_INFO(qint64,     cloudDriveUseCapacity,      saveCloudDriveUseCapacity,      "clouddrive_use_capacity") // bytes
+    DATA_INFO(qint64,     contactRequestOffset,       saveContactRequestOffset,       "contact_request_offset")
+    DATA_INFO(qint64,     contactsOffset,             saveContactsOffset,             "contacts_offset")
+    DATA_INFO(QByteArray, dialogKeepTime,             saveDialogKeepTime,             "dialog_keep_time")
+    DATA_INFO(qint64,     dialogOffset,               saveDialogOffset,               "dialog_offset")
+    DATA_INFO(QByteArray, dialogOrder,                saveDialogOrder,                "dialog_order")
+    DATA_INFO(qint64,     dialogTagsOffset,           saveDialogTagsOffset,           "dialog_tags_offset")
+    DATA_INFO(qint64,     discussionOffset,           saveDiscussionOffset,           "discussion_offset")
+    DATA_INFO(QByteArray, emojiRecent,                saveEmojiRecent,                "emoji_recent")
+    DATA_INFO(QByteArray, fatures,                    saveFatures,                    "features")
+    DATA_INFO(qint64,     groupPengingMemberOffset,   saveGroupPendingMemberOffset,   "groups_pengingmembers_offset")
+    DATA_INFO(qint64,     groupsOffset,               saveGroupsOffset,               "groups_offset")
+    DATA_INFO(qint64,     myGroupPermissionsOffset,   saveMyGroupPermissionsOffset,   "mygroup_permissions_offset")
+    DATA_INFO(qint64,     notebookOffset,             saveNotebookOffset,             "notebook_offset")
+    DATA_INFO(bool,       notebookOpened,             saveNotebookOpened,             "notebook_opened")
+    DATA_INFO(QByteArray, notebookPrefetchIds,        saveNotebookPrefetchIds,        "notebook_prefetch_ids")
+    DATA_INFO(QByteArray, notebookRecentNotes,        saveNotebookRecentNotes,        "notebook_recent_notes")
+    DATA_INFO(QByteArray, notebookSearchRecords,      saveNotebookSearchRecords,      "notebook_search_records")
+    DATA_INFO(qint64,     pollOffset,                 savePollOffset,                 "poll_offset")
+    DATA_INFO(qint64,     quickReplyOffset,           saveQuickReplyOffset,           "quickreply_offset")
+    DATA_INFO(QByteArray, reactionEmojiRecent,        saveReactionEmojiRecent,        "reaction_emoji_recent")
+    DATA_INFO(qint64,     reactionOffset,             saveReactionOffset,             "reaction_offset")
+    DATA_INFO(qint64,     receiptOffset,              saveReceiptOffset,              "receipt_offset")
+    DATA_INFO(qint64,     recentCallOffset,           saveRecentCallOffset,           "recent_call_offset")
+    DATA_INFO(qint64,     savedDialogsOffset,         saveSavedDialogsOffset,         "saved_dialog_offset")
+    DATA_INFO(qint64,     scheduledOffset,            saveScheduledOffset,            "scheduled_offset")
+    DATA_INFO(qint64,     sharedReferenceOffset,      saveSharedReferenceOffset,      "shared_preference_offset")
+    DATA_INFO(QByteArray, stickerRecent,              saveStickerRecent,              "sticker_recent")
+    DATA_INFO(qint64,     stickerRecentOffset,        saveStickerRecentOffset,        "sticker_recent_offset")
+    DATA_INFO(QByteArray, tagsList,                   saveTagsList,                   "tags_list")
+    DATA_INFO(QByteArray, usedCustomEmojiPack,        saveUsedCustomEmojiPack,        "used_custom_emoji_pack")
+    DATA_INFO(QByteArray, usedStickerPack,            saveUsedStickerPack,            "used_sticker_pack")
+    DATA_INFO(qint64,     userCustomEmojiLastUpdated, saveUserCustomEmojiLastUpdated, "custom_emoji_last_updated")
+    DATA_INFO(qint64,     userStickerLastUpdated,     saveUserStickerLastUpdated,     "user_sticker_last_updated")
+    DATA_INFO(qint64,     wallpaperOffset,            saveWallpaperOffset,            "wallpaper_offset")
+
+    DATA_INFO_PRESENT(containArchiveDialogs,        "archived_dialogs")
+    DATA_INFO_PRESENT(containArchiveNotebooks,      "archived_notebooks")
+    DATA_INFO_PRESENT(containNotebookRecentNotes,   "notebook_recent_notes")
+    DATA_INFO_PRESENT(containNotebookSearchRecords, "notebook_search_records")
+    // clang-format on
+
+public:
+    /// @param account the owner, whose store is used
+    explicit DataInfoModel(AccountBase *account);
+    /// Writes what is still to be written.
+    ~DataInfoModel() override;
+
+    /// Ids of the messages that the server could not return; one empty text when none were saved.
+    QStringList unretrievableIds() const;
+    void saveUnretrievableIds(const QStringList &ids);
+
+    /// What part of the list called `key` is still missing here, as saved; empty where nothing was.
+    QByteArray missRange(const QString &key) const;
+    /// Replaces the range of before whole.
+    void saveMissRange(const QString &key, const QByteArray &range);
+    void removeMissRange(const QString &key);
+
+    /// Takes over what is stored in place of what is in memory; does nothing when `skip` is true.
+    void loadLocalData(bool skip) override;
+    /// Empties the memory; what is stored stays. The argument does not matter.
+    void clearData(bool clear) override;
+    /// Writes what is pending on the calling thread, as before the store is closed. True when
+    /// nothing is left to write.
+    bool flush();
+
+private:
+    bool getDataInfo(const QString &key, bool fallback) const;
+    qint64 getDataInfo(const QString &key, qint64 fallback) const;
+    QByteArray getDataInfo(const QString &key, const QByteArray &fallback) const;
+    void saveDataInfo(const QString &key, const QVariant &value);
+    bool containstDataInfo(const QString &key) const;
+
+    using Values = StoredValues<storage::ConfigStorage, storage::ConfigInfo>;
+    const std::unique_ptr<Values> m_values;
+};

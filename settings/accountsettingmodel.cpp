@@ -1,0 +1,486 @@
+#include "settings/accountsettingmodel.h"
+
+#include "account/accountbase.h"
+#include "account/accountservices.h"
+#include "base/util.h"
+#include "settings/appsettingmodel.h"
+#include "settings/storedvalues_p.h"
+#include "storage/settingstorage.h"
+#include "storage/userstorageprovider.h"
+
+#include <QCoreApplication>
+#include <QJSEngine>
+#include <QJSValue>
+#include <QStandardPaths>
+
+#include <algorithm>
+#include <array>
+
+namespace
+{
+
+constexpr qsizetype maxTags = 100;
+
+// Names of the shared configurations.
+QString notificationName()
+{
+    return QStringLiteral("mobileNotification");
+}
+QString chatFolderName()
+{
+    return QStringLiteral("dialog_folder_config");
+}
+
+// Keys.
+QString downloadFolderKey()
+{
+    return QStringLiteral("download_folder");
+}
+QString tagKey()
+{
+    return QStringLiteral("tag_info");
+}
+QString groupKey()
+{
+    return QStringLiteral("group");
+}
+QString exceptionsKey()
+{
+    return QStringLiteral("exceptionMention");
+}
+QString dialogKey()
+{
+    return QStringLiteral("dialogID");
+}
+
+/// True when the map has this value, as far as booleans go, under the key.
+bool has(const QVariantMap &map, const QString &key, bool value)
+{
+    const auto found = map.constFind(key);
+    return found != map.cend() && found->toBool() == value;
+}
+
+qsizetype indexOfDialog(const QVariantList &entries, const QString &dialogId)
+{
+    const auto isDialog = [&](const QVariant &entry) {
+        return entry.toMap().value(dialogKey()).toString() == dialogId;
+    };
+    const auto found = std::find_if(entries.cbegin(), entries.cend(), isDialog);
+    return found == entries.cend() ? -1 : found - entries.cbegin();
+}
+
+/// Where an older version's setting of this account goes: for all accounts of the machine.
+struct MovedSetting {
+    const char *key;
+    void (*set)(AppSettingModel *settings, const QVariant &value);
+};
+
+template <auto setter>
+void setBool(AppSettingModel *settings, const QVariant &value)
+{
+    (settings->*setter)(value.toBool(), true);
+}
+template <auto setter>
+void setInt(AppSettingModel *settings, const QVariant &value)
+{
+    (settings->*setter)(value.toInt(), true);
+}
+
+constexpr std::array movedSettings = {
+    MovedSetting{"auto_download_media", setBool<&AppSettingModel::setAutoDownloadMedia>},
+    MovedSetting{"auto_download_private_chats",
+                 setBool<&AppSettingModel::setAutoDownloadImagePrivateChats>},
+    MovedSetting{"auto_download_group_chats",
+                 setBool<&AppSettingModel::setAutoDownloadImageGroupChats>},
+    MovedSetting{"auto_download_photo_limit", setInt<&AppSettingModel::setAutoDownloadImageLimit>},
+    MovedSetting{"auto_download_video_private_chats",
+                 setBool<&AppSettingModel::setAutoDownloadVideoPrivateChats>},
+    MovedSetting{"auto_download_video_group_chats",
+                 setBool<&AppSettingModel::setAutoDownloadVideoGroupChats>},
+    MovedSetting{"auto_download_video_limit", setInt<&AppSettingModel::setAutoDownloadVideoLimit>},
+    MovedSetting{"auto_download_file_private_chats",
+                 setBool<&AppSettingModel::setAutoDownloadFilePrivateChats>},
+    MovedSetting{"auto_download_file_group_chats",
+                 setBool<&AppSettingModel::setAutoDownloadFileGroupChats>},
+    MovedSetting{"auto_download_file_limit", setInt<&AppSettingModel::setAutoDownloadFileLimit>},
+    // These two as well, odd as it is: an upgrade comes out as it always has.
+    MovedSetting{"tabs_view_mode_top",
+                 [](AppSettingModel *settings, const QVariant &value) {
+                     settings->setAutoDownloadFileLimit(int(value.toBool()), true);
+                 }},
+    MovedSetting{"left_tab_width", setInt<&AppSettingModel::setAutoDownloadFileLimit>},
+};
+
+} // namespace
+
+AccountSettingModel::AccountSettingModel(AccountBase *account)
+    : QObject(account), m_values(std::make_unique<Values>(account->storage()->settingStorage())),
+      m_account(account)
+{
+    QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
+}
+
+AccountSettingModel::~AccountSettingModel() = default;
+
+void AccountSettingModel::loadLocalData(bool skip)
+{
+    if (skip)
+        return;
+    m_values->load([this](ValueCache &rows) {
+        upgradeSetting(rows);
+        upgradeFrequentContact(rows);
+    });
+    initChatFolderConfig();
+    m_notification = jsonToMap(m_account->configurationService()->value(notificationName()));
+
+#define CHANGED(name)                                                                              \
+    announce<AccountSettingModel, &AccountSettingModel::name, &AccountSettingModel::name##Changed>
+    static constexpr std::array order = {
+        CHANGED(globalNotifications),  CHANGED(globalMessagePreview),
+        CHANGED(downloadFolder),       CHANGED(alwaysShowNotification),
+        CHANGED(showArchivedFolder),   CHANGED(notifyReply),
+        CHANGED(notifyAite),           CHANGED(notifyAiteAll),
+        CHANGED(muteNewGroup),         CHANGED(autoHideArchivedFolder),
+        CHANGED(fullPreviewState),     CHANGED(lastLocation),
+        CHANGED(chatFolderShowTabs),   CHANGED(chatFolderUnreadBadge),
+        CHANGED(chatFolderIconOnly),   CHANGED(hexColorFormat),
+        CHANGED(supportedMeetingType), CHANGED(voiceChangerType),
+        CHANGED(callChangerType),      CHANGED(allowDoubleCopy),
+        CHANGED(supportNSFW),          CHANGED(allowNSFW),
+        CHANGED(syncMyFocusStatus),    CHANGED(tabsViewOnTop),
+        CHANGED(leftTabWidth),         CHANGED(showInDiscussionOnly),
+    };
+#undef CHANGED
+    for (const auto step : order)
+        step(this);
+}
+
+void AccountSettingModel::clearData(bool)
+{
+    m_values->clear();
+}
+
+bool AccountSettingModel::flush()
+{
+    return m_values->flush();
+}
+
+// Older versions' settings
+
+void AccountSettingModel::upgradeSetting(const ValueCache &rows)
+{
+    AppSettingModel *settings = AppSettingModel::instance();
+    if (settings->containsAutoDownloadSetting())
+        return;
+    QStringList moved;
+    for (const MovedSetting &setting : movedSettings) {
+        const auto found = rows.find(QString::fromLatin1(setting.key));
+        if (found != rows.end()) {
+            setting.set(settings, found->second);
+            moved.append(found->first);
+        } else if (&setting == movedSettings.begin()) {
+            settings->setAutoDownloadMedia(true, true);
+        }
+    }
+    // The rows go once their values are on disk in the other store; until then, the next start finds
+    // them again.
+    if (!settings->flush())
+        return;
+    for (const QString &key : moved)
+        removeKey(key);
+}
+
+void AccountSettingModel::upgradeFrequentContact(ValueCache &rows)
+{
+    const auto old = rows.find(QStringLiteral("frequent_contacts"));
+    if (old == rows.end())
+        return;
+    QVariantMap contacts;
+    const QVariantMap counts = jsonToMap(old->second.toByteArray());
+    for (auto it = counts.cbegin(); it != counts.cend(); ++it) {
+        contacts.insert(it.key(),
+                        QVariantMap{{QStringLiteral("beginMsgId"), 1},
+                                    {QStringLiteral("lastMsgId"), it.value().toInt()}});
+    }
+    const QString key = QStringLiteral("frequent_contact_list");
+    const QByteArray json = mapToJson(contacts);
+    rows.insert_or_assign(key, json);
+    // Saved before the old row is removed: what is killed in between is done again.
+    saveToCoreDb(key, json, true);
+    removeKey(QStringLiteral("frequent_contacts"));
+}
+
+// Rows
+
+bool AccountSettingModel::read(const QString &key, bool fallback) const
+{
+    return m_values->value(key, fallback);
+}
+
+int AccountSettingModel::read(const QString &key, int fallback) const
+{
+    return m_values->value(key, fallback);
+}
+
+qint64 AccountSettingModel::read(const QString &key, qint64 fallback) const
+{
+    return m_values->value(key, fallback);
+}
+
+double AccountSettingModel::read(const QString &key, double fallback) const
+{
+    return m_values->value(key, fallback);
+}
+
+QString AccountSettingModel::read(const QString &key, const QString &fallback) const
+{
+    return m_values->value(key, fallback);
+}
+
+QByteArray AccountSettingModel::read(const QString &key, const QByteArray &fallback) const
+{
+    return m_values->value(key, fallback);
+}
+
+const QVariant &AccountSettingModel::getValue(const QString &key,
+                                              const QVariant &defaultValue) const
+{
+    return m_values->reference(key, defaultValue);
+}
+
+bool AccountSettingModel::setValue(const QString &key, const QVariant &value, bool needSave)
+{
+    // An object from QML must not outlive its engine here, nor reach another thread.
+    if (value.metaType() == QMetaType::fromType<QJSValue>())
+        return setValue(key, value.value<QJSValue>().toVariant(), needSave);
+    return m_values->change(key, value, needSave);
+}
+
+void AccountSettingModel::saveToCoreDb(QString key, QVariant value, bool needSave)
+{
+    if (needSave)
+        m_values->saveStored(key, value);
+}
+
+void AccountSettingModel::removeKey(QString key)
+{
+    if (!key.isEmpty())
+        m_values->removeStored(key);
+}
+
+QString AccountSettingModel::downloadFolder() const
+{
+    if (m_values->contains(downloadFolderKey()))
+        return read(downloadFolderKey(), QString());
+    const QCoreApplication *app = QCoreApplication::instance();
+    return QStandardPaths::writableLocation(QStandardPaths::DownloadLocation) + Util::separator()
+        + (app ? app->property("imName").toString() : QString());
+}
+
+void AccountSettingModel::setDownloadFolder(QString value, bool needSave)
+{
+    if (setValue(downloadFolderKey(), value, needSave))
+        Q_EMIT downloadFolderChanged(value);
+}
+
+void AccountSettingModel::setOpenNotebook(bool isOpen)
+{
+    if (setValue(QStringLiteral("opennotebook_setting"), isOpen, false))
+        Q_EMIT openNotebookChanged(isOpen);
+}
+
+void AccountSettingModel::setNotebookSetting(QVariantMap notebookSetting, bool needSave)
+{
+    setValue(QStringLiteral("notebook_setting"), mapToJson(notebookSetting), needSave);
+}
+
+bool AccountSettingModel::containsCustomThemeInfo() const
+{
+    return m_values->contains(QStringLiteral("chat_background_color"))
+        || m_values->contains(QStringLiteral("chat_background_gradient_color"))
+        || m_values->contains(QStringLiteral("dark_mode_chat_background_color"))
+        || m_values->contains(QStringLiteral("chat_background_id"))
+        || m_values->contains(QStringLiteral("chat_background_blur"))
+        || m_values->contains(QStringLiteral("chat_background_gradient_rotation"))
+        || m_values->contains(QStringLiteral("chat_shader_opacity"));
+}
+
+// Notifications
+
+bool AccountSettingModel::readNotification(const QString &key, bool fallback) const
+{
+    const auto found = m_notification.constFind(key);
+    return found == m_notification.cend() ? fallback : found->toBool();
+}
+
+bool AccountSettingModel::writeNotification(const QString &key, const QVariant &value,
+                                            bool needSync)
+{
+    if (has(m_notification, key, value.toBool()))
+        return false;
+    m_notification.insert(key, value);
+    if (needSync)
+        syncNotification();
+    return true;
+}
+
+void AccountSettingModel::syncNotification() const
+{
+    m_account->configurationService()->save(notificationName(), mapToJson(m_notification));
+}
+
+void AccountSettingModel::updateNotifyConfig(QVariantMap config)
+{
+    const auto take = [&](const QString &key, auto setter) {
+        const auto found = config.constFind(key);
+        if (found != config.cend())
+            (this->*setter)(found->toBool(), false);
+    };
+    take(QStringLiteral("reply"), &AccountSettingModel::setNotifyReply);
+    take(QStringLiteral("at"), &AccountSettingModel::setNotifyAite);
+    take(QStringLiteral("atAll"), &AccountSettingModel::setNotifyAiteAll);
+    take(QStringLiteral("muteNewGroup"), &AccountSettingModel::setMuteNewGroup);
+    take(QStringLiteral("reaction"), &AccountSettingModel::setNotificationReaction);
+    take(QStringLiteral("notifications"), &AccountSettingModel::setGlobalNotifications);
+    take(QStringLiteral("messagePreview"), &AccountSettingModel::setGlobalMessagePreview);
+    take(QStringLiteral("auto_hide_archived_folder"),
+         &AccountSettingModel::setAutoHideArchivedFolder);
+}
+
+void AccountSettingModel::resetNotification()
+{
+    setGlobalNotifications(true, false);
+    setGlobalMessagePreview(true, false);
+    setAlwaysShowNotification(true, true);
+    setNotifyReply(true, false);
+    setNotifyAite(true, false);
+    setNotifyAiteAll(true, true);
+    setBounceDockIcon(false, true);
+}
+
+QVariantList AccountSettingModel::mutedGroups() const
+{
+    return m_notification.value(groupKey()).toMap().value(exceptionsKey()).toList();
+}
+
+void AccountSettingModel::setMutedGroups(const QVariantList &entries)
+{
+    QVariantMap group = m_notification.value(groupKey()).toMap();
+    group.insert(exceptionsKey(), entries);
+    m_notification.insert(groupKey(), group);
+    syncNotification();
+}
+
+void AccountSettingModel::updateMutedGroupNotification(QString dialogId, bool reply, bool at,
+                                                       bool atAll)
+{
+    QVariantList entries = mutedGroups();
+    qsizetype index = indexOfDialog(entries, dialogId);
+    if (index < 0) {
+        index = entries.size();
+        entries.append(QVariantMap());
+    }
+    QVariantMap entry = entries.at(index).toMap();
+    if (has(entry, QStringLiteral("reply"), reply) && has(entry, QStringLiteral("atAll"), atAll)
+        && has(entry, QStringLiteral("at"), at))
+        return;
+    entry.insert(dialogKey(), dialogId);
+    entry.insert(QStringLiteral("reply"), reply);
+    entry.insert(QStringLiteral("at"), at);
+    entry.insert(QStringLiteral("atAll"), atAll);
+    entries[index] = entry;
+    setMutedGroups(entries);
+}
+
+void AccountSettingModel::deleteMutedGroupNotification(QString dialogId)
+{
+    QVariantList entries = mutedGroups();
+    const qsizetype index = indexOfDialog(entries, dialogId);
+    if (index < 0)
+        return;
+    entries.removeAt(index);
+    setMutedGroups(entries);
+}
+
+// Chat folders
+
+void AccountSettingModel::initChatFolderConfig()
+{
+    m_chatFolder = jsonToMap(m_account->configurationService()->value(chatFolderName()));
+    const QVariantMap defaults{{QStringLiteral("show_tab"), true},
+                               {QStringLiteral("unread_badge"), true},
+                               {QStringLiteral("icon_only"), false}};
+    for (auto it = defaults.cbegin(); it != defaults.cend(); ++it) {
+        if (!m_chatFolder.contains(it.key()))
+            m_chatFolder.insert(it.key(), it.value());
+    }
+}
+
+QVariant AccountSettingModel::getChatFolderValue(const QString &key,
+                                                 const QVariant &defaultValue) const
+{
+    return m_chatFolder.value(key, defaultValue);
+}
+
+bool AccountSettingModel::readChatFolder(const QString &key, bool fallback) const
+{
+    return getChatFolderValue(key, fallback).toBool();
+}
+
+bool AccountSettingModel::writeChatFolder(const QString &key, bool value, bool needSync)
+{
+    if (has(m_chatFolder, key, value))
+        return false;
+    m_chatFolder.insert(key, value);
+    if (needSync)
+        m_account->configurationService()->save(chatFolderName(), mapToJson(m_chatFolder));
+    return true;
+}
+
+void AccountSettingModel::updateChatFolderConfig(QByteArray json)
+{
+    const QVariantMap config = jsonToMap(json);
+    const auto valueOf = [&](const QString &key, bool fallback) {
+        return config.value(key, fallback).toBool();
+    };
+    setChatFolderShowTabs(valueOf(QStringLiteral("show_tab"), true), false);
+    setChatFolderUnreadBadge(valueOf(QStringLiteral("unread_badge"), true), false);
+    setChatFolderIconOnly(valueOf(QStringLiteral("icon_only"), false), false);
+}
+
+// Tags
+
+void AccountSettingModel::setTagInfo(QVariantList tags, bool needSave)
+{
+    setValue(tagKey(), listToJson(tags), needSave);
+}
+
+void AccountSettingModel::updateTagInfo(const QVariantList &tags)
+{
+    if (!m_values->contains(tagKey())) {
+        setTagInfo(tags.first(std::min(maxTags, tags.size())), true);
+        return;
+    }
+    QVariantList known = jsonToList(read(tagKey(), QByteArray()));
+    for (const QVariant &tag : tags) {
+        known.removeAll(tag);
+        known.prepend(tag);
+    }
+    setTagInfo(known.first(std::min(maxTags, known.size())), true);
+}
+
+void AccountSettingModel::removeTag(QString tag)
+{
+    if (!m_values->contains(tagKey()))
+        return;
+    QVariantList known = jsonToList(read(tagKey(), QByteArray()));
+    known.removeOne(QVariant(tag));
+    setTagInfo(known, true);
+}
+
+QVariantList AccountSettingModel::queryTagInfo(QString tag) const
+{
+    QVariantList found = jsonToList(read(tagKey(), QByteArray()));
+    found.removeIf([&](const QVariant &known) { return !known.toString().contains(tag); });
+    return found;
+}

@@ -1,0 +1,243 @@
+#pragma once
+
+#include "account/modelbase.h"
+#include "modelbase_export.h"
+#include "settings/settingmacros.h"
+#include "settings/valuecache.h"
+
+#include <QObject>
+#include <QString>
+#include <QVariant>
+
+#include <memory>
+
+class AccountBase;
+template <typename Storage, typename Info>
+class StoredValues;
+namespace storage
+{
+class SettingStorage;
+struct SettingInfo;
+} // namespace storage
+
+// A switch of one of the two configurations that the account's devices share, kept as `type` under
+// `key`: a property with its getter, its signal, and its setter, which with `needSync` hands the
+// whole configuration on.
+#define SYNCED_SWITCH(Configuration, type, name, Name, key, fallback, parameter, signal, change)   \
+    SETTING_PROPERTY(bool, name, Name)                                                             \
+    bool name() const                                                                              \
+    {                                                                                              \
+        return read##Configuration(QStringLiteral(key), fallback);                                 \
+    }                                                                                              \
+    Q_INVOKABLE void set##Name(bool parameter, bool needSync = true)                               \
+    {                                                                                              \
+        if (write##Configuration(QStringLiteral(key), type(parameter), needSync))                  \
+            Q_EMIT change;                                                                         \
+    }                                                                                              \
+Q_SIGNALS:                                                                                         \
+    void signal;
+
+#define NOTIFICATION(type, name, Name, key, fallback, changedParameter, parameter)                 \
+    SYNCED_SWITCH(Notification, type, name, Name, key, fallback, parameter,                        \
+                  name##Changed(bool changedParameter), name##Changed(parameter))
+#define NOTIFICATION_BARE(type, name, Name, key, fallback)                                         \
+    SYNCED_SWITCH(Notification, type, name, Name, key, fallback, value, name##Changed(),           \
+                  name##Changed())
+#define CHAT_FOLDER(name, Name, key, fallback)                                                     \
+    SYNCED_SWITCH(ChatFolder, bool, name, Name, key, fallback, value, name##Changed(bool),         \
+                  name##Changed(value))
+
+/// The settings of one account. Most are rows of the account's store, cached and written through as
+/// AppSettingModel's are; while the store is closed, changes of them stay in memory until the next
+/// load. What concerns notifications and chat folders is shared by the account's devices: two maps,
+/// read from and handed to AccountBase::configurationService() as JSON under the names
+/// "mobileNotification" and "dialog_folder_config".
+///
+/// The keys are those of the stored format, odd spellings included, and must not be corrected.
+///
+/// Failures of the store are logged; what could not be written is tried again with the next change.
+///
+/// Thread: getters and setters of rows, getValue() and setValue() may be called from any thread; the
+/// two shared maps, the tags, loading and flush() belong to the account's thread. Signals are
+/// emitted on the calling thread, outside of locks.
+///
+/// Owned by the account; QML never deletes it.
+class MODELBASE_EXPORT AccountSettingModel : public QObject, public ModelBase
+{
+    Q_OBJECT
+
+    // clang-format off
+    //      type     name                     Name                     key                              default
+    SETTING(bool,    showArchivedFolder,      ShowArchivedFolder,      "show_archived_folder",          true)
+    SETTING(bool,    fullPreviewState,        FullPreviewState,        "full_preview_state",            true)
+    SETTING(QString, lastLocation,            LastLocation,            "last_latlog",                   QString())
+    SETTING(QString, linkBaseHost,            LinkBaseHost,            "link_base_host",                QString())
+    SETTING(int,     passcodeNotify,          PasscodeNotify,          "passcodeNotify",                0)
+    SETTING(bool,    syncMyFocusStatus,       SyncMyFocusStatus,       "syncMyFocusStatus_setting",     false)
+    SETTING(double,  voiceDefalutPlaySpeed,   VoiceDefalutPlaySpeed,   "voice_default_play_speed",      2.0)
+    SETTING(bool,    suggestFreqContacts,     SuggestFreqContacts,     "suggest_freq_contacts",         true)
+    SETTING(bool,    bounceDockIcon,          BounceDockIcon,          "bounce_dock_icon",              false)
+    SETTING(bool,    hexColorFormat,          HexColorFormat,          "hex_color_format",              false)
+    SETTING(int,     callChangerType,         CallChangerType,         "call_changer_type",             0)
+    SETTING(int,     unencryptKeepType,       UnencryptKeepType,       "unencrypt_keep_type",           0)
+    SETTING(bool,    syncDeviceFocusState,    SyncDeviceFocusState,    "sync_device_focus_state",       true)
+    SETTING(bool,    suggestStickersByEmoji,  SuggestStickersByEmoji,  "suggest_stickers_by_emoji",     true)
+    SETTING(bool,    suggestAnimatedEmoji,    SuggestAnimatedEmoji,    "suggest_animated_emoji",        true)
+    SETTING(bool,    loopAnimatedStickers,    LoopAnimatedStickers,    "loop_animated_stickers",        true)
+    SETTING(bool,    allowDoubleCopy,         AllowDoubleCopy,         "allow_double_copy",             true)
+
+    //                                                                                                          signal's, setter's parameter
+    SETTING_NAMED(bool, alwaysShowNotification, AlwaysShowNotification, "show_notification",             false,  showNotification,        value)
+    SETTING_NAMED(int,  superGroupLimit,        SuperGroupLimit,        "super_group_limit",             100000, limit,                   value) // members
+    SETTING_NAMED(bool, cloudDriveSecurityTips, CloudDriveSecurityTips, "clouddrive_securitytips",       true,   securityTips,            value)
+    SETTING_NAMED(bool, cloudDriveSendTips,     CloudDriveSendTips,     "clouddrive_sendtips",           true,   sendTips,                value)
+    SETTING_NAMED(int,  supportedMeetingType,   SupportedMeetingType,   "supported_meeting_type",        0,      newSupportedMeetingType, value) // AccountBase::SupportedMeetingType
+    SETTING_NAMED(int,  voiceChangerType,       VoiceChangerType,       "voice_changer_type",            0,      changerType,             value)
+    SETTING_NAMED(int,  encryptKeepType,        EncryptKeepType,        "encrypt_keep_type",             4,      keepType,                value)
+    SETTING_NAMED(bool, tabsViewOnTop,          TabsViewOnTop,          "tabs_view_mode_top",            true,   newTabsViewOnTop,        value)
+    SETTING_NAMED(int,  leftTabWidth,           LeftTabWidth,           "left_tab_width",                72,     newLeftTabWidth,         value) // pixels
+
+    // Signals without a value.
+    SETTING_BARE(bool, supportNSFW,          SupportNSFW,          "surport_NSFW",            false, value)
+    SETTING_BARE(bool, allowNSFW,            AllowNSFW,            "allow_NSFW",              false, value)
+    SETTING_BARE(bool, showReactionResult,   ShowReactionResult,   "show_reaction",           true,  value)
+    SETTING_BARE(bool, showInDiscussionOnly, ShowInDiscussionOnly, "show_in_discussion_only", true,  value)
+    SETTING_BARE(bool, mediaMessageExif,     MediaMessageExif,     "media_message_exif",      true,  value)
+    SETTING_BARE(bool, fileMessageExif,      FileMessageExif,      "file_message_exif",       false, value)
+
+    // Without property and signal.
+    SETTING_SILENT(int,     groupKeepTime,   GroupKeepTime,   "group_keep_time",   -1)
+    SETTING_SILENT(int,     privateKeepTime, PrivateKeepTime, "private_keep_time", -1)
+    SETTING_SILENT(QString, currentDialogId, CurrentDialogId, "current_dialog_id", QString())
+
+    // Written by the user interface through setValue().
+    SETTING_READONLY(QString, aiteNotificationToneName,       "aite_notifications_tone_name",      QStringLiteral("system_ringtone"))
+    SETTING_READONLY(QString, notificationToneName,           "notifications_tone_name",           QStringLiteral("system_ringtone"))
+    SETTING_READONLY(QString, chatBackgroundColor,            "chat_background_color",             QStringLiteral("#EBECEF"))
+    SETTING_READONLY(QString, darkModeChatBackgroundColor,    "dark_mode_chat_background_color",   QStringLiteral("#121212"))
+    SETTING_READONLY(QString, chatBackgroundGradientColor,    "chat_background_gradient_color",    QString())
+    SETTING_READONLY(int,     chatBackgroundGradientRotation, "chat_background_gradient_rotation", 0) // degrees
+    SETTING_READONLY(QString, chatBackgroundId,               "chat_background_id",                QString())
+    SETTING_READONLY(int,     chatBackgroundBlur,             "chat_background_blur",              0)
+    SETTING_READONLY(int,     chatShaderOpacity,              "chat_shader_opacity",               40) // percent
+
+    // Records in the form of whoever writes them. A setter always saves.                                          setter's parameter
+    SETTING_RECORD(QByteArray, colorCircles,        updateColorCircles,     "color_circles",          QByteArray(), value)
+    SETTING_RECORD(int,        selectColorCircleId, setSelectColorCircleId, "select_color_circle_id", 0,            id)
+    SETTING_RECORD(QByteArray, currentTheme,        updateCurrentTheme,     "current_theme",          QByteArray(), value)
+    SETTING_RECORD(QByteArray, nearestVisitChats,   setNearstVisitChats,    "nearest_visit_chats",    QByteArray(), value)
+    SETTING_RECORD(QByteArray, exportMsgInfo,       setExportMsgInfo,       "export_msg_info",        QByteArray(), value)
+    SETTING_RECORD(QByteArray, privacySettings,     savePrivacySettings,    "privacy_settings",       QByteArray(), value)
+    SETTING_RECORD(qint64,     deviceMsgOffset,     saveDeviceMsgOffset,    "device_message_offset",  0,            offset)
+    SETTING_MAP_RECORD(syncMsgInfo,      SyncMsgInfo,      "sync_msg_info",       value)
+    SETTING_MAP_RECORD(syncMsgStateInfo, SyncMsgStateInfo, "sync_msg_state_info", value)
+    SETTING_MAP_READONLY(notebookSetting, "notebook_setting")
+
+    // Notifications; stored as different types, which is part of the shared format.
+    //            stored as  name                    Name                    key                          default                                        signal's, setter's parameter
+    NOTIFICATION(bool,       globalNotifications,    GlobalNotifications,    "notifications",             read(QStringLiteral("notifications"), true),   notifications,  value)
+    NOTIFICATION(bool,       globalMessagePreview,   GlobalMessagePreview,   "messagePreview",            read(QStringLiteral("messagePreview"), true),  messagePreview, value)
+    NOTIFICATION(int,        notifyReply,            NotifyReply,            "reply",                     true,                                          ,               value)
+    NOTIFICATION(int,        notifyAite,             NotifyAite,             "at",                        true,                                          ,               value)
+    NOTIFICATION(int,        notifyAiteAll,          NotifyAiteAll,          "atAll",                     true,                                          ,               nofityAiteAll)
+    NOTIFICATION(int,        muteNewGroup,           MuteNewGroup,           "muteNewGroup",              false,                                         ,               value)
+    NOTIFICATION(int,        autoHideArchivedFolder, AutoHideArchivedFolder, "auto_hide_archived_folder", false,                                         ,               value)
+    NOTIFICATION_BARE(int,   notificationReaction,   NotificationReaction,   "reaction",                  true)
+
+    // Chat folders.
+    CHAT_FOLDER(chatFolderShowTabs,    ChatFolderShowTabs,    "show_tab",     true)
+    CHAT_FOLDER(chatFolderUnreadBadge, ChatFolderUnreadBadge, "unread_badge", true)
+    CHAT_FOLDER(chatFolderIconOnly,    ChatFolderIconOnly,    "icon_only",    false)
+
+    // Settings with behaviour of their own; declared below, or half of them.
+    SETTING_PROPERTY(QString, downloadFolder, DownloadFolder)
+    SETTING_GETTER(bool, openNotebook, OpenNotebook, "opennotebook_setting", false)
+    // clang-format on
+
+public:
+    /// @param account the owner, whose store and configuration are used
+    explicit AccountSettingModel(AccountBase *account);
+    /// Writes what is still to be written.
+    ~AccountSettingModel() override;
+
+    AccountBase *account() const { return m_account; }
+
+    /// Fills the model from the store and the configuration service, carries what older versions
+    /// stored elsewhere over, and announces what may be shown already. Does nothing when `skip` is
+    /// true.
+    void loadLocalData(bool skip) override;
+    /// Empties the cache; what is stored stays. The argument does not matter.
+    void clearData(bool clear) override;
+    /// Writes what is pending on the calling thread, as before the store is closed. True when
+    /// nothing is left to write.
+    bool flush();
+
+    /// As AppSettingModel::getValue(), about the reference too.
+    Q_INVOKABLE const QVariant &getValue(const QString &key, const QVariant &defaultValue) const;
+    /// As AppSettingModel::setValue().
+    Q_INVOKABLE bool setValue(const QString &key, const QVariant &value, bool needSave);
+    /// Writes one row to the store in the background, bypassing the cache, when `needSave`.
+    void saveToCoreDb(QString key, QVariant value, bool needSave);
+    /// Removes one row from the store in the background; the cache keeps it until the next load.
+    void removeKey(QString key);
+
+    /// A local path; by default the application's folder (its dynamic property "imName") among the
+    /// user's downloads.
+    QString downloadFolder() const;
+    Q_INVOKABLE void setDownloadFolder(QString value, bool needSave = true);
+    /// Kept in memory only, until the next load.
+    Q_INVOKABLE void setOpenNotebook(bool isOpen);
+    Q_INVOKABLE void setNotebookSetting(QVariantMap notebookSetting, bool needSave);
+    /// True when a chat background was chosen, be it only in part.
+    bool containsCustomThemeInfo() const;
+
+    /// Takes over what another device set; nothing is handed on.
+    Q_INVOKABLE void updateNotifyConfig(QVariantMap config);
+    Q_INVOKABLE void resetNotification();
+    /// What is announced of a muted group, in place of the general choice; always handed on.
+    Q_INVOKABLE void updateMutedGroupNotification(QString dialogId, bool reply, bool at,
+                                                  bool atAll);
+    Q_INVOKABLE void deleteMutedGroupNotification(QString dialogId);
+
+    void initChatFolderConfig();
+    Q_INVOKABLE QVariant getChatFolderValue(const QString &key, const QVariant &defaultValue) const;
+    /// Takes over what another device set, as JSON; nothing is handed on.
+    Q_INVOKABLE void updateChatFolderConfig(QByteArray json);
+
+    // The tags last used, texts, the latest first; at most 100.
+
+    Q_INVOKABLE void setTagInfo(QVariantList tags, bool needSave);
+    /// Notes the use of these tags, the last of them as the latest. The very first ones are kept in
+    /// their order.
+    Q_INVOKABLE void updateTagInfo(const QVariantList &tags);
+    Q_INVOKABLE void removeTag(QString tag);
+    /// Those that contain the text, case-sensitively, in their order.
+    Q_INVOKABLE QVariantList queryTagInfo(QString tag) const;
+
+Q_SIGNALS:
+    void downloadFolderChanged(QString);
+    void openNotebookChanged(bool);
+
+private:
+    bool read(const QString &key, bool fallback) const;
+    int read(const QString &key, int fallback) const;
+    qint64 read(const QString &key, qint64 fallback) const;
+    double read(const QString &key, double fallback) const;
+    QString read(const QString &key, const QString &fallback) const;
+    QByteArray read(const QString &key, const QByteArray &fallback) const;
+    bool readNotification(const QString &key, bool fallback) const;
+    bool writeNotification(const QString &key, const QVariant &value, bool needSync);
+    void syncNotification() const;
+    bool readChatFolder(const QString &key, bool fallback) const;
+    bool writeChatFolder(const QString &key, bool value, bool needSync);
+    QVariantList mutedGroups() const;
+    void setMutedGroups(const QVariantList &entries);
+    void upgradeSetting(const ValueCache &rows);
+    void upgradeFrequentContact(ValueCache &rows);
+
+    using Values = StoredValues<storage::SettingStorage, storage::SettingInfo>;
+    const std::unique_ptr<Values> m_values;
+    QVariantMap m_notification;
+    QVariantMap m_chatFolder;
+    AccountBase *const m_account;
+};

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+#include <QStringView>
+#include <QVariant>
+
+#include <cstddef>
+#include <functional>
+#include <string_view>
+#include <unordered_map>
+
+/// Values by key, as the models keep them in memory. Its nodes stay where they are when others are
+/// added, so that references can be handed out.
+struct ValueCacheHash {
+    // Not noexcept: so the standard library keeps the hash with the key.
+    std::size_t operator()(const QString &key) const
+    {
+        const QStringView text = key;
+        return std::hash<std::u16string_view>()({text.utf16(), std::size_t(text.size())});
+    }
+};
+using ValueCache = std::unordered_map<QString, QVariant, ValueCacheHash>;
