@@ -352,6 +352,19 @@ private Q_SLOTS:
         QVERIFY(dataMove()->moveTo(target()));
         QVERIFY(!finish());
         QVERIFY(!readMedia(target()).files.isEmpty());
+        m_errors->clear();
+
+        // Nothing is begun that the next start would not know of.
+        const QByteArray info = settings()->movedDataInfo();
+        settings()->closeGlobalStorage();
+        QVERIFY(dataMove()->moveTo(source()));
+        QVERIFY(!finish());
+        QCOMPARE(takeError(), u"storage_space_insufficient_tip"_s);
+        QCOMPARE(settings()->cacheDataPath(), target());
+        QCOMPARE(settings()->oldCacheDataPath(), source());
+        QCOMPARE(settings()->movedDataInfo(), info);
+        settings()->loadGlobalData();
+
         QVERIFY(dataMove()->moveTo(source()));
         QVERIFY(finish());
         QCOMPARE(readMedia(source()), before);
