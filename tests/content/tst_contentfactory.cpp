@@ -1,9 +1,9 @@
-#include "account/accountbase.h"
 #include "account/stickerprovider.h"
 #include "base/json.h"
 #include "content/contentfactory.h"
 #include "content/contentitem.h"
 #include "protocol/message_content.pb.h"
+#include "support/fakeaccount.h"
 
 #include <QJSEngine>
 #include <QRandomGenerator>
@@ -177,7 +177,7 @@ void TestContentFactory::stickersComeFromTheAccount()
          QVariantList{QVariantMap{{QStringLiteral("type"), QStringLiteral("sticker")},
                                   {QStringLiteral("shortcut"), QStringLiteral(":bow:")}}}}};
 
-    AccountBase account;
+    FakeAccount account;
     QVERIFY(!makeContentItem(bytes, 2, 1, nullptr));
     QVERIFY(!makeContentItem(bytes, 2, 1, &account));
 

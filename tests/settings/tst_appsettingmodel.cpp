@@ -3,6 +3,7 @@
 #include "settings/appsettingmodel.h"
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
+#include "support/signalorder.h"
 
 #include <QDir>
 #include <QFontMetricsF>
@@ -187,30 +188,6 @@ AppSettingModel *model()
 {
     return AppSettingModel::instance();
 }
-
-/// Notes the signals of some objects in the order in which they come.
-class SignalOrder : public QObject
-{
-    Q_OBJECT
-public:
-    void listen(QObject *object)
-    {
-        const QMetaMethod slot = metaObject()->method(metaObject()->indexOfSlot("note()"));
-        const QMetaObject *meta = object->metaObject();
-        for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {
-            if (meta->method(i).methodType() == QMetaMethod::Signal)
-                connect(object, meta->method(i), this, slot);
-        }
-    }
-    QStringList names;
-
-private Q_SLOTS:
-    void note()
-    {
-        names.append(
-            QString::fromLatin1(sender()->metaObject()->method(senderSignalIndex()).name()));
-    }
-};
 
 /// What another process would find in the store now.
 QHash<QString, storage::SettingInfo> storedRows()
