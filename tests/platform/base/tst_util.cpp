@@ -47,6 +47,17 @@ private Q_SLOTS:
         }
     }
 
+    void syncsFolders()
+    {
+        const QTemporaryDir dir;
+        QVERIFY(Util::mkpath(dir.filePath(u"a/b"_s)));
+        write(dir.filePath(u"a/b/c"_s));
+        QVERIFY(QFile::setPermissions(dir.filePath(u"a/b/c"_s), QFile::ReadOwner));
+        QVERIFY(Util::syncFolder(dir.filePath(u"a/"_s)));
+        QVERIFY(!Util::syncFolder(dir.filePath(u"missing"_s)));
+        QVERIFY(!Util::syncFolder(dir.filePath(u"a/b/c"_s)));
+    }
+
     void removesFoldersAndLeavesTheRest()
     {
         const QTemporaryDir dir;
