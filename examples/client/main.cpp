@@ -111,12 +111,12 @@ void greet(QTextStream &out)
         settings->setValue(firstStartKey, QDateTime::currentMSecsSinceEpoch(), true);
         settings->setThemeFontSize(16);
         out << "Settings: this is the first start; the theme's font size was " << fontSize
-            << " px and is set to " << settings->themeFontSize() << " px.\n\n";
+            << " px and is set to " << settings->themeFontSize() << " px.\n";
     } else {
         out << "Settings: kept from the first start, "
             << QDateTime::fromMSecsSinceEpoch(firstStart)
                    .toString(QStringLiteral("yyyy-MM-dd HH:mm"))
-            << "; the theme's font size is " << fontSize << " px.\n\n";
+            << "; the theme's font size is " << fontSize << " px.\n";
     }
 }
 

@@ -163,9 +163,10 @@ void Tour::lock()
     applock::setPasscode(passcode);
     applock::lock();
     m_out << "  Set, and the application is " << (applock::isLocked() ? "locked" : "NOT LOCKED")
-          << ". ";
+          << '.';
     for (const QString &attempt : {QStringLiteral("1111"), passcode})
-        m_out << attempt << (applock::unlock(attempt) ? " unlocks it. " : " does not unlock it. ");
+        m_out << ' ' << attempt
+              << (applock::unlock(attempt) ? " unlocks it." : " does not unlock it.");
     m_out << '\n';
 }
 
@@ -193,8 +194,7 @@ void Tour::devices(ClientAccount *account)
     const Reply unlinked = account->unlinkDevice(last);
     m_out << "  " << name << ": " << (unlinked ? QStringLiteral("unlinked.") : unlinked.text())
           << ' ' << model->count() << " others are left.\n";
-    m_out << "  A call that this server does not know: " << account->reportFocus(true).text()
-          << '\n';
+    m_out << "  Reporting the focus: " << account->reportFocus(true).text() << '\n';
 }
 
 void Tour::unread()
