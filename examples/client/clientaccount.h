@@ -38,7 +38,8 @@ public:
     void restore(QVariantMap params, bool connectNow, int reason) override;
     void logout(bool deleteThis) override;
     void release(bool logOut, bool deleteThis) override;
-    void deleteAccount(bool deleteChats, int retryTimes, bool silent, bool recoverable) override;
+    void deleteAccount(bool deleteChats = false, int retryTimes = 0, bool silent = false,
+                       bool recoverable = false) override;
     void setActive(bool active) override;
     void enterNotebookMode() override;
     void abortAndReconnect(bool resetAutoReconnect) override;

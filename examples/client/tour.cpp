@@ -32,7 +32,7 @@ const QString noteKey = QStringLiteral("sample_client_note"); // among the accou
 const QString noteKeyId = QStringLiteral("sample-note");      // of the secure key
 constexpr int noteKeyVersion = 1;
 
-constexpr int mediaFiles = 6;
+constexpr int mediaFiles = 12;
 constexpr int mediaSize = 4 << 20; // bytes
 constexpr int ordinaryChats = 1;   // the source of media
 constexpr int images = 2;          // their file type
@@ -106,7 +106,10 @@ void Tour::firstStart()
     move(mira);
     notebook();
     keepNote(mira);
-    logOut(jonas);
+    heading("One of them logs out");
+    logOut(jonas, false);
+    heading("And comes back to delete the account for good");
+    logOut(signIn(QStringLiteral("5550102"), smsCode), true);
     m_out << '\n';
     m_out.flush();
 }
@@ -245,16 +248,18 @@ void Tour::keepNote(ClientAccount *account)
           << account->accountSettingModel()->leftTabWidth() << " px.\n";
 }
 
-void Tour::logOut(ClientAccount *account)
+void Tour::logOut(ClientAccount *account, bool forGood)
 {
-    heading("One of them logs out");
     const QString name = describe(account);
     const QString store = account->userStatusDataPath();
-    m_manager->logout(account);
-    m_out << "  " << name << " has logged out; "
+    if (forGood)
+        account->deleteAccount();
+    else
+        m_manager->logout(account);
+    m_out << "  " << name << (forGood ? " has deleted the account; " : " has logged out; ")
           << (QDir(store).exists() ? "SOMETHING IS LEFT HERE" : "nothing of it is left here")
-          << ". " << describe(current()) << " stays, unread messages "
-          << m_manager->totalUnreadCount() << ".\n";
+          << ". " << describe(current()) << " stays, with " << m_manager->totalUnreadCount()
+          << " unread messages.\n";
 }
 
 void Tour::laterStart()

@@ -30,7 +30,7 @@ private:
     void move(ClientAccount *account);
     void notebook();
     void keepNote(ClientAccount *account);
-    void logOut(ClientAccount *account);
+    void logOut(ClientAccount *account, bool forGood);
     ClientAccount *current() const;
 
     AccountManager *const m_manager;
