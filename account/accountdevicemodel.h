@@ -49,6 +49,7 @@ public:
 
     int rowCount(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+    QHash<int, QByteArray> roleNames() const override;
 
     /// Replaces everything by the answer of the server. What it lists as sealed is always a row;
     /// of the other devices, that with the account's own id becomes the current one. Web devices
@@ -87,9 +88,6 @@ Q_SIGNALS:
     void countChanged(int count);
     void deviceDeleteTimerChanged();
     void validChanged();
-
-protected:
-    QHash<int, QByteArray> roleNames() const override;
 
 private:
     void empty();

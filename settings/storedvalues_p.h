@@ -3,7 +3,6 @@
 #include "settings/settingmodel_p.h"
 #include "settings/storewriter_p.h"
 
-#include <atomic>
 #include <mutex>
 #include <optional>
 #include <unordered_set>
@@ -44,15 +43,19 @@ public:
     /// Changes a value; false when it is equal to the present one.
     bool change(const QString &key, const QVariant &value, bool save)
     {
-        save = save && mayStore(key, value);
+        save = save && m_writer.accepts(key, value);
         bool first = false;
         {
             const std::lock_guard lock(m_mutex);
             const auto found = m_values.find(key);
-            if (found != m_values.end() && found->second == value)
+            if (found == m_values.end())
+                m_values.emplace(key, value);
+            else if (found->second == value)
                 return false;
-            insert(key, value);
-            first = save && m_writer.put(info(key, value));
+            else
+                found->second = value;
+            touch(key);
+            first = save && m_storage->isOpen() && m_writer.put(info(key, value));
         }
         if (first)
             m_writer.write();
@@ -62,11 +65,13 @@ public:
     /// Sets a value and saves it, equal or not. About `async` see StoreWriter::write().
     void set(const QString &key, const QVariant &value, bool async)
     {
-        const bool save = mayStore(key, value);
+        bool save = m_writer.accepts(key, value);
         bool first = false;
         {
             const std::lock_guard lock(m_mutex);
-            insert(key, value);
+            m_values.insert_or_assign(key, value);
+            touch(key);
+            save = save && m_storage->isOpen();
             first = save && m_writer.put(info(key, value));
         }
         if (first || (save && !async))
@@ -76,14 +81,14 @@ public:
     /// Does nothing where there is no such value.
     void remove(const QString &key, bool async)
     {
-        const bool save = m_storage->isOpen();
+        bool save = false;
         bool first = false;
         {
             const std::lock_guard lock(m_mutex);
             if (m_values.erase(key) == 0)
                 return;
-            if (m_touched)
-                m_touched->insert(key);
+            touch(key);
+            save = m_storage->isOpen();
             first = save && m_writer.putRemoval(key);
         }
         if (first || (save && !async))
@@ -93,7 +98,7 @@ public:
     /// Writes one row, bypassing the memory.
     void saveStored(const QString &key, const QVariant &value)
     {
-        if (mayStore(key, value))
+        if (m_storage->isOpen())
             m_writer.save(info(key, value));
     }
 
@@ -139,16 +144,10 @@ public:
     bool flush() { return m_writer.flush(); }
 
 private:
-    void insert(const QString &key, const QVariant &value)
+    void touch(const QString &key)
     {
-        m_values.insert_or_assign(key, value);
         if (m_touched)
             m_touched->insert(key);
-    }
-
-    bool mayStore(const QString &key, const QVariant &value) const
-    {
-        return m_storage->isOpen() && m_writer.accepts(key, value);
     }
 
     static Info info(const QString &key, const QVariant &value)
@@ -159,6 +158,8 @@ private:
         return info;
     }
 
+    // Asked under the lock whether it is open: what is changed while it is not is over, then, before
+    // a load that follows its opening begins.
     Storage *const m_storage;
     StoreWriter<Storage, Info> m_writer;
     mutable std::mutex m_mutex; // guards what follows

@@ -1,0 +1,707 @@
+#include "account/accountservices.h"
+#include "account/threadmanager.h"
+#include "base/util.h"
+#include "settings/accountsettingmodel.h"
+#include "settings/appsettingmodel.h"
+#include "storage/globalstorageprovider.h"
+#include "storage/settingstorage.h"
+#include "storage/userstorageprovider.h"
+#include "support/fakeaccount.h"
+#include "support/signalorder.h"
+
+#include <QDir>
+#include <QJSEngine>
+#include <QMetaProperty>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+enum Signal { Value, Nothing, None };
+
+struct Setting {
+    const char *name;
+    const char *key;
+    QVariant fallback;
+    Signal carries = Value;
+    const char *setter = nullptr; // "": there is none; null: "set" and the name
+    bool alwaysSaves = false;
+};
+
+// Stored data in the field depends on each word of this.
+const std::vector<Setting> &settings()
+{
+    static const std::vector<Setting> all = {
+        {"downloadFolder", "download_folder", {}},
+        {"alwaysShowNotification", "show_notification", false},
+        {"showArchivedFolder", "show_archived_folder", true},
+        {"fullPreviewState", "full_preview_state", true},
+        {"lastLocation", "last_latlog", u""_s},
+        {"linkBaseHost", "link_base_host", u""_s},
+        {"superGroupLimit", "super_group_limit", 100000},
+        {"passcodeNotify", "passcodeNotify", 0},
+        {"syncMyFocusStatus", "syncMyFocusStatus_setting", false},
+        {"voiceDefalutPlaySpeed", "voice_default_play_speed", 2.0},
+        {"suggestFreqContacts", "suggest_freq_contacts", true},
+        {"bounceDockIcon", "bounce_dock_icon", false},
+        {"cloudDriveSecurityTips", "clouddrive_securitytips", true},
+        {"cloudDriveSendTips", "clouddrive_sendtips", true},
+        {"hexColorFormat", "hex_color_format", false},
+        {"supportedMeetingType", "supported_meeting_type", 0},
+        {"voiceChangerType", "voice_changer_type", 0},
+        {"callChangerType", "call_changer_type", 0},
+        {"supportNSFW", "surport_NSFW", false, Nothing},
+        {"allowNSFW", "allow_NSFW", false, Nothing},
+        {"encryptKeepType", "encrypt_keep_type", 4},
+        {"unencryptKeepType", "unencrypt_keep_type", 0},
+        {"groupKeepTime", "group_keep_time", -1, None},
+        {"privateKeepTime", "private_keep_time", -1, None},
+        {"syncDeviceFocusState", "sync_device_focus_state", true},
+        {"showReactionResult", "show_reaction", true, Nothing},
+        {"tabsViewOnTop", "tabs_view_mode_top", true},
+        {"leftTabWidth", "left_tab_width", 72},
+        {"suggestStickersByEmoji", "suggest_stickers_by_emoji", true},
+        {"suggestAnimatedEmoji", "suggest_animated_emoji", true},
+        {"loopAnimatedStickers", "loop_animated_stickers", true},
+        {"allowDoubleCopy", "allow_double_copy", true},
+        {"showInDiscussionOnly", "show_in_discussion_only", true, Nothing},
+        {"mediaMessageExif", "media_message_exif", true, Nothing},
+        {"fileMessageExif", "file_message_exif", false, Nothing},
+        {"currentDialogId", "current_dialog_id", u""_s, None},
+        {"aiteNotificationToneName", "aite_notifications_tone_name", u"system_ringtone"_s, None,
+         ""},
+        {"notificationToneName", "notifications_tone_name", u"system_ringtone"_s, None, ""},
+        {"chatBackgroundColor", "chat_background_color", u"#EBECEF"_s, None, ""},
+        {"darkModeChatBackgroundColor", "dark_mode_chat_background_color", u"#121212"_s, None, ""},
+        {"chatBackgroundGradientColor", "chat_background_gradient_color", u""_s, None, ""},
+        {"chatBackgroundGradientRotation", "chat_background_gradient_rotation", 0, None, ""},
+        {"chatBackgroundId", "chat_background_id", u""_s, None, ""},
+        {"chatBackgroundBlur", "chat_background_blur", 0, None, ""},
+        {"chatShaderOpacity", "chat_shader_opacity", 40, None, ""},
+        {"colorCircles", "color_circles", QByteArray(), None, "updateColorCircles", true},
+        {"selectColorCircleId", "select_color_circle_id", 0, None, nullptr, true},
+        {"currentTheme", "current_theme", QByteArray(), None, "updateCurrentTheme", true},
+        {"nearestVisitChats", "nearest_visit_chats", QByteArray(), None, "setNearstVisitChats",
+         true},
+        {"exportMsgInfo", "export_msg_info", QByteArray(), None, nullptr, true},
+        {"privacySettings", "privacy_settings", QByteArray(), None, "savePrivacySettings", true},
+        {"deviceMsgOffset", "device_message_offset", qint64(0), None, "saveDeviceMsgOffset", true},
+        {"notebookSetting", "notebook_setting", QVariantMap(), None},
+        {"syncMsgInfo", "sync_msg_info", QVariantMap(), None, nullptr, true},
+        {"syncMsgStateInfo", "sync_msg_state_info", QVariantMap(), None, nullptr, true},
+    };
+    return all;
+}
+
+/// A value that is not the default and comes back from JSON as it was.
+QVariant otherValue(const QVariant &fallback)
+{
+    switch (fallback.typeId()) {
+    case QMetaType::Bool:
+        return !fallback.toBool();
+    case QMetaType::Int:
+        return fallback.toInt() + 21;
+    case QMetaType::LongLong:
+        return (qint64(1) << 53) + 1;
+    case QMetaType::Double:
+        return 1.25;
+    case QMetaType::QByteArray:
+        return QByteArray("\0\xff{", 3);
+    case QMetaType::QVariantMap:
+        return QVariantMap{{u"Ü"_s, QVariantList{9007199254740993LL, true}}};
+    default:
+        return u"[\"Grüße\", \"\U0001F600\"]"_s;
+    }
+}
+
+/// The account's configuration on a server: keeps it and notes what is saved.
+class FakeConfiguration : public ConfigurationService
+{
+public:
+    QByteArray value(const QString &name) const override { return values.value(name); }
+    void save(const QString &name, const QByteArray &json) override
+    {
+        values.insert(name, json);
+        saved.append(name);
+    }
+
+    QHash<QString, QByteArray> values;
+    QStringList saved;
+};
+
+const QString notifications = u"mobileNotification"_s;
+const QString chatFolders = u"dialog_folder_config"_s;
+
+} // namespace
+
+class TestAccountSettingModel : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init()
+    {
+        wipeMachine();
+        FakeAccount account;
+        account.setAccountId(7);
+        QDir(account.userStatusDataPath()).removeRecursively();
+        m_configuration = FakeConfiguration();
+        open();
+    }
+    void cleanup()
+    {
+        m_account.reset();
+        AppSettingModel::releaseInstance();
+        ThreadManager::getInstance()->quitAll();
+        QCoreApplication::instance()->setProperty("imName", QVariant());
+    }
+
+    void everySetting_data()
+    {
+        QTest::addColumn<int>("index");
+        for (int i = 0; i < int(settings().size()); ++i)
+            QTest::addRow("%s", settings()[i].name) << i;
+    }
+    void everySetting()
+    {
+        QFETCH(const int, index);
+        const Setting &setting = settings()[index];
+        const QVariant fallback = get(setting);
+        if (setting.fallback.isValid()) {
+            QCOMPARE(fallback.typeId(), setting.fallback.typeId());
+            QCOMPARE(fallback, setting.fallback);
+        }
+        const QMetaProperty property = propertyOf(setting);
+        QCOMPARE(property.isValid(), setting.carries != None);
+        const QVariant value = otherValue(fallback);
+        if (property.isValid()) {
+            const QByteArray carried =
+                setting.carries == Value ? QByteArray(property.typeName()) : QByteArray();
+            QCOMPARE(property.notifySignal().methodSignature(),
+                     setting.name + QByteArray("Changed(") + carried + ')');
+            QSignalSpy changed(&model(), property.notifySignal());
+            QVERIFY(property.write(&model(), value));
+            QVERIFY(property.write(&model(), value));
+            QCOMPARE(changed.size(), 1);
+            if (setting.carries == Value)
+                QCOMPARE(changed[0], QVariantList{value});
+        } else if (setting.setter && !*setting.setter) {
+            QVERIFY(model().setValue(QLatin1StringView(setting.key), value, true));
+        } else {
+            set(setting, value, true);
+        }
+        QCOMPARE(get(setting), value);
+
+        open();
+        QCOMPARE(get(setting), value);
+        const QVariant row = rows().value(QLatin1StringView(setting.key));
+        QCOMPARE(row.typeId(),
+                 value.typeId() == QMetaType::QVariantMap ? QMetaType::QByteArray : value.typeId());
+
+        // Without saving: nothing of it is left at the next start.
+        model().removeKey(QLatin1StringView(setting.key));
+        QCOMPARE(get(setting), value);
+        open();
+        QCOMPARE(get(setting), fallback);
+        if (setting.alwaysSaves || (setting.setter && !*setting.setter))
+            return;
+        set(setting, value, false);
+        QCOMPARE(get(setting), value);
+        open();
+        QCOMPARE(get(setting), fallback);
+    }
+
+    void defaultDownloadFolder()
+    {
+        QCoreApplication::instance()->setProperty("imName", u"Im Grünen"_s);
+        QCOMPARE(model().downloadFolder(),
+                 QStandardPaths::writableLocation(QStandardPaths::DownloadLocation)
+                     + Util::separator() + u"Im Grünen"_s);
+        model().setDownloadFolder(u""_s);
+        QCOMPARE(model().downloadFolder(), u""_s);
+    }
+
+    void openNotebookIsNeverStored()
+    {
+        QSignalSpy changed(&model(), &AccountSettingModel::openNotebookChanged);
+        model().setOpenNotebook(true);
+        model().setOpenNotebook(true);
+        QCOMPARE(changed, (QList<QVariantList>{{true}}));
+        QVERIFY(model().openNotebook());
+        QVERIFY(model().flush());
+        QVERIFY(rows().isEmpty());
+        model().loadLocalData(true);
+        QVERIFY(model().openNotebook());
+        model().loadLocalData(false);
+        QVERIFY(!model().openNotebook());
+    }
+
+    void customTheme_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<bool>("counts");
+        for (const char *key :
+             {"chat_background_color", "chat_background_gradient_color",
+              "dark_mode_chat_background_color", "chat_background_id", "chat_background_blur",
+              "chat_background_gradient_rotation", "chat_shader_opacity"})
+            QTest::newRow(key) << QString::fromLatin1(key) << true;
+        QTest::newRow("something else") << u"current_theme"_s << false;
+    }
+    void customTheme()
+    {
+        QFETCH(const QString, key);
+        QFETCH(const bool, counts);
+        QVERIFY(!model().containsCustomThemeInfo());
+        QVERIFY(model().setValue(key, QVariant(), false));
+        QCOMPARE(model().containsCustomThemeInfo(), counts);
+        model().clearData(false);
+        QVERIFY(!model().containsCustomThemeInfo());
+    }
+
+    void valuesWithoutARow()
+    {
+        model().saveToCoreDb(u"a"_s, 1, true);
+        model().saveToCoreDb(u"b"_s, 1, false);
+        QCOMPARE(model().getValue(u"a"_s, -1), -1);
+        QVERIFY(model().flush());
+        QCOMPARE(rows(), (QVariantMap{{u"a"_s, 1}}));
+        model().removeKey(u""_s);
+        // What cannot be stored keeps nothing else from it.
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"QObject.* cannot be stored: c"_s));
+        QVERIFY(model().setValue(u"c"_s, QVariant::fromValue<QObject *>(this), true));
+        QVERIFY(model().setValue(u"d"_s, 2, true));
+        QVERIFY(!model().setValue(u"d"_s, 2, true));
+        QVERIFY(model().flush());
+        QCOMPARE(rows(), (QVariantMap{{u"a"_s, 1}, {u"d"_s, 2}}));
+        QJSEngine engine;
+        QVERIFY(
+            model().setValue(u"e"_s, QVariant::fromValue(engine.evaluate(u"[1, 'x']"_s)), true));
+        QCOMPARE(model().getValue(u"e"_s, {}), (QVariantList{1, u"x"_s}));
+    }
+
+    void loadingAnnouncesInOrder()
+    {
+        model().setLeftTabWidth(90);
+        m_configuration.values.insert(notifications, "{\"at\":0}");
+        SignalOrder order;
+        order.listen(&model());
+        QSignalSpy width(&model(), &AccountSettingModel::leftTabWidthChanged);
+        QSignalSpy aite(&model(), &AccountSettingModel::notifyAiteChanged);
+        model().loadLocalData(true);
+        QVERIFY(order.names.isEmpty());
+        model().loadLocalData(false);
+        QStringList expected;
+        for (const char *name : {"globalNotifications",  "globalMessagePreview",
+                                 "downloadFolder",       "alwaysShowNotification",
+                                 "showArchivedFolder",   "notifyReply",
+                                 "notifyAite",           "notifyAiteAll",
+                                 "muteNewGroup",         "autoHideArchivedFolder",
+                                 "fullPreviewState",     "lastLocation",
+                                 "chatFolderShowTabs",   "chatFolderUnreadBadge",
+                                 "chatFolderIconOnly",   "hexColorFormat",
+                                 "supportedMeetingType", "voiceChangerType",
+                                 "callChangerType",      "allowDoubleCopy",
+                                 "supportNSFW",          "allowNSFW",
+                                 "syncMyFocusStatus",    "tabsViewOnTop",
+                                 "leftTabWidth",         "showInDiscussionOnly"})
+            expected.append(QLatin1StringView(name) + u"Changed"_s);
+        QCOMPARE(order.names, expected);
+        QCOMPARE(width[0][0], 90);
+        QCOMPARE(aite[0][0], false);
+    }
+
+    void notificationSwitches_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QVariant>("storedFalse");
+        QTest::addColumn<bool>("fallback");
+        const auto row = [](const char *name, const char *key, const QVariant &storedFalse,
+                            bool fallback) {
+            QTest::newRow(name) << QByteArray(name) << QString::fromLatin1(key) << storedFalse
+                                << fallback;
+        };
+        row("globalNotifications", "notifications", false, true);
+        row("globalMessagePreview", "messagePreview", false, true);
+        row("notifyReply", "reply", 0LL, true);
+        row("notifyAite", "at", 0LL, true);
+        row("notifyAiteAll", "atAll", 0LL, true);
+        row("muteNewGroup", "muteNewGroup", 0LL, false);
+        row("notificationReaction", "reaction", 0LL, true);
+        row("autoHideArchivedFolder", "auto_hide_archived_folder", 0LL, false);
+    }
+    void notificationSwitches()
+    {
+        QFETCH(const QByteArray, name);
+        QFETCH(const QString, key);
+        QFETCH(const QVariant, storedFalse);
+        QFETCH(const bool, fallback);
+        const QMetaObject *meta = model().metaObject();
+        const QMetaProperty property = meta->property(meta->indexOfProperty(name));
+        QCOMPARE(property.read(&model()), fallback);
+        QSignalSpy changed(&model(), property.notifySignal());
+        const QByteArray setter = "set" + name.left(1).toUpper() + name.mid(1);
+        const auto call = [&](bool value, bool sync) {
+            QVERIFY(
+                QMetaObject::invokeMethod(&model(), setter, Q_ARG(bool, value), Q_ARG(bool, sync)));
+        };
+        // What is not in the map yet is a change, be it the default.
+        call(fallback, false);
+        QCOMPARE(changed.size(), 1);
+        QVERIFY(m_configuration.saved.isEmpty());
+        call(true, false);
+        call(false, true);
+        QCOMPARE(m_configuration.saved, QStringList(notifications));
+        const QVariant saved = notificationMap().value(key);
+        QCOMPARE(saved.typeId(), storedFalse.typeId());
+        QCOMPARE(saved, storedFalse);
+        QCOMPARE(property.read(&model()), false);
+        const qsizetype before = changed.size();
+        call(false, true);
+        QCOMPARE(changed.size(), before);
+        QCOMPARE(m_configuration.saved.size(), 1);
+        open();
+        QCOMPARE(property.read(&model()), false);
+
+        // From another device: the same values in either type, and nothing is handed on.
+        m_configuration.saved.clear();
+        model().updateNotifyConfig({{u"unknown"_s, true}});
+        QCOMPARE(property.read(&model()), false);
+        model().updateNotifyConfig({{key, 1}});
+        QCOMPARE(property.read(&model()), true);
+        QVERIFY(m_configuration.saved.isEmpty());
+    }
+
+    void olderRowsStandInForTheMap()
+    {
+        QVERIFY(model().setValue(u"notifications"_s, false, true));
+        QVERIFY(model().setValue(u"messagePreview"_s, false, true));
+        QVERIFY(!model().globalNotifications());
+        QVERIFY(!model().globalMessagePreview());
+        model().setGlobalNotifications(true, false);
+        QVERIFY(model().globalNotifications());
+        QVERIFY(!model().globalMessagePreview());
+    }
+
+    void resetNotification()
+    {
+        m_configuration.values.insert(
+            notifications, "{\"notifications\":false,\"reply\":0,\"atAll\":0,\"other\":[1]}");
+        open();
+        model().setBounceDockIcon(true);
+        SignalOrder order;
+        order.listen(&model());
+        model().resetNotification();
+        QCOMPARE(order.names,
+                 (QStringList{u"globalNotificationsChanged"_s, u"globalMessagePreviewChanged"_s,
+                              u"alwaysShowNotificationChanged"_s, u"notifyReplyChanged"_s,
+                              u"notifyAiteChanged"_s, u"notifyAiteAllChanged"_s,
+                              u"bounceDockIconChanged"_s}));
+        QCOMPARE(m_configuration.saved, QStringList(notifications));
+        QCOMPARE(notificationMap(),
+                 (QVariantMap{{u"notifications"_s, true},
+                              {u"messagePreview"_s, true},
+                              {u"reply"_s, 1},
+                              {u"at"_s, 1},
+                              {u"atAll"_s, 1},
+                              {u"other"_s, QVariantList{1}}}));
+        QVERIFY(model().alwaysShowNotification());
+        QVERIFY(!model().bounceDockIcon());
+    }
+
+    void mutedGroups()
+    {
+        m_configuration.values.insert(
+            notifications,
+            "{\"group\":{\"kept\":1,\"exceptionMention\":[{\"dialogID\":\"G-1\",\"note\":2}]}}");
+        open();
+        const auto entry = [](const char *id, bool reply, bool at, bool atAll) {
+            return QVariantMap{{u"dialogID"_s, QString::fromLatin1(id)},
+                               {u"reply"_s, reply},
+                               {u"at"_s, at},
+                               {u"atAll"_s, atAll}};
+        };
+        const auto entries = [this] {
+            const QVariantMap group = notificationMap().value(u"group"_s).toMap();
+            return group.value(u"kept"_s) == 1 ? group.value(u"exceptionMention"_s).toList()
+                                               : QVariantList();
+        };
+        model().updateMutedGroupNotification(u"G-2"_s, true, false, true);
+        model().updateMutedGroupNotification(u"G-1"_s, false, false, false);
+        QCOMPARE(m_configuration.saved.size(), 2);
+        QVariantMap first = entry("G-1", false, false, false);
+        first.insert(u"note"_s, 2);
+        QCOMPARE(entries(), (QVariantList{first, entry("G-2", true, false, true)}));
+        model().updateMutedGroupNotification(u"G-2"_s, true, false, true);
+        QCOMPARE(m_configuration.saved.size(), 2);
+        model().updateMutedGroupNotification(u"G-2"_s, true, true, true);
+        QCOMPARE(entries().value(1), entry("G-2", true, true, true));
+        model().deleteMutedGroupNotification(u"G-1"_s);
+        QCOMPARE(entries(), QVariantList{entry("G-2", true, true, true)});
+        QCOMPARE(m_configuration.saved.size(), 4);
+        model().deleteMutedGroupNotification(u"unknown"_s);
+        QCOMPARE(m_configuration.saved.size(), 4);
+    }
+
+    void chatFolderSwitches()
+    {
+        QVERIFY(model().chatFolderShowTabs() && model().chatFolderUnreadBadge()
+                && !model().chatFolderIconOnly());
+        QCOMPARE(model().getChatFolderValue(u"unknown"_s, 5), 5);
+        SignalOrder order;
+        order.listen(&model());
+        model().setChatFolderShowTabs(true, true);
+        QVERIFY(order.names.isEmpty() && m_configuration.saved.isEmpty());
+        model().setChatFolderIconOnly(true, true);
+        model().setChatFolderUnreadBadge(false, false);
+        QCOMPARE(m_configuration.saved, QStringList(chatFolders));
+        QCOMPARE(jsonToMap(m_configuration.values[chatFolders]),
+                 (QVariantMap{
+                     {u"show_tab"_s, true}, {u"unread_badge"_s, true}, {u"icon_only"_s, true}}));
+        model().updateChatFolderConfig("{\"show_tab\":false}");
+        QCOMPARE(order.names,
+                 (QStringList{u"chatFolderIconOnlyChanged"_s, u"chatFolderUnreadBadgeChanged"_s,
+                              u"chatFolderShowTabsChanged"_s, u"chatFolderUnreadBadgeChanged"_s,
+                              u"chatFolderIconOnlyChanged"_s}));
+        QVERIFY(!model().chatFolderShowTabs() && model().chatFolderUnreadBadge()
+                && !model().chatFolderIconOnly());
+        QCOMPARE(m_configuration.saved.size(), 1);
+        open();
+        QVERIFY(model().chatFolderShowTabs() && model().chatFolderIconOnly());
+    }
+
+    void damagedConfigurationGivesDefaults()
+    {
+        m_configuration.values = {{notifications, "{\"at\":0"}, {chatFolders, "[1]"}};
+        open();
+        QVERIFY(model().notifyAite());
+        QVERIFY(model().chatFolderShowTabs());
+    }
+
+    void configurationOfTheAccountItself()
+    {
+        m_account->setConfigurationService(nullptr);
+        model().setNotifyAite(false, true);
+        model().setChatFolderIconOnly(true, true);
+        open(nullptr);
+        QVERIFY(!model().notifyAite());
+        QVERIFY(model().chatFolderIconOnly());
+    }
+
+    void tags()
+    {
+        QVERIFY(model().queryTagInfo(u""_s).isEmpty());
+        model().removeTag(u"a"_s);
+        QVERIFY(!model().getValue(u"tag_info"_s, {}).isValid());
+        model().updateTagInfo({u"b"_s, u"c"_s});
+        QCOMPARE(model().queryTagInfo(u""_s), (QVariantList{u"b"_s, u"c"_s}));
+        model().updateTagInfo({u"a"_s, u"b"_s});
+        open();
+        QCOMPARE(model().queryTagInfo(u""_s), (QVariantList{u"b"_s, u"a"_s, u"c"_s}));
+        model().setTagInfo({u"x"_s, u"Hallo"_s, u"x"_s, u"all"_s, u"ALL"_s}, true);
+        QCOMPARE(model().queryTagInfo(u"all"_s), (QVariantList{u"Hallo"_s, u"all"_s}));
+        model().removeTag(u"unknown"_s);
+        model().removeTag(u"x"_s);
+        QCOMPARE(model().queryTagInfo(u"x"_s), QVariantList{u"x"_s});
+        model().setTagInfo({u"x"_s, u"y"_s, u"x"_s}, true);
+        model().updateTagInfo({u"x"_s});
+        QCOMPARE(model().queryTagInfo(u""_s), (QVariantList{u"x"_s, u"y"_s}));
+    }
+
+    void neverMoreThanAHundredTags()
+    {
+        QVariantList many;
+        for (int i = 0; i < 120; ++i)
+            many.append(u"tag %1"_s.arg(i));
+        model().updateTagInfo(many);
+        QCOMPARE(model().queryTagInfo(u""_s), many.first(100));
+        model().updateTagInfo(many.last(20));
+        QCOMPARE(model().queryTagInfo(u""_s).size(), 100);
+        QCOMPARE(model().queryTagInfo(u""_s).constFirst(), u"tag 119"_s);
+        QCOMPARE(model().queryTagInfo(u""_s).constLast(), u"tag 79"_s);
+    }
+
+    void autoDownloadMovesToTheMachine()
+    {
+        wipeMachine();
+        store({{u"auto_download_media"_s, false},
+               {u"auto_download_private_chats"_s, false},
+               {u"auto_download_group_chats"_s, false},
+               {u"auto_download_photo_limit"_s, 1},
+               {u"auto_download_video_private_chats"_s, false},
+               {u"auto_download_video_group_chats"_s, false},
+               {u"auto_download_video_limit"_s, 2},
+               {u"auto_download_file_private_chats"_s, true},
+               {u"auto_download_file_group_chats"_s, true},
+               {u"auto_download_file_limit"_s, 3},
+               {u"show_reaction"_s, false}});
+        for (int start = 0; start < 2; ++start) {
+            QVERIFY(!app()->autoDownloadMedia());
+            QVERIFY(!app()->autoDownloadImagePrivateChats());
+            QVERIFY(!app()->autoDownloadImageGroupChats());
+            QCOMPARE(app()->autoDownloadImageLimit(), 1);
+            QVERIFY(!app()->autoDownloadVideoPrivateChats());
+            QVERIFY(!app()->autoDownloadVideoGroupChats());
+            QCOMPARE(app()->autoDownloadVideoLimit(), 2);
+            QVERIFY(app()->autoDownloadFilePrivateChats());
+            QVERIFY(app()->autoDownloadFileGroupChats());
+            QCOMPARE(app()->autoDownloadFileLimit(), 3);
+            AppSettingModel::releaseInstance();
+            app()->loadGlobalData();
+        }
+        QVERIFY(model().flush());
+        QCOMPARE(rows(), (QVariantMap{{u"show_reaction"_s, false}}));
+    }
+
+    void tabSettingsBecomeTheFileLimit_data()
+    {
+        QTest::addColumn<QVariantMap>("stored");
+        QTest::addColumn<int>("limit");
+        QTest::addRow("width") << QVariantMap{{u"left_tab_width"_s, 80}} << 80;
+        QTest::addRow("on top") << QVariantMap{{u"tabs_view_mode_top"_s, true}} << 1;
+        QTest::addRow("both") << QVariantMap{{u"left_tab_width"_s, 90},
+                                             {u"tabs_view_mode_top"_s, true},
+                                             {u"auto_download_file_limit"_s, 5}}
+                              << 90;
+    }
+    void tabSettingsBecomeTheFileLimit()
+    {
+        QFETCH(const QVariantMap, stored);
+        QFETCH(const int, limit);
+        wipeMachine();
+        store(stored);
+        QCOMPARE(app()->autoDownloadFileLimit(), limit);
+        QVERIFY(app()->containsAutoDownloadSetting());
+        // The model itself goes on reading them until the next load.
+        if (stored.contains(u"left_tab_width"_s))
+            QCOMPARE(model().leftTabWidth(), limit);
+        open();
+        QCOMPARE(model().leftTabWidth(), 72);
+        QVERIFY(rows().isEmpty());
+        // From then on they are settings as any other.
+        model().setLeftTabWidth(100);
+        open();
+        QCOMPARE(model().leftTabWidth(), 100);
+        QCOMPARE(app()->autoDownloadFileLimit(), limit);
+    }
+
+    void movedSettingsStayWhereTheyCannotArrive()
+    {
+        wipeMachine();
+        app()->closeGlobalStorage();
+        store({{u"auto_download_photo_limit"_s, 5}});
+        QCOMPARE(app()->autoDownloadImageLimit(), 5);
+        QVERIFY(model().flush());
+        QCOMPARE(rows(), (QVariantMap{{u"auto_download_photo_limit"_s, 5}}));
+    }
+
+    void frequentContacts()
+    {
+        store({{u"frequent_contacts"_s, QByteArray("{\"C-3-5\":12,\"G-1\":\"7\",\"x\":[]}")},
+               {u"left_tab_width"_s, 80}});
+        const auto expected = [](int lastMsgId) {
+            return QVariantMap{{u"beginMsgId"_s, 1}, {u"lastMsgId"_s, lastMsgId}};
+        };
+        const QVariantMap contacts{
+            {u"C-3-5"_s, expected(12)}, {u"G-1"_s, expected(7)}, {u"x"_s, expected(0)}};
+        const QString key = u"frequent_contact_list"_s;
+        QCOMPARE(jsonToMap(model().getValue(key, {}).toByteArray()), contacts);
+        QVERIFY(model().flush());
+        QCOMPARE(jsonToMap(rows().value(key).toByteArray()), contacts);
+        QVERIFY(!rows().contains(u"frequent_contacts"_s));
+        // The machine has its settings already: nothing is moved.
+        QCOMPARE(rows().value(u"left_tab_width"_s), 80);
+    }
+
+private:
+    static AppSettingModel *app() { return AppSettingModel::instance(); }
+    AccountSettingModel &model() { return *m_account->accountSettingModel(); }
+
+    /// The machine's settings as they are before any account was loaded.
+    static void wipeMachine()
+    {
+        AppSettingModel::releaseInstance();
+        {
+            storage::GlobalStorageProvider provider;
+            QVERIFY(provider.open());
+            QVERIFY(provider.settingStorage()->removeAll());
+        }
+        app()->loadGlobalData();
+    }
+
+    /// The account as the next start of the program has it.
+    void open() { open(&m_configuration); }
+    void open(ConfigurationService *configuration)
+    {
+        m_account.reset();
+        m_account = std::make_unique<FakeAccount>();
+        m_account->setConfigurationService(configuration);
+        m_account->setAccountId(7);
+        QVERIFY(m_account->openStorage(true));
+    }
+
+    /// The account as it starts on what an older version left.
+    void store(const QVariantMap &values)
+    {
+        m_account.reset();
+        FakeAccount account;
+        account.setAccountId(7);
+        storage::UserStorageProvider provider;
+        QVERIFY(provider.open(account.userStatusDataPath()));
+        for (auto it = values.cbegin(); it != values.cend(); ++it)
+            QVERIFY(provider.settingStorage()->save({it.key(), it.value(), {}}));
+        provider.close();
+        open();
+    }
+
+    /// What another process would find in the store now.
+    QVariantMap rows() const
+    {
+        storage::UserStorageProvider provider;
+        provider.open(m_account->userStatusDataPath(), false);
+        QVariantMap values;
+        for (const storage::SettingInfo &info : provider.settingStorage()->allInfos())
+            values.insert(info.key, info.value);
+        return values;
+    }
+
+    QVariantMap notificationMap() const
+    {
+        return jsonToMap(m_configuration.values.value(notifications));
+    }
+
+    QMetaProperty propertyOf(const Setting &setting)
+    {
+        const QMetaObject *meta = model().metaObject();
+        return meta->property(meta->indexOfProperty(setting.name));
+    }
+    QVariant get(const Setting &setting)
+    {
+        if (const QMetaProperty property = propertyOf(setting); property.isValid())
+            return property.read(&model());
+        QVariant value(setting.fallback.metaType());
+        QMetaObject::invokeMethod(&model(), setting.name,
+                                  QGenericReturnArgument(value.typeName(), value.data()));
+        return value;
+    }
+    void set(const Setting &setting, const QVariant &value, bool needSave)
+    {
+        QByteArray setter = setting.setter;
+        if (setter.isNull())
+            setter = "set" + QByteArray(setting.name).left(1).toUpper() + (setting.name + 1);
+        const QGenericArgument argument(value.typeName(), value.constData());
+        QVERIFY(setting.alwaysSaves
+                    ? QMetaObject::invokeMethod(&model(), setter, argument)
+                    : QMetaObject::invokeMethod(&model(), setter, argument, Q_ARG(bool, needSave)));
+    }
+
+    FakeConfiguration m_configuration;
+    std::unique_ptr<FakeAccount> m_account;
+};
+
+QTEST_GUILESS_MAIN(TestAccountSettingModel)
+#include "tst_accountsettingmodel.moc"
