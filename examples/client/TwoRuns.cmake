@@ -68,7 +68,7 @@ expect("${output}" "${count} messages kept from")
 expect("${output}" "All sizes are what they were")
 expect("${output}" "kept from the first start.* font size is 16 px")
 expect("${output}" "is locked; the passcode unlocks it")
-expect("${output}" "Mira .id 1001., .1 5550101, device 10011, unread 5, tabs 96 px, 12 media files in [^\n]*-media")
+expect("${output}" "Mira .id 1001., .1 5550101, device 10011, unread 5, tabs 96 px\n *12 media files in [^\n]*-media")
 expect("${output}" "note: The spare key lies under the third flower pot")
 if(output MATCHES "Jonas .id 1002.")
     message(FATAL_ERROR "Who logged out is there again:\n${output}")
@@ -80,6 +80,14 @@ expect("${output}" "${count} messages were kept for another width")
 run(0 ${home})
 if(NOT lines STREQUAL first)
     message(FATAL_ERROR "Back at the first width, sizes are not what they were:\n${output}")
+endif()
+
+# An account whose store is lost signs in again, and finds its messages.
+file(WRITE ${home}/${data}/1001/userstatus/account.db "no database")
+run(0 ${home})
+expect("${errors}" "account.db was damaged")
+if(NOT lines STREQUAL first)
+    message(FATAL_ERROR "The messages were lost with the account's store:\n${output}")
 endif()
 
 # A feed that was cut off: what came before the damage is shown and kept.

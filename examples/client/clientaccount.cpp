@@ -75,6 +75,12 @@ void ClientAccount::restore(QVariantMap params, bool connectNow, int)
         return; // not authorized, so the manager does not list it
     m_name = accountSettingModel()->getValue(nameKey, QString()).toString();
     setDeviceId(accountSettingModel()->getValue(deviceIdKey, 0).toInt());
+    if (deviceId() == 0) {
+        // The store was damaged and the sign-in is lost with it. Whoever signs in again finds the
+        // rest where it was.
+        closeStorage();
+        return;
+    }
     if (const auto user = signalStore()->userInfo()) {
         setPhone(user->phone);
         setCountryCode(user->countryCode);

@@ -137,6 +137,8 @@ ExitCode run(const Application &app)
         tour.firstStart();
     else
         tour.laterStart();
+    if (manager->count() == 0)
+        throw ClientError(BadData, QStringLiteral("Nobody is signed in any more. Start again."));
 
     Client client(manager->currentAccount(), options.width);
     const ExitCode result = client.showKept();

@@ -278,7 +278,7 @@ void Tour::laterStart()
         const AccountSettingModel *settings = account->accountSettingModel();
         m_out << "  " << describe(account) << ", +" << account->countryCode() << ' '
               << account->phone() << ", device " << account->deviceId() << ", unread "
-              << account->totalUnreadCount() << ", tabs " << settings->leftTabWidth() << " px, "
+              << account->totalUnreadCount() << ", tabs " << settings->leftTabWidth() << " px\n  "
               << fileCount(account->userCacheDataPath()) << " media files in "
               << native(account->userCacheDataPath()) << '\n';
         const std::string encrypted =
