@@ -16,24 +16,26 @@
 namespace
 {
 
-constexpr QChar lineSeparator = QChar::LineSeparator;
+/// The one newline of a text that is ready for layout.
+constexpr QChar paragraphSeparator = u'\n';
 constexpr QChar zeroWidthSpace(0x200B);
 
-/// Stands for a custom emoji: in every font, of no direction and of no script.
-constexpr QChar pictureCharacter = u'=';
+/// Stands for a custom emoji. A letter of Latin keeps its own font and width, whatever script the
+/// text around it is in.
+constexpr QChar pictureCharacter = u'n';
 
 /// QTextLayout counts in 26.6 fixed point and takes no wider line; as good as no limit.
 constexpr double unlimitedWidth = 1 << 22;
 
-/// Code units of a long text that are laid out in one go, rounded up to whole paragraphs. Ordinary
-/// messages are one piece; a long one costs no more than the lines that are asked for.
+/// Code units that are laid out in one go. An ordinary message is one piece; a long text costs no
+/// more than the lines that are asked for, and one without end is never searched for its next word.
 constexpr qsizetype pieceLength = 4096;
 
 using FormatRanges = QList<QTextLayout::FormatRange>;
 
-/// Paragraphs ready for layout: lines are forced by U+2028 only, pictures have their width.
+/// A text ready for layout: pictures have their width, and paragraphs end in one way only.
 struct Paragraphs {
-    /// Whole paragraphs, without the line separator behind the last one.
+    /// Whole paragraphs, without the separator behind the last one.
     struct Range {
         qsizetype from = 0;
         qsizetype end = 0;
@@ -107,28 +109,10 @@ const QTextOption &wrapOption()
     return option;
 }
 
-/// Breaks whole paragraphs into at most `most` lines.
-/// @return the lines it made
-int layOut(const QString &text, const QFont &font, const FormatRanges &formats, double width,
-           int most, Lines &lines)
-{
-    QTextLayout layout(text, font);
-    layout.setTextOption(wrapOption());
-    if (!formats.isEmpty())
-        layout.setFormats(formats);
-    layout.beginLayout();
-    int made = 0;
-    while (made < most && !lines.isComplete()) {
-        QTextLine line = layout.createLine();
-        if (!line.isValid())
-            break;
-        line.setLeadingIncluded(true);
-        line.setLineWidth(width);
-        lines.add(line.naturalTextWidth(), line.height());
-        ++made;
-    }
-    return made;
-}
+struct LaidOut {
+    int lines = 0;
+    qsizetype end = 0; ///< where the first line that was left out begins
+};
 
 /// The formats inside [from, end), counted from there.
 FormatRanges formatsWithin(const FormatRanges &all, qsizetype from, qsizetype end)
@@ -145,63 +129,98 @@ FormatRanges formatsWithin(const FormatRanges &all, qsizetype from, qsizetype en
     return within;
 }
 
-/// Lays out piece by piece, so that what lies behind the last line that counts is never shaped.
+/// Breaks a piece of a paragraph into at most `most` lines. Of a piece that is cut off at its end
+/// the last line is left out: it begins there in any case, but it may go on.
+LaidOut layOutPiece(const QString &text, bool isCut, const QFont &font, const FormatRanges &formats,
+                    double width, int most, Lines &lines)
+{
+    QTextLayout layout(text, font);
+    layout.setTextOption(wrapOption());
+    if (!formats.isEmpty())
+        layout.setFormats(formats);
+    layout.beginLayout();
+    LaidOut made;
+    while (made.lines < most && !lines.isComplete()) {
+        QTextLine line = layout.createLine();
+        if (!line.isValid())
+            break;
+        line.setLeadingIncluded(true);
+        line.setLineWidth(width);
+        const int end = line.textStart() + line.textLength();
+        if (isCut && end >= text.size())
+            break;
+        lines.add(line.naturalTextWidth(), line.height());
+        ++made.lines;
+        made.end = end;
+    }
+    return made;
+}
+
+/// Lays out the paragraph [from, end), each piece from the line that the one before could not
+/// finish.
+/// @return the lines it made, `most` or fewer
+int layOutParagraph(const Paragraphs &paragraphs, qsizetype from, qsizetype end, const QFont &font,
+                    double width, int most, Lines &lines)
+{
+    const QString &text = paragraphs.text;
+    int made = 0;
+    qsizetype length = pieceLength;
+    while (made < most && !lines.isComplete()) {
+        const qsizetype pieceEnd = std::min(end, from + length);
+        const bool isCut = pieceEnd < end;
+        const LaidOut piece = layOutPiece(
+            QString::fromRawData(text.constData() + from, pieceEnd - from), isCut, font,
+            formatsWithin(paragraphs.formats, from, pieceEnd), width, most - made, lines);
+        made += piece.lines;
+        if (!isCut)
+            break;
+        from += piece.end;
+        // A piece that is less than a line is tried again with much more.
+        length = piece.lines == 0 ? 4 * length : pieceLength;
+    }
+    return made;
+}
+
+/// Lays out paragraph by paragraph. What lies behind the last line that counts is never shaped.
 void layOut(const Paragraphs &paragraphs, const QFont &font, double width, Lines &lines)
 {
     const QString &text = paragraphs.text;
     auto collapsed = paragraphs.collapsed.begin();
-    const auto lastCollapsed = paragraphs.collapsed.end();
     int rowsLeft = DrawableTextBase::collapsedRowCount;
 
     for (qsizetype at = 0; at <= text.size() && !lines.isComplete();) {
-        const bool isCollapsed = collapsed != lastCollapsed && collapsed->from <= at;
-        qsizetype end = text.size();
-        if (isCollapsed)
-            end = collapsed->end;
-        else if (collapsed != lastCollapsed)
-            end = collapsed->from - 1;
-        const qsizetype wholeEnd = end;
-        if (end - at > pieceLength) {
-            const qsizetype found = text.indexOf(lineSeparator, at + pieceLength);
-            if (found >= 0)
-                end = std::min(end, found);
-        }
-
-        const bool isWhole = at == 0 && end == text.size();
+        const qsizetype separator = text.indexOf(paragraphSeparator, at);
+        const qsizetype end = separator < 0 ? text.size() : separator;
+        const bool isCollapsed = collapsed != paragraphs.collapsed.end() && collapsed->from <= at;
         const int most = isCollapsed ? rowsLeft : std::numeric_limits<int>::max();
-        const int made =
-            layOut(isWhole ? text : text.mid(at, end - at), font,
-                   isWhole ? paragraphs.formats : formatsWithin(paragraphs.formats, at, end), width,
-                   most, lines);
-        if (isCollapsed) {
-            rowsLeft -= made;
-            if (rowsLeft <= 0)
-                end = wholeEnd;
-            if (end == wholeEnd) {
-                ++collapsed;
-                rowsLeft = DrawableTextBase::collapsedRowCount;
-            }
-        }
+        const int made = layOutParagraph(paragraphs, at, end, font, width, most, lines);
         at = end + 1;
+        if (!isCollapsed)
+            continue;
+        rowsLeft -= made;
+        if (rowsLeft == 0 || at > collapsed->end) {
+            at = collapsed->end + 1;
+            ++collapsed;
+            rowsLeft = DrawableTextBase::collapsedRowCount;
+        }
     }
 }
 
 bool isNewline(QChar c)
 {
-    return c == u'\n' || c == u'\r' || c == lineSeparator || c == QChar::ParagraphSeparator;
+    return c == u'\n' || c == u'\r' || c == QChar::LineSeparator || c == QChar::ParagraphSeparator;
 }
 
-/// What must not reach QTextLayout as it is: newlines that it does not know, and the object
-/// replacement character, whose objects would come from a document that there is not.
+/// What must not reach the layout as it is: other newlines, and the object replacement character,
+/// whose objects would come from a document that there is not.
 bool isReplaced(QChar c)
 {
-    return c == u'\n' || c == u'\r' || c == QChar::ParagraphSeparator
-        || c == QChar::ObjectReplacementCharacter;
+    return c == QChar::ObjectReplacementCharacter || (c != paragraphSeparator && isNewline(c));
 }
 
 QChar replacementFor(QChar c)
 {
-    return c == QChar::ObjectReplacementCharacter ? zeroWidthSpace : lineSeparator;
+    return c == QChar::ObjectReplacementCharacter ? zeroWidthSpace : paragraphSeparator;
 }
 
 struct Span {
@@ -305,10 +324,10 @@ std::vector<Paragraphs::Range> collapsedParagraphs(std::vector<Span> spans, cons
         from = std::max(from, next);
         if (from >= end)
             continue;
-        if (text[end - 1] == lineSeparator)
+        if (text[end - 1] == paragraphSeparator)
             --end;
-        if ((from > 0 && text[from - 1] != lineSeparator)
-            || (end < text.size() && text[end] != lineSeparator))
+        if ((from > 0 && text[from - 1] != paragraphSeparator)
+            || (end < text.size() && text[end] != paragraphSeparator))
             continue;
         ranges.push_back({from, end});
         next = end + 1;
@@ -396,8 +415,8 @@ private:
         auto picture = m_pictures.cbegin();
 
         for (qsizetype at = 0; at < length;) {
-            if (breaks[size_t(at)] && !m_text.isEmpty() && m_text.back() != lineSeparator)
-                m_text.append(lineSeparator);
+            if (breaks[size_t(at)] && !m_text.isEmpty() && m_text.back() != paragraphSeparator)
+                m_text.append(paragraphSeparator);
             movedTo[size_t(at)] = m_text.size();
 
             // Of pictures that overlap, the first one is shown.

@@ -12,22 +12,22 @@ class BASE_EXPORT DrawableTextBase
 {
 public:
     struct Measured {
-        QSizeF size;         ///< pixels
+        QSizeF size{0, 0};   ///< pixels
         int lineCount = 0;   ///< lines that are shown; 0 for an empty text
         bool elided = false; ///< lines were left out because of `maxRowCount`
     };
 
     /// Lays `text` out with the formats of `blocks` and gives its size.
     ///
-    /// Width is that of the widest line without the spaces it ends in; height is the sum of the
-    /// lines' heights, each with its font's leading. CR LF, CR, LF, U+2028 and U+2029 end a line; a
-    /// text that ends in one of them has an empty last line.
+    /// Width is that of the widest line, without the spaces at which it was wrapped; height is the
+    /// sum of the lines' heights, each with its font's leading. CR LF, CR, LF, U+2028 and U+2029
+    /// end a line; a text that ends in one of them has an empty last line.
     ///
     /// @param maxWidth    pixels to wrap at; 0 or less means no limit, which is some 4 million
     /// @param maxRowCount a text of more lines is elided to this many; 0 or less: never
     /// @param lineSpacing pixels added between two lines
-    /// @param rowLimit    lines that are laid out at most, whatever the text; 0 or less: all. Unlike
-    ///                    maxRowCount this leaves no "elided" behind: nobody can expand it.
+    /// @param rowLimit    lines that are laid out at most, whatever the text; 0 or less: all.
+    ///                    Nothing is "elided" then, since nobody can expand it.
     /// @param wordWrap    break at word boundaries (and inside words that are wider than a line);
     ///                    false breaks at line feeds only
     /// @param plainText   false when the text is shown as emoji only: entity formats are not

@@ -91,6 +91,9 @@ public:
 
     Answer create() override
     {
+        Answer answer = load();
+        if (answer.status != Status::None)
+            return answer;
         const SecureBytes key(CryptoAES::createKey(keySize));
         if (key.isEmpty())
             return unavailable(QStringLiteral("no random bytes"));
@@ -98,7 +101,7 @@ public:
             m_preferKeychain && keychain::isAvailable() ? putIntoKeychain(key) : QString();
         const bool published =
             publish(entry.isEmpty() ? QByteArray(key) : entryMark + entry.toLatin1());
-        Answer answer = load();
+        answer = load();
         // Somebody else was first, or the file could not be written.
         if (!published && !entry.isEmpty())
             keychain::remove(entry);

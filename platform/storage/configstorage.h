@@ -51,3 +51,5 @@ private:
 };
 
 } // namespace storage
+
+Q_DECLARE_TYPEINFO(storage::ConfigInfo, Q_RELOCATABLE_TYPE);

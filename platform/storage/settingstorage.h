@@ -55,3 +55,5 @@ private:
 };
 
 } // namespace storage
+
+Q_DECLARE_TYPEINFO(storage::SettingInfo, Q_RELOCATABLE_TYPE);

@@ -236,6 +236,16 @@ private Q_SLOTS:
         QVERIFY(pooled.tryAcquire());
     }
 
+    void thePoolTakesTasksWithWhatTheyHold()
+    {
+        manager()->init();
+        std::atomic<int> sum = 0;
+        for (int i = 1; i <= 1000; ++i)
+            ThreadManager::run([&sum, numbers = std::vector{i, -1}] { sum += numbers[0]; }, true);
+        QVERIFY(manager()->threadPool()->waitForDone());
+        QCOMPARE(sum.load(), 500500);
+    }
+
     void thePoolRunsEightAtATimeAndDropsWhatWaits()
     {
         manager()->init();

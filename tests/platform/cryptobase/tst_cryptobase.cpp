@@ -226,10 +226,15 @@ void TestCryptoBase::sealing()
     for (const int size : {0, 1, 32, 5000}) {
         const QByteArray plain = pattern(size);
         const QByteArray sealed = seal(plain, master, "place");
-        QVERIFY(sealed != seal(plain, master, "place"));
         QCOMPARE(QByteArray(unseal(sealed, master, "place").value()), plain);
         QVERIFY(!unseal(sealed, master, "elsewhere"));
     }
+
+    // GCM falls apart when a nonce comes twice.
+    QSet<QByteArray> nonces;
+    for (int i = 0; i < 100; ++i)
+        nonces.insert(seal("key bytes", master, "place").mid(1, 12));
+    QCOMPARE(nonces.size(), 100);
 
     const QByteArray sealed = seal("key bytes", master, "place");
     for (qsizetype bit = 0; bit < sealed.size() * 8; ++bit) {

@@ -1,11 +1,9 @@
 #include "imcrypto/masterkey.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QSet>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -53,9 +51,6 @@ private Q_SLOTS:
     void damagedFile();
     void unwritableDirectory();
     void threadsAtOnce();
-    void installation_data();
-    void installation();
-    // The last: ThreadSanitizer allows no new thread after a fork.
     void processesAtOnce();
 };
 
@@ -132,33 +127,6 @@ void TestMasterKey::threadsAtOnce()
         QCOMPARE(QSet<QByteArray>(made.begin(), made.end()).size(), 1);
         QCOMPARE(files(directory.path()).size(), 1);
     }
-}
-
-void TestMasterKey::installation_data()
-{
-    QTest::addColumn<QByteArray>("busAddress");
-    QTest::newRow("no session bus") << QByteArray();
-    QTest::newRow("a bus that is gone") << QByteArray("unix:path=/nonexistent/bus");
-}
-
-void TestMasterKey::installation()
-{
-    QFETCH(QByteArray, busAddress);
-    if (busAddress.isEmpty())
-        qunsetenv("DBUS_SESSION_BUS_ADDRESS");
-    else
-        qputenv("DBUS_SESSION_BUS_ADDRESS", busAddress);
-    const QString path = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
-        + QStringLiteral("/master.key");
-    QFile::remove(path);
-
-    QElapsedTimer timer;
-    timer.start();
-    const QByteArray made = key(MasterKey::installation()->create());
-    QCOMPARE(made.size(), 32);
-    QCOMPARE(contents(path), made);
-    QVERIFY(timer.elapsed() < 10000);
-    QFile::remove(path);
 }
 
 void TestMasterKey::processesAtOnce()
