@@ -94,6 +94,9 @@ bool AccountBase::openStorage(bool create)
 {
     if (!m_storage->open(m_userStatusDataPath, create))
         return false;
+    // What was found out about the keys of another database says nothing about this one's.
+    if (m_signalStore->state() != crypto::Store::State::NotOpened)
+        m_signalStore->open();
     m_dataInfoModel->loadLocalData(false);
     m_accountSettingModel->loadLocalData(false);
     readFeatures();

@@ -1,14 +1,22 @@
+#include "account/accountmanager.h"
+#include "account/threadmanager.h"
 #include "dialog/datainfomodel.h"
+#include "settings/accountsettingmodel.h"
 #include "settings/appsettingmodel.h"
 #include "storage/configstorage.h"
+#include "storage/globalstorageprovider.h"
 #include "storage/userstorageprovider.h"
 #include "support/comparison.h"
 #include "support/fakeaccount.h"
+#include "support/settingsbyhand.h"
 
 #include <QDir>
+#include <QFile>
 #include <QHash>
+#include <QLoggingCategory>
 #include <QMutex>
 #include <QStandardPaths>
+#include <QThread>
 
 #include <sqlite3.h>
 
@@ -19,6 +27,7 @@ namespace
 {
 
 using benchmark::State;
+using namespace settingsbyhand;
 
 constexpr int accountCount = 5;
 constexpr int rowCount = 10'000;
@@ -40,13 +49,28 @@ storage::ConfigChanges rows()
     return changes;
 }
 
+/// The machine-wide settings, opened once on an empty store.
+void openSettings()
+{
+    static const bool opened = [] {
+        // In directories of their own: the accounts of an installed program stay as they are.
+        QStandardPaths::setTestModeEnabled(true);
+        AppSettingModel *model = AppSettingModel::instance();
+        for (const char *suffix : {"", "-wal", "-shm"})
+            QFile::remove(model->globalStorage()->filePath() + QLatin1StringView(suffix));
+        model->loadGlobalData();
+        model->setAutoDownloadMedia(true, true);
+        return model->globalStorage()->isOpen();
+    }();
+    if (!opened)
+        qFatal("the settings cannot be stored");
+}
+
 /// The accounts' directories, filled once.
 const std::array<QString, accountCount> &directories()
 {
     static const auto all = [] {
-        // In directories of their own: the accounts of an installed program stay as they are.
-        QStandardPaths::setTestModeEnabled(true);
-        AppSettingModel::instance()->setAutoDownloadMedia(true, false);
+        openSettings();
         std::array<QString, accountCount> paths;
         for (int i = 0; i < accountCount; ++i) {
             FakeAccount account;
@@ -108,7 +132,146 @@ private:
     QHash<QString, QVariant> m_values;
 };
 
-void addRows()
+/// The settings of an account on an empty store, with the save thread.
+class Settings
+{
+public:
+    Settings()
+    {
+        openSettings();
+        m_account.setAccountId(100);
+        QDir(m_account.userStatusDataPath()).removeRecursively();
+        if (!m_account.openStorage(true))
+            qFatal("the account cannot be stored");
+        ThreadManager::getInstance()->init();
+        fill([this](const QString &key, int value) { get()->setValue(key, value, true); });
+    }
+    ~Settings() { ThreadManager::getInstance()->quitAll(); }
+    Q_DISABLE_COPY_MOVE(Settings)
+
+    AccountSettingModel *get() const { return m_account.accountSettingModel(); }
+    AccountSettingModel *operator->() const { return get(); }
+
+private:
+    FakeAccount m_account;
+};
+
+void addSettings()
+{
+    comparison::add(
+        "an account's setting: getter, bool", 0.5,
+        [](State &state) {
+            const Settings settings;
+            settings->setShowArchivedFolder(false);
+            for (auto _ : state)
+                benchmark::DoNotOptimize(settings->showArchivedFolder());
+        },
+        [](State &state) {
+            PlainSettings plain;
+            const QString name = QStringLiteral("show_archived_folder");
+            plain.settings.setValue(name, false);
+            for (auto _ : state)
+                benchmark::DoNotOptimize(plain.settings.value(name, true).toBool());
+        });
+    comparison::add(
+        "an account's setting: getter, text", 0.5,
+        [](State &state) {
+            const Settings settings;
+            settings->setLastLocation(QStringLiteral("52.52,13.40"));
+            for (auto _ : state)
+                benchmark::DoNotOptimize(settings->lastLocation());
+        },
+        [](State &state) {
+            PlainSettings plain;
+            const QString name = QStringLiteral("last_latlog");
+            plain.settings.setValue(name, QStringLiteral("52.52,13.40"));
+            for (auto _ : state)
+                benchmark::DoNotOptimize(plain.settings.value(name, QString()).toString());
+        });
+    comparison::add(
+        "an account's setting: setter, as the caller feels it", 1.5,
+        [](State &state) {
+            const Settings settings;
+            int width = 0;
+            for (auto _ : state)
+                settings->setLeftTabWidth(++width);
+        },
+        [](State &state) {
+            PlainSettings plain;
+            int width = 0;
+            for (auto _ : state)
+                plain.settings.setValue(QStringLiteral("left_tab_width"), ++width);
+        });
+    comparison::add(
+        "an account's settings made durable, 10,000 changes", 0.5,
+        [](State &state) {
+            const Settings settings;
+            changeAll(state, settings.get());
+        },
+        upsertAll);
+}
+
+/// Does nothing where the network layer's class would turn to its server.
+class QuietAccount : public FakeAccount
+{
+public:
+    using FakeAccount::FakeAccount;
+    void setActive(bool) override { }
+};
+
+void addSwitch()
+{
+    comparison::add(
+        "switch between two of five accounts", 1.0,
+        [](State &state) {
+            openSettings();
+            // As a client that is delivered.
+            QLoggingCategory::setFilterRules(QStringLiteral("im.modelbase.debug=false"));
+            ThreadManager::getInstance()->init();
+            AccountManager *manager = AccountManager::getInstance();
+            for (int i = 0; i < accountCount; ++i) {
+                if (!(new QuietAccount(manager))->signIn(200 + i))
+                    qFatal("the account cannot be stored");
+            }
+            qint64 id = 201;
+            for (auto _ : state) {
+                manager->setCurrentAccount(id);
+                id = 404 - id; // 203 and 201
+            }
+            if (manager->currentAccount()->accountId() != 404 - id)
+                state.SkipWithError("not switched");
+            ThreadManager::getInstance()->quitAll();
+            AccountManager::releaseInstance();
+        },
+        // The three signals of a switch, and its id handed to a thread that keeps it.
+        [](State &state) {
+            QThread thread;
+            QObject keeper;
+            keeper.moveToThread(&thread);
+            thread.start();
+            QHash<QString, QVariant> kept; // of the thread
+            std::array<QuietAccount, 2> accounts;
+            AppSettingModel *settings = AppSettingModel::instance();
+            AccountManager *manager = AccountManager::getInstance();
+            qint64 id = 0;
+            for (auto _ : state) {
+                id = 1 - id;
+                AccountBase *next = &accounts[id];
+                AccountBase *last = &accounts[1 - id];
+                Q_EMIT manager->beginChangeCurrentItem(AccountManager::AccountItem, false, last,
+                                                       next);
+                QMetaObject::invokeMethod(
+                    &keeper, [&kept, id] { kept.insert(QStringLiteral("current_account"), id); });
+                Q_EMIT settings->currentAccountIdChanged(id);
+                Q_EMIT manager->currentAccountChanged(next, last);
+            }
+            thread.quit();
+            thread.wait();
+            AccountManager::releaseInstance();
+        });
+}
+
+void addStoredData()
 {
     comparison::add(
         "start-up with 5 accounts of 10,000 configuration rows", 2.0,
@@ -161,6 +324,13 @@ void addRows()
             for (auto _ : state)
                 benchmark::DoNotOptimize(hash.dialogOffset());
         });
+}
+
+void addRows()
+{
+    addSettings();
+    addSwitch();
+    addStoredData();
 }
 
 } // namespace

@@ -29,6 +29,9 @@ struct AppDataMove::Plan {
     /// JSON text.
     QVariantMap accounts;
     qint64 bytes = 0;
+    // Of the move that this one takes back, in case that it cannot.
+    QString undoneSource;
+    QByteArray undoneInfo;
 };
 
 namespace
@@ -212,6 +215,8 @@ public:
         const QStringList ids = m_plan.accounts.keys();
         m_plan.bytes = 0;
         for (const QString &id : ids) {
+            if (m_cancelled)
+                return FolderMove::Cancelled;
             const QVariantList entries = surveyAccount(m_plan.source, id, &m_plan.bytes);
             if (m_plan.accounts.value(id).isNull())
                 m_plan.accounts.insert(id, toJsonText(entries));
@@ -343,6 +348,8 @@ bool AppDataMove::moveTo(const QString &targetDirectory)
         return false;
     };
 
+    if (m_running)
+        return refuse("the last one has not finished", unfinishedText());
     Plan plan;
     plan.source = AppDirManager::instance()->cacheDataDir();
     const QString path = Util::toLocalFile(targetDirectory);
@@ -354,12 +361,14 @@ bool AppDataMove::moveTo(const QString &targetDirectory)
     if (overlap(plan.source, plan.target))
         return refuse("one directory holds the other", overlapText());
     const AppSettingModel *settings = AppSettingModel::instance();
-    const QDir oldPlace(settings->oldCacheDataPath());
     // A move that has not finished can be taken back; and without its old place it never will be.
-    if (m_running
-        || (!settings->movedDataInfo().isEmpty() && oldPlace.exists()
-            && oldPlace != QDir(plan.target)))
-        return refuse("the last one has not finished", unfinishedText());
+    if (const QDir oldPlace(settings->oldCacheDataPath());
+        !settings->movedDataInfo().isEmpty() && oldPlace.exists()) {
+        if (oldPlace != QDir(plan.target))
+            return refuse("the last one has not finished", unfinishedText());
+        plan.undoneSource = settings->oldCacheDataPath();
+        plan.undoneInfo = settings->movedDataInfo();
+    }
 
     for (const qint64 id : m_manager->getAccountIds())
         plan.accounts.insert(QString::number(id), QVariant());
@@ -465,17 +474,16 @@ void AppDataMove::switchOver(const Plan &plan)
 
     Q_EMIT m_manager->error(0, stored ? permissionText() : spaceText(), 0);
     settings->saveToConfig({{QStringLiteral("cache_data_path"), plan.source},
-                            {QStringLiteral("old_cache_data_path"), QString()},
-                            {QStringLiteral("moved_data_info"), QByteArray()}});
+                            {QStringLiteral("old_cache_data_path"), plan.undoneSource},
+                            {QStringLiteral("moved_data_info"), plan.undoneInfo}});
     settings->setCacheDataPath(plan.source, true);
-    settings->setOldCacheDataPath({});
-    settings->setMovedDataInfo({});
+    settings->setOldCacheDataPath(plan.undoneSource);
+    settings->setMovedDataInfo(plan.undoneInfo);
     m_running = false;
-    AppDirManager::instance()->updateCacheDataDir(plan.source, {});
+    AppDirManager::instance()->updateCacheDataDir(plan.source, plan.undoneSource);
     m_manager->updateUserCacheDataPath();
     settings->flush();
-    Q_EMIT runningChanged();
-    Q_EMIT finished(false);
+    end(false);
 }
 
 void AppDataMove::carryOver(Plan plan)

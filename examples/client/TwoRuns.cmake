@@ -1,9 +1,13 @@
 # Plays FEED with CLIENT in an empty home, as a newcomer would: twice, and then with damaged input.
 
-set(data $ENV{HOME}/client-data)
+set(home $ENV{HOME}/first)
+set(data modelbase/modelbase-client)
+set(store ${data}/1001/userstatus/messages.db)
 
-# Runs the client and leaves its output and the lines of its listing, fit for CMake's lists.
-function(run exit_code)
+# Runs the client with its data below `place`, and leaves its output and the lines of its listing,
+# fit for CMake's lists.
+function(run exit_code place)
+    set(ENV{XDG_DATA_HOME} ${place})
     execute_process(COMMAND ${CLIENT} ${ARGN}
                     RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE errors)
     if(NOT result EQUAL exit_code)
@@ -23,7 +27,7 @@ function(expect text pattern)
     endif()
 endfunction()
 
-run(0 --data ${data} --feed ${FEED})
+run(0 ${home} --feed ${FEED})
 set(first "${lines}")
 list(LENGTH first count)
 if(count LESS 40)
@@ -32,31 +36,58 @@ endif()
 expect("${output}" "this is the first start")
 expect("${output}" "messages +${count}\n")
 
-foreach(file IN ITEMS global.db messages.db log/im.log)
-    if(NOT EXISTS ${data}/${file})
-        message(FATAL_ERROR "${file} is not in the data directory")
+# What the steps with the accounts came to; capitals are its complaints.
+foreach(step IN ITEMS "0199: Too many codes.*after 2024-05-18" "0101: The code is wrong"
+        "Mira .id 1001. is signed in on device 10011" "Jonas .id 1002. is signed in"
+        "vetoes: still Jonas" "from Jonas .id 1002. to Mira" "is locked. 1111 does not unlock it. 2580 unlocks"
+        "This one: Desktop" "Old tablet: unlinked. 2 others" "NOT_IMPLEMENTED: im[a-zA-Z.]*UpdateFocus"
+        "together 9" "100 %  48.0 MB of 48.0 MB\n  12 files lie" "Entered: .*Left: Mira" "kept as 62"
+        "logged out; nothing of it is left here. Mira .* with 5 unread"
+        "deleted the account; nothing of it is left here. Mira .* with 5 unread")
+    expect("${output}" "${step}")
+endforeach()
+
+foreach(file IN ITEMS ${data}/global.db ${data}/log/im.log ${store})
+    if(NOT EXISTS ${home}/${file})
+        message(FATAL_ERROR "${file} is missing")
     endif()
 endforeach()
-file(GLOB elsewhere $ENV{XDG_DATA_HOME}/*)
-if(elsewhere)
-    message(FATAL_ERROR "Data outside the data directory: ${elsewhere}")
+file(GLOB_RECURSE pictures RELATIVE ${home}/modelbase ${home}/*.jpg)
+list(FILTER pictures EXCLUDE REGEX "^modelbase-client-media/1001/image/picture [0-9]+.jpg$")
+file(GLOB jonas ${home}/${data}*/1002)
+if(pictures OR jonas)
+    message(FATAL_ERROR "Not moved, or not removed: ${pictures} ${jonas}")
 endif()
 
 # What was kept is rebuilt, with the same sizes; the feed brings nothing new.
-run(0 --data ${data} --feed ${FEED})
+run(0 ${home} --feed ${FEED})
 if(NOT lines STREQUAL first)
     message(FATAL_ERROR "The second run lists other messages or sizes:\n${output}")
 endif()
 expect("${output}" "${count} messages kept from")
 expect("${output}" "All sizes are what they were")
 expect("${output}" "kept from the first start.* font size is 16 px")
+expect("${output}" "is locked; the passcode unlocks it")
+expect("${output}" "Mira .id 1001., .1 5550101, device 10011, unread 5, tabs 96 px\n *12 media files in [^\n]*-media")
+expect("${output}" "note: The spare key lies under the third flower pot")
+if(output MATCHES "Jonas .id 1002.")
+    message(FATAL_ERROR "Who logged out is there again:\n${output}")
+endif()
 
 # At another width the messages are measured anew, and then again as before.
-run(0 --data ${data} --width 200)
+run(0 ${home} --width 200)
 expect("${output}" "${count} messages were kept for another width")
-run(0 --data ${data})
+run(0 ${home})
 if(NOT lines STREQUAL first)
     message(FATAL_ERROR "Back at the first width, sizes are not what they were:\n${output}")
+endif()
+
+# An account whose store is lost signs in again, and finds its messages.
+file(WRITE ${home}/${data}/1001/userstatus/account.db "no database")
+run(0 ${home})
+expect("${errors}" "account.db was damaged")
+if(NOT lines STREQUAL first)
+    message(FATAL_ERROR "The messages were lost with the account's store:\n${output}")
 endif()
 
 # A feed that was cut off: what came before the damage is shown and kept.
@@ -64,7 +95,7 @@ file(SIZE ${FEED} size)
 math(EXPR half "${size} / 2")
 execute_process(COMMAND head -c ${half} ${FEED} OUTPUT_FILE $ENV{HOME}/cut.feed
                 COMMAND_ERROR_IS_FATAL ANY)
-run(2 --data ${data}-cut --feed $ENV{HOME}/cut.feed)
+run(2 $ENV{HOME}/cut --feed $ENV{HOME}/cut.feed)
 expect("${errors}" "cut.feed: frame [0-9]+ is cut off")
 set(shown "${lines}")
 list(LENGTH shown count)
@@ -72,18 +103,18 @@ list(SUBLIST first 0 ${count} expected)
 if(count LESS 10 OR NOT shown STREQUAL expected)
     message(FATAL_ERROR "Before the damage stand ${count} messages:\n${output}")
 endif()
-run(0 --data ${data}-cut)
+run(0 $ENV{HOME}/cut)
 if(NOT lines STREQUAL shown)
     message(FATAL_ERROR "What came before the damage was not kept:\n${output}")
 endif()
 
 # Everything else that a person can get wrong.
-run(1 --width 3)
-run(2 --data ${data} --feed $ENV{HOME}/none.feed)
+run(1 ${home} --width 3)
+run(2 ${home} --feed $ENV{HOME}/none.feed)
 expect("${errors}" "none.feed cannot be played")
 file(WRITE $ENV{HOME}/file "")
-run(3 --data $ENV{HOME}/file)
-expect("${errors}" "--data")
-file(WRITE ${data}-cut/messages.db "This was a database once, and is none any more. ............")
-run(3 --data ${data}-cut)
+run(3 $ENV{HOME}/file)
+expect("${errors}" "XDG_DATA_HOME")
+file(WRITE $ENV{HOME}/cut/${store} "This was a database once, and is none any more. ............")
+run(3 $ENV{HOME}/cut)
 expect("${errors}" "messages.db is damaged")

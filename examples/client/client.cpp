@@ -1,5 +1,6 @@
 #include "client/client.h"
 
+#include "account/accountbase.h"
 #include "client/listing.h"
 #include "content/contentfactory.h"
 #include "content/contentitem.h"
@@ -27,9 +28,10 @@ constexpr int chatMessages = 1; // the source of contents: ordinary chats
 
 } // namespace
 
-Client::Client(const QString &messageStore, int width)
-    : m_store(messageStore), m_measure{width, AppSettingModel::instance()->themeFontSize()},
-      m_names(m_store.names()), m_out(stdout)
+Client::Client(AccountBase *account, int width)
+    : m_account(account), m_store(account->userStatusDataPath() + QStringLiteral("messages.db")),
+      m_measure{width, AppSettingModel::instance()->themeFontSize()}, m_names(m_store.names()),
+      m_out(stdout)
 {
 }
 
@@ -37,7 +39,7 @@ Client::Client(const QString &messageStore, int width)
 Client::Shown Client::measure(KeptMessage &message) const
 {
     Shown shown;
-    shown.item = makeContentItem(message.content, message.version, chatMessages, nullptr);
+    shown.item = makeContentItem(message.content, message.version, chatMessages, m_account);
     message.measure = m_measure;
     if (shown.item) {
         QElapsedTimer timer;

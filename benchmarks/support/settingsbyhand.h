@@ -1,0 +1,113 @@
+#pragma once
+
+#include "account/threadmanager.h"
+
+#include <QSemaphore>
+#include <QSettings>
+#include <QTemporaryDir>
+
+#include <benchmark/benchmark.h>
+#include <sqlite3.h>
+
+#include <array>
+
+/// What the settings models are measured with and against.
+namespace settingsbyhand
+{
+
+constexpr int changeCount = 10'000;
+
+/// Returns when everything handed over before is on disk.
+inline void waitForWrites()
+{
+    QSemaphore written;
+    ThreadManager::invoke([&] { written.release(); }, true);
+    written.acquire();
+}
+
+/// As many settings beside the one that is measured as a client has.
+template <typename Set>
+void fill(Set set)
+{
+    for (int i = 0; i < 120; ++i)
+        set(QStringLiteral("some_setting_%1").arg(i), i);
+}
+
+/// QSettings in a file of their own, filled.
+struct PlainSettings {
+    PlainSettings()
+    {
+        fill([&](const QString &key, int value) { settings.setValue(key, value); });
+    }
+    QTemporaryDir directory;
+    QSettings settings{directory.filePath(QStringLiteral("s.ini")), QSettings::IniFormat};
+};
+
+inline const QStringList &keys()
+{
+    static const QStringList all = [] {
+        QStringList made;
+        for (int i = 0; i < changeCount; ++i)
+            made.append(QStringLiteral("module/setting_%1").arg(i * 7919 % changeCount));
+        return made;
+    }();
+    return all;
+}
+
+/// Two generations of values that alternate, so that each round changes every row.
+inline const QStringList &values(int generation)
+{
+    static const auto all = [] {
+        std::array<QStringList, 2> made;
+        for (int i = 0; i < changeCount * 2; ++i)
+            made[i % 2].append(QStringLiteral("the value of setting number %1").arg(i));
+        return made;
+    }();
+    return all[generation % 2];
+}
+
+/// All changes through a settings model, until they are on disk.
+template <typename Model>
+void changeAll(benchmark::State &state, Model *model)
+{
+    int generation = 0;
+    for (auto _ : state) {
+        const QStringList &now = values(generation++);
+        for (int i = 0; i < changeCount; ++i)
+            model->setValue(keys()[i], now[i], true);
+        waitForWrites();
+    }
+}
+
+/// All changes with SQLite alone: one prepared statement each, committed at once.
+inline void upsertAll(benchmark::State &state)
+{
+    const QTemporaryDir directory;
+    sqlite3 *database = nullptr;
+    sqlite3_open(directory.filePath(QStringLiteral("plain.db")).toUtf8().constData(), &database);
+    for (const char *sql : {"PRAGMA journal_mode = WAL", "PRAGMA synchronous = NORMAL",
+                            "CREATE TABLE s (key TEXT PRIMARY KEY NOT NULL, value, remark TEXT)"})
+        sqlite3_exec(database, sql, nullptr, nullptr, nullptr);
+    sqlite3_stmt *save = nullptr;
+    sqlite3_prepare_v2(database,
+                       "INSERT INTO s VALUES (?, ?, '') ON CONFLICT (key) DO UPDATE SET "
+                       "value = excluded.value, remark = excluded.remark",
+                       -1, &save, nullptr);
+    int generation = 0;
+    for (auto _ : state) {
+        const QStringList &now = values(generation++);
+        for (int i = 0; i < changeCount; ++i) {
+            const QByteArray key = keys()[i].toUtf8();
+            const QByteArray value = now[i].toUtf8();
+            sqlite3_bind_text(save, 1, key.constData(), int(key.size()), SQLITE_STATIC);
+            sqlite3_bind_text(save, 2, value.constData(), int(value.size()), SQLITE_STATIC);
+            if (sqlite3_step(save) != SQLITE_DONE)
+                state.SkipWithError("not saved");
+            sqlite3_reset(save);
+        }
+    }
+    sqlite3_finalize(save);
+    sqlite3_close(database);
+}
+
+} // namespace settingsbyhand

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QMetaMethod>
+#include <QObject>
+
+/// Notes the signals of objects, by name, in the order in which they come.
+class SignalLog : public QObject
+{
+public:
+    explicit SignalLog(std::initializer_list<QObject *> objects)
+    {
+        // One slot behind QObject's own takes them all, as QSignalSpy has it.
+        const int slot = QObject::staticMetaObject.methodCount();
+        for (QObject *object : objects) {
+            const QMetaObject *meta = object->metaObject();
+            for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {
+                if (meta->method(i).methodType() == QMetaMethod::Signal)
+                    QMetaObject::connect(object, i, this, slot, Qt::DirectConnection);
+            }
+        }
+    }
+
+    /// What came since the last take().
+    const QStringList &names() const { return m_names; }
+    /// The same as "first second", and forgets it.
+    QString take() { return std::exchange(m_names, {}).join(u' '); }
+
+    int qt_metacall(QMetaObject::Call call, int id, void **arguments) override
+    {
+        id = QObject::qt_metacall(call, id, arguments);
+        if (call == QMetaObject::InvokeMetaMethod && id == 0)
+            m_names +=
+                QLatin1StringView(sender()->metaObject()->method(senderSignalIndex()).name());
+        return id - 1;
+    }
+
+private:
+    QStringList m_names;
+};
