@@ -139,10 +139,10 @@ class MODELBASE_EXPORT AppSettingModel : public QObject
     SETTING_STORED(QString,    oldCacheDataPath,     OldCacheDataPath,     "old_cache_data_path",     QString(),    path)
     SETTING_STORED(qint64,     lastDumpLogTime,      LastDumpLogTime,      "last_dump_log_time",      0,            time)
     SETTING_STORED(qint64,     uploadFileSizeLimit,  UploadFileSizeLimit,  "file_size_limit",         1610612736,   limitSize) // bytes
-    SETTING_READONLY(QString, gradientColor,      "gradient_color",       QString())
-    SETTING_READONLY(QString, gradientStartColor, "gradient_start_color", QString())
-    SETTING_READONLY(int,     chatBackgroundMode, "chat_background_mode", 0)
-    SETTING_READONLY(QString, selectedLanguage,   "language",             QString()) // "": none selected
+    SETTING_INTERNAL(QString, gradientColor,      "gradient_color",       QString())
+    SETTING_INTERNAL(QString, gradientStartColor, "gradient_start_color", QString())
+    SETTING_INTERNAL(int,     chatBackgroundMode, "chat_background_mode", 0)
+    SETTING_INTERNAL(QString, selectedLanguage,   "language",             QString()) // "": none selected
 
     // Settings with behaviour of their own; declared below, or half of them.
     SETTING_PROPERTY(QString,      language,            Language)

@@ -76,15 +76,13 @@ Q_SIGNALS:                                                                      
 
 /// No property and no signal; the setter, whose parameter is named, always saves.
 #define SETTING_STORED(type, name, Name, key, fallback, parameter)                                 \
-    SETTING_RECORD(type, name, set##Name, key, fallback, parameter)
+    SETTING_INTERNAL(type, name, key, fallback)                                                    \
+    SETTING_STORE(type, set##Name, key, parameter)
 
-/// As SETTING_STORED, with a setter of any name.
+/// As SETTING_STORED, with a setter of any name and a getter that QML may call.
 #define SETTING_RECORD(type, name, setter, key, fallback, parameter)                               \
     SETTING_READONLY(type, name, key, fallback)                                                    \
-    Q_INVOKABLE void setter(type parameter)                                                        \
-    {                                                                                              \
-        setValue(QStringLiteral(key), parameter, true);                                            \
-    }
+    SETTING_STORE(type, setter, key, parameter)
 
 /// As SETTING_STORED, for a map that is stored as JSON.
 #define SETTING_MAP_RECORD(name, Name, key, parameter)                                             \
@@ -110,7 +108,15 @@ public:                                                                         
         setValue(QStringLiteral(key), value, needSave);                                            \
     }
 
-/// A getter alone, without a property.
+/// A getter alone, for the program's own code.
+#define SETTING_INTERNAL(type, name, key, fallback)                                                \
+public:                                                                                            \
+    type name() const                                                                              \
+    {                                                                                              \
+        return read(QStringLiteral(key), type(fallback));                                          \
+    }
+
+/// A getter alone, which QML may call.
 #define SETTING_READONLY(type, name, key, fallback)                                                \
 public:                                                                                            \
     Q_INVOKABLE type name() const                                                                  \
@@ -124,6 +130,12 @@ public:                                                                         
 #define SETTING_PROPERTY(type, name, Name)                                                         \
 public:                                                                                            \
     Q_PROPERTY(type name READ name WRITE set##Name NOTIFY name##Changed)
+
+#define SETTING_STORE(type, setter, key, parameter)                                                \
+    Q_INVOKABLE void setter(type parameter)                                                        \
+    {                                                                                              \
+        setValue(QStringLiteral(key), parameter, true);                                            \
+    }
 
 #define SETTING_GETTER(type, name, Name, key, fallback)                                            \
     SETTING_PROPERTY(type, name, Name)                                                             \
