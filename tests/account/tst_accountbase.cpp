@@ -1,0 +1,314 @@
+#include "account/accountmanager.h"
+#include "account/verificationemoji_p.h"
+#include "dialog/datainfomodel.h"
+#include "imcrypto/store.h"
+#include "protocol/common_data.pb.h"
+#include "settings/appdirmanager.h"
+#include "storage/keystorage.h"
+#include "storage/userstorageprovider.h"
+#include "support/fakeaccount.h"
+
+#include <QCryptographicHash>
+#include <QJSEngine>
+#include <QSignalSpy>
+#include <QTest>
+#include <QtEndian>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+/// A hash whose four blocks choose these rows of the table of emoji.
+QByteArray hashOf(std::array<quint64, 4> rows)
+{
+    QByteArray hash;
+    for (quint64 row : rows) {
+        // The top bit of a block does not count.
+        const quint64 block = qToBigEndian(row | 1ULL << 63);
+        hash.append(reinterpret_cast<const char *>(&block), sizeof block);
+    }
+    return hash;
+}
+
+QStringList emojiOf(const QByteArray &hash)
+{
+    QStringList texts;
+    for (const QVariant &emoji : verificationEmoji(hash))
+        texts.append(emoji.toString());
+    return texts;
+}
+
+} // namespace
+
+class TestAccountBase : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        account = std::make_unique<FakeAccount>();
+        account->setAccountId(3);
+    }
+    void cleanup() { account.reset(); }
+
+    void identity()
+    {
+        FakeAccount fresh;
+        QCOMPARE(fresh.state(), int(AccountBase::DISCONNECTED));
+        QVERIFY(!fresh.isConnected() && !fresh.authorized() && fresh.autoReconnect());
+        QCOMPARE(fresh.maxDeviceCount(), 5);
+        QCOMPARE(QJSEngine::objectOwnership(&fresh), QJSEngine::CppOwnership);
+        QVERIFY(fresh.userStatusDataPath().contains(u"/0/userstatus/"_s));
+
+        const QString home = AppDirManager::instance()->defaultCacheDataDir();
+        AppDirManager::instance()->updateCacheDataDir(u"/media/"_s, {});
+        QSignalSpy ids(&fresh, &AccountBase::accountIdChanged);
+        fresh.setAccountId(77);
+        fresh.setAccountId(77);
+        QCOMPARE(ids.size(), 1);
+        QCOMPARE(fresh.userStatusDataPath(), home + u"77/userstatus/"_s);
+        QCOMPARE(fresh.userCacheDataPath(), u"/media/77/"_s);
+        AppDirManager::instance()->updateCacheDataDir(u"/moved/"_s, {});
+        QCOMPARE(fresh.userCacheDataPath(), u"/media/77/"_s);
+        fresh.updateUserCacheDataPath();
+        QCOMPARE(fresh.userCacheDataPath(), u"/moved/77/"_s);
+
+        QSignalSpy connected(&fresh, &AccountBase::isConnectedChanged);
+        for (int state : {AccountBase::CONNECTING, AccountBase::NORMAL, AccountBase::UPDATING,
+                          AccountBase::UNKNOWN})
+            fresh.setState(state);
+        QCOMPARE(connected.size(), 2);
+
+        QSignalSpy unread(&fresh, &AccountBase::totalUnreadCountChanged);
+        fresh.setTotalUnreadCount(4);
+        fresh.setTotalUnreadCount(9);
+        fresh.setTotalUnreadCount(9);
+        QCOMPARE(unread.size(), 2);
+        QCOMPARE(unread.last(), (QVariantList{9, 4}));
+    }
+
+    void dialogIds()
+    {
+        QCOMPARE(AccountBase::getDialogId(5, 3, false), u"C-3-5"_s);
+        QCOMPARE(AccountBase::getDialogId(3, 5, false), u"C-3-5"_s);
+        QCOMPARE(AccountBase::getDialogId(7, 9, true), u"G-7"_s);
+        QCOMPARE(account->getDialogId(1, false), u"C-1-3"_s);
+        QCOMPARE(account->getDialogId(1, true), u"G-1"_s);
+        const QHash<QString, qint64> targets{
+            {u"C-3-5"_s, 5},
+            {u"C-5-3"_s, 5},
+            {u"C-5"_s, 0},
+            {u"G-12"_s, 12},
+            {u"g-12"_s, 0},
+            {u""_s, 0},
+            {u"G-"_s, 0},
+            {u"C--"_s, 0},
+            {u"C-1-2-9"_s, 1},
+            {u"G-x"_s, 0},
+            {u"C"_s, 0},
+            {u"G-99999999999999999999"_s, 0},
+            {u"G-4294967296"_s, 4294967296},
+        };
+        for (auto it = targets.cbegin(); it != targets.cend(); ++it)
+            QCOMPARE(account->getTargetId(it.key()), it.value());
+    }
+
+    void myUserIds()
+    {
+        QVERIFY(account->openStorage(true));
+        QVERIFY(account->isMyUserId(3));
+        QVERIFY(!account->isMyUserId(0) && !account->isMyUserId(4));
+        QVERIFY(account->signalStore()->saveUserKey({4, 1, 1}, QByteArray(32, 'k')));
+        QVERIFY(account->isMyUserId(4));
+        QVERIFY(account->signalStore()->saveUserKey({5, 2, 1}, QByteArray(32, 'k')));
+        QVERIFY(!account->isMyUserId(5));
+        account->setAccountId(0);
+        QVERIFY(!account->isMyUserId(0));
+    }
+
+    void encryptionUnderAKey()
+    {
+        const QByteArray data = "Meet me at the lake.";
+        QByteArray key;
+        const QByteArray cipher = account->encrypt(data, key);
+        QCOMPARE(key.size(), 32);
+        QVERIFY(!cipher.contains("lake"));
+        QCOMPARE(account->decrypt(cipher, key), data);
+        // The same on every device of everybody who has the key.
+        FakeAccount other;
+        QCOMPARE(other.decrypt(cipher, key), data);
+        QByteArray same = key;
+        QCOMPARE(other.encrypt(data, same), cipher);
+        QCOMPARE(same, key);
+
+        QByteArray unsuitable(31, 'k');
+        QVERIFY(!account->encrypt(data, unsuitable).isEmpty());
+        QCOMPARE(unsuitable.size(), 32);
+        QByteArray untouched("k");
+        QVERIFY(account->encrypt({}, untouched).isEmpty());
+        QCOMPARE(untouched, QByteArray("k"));
+        QVERIFY(account->decrypt({}, key).isEmpty());
+
+        for (qsizetype size = 0; size < cipher.size(); ++size)
+            QVERIFY(account->decrypt(cipher.left(size), key).isEmpty());
+        QByteArray wrong = key;
+        wrong[7] = char(wrong[7] ^ 1);
+        QVERIFY(account->decrypt(cipher, wrong).isEmpty());
+        QVERIFY(account->decrypt(cipher, QByteArray()).isEmpty());
+    }
+
+    void encryptionUnderAPassword()
+    {
+        const QByteArray data = "note";
+        // Of a long password the first 32 characters count, case and all.
+        const QString forty = u"0123456789abcdefghijABCDEFGHIJ9876543210"_s;
+        const QByteArray cipher = account->encrypt(data, forty);
+        QCOMPARE(account->encrypt(data, forty.left(32)), cipher);
+        QCOMPARE(account->decrypt(cipher, forty.left(32) + u"other"_s), data);
+        QVERIFY(account->decrypt(cipher, forty.left(31)).isEmpty());
+        QVERIFY(account->decrypt(cipher, forty.toUpper()).isEmpty());
+
+        // "ab" is the key "ab" and 30 zeros: a password that spells the zeros out is the same.
+        const QByteArray two = account->encrypt(data, u"ab"_s);
+        QCOMPARE(account->decrypt(two, u"ab"_s + QString(30, QChar(u'\0'))), data);
+        QCOMPARE(account->decrypt(account->encrypt(data, QString()), QString()), data);
+        // Outside ASCII the key grows; both directions agree on how.
+        for (const QString &password : {u"пароль"_s, u"密碼"_s, u"🔑"_s, QString(40, u'ü')})
+            QCOMPARE(account->decrypt(account->encrypt(data, password), password), data);
+        QVERIFY(account->encrypt({}, u"ab"_s).isEmpty());
+    }
+
+    void encryptionUnderASecureKey()
+    {
+        QVERIFY(account->openStorage(true));
+        QByteArray cipher;
+        const QByteArray key = account->encrypt(cipher, "text", u"notes"_s, 2);
+        QCOMPARE(key.size(), 32);
+        QVERIFY(account->containsSecureKey(u"notes"_s, 2));
+        QByteArray again;
+        QCOMPARE(account->encrypt(again, "text", u"notes"_s, 2), key);
+        QCOMPARE(again, cipher);
+        QByteArray plain;
+        QVERIFY(account->decrypt(plain, cipher.toStdString(), u"notes"_s, 2));
+        QCOMPARE(plain, QByteArray("text"));
+
+        QByteArray untouched = "before";
+        QTest::ignoreMessage(QtWarningMsg, "Decrypt failed: no secure key (notes_3)");
+        QVERIFY(!account->decrypt(untouched, cipher.toStdString(), u"notes"_s, 3));
+        QCOMPARE(untouched, QByteArray("before"));
+        QVERIFY(!account->containsSecureKey(u"notes"_s, 3));
+    }
+
+    void patches()
+    {
+        QVERIFY(account->openStorage(true));
+        for (int version : {1, 2, 9})
+            QVERIFY(account->signalStore()->saveChatKey(u"C-3-5"_s, version,
+                                                        QByteArray(32, char('0' + version))));
+        QVERIFY(account->signalStore()->saveSecureKey(u"notes"_s, 3, QByteArray(32, 's')));
+
+        const auto patch = [&](int from, int to, const QString &secureKeyId) {
+            im::DeviceMessage::ContentKeyPatch record;
+            const QByteArray bytes = account->getMissingChatKeys(u"C-3-5"_s, from, to, secureKeyId);
+            if (!record.ParseFromArray(bytes.constData(), int(bytes.size())))
+                qFatal("no patch");
+            return record;
+        };
+        const auto all = patch(INT_MIN, INT_MAX, u"notes"_s);
+        QCOMPARE(all.dialog_keys_size(), 3);
+        QCOMPARE(all.dialog_keys(2).key_ver(), 9);
+        QCOMPARE(all.dialog_keys(2).dialog_id(), "C-3-5");
+        QCOMPARE(all.dialog_keys(2).key(), std::string(32, '9'));
+        QCOMPARE(all.secure_keys_size(), 1);
+        QCOMPARE(int(all.secure_keys(0).type()), 3);
+        QCOMPARE(all.secure_keys(0).key(), std::string(32, 's'));
+        QCOMPARE(patch(2, 8, {}).dialog_keys_size(), 1);
+        for (const auto &[from, to] : {std::pair{3, 2}, {-5, 0}, {10, INT_MAX}})
+            QVERIFY(account->getMissingChatKeys(u"C-3-5"_s, from, to, u"unknown"_s).isEmpty());
+    }
+
+    void verification()
+    {
+        const QByteArray hash = hashOf({0, 7, 333, 332});
+        const QVariantMap shown = account->veirifyKey(9, 3, hash);
+        QCOMPARE(shown.value(u"emoji"_s).toList(),
+                 (QVariantList{u"😉"_s, u"😴"_s, u"😉"_s, emojiOf(hash).last()}));
+        QCOMPARE(shown.value(u"hex"_s).toString(), QString::fromLatin1(hash.toHex().toUpper()));
+        // Both people see the same link.
+        QCOMPARE(account->veirifyKey(3, 9, hash), shown);
+        im::QRCode code;
+        const QByteArray link = QByteArray::fromHex(shown.value(u"link"_s).toByteArray());
+        QVERIFY(code.ParseFromArray(link.constData(), int(link.size())));
+        QCOMPARE(code.security_code().alice_uid(), 3);
+        QCOMPARE(code.security_code().bob_uid(), 9);
+        QCOMPARE(code.security_code().agreement(), hash.toStdString());
+
+        for (int size : {0, 31, 33}) {
+            const QVariantMap other = account->veirifyKey(3, 9, QByteArray(size, 'x'));
+            QVERIFY(other.value(u"emoji"_s).toList().isEmpty());
+            QCOMPARE(other.value(u"hex"_s).toString().size(), 2 * size);
+            QVERIFY(!other.value(u"link"_s).toString().isEmpty());
+        }
+    }
+
+    void emojiNeverChange()
+    {
+        // People compare what two clients show: a table that differs in one row is an alarm.
+        QStringList all;
+        for (quint64 row = 0; row < 333; ++row) {
+            const QStringList shown = emojiOf(hashOf({row, row, row, row}));
+            QCOMPARE(shown.size(), 4);
+            QCOMPARE(shown.first(), shown.last());
+            all.append(shown.first());
+        }
+        QCOMPARE(QSet<QString>(all.cbegin(), all.cend()).size(), 333);
+        QCOMPARE(
+            QCryptographicHash::hash(all.join(u' ').toUtf8(), QCryptographicHash::Sha256).toHex(),
+            QByteArray("c9af81c07edb4a50e6ff5e365eb680b326eee13019175f2e2eaf71e47c51d5b9"));
+    }
+
+    void features()
+    {
+        QVERIFY(account->openStorage(true));
+        QSignalSpy changed(account.get(), &AccountBase::featuresChanged);
+        QCOMPARE(account->featureState(4), int(AccountBase::Feature_DISABLED));
+        account->updateFeature(4, AccountBase::Feature_ENABLED);
+        account->updateFeature(4, AccountBase::Feature_ENABLED);
+        account->updateFeature(6, AccountBase::Feature_DISABLED);
+        QCOMPARE(changed.size(), 2);
+        const QVariantList features = account->features();
+        QCOMPARE(features.first().toMap(), (QVariantMap{{u"featureId"_s, 4}, {u"state"_s, 0}}));
+
+        // They are there at the next start; rubbish in their place is no feature.
+        account->closeStorage();
+        FakeAccount restored;
+        restored.restore({{u"userId"_s, 3}}, true, 0);
+        QVERIFY(restored.authorized());
+        QCOMPARE(restored.features(), features);
+        restored.dataInfoModel()->saveFatures("{\"featureId\":");
+        restored.readFeatures();
+        QVERIFY(restored.features().isEmpty());
+    }
+
+    void storesThatCannotBeOpened()
+    {
+        FakeAccount vanished;
+        vanished.restore({{u"userId"_s, 987}}, true, 0);
+        QVERIFY(!vanished.authorized());
+        QVERIFY(!QFile::exists(vanished.userStatusDataPath()));
+        // Nothing that is asked of it then crashes or claims to have worked.
+        QByteArray cipher;
+        QVERIFY(vanished.encrypt(cipher, "text", u"notes"_s, 1).isEmpty());
+        QVERIFY(cipher.isEmpty());
+        QVERIFY(!vanished.containsSecureKey(u"notes"_s, 1));
+        vanished.closeDbInCrash();
+    }
+
+private:
+    std::unique_ptr<FakeAccount> account;
+};
+
+QTEST_GUILESS_MAIN(TestAccountBase)
+#include "tst_accountbase.moc"
