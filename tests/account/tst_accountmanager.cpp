@@ -157,7 +157,7 @@ void TestAccountManager::restoresInOrder()
     QCOMPARE(manager()->getAccountIds(), (Ids{5, 7, 3}));
     QCOMPARE(manager()->currentAccount(), manager()->getAccountByIndex(0));
     QVERIFY(!manager()->loginAccount());
-    QCOMPARE(qApp->property("appLocked"), QVariant(true));
+    QCOMPARE(QCoreApplication::instance()->property("appLocked"), QVariant(true));
     QCOMPARE(fake(manager()->currentAccount())->calls.first(2),
              (QStringList{QStringLiteral("initialize()"), QStringLiteral("restore(1,0)")}));
 
@@ -312,13 +312,13 @@ void TestAccountManager::notebook()
     start();
     signIn({1, 2});
     QSignalSpy mode(manager(), &AccountManager::notebookModeChanged);
-    qApp->setProperty("appLocked", true);
+    QCoreApplication::instance()->setProperty("appLocked", true);
     manager()->unlockApp(false, true);
     QCOMPARE(manager()->currentAccount(), manager()->notebookAccount());
     QVERIFY(
         fake(manager()->notebookAccount())->calls.contains(QStringLiteral("enterNotebookMode()")));
     QVERIFY(manager()->notebookMode());
-    QCOMPARE(qApp->property("appLocked"), QVariant(false));
+    QCOMPARE(QCoreApplication::instance()->property("appLocked"), QVariant(false));
     manager()->unlockApp(false, false);
     QCOMPARE(manager()->currentAccount()->accountId(), 2);
     QCOMPARE(mode.size(), 2);
