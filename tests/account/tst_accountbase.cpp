@@ -11,8 +11,8 @@
 #include <QCryptographicHash>
 #include <QJSEngine>
 #include <QSignalSpy>
-#include <QTest>
 #include <QtEndian>
+#include <QTest>
 
 using namespace Qt::StringLiterals;
 
