@@ -10,8 +10,6 @@
 #include <QJSEngine>
 #include <QLoggingCategory>
 #include <QNetworkProxy>
-#include <QReadLocker>
-#include <QWriteLocker>
 
 #include <algorithm>
 #include <utility>
@@ -196,7 +194,7 @@ int AccountManager::accountIndex(AccountBase *account) const
 QList<qint64> AccountManager::getAccountIds() const
 {
     QList<qint64> ids;
-    const QReadLocker locker(&m_lock);
+    const std::lock_guard lock(m_lock);
     for (const AccountBase *account : m_accounts) {
         if (const qint64 id = account->accountId(); id > 0)
             ids.append(id);
@@ -206,7 +204,7 @@ QList<qint64> AccountManager::getAccountIds() const
 
 bool AccountManager::containsAccount(AccountBase *account) const
 {
-    const QReadLocker locker(&m_lock);
+    const std::lock_guard lock(m_lock);
     return m_accounts.contains(account);
 }
 
@@ -259,7 +257,7 @@ void AccountManager::addAccount(AccountBase *account)
         return;
     beginInsertRows({}, count(), count());
     {
-        const QWriteLocker locker(&m_lock);
+        const std::lock_guard lock(m_lock);
         m_accounts.append(account);
     }
     Q_EMIT countChanged(count());
@@ -275,7 +273,7 @@ void AccountManager::removeAccount(int index)
     beginRemoveRows({}, index, index);
     AccountBase *account;
     {
-        const QWriteLocker locker(&m_lock);
+        const std::lock_guard lock(m_lock);
         account = m_accounts.takeAt(index);
     }
     const Account guard(account);
@@ -516,7 +514,7 @@ void AccountManager::logoutAll()
     while (count() > 0) {
         AccountBase *account;
         {
-            const QWriteLocker locker(&m_lock);
+            const std::lock_guard lock(m_lock);
             account = m_accounts.takeFirst();
         }
         account->logout(account != m_currentAccount);
@@ -654,7 +652,7 @@ void AccountManager::reset()
         beginRemoveRows({}, 0, count() - 1);
         const QList<Account> listed = snapshot();
         {
-            const QWriteLocker locker(&m_lock);
+            const std::lock_guard lock(m_lock);
             m_accounts.clear();
         }
         endRemoveRows();

@@ -8,12 +8,12 @@
 #include <QAbstractListModel>
 #include <QHash>
 #include <QPointer>
-#include <QReadWriteLock>
 #include <QSize>
 #include <QThread>
 #include <QThreadPool>
 
 #include <functional>
+#include <mutex>
 
 class NewDeviceLoginManager;
 
@@ -254,7 +254,7 @@ private:
     Account m_notebookAccount;
     /// Guards m_accounts against readers in other threads; only the main thread writes, and it lets
     /// go before it calls anything.
-    mutable QReadWriteLock m_lock;
+    mutable std::mutex m_lock;
     int m_totalUnreadCount = 0;
     int m_totalAtMeCount = 0;
     int m_viewIndex = 0;
