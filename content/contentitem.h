@@ -219,8 +219,13 @@ protected:
     void startRecord(im::content::Content *content) const;
     /// Writes text and entities over what startRecord() left in a text or caption.
     void writeText(im::content::Text *text) const;
-    /// True when the text of a caption is worth a record.
-    bool hasText() const { return !m_content.isEmpty() || hasEntity() || m_effect != 0; }
+    /// Writes the text as the caption of a body, when there is any.
+    template <typename Body>
+    void writeCaption(Body *body) const
+    {
+        if (!m_content.isEmpty() || hasEntity() || m_effect != 0 || body->has_caption())
+            writeText(body->mutable_caption());
+    }
     /// Updates text, entities and effect from a text or caption.
     void updateText(const im::content::Text &text);
 
