@@ -34,6 +34,17 @@ encode -i "$work/song.wav" -c:a aac -b:a 24k -metadata title="Lakeside" -metadat
 encode -i "$work/plain.m4a" -i "$work/cover.png" -map 0 -map 1 -c copy \
     -disposition:v:0 attached_pic lakeside.m4a
 
+# What travels within the messages, to be shown until the files are there.
+mkdir -p thumbs
+encode -ss 1 -i sunrise.mp4 -frames:v 1 "$work/sunrise.png"
+thumbnail() {
+    convert "$1[0]" -background white -flatten -resize 24x24 -strip -quality 40 "thumbs/$2.jpg"
+}
+for picture in lake.jpg receipt.png map.png bounce.gif wink.gif; do
+    thumbnail "$picture" "$picture"
+done
+thumbnail "$work/sunrise.png" sunrise.mp4
+
 cat > notes.txt <<'TEXT'
 Packing for Saturday
 - tent (Mira has the poles)
