@@ -228,6 +228,9 @@ protected:
     }
     /// Updates text, entities and effect from a text or caption.
     void updateText(const im::content::Text &text);
+    /// Measures the text as a caption: in the theme's font, whatever it consists of. Empty without
+    /// text. Updates the line count.
+    QSize calcCaptionSize(int &lineCount, int maxWidth, int maxRowCount);
 
 private:
     QVariant textEntityVariant() const { return QVariant::fromValue(m_textEntity); }
