@@ -214,6 +214,7 @@ Q_SIGNALS:
 
 protected:
     void setType(qint32 type);
+    void setLineCount(int lineCount);
     /// Begins a record of the item: with what it kept of the record that it was made from. A kind
     /// then writes its fields over that.
     void startRecord(im::content::Content *content) const;
@@ -235,7 +236,6 @@ protected:
 private:
     QVariant textEntityVariant() const { return QVariant::fromValue(m_textEntity); }
     void update(const QString &content, const UserTextBlocks &blocks, qint32 effect);
-    void setLineCount(int lineCount);
     void setIsGame(bool isGame);
     void storeSize(QSize size, bool inThread);
     void setRemainder(std::unique_ptr<im::content::Content> remainder);
