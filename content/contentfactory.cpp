@@ -4,6 +4,10 @@
 #include "account/stickerprovider.h"
 #include "base/json.h"
 #include "content/contentitem.h"
+#include "content/items/callitem.h"
+#include "content/items/carditem.h"
+#include "content/items/meetingitem.h"
+#include "content/items/systemitem.h"
 #include "content/modelbaseutil.h"
 #include "protocol/message_content.pb.h"
 
@@ -51,7 +55,9 @@ Kind kind(int type)
 const Kind *findKind(int type)
 {
     static const std::array kinds{
-        kind<ContentItem>(ContentItem::Text),
+        kind<ContentItem>(ContentItem::Text),    kind<CardItem>(ContentItem::Card),
+        kind<SystemItem>(ContentItem::System),   kind<CallItem>(ContentItem::Call),
+        kind<MeetingItem>(ContentItem::Meeting),
     };
     for (const Kind &row : kinds) {
         if (row.type == type)

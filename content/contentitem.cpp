@@ -539,6 +539,19 @@ QSize ContentItem::calcContentSize(int &lineCount, int maxWidth, int maxRowCount
     return size;
 }
 
+QSize ContentItem::calcCaptionSize(int &lineCount, int maxWidth, int maxRowCount)
+{
+    QSize size;
+    lineCount = 0;
+    m_isElided = false;
+    if (!m_content.isEmpty()) {
+        size = calcTextSize(lineCount, maxWidth, m_rowLimit, maxRowCount,
+                            AppSettingModel::instance()->themeFontSize(), 0, true);
+    }
+    setLineCount(lineCount);
+    return size;
+}
+
 QSize ContentItem::calcTextSize(int &lineCount, int maxWidth, int rowLimit, int maxRowCount,
                                 int fontPixelSize, int extraHeight, bool plainText)
 {

@@ -214,6 +214,7 @@ Q_SIGNALS:
 
 protected:
     void setType(qint32 type);
+    void setLineCount(int lineCount);
     /// Begins a record of the item: with what it kept of the record that it was made from. A kind
     /// then writes its fields over that.
     void startRecord(im::content::Content *content) const;
@@ -228,11 +229,13 @@ protected:
     }
     /// Updates text, entities and effect from a text or caption.
     void updateText(const im::content::Text &text);
+    /// Measures the text as a caption: in the theme's font, whatever it consists of. Empty without
+    /// text. Updates the line count.
+    QSize calcCaptionSize(int &lineCount, int maxWidth, int maxRowCount);
 
 private:
     QVariant textEntityVariant() const { return QVariant::fromValue(m_textEntity); }
     void update(const QString &content, const UserTextBlocks &blocks, qint32 effect);
-    void setLineCount(int lineCount);
     void setIsGame(bool isGame);
     void storeSize(QSize size, bool inThread);
     void setRemainder(std::unique_ptr<im::content::Content> remainder);

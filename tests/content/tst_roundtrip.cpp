@@ -18,6 +18,10 @@ namespace
 /// The kinds of body that are made into items.
 constexpr Content::DataCase kinds[] = {
     Content::kText,
+    Content::kCard,
+    Content::kSystemAlert,
+    Content::kCall,
+    Content::kMeetingInvite,
 };
 
 /// The text of a body: its own or its caption.
