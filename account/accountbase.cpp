@@ -6,6 +6,7 @@
 #include "base/define.h"
 #include "base/json.h"
 #include "base/util.h"
+#include "content/fileprovider.h"
 #include "cryptobase/cryptoaes.h"
 #include "dialog/datainfomodel.h"
 #include "imcrypto/store.h"
@@ -69,6 +70,7 @@ AccountBase::AccountBase(QObject *parent)
     : QObject(parent), m_aes(std::make_unique<CryptoAES>(2)),
       m_storage(std::make_unique<storage::UserStorageProvider>()),
       m_signalStore(std::make_unique<crypto::Store>(m_storage->keyStorage())),
+      m_ownFiles(std::make_unique<FileRegistry>()),
       m_ownConfiguration(std::make_unique<StoredConfiguration>(m_storage->syncConfigStorage())),
       m_dataInfoModel(new DataInfoModel(this)), m_deviceModel(new AccountDeviceModel(this)),
       m_accountSettingModel(new AccountSettingModel(this))
@@ -237,6 +239,11 @@ void AccountBase::setBannedState(BannedState state)
 {
     if (std::exchange(m_bannedState, state) != state)
         Q_EMIT bannedStateChanged();
+}
+
+FileProvider *AccountBase::fileProvider() const
+{
+    return m_fileProvider ? m_fileProvider : m_ownFiles.get();
 }
 
 ConfigurationService *AccountBase::configurationService() const

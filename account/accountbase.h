@@ -21,6 +21,7 @@ class AccountSettingModel;
 class ConfigurationService;
 class CryptoAES;
 class DataInfoModel;
+class FileProvider;
 class DeviceMessageHandler;
 class QNetworkProxy;
 class StickerProvider;
@@ -166,6 +167,9 @@ public:
 
     StickerProvider *stickerProvider() const { return m_stickerProvider; }
     void setStickerProvider(StickerProvider *provider) { m_stickerProvider = provider; }
+    /// Never null: without one of the application's, an account has a FileRegistry.
+    FileProvider *fileProvider() const;
+    void setFileProvider(FileProvider *provider) { m_fileProvider = provider; }
     /// Never null: without one of the application's, an account keeps its configuration in its
     /// store.
     ConfigurationService *configurationService() const;
@@ -274,6 +278,7 @@ private:
     const std::unique_ptr<CryptoAES> m_aes;
     const std::unique_ptr<storage::UserStorageProvider> m_storage;
     const std::unique_ptr<crypto::Store> m_signalStore;
+    const std::unique_ptr<FileProvider> m_ownFiles;
     const std::unique_ptr<ConfigurationService> m_ownConfiguration;
     DataInfoModel *m_dataInfoModel;
     AccountDeviceModel *m_deviceModel;
@@ -282,6 +287,7 @@ private:
     QString m_userCacheDataPath;
     QMap<int, FeatureState> m_features;
     StickerProvider *m_stickerProvider = nullptr;
+    FileProvider *m_fileProvider = nullptr;
     ConfigurationService *m_configuration = nullptr;
     DeviceMessageHandler *m_deviceMsgHandler = nullptr;
 };
