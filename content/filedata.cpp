@@ -109,6 +109,7 @@ struct FileData::OwnKeys : StoredKeys {
                 QStringLiteral("thumbnailVersion"),
                 QStringLiteral("thumbnailFileState"),
                 QStringLiteral("thumbnailCachePath"),
+                false,
             },
             QStringLiteral("thumbnailName"),
             QStringLiteral("thumbnailExtension"),

@@ -236,7 +236,7 @@ void BaseFile::write(QVariantMap &map, const StoredKeys &keys) const
     map.insert(keys.aesKey, base64Of(m_aesKey));
     map.insert(keys.md5, base64Of(m_fileMd5));
     map.insert(keys.path, m_filePath);
-    if (m_size != 0 || &keys == &sourceKeys())
+    if (m_size != 0 || keys.emptySize)
         map.insert(keys.size, m_size);
     if (m_version != 0)
         map.insert(keys.version, m_version);

@@ -151,6 +151,7 @@ protected:
     /// The names that a stored map has for the fields of one of its files.
     struct StoredKeys {
         QString id, aesKey, md5, path, size, version, state, cachePath;
+        bool emptySize = true; ///< a size of 0 is written, too
     };
     static const StoredKeys &sourceKeys();
     void write(QVariantMap &map, const StoredKeys &keys) const;
