@@ -31,6 +31,9 @@ public:
         return true;
     }
 
+    /// For a field that was set otherwise.
+    void fire(Signal changed) { m_signals.append(changed); }
+
 private:
     Item *m_item;
     QVarLengthArray<Signal, 8> m_signals;

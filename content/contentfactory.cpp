@@ -4,6 +4,13 @@
 #include "account/stickerprovider.h"
 #include "base/json.h"
 #include "content/contentitem.h"
+#include "content/items/fileitem.h"
+#include "content/items/folderitem.h"
+#include "content/items/imageitem.h"
+#include "content/items/locationitem.h"
+#include "content/items/musicitem.h"
+#include "content/items/videoitem.h"
+#include "content/items/voiceitem.h"
 #include "content/modelbaseutil.h"
 #include "protocol/message_content.pb.h"
 
@@ -51,7 +58,10 @@ Kind kind(int type)
 const Kind *findKind(int type)
 {
     static const std::array kinds{
-        kind<ContentItem>(ContentItem::Text),
+        kind<ContentItem>(ContentItem::Text),      kind<ImageItem>(ContentItem::Image),
+        kind<VoiceItem>(ContentItem::Voice),       kind<MusicItem>(ContentItem::Music),
+        kind<VideoItem>(ContentItem::Video),       kind<FileItem>(ContentItem::File),
+        kind<LocationItem>(ContentItem::Location), kind<FolderItem>(ContentItem::Folder),
     };
     for (const Kind &row : kinds) {
         if (row.type == type)

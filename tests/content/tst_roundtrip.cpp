@@ -17,7 +17,8 @@ namespace
 
 /// The kinds of body that are made into items.
 constexpr Content::DataCase kinds[] = {
-    Content::kText,
+    Content::kText,  Content::kImage, Content::kVoice,    Content::kAudio,
+    Content::kVideo, Content::kFile,  Content::kLocation,
 };
 
 /// The text of a body: its own or its caption.
