@@ -6,8 +6,15 @@
 #include "content/contentitem.h"
 #include "content/items/callitem.h"
 #include "content/items/carditem.h"
+#include "content/items/fileitem.h"
+#include "content/items/folderitem.h"
+#include "content/items/imageitem.h"
+#include "content/items/locationitem.h"
 #include "content/items/meetingitem.h"
+#include "content/items/musicitem.h"
 #include "content/items/systemitem.h"
+#include "content/items/videoitem.h"
+#include "content/items/voiceitem.h"
 #include "content/modelbaseutil.h"
 #include "protocol/message_content.pb.h"
 
@@ -55,9 +62,12 @@ Kind kind(int type)
 const Kind *findKind(int type)
 {
     static const std::array kinds{
-        kind<ContentItem>(ContentItem::Text),    kind<CardItem>(ContentItem::Card),
-        kind<SystemItem>(ContentItem::System),   kind<CallItem>(ContentItem::Call),
-        kind<MeetingItem>(ContentItem::Meeting),
+        kind<ContentItem>(ContentItem::Text),      kind<CardItem>(ContentItem::Card),
+        kind<SystemItem>(ContentItem::System),     kind<CallItem>(ContentItem::Call),
+        kind<MeetingItem>(ContentItem::Meeting),   kind<ImageItem>(ContentItem::Image),
+        kind<VoiceItem>(ContentItem::Voice),       kind<MusicItem>(ContentItem::Music),
+        kind<VideoItem>(ContentItem::Video),       kind<FileItem>(ContentItem::File),
+        kind<LocationItem>(ContentItem::Location), kind<FolderItem>(ContentItem::Folder),
     };
     for (const Kind &row : kinds) {
         if (row.type == type)

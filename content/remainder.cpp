@@ -1,6 +1,7 @@
 #include "content/remainder_p.h"
 
 #include "base/usertextblock.h"
+#include "content/contentitem.h"
 #include "protocol/message_content.pb.h"
 
 #include <QByteArray>
@@ -50,6 +51,83 @@ bool mayExist(const im::content::Text &text)
     return hasUnknownFields(text)
         || std::any_of(text.textentity().begin(), text.textentity().end(),
                        [](const auto &entity) { return mayExist(entity); });
+}
+
+// Items do not hold captions, files and thumbnails without content: those stay in the remainder.
+
+bool hasContent(const im::content::Text &caption)
+{
+    return !caption.text().empty() || caption.textentity_size() > 0 || caption.effect() != 0;
+}
+
+bool hasContent(const im::content::FileInfo &file)
+{
+    return !file.id().empty() || !file.key().empty() || !file.checksum().empty()
+        || !file.name().empty() || file.size() != 0 || file.version() != 0;
+}
+
+bool hasContent(const im::content::FileThumb &thumb)
+{
+    return thumb.width() != 0 || thumb.height() != 0 || !thumb.thumb_nail().empty()
+        || thumb.has_thumb_file();
+}
+
+bool mayExist(const im::content::FileInfo &file)
+{
+    return hasUnknownFields(file);
+}
+
+template <typename Record>
+bool mayExist(bool isThere, const Record &record);
+
+bool mayExist(const im::content::FileThumb &thumb)
+{
+    return hasUnknownFields(thumb) || mayExist(thumb.has_thumb_file(), thumb.thumb_file());
+}
+
+/// For a part of a body.
+template <typename Record>
+bool mayExist(bool isThere, const Record &record)
+{
+    return isThere && (!hasContent(record) || mayExist(record));
+}
+
+bool mayExist(const im::content::Image &body)
+{
+    return hasUnknownFields(body) || mayExist(body.has_image_file(), body.image_file())
+        || mayExist(body.has_live_photo_file(), body.live_photo_file())
+        || mayExist(body.has_thumb(), body.thumb()) || mayExist(body.has_caption(), body.caption());
+}
+
+bool mayExist(const im::content::Video &body)
+{
+    return hasUnknownFields(body) || mayExist(body.has_video_file(), body.video_file())
+        || mayExist(body.has_thumb(), body.thumb()) || mayExist(body.has_caption(), body.caption());
+}
+
+bool mayExist(const im::content::Voice &body)
+{
+    return hasUnknownFields(body) || mayExist(body.has_voice_file(), body.voice_file())
+        || mayExist(body.has_caption(), body.caption());
+}
+
+bool mayExist(const im::content::Audio &body)
+{
+    return hasUnknownFields(body) || mayExist(body.has_audio_file(), body.audio_file())
+        || mayExist(body.has_thumb_file(), body.thumb_file())
+        || mayExist(body.has_caption(), body.caption());
+}
+
+bool mayExist(const im::content::File &body)
+{
+    return hasUnknownFields(body) || mayExist(body.has_attach_file(), body.attach_file())
+        || mayExist(body.has_thumb_file(), body.thumb_file())
+        || mayExist(body.has_caption(), body.caption());
+}
+
+bool mayExist(const im::content::Location &body)
+{
+    return hasUnknownFields(body) || mayExist(body.has_caption(), body.caption());
 }
 
 void subtract(Message &from, const Message &written);
@@ -106,9 +184,27 @@ void subtract(Message &from, const Message &written)
 
 bool Remainder::mayExist(const im::content::Content &body)
 {
-    if (body.buttons_size() > 0 || hasUnknownFields(body) || !body.has_text())
+    using im::content::Content;
+    if (body.buttons_size() > 0 || hasUnknownFields(body))
         return true;
-    return ::mayExist(body.text());
+    switch (body.data_case()) {
+    case Content::kText:
+        return ::mayExist(body.text());
+    case Content::kImage:
+        return ::mayExist(body.image());
+    case Content::kVoice:
+        return ::mayExist(body.voice());
+    case Content::kAudio:
+        return ::mayExist(body.audio());
+    case Content::kVideo:
+        return ::mayExist(body.video());
+    case Content::kFile:
+        return ::mayExist(body.file());
+    case Content::kLocation:
+        return ::mayExist(body.location());
+    default:
+        return true;
+    }
 }
 
 Remainder::Record Remainder::between(const im::content::Content &body,
@@ -155,7 +251,9 @@ Remainder::Record Remainder::fromVariant(const QVariant &value, int type)
     const bool isWhole =
         bytes && record->ParseFromArray(bytes.decoded.constData(), int(bytes.decoded.size()));
     const int body = isWhole ? int(record->data_case()) : 0;
-    if (!isWhole || (body != 0 && body != type)) {
+    // A folder has the body of a file.
+    const int expected = type == ContentItem::Folder ? int(ContentItem::File) : type;
+    if (!isWhole || (body != 0 && body != expected)) {
         qCWarning(lcContent, "The remainder of a stored content of type %d is damaged.", type);
         return nullptr;
     }

@@ -1,7 +1,9 @@
 #include "content/items/mediabox_p.h"
 
 #include "account/accountmanager.h"
+#include "settings/appsettingmodel.h"
 
+#include <QFontMetrics>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QThread>
@@ -51,4 +53,30 @@ QSize MediaBox::stacked(QSize above, QSize below, int spacing)
     if (above.isEmpty() || below.isEmpty())
         return above.isEmpty() ? below : above;
     return {std::max(above.width(), below.width()), above.height() + spacing + below.height()};
+}
+
+QSize MediaBox::lines(const QStringList &texts, int maxWidth)
+{
+    // No line shows more, and a name from outside may be of any length.
+    constexpr int mostCharacters = 300;
+    const int fontSize = std::max(1, AppSettingModel::instance()->themeFontSize());
+    const auto count = std::count_if(texts.cbegin(), texts.cend(),
+                                     [](const QString &text) { return !text.isEmpty(); });
+    if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
+        return {count > 0 ? maxWidth : 0, int(count) * fontSize * 3 / 2};
+    QFont font = QGuiApplication::font();
+    font.setPixelSize(fontSize);
+    const QFontMetrics metrics(font);
+    int width = 0;
+    for (const QString &text : texts)
+        width = std::max(width, metrics.horizontalAdvance(text, mostCharacters));
+    return {std::min(width, maxWidth), int(count) * metrics.lineSpacing()};
+}
+
+QSize MediaBox::row(int iconSide, const QStringList &texts, int maxWidth)
+{
+    const int beside = iconSide + rowSpacing;
+    const QSize text = lines(texts, std::max(0, maxWidth - beside));
+    return {std::clamp(beside + text.width(), std::min(leastRowWidth, maxWidth), maxWidth),
+            std::max(iconSide, text.height())};
 }

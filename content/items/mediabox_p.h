@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QSize>
+#include <QStringList>
 
 /// How large media are shown in a message. All sizes are in pixels.
 namespace MediaBox
@@ -12,6 +13,10 @@ constexpr int leastSide = 44;
 constexpr int unknownSide = 200;
 /// Below media that are narrower, a caption gets this width all the same.
 constexpr int leastCaptionWidth = 200;
+/// A row with an icon and texts, which may all be short, is no narrower.
+constexpr int leastRowWidth = 160;
+/// Between the icon of a row and its texts.
+constexpr int rowSpacing = 10;
 /// Between what stands above and its caption.
 constexpr int captionSpacing = 6;
 
@@ -32,5 +37,12 @@ QSize box(QSize natural, int maxWidth);
 
 /// The size of a content whose parts, one of which may be empty, stand one above the other.
 QSize stacked(QSize above, QSize below, int spacing = captionSpacing);
+
+/// The size of texts of a line each, one above the other in the theme's font, elided at `maxWidth`.
+/// Empty texts take no line. Without a QGuiApplication the lines are as wide as they may be.
+QSize lines(const QStringList &texts, int maxWidth);
+
+/// The size of a row with a square of `iconSide` and beside it texts as lines() has them.
+QSize row(int iconSide, const QStringList &texts, int maxWidth);
 
 } // namespace MediaBox

@@ -31,9 +31,8 @@ bool openMediaFile(QFile &file, const QString &purpose)
 
 void logFailure(const QString &purpose, const QString &path, const QString &why)
 {
-    const QString line = QStringLiteral("multimedia: %1 \"%2\": %3").arg(purpose, path, why);
-    qCWarning(lcMultimedia).noquote() << line;
-    ImLog::error(line);
+    ImLog::error(lcMultimedia(),
+                 QStringLiteral("multimedia: %1 \"%2\": %3").arg(purpose, path, why));
 }
 
 } // namespace multimedia

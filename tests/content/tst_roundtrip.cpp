@@ -17,11 +17,9 @@ namespace
 
 /// The kinds of body that are made into items.
 constexpr Content::DataCase kinds[] = {
-    Content::kText,
-    Content::kCard,
-    Content::kSystemAlert,
-    Content::kCall,
-    Content::kMeetingInvite,
+    Content::kText,          Content::kCard,  Content::kSystemAlert, Content::kCall,
+    Content::kMeetingInvite, Content::kImage, Content::kVoice,       Content::kAudio,
+    Content::kVideo,         Content::kFile,  Content::kLocation,
 };
 
 /// The text of a body: its own or its caption.

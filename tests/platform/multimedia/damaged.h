@@ -29,6 +29,8 @@ inline QByteArray content(const QString &path)
 
 inline QString write(const QString &path, const QByteArray &bytes)
 {
+    // Some file systems flush a file that is cut to nothing and written anew.
+    QFile::remove(path);
     QFile file(path);
     const bool written = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
     return written ? path : QString();

@@ -365,8 +365,8 @@ private Q_SLOTS:
     void damagedFiles_data()
     {
         QTest::addColumn<int>("step");
-        QTest::newRow("morning.mp3") << 23;
-        QTest::newRow("lakeside.m4a") << 17;
+        QTest::newRow("morning.mp3") << 47;
+        QTest::newRow("lakeside.m4a") << 41;
         QTest::newRow("voice.ogg") << 11;
     }
 
