@@ -4,6 +4,8 @@
 #include "account/stickerprovider.h"
 #include "base/json.h"
 #include "content/contentitem.h"
+#include "content/items/lotteryitem.h"
+#include "content/items/pollitem.h"
 #include "content/modelbaseutil.h"
 #include "protocol/message_content.pb.h"
 
@@ -52,6 +54,8 @@ const Kind *findKind(int type)
 {
     static const std::array kinds{
         kind<ContentItem>(ContentItem::Text),
+        kind<PollItem>(ContentItem::Poll),
+        kind<LotteryItem>(ContentItem::Lottery),
     };
     for (const Kind &row : kinds) {
         if (row.type == type)

@@ -106,9 +106,19 @@ void subtract(Message &from, const Message &written)
 
 bool Remainder::mayExist(const im::content::Content &body)
 {
-    if (body.buttons_size() > 0 || hasUnknownFields(body) || !body.has_text())
+    if (body.buttons_size() > 0 || hasUnknownFields(body))
         return true;
-    return ::mayExist(body.text());
+    switch (body.data_case()) {
+    case im::content::Content::kText:
+        return ::mayExist(body.text());
+    // What is beside the fields of the contents inside is kept by the items of those.
+    case im::content::Content::kPoll:
+        return hasUnknownFields(body.poll());
+    case im::content::Content::kLottery:
+        return hasUnknownFields(body.lottery());
+    default:
+        return true;
+    }
 }
 
 Remainder::Record Remainder::between(const im::content::Content &body,
