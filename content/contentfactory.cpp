@@ -10,8 +10,10 @@
 #include "content/items/folderitem.h"
 #include "content/items/imageitem.h"
 #include "content/items/locationitem.h"
+#include "content/items/lotteryitem.h"
 #include "content/items/meetingitem.h"
 #include "content/items/musicitem.h"
+#include "content/items/pollitem.h"
 #include "content/items/systemitem.h"
 #include "content/items/videoitem.h"
 #include "content/items/voiceitem.h"
@@ -68,6 +70,7 @@ const Kind *findKind(int type)
         kind<VoiceItem>(ContentItem::Voice),       kind<MusicItem>(ContentItem::Music),
         kind<VideoItem>(ContentItem::Video),       kind<FileItem>(ContentItem::File),
         kind<LocationItem>(ContentItem::Location), kind<FolderItem>(ContentItem::Folder),
+        kind<PollItem>(ContentItem::Poll),         kind<LotteryItem>(ContentItem::Lottery),
     };
     for (const Kind &row : kinds) {
         if (row.type == type)

@@ -167,7 +167,7 @@ public:
     bool hasUrl() const;
     bool hasEntity() const { return !m_textEntity.isEmpty(); }
     /// Adds the custom emoji of the text to `emoji`, emoji ids by pack id; true when there are any.
-    bool hasCustomEmoji(QHash<int, QSet<int>> &emoji) const;
+    virtual bool hasCustomEmoji(QHash<int, QSet<int>> &emoji) const;
     bool isTextMsg() const;
     /// What a search looks at.
     virtual QString getKeyword() const;

@@ -202,6 +202,11 @@ bool Remainder::mayExist(const im::content::Content &body)
         return ::mayExist(body.file());
     case Content::kLocation:
         return ::mayExist(body.location());
+    // What is beside the fields of the contents inside is kept by the items of those.
+    case Content::kPoll:
+        return hasUnknownFields(body.poll());
+    case Content::kLottery:
+        return hasUnknownFields(body.lottery());
     default:
         return true;
     }
