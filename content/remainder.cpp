@@ -1,6 +1,7 @@
 #include "content/remainder_p.h"
 
 #include "base/usertextblock.h"
+#include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 
 #include <QByteArray>
@@ -50,6 +51,41 @@ bool mayExist(const im::content::Text &text)
     return hasUnknownFields(text)
         || std::any_of(text.textentity().begin(), text.textentity().end(),
                        [](const auto &entity) { return mayExist(entity); });
+}
+
+bool mayExist(const im::content::Card &card)
+{
+    // A record that is there and empty is more than none.
+    const auto isLeftOver = [](const Message &record) {
+        return record.ByteSizeLong() == 0 || hasUnknownFields(record);
+    };
+    return hasUnknownFields(card) || (card.has_avatar_thumb() && isLeftOver(card.avatar_thumb()))
+        || (card.has_caption() && (isLeftOver(card.caption()) || mayExist(card.caption())));
+}
+
+bool mayExist(const im::content::Sticker &sticker)
+{
+    if (hasUnknownFields(sticker) || sticker.pid() < 0)
+        return true;
+    if (sticker.has_sticker_file()) {
+        const im::content::FileInfo &file = sticker.sticker_file();
+        if (file.id().empty() || hasUnknownFields(file))
+            return true;
+    }
+    if (sticker.has_animated_file()) {
+        const im::AnimatedSticker &animated = sticker.animated_file();
+        if (animated.file().file_id().empty() || hasUnknownFields(animated)
+            || hasUnknownFields(animated.file()))
+            return true;
+    }
+    if (sticker.has_thumb()) {
+        const im::content::FileThumb &thumb = sticker.thumb();
+        const im::content::FileInfo &file = thumb.thumb_file();
+        if (thumb.ByteSizeLong() == 0 || hasUnknownFields(thumb)
+            || (thumb.has_thumb_file() && (file.id().empty() || hasUnknownFields(file))))
+            return true;
+    }
+    return false;
 }
 
 void subtract(Message &from, const Message &written);
@@ -106,9 +142,24 @@ void subtract(Message &from, const Message &written)
 
 bool Remainder::mayExist(const im::content::Content &body)
 {
-    if (body.buttons_size() > 0 || hasUnknownFields(body) || !body.has_text())
+    if (body.buttons_size() > 0 || hasUnknownFields(body))
         return true;
-    return ::mayExist(body.text());
+    switch (body.data_case()) {
+    case im::content::Content::kText:
+        return ::mayExist(body.text());
+    case im::content::Content::kSticker:
+        return ::mayExist(body.sticker());
+    case im::content::Content::kCard:
+        return ::mayExist(body.card());
+    case im::content::Content::kSystemAlert:
+        return false; // the item keeps the record whole
+    case im::content::Content::kCall:
+        return hasUnknownFields(body.call());
+    case im::content::Content::kMeetingInvite:
+        return hasUnknownFields(body.meeting_invite());
+    default:
+        return true;
+    }
 }
 
 Remainder::Record Remainder::between(const im::content::Content &body,

@@ -51,9 +51,7 @@ std::unique_ptr<Alert> storedAlert(const QMap<QString, QVariant> &map)
         auto alert = std::make_unique<Alert>();
         if (alert->ParseFromArray(bytes.constData(), int(bytes.size())))
             return alert;
-        const QString line = QStringLiteral("The record of a stored system alert is damaged.");
-        qCWarning(lcContent).noquote() << line;
-        ImLog::error(line);
+        ImLog::error(lcContent(), QStringLiteral("The record of a stored system alert is damaged"));
         return nullptr;
     }
     if (const auto value = map.constFind(sysTypeKey()); value != map.constEnd()) {
