@@ -143,7 +143,11 @@ FilePointer fileOf(const Map &map, bool animated, const FilePointer &held)
         return {};
     const bool isHeld = held && !id.isEmpty() && held->fileId() == id;
     auto file = FilePointer::create(isHeld ? held.data() : nullptr);
+    const QString name = file->fileName();
     file->update(record);
+    // A sticker has no name but the one it was sent with: not that of the place where it was put.
+    const QString nameKey = QStringLiteral("fileName");
+    file->setFileName(record.contains(nameKey) ? record.value(nameKey).toString() : name);
     if (const auto value = map.constFind(formatKey(animated)); value != map.constEnd())
         file->setFormat(value->toString());
     if (animated) {
