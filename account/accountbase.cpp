@@ -7,6 +7,7 @@
 #include "base/json.h"
 #include "base/util.h"
 #include "content/fileprovider.h"
+#include "content/sharedstickers.h"
 #include "cryptobase/cryptoaes.h"
 #include "dialog/datainfomodel.h"
 #include "imcrypto/store.h"
@@ -71,6 +72,7 @@ AccountBase::AccountBase(QObject *parent)
       m_storage(std::make_unique<storage::UserStorageProvider>()),
       m_signalStore(std::make_unique<crypto::Store>(m_storage->keyStorage())),
       m_ownFiles(std::make_unique<FileRegistry>()),
+      m_ownStickers(std::make_unique<SharedStickers>()),
       m_ownConfiguration(std::make_unique<StoredConfiguration>(m_storage->syncConfigStorage())),
       m_dataInfoModel(new DataInfoModel(this)), m_deviceModel(new AccountDeviceModel(this)),
       m_accountSettingModel(new AccountSettingModel(this))
@@ -239,6 +241,11 @@ void AccountBase::setBannedState(BannedState state)
 {
     if (std::exchange(m_bannedState, state) != state)
         Q_EMIT bannedStateChanged();
+}
+
+StickerProvider *AccountBase::stickerProvider() const
+{
+    return m_stickerProvider ? m_stickerProvider : m_ownStickers.get();
 }
 
 FileProvider *AccountBase::fileProvider() const

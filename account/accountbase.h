@@ -165,7 +165,8 @@ public:
 
     // What the application may set; not owned.
 
-    StickerProvider *stickerProvider() const { return m_stickerProvider; }
+    /// Never null: without one of the application's, an account has SharedStickers.
+    StickerProvider *stickerProvider() const;
     void setStickerProvider(StickerProvider *provider) { m_stickerProvider = provider; }
     /// Never null: without one of the application's, an account has a FileRegistry.
     FileProvider *fileProvider() const;
@@ -279,6 +280,7 @@ private:
     const std::unique_ptr<storage::UserStorageProvider> m_storage;
     const std::unique_ptr<crypto::Store> m_signalStore;
     const std::unique_ptr<FileProvider> m_ownFiles;
+    const std::unique_ptr<StickerProvider> m_ownStickers;
     const std::unique_ptr<ConfigurationService> m_ownConfiguration;
     DataInfoModel *m_dataInfoModel;
     AccountDeviceModel *m_deviceModel;

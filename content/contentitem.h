@@ -150,7 +150,7 @@ public:
     UserTextBlock deserializeEntity(const im::content::TextEntity &entity) const;
     void deserializeText(const im::content::Text &text);
     /// Keeps what the record carries beside the item's own fields, for serialize() to give back.
-    /// The factory does it for a new item, setContent() for an updated one.
+    /// Those who make an item of a record do it (the factory, a sticker provider), and setContent().
     void keepRemainder(const im::content::Content &content);
     QList<QVariant> serializeEntities() const;
     void serializeEntity(im::content::TextEntity *entity, const UserTextBlock &block) const;

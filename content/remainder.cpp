@@ -2,6 +2,7 @@
 
 #include "base/usertextblock.h"
 #include "content/contentitem.h"
+#include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 
 #include <QByteArray>
@@ -130,6 +131,41 @@ bool mayExist(const im::content::Location &body)
     return hasUnknownFields(body) || mayExist(body.has_caption(), body.caption());
 }
 
+bool mayExist(const im::content::Card &card)
+{
+    // A record that is there and empty is more than none.
+    const auto isLeftOver = [](const Message &record) {
+        return record.ByteSizeLong() == 0 || hasUnknownFields(record);
+    };
+    return hasUnknownFields(card) || (card.has_avatar_thumb() && isLeftOver(card.avatar_thumb()))
+        || (card.has_caption() && (isLeftOver(card.caption()) || mayExist(card.caption())));
+}
+
+bool mayExist(const im::content::Sticker &sticker)
+{
+    if (hasUnknownFields(sticker) || sticker.pid() < 0)
+        return true;
+    if (sticker.has_sticker_file()) {
+        const im::content::FileInfo &file = sticker.sticker_file();
+        if (file.id().empty() || hasUnknownFields(file))
+            return true;
+    }
+    if (sticker.has_animated_file()) {
+        const im::AnimatedSticker &animated = sticker.animated_file();
+        if (animated.file().file_id().empty() || hasUnknownFields(animated)
+            || hasUnknownFields(animated.file()))
+            return true;
+    }
+    if (sticker.has_thumb()) {
+        const im::content::FileThumb &thumb = sticker.thumb();
+        const im::content::FileInfo &file = thumb.thumb_file();
+        if (thumb.ByteSizeLong() == 0 || hasUnknownFields(thumb)
+            || (thumb.has_thumb_file() && (file.id().empty() || hasUnknownFields(file))))
+            return true;
+    }
+    return false;
+}
+
 void subtract(Message &from, const Message &written);
 
 /// True when nothing was left. Elements keep their places.
@@ -207,6 +243,16 @@ bool Remainder::mayExist(const im::content::Content &body)
         return hasUnknownFields(body.poll());
     case Content::kLottery:
         return hasUnknownFields(body.lottery());
+    case Content::kSticker:
+        return ::mayExist(body.sticker());
+    case Content::kCard:
+        return ::mayExist(body.card());
+    case Content::kSystemAlert:
+        return false; // the item keeps the record whole
+    case Content::kCall:
+        return hasUnknownFields(body.call());
+    case Content::kMeetingInvite:
+        return hasUnknownFields(body.meeting_invite());
     default:
         return true;
     }

@@ -49,11 +49,10 @@ std::unique_ptr<Alert> storedAlert(const QMap<QString, QVariant> &map)
     if (const auto value = map.constFind(alertKey()); value != map.constEnd()) {
         const QByteArray bytes = StoredValue::toBytes(*value, alertKey());
         auto alert = std::make_unique<Alert>();
-        if (alert->ParseFromArray(bytes.constData(), int(bytes.size())))
+        const bool isRefused = bytes.isEmpty() && !value->toByteArray().isEmpty();
+        if (!isRefused && alert->ParseFromArray(bytes.constData(), int(bytes.size())))
             return alert;
-        const QString line = QStringLiteral("The record of a stored system alert is damaged.");
-        qCWarning(lcContent).noquote() << line;
-        ImLog::error(line);
+        ImLog::error(lcContent(), QStringLiteral("The record of a stored system alert is damaged"));
         return nullptr;
     }
     if (const auto value = map.constFind(sysTypeKey()); value != map.constEnd()) {

@@ -43,8 +43,6 @@ QByteArray StoredValue::toBytes(const QVariant &value, const QString &key)
                                                         QByteArray::AbortOnBase64DecodingErrors);
     if (decoded)
         return decoded.decoded;
-    const QString line = QStringLiteral("A stored \"%1\" is no Base64, refused").arg(key);
-    qCWarning(lcStored).noquote() << line;
-    ImLog::error(line);
+    ImLog::error(lcStored(), QStringLiteral("A stored \"%1\" is no Base64, refused").arg(key));
     return {};
 }

@@ -3,6 +3,7 @@
 #include "content/contentitem.h"
 #include "protocol/message_content.pb.h"
 #include "support/everyfield.h"
+#include "support/fakeaccount.h"
 
 #include <google/protobuf/util/message_differencer.h>
 
@@ -18,10 +19,10 @@ namespace
 
 /// The kinds of body that are made into items.
 constexpr Content::DataCase kinds[] = {
-    Content::kText,          Content::kCard,  Content::kSystemAlert, Content::kCall,
-    Content::kMeetingInvite, Content::kImage, Content::kVoice,       Content::kAudio,
-    Content::kVideo,         Content::kFile,  Content::kLocation,    Content::kPoll,
-    Content::kLottery,
+    Content::kText,          Content::kCard,    Content::kSystemAlert, Content::kCall,
+    Content::kMeetingInvite, Content::kImage,   Content::kVoice,       Content::kAudio,
+    Content::kVideo,         Content::kFile,    Content::kLocation,    Content::kPoll,
+    Content::kLottery,       Content::kSticker,
 };
 
 /// Calls `change` for every text in a record: of a body, its caption, the contents inside it.
@@ -58,6 +59,9 @@ Content body(Content::DataCase kind, std::uint64_t seed)
     // There are no negative effects, and they are not stored.
     forEachText(&content,
                 [](im::content::Text *text) { text->set_effect(std::max(1, text->effect())); });
+    // The pack of a sticker never decreases, so an update is seen only with a later one.
+    if (kind == Content::kSticker)
+        content.mutable_sticker()->set_pid(2000 - int(seed));
     return content;
 }
 
@@ -101,15 +105,16 @@ private Q_SLOTS:
     void bodies()
     {
         QFETCH(int, kind);
+        FakeAccount account; // whose stickers are no other account's
         for (std::uint64_t seed = 1; seed <= 100; ++seed) {
             const Content sent = body(Content::DataCase(kind), seed);
-            const auto item = makeContentItem(sent.SerializeAsString(), 2, 1, nullptr);
+            const auto item = makeContentItem(sent.SerializeAsString(), 2, 1, &account);
             std::string lost = differences(item, sent);
 
             const QMap<QString, QVariant> map = serializeContent(item);
             const std::string json = mapToJson(map).toStdString();
-            lost += differences(makeContentItem(map, 1, nullptr), sent);
-            const auto restored = makeContentItem(json, 1, 1, nullptr);
+            lost += differences(makeContentItem(map, 1, &account), sent);
+            const auto restored = makeContentItem(json, 1, 1, &account);
             lost += differences(restored, sent);
             // An effect is played once, so copies have none.
             const auto copy = copyContent(restored);
@@ -121,7 +126,7 @@ private Q_SLOTS:
 
             // An update leaves nothing of what the item was before.
             const auto updated = makeContentItem(
-                body(Content::DataCase(kind), seed + 1000).SerializeAsString(), 2, 1, nullptr);
+                body(Content::DataCase(kind), seed + 1000).SerializeAsString(), 2, 1, &account);
             updated->setContent(sent);
             lost += differences(updated, sent);
             QVERIFY2(lost.empty(), ("seed " + std::to_string(seed) + ":\n" + lost).c_str());
@@ -132,9 +137,10 @@ private Q_SLOTS:
     void nothingIsAdded()
     {
         QFETCH(int, kind);
+        FakeAccount account; // whose stickers are no other account's
         Content sent;
         sent.GetReflection()->MutableMessage(&sent, Content::descriptor()->FindFieldByNumber(kind));
-        QCOMPARE(differences(makeContentItem(sent.SerializeAsString(), 2, 1, nullptr), sent),
+        QCOMPARE(differences(makeContentItem(sent.SerializeAsString(), 2, 1, &account), sent),
                  std::string());
     }
 
