@@ -196,9 +196,6 @@ ItemMap serializeContent(const ItemPointer &item)
 
 void serializes(const ItemPointer &item, QList<QVariant> &list)
 {
-    if (!item)
-        return;
-    ItemMap map;
-    item->serialize(map);
-    list.append(QVariant(map));
+    if (item)
+        item->serializes(list);
 }

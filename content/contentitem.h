@@ -136,6 +136,8 @@ public:
     /// asks for a new size by needRecalcSize().
     Q_INVOKABLE void setCollapsed(int index, bool collapsed);
 
+    /// Appends the item's stored form, or for a group those of its members, to `list`.
+    virtual void serializes(QList<QVariant> &list) const;
     /// Writes the stored form into `map`.
     virtual void serialize(QMap<QString, QVariant> &map) const;
     /// Writes the body for sending. Replaces what the record held.
@@ -158,6 +160,10 @@ public:
     /// Adds the mentioned users to the message; a mention of everybody sets its mention_all.
     void serializeMetions(im::Message &message) const;
 
+    /// The contents that this one holds: question and options, members. What it mentions, its files
+    /// and its keyword are also theirs. A text has none.
+    virtual QList<QSharedPointer<ContentItem>> innerItems() const { return {}; }
+
     /// {"atAll": 1} when everybody is mentioned, {"atUsers": [ids]} when somebody is.
     virtual QMap<QString, QVariant> mentionUsers() const;
     /// The mentioned users' ids in the text's order, with repetitions.
@@ -167,9 +173,9 @@ public:
     bool hasUrl() const;
     bool hasEntity() const { return !m_textEntity.isEmpty(); }
     /// Adds the custom emoji of the text to `emoji`, emoji ids by pack id; true when there are any.
-    virtual bool hasCustomEmoji(QHash<int, QSet<int>> &emoji) const;
+    bool hasCustomEmoji(QHash<int, QSet<int>> &emoji) const;
     bool isTextMsg() const;
-    /// What a search looks at.
+    /// What a search looks at: the text, and what the contents inside give, a line each.
     virtual QString getKeyword() const;
 
     /// Measures the content for a view when one of `reasons` (CalcSizeReason flags) concerns it,
@@ -190,11 +196,12 @@ public:
     virtual bool spoiler() const { return false; }
     virtual void setSpoiler(bool) { }
 
-    // What items with files fill in.
-    virtual void getFile(QList<QSharedPointer<FileData>> &) { }
-    virtual void getFileIdsByExistCache(QList<QString> &) { }
+    // What items with files fill in. The base asks the contents inside: each of them, or for a
+    // thumbnail the first that has one.
+    virtual void getFile(QList<QSharedPointer<FileData>> &files);
+    virtual void getFileIdsByExistCache(QList<QString> &ids);
     virtual QSharedPointer<FileData> getThumbFile();
-    virtual void initFileStateWithCloudDriveFile() { }
+    virtual void initFileStateWithCloudDriveFile();
 
 Q_SIGNALS:
     void typeChanged();

@@ -276,73 +276,14 @@ ItemList TitledOptions::items() const
     return list;
 }
 
-// Hooks
-
-void Inner::getFile(const ItemList &items, QList<QSharedPointer<FileData>> &files)
+ItemList Inner::copies(const ItemList &items)
 {
-    for (const auto &item : items)
-        item->getFile(files);
-}
-
-void Inner::getFileIdsByExistCache(const ItemList &items, QList<QString> &ids)
-{
-    for (const auto &item : items)
-        item->getFileIdsByExistCache(ids);
-}
-
-QSharedPointer<FileData> Inner::getThumbFile(const ItemList &items)
-{
+    ItemList list;
     for (const auto &item : items) {
-        if (auto file = item->getThumbFile())
-            return file;
+        const auto copied = copyContent(item);
+        list.append(copied ? copied : item);
     }
-    return {};
-}
-
-void Inner::initFileStateWithCloudDriveFile(const ItemList &items)
-{
-    for (const auto &item : items)
-        item->initFileStateWithCloudDriveFile();
-}
-
-QMap<QString, QVariant> Inner::mentionUsers(const ItemList &items)
-{
-    QMap<QString, QVariant> users;
-    QVariantList ids;
-    for (const auto &item : items) {
-        const auto mentioned = item->mentionUsers();
-        users.insert(mentioned);
-        ids += mentioned.value(QStringLiteral("atUsers")).toList();
-    }
-    if (!ids.isEmpty())
-        users.insert(QStringLiteral("atUsers"), ids);
-    return users;
-}
-
-QList<qint64> Inner::mentionUserIds(const ItemList &items)
-{
-    QList<qint64> ids;
-    for (const auto &item : items)
-        ids += item->mentionUserIds();
-    return ids;
-}
-
-bool Inner::hasCustomEmoji(const ItemList &items, QHash<int, QSet<int>> &emoji)
-{
-    bool found = false;
-    for (const auto &item : items)
-        found |= item->hasCustomEmoji(emoji);
-    return found;
-}
-
-QString Inner::keyword(const ItemList &items)
-{
-    QStringList lines;
-    for (const auto &item : items) {
-        if (const QString line = item->getKeyword(); !line.isEmpty())
-            lines.append(line);
-    }
-    return lines.join(u'\n');
+    return list;
 }
 
 QSize Inner::rowSize(const QSharedPointer<ContentItem> &item, int &lineCount, int maxWidth,

@@ -24,13 +24,13 @@ std::optional<QByteArray> fromStoredBytes(const QVariant &value);
 int fromStoredCount(const QVariant &value);
 
 /// Contents hold contents, which hold contents: while one of these lives, deeper ones are counted.
-/// Beyond a few levels, and beyond some hundreds of items below one outermost content, no items are
+/// Beyond a few levels, and beyond some thousand items below one outermost content, no items are
 /// made: bytes from outside decide neither how deep the stack grows nor how much memory is used.
 class Nesting
 {
 public:
     static constexpr int maxDepth = 4;
-    static constexpr int maxItems = 500;
+    static constexpr int maxItems = 2000;
 
     Nesting();
     ~Nesting();
@@ -93,18 +93,10 @@ private:
     QPointer<AccountBase> m_account;
 };
 
-/// The hooks of an item that holds others, answered by all of them together.
 namespace Inner
 {
-void getFile(const ItemList &items, QList<QSharedPointer<FileData>> &files);
-void getFileIdsByExistCache(const ItemList &items, QList<QString> &ids);
-QSharedPointer<FileData> getThumbFile(const ItemList &items);
-void initFileStateWithCloudDriveFile(const ItemList &items);
-QMap<QString, QVariant> mentionUsers(const ItemList &items);
-QList<qint64> mentionUserIds(const ItemList &items);
-bool hasCustomEmoji(const ItemList &items, QHash<int, QSet<int>> &emoji);
-/// What is not empty, a line each.
-QString keyword(const ItemList &items);
+/// An item for each of `items`: copies, but for what the factory does not copy.
+ItemList copies(const ItemList &items);
 /// The size of an item in a row: its text in the theme's font, never as large emoji; empty for null.
 QSize rowSize(const QSharedPointer<ContentItem> &item, int &lineCount, int maxWidth, bool inThread);
 

@@ -557,46 +557,9 @@ void PollItem::read(const im::content::Content &content)
     adoptComment();
 }
 
-// What the contents inside answer
-
-QMap<QString, QVariant> PollItem::mentionUsers() const
+QList<QSharedPointer<ContentItem>> PollItem::innerItems() const
 {
-    return Inner::mentionUsers(m_options->items());
-}
-
-QList<qint64> PollItem::mentionUserIds() const
-{
-    return Inner::mentionUserIds(m_options->items());
-}
-
-bool PollItem::hasCustomEmoji(QHash<int, QSet<int>> &emoji) const
-{
-    return Inner::hasCustomEmoji(m_options->items(), emoji);
-}
-
-QString PollItem::getKeyword() const
-{
-    return Inner::keyword(m_options->items());
-}
-
-void PollItem::getFile(QList<QSharedPointer<FileData>> &files)
-{
-    Inner::getFile(m_options->items(), files);
-}
-
-void PollItem::getFileIdsByExistCache(QList<QString> &ids)
-{
-    Inner::getFileIdsByExistCache(m_options->items(), ids);
-}
-
-QSharedPointer<FileData> PollItem::getThumbFile()
-{
-    return Inner::getThumbFile(m_options->items());
-}
-
-void PollItem::initFileStateWithCloudDriveFile()
-{
-    Inner::initFileStateWithCloudDriveFile(m_options->items());
+    return m_options->items();
 }
 
 // Layout

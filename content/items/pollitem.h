@@ -3,6 +3,7 @@
 #include "content/contentitem.h"
 
 #include <memory>
+#include <string>
 
 class TitledOptions;
 
@@ -155,15 +156,8 @@ public:
     void setContent(const im::content::Content &content) override;
     using ContentItem::setContent;
 
-    QMap<QString, QVariant> mentionUsers() const override;
-    QList<qint64> mentionUserIds() const override;
-    bool hasCustomEmoji(QHash<int, QSet<int>> &emoji) const override;
-    /// Question and options, a line each.
-    QString getKeyword() const override;
-    void getFile(QList<QSharedPointer<FileData>> &files) override;
-    void getFileIdsByExistCache(QList<QString> &ids) override;
-    QSharedPointer<FileData> getThumbFile() override;
-    void initFileStateWithCloudDriveFile() override;
+    /// Question and options.
+    QList<QSharedPointer<ContentItem>> innerItems() const override;
 
     /// The question, a line about the kind of poll, a row each option (its text beside the column of
     /// percentages, a bar below), and a line for votes or button.

@@ -89,42 +89,7 @@ void WithOptionsItem::deserialize(const QMap<QString, QVariant> &map)
     ContentItem::deserialize(map);
 }
 
-QMap<QString, QVariant> WithOptionsItem::mentionUsers() const
+QList<QSharedPointer<ContentItem>> WithOptionsItem::innerItems() const
 {
-    return Inner::mentionUsers(m_options->items());
-}
-
-QList<qint64> WithOptionsItem::mentionUserIds() const
-{
-    return Inner::mentionUserIds(m_options->items());
-}
-
-bool WithOptionsItem::hasCustomEmoji(QHash<int, QSet<int>> &emoji) const
-{
-    return Inner::hasCustomEmoji(m_options->items(), emoji);
-}
-
-QString WithOptionsItem::getKeyword() const
-{
-    return Inner::keyword(m_options->items());
-}
-
-void WithOptionsItem::getFile(QList<QSharedPointer<FileData>> &files)
-{
-    Inner::getFile(m_options->items(), files);
-}
-
-void WithOptionsItem::getFileIdsByExistCache(QList<QString> &ids)
-{
-    Inner::getFileIdsByExistCache(m_options->items(), ids);
-}
-
-QSharedPointer<FileData> WithOptionsItem::getThumbFile()
-{
-    return Inner::getThumbFile(m_options->items());
-}
-
-void WithOptionsItem::initFileStateWithCloudDriveFile()
-{
-    Inner::initFileStateWithCloudDriveFile(m_options->items());
+    return m_options->items();
 }

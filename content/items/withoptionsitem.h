@@ -51,15 +51,8 @@ public:
     void serialize(QMap<QString, QVariant> &map) const override;
     void deserialize(const QMap<QString, QVariant> &map) override;
 
-    QMap<QString, QVariant> mentionUsers() const override;
-    QList<qint64> mentionUserIds() const override;
-    bool hasCustomEmoji(QHash<int, QSet<int>> &emoji) const override;
-    /// Title and options, a line each.
-    QString getKeyword() const override;
-    void getFile(QList<QSharedPointer<FileData>> &files) override;
-    void getFileIdsByExistCache(QList<QString> &ids) override;
-    QSharedPointer<FileData> getThumbFile() override;
-    void initFileStateWithCloudDriveFile() override;
+    /// Title and options.
+    QList<QSharedPointer<ContentItem>> innerItems() const override;
 
 Q_SIGNALS:
     void titleChanged();
