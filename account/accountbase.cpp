@@ -330,9 +330,9 @@ bool AccountBase::decrypt(QByteArray &out, const std::string &data, const QStrin
 {
     const cryptobase::SecureBytes key = m_signalStore->secureKey(keyId, version, false);
     if (key.isEmpty()) {
-        const QString text = QStringLiteral("Decrypt failed: no secure key (%1_%2)");
-        qCWarning(lcAccount).noquote() << text.arg(keyId).arg(version);
-        ImLog::error(text.arg(keyId).arg(version));
+        ImLog::error(
+            lcAccount(),
+            QStringLiteral("Decrypt failed: no secure key (%1_%2)").arg(keyId).arg(version));
         return false;
     }
     out = m_aes->decrypt(bytes(data), key, Define::comIV());
