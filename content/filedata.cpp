@@ -54,6 +54,19 @@ quint8 percentOf(qint64 done, qint64 total)
 
 } // namespace
 
+/// When a file was made and last changed, as FileData::createTime() has it.
+struct FileData::Times {
+    qint64 created = 0;
+    qint64 modified = 0;
+
+    bool areKnown() const { return created > 0 && modified > 0; }
+    bool match(const Times &recorded) const
+    {
+        const auto same = [](qint64 now, qint64 then) { return now == then || now / 1000 == then; };
+        return same(created, recorded.created) && same(modified, recorded.modified);
+    }
+};
+
 /// What the disk says of a path at one moment.
 struct FileData::DiskFile {
     explicit DiskFile(const QString &path)
@@ -80,7 +93,12 @@ struct FileData::DiskFile {
     Times times;
 };
 
-struct FileData::Transfer {
+/// What most of a hundred thousand records do not have.
+struct FileData::Extra {
+    QString extension; // only where the name does not tell
+    QByteArray iv;
+    Times times;
+    Times cacheTimes;
     qint64 done = 0;
     quint8 percent = 0;
     /// From the first byte up to the one behind the last; in order, apart from each other.
@@ -120,10 +138,17 @@ struct FileData::OwnKeys : StoredKeys {
     }
 };
 
-bool FileData::Times::match(const Times &recorded) const
+const FileData::Extra &FileData::extra() const
 {
-    const auto same = [](qint64 now, qint64 then) { return now == then || now / 1000 == then; };
-    return same(created, recorded.created) && same(modified, recorded.modified);
+    static const Extra none;
+    return m_extra ? *m_extra : none;
+}
+
+FileData::Extra &FileData::ownExtra()
+{
+    if (!m_extra)
+        m_extra = std::make_unique<Extra>();
+    return *m_extra;
 }
 
 // Life
@@ -141,13 +166,9 @@ FileData::FileData(const FileData *other) : BaseFile(other)
         return;
     const ReadLocker locker(other->m_mutex);
     m_fileName = other->m_fileName;
-    m_fileExtension = other->m_fileExtension;
-    m_iv = other->m_iv;
-    m_times = other->m_times;
-    m_cacheTimes = other->m_cacheTimes;
     m_cacheFileExist = other->m_cacheFileExist;
-    if (other->m_transfer)
-        m_transfer = std::make_unique<Transfer>(*other->m_transfer);
+    if (other->m_extra)
+        m_extra = std::make_unique<Extra>(*other->m_extra);
 }
 
 FileData::FileData(const BaseFile *base) : BaseFile(base)
@@ -156,13 +177,17 @@ FileData::FileData(const BaseFile *base) : BaseFile(base)
 }
 
 FileData::FileData(const im::content::FileInfo &info)
+    : BaseFile(Identity{text(info.id()), bytes(info.key()), bytes(info.checksum()), info.size(),
+                        info.version()}),
+      m_fileName(text(info.name()))
 {
-    update(info);
 }
 
 FileData::FileData(const im::FileInfo &info)
+    : BaseFile(
+        Identity{text(info.file_id()), bytes(info.key()), bytes(info.check_sum()), info.size()})
 {
-    update(info);
+    setIv(bytes(info.iv()));
 }
 
 FileData::~FileData()
@@ -186,7 +211,7 @@ void FileData::setFileName(const QString &fileName)
 QString FileData::fileExtension() const
 {
     const ReadLocker locker(m_mutex);
-    return m_fileExtension.isEmpty() ? extensionOf(m_fileName) : m_fileExtension;
+    return extra().extension.isEmpty() ? extensionOf(m_fileName) : extra().extension;
 }
 
 QString FileData::suffix() const
@@ -199,7 +224,9 @@ void FileData::setNameAndExtension(const QString &name, const QString &extension
     const Locker locker(this);
     const QString before = fileExtension();
     assign(m_fileName, name, NameChange);
-    m_fileExtension = extension == extensionOf(name) ? QString() : extension;
+    const QString apart = extension == extensionOf(name) ? QString() : extension;
+    if (apart != extra().extension)
+        ownExtra().extension = apart;
     if (fileExtension() != before)
         noteChange(ExtensionChange);
 }
@@ -207,12 +234,14 @@ void FileData::setNameAndExtension(const QString &name, const QString &extension
 QByteArray FileData::iv() const
 {
     const ReadLocker locker(m_mutex);
-    return m_iv;
+    return extra().iv;
 }
 
 void FileData::setIv(const QByteArray &iv)
 {
-    assign(m_iv, iv, NoChange);
+    const ReadLocker locker(m_mutex);
+    if (iv != extra().iv)
+        ownExtra().iv = iv;
 }
 
 // Stored form
@@ -225,9 +254,9 @@ void FileData::serialize(QVariantMap &map, bool thumbnail) const
     write(map, keys);
     if (!m_fileName.isEmpty() || !thumbnail)
         map.insert(keys.name, m_fileName);
-    if (!m_iv.isEmpty())
-        map.insert(keys.iv, QString::fromLatin1(m_iv.toBase64()));
-    if (m_transfer && !m_transfer->ranges.empty())
+    if (!extra().iv.isEmpty())
+        map.insert(keys.iv, QString::fromLatin1(extra().iv.toBase64()));
+    if (!extra().ranges.empty())
         map.insert(keys.downloadedRange, downloadedRange());
 }
 
@@ -256,7 +285,7 @@ void FileData::serialize(im::FileInfo *info) const
     info->set_key(aesKey().toStdString());
     info->set_check_sum(fileMd5().toStdString());
     info->set_size(size());
-    info->set_iv(m_iv.toStdString());
+    info->set_iv(extra().iv.toStdString());
 }
 
 void FileData::parse(const QVariantMap &map, ParseType type, bool all)
@@ -331,7 +360,7 @@ bool FileData::isSameRecord(const FileData &other) const
     const std::scoped_lock locker(m_mutex, other.m_mutex);
     return fileId() == other.fileId() && aesKey() == other.aesKey() && fileMd5() == other.fileMd5()
         && m_fileName == other.m_fileName && size() == other.size() && version() == other.version()
-        && m_iv == other.m_iv;
+        && extra().iv == other.extra().iv;
 }
 
 // Place
@@ -348,8 +377,8 @@ QString FileData::filePath(bool checked, bool asUrl)
 void FileData::setFilePath(const QString &path)
 {
     const Locker locker(this);
-    if (path != filePath())
-        m_times = {};
+    if (m_extra && path != filePath())
+        m_extra->times = {};
     BaseFile::setFilePath(path);
 }
 
@@ -357,7 +386,8 @@ void FileData::setCacheFilePath(const QString &path)
 {
     const Locker locker(this);
     if (path != cacheFilePath()) {
-        m_cacheTimes = {};
+        if (m_extra)
+            m_extra->cacheTimes = {};
         m_cacheFileExist = false;
     }
     BaseFile::setCacheFilePath(path);
@@ -366,7 +396,8 @@ void FileData::setCacheFilePath(const QString &path)
 void FileData::updateFilePath(const QString &path, bool downloaded, bool check)
 {
     const Locker locker(this);
-    m_times = {};
+    if (m_extra)
+        m_extra->times = {};
     setFilePath(path);
     if (check)
         recordFile();
@@ -382,11 +413,11 @@ void FileData::recordFile()
     setFileExist(file.exists);
     if (!file.exists)
         return;
-    m_times = file.times;
+    ownExtra().times = file.times;
     if (file.isRegular)
         setSize(file.size);
     if (m_fileName.isEmpty())
-        setNameAndExtension(QFileInfo(path).fileName(), m_fileExtension);
+        setNameAndExtension(QFileInfo(path).fileName(), extra().extension);
 }
 
 bool FileData::updateFile(const FileData &other)
@@ -398,9 +429,9 @@ bool FileData::updateFile(const FileData &other)
     if (fileExist() || (copy.filePath().isEmpty() && copy.cacheFilePath().isEmpty()))
         return false;
     setFilePath(copy.filePath());
-    m_times = copy.m_times;
     setCacheFilePath(copy.cacheFilePath());
-    m_cacheTimes = copy.m_cacheTimes;
+    ownExtra().times = copy.extra().times;
+    ownExtra().cacheTimes = copy.extra().cacheTimes;
     m_cacheFileExist = copy.m_cacheFileExist;
     setFileExist(copy.fileExist());
     setFileState(copy.fileState());
@@ -411,9 +442,9 @@ bool FileData::exists()
 {
     const Locker locker(this);
     const DiskFile file(filePath());
-    if (file.exists && !m_times.areKnown())
-        m_times = file.times;
-    if (file.exists && file.times.match(m_times)) {
+    if (file.exists && !extra().times.areKnown())
+        ownExtra().times = file.times;
+    if (file.exists && file.times.match(extra().times)) {
         setFileExist(true);
         return true;
     }
@@ -437,9 +468,15 @@ bool FileData::cacheFileExist()
 {
     const Locker locker(this);
     const DiskFile copy(cacheFilePath());
-    if (copy.exists && !m_cacheTimes.areKnown())
-        m_cacheTimes = copy.times;
-    m_cacheFileExist = copy.exists && copy.times.match(m_cacheTimes);
+    if (copy.exists && !extra().cacheTimes.areKnown())
+        ownExtra().cacheTimes = copy.times;
+    m_cacheFileExist = copy.exists && copy.times.match(extra().cacheTimes);
+    return m_cacheFileExist;
+}
+
+bool FileData::hasCacheFile() const
+{
+    const ReadLocker locker(m_mutex);
     return m_cacheFileExist;
 }
 
@@ -456,56 +493,49 @@ qint64 FileData::cacheFileSize() const
 qint64 FileData::createTime() const
 {
     const ReadLocker locker(m_mutex);
-    return m_times.created;
+    return extra().times.created;
 }
 
 qint64 FileData::lastModified() const
 {
     const ReadLocker locker(m_mutex);
-    return m_times.modified;
+    return extra().times.modified;
 }
 
 void FileData::setFileTimes(qint64 createTime, qint64 lastModified)
 {
     const ReadLocker locker(m_mutex);
-    m_times = {createTime, lastModified};
+    ownExtra().times = {createTime, lastModified};
 }
 
 void FileData::setCacheFileTimes(qint64 createTime, qint64 lastModified)
 {
     const ReadLocker locker(m_mutex);
-    m_cacheTimes = {createTime, lastModified};
+    ownExtra().cacheTimes = {createTime, lastModified};
 }
 
 // Transfer
 
-FileData::Transfer &FileData::transfer()
-{
-    if (!m_transfer)
-        m_transfer = std::make_unique<Transfer>();
-    return *m_transfer;
-}
-
 QString FileData::progress() const
 {
     const ReadLocker locker(m_mutex);
-    return Util::intToSizeStr(m_transfer ? m_transfer->done : 0);
+    return Util::intToSizeStr(extra().done);
 }
 
 quint8 FileData::percent() const
 {
     const ReadLocker locker(m_mutex);
-    return m_transfer ? m_transfer->percent : 0;
+    return extra().percent;
 }
 
 void FileData::updateTransferProgress(double done, double total)
 {
     const Locker locker(this);
     const QString before = progress();
-    transfer().done = byteCount(done);
+    ownExtra().done = byteCount(done);
     if (progress() != before)
         noteChange(ProgressChange);
-    assign(transfer().percent, percentOf(byteCount(done), byteCount(total)), PercentChange);
+    assign(ownExtra().percent, percentOf(byteCount(done), byteCount(total)), PercentChange);
 }
 
 void FileData::resetTransferProgerss()
@@ -513,16 +543,13 @@ void FileData::resetTransferProgerss()
     const Locker locker(this);
     updateTransferProgress(0, 0);
     setDownloadedRange({});
-    m_transfer.reset();
 }
 
 QList<QVariant> FileData::downloadedRange() const
 {
     const ReadLocker locker(m_mutex);
     QList<QVariant> list;
-    if (!m_transfer)
-        return list;
-    for (const auto &[from, to] : m_transfer->ranges)
+    for (const auto &[from, to] : extra().ranges)
         list.append(QVariantMap{{QStringLiteral("from"), from}, {QStringLiteral("to"), to}});
     return list;
 }
@@ -541,7 +568,7 @@ void FileData::setDownloadedRange(const QList<QVariant> &ranges)
 void FileData::addDownloadedRange(qint64 from, qint64 to)
 {
     const Locker locker(this);
-    std::vector<Range> wanted = transfer().ranges;
+    std::vector<Range> wanted = extra().ranges;
     wanted.emplace_back(from, to);
     takeRanges(std::move(wanted));
 }
@@ -559,7 +586,7 @@ void FileData::takeRanges(std::vector<Range> &&ranges)
             joined.push_back(range);
     }
     const Locker locker(this);
-    assign(transfer().ranges, joined, RangeChange);
+    assign(ownExtra().ranges, joined, RangeChange);
 }
 
 // Use

@@ -120,6 +120,8 @@ public:
     Q_INVOKABLE bool exists();
     /// The same check of the cached copy. The first look at a copy records its times.
     bool cacheFileExist();
+    /// What the last cacheFileExist() found; does not touch the disk.
+    bool hasCacheFile() const;
     /// Bytes on the disk at this moment; 0 when there is no regular file.
     qint64 fileSize() const;
     qint64 cacheFileSize() const;
@@ -180,7 +182,8 @@ protected:
 
 private:
     struct DiskFile;
-    struct Transfer;
+    struct Extra;
+    struct Times;
     struct OwnKeys;
     using Range = std::pair<qint64, qint64>;
 
@@ -192,27 +195,15 @@ private:
         RangeChange = FirstOwnChange << 4,
     };
 
-    /// When a file was made and last changed; below 1: not known.
-    struct Times {
-        qint64 created = 0;
-        qint64 modified = 0;
-
-        bool areKnown() const { return created > 0 && modified > 0; }
-        bool match(const Times &recorded) const;
-    };
-
     void parse(const QVariantMap &map, ParseType type, bool all);
     void setNameAndExtension(const QString &name, const QString &extension);
     void recordFile();
-    Transfer &transfer();
+    const Extra &extra() const;
+    Extra &ownExtra();
     void takeRanges(std::vector<Range> &&ranges);
 
     QString m_fileName;
-    QString m_fileExtension; // only where the name does not tell
-    QByteArray m_iv;
-    Times m_times;
-    Times m_cacheTimes;
-    std::unique_ptr<Transfer> m_transfer; // null until there is one to tell of
+    std::unique_ptr<Extra> m_extra; // null until there is something in it
     int m_useCount = 0;
     bool m_cacheFileExist = false;
 };

@@ -24,14 +24,9 @@ QByteArray bytes(const std::string &bytes)
 
 } // namespace
 
-PhotoData::PhotoData(const BaseFile *base) : BaseFile(base)
+PhotoData::PhotoData(const QVariantMap &map, const BaseFile *base) : BaseFile(base)
 {
-    // The shared pointers own the record, whatever QML does with it.
-    QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
-}
-
-PhotoData::PhotoData(const QVariantMap &map, const BaseFile *base) : PhotoData(base)
-{
+    keepFromQml();
     StoredKeys keys = sourceKeys();
     for (const auto &[key, own] : {std::pair(&keys.id, QStringLiteral("photoId")),
                                    std::pair(&keys.path, QStringLiteral("photoPath"))}) {
@@ -46,29 +41,26 @@ PhotoData::PhotoData(const QVariantMap &map, const BaseFile *base) : PhotoData(b
     }
 }
 
-PhotoData::PhotoData(const im::content::FileInfo &info) : PhotoData(nullptr)
+PhotoData::PhotoData(const im::content::FileInfo &info)
+    : BaseFile(Identity{QString::fromStdString(info.id()), bytes(info.key()),
+                        bytes(info.checksum()), info.size(), info.version()}),
+      m_type(extensionOf(QString::fromStdString(info.name())))
 {
-    setFileId(QString::fromStdString(info.id()));
-    setAesKey(bytes(info.key()));
-    setFileMd5(bytes(info.checksum()));
-    setSize(info.size());
-    setVersion(info.version());
-    m_type = extensionOf(QString::fromStdString(info.name()));
+    keepFromQml();
 }
 
-PhotoData::PhotoData(const im::Photo &photo) : PhotoData(nullptr)
+PhotoData::PhotoData(const im::Photo &photo)
+    : BaseFile(Identity{QString::fromStdString(photo.file_id()), bytes(photo.key()),
+                        bytes(photo.checksum()), photo.size()}),
+      m_type(QString::fromStdString(photo.type())), m_encryptAlgorithm(photo.encrypt_algorithm())
 {
-    setFileId(QString::fromStdString(photo.file_id()));
-    setAesKey(bytes(photo.key()));
-    setFileMd5(bytes(photo.checksum()));
-    setSize(photo.size());
-    m_type = QString::fromStdString(photo.type());
-    m_encryptAlgorithm = photo.encrypt_algorithm();
+    keepFromQml();
     checkFilePath();
 }
 
-PhotoData::PhotoData(const QString &path) : PhotoData(nullptr)
+PhotoData::PhotoData(const QString &path)
 {
+    keepFromQml();
     const QString file = Util::toLocalFile(path);
     setAesKey(CryptoAES::createKey(keySize));
     setFilePath(file);
@@ -79,6 +71,12 @@ PhotoData::PhotoData(const QString &path) : PhotoData(nullptr)
 }
 
 PhotoData::~PhotoData() = default;
+
+void PhotoData::keepFromQml()
+{
+    // The shared pointers own the record, whatever QML does with it.
+    QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
+}
 
 QString PhotoData::fileName() const
 {

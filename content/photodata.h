@@ -59,7 +59,7 @@ protected:
 private:
     enum OwnChange : quint16 { PercentChange = FirstOwnChange };
 
-    explicit PhotoData(const BaseFile *base);
+    void keepFromQml();
 
     QString m_type; // set by constructors only; as the protocol has it
     qint32 m_encryptAlgorithm = 0;

@@ -14,6 +14,8 @@ StickerData::StickerData(const StickerData *other) : FileData(other)
     m_height = other->m_height;
 }
 
+StickerData::StickerData(const FileData *file) : FileData(file) { }
+
 StickerData::StickerData(const BaseFile *base) : FileData(base) { }
 
 StickerData::StickerData(const im::content::FileInfo &info) : FileData(info) { }

@@ -18,6 +18,7 @@ class MODELBASE_EXPORT StickerData : public FileData
 public:
     StickerData();
     explicit StickerData(const StickerData *other);
+    explicit StickerData(const FileData *file);
     explicit StickerData(const BaseFile *base);
     /// Size and format of a static sticker stand beside its file record, and are set by the caller.
     explicit StickerData(const im::content::FileInfo &info);

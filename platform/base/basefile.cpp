@@ -40,6 +40,12 @@ BaseFile::BaseFile(QObject *parent) : QObject(parent) { }
 
 BaseFile::BaseFile(const QString &fileId, int fileType) : m_fileId(fileId), m_fileType(fileType) { }
 
+BaseFile::BaseFile(Identity &&identity)
+    : m_fileId(std::move(identity.id)), m_aesKey(std::move(identity.aesKey)),
+      m_fileMd5(std::move(identity.md5)), m_size(identity.size), m_version(identity.version)
+{
+}
+
 BaseFile::BaseFile(const BaseFile *other)
 {
     if (!other)

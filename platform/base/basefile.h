@@ -100,6 +100,10 @@ public:
     /// where they are not the defaults "version", "fileState" and "cachePath".
     virtual void serialize(QVariantMap &map) const;
 
+    /// The bytes of a stored Base64 text. What is none is refused as a whole: no bytes, and a log
+    /// line that names the key of the map it stood under.
+    static QByteArray bytesOf(const QVariant &base64, const QString &key);
+
 Q_SIGNALS:
     void fileIdChanged(const QString &fileId);
     void filePathChanged(const QString &filePath);
@@ -117,6 +121,17 @@ protected:
         ExistChange = 16,
         FirstOwnChange = 32, ///< where the flags of a subclass begin
     };
+
+    /// What a protocol record says of a file.
+    struct Identity {
+        QString id;
+        QByteArray aesKey;
+        QByteArray md5;
+        qint64 size = 0;
+        qint32 version = 0;
+    };
+    /// Sets everything at once, without locks and signals.
+    explicit BaseFile(Identity &&identity);
 
     /// Holds the record's mutex. The last one that a thread lets go of has the signals of all
     /// changes emitted, outside the mutex.
@@ -158,8 +173,6 @@ protected:
     /// Reads what every kind of record has, except paths; with `all` false a key that is not in
     /// the map leaves its field alone. What is no Base64 is refused as a whole, with a log line.
     void read(const QVariantMap &map, const StoredKeys &keys, bool all);
-    /// The bytes of a stored Base64 text; none, with a log line that names the key, when it is not.
-    static QByteArray bytesOf(const QVariant &base64, const QString &key);
     /// A stored number, whatever type it came back as; one beyond 64 bits saturates.
     static qint64 storedNumber(const QVariant &value);
 
