@@ -1,6 +1,7 @@
 #pragma once
 
 #include "modelbase_export.h"
+#include "modelbase_qml.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -44,6 +45,7 @@ class UserStorageProvider;
 class MODELBASE_EXPORT AccountBase : public QObject
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_MOC_INCLUDE("account/accountdevicemodel.h")
     Q_MOC_INCLUDE("settings/accountsettingmodel.h")
     Q_PROPERTY(bool authorized READ authorized NOTIFY authorizedChanged)

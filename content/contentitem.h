@@ -3,6 +3,7 @@
 #include "base/usertextblock.h"
 #include "content/messagebase.h"
 #include "modelbase_export.h"
+#include "modelbase_qml.h"
 
 #include <QEnableSharedFromThis>
 #include <QHash>
@@ -39,6 +40,7 @@ class TextEntity;
 class MODELBASE_EXPORT ContentItem : public QObject, public QEnableSharedFromThis<ContentItem>
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(qint32 type READ type NOTIFY typeChanged)
     Q_PROPERTY(QString content READ content NOTIFY contentChanged)
     Q_PROPERTY(QVariant textEntity READ textEntityVariant NOTIFY textEntityChanged)
