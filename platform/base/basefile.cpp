@@ -279,9 +279,7 @@ QByteArray BaseFile::bytesOf(const QVariant &base64, const QString &key)
         base64.toByteArray(), QByteArray::Base64Encoding | QByteArray::AbortOnBase64DecodingErrors);
     if (decoded)
         return *decoded;
-    const QString line = QStringLiteral("A stored file: \"%1\" is no Base64, refused").arg(key);
-    qCWarning(lcFile).noquote() << line;
-    ImLog::error(line);
+    ImLog::error(lcFile(), QStringLiteral("A stored file: \"%1\" is no Base64, refused").arg(key));
     return {};
 }
 
