@@ -4,6 +4,8 @@
 #include "base/usertextblock.h"
 #include "content/contentfactory.h"
 #include "content/contentitem.h"
+#include "content/sharedstickers.h"
+#include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 #include "support/comparison.h"
 
@@ -14,6 +16,7 @@
 
 #include <malloc.h>
 
+#include <tuple>
 #include <vector>
 
 namespace
@@ -282,11 +285,131 @@ void addMemoryRow()
         });
 }
 
+using Make = QSharedPointer<ContentItem> (*)(const std::string &bytes);
+
+QSharedPointer<ContentItem> makeItem(const std::string &bytes)
+{
+    return makeContentItem(bytes, 2, 1, nullptr);
+}
+
+/// By the default sticker provider, whose items live as long as somebody holds them.
+QSharedPointer<ContentItem> makeSticker(const std::string &bytes)
+{
+    static SharedStickers stickers;
+    im::content::Content content;
+    return content.ParseFromString(bytes) ? stickers.sticker(content)
+                                          : QSharedPointer<ContentItem>();
+}
+
+/// @param take the floor: the values that a user takes out of the parsed record by hand
+template <typename Take>
+void addBodyRow(const char *kind, const im::content::Content &content, Make make, Take take)
+{
+    const std::string bytes = content.SerializeAsString();
+    comparison::add(
+        std::string("makeContentItem from protocol bytes, ") + kind, 2.0,
+        [bytes, make](benchmark::State &state) {
+            for (auto _ : state)
+                benchmark::DoNotOptimize(make(bytes));
+        },
+        [bytes, take](benchmark::State &state) {
+            for (auto _ : state) {
+                im::content::Content parsed;
+                if (!parsed.ParseFromString(bytes))
+                    state.SkipWithError("no content");
+                const auto object = QSharedPointer<QObject>::create();
+                benchmark::DoNotOptimize(object.data());
+                auto values = take(parsed);
+                benchmark::DoNotOptimize(values);
+            }
+        });
+}
+
+void addCardKindRows()
+{
+    using im::content::Content;
+    const auto words = [](const std::string &from) { return QString::fromStdString(from); };
+    const auto raw = [](const std::string &from) { return QByteArray::fromStdString(from); };
+
+    Content call;
+    call.mutable_call()->set_call_state(im::Message::FINISHED);
+    call.mutable_call()->set_call_id("5f2b7c0e9d41a8f36b1c7e20");
+    call.mutable_call()->set_duration(754);
+    addBodyRow("call", call, makeItem, [=](const Content &content) {
+        return std::tuple(words(content.call().call_id()), content.call().duration());
+    });
+
+    Content meeting;
+    meeting.mutable_meeting_invite()->set_key(std::string(32, 'k'));
+    meeting.mutable_meeting_invite()->set_nonce("9d41a8f36b1c7e20");
+    addBodyRow("meeting", meeting, makeItem, [=](const Content &content) {
+        return std::tuple(raw(content.meeting_invite().key()),
+                          words(content.meeting_invite().nonce()));
+    });
+
+    Content card;
+    card.mutable_card()->set_nickname("Amira Nassar");
+    card.mutable_card()->set_im_id("amira_n");
+    card.mutable_card()->set_user_id(4711);
+    auto *photo = card.mutable_card()->mutable_avatar_thumb();
+    photo->set_id("5f2b7c0e9d41a8f36b1c7e20-0421");
+    photo->set_key(std::string(32, 'k'));
+    photo->set_checksum(std::string(16, 'c'));
+    photo->set_size(23'456);
+    addBodyRow("card", card, makeItem, [=](const Content &content) {
+        const auto &body = content.card();
+        return std::tuple(words(body.nickname()), words(body.im_id()),
+                          words(body.avatar_thumb().id()), raw(body.avatar_thumb().key()),
+                          raw(body.avatar_thumb().checksum()));
+    });
+
+    Content system;
+    auto *alert = system.mutable_system_alert();
+    alert->set_type(im::content::SystemAlert::MEMBER_JOINED);
+    alert->mutable_operator_()->set_user_id(4711);
+    alert->mutable_operator_()->set_name("Amira Nassar");
+    for (const char *name : {"Mia Berg", "Jonas Lindqvist", "Li Wei"}) {
+        alert->add_targets()->set_name(name);
+        alert->mutable_targets()->rbegin()->set_user_id(4800);
+    }
+    addBodyRow("system alert", system, makeItem, [=](const Content &content) {
+        const auto &body = content.system_alert();
+        QList<std::pair<int, QString>> users{
+            {body.operator_().user_id(), words(body.operator_().name())}};
+        for (const auto &target : body.targets())
+            users.append({target.user_id(), words(target.name())});
+        return users;
+    });
+
+    Content sticker;
+    sticker.mutable_sticker()->set_shortcut("👋");
+    sticker.mutable_sticker()->set_width(512);
+    sticker.mutable_sticker()->set_height(512);
+    sticker.mutable_sticker()->set_pid(12);
+    auto *file = sticker.mutable_sticker()->mutable_sticker_file();
+    file->set_id("5f2b7c0e9d41a8f36b1c7e20-0422");
+    file->set_key(std::string(32, 'k'));
+    file->set_checksum(std::string(16, 'c'));
+    file->set_size(34'567);
+    const auto takeSticker = [=](const Content &content) {
+        const auto &body = content.sticker();
+        return std::tuple(words(body.shortcut()), words(body.hint()),
+                          words(body.sticker_file().id()), raw(body.sticker_file().key()),
+                          raw(body.sticker_file().checksum()));
+    };
+    addBodyRow("new sticker", sticker, makeSticker, takeSticker);
+    // Another one that stays in some message.
+    file->set_id("5f2b7c0e9d41a8f36b1c7e20-0423");
+    static const auto held = makeSticker(sticker.SerializeAsString());
+    addBodyRow("shared sticker", sticker, makeSticker, takeSticker);
+}
+
 void addRows()
 {
     addFactoryRows();
     addFileKindRows();
     addMemoryRow();
+    addCardKindRows();
 }
 
 } // namespace

@@ -224,6 +224,7 @@ Q_SIGNALS:
 protected:
     void setType(qint32 type);
     void setLineCount(int lineCount);
+    bool hasRemainder() const { return m_remainder != nullptr; }
     /// Begins a record of the item: with what it kept of the record that it was made from. A kind
     /// then writes its fields over that.
     void startRecord(im::content::Content *content) const;

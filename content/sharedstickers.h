@@ -30,7 +30,7 @@ public:
     qsizetype entryCount() const { return m_items.size(); }
 
 private:
-    void share(const QString &fileId, const QSharedPointer<StickerItem> &item);
+    QWeakPointer<StickerItem> &entryOf(const QString &fileId);
 
     QHash<QString, QWeakPointer<StickerItem>> m_items;
     qsizetype m_purgeAt = 64; // entries at which to look for dead ones next

@@ -250,6 +250,45 @@ QSharedPointer<File> merged(const QSharedPointer<File> &held, const QSharedPoint
     return incoming;
 }
 
+// Comparisons with the protocol's records, which take over nothing.
+
+bool areSame(const QString &a, const std::string &b)
+{
+    return QAnyStringView::equal(a, QUtf8StringView(b.data(), qsizetype(b.size())));
+}
+
+bool areSame(const QByteArray &a, const std::string &b)
+{
+    return QByteArrayView(a) == QByteArrayView(b.data(), qsizetype(b.size()));
+}
+
+bool areSame(const FileData *file, const im::content::FileInfo &info)
+{
+    if (!file)
+        return info.id().empty();
+    return areSame(file->fileId(), info.id()) && areSame(file->aesKey(), info.key())
+        && areSame(file->fileMd5(), info.checksum()) && areSame(file->fileName(), info.name())
+        && file->size() == info.size() && file->version() == info.version();
+}
+
+bool areSame(const StickerData *file, const im::AnimatedSticker &animated)
+{
+    const im::FileInfo &info = animated.file();
+    if (!file)
+        return info.file_id().empty();
+    return areSame(file->fileId(), info.file_id()) && areSame(file->aesKey(), info.key())
+        && areSame(file->fileMd5(), info.check_sum()) && areSame(file->iv(), info.iv())
+        && areSame(file->format(), animated.file_type()) && file->size() == info.size()
+        && file->width() == animated.width() && file->height() == animated.height();
+}
+
+bool areSame(const StickerItem::Thumbnail &thumbnail, const im::content::FileThumb &thumb)
+{
+    return areSame(thumbnail.file.data(), thumb.thumb_file())
+        && areSame(thumbnail.bytes, thumb.thumb_nail()) && thumbnail.w == thumb.width()
+        && thumbnail.h == thumb.height();
+}
+
 QSharedPointer<StickerData> copyOf(const QSharedPointer<StickerData> &file)
 {
     return file ? FilePointer::create(file.data()) : FilePointer();
@@ -503,6 +542,15 @@ void StickerItem::deserialize(const im::content::Sticker &sticker)
     fields.uploadUserId = m_uploadUserId; // only favourites know
     Changes changes(this);
     take(changes, std::move(fields));
+}
+
+bool StickerItem::says(const im::content::Sticker &sticker) const
+{
+    return !hasRemainder() && areSame(m_shortcut, sticker.shortcut())
+        && areSame(m_hint, sticker.hint()) && m_w == sticker.width() && m_h == sticker.height()
+        && areSame(m_file.data(), sticker.sticker_file())
+        && areSame(m_animatedFile.data(), sticker.animated_file())
+        && areSame(m_thumbnail, sticker.thumb());
 }
 
 void StickerItem::setContent(const im::content::Content &content)

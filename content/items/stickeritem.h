@@ -99,6 +99,9 @@ public:
     void deserializeFavorite(const Map &map);
     using ContentItem::setContent;
     void setContent(const im::content::Content &content) override;
+    /// True when the item says what the record says, and nothing else; whatever their pack ids are.
+    /// The record is one that a StickerItem holds without a remainder.
+    bool says(const im::content::Sticker &sticker) const;
 
     /// Shortcut and hint.
     QString getKeyword() const override;
