@@ -137,7 +137,8 @@ bool InnerContent::read(const QVariant &value, int source, AccountBase *account)
             return true;
         }
     }
-    m_value = value;
+    // What is no map at all is no content, but has its place.
+    m_value = map.isEmpty() ? QVariant() : value;
     return true;
 }
 
@@ -227,7 +228,9 @@ bool TitledOptions::read(const QMap<QString, QVariant> &map)
         return content.read(stored, m_source, m_account);
     };
     const auto stored = map.constFind(titleKey());
-    const bool titleChanged = stored != map.constEnd() ? readOne(title, *stored) : title.clear();
+    const bool hasTitle = stored != map.constEnd()
+        && (stored->canConvert<QVariantMap>() || stored->metaType().id() == QMetaType::QString);
+    const bool titleChanged = hasTitle ? readOne(title, *stored) : title.clear();
     return readList(options, map.value(optionsKey()).toList(), readOne) || titleChanged;
 }
 

@@ -101,8 +101,8 @@ Mosaic::Layout Mosaic::layOut(const QList<QSize> &natural, int width, int greate
     const int needed = (count + rowsAtMost - 1) / rowsAtMost;
     const int most = std::clamp(std::max(usualCells, needed), 1, fitting);
     const double wanted = width / (count <= 4 ? 2.0 : 3.0);
-    // At their usual size the rows of many pictures are too high: they want less each.
-    const double fair = double(greatestHeight) * std::min(most, count) / count;
+    // The height at which the pictures, whole, cover no more than all the room there is.
+    const double fair = std::sqrt(double(width) * greatestHeight / sum(ratios));
     QList<int> rows =
         divide(ratios, width, std::max<double>(leastSide, std::min(wanted, fair)), most);
     if (rows.size() - 1 > rowsAtMost) {

@@ -198,13 +198,13 @@ QVariantList PollItem::optionVariants() const
 
 int PollItem::optionCount() const
 {
-    return m_info->options_count() > 0 ? m_info->options_count() : int(m_options->options.size());
+    const auto options = m_options->options.size();
+    return options > 0 ? int(options) : m_info->options_count();
 }
 
 int PollItem::optionLimit() const
 {
-    const auto options = m_options->options.size();
-    return int(std::min<qsizetype>(options > 0 ? options : m_info->options_count(), maxOptions));
+    return std::min(optionCount(), maxOptions);
 }
 
 void PollItem::setTitleItem(const QSharedPointer<ContentItem> &title)

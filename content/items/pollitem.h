@@ -92,7 +92,7 @@ public:
     /// several), rounded by the largest remainder method: the percentages add up to 100 exactly, or
     /// are all 0 while nobody has voted. Of equal remainders the earlier option is rounded up.
     QList<PollOption> options() const;
-    /// As the poll's settings say; without settings, how many options there are.
+    /// How many options there are; without any, how many the poll's settings speak of.
     int optionCount() const;
     /// The key that the comment is encrypted with; 32 bytes, empty when there is none.
     const QByteArray &aesKey() const { return m_key; }
