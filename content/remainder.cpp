@@ -26,11 +26,9 @@ using google::protobuf::Message;
 using google::protobuf::Reflection;
 using google::protobuf::util::MessageDifferencer;
 
-template <typename Record>
-bool hasUnknownFields(const Record &record)
+bool hasUnknownFields(const Message &record)
 {
-    // Of the record's own type: by reflection it would take longer than the rest of the check.
-    return !record.unknown_fields().empty();
+    return !record.GetReflection()->GetUnknownFields(record).empty();
 }
 
 bool mayExist(const im::content::TextEntity &entity)
