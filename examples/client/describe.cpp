@@ -258,8 +258,8 @@ QStringList buttons(const ContentItem &item)
     for (const QVariant &row : item.buttons()) {
         QStringList labels;
         for (const QVariant &button : row.toList())
-            labels.append(
-                QStringLiteral("[%1]").arg(button.toMap().value(QStringLiteral("text")).toString()));
+            labels.append(QStringLiteral("[%1]").arg(
+                button.toMap().value(QStringLiteral("text")).toString()));
         lines.append(labels.join(u' '));
     }
     return lines;
