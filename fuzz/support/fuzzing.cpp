@@ -29,6 +29,12 @@ QString fuzzing::text(QByteArrayView input)
     return text;
 }
 
+/// What the libraries below Qt keep for as long as the process lives.
+extern "C" const char *__lsan_default_suppressions()
+{
+    return "leak:libfontconfig.so\nleak:libfreetype.so\nleak:libQt6Gui.so\n";
+}
+
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
