@@ -130,8 +130,11 @@ ItemPointer deserializeContent(const im::content::Content &content, int source,
 {
     // The number of the body's field is the content type.
     const int type = content.data_case();
-    if (const Kind *row = findKind(type))
-        return row->fromRecord(content, source, account);
+    if (const Kind *row = findKind(type)) {
+        const ItemPointer item = row->fromRecord(content, source, account);
+        item->keepRemainder(content);
+        return item;
+    }
     if (StickerProvider *provider = stickerProvider(account);
         provider && type == ContentItem::Sticker)
         return provider->sticker(content);

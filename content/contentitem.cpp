@@ -5,6 +5,7 @@
 #include "base/json.h"
 #include "base/util.h"
 #include "content/modelbaseutil.h"
+#include "content/remainder_p.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 #include "settings/appsettingmodel.h"
@@ -55,6 +56,11 @@ bool isFoldable(const UserTextBlock &block)
     return block.type == TextEntityType::CodeBlock || block.type == TextEntityType::Quoted;
 }
 
+QString remainderKey()
+{
+    return QStringLiteral("rest");
+}
+
 bool isLink(const UserTextBlock &block)
 {
     return block.type == TextEntityType::Url || block.type == TextEntityType::Hyperlink;
@@ -88,6 +94,8 @@ ContentItem::ContentItem(const QMap<QString, QVariant> &map, int source, Account
         for (UserTextBlock &block : m_textEntity)
             block.disablePreview |= isLink(block);
     }
+    if (const auto rest = map.constFind(remainderKey()); rest != map.constEnd())
+        m_remainder = Remainder::fromVariant(*rest, m_type);
 }
 
 ContentItem::ContentItem(const im::content::Content &content, int source, AccountBase *account)
@@ -103,6 +111,8 @@ ContentItem::ContentItem(const ContentItem *other) : ContentItem(1, nullptr)
     m_type = other->m_type;
     m_content = other->m_content;
     m_textEntity = other->m_textEntity;
+    if (other->m_remainder)
+        m_remainder = std::make_unique<im::content::Content>(*other->m_remainder);
 }
 
 ContentItem::~ContentItem() = default;
@@ -134,6 +144,8 @@ void ContentItem::serialize(QMap<QString, QVariant> &map) const
     }
     if (m_effect > 0)
         map.insert(QStringLiteral("effect"), m_effect);
+    if (m_remainder)
+        map.insert(remainderKey(), Remainder::toVariant(*m_remainder));
 }
 
 void ContentItem::deserialize(const QMap<QString, QVariant> &map)
@@ -141,6 +153,7 @@ void ContentItem::deserialize(const QMap<QString, QVariant> &map)
     update(map.value(QStringLiteral("content")).toString(),
            deserializeEnities(map.value(QStringLiteral("entity")).toList()),
            map.value(QStringLiteral("effect")).toInt());
+    setRemainder(Remainder::fromVariant(map.value(remainderKey()), m_type));
 }
 
 QList<QVariant> ContentItem::serializeEntities() const
@@ -181,16 +194,35 @@ UserTextBlocks ContentItem::deserializeEnities(const QList<QVariant> &list) cons
 
 void ContentItem::serialize(im::content::Content *content) const
 {
-    serializeText(content->mutable_text());
+    startRecord(content);
+    writeText(content->mutable_text());
+}
+
+void ContentItem::startRecord(im::content::Content *content) const
+{
+    if (m_remainder)
+        *content = *m_remainder;
+    else
+        content->Clear();
 }
 
 void ContentItem::serializeText(im::content::Text *record) const
 {
+    record->Clear();
+    writeText(record);
+}
+
+void ContentItem::writeText(im::content::Text *record) const
+{
     record->set_text(m_content.toStdString());
-    record->clear_textentity();
-    for (const UserTextBlock &block : m_textEntity)
-        serializeEntity(record->add_textentity(), block);
     record->set_effect(m_effect);
+    if (record->textentity_size() != m_textEntity.size()) {
+        record->clear_textentity();
+        for (qsizetype i = 0; i < m_textEntity.size(); ++i)
+            record->add_textentity();
+    }
+    for (qsizetype i = 0; i < m_textEntity.size(); ++i)
+        serializeEntity(record->mutable_textentity(int(i)), m_textEntity.at(i));
 }
 
 void ContentItem::serializeEntity(im::content::TextEntity *entity, const UserTextBlock &block) const
@@ -216,13 +248,15 @@ void ContentItem::serializeEntity(im::content::TextEntity *entity, const UserTex
         entity->set_custom_emoji_id(wireId(data.value(QStringLiteral("emoji_id"))));
         break;
     }
-    case TextEntityType::CodeBlock:
-    case TextEntityType::Quoted: {
+    case TextEntityType::CodeBlock: {
         const QVariantMap data = block.data.toMap();
-        entity->set_collapsed(data.value(QStringLiteral("collapsed")).toBool());
         entity->set_code_lang(data.value(QStringLiteral("lang")).toString().toStdString());
+        entity->set_collapsed(data.value(QStringLiteral("collapsed")).toBool());
         break;
     }
+    case TextEntityType::Quoted:
+        entity->set_collapsed(block.data.toMap().value(QStringLiteral("collapsed")).toBool());
+        break;
     default:
         break;
     }
@@ -235,7 +269,12 @@ void ContentItem::setContent(const im::content::Content &content)
                 int(content.data_case()));
         return;
     }
-    const im::content::Text &record = content.text();
+    updateText(content.text());
+    keepRemainder(content);
+}
+
+void ContentItem::updateText(const im::content::Text &record)
+{
     UserTextBlocks blocks;
     blocks.reserve(record.textentity_size());
     for (const im::content::TextEntity &entity : record.textentity())
@@ -285,6 +324,37 @@ UserTextBlock ContentItem::deserializeEntity(const im::content::TextEntity &enti
     return block;
 }
 
+void ContentItem::keepRemainder(const im::content::Content &content)
+{
+    setRemainder(nullptr);
+    if (!Remainder::mayExist(content))
+        return;
+    im::content::Content written;
+    serialize(&written);
+    setRemainder(Remainder::between(content, written));
+}
+
+void ContentItem::setRemainder(std::unique_ptr<im::content::Content> remainder)
+{
+    const auto buttonBytes = [](const im::content::Content *record) {
+        std::string bytes;
+        for (int i = 0; record && i < record->buttons_size(); ++i)
+            record->buttons(i).AppendToString(&bytes);
+        return bytes;
+    };
+    if (!m_remainder && !remainder)
+        return;
+    const std::string before = buttonBytes(m_remainder.get());
+    m_remainder = std::move(remainder);
+    if (buttonBytes(m_remainder.get()) != before)
+        Q_EMIT buttonsChanged();
+}
+
+QVariantList ContentItem::buttons() const
+{
+    return Remainder::buttons(m_remainder.get());
+}
+
 void ContentItem::serializeMetions(im::Message &message) const
 {
     for (qint64 id : mentionUserIds())
@@ -306,8 +376,10 @@ void ContentItem::update(const QString &content, const UserTextBlocks &blocks, q
     const bool blocksChanged = blocks != m_textEntity;
     const bool textChanged = content != m_content;
     const bool effectIsNew = effect != m_effect;
-    if (blocksChanged)
+    if (blocksChanged) {
         m_textEntity = blocks;
+        Remainder::forgetEntities(m_remainder);
+    }
     if (textChanged)
         m_content = content;
     m_effect = effect;
@@ -461,10 +533,9 @@ QSize ContentItem::calcContentSize(int &lineCount, int maxWidth, int maxRowCount
     setIsGame(game);
     setLineCount(lineCount);
     setEmojiCount(qint16(count));
-    if (count >= 1)
-        setType(game ? EmojiGame : largeEmoji ? LargeEmojiText : Text);
-    else if (isTextMsg())
-        setType(Text);
+    // A caption of emoji alone does not make a text of its item.
+    if (isTextMsg())
+        setType(game ? EmojiGame : largeEmoji && count >= 1 ? LargeEmojiText : Text);
     return size;
 }
 

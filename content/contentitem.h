@@ -13,6 +13,8 @@
 #include <QSize>
 #include <QVariant>
 
+#include <memory>
+
 class AccountBase;
 class FileData;
 
@@ -51,16 +53,35 @@ class MODELBASE_EXPORT ContentItem : public QObject, public QEnableSharedFromThi
     Q_PROPERTY(qint16 contentWidthInThread READ contentWidthInThread WRITE setContentWidthInThread
                    NOTIFY contentWidthInThreadChanged)
     Q_PROPERTY(qint32 effect READ effect NOTIFY effectChanged)
+    Q_PROPERTY(QVariantList buttons READ buttons NOTIFY buttonsChanged)
 
 public:
-    /// Content type codes that this class itself knows; all others stand in ModelBaseUtil.
+    /// Content type codes. Those up to 14 are the numbers of the protocol's kinds of body.
     enum Type : qint32 {
         Text = 1,
+        Image = 2,
+        Voice = 3,
+        Music = 4,
+        Video = 5,
+        File = 6,
         Sticker = 7,
+        Card = 8,
+        Location = 9,
         System = 10,
+        Call = 11,
+        Meeting = 12,
+        Poll = 13,
+        Lottery = 14,
+        Combined = 15,
+        Folder = 500,
+        MediaGroup = 501,
+        FileGroup = 502,
         LargeEmojiText = 503, ///< in memory only: a text of few emoji, shown large
         EmojiGame = 504,      ///< in memory only: a text of one game emoji
+        InvalidLottery = 2008,
+        InvalidPoll = 2009,
     };
+    Q_ENUM(Type)
 
     /// Why a size is asked for again.
     enum CalcSizeReason {
@@ -80,7 +101,7 @@ public:
     ContentItem(const im::content::Content &content, int source, AccountBase *account);
     /// An empty text.
     ContentItem(int source, AccountBase *account);
-    /// A copy of type, text and entities; not of measured sizes.
+    /// A copy of type, text, entities and buttons; not of measured sizes.
     explicit ContentItem(const ContentItem *other);
     ~ContentItem() override;
 
@@ -98,6 +119,9 @@ public:
     qint16 contentWidthInThread() const { return m_contentWidthInThread; }
     qint32 effect() const { return m_effect; }
     int source() const { return m_source; }
+    /// The rows of buttons below a message: lists of maps {"id", "text"} with "url" (a link to open)
+    /// or "callbackData" (bytes to send back when it is pressed).
+    QVariantList buttons() const;
     /// The hidden ranges of the text: maps {"from": int, "len": int}, clamped to the text.
     QVariantList spoilers() const;
 
@@ -114,7 +138,7 @@ public:
 
     /// Writes the stored form into `map`.
     virtual void serialize(QMap<QString, QVariant> &map) const;
-    /// Writes the body for sending.
+    /// Writes the body for sending. Replaces what the record held.
     virtual void serialize(im::content::Content *content) const;
     /// Updates from the stored form. Reads the entities from "entity" (a list of maps) only.
     virtual void deserialize(const QMap<QString, QVariant> &map);
@@ -125,6 +149,9 @@ public:
     UserTextBlocks deserializeEnities(const QList<QVariant> &list) const;
     UserTextBlock deserializeEntity(const im::content::TextEntity &entity) const;
     void deserializeText(const im::content::Text &text);
+    /// Keeps what the record carries beside the item's own fields, for serialize() to give back.
+    /// The factory does it for a new item, setContent() for an updated one.
+    void keepRemainder(const im::content::Content &content);
     QList<QVariant> serializeEntities() const;
     void serializeEntity(im::content::TextEntity *entity, const UserTextBlock &block) const;
     void serializeText(im::content::Text *text) const;
@@ -183,9 +210,24 @@ Q_SIGNALS:
     void contentHeightInThreadChanged();
     void contentWidthInThreadChanged();
     void effectChanged();
+    void buttonsChanged();
 
 protected:
     void setType(qint32 type);
+    /// Begins a record of the item: with what it kept of the record that it was made from. A kind
+    /// then writes its fields over that.
+    void startRecord(im::content::Content *content) const;
+    /// Writes text and entities over what startRecord() left in a text or caption.
+    void writeText(im::content::Text *text) const;
+    /// Writes the text as the caption of a body, when there is any.
+    template <typename Body>
+    void writeCaption(Body *body) const
+    {
+        if (!m_content.isEmpty() || hasEntity() || m_effect != 0 || body->has_caption())
+            writeText(body->mutable_caption());
+    }
+    /// Updates text, entities and effect from a text or caption.
+    void updateText(const im::content::Text &text);
 
 private:
     QVariant textEntityVariant() const { return QVariant::fromValue(m_textEntity); }
@@ -193,6 +235,7 @@ private:
     void setLineCount(int lineCount);
     void setIsGame(bool isGame);
     void storeSize(QSize size, bool inThread);
+    void setRemainder(std::unique_ptr<im::content::Content> remainder);
 
     qint32 m_type = Text;
     QString m_content;
@@ -208,4 +251,5 @@ private:
     qint16 m_contentWidthInThread = 0;
     qint32 m_effect = 0;
     int m_rowLimit = 0;
+    std::unique_ptr<im::content::Content> m_remainder; ///< mostly null
 };

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "modelbase_export.h"
+
+#include <QObject>
+
+/// The list of a dialog's messages as a view shows it. The application's own list derives from it;
+/// DialogBase only passes it on to DialogBase::jumpToMessage().
+class MODELBASE_EXPORT MessageModelBase : public QObject
+{
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+};

@@ -1,0 +1,267 @@
+#include "account/accountmanager.h"
+#include "dialog/dialogbase.h"
+#include "dialog/messagemodelbase.h"
+#include "support/fakeaccount.h"
+
+#include <QDataStream>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <numeric>
+#include <set>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+class Dialog : public DialogBase
+{
+    Q_OBJECT
+
+public:
+    using DialogBase::getMentionIdData;
+
+    explicit Dialog(AccountBase *account = nullptr) : m_account(account) { setIsGroup(true); }
+
+    AccountBase *account() const override { return m_account; }
+    void jumpToMessage(qint64 msgId, MessageModelBase *) override { jumps.append(msgId); }
+    void mentionsConfirmed(const QList<qint64> &msgIds, bool all) override
+    {
+        note(u"mentions"_s, msgIds, all);
+    }
+    void reactionsConfirmed(const QList<qint64> &msgIds, bool all) override
+    {
+        note(u"reactions"_s, msgIds, all);
+    }
+    void dialogChanged() override { calls.append(u"changed"_s); }
+
+    /// What was called since the last time.
+    QStringList takeCalls() { return std::exchange(calls, {}); }
+
+    QStringList calls;
+    QList<qint64> jumps;
+
+private:
+    void note(const QString &name, const QList<qint64> &msgIds, bool all)
+    {
+        QStringList words{name};
+        for (qint64 id : msgIds)
+            words.append(QString::number(id));
+        calls.append(words.join(u' ') + (all ? u" all"_s : QString()));
+    }
+
+    AccountBase *m_account;
+};
+
+/// The packed form as QDataStream itself writes it.
+QByteArray packed(const QList<qint64> &mentions, const QList<qint64> &reactions)
+{
+    QByteArray data;
+    QDataStream out(&data, QIODevice::WriteOnly);
+    for (const QList<qint64> &ids : {mentions, reactions}) {
+        out << qint32(ids.size());
+        for (qint64 id : ids)
+            out << id;
+    }
+    return data;
+}
+
+} // namespace
+
+class TestDialogBase : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    /// Ids in every order, against a set that is right by itself.
+    void keepsEveryOrder_data()
+    {
+        QTest::addColumn<int>("step");
+        QTest::newRow("ascending") << 1;
+        QTest::newRow("descending") << -1;
+        QTest::newRow("scattered") << 7919;
+    }
+    void keepsEveryOrder()
+    {
+        QFETCH(int, step);
+        constexpr int count = 10'007;
+        Dialog dialog;
+        std::set<qint64> expected;
+        for (int i = 1; i <= count; ++i) {
+            const qint64 id = ((qint64(i) * step) % count + count) % count + 1;
+            dialog.addReactedMessage(id);
+            dialog.addReactedMessage(id);
+            expected.insert(id);
+        }
+        const auto same = [&] {
+            return dialog.reactedMessageCount() == int(expected.size())
+                && std::ranges::equal(dialog.reactedMessages(), expected);
+        };
+        QVERIFY(same());
+
+        QRandomGenerator random(7);
+        QList<qint64> gone;
+        for (int i = 0; i < count / 2; ++i) {
+            gone.append(random.bounded(count + 100));
+            expected.erase(gone.last());
+        }
+        dialog.removeReactedMessages(gone);
+        QVERIFY(same());
+        dialog.removeAllMentions(5000, false);
+        expected.erase(expected.begin(), expected.lower_bound(5000));
+        QVERIFY(same());
+        for (qint64 id : gone) {
+            dialog.addReactedMessage(id);
+            expected.insert(id);
+        }
+        QVERIFY(same());
+
+        QCOMPARE(dialog.getMentionIdData(), packed({}, dialog.reactedMessages()));
+        Dialog other;
+        other.setMentionIdData(dialog.getMentionIdData());
+        QCOMPARE(other.reactedMessages(), dialog.reactedMessages());
+    }
+
+    void confirmsMentions()
+    {
+        Dialog dialog;
+        dialog.addAtMeMessages({5, 3, 9, 7});
+        dialog.takeCalls();
+        dialog.confirmAtMeMessage(4);
+        QCOMPARE(dialog.takeCalls(), QStringList());
+        dialog.confirmAtMeMessage(5);
+        QCOMPARE(dialog.takeCalls(), QStringList({u"changed"_s, u"mentions 5"_s}));
+        dialog.confirmAtMeMessages({9, 5, 3}, false);
+        QCOMPARE(dialog.takeCalls(), QStringList({u"changed"_s, u"mentions 9 3"_s}));
+        QCOMPARE(dialog.atMeMessages(), QList<qint64>{7});
+        dialog.confirmAllAtMeMessages();
+        QCOMPARE(dialog.takeCalls(), QStringList({u"changed"_s, u"mentions 7"_s}));
+        dialog.confirmAllAtMeMessages();
+        QCOMPARE(dialog.takeCalls(), QStringList());
+
+        Dialog chat;
+        chat.setIsGroup(false);
+        chat.setMentionIdData(packed({1, 2}, {}));
+        chat.confirmAtMeMessage(1);
+        chat.confirmAllAtMeMessages();
+        QCOMPARE(chat.atMeMessages(), QList<qint64>({1, 2}));
+        QCOMPARE(chat.atMeMessageCount(), 0);
+        QCOMPARE(chat.takeCalls(), QStringList());
+    }
+
+    void reportsReactionsThatWereRead()
+    {
+        FakeAccount account;
+        account.setAccountId(42);
+        Dialog dialog(&account);
+        dialog.setDialogId(u"G-7"_s);
+        QSignalSpy read(AccountManager::getInstance(), &AccountManager::reactionBeRead);
+        dialog.setReactedMessages({{3, true}, {1, false}, {2, true}});
+        QCOMPARE(dialog.reactedMessageCount(), 3);
+        dialog.takeCalls();
+        dialog.removeReactedMessages({9});
+        QCOMPARE(read.takeFirst(),
+                 QVariantList({42, u"G-7"_s, QVariant::fromValue(QList<qint64>{9})}));
+        QCOMPARE(dialog.takeCalls(), QStringList());
+        dialog.confirmReactedMessage(9);
+        QCOMPARE(read.size(), 0);
+        dialog.confirmReactedMessage(2);
+        QCOMPARE(read.size(), 1);
+        QCOMPARE(dialog.takeCalls(), QStringList({u"changed"_s, u"reactions 2"_s}));
+        dialog.confirmAllReactedMessages();
+        QCOMPARE(dialog.takeCalls(), QStringList({u"changed"_s, u"reactions all"_s}));
+        dialog.addReactedMessage(8);
+        dialog.takeCalls();
+        dialog.removeAllReactedMessages();
+        QCOMPARE(dialog.reactedMessageCount(), 0);
+        QCOMPARE(dialog.takeCalls(), QStringList());
+        AccountManager::releaseInstance();
+    }
+
+    void forgetsWhatLiesBefore_data()
+    {
+        QTest::addColumn<qint64>("upTo");
+        QTest::addColumn<QList<qint64>>("left");
+        QTest::newRow("all") << qint64(0) << QList<qint64>();
+        QTest::newRow("between") << qint64(5) << QList<qint64>({5, 7});
+        QTest::newRow("beyond") << qint64(8) << QList<qint64>();
+        QTest::newRow("before") << qint64(1) << QList<qint64>({3, 5, 7});
+        QTest::newRow("the last") << qint64(7) << QList<qint64>({7});
+    }
+    void forgetsWhatLiesBefore()
+    {
+        QFETCH(qint64, upTo);
+        QFETCH(QList<qint64>, left);
+        Dialog dialog;
+        QVERIFY(!dialog.removeAllMentions(upTo, true));
+        QCOMPARE(dialog.takeCalls(), QStringList());
+        dialog.setMentionIdData(packed({3, 5, 7}, {1}));
+        QVERIFY(dialog.removeAllMentions(upTo, true));
+        QCOMPARE(dialog.atMeMessages(), left);
+        QCOMPARE(dialog.atMeMessageCount(), int(left.size()));
+        QCOMPARE(dialog.reactedMessageCount(), upTo == 1 ? 1 : 0);
+        QCOMPARE(dialog.takeCalls(), QStringList{u"changed"_s});
+    }
+
+    void stepsThroughMentions()
+    {
+        Dialog dialog;
+        MessageModelBase model;
+        dialog.loadAtMeMessage(&model);
+        dialog.setMentionIdData(packed({0, 4, 9}, {6}));
+        for (int i = 0; i < 4; ++i)
+            dialog.loadAtMeMessage(&model);
+        dialog.removeAtMeMessages({9, 4});
+        dialog.addAtMeMessages({8});
+        QTest::ignoreMessage(QtDebugMsg, "Jump to a invalid at me message ID.");
+        for (int i = 0; i < 3; ++i)
+            dialog.loadAtMeMessage(&model);
+        dialog.loadReactedMessage(&model);
+        dialog.loadReactedMessage(&model);
+        QCOMPARE(dialog.jumps, QList<qint64>({4, 9, 4, 8, 8, 6, 6}));
+    }
+
+    void damagedBytesChangeNothing()
+    {
+        QCOMPARE(Dialog().getMentionIdData(), QByteArray(8, '\0'));
+        const QByteArray good = packed({1, 2, 3}, {4, 5});
+        Dialog dialog;
+        dialog.setMentionIdData(good);
+        QSignalSpy mentions(&dialog, &DialogBase::atMeMessageCountChanged);
+        QList<QByteArray> damaged{packed({1}, {2}) + '\0',
+                                  QByteArray("\xff\xff\xff\xff", 4),
+                                  QByteArray("\x7f\xff\xff\xff\0\0\0\0", 8),
+                                  {}};
+        for (qsizetype size = 1; size < good.size(); ++size)
+            damaged.append(good.first(size));
+        for (const QByteArray &data : damaged) {
+            dialog.setMentionIdData(data);
+            QCOMPARE(dialog.getMentionIdData(), good);
+        }
+        QVERIFY(mentions.isEmpty());
+
+        // An older client may have written them in another order.
+        dialog.setMentionIdData(packed({9, 7, 9}, {}));
+        QCOMPARE(dialog.atMeMessages(), QList<qint64>({7, 9}));
+        QCOMPARE(mentions.takeFirst(), QVariantList({2, 3}));
+    }
+
+    void ownStorage()
+    {
+        FakeAccount account;
+        account.setAccountId(42);
+        Dialog dialog(&account);
+        dialog.setTargetId(42);
+        QVERIFY(!dialog.isMyStorage());
+        dialog.setIsGroup(false);
+        QVERIFY(dialog.isMyStorage());
+        dialog.setTargetId(43);
+        QVERIFY(!dialog.isMyStorage());
+        QVERIFY(!Dialog().isMyStorage());
+    }
+};
+
+QTEST_MAIN(TestDialogBase)
+#include "tst_dialogbase.moc"
