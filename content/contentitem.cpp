@@ -48,7 +48,7 @@ qint32 wireId(const QVariant &id)
 
 QString text(const std::string &utf8)
 {
-    return QString::fromUtf8(utf8.data(), qsizetype(utf8.size()));
+    return Util::fromUtf8(QByteArrayView(utf8.data(), qsizetype(utf8.size())));
 }
 
 bool isFoldable(const UserTextBlock &block)
