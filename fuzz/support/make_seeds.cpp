@@ -1,5 +1,6 @@
 // make_seeds DIRECTORY FEED...: writes what the fuzz targets start from into DIRECTORY/<target>/:
-// a record of every kind of content, made from the schema, and what arrives in recorded feeds.
+// a record of every kind of content, made from the schema, what arrives in recorded feeds, and an
+// account's database.
 
 #include "base/json.h"
 #include "content/contentfactory.h"
@@ -7,19 +8,21 @@
 #include "feeds/feed.h"
 #include "protocol/message_content.pb.h"
 #include "protocol/notif.pb.h"
+#include "storage/configstorage.h"
+#include "storage/settingstorage.h"
+#include "storage/userstorageprovider.h"
+#include "support/everyfield.h"
 
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QGuiApplication>
+#include <QTemporaryDir>
 
-#include <google/protobuf/message.h>
+#include <SQLiteCpp/SQLiteCpp.h>
 
 namespace
 {
-
-using google::protobuf::FieldDescriptor;
-using google::protobuf::Message;
 
 QDir seeds;
 
@@ -45,76 +48,44 @@ void writeContent(const im::content::Content &content)
         write(target, '\0' + item->content().toUtf8());
 }
 
-/// Gives every field a value, `depth` levels down; of a oneof the last one stays. Lists get two
-/// elements.
-void fill(Message *message, int depth)
-{
-    const auto *reflection = message->GetReflection();
-    const auto *descriptor = message->GetDescriptor();
-    for (int i = 0; i < descriptor->field_count(); ++i) {
-        const FieldDescriptor *field = descriptor->field(i);
-        const bool isList = field->is_repeated();
-        for (int element = 0; element < (isList ? 2 : 1); ++element) {
-            const auto add = [&](auto setter, auto adder, auto value) {
-                if (isList)
-                    (reflection->*adder)(message, field, value);
-                else
-                    (reflection->*setter)(message, field, value);
-            };
-            using google::protobuf::Reflection;
-            switch (field->cpp_type()) {
-            case FieldDescriptor::CPPTYPE_INT32:
-                add(&Reflection::SetInt32, &Reflection::AddInt32, 1 + i);
-                break;
-            case FieldDescriptor::CPPTYPE_INT64:
-                add(&Reflection::SetInt64, &Reflection::AddInt64, int64_t(1) << (30 + i));
-                break;
-            case FieldDescriptor::CPPTYPE_UINT32:
-                add(&Reflection::SetUInt32, &Reflection::AddUInt32, 1U + unsigned(i));
-                break;
-            case FieldDescriptor::CPPTYPE_UINT64:
-                add(&Reflection::SetUInt64, &Reflection::AddUInt64, 1U + uint64_t(i));
-                break;
-            case FieldDescriptor::CPPTYPE_DOUBLE:
-                add(&Reflection::SetDouble, &Reflection::AddDouble, 50.45);
-                break;
-            case FieldDescriptor::CPPTYPE_FLOAT:
-                add(&Reflection::SetFloat, &Reflection::AddFloat, 0.5F);
-                break;
-            case FieldDescriptor::CPPTYPE_BOOL:
-                add(&Reflection::SetBool, &Reflection::AddBool, true);
-                break;
-            case FieldDescriptor::CPPTYPE_ENUM:
-                add(&Reflection::SetEnumValue, &Reflection::AddEnumValue, 1 + element);
-                break;
-            case FieldDescriptor::CPPTYPE_STRING:
-                add(&Reflection::SetString, &Reflection::AddString, field->name() + " \u00e9");
-                break;
-            case FieldDescriptor::CPPTYPE_MESSAGE:
-                if (depth == 0)
-                    break;
-                fill(isList ? reflection->AddMessage(message, field)
-                            : reflection->MutableMessage(message, field),
-                     depth - 1);
-                break;
-            }
-        }
-    }
-}
-
-/// Each kind of content: empty, and with its fields set so many levels down.
+/// Each kind of content: empty, and with every field set, in several ways.
 void writeEveryKind()
 {
     const auto *kinds = im::content::Content::descriptor()->FindOneofByName("data");
     for (int i = 0; i < kinds->field_count(); ++i) {
-        for (int depth = -1; depth < 3; ++depth) {
-            im::content::Content content;
-            Message *body = content.GetReflection()->MutableMessage(&content, kinds->field(i));
-            if (depth >= 0)
-                fill(body, depth);
+        im::content::Content content;
+        content.GetReflection()->MutableMessage(&content, kinds->field(i));
+        writeContent(content);
+        for (unsigned seed = 0; seed < 8; ++seed) {
+            content.Clear();
+            EveryField values(seed);
+            values.fill(&content, kinds->field(i), 2);
             writeContent(content);
         }
     }
+}
+
+/// An account's database, in small pages, so that much of it is tables and rows.
+void writeDatabase()
+{
+    const QTemporaryDir directory;
+    {
+        storage::UserStorageProvider provider;
+        if (!provider.open(directory.path()))
+            qFatal("Cannot make a database");
+        for (int i = 0; i < 12; ++i) {
+            const QString key = QStringLiteral("key %1").arg(i);
+            provider.settingStorage()->save({key, QString(20, u'x'), key});
+            provider.bufferConfigStorage()->save({key, QVariantMap{{key, i}}});
+        }
+    }
+    const QString path = directory.filePath(QStringLiteral("account.db"));
+    SQLite::Database(path.toStdString(), SQLite::OPEN_READWRITE)
+        .exec("PRAGMA journal_mode = DELETE; PRAGMA page_size = 512; VACUUM");
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("Cannot read %s", qUtf8Printable(path));
+    write("database", file.readAll());
 }
 
 void writeFeed(const QString &path)
@@ -146,6 +117,7 @@ int main(int argc, char **argv)
         qFatal("usage: make_seeds DIRECTORY FEED...");
     seeds.setPath(arguments.first());
     writeEveryKind();
+    writeDatabase();
     for (const QString &feed : arguments.sliced(1))
         writeFeed(feed);
 }
