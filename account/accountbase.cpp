@@ -6,6 +6,8 @@
 #include "base/define.h"
 #include "base/json.h"
 #include "base/util.h"
+#include "content/fileprovider.h"
+#include "content/sharedstickers.h"
 #include "cryptobase/cryptoaes.h"
 #include "dialog/datainfomodel.h"
 #include "imcrypto/store.h"
@@ -69,6 +71,8 @@ AccountBase::AccountBase(QObject *parent)
     : QObject(parent), m_aes(std::make_unique<CryptoAES>(2)),
       m_storage(std::make_unique<storage::UserStorageProvider>()),
       m_signalStore(std::make_unique<crypto::Store>(m_storage->keyStorage())),
+      m_ownFiles(std::make_unique<FileRegistry>()),
+      m_ownStickers(std::make_unique<SharedStickers>()),
       m_ownConfiguration(std::make_unique<StoredConfiguration>(m_storage->syncConfigStorage())),
       m_dataInfoModel(new DataInfoModel(this)), m_deviceModel(new AccountDeviceModel(this)),
       m_accountSettingModel(new AccountSettingModel(this))
@@ -239,6 +243,16 @@ void AccountBase::setBannedState(BannedState state)
         Q_EMIT bannedStateChanged();
 }
 
+StickerProvider *AccountBase::stickerProvider() const
+{
+    return m_stickerProvider ? m_stickerProvider : m_ownStickers.get();
+}
+
+FileProvider *AccountBase::fileProvider() const
+{
+    return m_fileProvider ? m_fileProvider : m_ownFiles.get();
+}
+
 ConfigurationService *AccountBase::configurationService() const
 {
     return m_configuration ? m_configuration : m_ownConfiguration.get();
@@ -323,9 +337,9 @@ bool AccountBase::decrypt(QByteArray &out, const std::string &data, const QStrin
 {
     const cryptobase::SecureBytes key = m_signalStore->secureKey(keyId, version, false);
     if (key.isEmpty()) {
-        const QString text = QStringLiteral("Decrypt failed: no secure key (%1_%2)");
-        qCWarning(lcAccount).noquote() << text.arg(keyId).arg(version);
-        ImLog::error(text.arg(keyId).arg(version));
+        ImLog::error(
+            lcAccount(),
+            QStringLiteral("Decrypt failed: no secure key (%1_%2)").arg(keyId).arg(version));
         return false;
     }
     out = m_aes->decrypt(bytes(data), key, Define::comIV());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "modelbase_export.h"
+#include "modelbase_qml.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -21,6 +22,7 @@ class AccountSettingModel;
 class ConfigurationService;
 class CryptoAES;
 class DataInfoModel;
+class FileProvider;
 class DeviceMessageHandler;
 class QNetworkProxy;
 class StickerProvider;
@@ -43,6 +45,7 @@ class UserStorageProvider;
 class MODELBASE_EXPORT AccountBase : public QObject
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_MOC_INCLUDE("account/accountdevicemodel.h")
     Q_MOC_INCLUDE("settings/accountsettingmodel.h")
     Q_PROPERTY(bool authorized READ authorized NOTIFY authorizedChanged)
@@ -164,8 +167,12 @@ public:
 
     // What the application may set; not owned.
 
-    StickerProvider *stickerProvider() const { return m_stickerProvider; }
+    /// Never null: without one of the application's, an account has SharedStickers.
+    StickerProvider *stickerProvider() const;
     void setStickerProvider(StickerProvider *provider) { m_stickerProvider = provider; }
+    /// Never null: without one of the application's, an account has a FileRegistry.
+    FileProvider *fileProvider() const;
+    void setFileProvider(FileProvider *provider) { m_fileProvider = provider; }
     /// Never null: without one of the application's, an account keeps its configuration in its
     /// store.
     ConfigurationService *configurationService() const;
@@ -274,6 +281,8 @@ private:
     const std::unique_ptr<CryptoAES> m_aes;
     const std::unique_ptr<storage::UserStorageProvider> m_storage;
     const std::unique_ptr<crypto::Store> m_signalStore;
+    const std::unique_ptr<FileProvider> m_ownFiles;
+    const std::unique_ptr<StickerProvider> m_ownStickers;
     const std::unique_ptr<ConfigurationService> m_ownConfiguration;
     DataInfoModel *m_dataInfoModel;
     AccountDeviceModel *m_deviceModel;
@@ -282,6 +291,7 @@ private:
     QString m_userCacheDataPath;
     QMap<int, FeatureState> m_features;
     StickerProvider *m_stickerProvider = nullptr;
+    FileProvider *m_fileProvider = nullptr;
     ConfigurationService *m_configuration = nullptr;
     DeviceMessageHandler *m_deviceMsgHandler = nullptr;
 };

@@ -2,6 +2,7 @@
 
 #include "account/modelbase.h"
 #include "modelbase_export.h"
+#include "modelbase_qml.h"
 
 #include <QAbstractListModel>
 #include <QList>
@@ -29,6 +30,7 @@ class ListDevicesResp;
 class MODELBASE_EXPORT AccountDeviceModel : public QAbstractListModel, public ModelBase
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_MOC_INCLUDE("account/accountbase.h")
     Q_PROPERTY(AccountBase *account READ account CONSTANT)
     Q_PROPERTY(QVariantMap currentDevice READ currentDevice NOTIFY currentDeviceChanged)

@@ -28,12 +28,6 @@ constexpr int waitMilliseconds = 20;
 
 AccountManager *theInstance = nullptr;
 
-void logInfo(const QString &text)
-{
-    qCDebug(lcAccounts).noquote() << text;
-    ImLog::info(text);
-}
-
 void setAppLocked(bool locked)
 {
     if (QCoreApplication *app = QCoreApplication::instance())
@@ -82,7 +76,7 @@ AccountManager::~AccountManager()
 
 void AccountManager::init(Factory factory)
 {
-    logInfo(QStringLiteral("AccountManager::init start"));
+    ImLog::info(lcAccounts(), QStringLiteral("AccountManager::init start"));
     AppSettingModel *settings = AppSettingModel::instance();
     m_newDeviceLoginManager->init();
     AppDirManager::instance()->init();
@@ -127,7 +121,7 @@ void AccountManager::init(Factory factory)
     m_notebookAccount = createAccount(false);
     m_appDataMove->resume();
     initGeometry();
-    logInfo(QStringLiteral("AccountManager::init end"));
+    ImLog::info(lcAccounts(), QStringLiteral("AccountManager::init end"));
 }
 
 void AccountManager::initGeometry()
@@ -474,9 +468,10 @@ void AccountManager::logout(AccountBase *account)
                 setCurrentAccount(getAccountByIndex(std::min(index, before - 2)), true);
         }
         if (guard && !m_deleteAll) {
-            logInfo(QStringLiteral("Logout account [%1.%2].")
-                        .arg(account->accountId())
-                        .arg(account->deviceId()));
+            ImLog::info(lcAccounts(),
+                        QStringLiteral("Logout account [%1.%2].")
+                            .arg(account->accountId())
+                            .arg(account->deviceId()));
         }
         if (guard)
             account->logout(before > 1);
@@ -534,7 +529,7 @@ void AccountManager::logoutAll()
 
 void AccountManager::unlockApp(bool destroy, bool notebookMode)
 {
-    ImLog::info(QStringLiteral("Unlock application."));
+    ImLog::info(lcAccounts(), QStringLiteral("Unlock application."));
     if (!destroy) {
         if (notebookMode) {
             if (m_notebookAccount)
@@ -641,7 +636,7 @@ bool AccountManager::hasDisconnectedTcp() const
 void AccountManager::reset()
 {
     Q_EMIT beginReset();
-    logInfo(QStringLiteral("AccountManager::reset"));
+    ImLog::info(lcAccounts(), QStringLiteral("AccountManager::reset"));
     m_newDeviceLoginManager->reset();
     m_lastAccount = nullptr;
     m_currentAccount = nullptr;
@@ -697,7 +692,7 @@ void AccountManager::closeAllDbInCrash()
     for (AccountBase *account : std::as_const(m_accounts))
         account->closeDbInCrash();
     m_accounts.clear();
-    logInfo(QStringLiteral("AccountManager::closeAllDbInCrash"));
+    ImLog::info(lcAccounts(), QStringLiteral("AccountManager::closeAllDbInCrash"));
 }
 
 // Meeting

@@ -3,6 +3,7 @@
 #include "account/accountbase.h"
 #include "account/meetingmodelbase.h"
 #include "modelbase_export.h"
+#include "modelbase_qml.h"
 #include "settings/appdatamove.h"
 
 #include <QAbstractListModel>
@@ -30,6 +31,7 @@ class NewDeviceLoginManager;
 class MODELBASE_EXPORT AccountManager : public QAbstractListModel
 {
     Q_OBJECT
+    MODELBASE_QML_SINGLETON(AccountManager, getInstance)
     Q_MOC_INCLUDE("account/newdeviceloginmanager.h")
     Q_PROPERTY(AccountBase *currentAccount READ currentAccount NOTIFY currentAccountChanged)
     Q_PROPERTY(int count READ count NOTIFY countChanged)
@@ -61,8 +63,10 @@ public:
 
     /// A row's account, as "modelData".
     enum DataRole { ModelDataRole = Qt::UserRole + 1 };
+    Q_ENUM(DataRole)
     /// What may be vetoed by setCurrentItemChangeable().
     enum ChangedItemType { AccountItem = 0 };
+    Q_ENUM(ChangedItemType)
     static constexpr int maxAccounts = 5;
 
     static AccountManager *getInstance();

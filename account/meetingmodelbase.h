@@ -1,6 +1,7 @@
 #pragma once
 
 #include "modelbase_export.h"
+#include "modelbase_qml.h"
 
 #include <QObject>
 
@@ -8,6 +9,7 @@
 class MODELBASE_EXPORT MeetingModelBase : public QObject
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
 
 public:
     using QObject::QObject;
@@ -17,6 +19,7 @@ public:
 class MODELBASE_EXPORT MeetingLinkItem : public QObject
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
 
 public:
     using QObject::QObject;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "modelbase_export.h"
+#include "modelbase_qml.h"
 
 #include <QHash>
 #include <QObject>
@@ -19,6 +20,7 @@ class AccountBase;
 class MODELBASE_EXPORT NewDeviceLoginManager : public QObject
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
 
 public:
     explicit NewDeviceLoginManager(QObject *parent);

@@ -224,11 +224,9 @@ void ThreadManager::quitSaveThread()
             m_saveThreadId = nullptr;
             m_dispatcher = nullptr;
         }
-        const QString text =
-            QStringLiteral("The save thread hangs and is terminated; tasks lost: %1")
-                .arg(dropped.size() + 1);
-        qCWarning(lcThreads).noquote() << text;
-        ImLog::error(text);
+        ImLog::error(lcThreads(),
+                     QStringLiteral("The save thread hangs and is terminated; tasks lost: %1")
+                         .arg(dropped.size() + 1));
         thread->terminate();
     }
     const bool gone = waitByRounds(finished);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "modelbase_export.h"
+#include "modelbase_qml.h"
 
 #include <QObject>
 
@@ -24,6 +25,7 @@ class QThreadPool;
 class MODELBASE_EXPORT ThreadManager : public QObject
 {
     Q_OBJECT
+    MODELBASE_QML_SINGLETON(ThreadManager, getInstance)
 public:
     /// The process-wide instance, made by the first call; its destruction at process exit does what
     /// quitAll() does.

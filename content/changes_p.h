@@ -31,6 +31,11 @@ public:
         return true;
     }
 
+    /// For what follows from other values.
+    void add(Signal changed) { m_signals.append(changed); }
+    /// For a field that was set otherwise.
+    void fire(Signal changed) { m_signals.append(changed); }
+
 private:
     Item *m_item;
     QVarLengthArray<Signal, 8> m_signals;

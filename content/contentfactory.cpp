@@ -4,6 +4,20 @@
 #include "account/stickerprovider.h"
 #include "base/json.h"
 #include "content/contentitem.h"
+#include "content/items/callitem.h"
+#include "content/items/carditem.h"
+#include "content/items/fileitem.h"
+#include "content/items/folderitem.h"
+#include "content/items/imageitem.h"
+#include "content/items/locationitem.h"
+#include "content/items/lotteryitem.h"
+#include "content/items/meetingitem.h"
+#include "content/items/musicitem.h"
+#include "content/items/pollitem.h"
+#include "content/items/stickeritem.h"
+#include "content/items/systemitem.h"
+#include "content/items/videoitem.h"
+#include "content/items/voiceitem.h"
 #include "content/modelbaseutil.h"
 #include "protocol/message_content.pb.h"
 
@@ -40,29 +54,62 @@ Kind kind(int type)
             return QSharedPointer<Item>::create(map, source, account);
         },
         [](const im::content::Content &content, int source, AccountBase *account) -> ItemPointer {
-            return QSharedPointer<Item>::create(content, source, account);
+            const auto item = QSharedPointer<Item>::create(content, source, account);
+            item->keepRemainder(content);
+            return item;
         },
         [](const ContentItem *other) -> ItemPointer {
             return QSharedPointer<Item>::create(static_cast<const Item *>(other));
         }};
 }
 
+StickerProvider *stickerProvider(AccountBase *account)
+{
+    return account ? account->stickerProvider() : nullptr;
+}
+
+/// Stickers are made by the account's provider, since many messages share one.
+Kind stickerKind()
+{
+    return {ContentItem::Sticker,
+            [](const ItemMap &map, int, AccountBase *account) {
+                StickerProvider *provider = stickerProvider(account);
+                return provider ? provider->sticker(map) : ItemPointer();
+            },
+            [](const im::content::Content &content, int, AccountBase *account) {
+                StickerProvider *provider = stickerProvider(account);
+                return provider ? provider->sticker(content) : ItemPointer();
+            },
+            kind<StickerItem>(ContentItem::Sticker).copy};
+}
+
 /// Every kind of content, a row each.
 const Kind *findKind(int type)
 {
+    // clang-format off
     static const std::array kinds{
         kind<ContentItem>(ContentItem::Text),
+        kind<CardItem>(ContentItem::Card),
+        kind<SystemItem>(ContentItem::System),
+        kind<CallItem>(ContentItem::Call),
+        kind<MeetingItem>(ContentItem::Meeting),
+        kind<ImageItem>(ContentItem::Image),
+        kind<VoiceItem>(ContentItem::Voice),
+        kind<MusicItem>(ContentItem::Music),
+        kind<VideoItem>(ContentItem::Video),
+        kind<FileItem>(ContentItem::File),
+        kind<LocationItem>(ContentItem::Location),
+        kind<FolderItem>(ContentItem::Folder),
+        kind<PollItem>(ContentItem::Poll),
+        kind<LotteryItem>(ContentItem::Lottery),
+        stickerKind(),
     };
+    // clang-format on
     for (const Kind &row : kinds) {
         if (row.type == type)
             return &row;
     }
     return nullptr;
-}
-
-StickerProvider *stickerProvider(AccountBase *account)
-{
-    return account ? account->stickerProvider() : nullptr;
 }
 
 ItemPointer checked(ItemPointer item)
@@ -117,28 +164,16 @@ ItemPointer makeContentItem(const ItemMap &map, int source, AccountBase *account
 
 ItemPointer deserializeContent(const ItemMap &map, int type, int source, AccountBase *account)
 {
-    if (const Kind *row = findKind(type))
-        return row->fromMap(map, source, account);
-    if (StickerProvider *provider = stickerProvider(account);
-        provider && type == ContentItem::Sticker)
-        return provider->sticker(map);
-    return {};
+    const Kind *row = findKind(type);
+    return row ? row->fromMap(map, source, account) : ItemPointer();
 }
 
 ItemPointer deserializeContent(const im::content::Content &content, int source,
                                AccountBase *account)
 {
     // The number of the body's field is the content type.
-    const int type = content.data_case();
-    if (const Kind *row = findKind(type)) {
-        const ItemPointer item = row->fromRecord(content, source, account);
-        item->keepRemainder(content);
-        return item;
-    }
-    if (StickerProvider *provider = stickerProvider(account);
-        provider && type == ContentItem::Sticker)
-        return provider->sticker(content);
-    return {};
+    const Kind *row = findKind(content.data_case());
+    return row ? row->fromRecord(content, source, account) : ItemPointer();
 }
 
 ItemPointer copyContent(const ItemPointer &item)
@@ -161,9 +196,6 @@ ItemMap serializeContent(const ItemPointer &item)
 
 void serializes(const ItemPointer &item, QList<QVariant> &list)
 {
-    if (!item)
-        return;
-    ItemMap map;
-    item->serialize(map);
-    list.append(QVariant(map));
+    if (item)
+        item->serializes(list);
 }

@@ -132,6 +132,13 @@ QVariantList ContentItem::spoilers() const
 
 // Stored form
 
+void ContentItem::serializes(QList<QVariant> &list) const
+{
+    QMap<QString, QVariant> map;
+    serialize(map);
+    list.append(QVariant(map));
+}
+
 void ContentItem::serialize(QMap<QString, QVariant> &map) const
 {
     if (m_type != System) {
@@ -419,6 +426,8 @@ QList<qint64> ContentItem::mentionUserIds() const
         if (const qint64 id = block.data.toLongLong(); id >= 1)
             ids.append(id);
     }
+    for (const auto &item : innerItems())
+        ids += item->mentionUserIds();
     return ids;
 }
 
@@ -433,6 +442,11 @@ QMap<QString, QVariant> ContentItem::mentionUsers() const
             ids.append(id);
         else
             users.insert(QStringLiteral("atAll"), 1);
+    }
+    for (const auto &item : innerItems()) {
+        const auto inner = item->mentionUsers();
+        users.insert(inner);
+        ids += inner.value(QStringLiteral("atUsers")).toList();
     }
     if (!ids.isEmpty())
         users.insert(QStringLiteral("atUsers"), ids);
@@ -474,6 +488,8 @@ bool ContentItem::hasCustomEmoji(QHash<int, QSet<int>> &emoji) const
             data.value(QStringLiteral("emoji_id")).toInt());
         found = true;
     }
+    for (const auto &item : innerItems())
+        found |= item->hasCustomEmoji(emoji);
     return found;
 }
 
@@ -484,12 +500,43 @@ bool ContentItem::isTextMsg() const
 
 QString ContentItem::getKeyword() const
 {
-    return m_content;
+    QString keyword = m_content;
+    for (const auto &item : innerItems()) {
+        const QString line = item->getKeyword();
+        if (!keyword.isEmpty() && !line.isEmpty())
+            keyword += u'\n';
+        keyword += line;
+    }
+    return keyword;
+}
+
+// Files
+
+void ContentItem::getFile(QList<QSharedPointer<FileData>> &files)
+{
+    for (const auto &item : innerItems())
+        item->getFile(files);
+}
+
+void ContentItem::getFileIdsByExistCache(QList<QString> &ids)
+{
+    for (const auto &item : innerItems())
+        item->getFileIdsByExistCache(ids);
 }
 
 QSharedPointer<FileData> ContentItem::getThumbFile()
 {
+    for (const auto &item : innerItems()) {
+        if (auto file = item->getThumbFile())
+            return file;
+    }
     return {};
+}
+
+void ContentItem::initFileStateWithCloudDriveFile()
+{
+    for (const auto &item : innerItems())
+        item->initFileStateWithCloudDriveFile();
 }
 
 // Measuring
@@ -536,6 +583,19 @@ QSize ContentItem::calcContentSize(int &lineCount, int maxWidth, int maxRowCount
     // A caption of emoji alone does not make a text of its item.
     if (isTextMsg())
         setType(game ? EmojiGame : largeEmoji && count >= 1 ? LargeEmojiText : Text);
+    return size;
+}
+
+QSize ContentItem::calcCaptionSize(int &lineCount, int maxWidth, int maxRowCount)
+{
+    QSize size;
+    lineCount = 0;
+    m_isElided = false;
+    if (!m_content.isEmpty()) {
+        size = calcTextSize(lineCount, maxWidth, m_rowLimit, maxRowCount,
+                            AppSettingModel::instance()->themeFontSize(), 0, true);
+    }
+    setLineCount(lineCount);
     return size;
 }
 

@@ -3,6 +3,7 @@
 #include "base/usertextblock.h"
 #include "content/messagebase.h"
 #include "modelbase_export.h"
+#include "modelbase_qml.h"
 
 #include <QEnableSharedFromThis>
 #include <QHash>
@@ -39,6 +40,7 @@ class TextEntity;
 class MODELBASE_EXPORT ContentItem : public QObject, public QEnableSharedFromThis<ContentItem>
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(qint32 type READ type NOTIFY typeChanged)
     Q_PROPERTY(QString content READ content NOTIFY contentChanged)
     Q_PROPERTY(QVariant textEntity READ textEntityVariant NOTIFY textEntityChanged)
@@ -136,6 +138,8 @@ public:
     /// asks for a new size by needRecalcSize().
     Q_INVOKABLE void setCollapsed(int index, bool collapsed);
 
+    /// Appends the item's stored form, or for a group those of its members, to `list`.
+    virtual void serializes(QList<QVariant> &list) const;
     /// Writes the stored form into `map`.
     virtual void serialize(QMap<QString, QVariant> &map) const;
     /// Writes the body for sending. Replaces what the record held.
@@ -150,13 +154,17 @@ public:
     UserTextBlock deserializeEntity(const im::content::TextEntity &entity) const;
     void deserializeText(const im::content::Text &text);
     /// Keeps what the record carries beside the item's own fields, for serialize() to give back.
-    /// The factory does it for a new item, setContent() for an updated one.
+    /// Those who make an item of a record do it (the factory, a sticker provider), and setContent().
     void keepRemainder(const im::content::Content &content);
     QList<QVariant> serializeEntities() const;
     void serializeEntity(im::content::TextEntity *entity, const UserTextBlock &block) const;
     void serializeText(im::content::Text *text) const;
     /// Adds the mentioned users to the message; a mention of everybody sets its mention_all.
     void serializeMetions(im::Message &message) const;
+
+    /// The contents that this one holds: question and options, members. What it mentions, its files
+    /// and its keyword are also theirs. A text has none.
+    virtual QList<QSharedPointer<ContentItem>> innerItems() const { return {}; }
 
     /// {"atAll": 1} when everybody is mentioned, {"atUsers": [ids]} when somebody is.
     virtual QMap<QString, QVariant> mentionUsers() const;
@@ -169,7 +177,7 @@ public:
     /// Adds the custom emoji of the text to `emoji`, emoji ids by pack id; true when there are any.
     bool hasCustomEmoji(QHash<int, QSet<int>> &emoji) const;
     bool isTextMsg() const;
-    /// What a search looks at.
+    /// What a search looks at: the text, and what the contents inside give, a line each.
     virtual QString getKeyword() const;
 
     /// Measures the content for a view when one of `reasons` (CalcSizeReason flags) concerns it,
@@ -190,11 +198,12 @@ public:
     virtual bool spoiler() const { return false; }
     virtual void setSpoiler(bool) { }
 
-    // What items with files fill in.
-    virtual void getFile(QList<QSharedPointer<FileData>> &) { }
-    virtual void getFileIdsByExistCache(QList<QString> &) { }
+    // What items with files fill in. The base asks the contents inside: each of them, or for a
+    // thumbnail the first that has one.
+    virtual void getFile(QList<QSharedPointer<FileData>> &files);
+    virtual void getFileIdsByExistCache(QList<QString> &ids);
     virtual QSharedPointer<FileData> getThumbFile();
-    virtual void initFileStateWithCloudDriveFile() { }
+    virtual void initFileStateWithCloudDriveFile();
 
 Q_SIGNALS:
     void typeChanged();
@@ -214,6 +223,8 @@ Q_SIGNALS:
 
 protected:
     void setType(qint32 type);
+    void setLineCount(int lineCount);
+    bool hasRemainder() const { return m_remainder != nullptr; }
     /// Begins a record of the item: with what it kept of the record that it was made from. A kind
     /// then writes its fields over that.
     void startRecord(im::content::Content *content) const;
@@ -228,11 +239,13 @@ protected:
     }
     /// Updates text, entities and effect from a text or caption.
     void updateText(const im::content::Text &text);
+    /// Measures the text as a caption: in the theme's font, whatever it consists of. Empty without
+    /// text. Updates the line count.
+    QSize calcCaptionSize(int &lineCount, int maxWidth, int maxRowCount);
 
 private:
     QVariant textEntityVariant() const { return QVariant::fromValue(m_textEntity); }
     void update(const QString &content, const UserTextBlocks &blocks, qint32 effect);
-    void setLineCount(int lineCount);
     void setIsGame(bool isGame);
     void storeSize(QSize size, bool inThread);
     void setRemainder(std::unique_ptr<im::content::Content> remainder);

@@ -1,6 +1,8 @@
 #include "content/remainder_p.h"
 
 #include "base/usertextblock.h"
+#include "content/contentitem.h"
+#include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 
 #include <QByteArray>
@@ -50,6 +52,118 @@ bool mayExist(const im::content::Text &text)
     return hasUnknownFields(text)
         || std::any_of(text.textentity().begin(), text.textentity().end(),
                        [](const auto &entity) { return mayExist(entity); });
+}
+
+// Items do not hold captions, files and thumbnails without content: those stay in the remainder.
+
+bool hasContent(const im::content::Text &caption)
+{
+    return !caption.text().empty() || caption.textentity_size() > 0 || caption.effect() != 0;
+}
+
+bool hasContent(const im::content::FileInfo &file)
+{
+    return !file.id().empty() || !file.key().empty() || !file.checksum().empty()
+        || !file.name().empty() || file.size() != 0 || file.version() != 0;
+}
+
+bool hasContent(const im::content::FileThumb &thumb)
+{
+    return thumb.width() != 0 || thumb.height() != 0 || !thumb.thumb_nail().empty()
+        || thumb.has_thumb_file();
+}
+
+bool mayExist(const im::content::FileInfo &file)
+{
+    return hasUnknownFields(file);
+}
+
+template <typename Record>
+bool mayExist(bool isThere, const Record &record);
+
+bool mayExist(const im::content::FileThumb &thumb)
+{
+    return hasUnknownFields(thumb) || mayExist(thumb.has_thumb_file(), thumb.thumb_file());
+}
+
+/// For a part of a body.
+template <typename Record>
+bool mayExist(bool isThere, const Record &record)
+{
+    return isThere && (!hasContent(record) || mayExist(record));
+}
+
+bool mayExist(const im::content::Image &body)
+{
+    return hasUnknownFields(body) || mayExist(body.has_image_file(), body.image_file())
+        || mayExist(body.has_live_photo_file(), body.live_photo_file())
+        || mayExist(body.has_thumb(), body.thumb()) || mayExist(body.has_caption(), body.caption());
+}
+
+bool mayExist(const im::content::Video &body)
+{
+    return hasUnknownFields(body) || mayExist(body.has_video_file(), body.video_file())
+        || mayExist(body.has_thumb(), body.thumb()) || mayExist(body.has_caption(), body.caption());
+}
+
+bool mayExist(const im::content::Voice &body)
+{
+    return hasUnknownFields(body) || mayExist(body.has_voice_file(), body.voice_file())
+        || mayExist(body.has_caption(), body.caption());
+}
+
+bool mayExist(const im::content::Audio &body)
+{
+    return hasUnknownFields(body) || mayExist(body.has_audio_file(), body.audio_file())
+        || mayExist(body.has_thumb_file(), body.thumb_file())
+        || mayExist(body.has_caption(), body.caption());
+}
+
+bool mayExist(const im::content::File &body)
+{
+    return hasUnknownFields(body) || mayExist(body.has_attach_file(), body.attach_file())
+        || mayExist(body.has_thumb_file(), body.thumb_file())
+        || mayExist(body.has_caption(), body.caption());
+}
+
+bool mayExist(const im::content::Location &body)
+{
+    return hasUnknownFields(body) || mayExist(body.has_caption(), body.caption());
+}
+
+bool mayExist(const im::content::Card &card)
+{
+    // A record that is there and empty is more than none.
+    const auto isLeftOver = [](const Message &record) {
+        return record.ByteSizeLong() == 0 || hasUnknownFields(record);
+    };
+    return hasUnknownFields(card) || (card.has_avatar_thumb() && isLeftOver(card.avatar_thumb()))
+        || (card.has_caption() && (isLeftOver(card.caption()) || mayExist(card.caption())));
+}
+
+bool mayExist(const im::content::Sticker &sticker)
+{
+    if (hasUnknownFields(sticker) || sticker.pid() < 0)
+        return true;
+    if (sticker.has_sticker_file()) {
+        const im::content::FileInfo &file = sticker.sticker_file();
+        if (file.id().empty() || hasUnknownFields(file))
+            return true;
+    }
+    if (sticker.has_animated_file()) {
+        const im::AnimatedSticker &animated = sticker.animated_file();
+        if (animated.file().file_id().empty() || hasUnknownFields(animated)
+            || hasUnknownFields(animated.file()))
+            return true;
+    }
+    if (sticker.has_thumb()) {
+        const im::content::FileThumb &thumb = sticker.thumb();
+        const im::content::FileInfo &file = thumb.thumb_file();
+        if (thumb.ByteSizeLong() == 0 || hasUnknownFields(thumb)
+            || (thumb.has_thumb_file() && (file.id().empty() || hasUnknownFields(file))))
+            return true;
+    }
+    return false;
 }
 
 void subtract(Message &from, const Message &written);
@@ -106,9 +220,42 @@ void subtract(Message &from, const Message &written)
 
 bool Remainder::mayExist(const im::content::Content &body)
 {
-    if (body.buttons_size() > 0 || hasUnknownFields(body) || !body.has_text())
+    using im::content::Content;
+    if (body.buttons_size() > 0 || hasUnknownFields(body))
         return true;
-    return ::mayExist(body.text());
+    switch (body.data_case()) {
+    case Content::kText:
+        return ::mayExist(body.text());
+    case Content::kImage:
+        return ::mayExist(body.image());
+    case Content::kVoice:
+        return ::mayExist(body.voice());
+    case Content::kAudio:
+        return ::mayExist(body.audio());
+    case Content::kVideo:
+        return ::mayExist(body.video());
+    case Content::kFile:
+        return ::mayExist(body.file());
+    case Content::kLocation:
+        return ::mayExist(body.location());
+    // What is beside the fields of the contents inside is kept by the items of those.
+    case Content::kPoll:
+        return hasUnknownFields(body.poll());
+    case Content::kLottery:
+        return hasUnknownFields(body.lottery());
+    case Content::kSticker:
+        return ::mayExist(body.sticker());
+    case Content::kCard:
+        return ::mayExist(body.card());
+    case Content::kSystemAlert:
+        return false; // the item keeps the record whole
+    case Content::kCall:
+        return hasUnknownFields(body.call());
+    case Content::kMeetingInvite:
+        return hasUnknownFields(body.meeting_invite());
+    default:
+        return true;
+    }
 }
 
 Remainder::Record Remainder::between(const im::content::Content &body,
@@ -155,7 +302,9 @@ Remainder::Record Remainder::fromVariant(const QVariant &value, int type)
     const bool isWhole =
         bytes && record->ParseFromArray(bytes.decoded.constData(), int(bytes.decoded.size()));
     const int body = isWhole ? int(record->data_case()) : 0;
-    if (!isWhole || (body != 0 && body != type)) {
+    // A folder has the body of a file.
+    const int expected = type == ContentItem::Folder ? int(ContentItem::File) : type;
+    if (!isWhole || (body != 0 && body != expected)) {
         qCWarning(lcContent, "The remainder of a stored content of type %d is damaged.", type);
         return nullptr;
     }

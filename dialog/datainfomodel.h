@@ -2,6 +2,7 @@
 
 #include "account/modelbase.h"
 #include "modelbase_export.h"
+#include "modelbase_qml.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -57,6 +58,7 @@ public:                                                                         
 class MODELBASE_EXPORT DataInfoModel : public QObject, public ModelBase
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
 
     // clang-format off
     //        type        getter                      setter                          key

@@ -405,12 +405,10 @@ void DialogBase::setMentionIdData(const QByteArray &data)
     Ids atMe = unpack(bytes);
     Ids reacted = atMe ? unpack(bytes) : nullptr;
     if (!reacted || !bytes.isEmpty()) {
-        const QString message =
-            QStringLiteral("The stored mentions of dialog %1 are damaged; those "
-                           "that are held stay.")
-                .arg(m_dialogId);
-        qCWarning(lcDialog).noquote() << message;
-        ImLog::error(message);
+        ImLog::error(lcDialog(),
+                     QStringLiteral("The stored mentions of dialog %1 are damaged; "
+                                    "those that are held stay.")
+                         .arg(m_dialogId));
         return;
     }
     m_atMe = std::move(atMe);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "modelbase_export.h"
+#include "modelbase_qml.h"
 
 #include <QByteArray>
 #include <QList>
@@ -29,6 +30,8 @@ class MessageModelBase;
 class MODELBASE_EXPORT DialogBase : public QObject
 {
     Q_OBJECT
+    Q_MOC_INCLUDE("dialog/messagemodelbase.h")
+    MODELBASE_QML_TYPE
     Q_PROPERTY(bool display READ display WRITE setDisplay NOTIFY displayChanged)
     Q_PROPERTY(bool mute READ mute NOTIFY muteChanged)
     Q_PROPERTY(qint64 sortTime READ sortTime NOTIFY sortTimeChanged)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "modelbase_export.h"
+#include "modelbase_qml.h"
 
 #include <QObject>
 
@@ -9,6 +10,7 @@
 class MODELBASE_EXPORT MessageModelBase : public QObject
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
 
 public:
     using QObject::QObject;

@@ -2,6 +2,7 @@
 
 #include "account/modelbase.h"
 #include "modelbase_export.h"
+#include "modelbase_qml.h"
 #include "settings/settingmacros.h"
 #include "settings/valuecache.h"
 
@@ -65,6 +66,7 @@ Q_SIGNALS:                                                                      
 class MODELBASE_EXPORT AccountSettingModel : public QObject, public ModelBase
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
 
     // clang-format off
     //      type     name                     Name                     key                              default

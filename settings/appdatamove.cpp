@@ -43,12 +43,6 @@ constexpr int progressMs = 50;
 /// How often a folder is gone over in which files change meanwhile.
 constexpr int rounds = 3;
 
-void logError(const QString &text)
-{
-    qCWarning(lcMove).noquote() << text;
-    ImLog::error(text);
-}
-
 QString spaceText()
 {
     //% "There is not enough space at the new place."
@@ -169,7 +163,7 @@ QVariantMap readAccounts(const QByteArray &info)
             accounts.insert(account.key(), toJsonText(entries));
     }
     if (accounts.size() < stored.size())
-        logError(QStringLiteral("The stored state of a data move is damaged"));
+        ImLog::error(lcMove(), QStringLiteral("The stored state of a data move is damaged"));
     return accounts;
 }
 
@@ -298,7 +292,7 @@ private:
             if (move.removeOriginals())
                 return FolderMove::Done;
         }
-        logError(QStringLiteral("A data move is behind files that keep changing"));
+        ImLog::error(lcMove(), QStringLiteral("A data move is behind files that keep changing"));
         return FolderMove::Failed;
     }
 
@@ -343,7 +337,7 @@ bool AppDataMove::moveTo(const QString &targetDirectory)
 {
     m_manager = AccountManager::getInstance();
     const auto refuse = [this](const char *reason, const QString &text) {
-        logError(QStringLiteral("Data move refused: ") + QLatin1String(reason));
+        ImLog::error(lcMove(), QStringLiteral("Data move refused: ") + QLatin1String(reason));
         Q_EMIT m_manager->error(0, text, 0);
         return false;
     };
@@ -391,7 +385,8 @@ void AppDataMove::resume()
 
     // A disk that is not there may come back.
     if (plan.source.isEmpty() || !QFileInfo(plan.source).isDir()) {
-        logError(QStringLiteral("A data move cannot go on: the old place is not there"));
+        ImLog::error(lcMove(),
+                     QStringLiteral("A data move cannot go on: the old place is not there"));
         return;
     }
     begin();
@@ -513,7 +508,7 @@ void AppDataMove::complete(int result, qint64 bytes)
 
 void AppDataMove::fail(const char *reason, const QString &text)
 {
-    logError(QStringLiteral("Data move: ") + QLatin1String(reason));
+    ImLog::error(lcMove(), QStringLiteral("Data move: ") + QLatin1String(reason));
     Q_EMIT m_manager->error(0, text, 0);
     end(false);
 }

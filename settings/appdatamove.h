@@ -1,6 +1,7 @@
 #pragma once
 
 #include "modelbase_export.h"
+#include "modelbase_qml.h"
 
 #include <QObject>
 #include <QString>
@@ -27,6 +28,7 @@ class AccountManager;
 class MODELBASE_EXPORT AppDataMove : public QObject
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(bool running READ running NOTIFY runningChanged)
     Q_PROPERTY(int percent READ percent NOTIFY percentChanged)
     Q_PROPERTY(qint64 movedBytes READ movedBytes NOTIFY movedBytesChanged)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "modelbase_export.h"
+#include "modelbase_qml.h"
 #include "settings/appdirmanager.h"
 #include "settings/settingmacros.h"
 #include "settings/valuecache.h"
@@ -39,6 +40,7 @@ class SettingWriter;
 class MODELBASE_EXPORT AppSettingModel : public QObject
 {
     Q_OBJECT
+    MODELBASE_QML_SINGLETON(AppSettingModel, instance)
 
     // clang-format off
     //      type      name                             Name                             key                                 default

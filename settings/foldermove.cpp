@@ -23,12 +23,6 @@ constexpr qsizetype bufferSize = 1 << 20;
 /// How often a file is copied that changes meanwhile.
 constexpr int attempts = 3;
 
-void logError(const QString &text)
-{
-    qCWarning(lcMove).noquote() << text;
-    ImLog::error(text);
-}
-
 /// With one kind of slashes and without "..", so that paths below it can be cut off.
 QString cleanFolder(const QString &path)
 {
@@ -346,5 +340,5 @@ void FolderMove::log(const char *problem, const QString &reason) const
                        .arg(m_source.mid(m_sourceRoot.size()), QLatin1String(problem));
     if (!reason.isEmpty())
         text += QStringLiteral(": ") + reason;
-    logError(text);
+    ImLog::error(lcMove(), text);
 }

@@ -26,12 +26,6 @@ constexpr int gatherMs = 1;
 // A write that hangs must not take the closing application with it.
 constexpr int flushMs = 5000;
 
-void logError(const QString &text)
-{
-    qCWarning(lcWriter).noquote() << text;
-    ImLog::error(text);
-}
-
 /// One row that is to change.
 template <typename Info>
 struct Change {
@@ -158,7 +152,8 @@ public:
     bool flush(bool close)
     {
         if (!m_writing.tryLock(flushMs)) {
-            logError(QStringLiteral("A write to a store hangs; later changes may be lost"));
+            ImLog::error(lcWriter(),
+                         QStringLiteral("A write to a store hangs; later changes may be lost"));
             return false;
         }
         bool done = true;
@@ -205,7 +200,9 @@ private:
             return true;
         }
         if (!std::exchange(m_failing, true))
-            logError(QStringLiteral("Changes cannot be stored now; they are tried again later"));
+            ImLog::error(
+                lcWriter(),
+                QStringLiteral("Changes cannot be stored now; they are tried again later"));
         const QMutexLocker lock(&m_mutex);
         m_pending.prepend(std::move(taken));
         return false;
@@ -231,7 +228,8 @@ StoreWriter<Storage, Info>::~StoreWriter()
 {
     d->flush(true);
     if (const qsizetype lost = d->pendingCount())
-        logError(QStringLiteral("Changes that could not be stored are lost: %1").arg(lost));
+        ImLog::error(lcWriter(),
+                     QStringLiteral("Changes that could not be stored are lost: %1").arg(lost));
 }
 
 template <typename Storage, typename Info>
@@ -239,8 +237,9 @@ bool StoreWriter<Storage, Info>::accepts(const QString &key, const QVariant &val
 {
     if (storage::SettingStorage::isStorable(value))
         return true;
-    logError(QStringLiteral("A value of type %1 cannot be stored: %2")
-                 .arg(QLatin1StringView(value.typeName()), key.left(64)));
+    ImLog::error(lcWriter(),
+                 QStringLiteral("A value of type %1 cannot be stored: %2")
+                     .arg(QLatin1StringView(value.typeName()), key.left(64)));
     return false;
 }
 

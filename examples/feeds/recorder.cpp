@@ -3,31 +3,30 @@
 #include "base/json.h"
 #include "content/contentfactory.h"
 #include "content/contentitem.h"
+#include "feeds/bodyreader.h"
 #include "feeds/feed.h"
-#include "feeds/markup.h"
-#include "protocol/common_data.pb.h"
 #include "protocol/notif.pb.h"
 
 #include <QCoreApplication>
-#include <QDateTime>
 #include <QFile>
+#include <QFileInfo>
 #include <QHash>
 #include <QRegularExpression>
 #include <QSaveFile>
 #include <QTextStream>
 
-#include <stdexcept>
-
 namespace
 {
 
-struct RecorderError : std::runtime_error {
-    explicit RecorderError(const QString &text) : std::runtime_error(text.toStdString()) { }
-};
+constexpr int ordinaryChats = 1; // the source of contents
+constexpr int storedForm = 1;    // im.Message.content_format_ver of older clients
 
 class Recorder
 {
 public:
+    /// @param media the folder of the files that the messages carry
+    explicit Recorder(const QString &media) : m_media(media) { }
+
     QByteArray record(const QString &conversation);
 
 private:
@@ -36,15 +35,16 @@ private:
     void enterDialog(const QString &id, const QString &name);
     void type(qint64 time, const QString &name);
     void send();
-    int personNamed(const QString &name) const;
     void push(im::notif::NotifType type, const google::protobuf::Message &record);
 
+    const MediaFolder m_media;
     FeedWriter m_feed;
-    QHash<QString, int> m_people; // ids by name
-    int m_botId = 0;
+    Cast m_cast;
     QString m_dialogId;
     QHash<QString, int> m_lastMessageIds; // by dialog
-    im::Message m_message;                // the one whose body is being read; id 0: none
+    int m_lastGroup = 0;
+    im::Message m_message;       // the one whose body is being read; without a sender: none
+    bool m_isStoredForm = false; // that one
     QStringList m_body;
 };
 
@@ -74,13 +74,6 @@ void Recorder::direct(const QString &line)
         match = QRegularExpression(QString::fromLatin1(pattern)).match(line);
         return match.hasMatch();
     };
-    const auto time = [](const QString &text) {
-        QDateTime result = QDateTime::fromString(text, QStringLiteral("yyyy-MM-dd HH:mm"));
-        result.setTimeSpec(Qt::UTC);
-        if (!result.isValid())
-            throw RecorderError(QStringLiteral("no such time: %1").arg(text));
-        return result.toMSecsSinceEpoch();
-    };
     QRegularExpressionMatch match;
     if (is("^(person|bot) (\\d+) (.+)$", match)) {
         addUser(match.captured(2).toInt(), match.captured(3),
@@ -88,15 +81,14 @@ void Recorder::direct(const QString &line)
     } else if (is("^dialog (G-\\d+|C-\\d+-\\d+)(?: (.+))?$", match)) {
         enterDialog(match.captured(1), match.captured(2));
     } else if (is("^typing (\\S+ \\S+) (.+)$", match)) {
-        type(time(match.captured(1)), match.captured(2));
+        type(readTime(match.captured(1)), match.captured(2));
     } else if (is("^(\\d\\S+ \\S+) (.+?)( \\(older client\\))?$", match)) {
         if (m_dialogId.isEmpty())
             throw RecorderError(QStringLiteral("a message outside any dialog"));
-        m_message.set_message_id(++m_lastMessageIds[m_dialogId]);
         m_message.set_dialog_id(m_dialogId.toStdString());
-        m_message.set_timestamp(time(match.captured(1)));
-        m_message.set_sender(personNamed(match.captured(2)));
-        m_message.set_content_format_ver(match.captured(3).isEmpty() ? 2 : 1);
+        m_message.set_timestamp(readTime(match.captured(1)));
+        m_message.set_sender(m_cast.idOf(match.captured(2)));
+        m_isStoredForm = !match.captured(3).isEmpty();
     } else {
         throw RecorderError(QStringLiteral("this says nothing: %1").arg(line));
     }
@@ -104,9 +96,9 @@ void Recorder::direct(const QString &line)
 
 void Recorder::addUser(int id, const QString &name, bool isBot)
 {
-    m_people.insert(name, id);
+    m_cast.people.insert(name, id);
     if (isBot)
-        m_botId = id;
+        m_cast.botId = id;
     im::notif::UserUpdatedNotif notification;
     notification.mutable_user()->set_user_id(id);
     notification.mutable_user()->set_name(name.toStdString());
@@ -129,42 +121,40 @@ void Recorder::type(qint64 time, const QString &name)
 {
     im::notif::TypingUpdatedNotif notification;
     notification.set_dialog_id(m_dialogId.toStdString());
-    notification.set_user_id(personNamed(name));
+    notification.set_user_id(m_cast.idOf(name));
     notification.set_timestamp(time);
     push(im::notif::TYPING_UPDATED, notification);
 }
 
-/// Sends the message whose body has been read.
+/// Sends the message whose body has been read; several, when it carries several files.
 void Recorder::send()
 {
     const QString body = m_body.join(u'\n').trimmed();
     m_body.clear();
-    if (m_message.message_id() == 0)
+    if (m_message.sender() == 0)
         return;
-    if (body.isEmpty())
-        throw RecorderError(QStringLiteral("the message before this line is empty"));
-
-    im::content::Content content;
-    *content.mutable_text() = readMarkup(body, m_botId);
-    const auto item = deserializeContent(content, 1, nullptr);
-    if (m_message.content_format_ver() > 1)
-        m_message.set_content(content.SerializeAsString());
-    else
-        m_message.set_content(mapToJson(serializeContent(item)).toStdString());
-    item->serializeMetions(m_message);
-
-    im::notif::MessageCreatedNotif notification;
-    *notification.mutable_message() = m_message;
-    push(im::notif::MESSAGE_CREATED, notification);
+    const QList<im::Message> bodies = readBodies(body, m_cast, m_media);
+    if (bodies.size() > 1)
+        m_message.set_grouped_id(++m_lastGroup);
+    for (const im::Message &read : bodies) {
+        im::notif::MessageCreatedNotif notification;
+        im::Message &message = *notification.mutable_message();
+        message = m_message;
+        message.set_message_id(++m_lastMessageIds[m_dialogId]);
+        message.MergeFrom(read);
+        const auto item = makeContentItem(message.content(), message.content_format_ver(),
+                                          ordinaryChats, nullptr);
+        if (item)
+            item->serializeMetions(message);
+        if (m_isStoredForm) {
+            if (!item)
+                throw RecorderError(QStringLiteral("an older client does not send this"));
+            message.set_content(mapToJson(serializeContent(item)).toStdString());
+            message.set_content_format_ver(storedForm);
+        }
+        push(im::notif::MESSAGE_CREATED, notification);
+    }
     m_message.Clear();
-}
-
-int Recorder::personNamed(const QString &name) const
-{
-    const int id = m_people.value(name);
-    if (id == 0)
-        throw RecorderError(QStringLiteral("no person is named %1").arg(name));
-    return id;
 }
 
 void Recorder::push(im::notif::NotifType type, const google::protobuf::Message &record)
@@ -189,7 +179,8 @@ int main(int argc, char *argv[])
         return 2;
     }
     try {
-        const QByteArray bytes = Recorder().record(QString::fromUtf8(conversation.readAll()));
+        const QByteArray bytes = Recorder(QFileInfo(arguments[1]).path() + QStringLiteral("/media"))
+                                     .record(QString::fromUtf8(conversation.readAll()));
         QSaveFile feed(arguments[2]);
         if (!feed.open(QIODevice::WriteOnly) || feed.write(bytes) < 0 || !feed.commit()) {
             errors << arguments[2] << ": " << feed.errorString() << '\n';

@@ -59,6 +59,15 @@ public:
     static bool syncFolder(const QString &path);
     /// A local path from a path or a "file:" URL. A path is returned as it is.
     static QString toLocalFile(const QString &pathOrUrl);
+    /// A name that a file can be given on any system, made of one that came from somewhere else.
+    ///
+    /// What is no part of a name anywhere (control characters, <>:"/\|?*, half surrogate pairs)
+    /// becomes "_"; characters that only change the direction of what follows go; so do spaces at
+    /// both ends and dots at the last. Names of Windows devices ("CON", "nul.txt") get a "_" in
+    /// front. A name of more than 255 bytes in UTF-8 loses the end of what stands before its
+    /// extension, whole characters of it as people see them. Never empty, ".", or ".."; a safe name
+    /// comes back as it is.
+    static QString safeFileName(const QString &name);
     /// A size for people, in steps of 1024 with one digit after the point: "0 B", "1.5 KB",
     /// "12.0 MB". Negative sizes count as 0.
     static QString intToSizeStr(qint64 bytes);

@@ -18,9 +18,7 @@ Q_LOGGING_CATEGORY(lcCrypto, "modelbase.crypto")
 void logFailure(const QString &text)
 {
     ERR_clear_error();
-    const QString line = QStringLiteral("crypto: ") + text;
-    qCWarning(lcCrypto).noquote() << line;
-    ImLog::error(line);
+    ImLog::error(lcCrypto(), QStringLiteral("crypto: ") + text);
 }
 
 } // namespace cryptobase

@@ -15,9 +15,7 @@ Q_LOGGING_CATEGORY(lcKeys, "modelbase.keys")
 
 void logFailure(const QString &text)
 {
-    const QString line = QStringLiteral("keys: ") + text;
-    qCWarning(lcKeys).noquote() << line;
-    ImLog::error(line);
+    ImLog::error(lcKeys(), QStringLiteral("keys: ") + text);
 }
 
 } // namespace crypto

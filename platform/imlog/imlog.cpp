@@ -233,6 +233,20 @@ void ImLog::error(const QString &text)
     instance()->d->log(spdlog::level::err, text);
 }
 
+void ImLog::info(const QLoggingCategory &category, const QString &text)
+{
+    if (category.isDebugEnabled())
+        QMessageLogger().debug(category).noquote() << text;
+    info(text);
+}
+
+void ImLog::error(const QLoggingCategory &category, const QString &text)
+{
+    if (category.isWarningEnabled())
+        QMessageLogger().warning(category).noquote() << text;
+    error(text);
+}
+
 QString ImLog::directory() const
 {
     return d->directory();

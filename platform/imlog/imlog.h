@@ -6,6 +6,8 @@
 
 #include <memory>
 
+class QLoggingCategory;
+
 /// The application's log: notable steps and failures, in rotating text files.
 ///
 /// Thread: every member may be called from any thread; writing happens on a thread of its own, so a
@@ -27,6 +29,9 @@ public:
 
     static void info(const QString &text);
     static void error(const QString &text);
+    /// The same line to the Qt debug log too, where `category` filters it: as debug and as warning.
+    static void info(const QLoggingCategory &category, const QString &text);
+    static void error(const QLoggingCategory &category, const QString &text);
 
     /// The directory the files are written to; empty before the first line, and without a file.
     QString directory() const;

@@ -129,9 +129,7 @@ std::unique_ptr<SQLite::Database> connect(const QString &filePath, const SchemaS
 void Database::log(const QString &text)
 {
     static const QLoggingCategory category("modelbase.storage");
-    const QString line = QStringLiteral("storage: ") + text.simplified();
-    qCWarning(category).noquote() << line;
-    ImLog::error(line);
+    ImLog::error(category, QStringLiteral("storage: ") + text.simplified());
 }
 
 Database::Database(SchemaSteps steps) : m_steps(std::move(steps)) { }

@@ -4,6 +4,7 @@
 #include <google/protobuf/message.h>
 #include <google/protobuf/unknown_field_set.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -135,7 +136,9 @@ private:
             SET(Bool, true);
         case FieldDescriptor::CPPTYPE_ENUM:
             // Often one of a newer protocol.
-            SET(EnumValue, below(4) == 0 ? 4000 : 1 + below(field->enum_type()->value_count() - 1));
+            SET(EnumValue,
+                below(4) == 0 ? 4000
+                              : 1 + below(std::max(1, field->enum_type()->value_count() - 1)));
         case FieldDescriptor::CPPTYPE_STRING:
             SET(String, field->type() == FieldDescriptor::TYPE_BYTES ? bytes() : text());
         case FieldDescriptor::CPPTYPE_MESSAGE:

@@ -13,7 +13,7 @@ public:
         const int slot = QObject::staticMetaObject.methodCount();
         for (QObject *object : objects) {
             const QMetaObject *meta = object->metaObject();
-            for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {
+            for (int i = QObject::staticMetaObject.methodCount(); i < meta->methodCount(); ++i) {
                 if (meta->method(i).methodType() == QMetaMethod::Signal)
                     QMetaObject::connect(object, i, this, slot, Qt::DirectConnection);
             }

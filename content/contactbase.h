@@ -1,0 +1,22 @@
+#pragma once
+
+#include "modelbase_export.h"
+
+#include <QObject>
+#include <QString>
+
+/// The application's object for a user, as far as contents need it: the name that the account knows
+/// the user by.
+class MODELBASE_EXPORT ContactBase : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QString name READ name NOTIFY nameChanged)
+
+public:
+    using QObject::QObject;
+
+    virtual QString name() const = 0;
+
+Q_SIGNALS:
+    void nameChanged();
+};

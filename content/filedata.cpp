@@ -1,0 +1,632 @@
+#include "content/filedata.h"
+
+#include "base/util.h"
+#include "protocol/common_data.pb.h"
+#include "protocol/message_content.pb.h"
+
+#include <QDateTime>
+#include <QFileInfo>
+#include <QJSEngine>
+#include <QUrl>
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+
+QString text(const std::string &utf8)
+{
+    return QString::fromUtf8(utf8.data(), qsizetype(utf8.size()));
+}
+
+QByteArray bytes(const std::string &bytes)
+{
+    return QByteArray(bytes.data(), qsizetype(bytes.size()));
+}
+
+/// The name with the extension that its record names beside it.
+QString completed(const QString &name, const QString &extension)
+{
+    // On purpose without the dot: "notapdf" stays as it is.
+    if (name.isEmpty() || extension.isEmpty() || name.endsWith(extension, Qt::CaseInsensitive))
+        return name;
+    const qsizetype dot = name.lastIndexOf(u'.');
+    return (dot > 0 ? name.first(dot) : name) + u'.' + extension;
+}
+
+/// A count of bytes as a transfer reports it.
+qint64 byteCount(double bytes)
+{
+    constexpr double limit = 9223372036854774784.0;        // the largest double that 64 bits hold
+    return bytes > 0 ? qint64(std::min(bytes, limit)) : 0; // NaN is not above 0
+}
+
+quint8 percentOf(qint64 done, qint64 total)
+{
+    if (total <= 0)
+        return 0;
+    if (done >= total)
+        return 100;
+    // What rounds up to the whole is not the whole.
+    return quint8(std::min(99.0, std::floor(double(done) / double(total) * 100)));
+}
+
+} // namespace
+
+/// When a file was made and last changed, as FileData::createTime() has it.
+struct FileData::Times {
+    qint64 created = 0;
+    qint64 modified = 0;
+
+    bool areKnown() const { return created > 0 && modified > 0; }
+    bool match(const Times &recorded) const
+    {
+        const auto same = [](qint64 now, qint64 then) { return now == then || now / 1000 == then; };
+        return same(created, recorded.created) && same(modified, recorded.modified);
+    }
+};
+
+/// What the disk says of a path at one moment.
+struct FileData::DiskFile {
+    explicit DiskFile(const QString &path)
+    {
+        if (path.isEmpty())
+            return;
+        QFileInfo info(path);
+        info.stat(); // all at once: the file may vanish between two questions
+        exists = info.exists();
+        if (!exists)
+            return;
+        isRegular = info.isFile();
+        size = info.size();
+        const QDateTime created = info.birthTime();
+        times.modified = info.lastModified().toMSecsSinceEpoch();
+        times.created = created.isValid() ? created.toMSecsSinceEpoch() : times.modified;
+    }
+
+    qint64 regularSize() const { return isRegular ? size : 0; }
+
+    bool exists = false;
+    bool isRegular = false;
+    qint64 size = 0;
+    Times times;
+};
+
+/// What most of a hundred thousand records do not have.
+struct FileData::Extra {
+    QString extension; // only where the name does not tell
+    QByteArray iv;
+    Times times;
+    Times cacheTimes;
+    qint64 done = 0;
+    quint8 percent = 0;
+    /// From the first byte up to the one behind the last; in order, apart from each other.
+    std::vector<Range> ranges;
+};
+
+struct FileData::OwnKeys : StoredKeys {
+    QString name, extension, iv, downloadedRange;
+
+    static const OwnKeys &of(ParseType type)
+    {
+        static const OwnKeys source = {
+            sourceKeys(),
+            QStringLiteral("fileName"),
+            QStringLiteral("fileExtension"),
+            QStringLiteral("iv"),
+            QStringLiteral("downloadedRange"),
+        };
+        static const OwnKeys thumbnail = {
+            {
+                QStringLiteral("thumbnailId"),
+                QStringLiteral("thumbnailAesKey"),
+                QStringLiteral("thumbnailFileMd5"),
+                QStringLiteral("thumbPath"),
+                QStringLiteral("thumbnailSize"),
+                QStringLiteral("thumbnailVersion"),
+                QStringLiteral("thumbnailFileState"),
+                QStringLiteral("thumbnailCachePath"),
+                false,
+            },
+            QStringLiteral("thumbnailName"),
+            QStringLiteral("thumbnailExtension"),
+            QStringLiteral("thumbnailIv"),
+            QStringLiteral("thumbnailDownloadedRange"),
+        };
+        return type == ParseType::Thumbnail ? thumbnail : source;
+    }
+};
+
+const FileData::Extra &FileData::extra() const
+{
+    static const Extra none;
+    return m_extra ? *m_extra : none;
+}
+
+FileData::Extra &FileData::ownExtra()
+{
+    if (!m_extra)
+        m_extra = std::make_unique<Extra>();
+    return *m_extra;
+}
+
+// Life
+
+FileData::FileData() = default;
+
+FileData::FileData(const QVariantMap &map, ParseType type, const BaseFile *base) : BaseFile(base)
+{
+    parse(map, type, true);
+}
+
+FileData::FileData(const FileData *other) : BaseFile(other)
+{
+    if (!other)
+        return;
+    const ReadLocker locker(other->m_mutex);
+    m_fileName = other->m_fileName;
+    m_cacheFileExist = other->m_cacheFileExist;
+    if (other->m_extra)
+        m_extra = std::make_unique<Extra>(*other->m_extra);
+}
+
+FileData::FileData(const BaseFile *base) : BaseFile(base)
+{
+    recordFile();
+}
+
+FileData::FileData(const im::content::FileInfo &info)
+    : BaseFile(Identity{text(info.id()), bytes(info.key()), bytes(info.checksum()), info.size(),
+                        info.version()}),
+      m_fileName(text(info.name()))
+{
+}
+
+FileData::FileData(const im::FileInfo &info)
+    : BaseFile(
+        Identity{text(info.file_id()), bytes(info.key()), bytes(info.check_sum()), info.size()})
+{
+    setIv(bytes(info.iv()));
+}
+
+FileData::~FileData()
+{
+    Q_EMIT startDestroy();
+}
+
+// Name
+
+QString FileData::fileName() const
+{
+    const ReadLocker locker(m_mutex);
+    return m_fileName;
+}
+
+void FileData::setFileName(const QString &fileName)
+{
+    setNameAndExtension(fileName, {});
+}
+
+QString FileData::fileExtension() const
+{
+    const ReadLocker locker(m_mutex);
+    return extra().extension.isEmpty() ? extensionOf(m_fileName) : extra().extension;
+}
+
+QString FileData::suffix() const
+{
+    return fileExtension().toLower();
+}
+
+void FileData::setNameAndExtension(const QString &name, const QString &extension)
+{
+    const Locker locker(this);
+    const QString before = fileExtension();
+    assign(m_fileName, name, NameChange);
+    const QString apart = extension == extensionOf(name) ? QString() : extension;
+    if (apart != extra().extension)
+        ownExtra().extension = apart;
+    if (fileExtension() != before)
+        noteChange(ExtensionChange);
+}
+
+QByteArray FileData::iv() const
+{
+    const ReadLocker locker(m_mutex);
+    return extra().iv;
+}
+
+void FileData::setIv(const QByteArray &iv)
+{
+    const ReadLocker locker(m_mutex);
+    if (iv != extra().iv)
+        ownExtra().iv = iv;
+}
+
+// Stored form
+
+void FileData::serialize(QVariantMap &map, bool thumbnail) const
+{
+    const ParseType type = thumbnail ? ParseType::Thumbnail : ParseType::Source;
+    const OwnKeys &keys = OwnKeys::of(type);
+    const ReadLocker locker(m_mutex);
+    write(map, keys);
+    if (!m_fileName.isEmpty() || !thumbnail)
+        map.insert(keys.name, m_fileName);
+    if (!extra().iv.isEmpty())
+        map.insert(keys.iv, QString::fromLatin1(extra().iv.toBase64()));
+    if (!extra().ranges.empty())
+        map.insert(keys.downloadedRange, downloadedRange());
+}
+
+QVariantMap FileData::serialize() const
+{
+    QVariantMap map;
+    serialize(map, false);
+    return map;
+}
+
+void FileData::serialize(im::content::FileInfo *info) const
+{
+    const ReadLocker locker(m_mutex);
+    info->set_id(fileId().toStdString());
+    info->set_key(aesKey().toStdString());
+    info->set_checksum(fileMd5().toStdString());
+    info->set_name(m_fileName.toStdString());
+    info->set_size(size());
+    info->set_version(version());
+}
+
+void FileData::serialize(im::FileInfo *info) const
+{
+    const ReadLocker locker(m_mutex);
+    info->set_file_id(fileId().toStdString());
+    info->set_key(aesKey().toStdString());
+    info->set_check_sum(fileMd5().toStdString());
+    info->set_size(size());
+    info->set_iv(extra().iv.toStdString());
+}
+
+void FileData::parse(const QVariantMap &map, ParseType type, bool all)
+{
+    const OwnKeys &keys = OwnKeys::of(type);
+    const auto has = [&](const QString &key) { return map.contains(key); };
+    const Locker locker(this);
+    read(map, keys, all);
+    if (all || has(keys.name) || has(keys.extension)) {
+        const QString given = map.value(keys.extension).toString();
+        const QString extension = isValidExtension(given) ? given : QString();
+        const QString name = all || has(keys.name) ? map.value(keys.name).toString() : m_fileName;
+        setNameAndExtension(completed(name, extension), extension);
+    }
+    if (has(keys.iv))
+        setIv(bytesOf(map.value(keys.iv), keys.iv));
+    if (has(keys.downloadedRange))
+        setDownloadedRange(map.value(keys.downloadedRange).toList());
+    if (has(keys.cachePath))
+        setCacheFilePath(map.value(keys.cachePath).toString());
+
+    const QString path = map.value(keys.path).toString();
+    if (!DiskFile(path).exists)
+        return;
+    setFilePath(path);
+    recordFile();
+    if (fileState() == NotDownloaded) // nothing is known but that it is here
+        setFileState(Downloaded);
+}
+
+void FileData::update(const QVariantMap &map, ParseType type)
+{
+    parse(map, type, false);
+}
+
+void FileData::update(const im::content::FileInfo &info)
+{
+    const Locker locker(this);
+    if (!info.id().empty())
+        setFileId(text(info.id()));
+    if (!info.key().empty())
+        setAesKey(bytes(info.key()));
+    if (!info.checksum().empty())
+        setFileMd5(bytes(info.checksum()));
+    if (!info.name().empty())
+        setFileName(text(info.name()));
+    if (info.size() != 0)
+        setSize(info.size());
+    if (info.version() != 0)
+        setVersion(info.version());
+}
+
+void FileData::update(const im::FileInfo &info)
+{
+    const Locker locker(this);
+    if (!info.file_id().empty())
+        setFileId(text(info.file_id()));
+    if (!info.key().empty())
+        setAesKey(bytes(info.key()));
+    if (!info.check_sum().empty())
+        setFileMd5(bytes(info.check_sum()));
+    if (info.size() != 0)
+        setSize(info.size());
+    if (!info.iv().empty())
+        setIv(bytes(info.iv()));
+}
+
+bool FileData::isSameRecord(const FileData &other) const
+{
+    if (&other == this)
+        return true;
+    const std::scoped_lock locker(m_mutex, other.m_mutex);
+    return fileId() == other.fileId() && aesKey() == other.aesKey() && fileMd5() == other.fileMd5()
+        && m_fileName == other.m_fileName && size() == other.size() && version() == other.version()
+        && extra().iv == other.extra().iv;
+}
+
+// Place
+
+QString FileData::filePath(bool checked, bool asUrl)
+{
+    const Locker locker(this);
+    if (checked)
+        exists();
+    const QString path = filePath();
+    return asUrl && !path.isEmpty() ? QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded) : path;
+}
+
+void FileData::setFilePath(const QString &path)
+{
+    const Locker locker(this);
+    if (m_extra && path != filePath())
+        m_extra->times = {};
+    BaseFile::setFilePath(path);
+}
+
+void FileData::setCacheFilePath(const QString &path)
+{
+    const Locker locker(this);
+    if (path != cacheFilePath()) {
+        if (m_extra)
+            m_extra->cacheTimes = {};
+        m_cacheFileExist = false;
+    }
+    BaseFile::setCacheFilePath(path);
+}
+
+void FileData::updateFilePath(const QString &path, bool downloaded, bool check)
+{
+    const Locker locker(this);
+    if (m_extra)
+        m_extra->times = {};
+    setFilePath(path);
+    if (check)
+        recordFile();
+    if (downloaded)
+        setFileState(Downloaded);
+}
+
+void FileData::recordFile()
+{
+    const Locker locker(this);
+    const QString path = filePath();
+    const DiskFile file(path);
+    setFileExist(file.exists);
+    if (!file.exists)
+        return;
+    ownExtra().times = file.times;
+    if (file.isRegular)
+        setSize(file.size);
+    if (m_fileName.isEmpty())
+        setNameAndExtension(QFileInfo(path).fileName(), extra().extension);
+}
+
+bool FileData::updateFile(const FileData &other)
+{
+    if (&other == this)
+        return false;
+    const FileData copy(&other); // no two records are locked at a time
+    const Locker locker(this);
+    if (fileExist() || (copy.filePath().isEmpty() && copy.cacheFilePath().isEmpty()))
+        return false;
+    setFilePath(copy.filePath());
+    setCacheFilePath(copy.cacheFilePath());
+    ownExtra().times = copy.extra().times;
+    ownExtra().cacheTimes = copy.extra().cacheTimes;
+    m_cacheFileExist = copy.m_cacheFileExist;
+    setFileExist(copy.fileExist());
+    setFileState(copy.fileState());
+    return true;
+}
+
+bool FileData::exists()
+{
+    const Locker locker(this);
+    const DiskFile file(filePath());
+    if (file.exists && !extra().times.areKnown())
+        ownExtra().times = file.times;
+    if (file.exists && file.times.match(extra().times)) {
+        setFileExist(true);
+        return true;
+    }
+    const FileState state = fileState();
+    if (cacheFileExist()) {
+        updateFilePath(cacheFilePath(), false, true);
+        if (state != WaitingForUpload && state != Uploading && state != UploadFailed
+            && state != Uploaded && state != UploadPaused)
+            setFileState(Downloaded);
+        return fileExist();
+    }
+    if (state == Downloaded || state == Uploaded)
+        setFileState(Missing);
+    setCacheFilePath({});
+    setFilePath({});
+    setFileExist(false);
+    return false;
+}
+
+bool FileData::cacheFileExist()
+{
+    const Locker locker(this);
+    const DiskFile copy(cacheFilePath());
+    if (copy.exists && !extra().cacheTimes.areKnown())
+        ownExtra().cacheTimes = copy.times;
+    m_cacheFileExist = copy.exists && copy.times.match(extra().cacheTimes);
+    return m_cacheFileExist;
+}
+
+bool FileData::hasCacheFile() const
+{
+    const ReadLocker locker(m_mutex);
+    return m_cacheFileExist;
+}
+
+qint64 FileData::fileSize() const
+{
+    return DiskFile(filePath()).regularSize();
+}
+
+qint64 FileData::cacheFileSize() const
+{
+    return DiskFile(cacheFilePath()).regularSize();
+}
+
+qint64 FileData::createTime() const
+{
+    const ReadLocker locker(m_mutex);
+    return extra().times.created;
+}
+
+qint64 FileData::lastModified() const
+{
+    const ReadLocker locker(m_mutex);
+    return extra().times.modified;
+}
+
+void FileData::setFileTimes(qint64 createTime, qint64 lastModified)
+{
+    const ReadLocker locker(m_mutex);
+    ownExtra().times = {createTime, lastModified};
+}
+
+void FileData::setCacheFileTimes(qint64 createTime, qint64 lastModified)
+{
+    const ReadLocker locker(m_mutex);
+    ownExtra().cacheTimes = {createTime, lastModified};
+}
+
+// Transfer
+
+QString FileData::progress() const
+{
+    const ReadLocker locker(m_mutex);
+    return Util::intToSizeStr(extra().done);
+}
+
+quint8 FileData::percent() const
+{
+    const ReadLocker locker(m_mutex);
+    return extra().percent;
+}
+
+void FileData::updateTransferProgress(double done, double total)
+{
+    const Locker locker(this);
+    const QString before = progress();
+    ownExtra().done = byteCount(done);
+    if (progress() != before)
+        noteChange(ProgressChange);
+    assign(ownExtra().percent, percentOf(byteCount(done), byteCount(total)), PercentChange);
+}
+
+void FileData::resetTransferProgerss()
+{
+    const Locker locker(this);
+    updateTransferProgress(0, 0);
+    setDownloadedRange({});
+}
+
+QList<QVariant> FileData::downloadedRange() const
+{
+    const ReadLocker locker(m_mutex);
+    QList<QVariant> list;
+    for (const auto &[from, to] : extra().ranges)
+        list.append(QVariantMap{{QStringLiteral("from"), from}, {QStringLiteral("to"), to}});
+    return list;
+}
+
+void FileData::setDownloadedRange(const QList<QVariant> &ranges)
+{
+    std::vector<Range> wanted;
+    for (const QVariant &element : ranges) {
+        const QVariantMap map = element.toMap();
+        wanted.emplace_back(storedNumber(map.value(QStringLiteral("from"))),
+                            storedNumber(map.value(QStringLiteral("to"))));
+    }
+    takeRanges(std::move(wanted));
+}
+
+void FileData::addDownloadedRange(qint64 from, qint64 to)
+{
+    const Locker locker(this);
+    std::vector<Range> wanted = extra().ranges;
+    wanted.emplace_back(from, to);
+    takeRanges(std::move(wanted));
+}
+
+void FileData::takeRanges(std::vector<Range> &&ranges)
+{
+    std::erase_if(
+        ranges, [](const Range &range) { return range.first < 0 || range.second <= range.first; });
+    std::sort(ranges.begin(), ranges.end());
+    std::vector<Range> joined;
+    for (const Range &range : ranges) {
+        if (!joined.empty() && range.first <= joined.back().second)
+            joined.back().second = std::max(joined.back().second, range.second);
+        else
+            joined.push_back(range);
+    }
+    const Locker locker(this);
+    assign(ownExtra().ranges, joined, RangeChange);
+}
+
+// Use
+
+int FileData::addref()
+{
+    const ReadLocker locker(m_mutex);
+    return ++m_useCount;
+}
+
+int FileData::deref()
+{
+    const ReadLocker locker(m_mutex);
+    m_useCount = std::max(0, m_useCount - 1);
+    return m_useCount;
+}
+
+int FileData::useCount() const
+{
+    const ReadLocker locker(m_mutex);
+    return m_useCount;
+}
+
+FileData *FileData::forQml()
+{
+    QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
+    return this;
+}
+
+void FileData::emitChanges(quint16 changes)
+{
+    BaseFile::emitChanges(changes);
+    if (changes & NameChange)
+        Q_EMIT fileNameChanged(fileName());
+    if (changes & ExtensionChange)
+        Q_EMIT fileExtensionChanged();
+    if (changes & ProgressChange)
+        Q_EMIT progressChanged(progress());
+    if (changes & PercentChange)
+        Q_EMIT percentChanged(percent());
+    if (changes & RangeChange)
+        Q_EMIT downloadedRangeChanged(downloadedRange());
+}

@@ -1,0 +1,200 @@
+#include "content/items/callitem.h"
+
+#include "base/storedvalue.h"
+#include "base/translated.h"
+#include "content/changes_p.h"
+#include "protocol/common_data.pb.h"
+#include "protocol/message_content.pb.h"
+
+#include <QLoggingCategory>
+
+namespace
+{
+
+Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
+
+QString stateKey()
+{
+    return QStringLiteral("state");
+}
+
+QString durationKey()
+{
+    return QStringLiteral("duration");
+}
+
+QString callIdKey()
+{
+    return QStringLiteral("callId");
+}
+
+/// "m:ss", from an hour on "h:mm:ss".
+QString clock(qint64 seconds)
+{
+    const auto twoDigits = [](qint64 number) {
+        return QStringLiteral("%1").arg(number, 2, 10, QLatin1Char('0'));
+    };
+    const QString tail = QLatin1Char(':') + twoDigits(seconds % 60);
+    const qint64 minutes = seconds / 60;
+    if (minutes < 60)
+        return QString::number(minutes) + tail;
+    return QString::number(minutes / 60) + QLatin1Char(':') + twoDigits(minutes % 60) + tail;
+}
+
+struct Wording {
+    const char *id;
+    const char *english;
+};
+
+/// What is said of a state to the one who called and to the one who was called.
+struct StateText {
+    qint32 state;
+    Wording outgoing;
+    Wording incoming;
+};
+
+constexpr StateText stateTexts[] = {
+    {CallItem::Unknown, {QT_TRID_NOOP("call"), "Call"}, {QT_TRID_NOOP("call"), "Call"}},
+    {CallItem::Dialing,
+     {QT_TRID_NOOP("call_outgoing"), "Calling…"},
+     {QT_TRID_NOOP("call_incoming"), "Incoming call"}},
+    {CallItem::Established,
+     {QT_TRID_NOOP("call_in_progress"), "Call in progress"},
+     {QT_TRID_NOOP("call_in_progress"), "Call in progress"}},
+    {CallItem::Rejected,
+     {QT_TRID_NOOP("call_was_declined"), "Call declined"},
+     {QT_TRID_NOOP("call_you_declined"), "You declined the call"}},
+    {CallItem::TimeOut,
+     {QT_TRID_NOOP("call_no_answer"), "No answer"},
+     {QT_TRID_NOOP("call_missed"), "Missed call"}},
+    {CallItem::Cancelled,
+     {QT_TRID_NOOP("call_you_cancelled"), "You cancelled the call"},
+     {QT_TRID_NOOP("call_missed"), "Missed call"}},
+    {CallItem::Finished,
+     {QT_TRID_NOOP("call_finished"), "Call %1"},
+     {QT_TRID_NOOP("call_finished"), "Call %1"}},
+    {CallItem::Failed,
+     {QT_TRID_NOOP("call_failed"), "Call failed"},
+     {QT_TRID_NOOP("call_failed"), "Call failed"}},
+    {CallItem::Busy,
+     {QT_TRID_NOOP("call_busy"), "Line busy"},
+     {QT_TRID_NOOP("call_missed_while_busy"), "Missed call while you were busy"}},
+};
+
+} // namespace
+
+static_assert(int(CallItem::Finished) == im::Message::FINISHED
+              && int(CallItem::Busy) == im::Message::CallState_MAX);
+
+CallItem::CallItem(const QMap<QString, QVariant> &map, int source, AccountBase *account)
+    : ContentItem(map, source, account), m_duration(StoredValue::toInt64(map.value(durationKey()))),
+      m_callId(map.value(callIdKey()).toString()),
+      m_state(StoredValue::toInt32(map.value(stateKey())))
+{
+    setType(Call);
+}
+
+CallItem::CallItem(const im::content::Content &content, int source, AccountBase *account)
+    : ContentItem(content, source, account), m_duration(content.call().duration()),
+      m_callId(QString::fromStdString(content.call().call_id())),
+      m_state(content.call().call_state())
+{
+    setType(Call);
+}
+
+CallItem::CallItem(int source, AccountBase *account) : ContentItem(source, account)
+{
+    setType(Call);
+}
+
+CallItem::CallItem(const CallItem *other)
+    : ContentItem(other), m_duration(other->m_duration), m_callId(other->m_callId),
+      m_state(other->m_state), m_outgoing(other->m_outgoing)
+{
+}
+
+void CallItem::setState(qint32 state)
+{
+    Changes changes(this);
+    take(changes, state, m_duration, m_callId);
+}
+
+void CallItem::setDuration(qint64 duration)
+{
+    Changes changes(this);
+    take(changes, m_state, duration, m_callId);
+}
+
+void CallItem::setCallId(const QString &callId)
+{
+    Changes changes(this);
+    take(changes, m_state, m_duration, callId);
+}
+
+void CallItem::setOutgoing(bool outgoing)
+{
+    Changes changes(this);
+    if (changes.set(m_outgoing, outgoing, &CallItem::outgoingChanged))
+        changes.add(&CallItem::textChanged);
+}
+
+void CallItem::take(Changes<CallItem> &changes, qint32 state, qint64 duration,
+                    const QString &callId)
+{
+    const bool stateIsNew = changes.set(m_state, state, &CallItem::stateChanged);
+    const bool durationIsNew = changes.set(m_duration, duration, &CallItem::durationChanged);
+    changes.set(m_callId, callId, &CallItem::callIdChanged);
+    if (stateIsNew || (durationIsNew && m_state == Finished))
+        changes.add(&CallItem::textChanged);
+}
+
+QString CallItem::text() const
+{
+    const StateText *row = &stateTexts[0];
+    for (const StateText &candidate : stateTexts) {
+        if (candidate.state == m_state)
+            row = &candidate;
+    }
+    const Wording &wording = m_outgoing ? row->outgoing : row->incoming;
+    const QString text = translated(wording.id, wording.english);
+    return m_state == Finished ? text.arg(clock(qMax(m_duration, 0))) : text;
+}
+
+void CallItem::serialize(QMap<QString, QVariant> &map) const
+{
+    ContentItem::serialize(map);
+    map.insert(stateKey(), m_state);
+    map.insert(durationKey(), m_duration);
+    if (!m_callId.isEmpty())
+        map.insert(callIdKey(), m_callId);
+}
+
+void CallItem::serialize(im::content::Content *content) const
+{
+    startRecord(content);
+    im::content::Call *call = content->mutable_call();
+    call->set_call_state(im::Message::CallState(m_state));
+    call->set_call_id(m_callId.toStdString());
+    call->set_duration(m_duration);
+}
+
+void CallItem::deserialize(const QMap<QString, QVariant> &map)
+{
+    Changes changes(this);
+    take(changes, StoredValue::toInt32(map.value(stateKey())),
+         StoredValue::toInt64(map.value(durationKey())), map.value(callIdKey()).toString());
+    ContentItem::deserialize(map);
+}
+
+void CallItem::setContent(const im::content::Content &content)
+{
+    if (!content.has_call()) {
+        qCDebug(lcContent, "A call cannot be updated from a content of type %d.",
+                int(content.data_case()));
+        return;
+    }
+    const im::content::Call &call = content.call();
+    Changes changes(this);
+    take(changes, call.call_state(), call.duration(), QString::fromStdString(call.call_id()));
+    keepRemainder(content);
+}

@@ -1,0 +1,264 @@
+#include "content/items/combineditem.h"
+
+#include "account/accountbase.h"
+#include "content/contentfactory.h"
+#include "content/items/innercontent_p.h"
+#include "content/items/mediabox_p.h"
+#include "content/items/watch_p.h"
+#include "content/modelbaseutil.h"
+#include "protocol/common_data.pb.h"
+#include "protocol/message_content.pb.h"
+#include "settings/appsettingmodel.h"
+
+#include <QLoggingCategory>
+
+#include <algorithm>
+
+namespace
+{
+
+Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
+
+constexpr int summaryLines = 3;
+/// What a view has room for in a line; more is not measured.
+constexpr int summaryLength = 100;
+/// The line that opens all messages, in pixels.
+constexpr int footerHeight = 28;
+
+auto watch(CombinedItem *item)
+{
+    return Watch(item, Watched{&CombinedItem::entries, &CombinedItem::entriesChanged},
+                 Watched{&CombinedItem::total, &CombinedItem::totalChanged});
+}
+
+CombinedItem *toCombined(const QSharedPointer<ContentItem> &item)
+{
+    return qobject_cast<CombinedItem *>(item.data());
+}
+
+/// The factory knows no combined messages: they are no body.
+QSharedPointer<ContentItem> makeInner(const QMap<QString, QVariant> &map, int source,
+                                      AccountBase *account)
+{
+    if (map.isEmpty())
+        return {};
+    const QString type = map.value(QStringLiteral("type")).toString();
+    if (type == ModelBaseUtil::messageTypeIntToStr(ContentItem::Combined))
+        return QSharedPointer<CombinedItem>::create(map, source, account);
+    return makeContentItem({{QStringLiteral("content"), QVariantList{map}}}, source, account);
+}
+
+QSize textSize(const QString &text, int width, bool inThread)
+{
+    const auto item = QSharedPointer<ContentItem>::create(1, nullptr);
+    item->setContent(text, {});
+    int lines = 0;
+    return text.isEmpty() ? QSize() : Inner::rowSize(item, lines, width, inThread);
+}
+
+} // namespace
+
+CombinedItem::CombinedItem(int source, AccountBase *account)
+    : ContentItem(source, account), m_account(account)
+{
+    setType(Combined);
+}
+
+CombinedItem::CombinedItem(const im::Message &message, const Opener &open, int source,
+                           AccountBase *account)
+    : CombinedItem(source, account)
+{
+    read(message, open);
+}
+
+CombinedItem::CombinedItem(const QMap<QString, QVariant> &map, int source, AccountBase *account)
+    : ContentItem(map, source, account), m_account(account)
+{
+    setType(Combined);
+    read(map);
+}
+
+CombinedItem::CombinedItem(const CombinedItem *other)
+    : ContentItem(other), m_account(other->m_account), m_entries(other->m_entries),
+      m_total(other->m_total)
+{
+    for (CombinedEntry &entry : m_entries) {
+        if (const CombinedItem *inner = toCombined(entry.content))
+            entry.content = QSharedPointer<CombinedItem>::create(inner);
+        else if (const auto copied = copyContent(entry.content))
+            entry.content = copied;
+    }
+}
+
+CombinedItem::~CombinedItem() = default;
+
+// Entries
+
+void CombinedItem::setMessage(const im::Message &message, const Opener &open)
+{
+    const auto watching = watch(this);
+    read(message, open);
+}
+
+void CombinedItem::read(const im::Message &message, const Opener &open)
+{
+    const Nesting nesting;
+    m_entries.clear();
+    for (const im::Message &inner : message.combined_messages()) {
+        if (!Nesting::take())
+            break;
+        CombinedEntry entry;
+        entry.messageId = inner.message_id();
+        entry.time = inner.timestamp();
+        entry.isGroup = inner.has_group_sender();
+        if (entry.isGroup) {
+            const im::GroupSender &sender = inner.group_sender();
+            entry.senderId = sender.group_id();
+            entry.senderName = QString::fromStdString(
+                sender.send_from_channel() ? sender.channel_name() : sender.title());
+        } else {
+            entry.senderId = inner.sender();
+        }
+        if (inner.combined_messages_size() > 0)
+            entry.content =
+                QSharedPointer<CombinedItem>::create(inner, open, source(), m_account.data());
+        else if (open)
+            entry.content = open(inner);
+        m_entries.append(entry);
+    }
+    m_total = std::max(message.total_combined_messages(), message.combined_messages_size());
+}
+
+QVariantList CombinedItem::entryVariants() const
+{
+    return Inner::toVariants(m_entries);
+}
+
+QList<QSharedPointer<ContentItem>> CombinedItem::innerItems() const
+{
+    ItemList items;
+    for (const CombinedEntry &entry : m_entries) {
+        if (entry.content)
+            items.append(entry.content);
+    }
+    return items;
+}
+
+void CombinedItem::setSenderName(qint64 senderId, bool isGroup, const QString &name)
+{
+    const auto watching = watch(this);
+    for (CombinedEntry &entry : m_entries) {
+        if (entry.senderId == senderId && entry.isGroup == isGroup)
+            entry.senderName = name;
+        if (CombinedItem *inner = toCombined(entry.content))
+            inner->setSenderName(senderId, isGroup, name);
+    }
+}
+
+QString CombinedItem::title() const
+{
+    QStringList names;
+    for (const CombinedEntry &entry : m_entries) {
+        if (!entry.senderName.isEmpty() && !names.contains(entry.senderName))
+            names.append(entry.senderName);
+    }
+    return names.join(QStringLiteral(", "));
+}
+
+QStringList CombinedItem::summary() const
+{
+    QStringList lines;
+    for (const CombinedEntry &entry : m_entries) {
+        if (lines.size() == summaryLines)
+            break;
+        QStringList parts;
+        if (!entry.senderName.isEmpty())
+            parts.append(entry.senderName);
+        if (const CombinedItem *inner = toCombined(entry.content))
+            parts.append(inner->title());
+        else if (entry.content)
+            parts.append(entry.content->getKeyword().left(summaryLength).simplified());
+        lines.append(parts.join(QStringLiteral(": ")));
+    }
+    return lines;
+}
+
+// Stored form
+
+void CombinedItem::serialize(QMap<QString, QVariant> &map) const
+{
+    ContentItem::serialize(map);
+    QVariantList entries;
+    for (const CombinedEntry &entry : m_entries) {
+        QVariantMap stored{{QStringLiteral("messageId"), entry.messageId},
+                           {QStringLiteral("senderId"), entry.senderId},
+                           {QStringLiteral("isGroup"), entry.isGroup},
+                           {QStringLiteral("senderName"), entry.senderName},
+                           {QStringLiteral("time"), entry.time}};
+        if (entry.content) {
+            QMap<QString, QVariant> item;
+            entry.content->serialize(item);
+            stored.insert(QStringLiteral("item"), item);
+        }
+        entries.append(stored);
+    }
+    map.insert(QStringLiteral("total"), m_total);
+    map.insert(QStringLiteral("entries"), entries);
+}
+
+void CombinedItem::deserialize(const QMap<QString, QVariant> &map)
+{
+    const auto watching = watch(this);
+    QMap<QString, QVariant> held;
+    serialize(held);
+    if (held.value(QStringLiteral("entries")) != map.value(QStringLiteral("entries"))
+        || held.value(QStringLiteral("total")) != map.value(QStringLiteral("total")))
+        read(map);
+    ContentItem::deserialize(map);
+}
+
+void CombinedItem::read(const QMap<QString, QVariant> &map)
+{
+    const Nesting nesting;
+    m_entries.clear();
+    const QVariantList entries = map.value(QStringLiteral("entries")).toList();
+    for (const QVariant &element : entries) {
+        if (!Nesting::take())
+            break;
+        const QVariantMap stored = element.toMap();
+        CombinedEntry entry;
+        entry.messageId = stored.value(QStringLiteral("messageId")).toLongLong();
+        entry.senderId = stored.value(QStringLiteral("senderId")).toLongLong();
+        entry.isGroup = stored.value(QStringLiteral("isGroup")).toBool();
+        entry.senderName = stored.value(QStringLiteral("senderName")).toString();
+        entry.time = stored.value(QStringLiteral("time")).toLongLong();
+        entry.content =
+            makeInner(stored.value(QStringLiteral("item")).toMap(), source(), m_account.data());
+        m_entries.append(entry);
+    }
+    m_total = std::max(fromStoredCount(map.value(QStringLiteral("total"))), int(entries.size()));
+}
+
+void CombinedItem::serialize(im::content::Content *content) const
+{
+    qCWarning(lcContent, "Combined messages have no body.");
+    content->Clear();
+}
+
+// Layout
+
+QSize CombinedItem::calcContentSize(int &lineCount, int maxWidth, int, bool inThread)
+{
+    const int limit = MediaBox::messageWidth(maxWidth, inThread);
+    QStringList lines = summary();
+    if (const QString names = title().left(summaryLength); !names.isEmpty())
+        lines.prepend(names);
+    // Lines are elided, not broken.
+    QSize size(MediaBox::leastCaptionWidth, footerHeight);
+    for (const QString &line : std::as_const(lines)) {
+        const QSize text = textSize(line, 0, inThread);
+        size = {std::max(size.width(), text.width()), size.height() + text.height()};
+    }
+    lineCount = int(lines.size());
+    return {std::min(size.width(), limit), size.height()};
+}

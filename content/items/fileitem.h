@@ -1,0 +1,185 @@
+#pragma once
+
+#include "content/contentitem.h"
+
+#include <QPointer>
+
+class FileData;
+class FileProvider;
+template <typename Item>
+class Changes;
+
+namespace im::content
+{
+class FileInfo;
+} // namespace im::content
+
+/// A file, and what all kinds of content with files are made of: the record of the file, a
+/// thumbnail, a caption.
+///
+/// The records are shared: with an account, items that refer to the same file have the same record
+/// (AccountBase::fileProvider()). QML reads them by the properties `sourceFile` and `thumbnailFile`
+/// and never owns them. A record without any content counts as none.
+///
+/// The stored map has "thumbNail" (Base64), "displayName", and the keys of the records of the
+/// source and of the thumbnail (FileData::serialize()).
+class MODELBASE_EXPORT FileItem : public ContentItem
+{
+    Q_OBJECT
+    Q_MOC_INCLUDE("content/filedata.h")
+    Q_PROPERTY(FileData *sourceFile READ sourceFileObject NOTIFY sourceFileChanged)
+    Q_PROPERTY(FileData *thumbnailFile READ thumbnailFileObject NOTIFY thumbnailFileChanged)
+    Q_PROPERTY(QByteArray thumbNail READ thumbNail WRITE setThumbNail NOTIFY thumbNailChanged)
+    Q_PROPERTY(QString displayName READ displayName WRITE setDisplayName NOTIFY displayNameChanged)
+    Q_PROPERTY(int fileType READ fileType NOTIFY fileTypeChanged)
+    Q_PROPERTY(UploadState uploadState READ uploadState NOTIFY uploadStateChanged)
+    Q_PROPERTY(bool isUploading READ isUploading NOTIFY uploadStateChanged)
+    Q_PROPERTY(bool uploadFailed READ uploadFailed NOTIFY uploadStateChanged)
+
+public:
+    /// As what a file is shown.
+    enum DisplayClass { PlainFile = 0, PictureFile = 1, VideoFile = 2, PdfFile = 3 };
+    Q_ENUM(DisplayClass)
+
+    /// How far the files of the content are on their way to the server. Of several files the one
+    /// with the highest number speaks for all.
+    enum UploadState {
+        NoUpload, ///< nothing to upload, or all done
+        WaitingForUpload,
+        Uploading,
+        UploadPaused,
+        UploadFailed,
+    };
+    Q_ENUM(UploadState)
+
+    FileItem(const QMap<QString, QVariant> &map, int source, AccountBase *account);
+    FileItem(const im::content::Content &content, int source, AccountBase *account);
+    FileItem(int source, AccountBase *account);
+    /// A copy that shares the records of the files.
+    explicit FileItem(const FileItem *other);
+    ~FileItem() override;
+
+    const QSharedPointer<FileData> &sourceFile() const { return m_sourceFile; }
+    void setSourceFile(const QSharedPointer<FileData> &file);
+    const QSharedPointer<FileData> &thumbnailFile() const { return m_thumbnailFile; }
+    void setThumbnailFile(const QSharedPointer<FileData> &file);
+    /// A small image (JPEG, PNG, ...) that travels within the message, to be shown, blurred, until
+    /// the files are there. Bytes of that image.
+    const QByteArray &thumbNail() const { return m_thumbNail; }
+    void setThumbNail(const QByteArray &thumbNail);
+    bool hasThumbBytes() const override { return !m_thumbNail.isEmpty(); }
+    /// A name to be shown in place of the file's own. Mostly empty; not sent.
+    const QString &displayName() const { return m_displayName; }
+    void setDisplayName(const QString &displayName);
+    /// What a view shows as the name: displayName() or else the file's.
+    Q_INVOKABLE QString name() const;
+
+    /// A DisplayClass.
+    int fileType() const { return m_fileType; }
+    /// Finds the display class anew, from the extension of the file. Done by itself whenever the
+    /// files of the item change. A file does not begin to be shown as a picture or video while there
+    /// is neither a thumbnail's record nor thumbnail bytes.
+    void calcFileType();
+
+    UploadState uploadState() const;
+    bool isUploading() const;
+    bool uploadFailed() const { return uploadState() == UploadFailed; }
+
+    /// Makes a thumbnail from the file where it is a picture, a video or music with a cover that
+    /// lies on this device and has none yet. The image goes into the account's directory for media,
+    /// without an account into that for temporary files. For a file that is to be uploaded the
+    /// thumbnail is to be uploaded, too, and a preview is put into thumbNail(); otherwise the
+    /// thumbnail stays on this device.
+    ///
+    /// Returns at once; the work is done on the thread pool (ThreadManager::run()). Ends with
+    /// thumbnailCaptured() on the item's thread, unless the item is gone by then.
+    Q_INVOKABLE void captureThumbnail();
+
+    /// The size, in pixels, of what stands above the caption in a view that can give `maxWidth`
+    /// (0 or less: it does not say).
+    Q_INVOKABLE virtual QSize mediaSize(int maxWidth, bool inThread) const;
+
+    using ContentItem::serialize;
+    using ContentItem::setContent;
+    void serialize(QMap<QString, QVariant> &map) const override;
+    void serialize(im::content::Content *content) const override;
+    void deserialize(const QMap<QString, QVariant> &map) override;
+    void setContent(const im::content::Content &content) override;
+    QString getKeyword() const override;
+    QSize calcContentSize(int &lineCount, int maxWidth, int maxRowCount, bool inThread) override;
+
+    /// Appends the records of all files of the item.
+    void getFile(QList<QSharedPointer<FileData>> &files) override;
+    /// Appends the ids of the files of which there is a copy in the cache. Looks at the disk.
+    void getFileIdsByExistCache(QList<QString> &ids) override;
+    QSharedPointer<FileData> getThumbFile() override { return m_thumbnailFile; }
+    /// For content made of files that the cloud drive has already: there is nothing to upload, so
+    /// files with an id that waited for it become Downloaded where they are on this device and
+    /// NotDownloaded where they are not.
+    void initFileStateWithCloudDriveFile() override;
+
+Q_SIGNALS:
+    void sourceFileChanged();
+    void thumbnailFileChanged();
+    void thumbNailChanged();
+    void displayNameChanged();
+    void fileTypeChanged(int fileType);
+    void uploadStateChanged();
+    void thumbnailCaptured(bool ok);
+
+protected:
+    struct Thumbnail;
+
+    AccountBase *account() const;
+    /// Null without an account.
+    FileProvider *fileProvider() const;
+    /// Where media of the item are put, of a file type of ModelBaseUtil::getFileTypeString(). Ends
+    /// in a separator.
+    QString mediaDirectory(int fileType) const;
+    /// The extension by which the kind of file is told, in lower case.
+    QString suffix() const;
+
+    /// Updates what all kinds have from a body of the protocol. What a body does not have is given
+    /// as the default record. Call it last, so that no signal fires before the kind's own fields
+    /// are in place.
+    void updateFiles(const im::content::FileInfo &file, const im::content::FileInfo &thumbnail,
+                     const std::string &thumbNail, const im::content::Text &caption);
+    /// The record to hold in place of `held` when a message says `said`: `held` itself when it says
+    /// the same. Null for a record without content.
+    QSharedPointer<FileData> updated(const QSharedPointer<FileData> &held,
+                                     QSharedPointer<FileData> said) const;
+    QSharedPointer<FileData> updated(const QSharedPointer<FileData> &held,
+                                     const im::content::FileInfo &said) const;
+    /// Whether the thumbnail goes along with the message: not one that was made here to be shown
+    /// here.
+    bool isThumbnailSent() const;
+    /// To be called when a file other than source and thumbnail was replaced and no update of these
+    /// follows.
+    void filesReplaced();
+    /// A thumbnail was made and is already in place.
+    virtual void takeOver(const Thumbnail &) { }
+
+    void connectNotify(const QMetaMethod &signal) override;
+
+private:
+    FileData *sourceFileObject() const { return m_sourceFile.data(); }
+    FileData *thumbnailFileObject() const { return m_thumbnailFile.data(); }
+    void read(const QMap<QString, QVariant> &map, Changes<FileItem> &changes);
+    void setFiles(const QSharedPointer<FileData> &source, const QSharedPointer<FileData> &thumbnail,
+                  const QByteArray &thumbNail, Changes<FileItem> &changes);
+    qint16 displayClass() const;
+    void useThumbnail(const Thumbnail &thumbnail);
+    void watchFiles();
+    void noteUploadState();
+    void emitFileType() { Q_EMIT fileTypeChanged(m_fileType); }
+
+    QSharedPointer<FileData> m_sourceFile;
+    QSharedPointer<FileData> m_thumbnailFile;
+    QByteArray m_thumbNail;
+    QString m_displayName;
+    QPointer<AccountBase> m_account;
+    qint16 m_fileType = PlainFile;
+    bool m_isWatched = false; ///< somebody wants to know of the upload state
+    bool m_isCapturing = false;
+    UploadState m_notedUploadState = NoUpload; ///< that was last signalled, while watched
+};

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "content/filedata.h"
+
+#include <QSharedPointer>
+
+#include <limits>
+
+// What the kinds of content with files share.
+
+/// The record of a file that a stored map holds; null when it holds none, or an empty one.
+QSharedPointer<FileData> storedFile(const QVariantMap &map,
+                                    FileData::ParseType type = FileData::ParseType::Source);
+/// The bytes that a stored map holds as Base64. Empty, with a log line, for what is no Base64.
+QByteArray storedBytes(const QVariantMap &map, const QString &key);
+
+/// A record of a file on this device that is to be uploaded: with a fresh key, name, size and times.
+/// Null, with a log line, when there is no regular file that can be read.
+QSharedPointer<FileData> fileForUpload(const QString &path, int fileType);
+/// A record of an image that is shown on this device only.
+QSharedPointer<FileData> localThumbnail(const QString &path);
+
+/// Milliseconds as the whole seconds that a message tells, at least one of what has a length.
+inline qint32 wholeSeconds(qint64 milliseconds)
+{
+    constexpr qint64 most = std::numeric_limits<qint32>::max();
+    return qint32(qBound<qint64>(0, milliseconds / 1000 + (milliseconds % 1000 > 0), most));
+}

@@ -1,0 +1,82 @@
+#include "content/items/groupmembers_p.h"
+
+#include <QLoggingCategory>
+#include <QMetaProperty>
+
+#include <algorithm>
+
+namespace
+{
+
+Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
+
+} // namespace
+
+GroupMembers::GroupMembers(ContentItem *group, int source)
+    : m_group(group), m_caption(QSharedPointer<CaptionItem>::create(source, nullptr))
+{
+}
+
+bool GroupMembers::set(const ItemList &items, std::initializer_list<qint32> types)
+{
+    ItemList accepted;
+    for (const auto &item : items) {
+        const bool fits =
+            item && std::find(types.begin(), types.end(), item->type()) != types.end();
+        if (fits && !accepted.contains(item))
+            accepted.append(item);
+    }
+    if (accepted.size() != items.size())
+        qCWarning(lcContent, "What cannot be a member of a group is left out.");
+    if (accepted == m_items)
+        return false;
+    for (const auto &item : std::as_const(m_items))
+        item->disconnect(m_group);
+    m_items = accepted;
+    for (const auto &item : std::as_const(m_items))
+        connectTo(item.data());
+    updateCaption();
+    return true;
+}
+
+QList<QObject *> GroupMembers::objects() const
+{
+    QList<QObject *> list;
+    for (const auto &item : m_items)
+        list.append(item.data());
+    return list;
+}
+
+void GroupMembers::connectTo(ContentItem *member)
+{
+    QObject::connect(member, &ContentItem::needRecalcSize, m_group, &ContentItem::needRecalcSize);
+    QObject::connect(member, &ContentItem::contentChanged, m_group, [this] { updateCaption(); });
+    QObject::connect(member, &ContentItem::textEntityChanged, m_group, [this] { updateCaption(); });
+    // Media tell of another picture by their natural size.
+    const QMetaObject *meta = member->metaObject();
+    static const int recalc = ContentItem::staticMetaObject.indexOfSignal("needRecalcSize()");
+    for (const char *name : {"w", "h"}) {
+        if (const int index = meta->indexOfProperty(name); index >= 0)
+            QMetaObject::connect(member, meta->property(index).notifySignalIndex(), m_group,
+                                 recalc);
+    }
+}
+
+void GroupMembers::updateCaption()
+{
+    // With texts at several members, each belongs to its own picture and none to the group.
+    QSharedPointer<ContentItem> member;
+    for (const auto &item : std::as_const(m_items)) {
+        if (item->content().isEmpty())
+            continue;
+        if (member) {
+            member.reset();
+            break;
+        }
+        member = item;
+    }
+    const QString before = m_caption->content();
+    m_caption->setMember(member);
+    if (m_caption->content() != before)
+        Q_EMIT m_group->needRecalcSize();
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QSize>
+#include <QStringList>
+
+/// How large media are shown in a message. All sizes are in pixels.
+namespace MediaBox
+{
+
+/// The least side of what one taps or clicks: WCAG 2.1, success criterion 2.5.5 (Target Size).
+constexpr int leastSide = 44;
+/// A picture whose size nobody knows is shown as a square of this side.
+constexpr int unknownSide = 200;
+/// Below media that are narrower, a caption gets this width all the same.
+constexpr int leastCaptionWidth = 200;
+/// A row with an icon and texts, which may all be short, is no narrower.
+constexpr int leastRowWidth = 160;
+/// Between the icon of a row and its texts.
+constexpr int rowSpacing = 10;
+/// Between what stands above and its caption.
+constexpr int captionSpacing = 6;
+
+/// The width that a content may take: what the view can give (`maxWidth`, 0 or less: it does not
+/// say), and no more than the account manager's width for messages, in a chat or a thread.
+int messageWidth(int maxWidth, bool inThread);
+
+/// The height that media may take: half of what the primary screen has for windows, so that a
+/// picture, what was said before it and the answer are seen together. Without a screen, and on other
+/// threads before the first call on the application's, half of 1080.
+int greatestHeight();
+
+/// The size at which something that is `natural` large is shown within `maxWidth` and
+/// greatestHeight(). It is made smaller to fit, and larger only up to leastSide, in its own
+/// proportions; where they do not let both sides be within the limits (100,000 x 1), the limits win,
+/// and a view crops or letterboxes. A natural size that is none (0, negative) gives a square.
+QSize box(QSize natural, int maxWidth);
+
+/// The size of a content whose parts, one of which may be empty, stand one above the other.
+QSize stacked(QSize above, QSize below, int spacing = captionSpacing);
+
+/// The size of texts of a line each, one above the other in the theme's font, elided at `maxWidth`.
+/// Empty texts take no line. Without a QGuiApplication the lines are as wide as they may be.
+QSize lines(const QStringList &texts, int maxWidth);
+
+/// The size of a row with a square of `iconSide` and beside it texts as lines() has them.
+QSize row(int iconSide, const QStringList &texts, int maxWidth);
+
+} // namespace MediaBox

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "content/items/fileitem.h"
+
+namespace im::content
+{
+class FileThumb;
+}
+
+/// What pictures, videos and places have in common: they are shown as an image.
+///
+/// The stored map has "w", "h", "thumbW" and "thumbH" after the keys of FileItem.
+class MODELBASE_EXPORT MediaFileItem : public FileItem
+{
+    Q_OBJECT
+    Q_PROPERTY(qint32 w READ w NOTIFY sizeChanged)
+    Q_PROPERTY(qint32 h READ h NOTIFY sizeChanged)
+    Q_PROPERTY(qint32 thumbW READ thumbW NOTIFY thumbSizeChanged)
+    Q_PROPERTY(qint32 thumbH READ thumbH NOTIFY thumbSizeChanged)
+
+public:
+    MediaFileItem(const QMap<QString, QVariant> &map, int source, AccountBase *account);
+    MediaFileItem(const im::content::Content &content, int source, AccountBase *account);
+    MediaFileItem(int source, AccountBase *account);
+    explicit MediaFileItem(const MediaFileItem *other);
+
+    /// The picture's own size in pixels, as the sender gave it: it may be anything.
+    qint32 w() const { return m_size.width(); }
+    qint32 h() const { return m_size.height(); }
+    void setSize(qint32 w, qint32 h);
+    /// The thumbnail's, likewise.
+    qint32 thumbW() const { return m_thumbSize.width(); }
+    qint32 thumbH() const { return m_thumbSize.height(); }
+    void setThumbSize(qint32 w, qint32 h);
+
+    QSize mediaSize(int maxWidth, bool inThread) const override;
+
+    using FileItem::serialize;
+    void serialize(QMap<QString, QVariant> &map) const override;
+    void deserialize(const QMap<QString, QVariant> &map) override;
+
+Q_SIGNALS:
+    void sizeChanged();
+    void thumbSizeChanged();
+
+protected:
+    /// As FileItem::updateFiles(), for bodies with a size and a thumbnail that has one.
+    void updateMedia(const im::content::FileInfo &file, qint32 w, qint32 h,
+                     const im::content::FileThumb &thumb, const im::content::Text &caption);
+    /// Whether there is anything of a thumbnail to write.
+    bool hasThumb() const;
+    void writeThumb(im::content::FileThumb *thumb) const;
+    void takeOver(const Thumbnail &thumbnail) override;
+
+private:
+    void read(const QMap<QString, QVariant> &map, Changes<MediaFileItem> &changes);
+
+    QSize m_size = {0, 0};
+    QSize m_thumbSize = {0, 0};
+};

@@ -1,0 +1,149 @@
+#include "content/photodata.h"
+
+#include "base/util.h"
+#include "cryptobase/cryptoaes.h"
+#include "protocol/common_data.pb.h"
+#include "protocol/message_content.pb.h"
+
+#include <QFileInfo>
+#include <QJSEngine>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace
+{
+
+constexpr int keySize = 32;
+
+QByteArray bytes(const std::string &bytes)
+{
+    return QByteArray(bytes.data(), qsizetype(bytes.size()));
+}
+
+} // namespace
+
+PhotoData::PhotoData(const QVariantMap &map, const BaseFile *base) : BaseFile(base)
+{
+    keepFromQml();
+    StoredKeys keys = sourceKeys();
+    for (const auto &[key, own] : {std::pair(&keys.id, QStringLiteral("photoId")),
+                                   std::pair(&keys.path, QStringLiteral("photoPath"))}) {
+        if (map.contains(own))
+            *key = own;
+    }
+    read(map, keys, false);
+    m_type = extensionOf(map.value(QStringLiteral("fileName")).toString());
+    if (map.contains(keys.path)) {
+        setFilePath(Util::toLocalFile(map.value(keys.path).toString()));
+        checkFilePath();
+    }
+}
+
+PhotoData::PhotoData(const im::content::FileInfo &info)
+    : BaseFile(Identity{QString::fromStdString(info.id()), bytes(info.key()),
+                        bytes(info.checksum()), info.size(), info.version()}),
+      m_type(extensionOf(QString::fromStdString(info.name())))
+{
+    keepFromQml();
+}
+
+PhotoData::PhotoData(const im::Photo &photo)
+    : BaseFile(Identity{QString::fromStdString(photo.file_id()), bytes(photo.key()),
+                        bytes(photo.checksum()), photo.size()}),
+      m_type(QString::fromStdString(photo.type())), m_encryptAlgorithm(photo.encrypt_algorithm())
+{
+    keepFromQml();
+    checkFilePath();
+}
+
+PhotoData::PhotoData(const QString &path)
+{
+    keepFromQml();
+    const QString file = Util::toLocalFile(path);
+    setAesKey(CryptoAES::createKey(keySize));
+    setFilePath(file);
+    setFileState(WaitingForUpload);
+    m_type = extensionOf(QFileInfo(file).fileName());
+    if (checkFilePath())
+        setSize(QFileInfo(file).size());
+}
+
+PhotoData::~PhotoData() = default;
+
+void PhotoData::keepFromQml()
+{
+    // The shared pointers own the record, whatever QML does with it.
+    QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
+}
+
+QString PhotoData::fileName() const
+{
+    const QString extension = fileExtension();
+    return fileId() + u'.' + (extension.isEmpty() ? QStringLiteral("png") : extension);
+}
+
+QString PhotoData::fileExtension() const
+{
+    return isValidExtension(m_type) ? m_type : QString();
+}
+
+quint8 PhotoData::percent() const
+{
+    const ReadLocker locker(m_mutex);
+    return m_percent;
+}
+
+void PhotoData::setPercent(quint8 percent)
+{
+    assign(m_percent, std::min<quint8>(percent, 100), PercentChange);
+}
+
+QVariantMap PhotoData::serialize() const
+{
+    QVariantMap map;
+    serialize(map);
+    return map;
+}
+
+void PhotoData::serialize(QVariantMap &map) const
+{
+    const ReadLocker locker(m_mutex);
+    BaseFile::serialize(map);
+    map.insert(QStringLiteral("fileExist"), fileExist());
+    map.insert(QStringLiteral("percent"), m_percent);
+    map.insert(QStringLiteral("fileName"), fileName());
+}
+
+void PhotoData::serialize(im::content::FileInfo *info) const
+{
+    const ReadLocker locker(m_mutex);
+    info->set_id(fileId().toStdString());
+    info->set_key(aesKey().toStdString());
+    info->set_checksum(fileMd5().toStdString());
+    info->set_name(fileName().toStdString());
+    info->set_size(size());
+    info->set_version(version());
+}
+
+void PhotoData::serialize(im::Photo *photo) const
+{
+    using Limits = std::numeric_limits<qint32>;
+    const ReadLocker locker(m_mutex);
+    photo->set_file_id(fileId().toStdString());
+    photo->set_key(aesKey().toStdString());
+    photo->set_checksum(fileMd5().toStdString());
+    photo->set_type(m_type.toStdString());
+    photo->set_size(qint32(std::clamp<qint64>(size(), Limits::min(), Limits::max())));
+    photo->set_encrypt_algorithm(im::Photo::EncryptAlgorithm(m_encryptAlgorithm));
+}
+
+void PhotoData::emitChanges(quint16 changes)
+{
+    BaseFile::emitChanges(changes);
+    if (changes & IdChange)
+        Q_EMIT fileNameChanged(fileName());
+    if (changes & PercentChange)
+        Q_EMIT percentChanged(percent());
+}

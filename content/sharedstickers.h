@@ -1,0 +1,37 @@
+#pragma once
+
+#include "account/stickerprovider.h"
+
+#include <QHash>
+#include <QWeakPointer>
+
+class StickerItem;
+
+/// The sticker provider of an account whose application sets none: one item a sticker, by the id of
+/// its file, as long as somebody holds it.
+///
+/// A sticker gets an item of its own, and is shared with none, when it has no file id, when its
+/// message says more than the sticker itself does (buttons, fields of a newer protocol, a text), or
+/// when it says something else than the sticker that is shared under the same file id: nobody
+/// changes by a message what another message shows. Only pack ids differ freely; the largest one
+/// counts.
+///
+/// Thread: the thread of the account.
+class MODELBASE_EXPORT SharedStickers : public StickerProvider
+{
+public:
+    SharedStickers();
+    ~SharedStickers() override;
+
+    QSharedPointer<ContentItem> sticker(const im::content::Content &content) override;
+    QSharedPointer<ContentItem> sticker(const QMap<QString, QVariant> &map) override;
+    /// How many entries there are, those of items that are gone and were not yet forgotten
+    /// included.
+    qsizetype entryCount() const { return m_items.size(); }
+
+private:
+    QWeakPointer<StickerItem> &entryOf(const QString &fileId);
+
+    QHash<QString, QWeakPointer<StickerItem>> m_items;
+    qsizetype m_purgeAt = 64; // entries at which to look for dead ones next
+};

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "client/downloads.h"
+
+#include <QSharedPointer>
+
+class ClientAccount;
+class ContentItem;
+struct KeptMessage;
+
+namespace im
+{
+class Message;
+}
+
+/// Makes the items of messages, with all that belongs to them: what stands beside the content in
+/// the message, what the server tells when it is asked, and the files.
+class Contents
+{
+public:
+    /// @param account outlives this
+    /// @param media   see Downloads
+    Contents(ClientAccount *account, const QString &media);
+
+    /// Null for a content that cannot be made. The files are here when this returns; what is found
+    /// out from them (covers, thumbnails) comes by settle().
+    QSharedPointer<ContentItem> make(const KeptMessage &message);
+    /// Waits for what is under way. A program with views has no need to: they follow the items.
+    void settle();
+
+    const Downloads &downloads() const { return m_downloads; }
+
+private:
+    QSharedPointer<ContentItem> makeCombined(const KeptMessage &message, const im::Message &record);
+    void complete(ContentItem &item, const im::Message &record);
+    void fetchFiles(ContentItem &item);
+
+    ClientAccount *const m_account;
+    Downloads m_downloads;
+};

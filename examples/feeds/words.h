@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+
+/// A line of a conversation that is read word by word. Every function throws a RecorderError that
+/// says `what` is missing or wrong.
+class Words
+{
+public:
+    explicit Words(const QString &text) : m_text(text.trimmed()) { }
+
+    QString next(const char *what);
+    int number(const char *what);
+    double real(const char *what);
+    /// "2.6s", rounded to whole seconds.
+    int seconds(const char *what);
+    /// Takes the next word away when it is this one.
+    bool takeIf(const char *word);
+    /// What stands before `mark`, or all; the mark is taken away, too.
+    QString until(QChar mark);
+    QString rest();
+    void expectEnd() const;
+
+private:
+    QString m_text;
+};

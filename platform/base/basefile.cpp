@@ -1,0 +1,326 @@
+#include "base/basefile.h"
+
+#include "base/util.h"
+#include "imlog/imlog.h"
+
+#include <QFileInfo>
+#include <QLoggingCategory>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <optional>
+#include <utility>
+
+namespace
+{
+
+Q_LOGGING_CATEGORY(lcFile, "im.base.file")
+
+/// Longer ones are no extensions but the end of a sentence.
+constexpr qsizetype maxExtension = 32;
+
+QString base64Of(const QByteArray &bytes)
+{
+    return QString::fromLatin1(bytes.toBase64());
+}
+
+std::optional<BaseFile::FileState> storedState(const QVariant &value)
+{
+    bool isNumber = false;
+    const int state = value.toInt(&isNumber);
+    if (!isNumber || state < BaseFile::WaitingForUpload || state > BaseFile::UploadPaused)
+        return {};
+    return BaseFile::FileState(state);
+}
+
+} // namespace
+
+BaseFile::BaseFile(QObject *parent) : QObject(parent) { }
+
+BaseFile::BaseFile(const QString &fileId, int fileType) : m_fileId(fileId), m_fileType(fileType) { }
+
+BaseFile::BaseFile(Identity &&identity)
+    : m_fileId(std::move(identity.id)), m_aesKey(std::move(identity.aesKey)),
+      m_fileMd5(std::move(identity.md5)), m_size(identity.size), m_version(identity.version)
+{
+}
+
+BaseFile::BaseFile(const BaseFile *other)
+{
+    if (!other)
+        return;
+    const ReadLocker locker(other->m_mutex);
+    m_fileId = other->m_fileId;
+    m_aesKey = other->m_aesKey;
+    m_fileMd5 = other->m_fileMd5;
+    m_filePath = other->m_filePath;
+    m_cacheFilePath = other->m_cacheFilePath;
+    m_size = other->m_size;
+    m_version = other->m_version;
+    m_fileType = other->m_fileType;
+    m_fileState = other->m_fileState;
+    m_fileExist = other->m_fileExist;
+}
+
+BaseFile::~BaseFile() = default;
+
+// Fields
+
+QString BaseFile::fileId() const
+{
+    const ReadLocker locker(m_mutex);
+    return m_fileId;
+}
+
+void BaseFile::setFileId(const QString &fileId)
+{
+    assign(m_fileId, fileId, IdChange);
+}
+
+QByteArray BaseFile::aesKey() const
+{
+    const ReadLocker locker(m_mutex);
+    return m_aesKey;
+}
+
+void BaseFile::setAesKey(const QByteArray &aesKey)
+{
+    assign(m_aesKey, aesKey, NoChange);
+}
+
+QByteArray BaseFile::fileMd5() const
+{
+    const ReadLocker locker(m_mutex);
+    return m_fileMd5;
+}
+
+void BaseFile::setFileMd5(const QByteArray &fileMd5)
+{
+    assign(m_fileMd5, fileMd5, NoChange);
+}
+
+qint64 BaseFile::size() const
+{
+    const ReadLocker locker(m_mutex);
+    return m_size;
+}
+
+void BaseFile::setSize(qint64 size)
+{
+    assign(m_size, size, SizeChange);
+}
+
+qint32 BaseFile::version() const
+{
+    const ReadLocker locker(m_mutex);
+    return m_version;
+}
+
+void BaseFile::setVersion(qint32 version)
+{
+    assign(m_version, version, NoChange);
+}
+
+int BaseFile::fileType() const
+{
+    const ReadLocker locker(m_mutex);
+    return m_fileType;
+}
+
+void BaseFile::setFileType(int fileType)
+{
+    assign(m_fileType, fileType, NoChange);
+}
+
+BaseFile::FileState BaseFile::fileState() const
+{
+    const ReadLocker locker(m_mutex);
+    return m_fileState;
+}
+
+void BaseFile::setFileState(FileState state)
+{
+    assign(m_fileState, state, StateChange);
+}
+
+QString BaseFile::filePath() const
+{
+    const ReadLocker locker(m_mutex);
+    return m_filePath;
+}
+
+void BaseFile::setFilePath(const QString &path)
+{
+    assign(m_filePath, path, PathChange);
+}
+
+QString BaseFile::cacheFilePath() const
+{
+    const ReadLocker locker(m_mutex);
+    return m_cacheFilePath;
+}
+
+void BaseFile::setCacheFilePath(const QString &path)
+{
+    assign(m_cacheFilePath, path, NoChange);
+}
+
+bool BaseFile::fileExist() const
+{
+    const ReadLocker locker(m_mutex);
+    return m_fileExist;
+}
+
+void BaseFile::setFileExist(bool exist)
+{
+    assign(m_fileExist, exist, ExistChange);
+}
+
+// Names and checks
+
+QString BaseFile::fileName() const
+{
+    return fileId();
+}
+
+QString BaseFile::fileExtension() const
+{
+    return extensionOf(fileName());
+}
+
+QString BaseFile::diskName() const
+{
+    return Util::safeFileName(fileName());
+}
+
+QString BaseFile::extensionOf(const QString &name)
+{
+    const qsizetype dot = name.lastIndexOf(u'.');
+    const QStringView extension = dot > 0 ? QStringView(name).mid(dot + 1) : QStringView();
+    return isValidExtension(extension) ? extension.toString() : QString();
+}
+
+bool BaseFile::isValidExtension(QStringView extension)
+{
+    return !extension.isEmpty() && extension.size() <= maxExtension
+        && std::all_of(extension.begin(), extension.end(), [](QChar c) {
+               return c.isLetterOrNumber() || QStringView(u"_-+~").contains(c);
+           });
+}
+
+bool BaseFile::checkFilePath()
+{
+    const Locker locker(this);
+    const QFileInfo file(m_filePath);
+    const bool valid = !m_filePath.isEmpty() && file.isFile() && file.isReadable();
+    setFileExist(valid);
+    return valid;
+}
+
+// Stored form
+
+const BaseFile::StoredKeys &BaseFile::sourceKeys()
+{
+    static const StoredKeys keys = {
+        QStringLiteral("fileId"),    QStringLiteral("aesKey"),    QStringLiteral("fileMd5"),
+        QStringLiteral("filePath"),  QStringLiteral("size"),      QStringLiteral("version"),
+        QStringLiteral("fileState"), QStringLiteral("cachePath"),
+    };
+    return keys;
+}
+
+void BaseFile::serialize(QVariantMap &map) const
+{
+    write(map, sourceKeys());
+}
+
+void BaseFile::write(QVariantMap &map, const StoredKeys &keys) const
+{
+    const ReadLocker locker(m_mutex);
+    map.insert(keys.id, m_fileId);
+    map.insert(keys.aesKey, base64Of(m_aesKey));
+    map.insert(keys.md5, base64Of(m_fileMd5));
+    map.insert(keys.path, m_filePath);
+    if (m_size != 0 || keys.emptySize)
+        map.insert(keys.size, m_size);
+    if (m_version != 0)
+        map.insert(keys.version, m_version);
+    if (m_fileState != NotDownloaded)
+        map.insert(keys.state, int(m_fileState));
+    if (!m_cacheFilePath.isEmpty())
+        map.insert(keys.cachePath, m_cacheFilePath);
+}
+
+void BaseFile::read(const QVariantMap &map, const StoredKeys &keys, bool all)
+{
+    const Locker locker(this);
+    const auto has = [&](const QString &key) { return map.contains(key); };
+    if (all || has(keys.id))
+        setFileId(map.value(keys.id).toString());
+    if (all || has(keys.aesKey))
+        setAesKey(bytesOf(map.value(keys.aesKey), keys.aesKey));
+    if (all || has(keys.md5))
+        setFileMd5(bytesOf(map.value(keys.md5), keys.md5));
+    if (has(keys.size))
+        setSize(storedNumber(map.value(keys.size)));
+    if (has(keys.version)) {
+        using Limits = std::numeric_limits<qint32>;
+        setVersion(qint32(std::clamp<qint64>(storedNumber(map.value(keys.version)), Limits::min(),
+                                             Limits::max())));
+    }
+    if (const auto state = storedState(map.value(keys.state)))
+        setFileState(*state);
+}
+
+QByteArray BaseFile::bytesOf(const QVariant &base64, const QString &key)
+{
+    const auto decoded = QByteArray::fromBase64Encoding(
+        base64.toByteArray(), QByteArray::Base64Encoding | QByteArray::AbortOnBase64DecodingErrors);
+    if (decoded)
+        return *decoded;
+    ImLog::error(lcFile(), QStringLiteral("A stored file: \"%1\" is no Base64, refused").arg(key));
+    return {};
+}
+
+qint64 BaseFile::storedNumber(const QVariant &value)
+{
+    const int type = value.typeId();
+    if (type != QMetaType::Double && type != QMetaType::Float)
+        return value.toLongLong();
+    // The nearest doubles that 64 bits hold; beyond them a conversion may give anything.
+    constexpr double limit = 9223372036854774784.0;
+    const double number = value.toDouble();
+    return std::isnan(number) ? 0 : qint64(std::clamp(number, -limit, limit));
+}
+
+// Signals
+
+BaseFile::Locker::Locker(BaseFile *file) : m_file(file)
+{
+    file->m_mutex.lock();
+    ++file->m_depth;
+}
+
+BaseFile::Locker::~Locker()
+{
+    const bool isLast = --m_file->m_depth == 0;
+    const quint16 changes = isLast ? std::exchange(m_file->m_changes, 0) : quint16(0);
+    m_file->m_mutex.unlock();
+    if (changes != 0)
+        m_file->emitChanges(changes);
+}
+
+void BaseFile::emitChanges(quint16 changes)
+{
+    if (changes & IdChange)
+        Q_EMIT fileIdChanged(fileId());
+    if (changes & PathChange)
+        Q_EMIT filePathChanged(filePath());
+    if (changes & SizeChange)
+        Q_EMIT sizeChanged(size());
+    if (changes & ExistChange)
+        Q_EMIT fileExistChanged(fileExist());
+    if (changes & StateChange)
+        Q_EMIT fileStateChanged(fileState());
+}

@@ -1,0 +1,723 @@
+#include "base/json.h"
+#include "content/filedata.h"
+#include "content/fileprovider.h"
+#include "content/innerfiledata.h"
+#include "content/photodata.h"
+#include "content/stickerdata.h"
+#include "protocol/common_data.pb.h"
+#include "protocol/message_content.pb.h"
+#include "support/mediatree.h"
+#include "support/signallog.h"
+
+#include <QJSEngine>
+#include <QLoggingCategory>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cmath>
+#include <limits>
+#include <thread>
+
+using namespace Qt::StringLiterals;
+
+using ParseType = FileData::ParseType;
+
+namespace
+{
+
+/// Fills every field of a record, found by reflection, so that a field added to the schema and
+/// forgotten in the code fails.
+void fill(google::protobuf::Message &record, QRandomGenerator &random)
+{
+    using Field = google::protobuf::FieldDescriptor;
+    const auto *reflection = record.GetReflection();
+    for (int i = 0; i < record.GetDescriptor()->field_count(); ++i) {
+        const Field *field = record.GetDescriptor()->field(i);
+        const quint64 number = random.generate64() | 1;
+        if (field->cpp_type() == Field::CPPTYPE_MESSAGE) {
+            fill(*reflection->MutableMessage(&record, field), random);
+        } else if (field->cpp_type() == Field::CPPTYPE_STRING) {
+            const auto text = field->type() == Field::TYPE_BYTES
+                ? QByteArray::fromHex("00ff") + QByteArray::number(number)
+                : u"ü/..\\%1.PDF"_s.arg(number).toUtf8();
+            reflection->SetString(&record, field, text.toStdString());
+        } else if (field->cpp_type() == Field::CPPTYPE_INT64) {
+            reflection->SetInt64(&record, field, qint64(number));
+        } else if (field->cpp_type() == Field::CPPTYPE_INT32) {
+            reflection->SetInt32(&record, field, qint32(number));
+        } else if (field->cpp_type() == Field::CPPTYPE_ENUM) {
+            reflection->SetEnumValue(&record, field, 99); // of a newer version
+        } else {
+            qFatal("A field of a kind that this test does not know");
+        }
+    }
+}
+
+template <typename Record>
+Record filled(quint32 seed)
+{
+    QRandomGenerator random(seed);
+    Record record;
+    fill(record, random);
+    return record;
+}
+
+template <typename Record, typename Data>
+std::string sent(const Data &data)
+{
+    Record record;
+    data.serialize(&record);
+    return record.SerializeAsString();
+}
+
+QVariantMap throughJson(const QVariantMap &map)
+{
+    return jsonToMap(mapToJson(map));
+}
+
+QVariantMap stored(const FileData &file, ParseType type)
+{
+    QVariantMap map;
+    file.serialize(map, type == ParseType::Thumbnail);
+    return map;
+}
+
+QString nameOf(const QVariantMap &map)
+{
+    return FileData(map, ParseType::Source).fileName();
+}
+
+/// Puts another file into the place of one, with other times.
+void replace(const QString &path, const QByteArray &content)
+{
+    QVERIFY(QFile::remove(path));
+    MediaTree::write(path, content);
+    MediaTree::touch(path);
+}
+
+} // namespace
+
+class TestFileData : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    QString m_path;
+    QString m_cached;
+
+private Q_SLOTS:
+    void init()
+    {
+        m_path = m_dir.filePath(u"source.bin"_s);
+        m_cached = m_dir.filePath(u"cached.bin"_s);
+        MediaTree::write(m_path, "source");
+        MediaTree::write(m_cached, "cached copy");
+    }
+
+    void cleanup()
+    {
+        QFile::remove(m_path);
+        QFile::remove(m_cached);
+    }
+
+    void nameAndExtension_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("extension");
+        QTest::addColumn<QString>("fileName");
+        QTest::addColumn<QString>("fileExtension");
+        const auto row = [](const QString &name, const QString &extension, const QString &fileName,
+                            const QString &fileExtension) {
+            QTest::addRow("%s + %s", qPrintable(name), qPrintable(extension))
+                << name << extension << fileName << fileExtension;
+        };
+        row(u"report"_s, u"pdf"_s, u"report.pdf"_s, u"pdf"_s);
+        row(u"report.txt"_s, u"pdf"_s, u"report.pdf"_s, u"pdf"_s);
+        row(u".profile"_s, u"pdf"_s, u".profile.pdf"_s, u"pdf"_s);
+        row(u"REPORT.PDF"_s, u"pdf"_s, u"REPORT.PDF"_s, u"pdf"_s);
+        row(u"notapdf"_s, u"pdf"_s, u"notapdf"_s, u"pdf"_s);
+        row(u"a.b.c"_s, u"pdf"_s, u"a.b.pdf"_s, u"pdf"_s);
+        row(u"a."_s, u"pdf"_s, u"a.pdf"_s, u"pdf"_s);
+        row(u"."_s, u"pdf"_s, u"..pdf"_s, u"pdf"_s);
+        row(u""_s, u"pdf"_s, u""_s, u"pdf"_s);
+        row(u"Photo.JPG"_s, u""_s, u"Photo.JPG"_s, u"JPG"_s);
+        row(u"report"_s, u"../../x"_s, u"report"_s, u""_s);
+        row(u"report.txt"_s, u"p\u202edf"_s, u"report.txt"_s, u"txt"_s);
+        row(u"report"_s, u".pdf"_s, u"report"_s, u""_s);
+    }
+    void nameAndExtension()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, extension);
+        const QVariantMap map{{u"fileName"_s, name}, {u"fileExtension"_s, extension}};
+        FileData file(map, ParseType::Source);
+        QTEST(file.fileName(), "fileName");
+        QTEST(file.fileExtension(), "fileExtension");
+        QCOMPARE(file.suffix(), file.fileExtension().toLower());
+
+        // What is stored is the name that came out.
+        QCOMPARE(nameOf(file.serialize()), file.fileName());
+        // An update with the extension alone does the same to the name that is held.
+        FileData later(QVariantMap{{u"fileName"_s, name}}, ParseType::Source);
+        later.update({{u"fileExtension"_s, extension}});
+        QTEST(later.fileName(), "fileName");
+    }
+
+    void newNameForgetsTheOldExtension()
+    {
+        FileData file(QVariantMap{{u"fileName"_s, u"notapdf"_s}, {u"fileExtension"_s, u"pdf"_s}},
+                      ParseType::Source);
+        SignalLog log({&file});
+        file.setFileName(u"../a.PDF"_s);
+        QCOMPARE(log.take(), u"fileNameChanged fileExtensionChanged"_s);
+        QCOMPARE(file.fileExtension(), u"PDF"_s);
+        QCOMPARE(file.fileName(), u"../a.PDF"_s);
+        QCOMPARE(file.diskName(), u".._a.PDF"_s);
+        file.setFileName(u"b.PDF"_s);
+        QCOMPARE(log.take(), u"fileNameChanged"_s);
+        file.setFileName(u"b.PDF"_s);
+        QCOMPARE(log.take(), QString());
+    }
+
+    void recordsRoundTrip()
+    {
+        for (quint32 seed = 0; seed < 50; ++seed) {
+            const auto content = filled<im::content::FileInfo>(seed);
+            const FileData file(content);
+            QCOMPARE(sent<im::content::FileInfo>(file), content.SerializeAsString());
+            const auto service = filled<im::FileInfo>(seed);
+            QCOMPARE(sent<im::FileInfo>(FileData(service)), service.SerializeAsString());
+            const auto sticker = filled<im::AnimatedSticker>(seed);
+            QCOMPARE(sent<im::AnimatedSticker>(StickerData(sticker)), sticker.SerializeAsString());
+            const auto photo = filled<im::Photo>(seed);
+            QCOMPARE(sent<im::Photo>(PhotoData(photo)), photo.SerializeAsString());
+
+            // What both records say goes through the stored form, too.
+            FileData both(content);
+            both.update(service);
+            for (const ParseType type : {ParseType::Source, ParseType::Thumbnail}) {
+                const FileData same(throughJson(stored(both, type)), type);
+                QVERIFY(same.isSameRecord(both));
+                QVERIFY(!same.isSameRecord(file));
+            }
+            // A record that says nothing changes nothing.
+            both.update(im::content::FileInfo());
+            both.update(im::FileInfo());
+            both.update(QVariantMap());
+            QCOMPARE(sent<im::FileInfo>(both), service.SerializeAsString());
+        }
+        QCOMPARE(sent<im::content::FileInfo>(FileData()), std::string());
+    }
+
+    void storedKeys()
+    {
+        const FileData source(QVariantMap{{u"aesKey"_s, u"AP8="_s},
+                                          {u"fileId"_s, u"f1"_s},
+                                          {u"fileMd5"_s, "AQI="_ba}},
+                              ParseType::Source);
+        QCOMPARE(source.aesKey(), QByteArray("\0\xff", 2));
+        QCOMPARE(source.fileMd5(), QByteArray("\1\2"));
+        QCOMPARE(mapToJson(source.serialize()),
+                 QByteArray(R"({"aesKey":"AP8=","fileId":"f1","fileMd5":"AQI=","fileName":"",)"
+                            R"("filePath":"","size":0})"));
+        QCOMPARE(mapToJson(stored(source, ParseType::Thumbnail)),
+                 QByteArray(R"({"thumbPath":"","thumbnailAesKey":"AP8=",)"
+                            R"("thumbnailFileMd5":"AQI=","thumbnailId":"f1"})"));
+
+        // A map holds both; each record reads its own.
+        QVariantMap both = stored(source, ParseType::Thumbnail);
+        both.insert(u"fileId"_s, u"f2"_s);
+        both.insert(u"size"_s, 7);
+        QCOMPARE(FileData(both, ParseType::Source).fileId(), u"f2"_s);
+        QVERIFY(FileData(both, ParseType::Thumbnail).isSameRecord(source));
+
+        // The base gives what the map is silent about, but not another identity.
+        BaseFile base(u"old"_s, 2);
+        base.setAesKey("old");
+        base.setFileState(BaseFile::Local);
+        const FileData onBase(QVariantMap{{u"size"_s, 7}}, ParseType::Source, &base);
+        QCOMPARE(onBase.fileId(), QString());
+        QCOMPARE(onBase.aesKey(), QByteArray());
+        QCOMPARE(onBase.fileType(), 2);
+        QCOMPARE(onBase.fileState(), BaseFile::Local);
+    }
+
+    void hostileMaps()
+    {
+        QLoggingCategory::setFilterRules(u"im.base.file.warning=false"_s);
+        const double infinity = std::numeric_limits<double>::infinity();
+        const QVariant values[] = {
+            {},
+            true,
+            -1,
+            qint64(1) << 62,
+            1e300,
+            -infinity,
+            std::nan(""),
+            u"x"_s,
+            u"1e99"_s,
+            QByteArray("\0\xff", 2),
+            QPoint(1, 2),
+            QVariantMap{{u"a"_s, 1}},
+            QVariantList{1, QVariantMap{{u"from"_s, 5}, {u"to"_s, 1}}},
+            QVariant::fromValue<QObject *>(nullptr),
+            u"\0/"_s + QChar(0xd83d),
+            m_dir.path(),
+        };
+        QVariantMap keys;
+        for (const ParseType type : {ParseType::Source, ParseType::Thumbnail}) {
+            FileData file(filled<im::content::FileInfo>(1));
+            file.setIv("iv");
+            file.setFileState(BaseFile::Missing);
+            file.setCacheFilePath(m_cached);
+            file.addDownloadedRange(1, 2);
+            keys.insert(stored(file, type));
+        }
+        keys.insert({{u"fileExtension"_s, 1},
+                     {u"thumbnailExtension"_s, 1},
+                     {u"photoId"_s, 1},
+                     {u"photoPath"_s, 1},
+                     {u"innerPath"_s, 1}});
+        for (const QVariant &value : values) {
+            QVariantMap all;
+            for (auto key = keys.cbegin(); key != keys.cend(); ++key) {
+                const QVariantMap one{{key.key(), value}};
+                for (const ParseType type : {ParseType::Source, ParseType::Thumbnail}) {
+                    FileData file(one, type);
+                    file.exists();
+                    file.update(one, type);
+                    stored(file, type);
+                }
+                PhotoData(one).serialize();
+                all.insert(one);
+            }
+            FileData file(all, ParseType::Source);
+            QVERIFY(file.fileState() <= BaseFile::UploadPaused);
+            QVERIFY(file.downloadedRange().isEmpty());
+            QVERIFY(!InnerFileData(all).innerDiskPath().isEmpty());
+        }
+        QLoggingCategory::setFilterRules({});
+        QCOMPARE(FileData({{u"size"_s, 1e300}}, ParseType::Source).size(), 9223372036854774784);
+        QCOMPARE(FileData({{u"size"_s, u"12"_s}}, ParseType::Source).size(), 12);
+    }
+
+    void noBase64()
+    {
+        for (const QString &text : {u"AP8=!"_s, u"AP 8="_s, u"ключ"_s, u"AP8=\n"_s}) {
+            QTest::ignoreMessage(QtWarningMsg, "A stored file: \"aesKey\" is no Base64, refused");
+            const FileData file({{u"aesKey"_s, text}, {u"fileMd5"_s, u"AQI="_s}},
+                                ParseType::Source);
+            QCOMPARE(file.aesKey(), QByteArray());
+            QCOMPARE(file.fileMd5(), QByteArray("\1\2"));
+        }
+    }
+
+    void parsedPaths()
+    {
+        const auto parsed = [](const QString &path, const QString &name = {}) {
+            return std::make_unique<FileData>(
+                QVariantMap{{u"filePath"_s, path}, {u"fileName"_s, name}, {u"size"_s, 4711}},
+                ParseType::Source);
+        };
+        const auto file = parsed(m_path);
+        const QFileInfo onDisk(m_path);
+        QVERIFY(file->fileExist());
+        QCOMPARE(file->filePath(), m_path);
+        QCOMPARE(file->size(), 6);
+        QCOMPARE(file->fileName(), u"source.bin"_s);
+        QCOMPARE(file->fileState(), BaseFile::Downloaded);
+        QCOMPARE(file->lastModified(), onDisk.lastModified().toMSecsSinceEpoch());
+        if (onDisk.birthTime().isValid())
+            QCOMPARE(file->createTime(), onDisk.birthTime().toMSecsSinceEpoch());
+        QCOMPARE(parsed(m_path, u"Ü.pdf"_s)->fileName(), u"Ü.pdf"_s);
+        QCOMPARE(file->filePath(true, true), QUrl::fromLocalFile(m_path).toString());
+
+        MediaTree::write(m_path, {});
+        QCOMPARE(parsed(m_path)->size(), 0);
+        QVERIFY(parsed(m_path)->fileExist());
+        QCOMPARE(parsed(m_dir.path())->size(), 4711);
+        QVERIFY(parsed(m_dir.path())->fileExist());
+        QCOMPARE(parsed(m_dir.path())->fileSize(), 0);
+
+        const QString loop = m_dir.filePath(u"loop"_s);
+        QVERIFY(QFile::link(loop, loop));
+        for (const QString &path : {loop, m_path + u'x', m_path + u"/x"_s, QString()}) {
+            const auto missing = parsed(path);
+            QVERIFY(!missing->fileExist());
+            QCOMPARE(missing->filePath(), QString());
+            QCOMPARE(missing->size(), 4711);
+            QCOMPARE(missing->fileState(), BaseFile::NotDownloaded);
+        }
+        // A link is as good as the file.
+        const QString link = m_dir.filePath(u"link"_s);
+        QVERIFY(QFile::link(m_cached, link));
+        QCOMPARE(parsed(link)->size(), 11);
+
+        // A file about to be sent.
+        BaseFile base;
+        base.setFilePath(m_cached);
+        FileData own(&base);
+        QCOMPARE(own.fileName(), u"cached.bin"_s);
+        QCOMPARE(own.size(), 11);
+        QVERIFY(own.exists());
+    }
+
+    void recordedFile()
+    {
+        FileData file(QVariantMap{{u"filePath"_s, m_path}}, ParseType::Source);
+        SignalLog log({&file});
+        QVERIFY(file.exists());
+        QCOMPARE(log.take(), QString());
+
+        // Times kept in seconds match, for each of both.
+        const qint64 created = file.createTime();
+        const qint64 modified = file.lastModified();
+        for (const auto &[c, m] :
+             {std::pair(created / 1000, modified / 1000), std::pair(created / 1000, modified),
+              std::pair(created, modified / 1000)}) {
+            file.setFileTimes(c, m);
+            QVERIFY(file.exists());
+        }
+        // A missing one is recorded anew, with the other.
+        file.setFileTimes(created, 0);
+        QVERIFY(file.exists());
+        QCOMPARE(file.lastModified(), modified);
+        file.setFileTimes(-1, modified - 1);
+        QVERIFY(file.exists());
+        QCOMPARE(file.createTime(), created);
+        QCOMPARE(file.lastModified(), modified);
+
+        // Another time is another file.
+        for (const auto &[c, m] :
+             {std::pair(created, modified + 1), std::pair(created, modified - 1000),
+              std::pair(created + 1, modified), std::pair(created, modified / 1000 + 1)}) {
+            FileData other(&file);
+            other.setFileTimes(c, m);
+            QVERIFY(!other.exists());
+        }
+        QVERIFY(file.exists());
+        replace(m_path, "forged");
+        QVERIFY(!file.exists());
+        QCOMPARE(log.take(), u"filePathChanged fileExistChanged fileStateChanged"_s);
+        QCOMPARE(file.filePath(), QString());
+        QCOMPARE(file.fileState(), BaseFile::Missing);
+        QVERIFY(!file.exists());
+        QCOMPARE(log.take(), QString());
+    }
+
+    void cachedCopyStandsIn()
+    {
+        for (int state = 0; state <= BaseFile::UploadPaused; ++state) {
+            FileData file;
+            file.updateFilePath(m_path, false, true);
+            file.setFileState(BaseFile::FileState(state));
+            file.setCacheFilePath(m_cached);
+            QVERIFY(file.cacheFileExist());
+            QVERIFY(file.exists());
+            QCOMPARE(file.filePath(), m_path);
+
+            QVERIFY(QFile::remove(m_path));
+            QVERIFY(file.exists());
+            QVERIFY(file.fileExist());
+            QCOMPARE(file.filePath(), m_cached);
+            QCOMPARE(file.size(), 11);
+            const bool keeps = QList<int>{0, 1, 2, 9, 11}.contains(state);
+            QCOMPARE(int(file.fileState()), keeps ? state : 4);
+
+            QVERIFY(QFile::remove(m_cached));
+            file.setFileState(BaseFile::FileState(state));
+            QVERIFY(!file.exists());
+            QVERIFY(!file.fileExist());
+            QCOMPARE(file.filePath() + file.cacheFilePath(), QString());
+            QCOMPARE(int(file.fileState()), state == 4 || state == 9 ? 10 : state);
+            init();
+        }
+    }
+
+    void cachedCopyIsChecked()
+    {
+        FileData file;
+        QVERIFY(!file.cacheFileExist());
+        file.setCacheFilePath(m_cached);
+        QVERIFY(file.cacheFileExist());
+        QCOMPARE(file.cacheFileSize(), 11);
+        const FileData same(&file);
+        replace(m_cached, "forged");
+        QVERIFY(!file.cacheFileExist());
+        QVERIFY(!file.exists());
+        QCOMPARE(file.cacheFileSize(), 0);
+
+        // The same path anew is a look at a new copy; a copy of the record knows the old one.
+        file.setCacheFilePath(m_cached);
+        QVERIFY(file.cacheFileExist());
+        FileData old(&same);
+        QVERIFY(!old.cacheFileExist());
+        const qint64 modified = QFileInfo(m_cached).lastModified().toSecsSinceEpoch();
+        const qint64 created = QFileInfo(m_cached).birthTime().toSecsSinceEpoch();
+        old.setCacheFileTimes(created > 0 ? created : modified, modified);
+        QVERIFY(old.cacheFileExist());
+    }
+
+    void updateFilePath()
+    {
+        FileData file(filled<im::content::FileInfo>(1));
+        const QString name = file.fileName();
+        SignalLog log({&file});
+        file.updateFilePath(m_path, false, false);
+        QCOMPARE(log.take(), u"filePathChanged"_s);
+        QVERIFY(!file.fileExist());
+        file.updateFilePath(m_path, true, true);
+        QCOMPARE(log.take(), u"sizeChanged fileExistChanged fileStateChanged"_s);
+        QCOMPARE(file.fileState(), BaseFile::Downloaded);
+        QCOMPARE(file.fileName(), name);
+        // Taken again after a replacement: that is the recorded file now.
+        replace(m_path, "new");
+        file.updateFilePath(m_path, false, true);
+        QVERIFY(file.exists());
+        QCOMPARE(file.size(), 3);
+
+        // A second record of the file learns where it is.
+        FileData other(filled<im::content::FileInfo>(1));
+        QVERIFY(other.updateFile(file));
+        QVERIFY(other.exists());
+        QCOMPARE(other.fileState(), BaseFile::Downloaded);
+        QVERIFY(!other.updateFile(file));
+        QVERIFY(!file.updateFile(file));
+        QVERIFY(!FileData().updateFile(FileData()));
+
+        QVERIFY(QFile::remove(m_path));
+        file.updateFilePath(m_path, false, true);
+        QVERIFY(!file.fileExist());
+    }
+
+    void handlersMayAskFromAnotherThread()
+    {
+        FileData file(QVariantMap{{u"filePath"_s, m_path}}, ParseType::Source);
+        QVERIFY(QFile::remove(m_path));
+        int states = 0;
+        const auto ask = [&] { std::thread([&] { states += file.fileState(); }).join(); };
+        connect(&file, &BaseFile::fileExistChanged, this, ask);
+        connect(&file, &BaseFile::filePathChanged, this, ask);
+        QVERIFY(!file.exists());
+        QCOMPARE(states, 2 * BaseFile::Missing);
+    }
+
+    void progress()
+    {
+        FileData file;
+        SignalLog log({&file});
+        const auto after = [&](double done, double total) {
+            file.updateTransferProgress(done, total);
+            return u"%1 %2"_s.arg(file.progress()).arg(file.percent());
+        };
+        const double infinity = std::numeric_limits<double>::infinity();
+        QCOMPARE(file.progress(), u"0 B"_s);
+        QCOMPARE(after(0, 3000), u"0 B 0"_s);
+        QCOMPARE(log.take(), QString());
+        QCOMPARE(after(1024, 3000), u"1.0 KB 34"_s);
+        QCOMPARE(log.take(), u"progressChanged percentChanged"_s);
+        QCOMPARE(after(1025, 3000), u"1.0 KB 34"_s);
+        QCOMPARE(log.take(), QString());
+        QCOMPARE(after(2999, 3000), u"2.9 KB 99"_s);
+        QCOMPARE(after(3000, 3000), u"2.9 KB 100"_s);
+        QCOMPARE(log.take(), u"progressChanged percentChanged percentChanged"_s);
+        QCOMPARE(after(4000, 3000), u"3.9 KB 100"_s);
+        QCOMPARE(after(1e18 - 1000, 1e18), u"888.2 PB 99"_s);
+        for (const double total : {0., -5., std::nan(""), -infinity})
+            QCOMPARE(after(1024, total), u"1.0 KB 0"_s);
+        for (const double done : {-1., std::nan(""), -infinity})
+            QCOMPARE(after(done, 3000), u"0 B 0"_s);
+        QCOMPARE(after(1e300, 3000), u"8.0 EB 100"_s);
+        QCOMPARE(after(1024, infinity), u"1.0 KB 0"_s);
+
+        file.addDownloadedRange(0, 1024);
+        log.take();
+        file.resetTransferProgerss();
+        QCOMPARE(log.take(), u"progressChanged downloadedRangeChanged"_s);
+        file.resetTransferProgerss();
+        QCOMPARE(log.take(), QString());
+        QCOMPARE(file.progress(), u"0 B"_s);
+    }
+
+    void downloadedRanges()
+    {
+        FileData file;
+        const auto ranges = [&] {
+            QStringList texts;
+            for (const QVariant &range : file.downloadedRange()) {
+                texts += u"%1-%2"_s.arg(range.toMap().value(u"from"_s).toLongLong())
+                             .arg(range.toMap().value(u"to"_s).toLongLong());
+            }
+            return texts.join(u' ');
+        };
+        SignalLog log({&file});
+        file.addDownloadedRange(10, 20);
+        file.addDownloadedRange(30, 40);
+        QCOMPARE(ranges(), u"10-20 30-40"_s);
+        log.take();
+        file.addDownloadedRange(12, 20);
+        file.addDownloadedRange(-5, 3);
+        file.addDownloadedRange(7, 7);
+        QCOMPARE(log.take(), QString());
+        file.addDownloadedRange(20, 25);
+        file.addDownloadedRange(0, 1);
+        QCOMPARE(ranges(), u"0-1 10-25 30-40"_s);
+        file.addDownloadedRange(24, qint64(1) << 40);
+        QCOMPARE(ranges(), u"0-1 10-1099511627776"_s);
+
+        const FileData same(throughJson(file.serialize()), ParseType::Source);
+        QCOMPARE(same.downloadedRange(), file.downloadedRange());
+        file.setDownloadedRange({5, u"x"_s, QVariantMap{{u"from"_s, 3}, {u"to"_s, 4}},
+                                 QVariantMap{{u"from"_s, 1.0}, {u"to"_s, u"3"_s}}});
+        QCOMPARE(ranges(), u"1-4"_s);
+    }
+
+    void useCount()
+    {
+        FileData file;
+        QCOMPARE(file.deref(), 0);
+        QCOMPARE(file.addref(), 1);
+        QCOMPARE(file.addref(), 2);
+        QCOMPARE(FileData(&file).useCount(), 0);
+        QCOMPARE(file.deref(), 1);
+        QCOMPARE(file.deref(), 0);
+        QCOMPARE(file.deref(), 0);
+        QCOMPARE(file.addref(), 1);
+    }
+
+    void endOfLife()
+    {
+        auto *file = new FileData(filled<im::content::FileInfo>(1));
+        QString lastId;
+        connect(file, &FileData::startDestroy, this, [&] { lastId = file->fileId(); });
+        const QString id = file->fileId();
+        delete file;
+        QCOMPARE(lastId, id);
+
+        FileData record;
+        QCOMPARE(QJSEngine::objectOwnership(record.forQml()), QJSEngine::CppOwnership);
+        PhotoData photo{QVariantMap()};
+        QCOMPARE(QJSEngine::objectOwnership(&photo), QJSEngine::CppOwnership);
+    }
+
+    void photos()
+    {
+        // About to be uploaded, by path and by URL.
+        const PhotoData upload(QUrl::fromLocalFile(m_path).toString());
+        QCOMPARE(upload.filePath(), m_path);
+        QCOMPARE(upload.aesKey().size(), 32);
+        QVERIFY(PhotoData(m_path).aesKey() != upload.aesKey());
+        QCOMPARE(upload.fileState(), BaseFile::WaitingForUpload);
+        QVERIFY(upload.fileExist());
+        QCOMPARE(upload.size(), 6);
+
+        const PhotoData map({{u"aesKey"_s, u"AP8="_s},
+                             {u"photoId"_s, u"p1"_s},
+                             {u"photoPath"_s, QUrl::fromLocalFile(m_path).toString()}});
+        QCOMPARE(map.fileName(), u"p1.png"_s);
+        QCOMPARE(map.filePath(), m_path);
+        const QVariantMap again = map.serialize();
+        QCOMPARE(again.value(u"fileExist"_s), true);
+        QCOMPARE(again.value(u"percent"_s), 0);
+        QCOMPARE(again.value(u"fileName"_s), u"p1.png"_s);
+        QCOMPARE(PhotoData(throughJson(again)).serialize(), again);
+
+        // The type makes the extension, if it can.
+        im::Photo photo;
+        photo.set_file_id("../p2");
+        photo.set_type("JPG");
+        QCOMPARE(PhotoData(photo).fileName(), u"../p2.JPG"_s);
+        QCOMPARE(PhotoData(photo).diskName(), u".._p2.JPG"_s);
+        QCOMPARE(PhotoData(throughJson(PhotoData(photo).serialize())).fileName(), u"../p2.JPG"_s);
+        photo.set_type("image/jpeg");
+        QCOMPARE(PhotoData(photo).fileName(), u"../p2.png"_s);
+
+        // Sizes beyond what the record can say.
+        im::content::FileInfo info;
+        info.set_size(qint64(1) << 40);
+        info.set_name("me.webp");
+        info.set_id("p3");
+        const PhotoData large(info);
+        QCOMPARE(large.fileName(), u"p3.webp"_s);
+        large.serialize(&photo);
+        QCOMPARE(photo.size(), std::numeric_limits<qint32>::max());
+    }
+
+    void innerFiles()
+    {
+        im::content::FileInfo info;
+        info.set_name("con");
+        const InnerFileData file(info, u"/../a/./C:/ü /"_s);
+        QCOMPARE(file.innerPath(), u"/../a/./C:/ü /"_s);
+        QCOMPARE(file.innerDiskPath(), u"_/a/_/C_/ü/_con"_s);
+        const InnerFileData same(throughJson(file.FileData::serialize()));
+        QCOMPARE(same.innerDiskPath(), file.innerDiskPath());
+        QCOMPARE(InnerFileData(info, {}).innerDiskPath(), u"_con"_s);
+    }
+
+    void registry()
+    {
+        FileRegistry files;
+        im::content::FileInfo info;
+        info.set_id("f1");
+        info.set_name("a.pdf");
+        auto first = files.add(QSharedPointer<FileData>::create(info));
+        QCOMPARE(files.add(QSharedPointer<FileData>::create(info)), first);
+        // Nobody puts words, or keys, into the mouth of another message.
+        info.set_key("forged");
+        const auto forged = QSharedPointer<FileData>::create(info);
+        QCOMPARE(files.add(forged), forged);
+        QCOMPARE(files.file(u"f1"_s), first);
+        first.reset();
+        QVERIFY(!files.file(u"f1"_s));
+        QCOMPARE(files.add(forged), forged);
+        QCOMPARE(files.file(u"f1"_s), forged);
+
+        QVERIFY(!files.add({}));
+        QVERIFY(files.add(QSharedPointer<FileData>::create()));
+        QVERIFY(!files.file({}));
+        for (int i = 0; i < 10'000; ++i) {
+            info.set_id(std::to_string(i));
+            files.add(QSharedPointer<FileData>::create(info));
+        }
+        QVERIFY(files.entryCount() <= 64);
+        QCOMPARE(files.file(u"f1"_s), forged);
+    }
+
+    void manyThreads()
+    {
+        const auto record = QSharedPointer<FileData>::create(filled<im::content::FileInfo>(1));
+        record->updateFilePath(m_path, true, true);
+        record->setCacheFilePath(m_cached);
+        FileRegistry files;
+        files.add(record);
+        const auto work = [&](int seed) {
+            for (int i = 0; i < 300; ++i) {
+                const auto file = files.file(record->fileId());
+                file->exists();
+                file->updateTransferProgress(i, 300);
+                file->addDownloadedRange(i, i + seed);
+                file->addref();
+                file->setFileName(QString::number(seed));
+                file->updateFilePath(i % 2 ? m_path : m_cached, false, true);
+                QVariantMap map = file->serialize();
+                file->update(map);
+                files.add(QSharedPointer<FileData>::create(map, ParseType::Source));
+                file->updateFile(FileData(file.data()));
+                file->deref();
+            }
+        };
+        std::vector<std::thread> threads;
+        for (int i = 1; i <= 4; ++i)
+            threads.emplace_back(work, i);
+        for (std::thread &thread : threads)
+            thread.join();
+        QCOMPARE(record->useCount(), 0);
+        QVERIFY(record->exists());
+        QCOMPARE(record->downloadedRange().size(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFileData)
+#include "tst_filedata.moc"

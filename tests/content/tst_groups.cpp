@@ -1,0 +1,328 @@
+#include "base/json.h"
+#include "content/contentfactory.h"
+#include "content/items/captionitem.h"
+#include "content/items/combineditem.h"
+#include "content/items/filegroupitem.h"
+#include "content/items/mediagroupitem.h"
+#include "protocol/common_data.pb.h"
+#include "protocol/message_content.pb.h"
+#include "support/signallog.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+/// A picture or file, as far as a group looks at it.
+class Member : public ContentItem
+{
+    Q_OBJECT
+    Q_PROPERTY(int w MEMBER m_width NOTIFY wChanged)
+    Q_PROPERTY(int h MEMBER m_height NOTIFY hChanged)
+
+public:
+    explicit Member(QSize size, qint32 type = Image, const QString &text = {})
+        : ContentItem(1, nullptr), m_width(size.width()), m_height(size.height())
+    {
+        setType(type);
+        setContent(text, {});
+    }
+    QSize calcContentSize(int &lineCount, int, int, bool) override
+    {
+        lineCount = 1;
+        return {m_width, m_height};
+    }
+
+Q_SIGNALS:
+    void wChanged();
+    void hChanged();
+
+private:
+    int m_width;
+    int m_height;
+};
+
+using Items = QList<QSharedPointer<ContentItem>>;
+
+QSharedPointer<ContentItem> member(QSize size, qint32 type = ContentItem::Image,
+                                   const QString &text = {})
+{
+    return QSharedPointer<Member>::create(size, type, text);
+}
+
+QSize measure(ContentItem &item, int maxWidth)
+{
+    int lines = 0;
+    return item.calcContentSize(lines, maxWidth, 0, false);
+}
+
+im::Message message(int id, int sender, const std::string &content)
+{
+    im::Message record;
+    record.set_message_id(id);
+    record.set_sender(sender);
+    record.set_timestamp(1000 + id);
+    record.set_content(content);
+    return record;
+}
+
+/// Stands for decryption: the content is the text, and an empty one cannot be opened.
+QSharedPointer<ContentItem> opened(const im::Message &message)
+{
+    if (message.content().empty())
+        return {};
+    auto item = QSharedPointer<ContentItem>::create(1, nullptr);
+    item->setContent(QString::fromStdString(message.content()), {});
+    return item;
+}
+
+} // namespace
+
+class TestGroups : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void grid_data()
+    {
+        QTest::addColumn<QList<QSize>>("natural");
+        const QList<QSize> shapes{{4000, 3000}, {3000, 4000}, {1000, 1000}, {100'000, 1},
+                                  {1, 100'000}, {0, 0},       {-5, 20},     {1920, 1080},
+                                  {INT_MAX, 1}, {16, 16}};
+        for (const QSize &shape : shapes) {
+            for (int count = 1; count <= 12; ++count)
+                QTest::addRow("%d of %dx%d", count, shape.width(), shape.height())
+                    << QList<QSize>(count, shape);
+        }
+        for (const int count : {10, 11, 30, 1000}) {
+            QList<QSize> mixed;
+            for (int i = 0; i < count; ++i)
+                mixed.append(shapes.at(i * 7 % shapes.size()));
+            QTest::addRow("%d mixed", count) << mixed;
+        }
+    }
+    void grid()
+    {
+        QFETCH(QList<QSize>, natural);
+        Items members;
+        for (const QSize &size : natural)
+            members.append(member(size));
+        MediaGroupItem group(members, 1, nullptr);
+        const int screen = QGuiApplication::primaryScreen()->availableSize().height();
+        for (const int width : {1, 44, 60, 137, 224, 425, 5000}) {
+            const QSize size = measure(group, width);
+            const QList<QRect> rects = group.rects();
+            QCOMPARE(rects.size(), natural.size());
+            QVERIFY(size.width() <= std::max(44, std::min(width, 425)));
+            if (natural.size() <= 10 && width >= 224)
+                QVERIFY2(size.height() <= screen, qPrintable(QString::number(size.height())));
+            QRect previous;
+            for (const QRect &rect : rects) {
+                QVERIFY(QRect({0, 0}, size).contains(rect));
+                QVERIFY(rect.width() >= 44 && rect.height() >= 44);
+                // Right of the one before, or in a new row below: so none overlap.
+                if (previous.isValid()) {
+                    const bool sameRow = rect.top() == previous.top();
+                    QVERIFY(sameRow ? rect.left() > previous.right()
+                                    && rect.height() == previous.height()
+                                    : rect.top() > previous.bottom() && rect.left() == 0);
+                }
+                previous = rect;
+            }
+            QVERIFY(natural.size() == 1 || previous.right() == size.width() - 1);
+            QVERIFY(previous.bottom() == size.height() - 1);
+            measure(group, 300);
+            QCOMPARE(measure(group, width), size);
+            QCOMPARE(group.rects(), rects);
+        }
+    }
+
+    /// Ordinary pictures are neither torn nor squeezed.
+    void gridLooksLikeAGallery()
+    {
+        const auto rects = [](const QList<QSize> &natural) {
+            Items members;
+            for (const QSize &size : natural)
+                members.append(member(size));
+            MediaGroupItem group(members, 1, nullptr);
+            measure(group, 400);
+            return group.rects();
+        };
+        // Two portraits stand side by side, two landscapes too; a panorama has a row of its own.
+        QCOMPARE(rects({{300, 400}, {300, 400}}).at(1).top(), 0);
+        QCOMPARE(rects({{1600, 800}, {1600, 800}}).at(1).left(), 0);
+        // The widths in a row follow the proportions.
+        const QList<QRect> row = rects({{300, 400}, {800, 400}});
+        if (row.at(1).top() == 0)
+            QVERIFY(row.at(1).width() > row.at(0).width());
+        // Ten of a camera make three or four rows.
+        QSet<int> tops;
+        for (const QRect &rect : rects(QList<QSize>(10, {4000, 3000})))
+            tops.insert(rect.top());
+        QVERIFY(tops.size() >= 3 && tops.size() <= 4);
+    }
+
+    void membersAndCaption()
+    {
+        const auto first = member({400, 300});
+        const auto second = member({400, 300}, ContentItem::Video, u"At the lake 🎉"_s);
+        MediaGroupItem group(1, nullptr);
+        SignalLog log{{&group}};
+        QSignalSpy recalc(&group, &ContentItem::needRecalcSize);
+        QTest::ignoreMessage(QtWarningMsg, "What cannot be a member of a group is left out.");
+        group.setMembers({first, nullptr, second, first, member({1, 1}, ContentItem::File)});
+        QCOMPARE(group.members(), (Items{first, second}));
+        QCOMPARE(log.take(), u"membersChanged"_s);
+        group.setMembers({first, second});
+        QCOMPARE(log.take(), QString());
+        QCOMPARE(group.caption()->content(), u"At the lake 🎉"_s);
+        QCOMPARE(group.caption()->member(), second);
+        QCOMPARE(group.getKeyword(), u"At the lake 🎉"_s);
+
+        // The group follows its members, and no longer those that left.
+        recalc.clear();
+        first->setProperty("w", 900);
+        QCOMPARE(recalc.size(), 1);
+        const QSize withText = measure(group, 400);
+        first->setContent(u"another"_s, {});
+        QCOMPARE(group.caption()->content(), QString());
+        QVERIFY(measure(group, 400).height() < withText.height());
+        group.setMembers({second});
+        QCOMPARE(group.caption()->content(), u"At the lake 🎉"_s);
+        recalc.clear();
+        first->setProperty("h", 1);
+        first->setContent(u"x"_s, {});
+        QCOMPARE(recalc.size(), 0);
+        QCOMPARE(group.caption()->content(), u"At the lake 🎉"_s);
+
+        // A caption of emoji alone stays a text of its size.
+        second->setContent(u"🎉"_s, {});
+        int lines = 0;
+        group.caption()->calcSize(300, 0, 0, ContentItem::CONTENT_CHANGED, false);
+        QCOMPARE(group.caption()->type(), ContentItem::Text);
+        QVERIFY(group.caption()->calcContentSize(lines, 300, 0, false).height() < 60);
+    }
+
+    void storedFormIsThatOfTheMembers()
+    {
+        const auto group = QSharedPointer<MediaGroupItem>::create(
+            Items{member({1, 2}, ContentItem::Image, u"a"_s),
+                  member({3, 4}, ContentItem::Video, u"b"_s)},
+            1, nullptr);
+        QVariantList list;
+        serializes(group, list);
+        QCOMPARE(list.size(), 2);
+        QCOMPARE(list.at(1).toMap().value(u"content"_s), u"b"_s);
+        im::content::Content body;
+        body.mutable_text();
+        group->serialize(&body);
+        QCOMPARE(body.ByteSizeLong(), size_t(0));
+    }
+
+    void filesStandInRows()
+    {
+        FileGroupItem group({member({120, 10}, ContentItem::File),
+                             member({300, 90}, ContentItem::Music),
+                             member({9000, 50}, ContentItem::Folder)},
+                            1, nullptr);
+        const QSize size = measure(group, 400);
+        QCOMPARE(size.width(), 400);
+        int bottom = -1;
+        for (const QRect &rect : group.rects()) {
+            QVERIFY(rect.top() > bottom && rect.height() >= 44);
+            QCOMPARE(rect.width(), 400);
+            bottom = rect.bottom();
+        }
+        QCOMPARE(bottom, size.height() - 1);
+        QCOMPARE(measure(*QSharedPointer<FileGroupItem>::create(1, nullptr), 400), QSize(0, 0));
+    }
+
+    void combinedMessages()
+    {
+        im::Message outer;
+        *outer.add_combined_messages() = message(1, 7, "hello\nthere");
+        *outer.add_combined_messages() = message(2, 8, "");
+        im::Message *inner = outer.add_combined_messages();
+        *inner->add_combined_messages() = message(4, 7, "deep");
+        inner->mutable_group_sender()->set_group_id(7);
+        inner->mutable_group_sender()->set_title("Lake club");
+        outer.set_total_combined_messages(9);
+
+        CombinedItem item(outer, opened, 1, nullptr);
+        QCOMPARE(item.type(), ContentItem::Combined);
+        QCOMPARE(item.count(), 3);
+        QCOMPARE(item.total(), 9);
+        QVERIFY(!item.entries().at(1).content);
+        SignalLog log{{&item}};
+        item.setSenderName(7, false, u"Mia"_s);
+        item.setSenderName(7, false, u"Mia"_s);
+        QCOMPARE(log.take(), u"entriesChanged"_s);
+        QCOMPARE(item.title(), u"Mia, Lake club"_s);
+        QCOMPARE(item.summary(),
+                 (QStringList{u"Mia: hello there"_s, QString(), u"Lake club: Mia"_s}));
+        QCOMPARE(item.getKeyword(), u"hello\nthere\ndeep"_s);
+        QVERIFY(!measure(item, 300).isEmpty());
+
+        QMap<QString, QVariant> map;
+        item.serialize(map);
+        QCOMPARE(map.value(u"type"_s), u"combined"_s);
+        const CombinedItem again(jsonToMap(mapToJson(map)), 1, nullptr);
+        QCOMPARE(again.type(), ContentItem::Combined);
+        QCOMPARE(again.total(), 9);
+        QCOMPARE(again.entries().at(0).time, 1001);
+        QCOMPARE(again.summary(), item.summary());
+        QVERIFY(!again.entries().at(1).content);
+        QMap<QString, QVariant> second;
+        again.serialize(second);
+        QCOMPARE(mapToJson(second), mapToJson(map));
+        item.deserialize(map);
+        QCOMPARE(log.take(), QString());
+
+        CombinedItem copy(&item);
+        copy.setSenderName(7, false, u"Li"_s);
+        QCOMPARE(item.title(), u"Mia, Lake club"_s);
+        QCOMPARE(item.entries().at(2).content->property("title"), u"Mia"_s);
+    }
+
+    void combinedMessagesAreLimited()
+    {
+        im::Message deep = message(1, 1, "core");
+        for (int i = 0; i < 50; ++i) {
+            im::Message outer;
+            *outer.add_combined_messages() = deep;
+            deep = outer;
+        }
+        const CombinedItem item(deep, opened, 1, nullptr);
+        int levels = 0;
+        for (const auto *at = &item; at && ++levels < 100;)
+            at = at->entries().isEmpty()
+                ? nullptr
+                : qobject_cast<CombinedItem *>(at->entries().at(0).contentItem());
+        QVERIFY(levels < 10);
+
+        im::Message wide;
+        for (int i = 0; i < 20'000; ++i)
+            wide.add_combined_messages()->set_sender(1);
+        wide.set_total_combined_messages(-4);
+        const CombinedItem many(wide, nullptr, 1, nullptr);
+        QVERIFY(many.count() < 5000);
+        QCOMPARE(many.total(), 20'000);
+
+        for (const QVariant &odd :
+             {QVariant(), QVariant(u"x"_s), QVariant(-1),
+              QVariant(QVariantList{1, QVariantList{}, QVariantMap{{u"item"_s, 5}}})}) {
+            for (const QString &key : {u"entries"_s, u"total"_s}) {
+                const CombinedItem wrong({{u"type"_s, u"combined"_s}, {key, odd}}, 1, nullptr);
+                QVERIFY(wrong.total() >= wrong.count() && wrong.count() <= 3);
+            }
+        }
+    }
+};
+
+QTEST_MAIN(TestGroups)
+#include "tst_groups.moc"

@@ -1,0 +1,398 @@
+#include "damaged.h"
+
+#include "multimedia/audioplayer.h"
+
+#include <QBuffer>
+#include <QDateTime>
+#include <QImage>
+#include <QImageReader>
+#include <QTemporaryDir>
+#include <QtEndian>
+
+using namespace Qt::StringLiterals;
+using namespace damaged;
+
+namespace
+{
+
+QByteArray number(quint32 value)
+{
+    QByteArray bytes(4, '\0');
+    qToBigEndian(value, bytes.data());
+    return bytes;
+}
+
+/// Seven bits a byte, as ID3v2 writes the size of a tag.
+QByteArray number7(quint32 value)
+{
+    QByteArray bytes(4, '\0');
+    for (int i = 3; i >= 0; --i, value >>= 7)
+        bytes[i] = char(value & 0x7f);
+    return bytes;
+}
+
+QByteArray frame(const char *id, const QByteArray &body, quint16 flags = 0, int version = 3)
+{
+    const QByteArray size =
+        version == 4 ? number7(quint32(body.size())) : number(quint32(body.size()));
+    return id + size + char(flags >> 8) + char(flags) + body;
+}
+
+QByteArray textFrame(const char *id, const QByteArray &text, char encoding = 3)
+{
+    return frame(id, encoding + text);
+}
+
+QByteArray pictureFrame(const QByteArray &image, char type, const char *mime = "image/jpeg")
+{
+    return frame("APIC", '\0' + QByteArray(mime) + '\0' + type + '\0' + image);
+}
+
+/// The sound of morning.mp3 below a tag of these frames.
+QByteArray song(const QByteArray &frames, char version = 3)
+{
+    static const QByteArray sound = [] {
+        const QByteArray whole = content(mediaPath("morning.mp3"));
+        quint32 size = 0;
+        for (int i = 6; i < 10; ++i)
+            size = size << 7 | quint32(whole.at(i));
+        return whole.sliced(10 + size);
+    }();
+    return "ID3" + QByteArray(1, version) + QByteArray(2, '\0') + number7(quint32(frames.size()))
+        + frames + sound;
+}
+
+/// A BMP file of which there is only the head.
+QByteArray bmp(qint32 width, qint32 height)
+{
+    QByteArray head("BM");
+    const auto add = [&head](auto value) {
+        value = qToLittleEndian(value);
+        head.append(reinterpret_cast<const char *>(&value), sizeof value);
+    };
+    for (const quint32 value : {54u + 12u, 0u, 54u, 40u})
+        add(value);
+    add(width);
+    add(height);
+    add(quint16(1));
+    add(quint16(24));
+    return head + QByteArray(24 + 12, '\0');
+}
+
+} // namespace
+
+class tst_AudioPlayer : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_home;
+    int m_number = 0;
+
+    QString newDirectory()
+    {
+        const QString path = m_home.filePath(u"d%1"_s.arg(++m_number));
+        QDir().mkpath(path);
+        return path;
+    }
+    QString newFile(const QByteArray &bytes)
+    {
+        return write(m_home.filePath(u"f%1"_s.arg(++m_number)), bytes);
+    }
+    /// The cover of an audio file with these bytes.
+    QString coverOf(const QByteArray &bytes)
+    {
+        return AudioPlayer::getCover(newFile(bytes), newDirectory());
+    }
+
+private Q_SLOTS:
+    void albums_data()
+    {
+        QTest::addColumn<QString>("source");
+        QTest::addColumn<QVariantMap>("expected");
+        QTest::addColumn<int>("duration");
+        QTest::newRow("mp3") << mediaPath("morning.mp3")
+                             << QVariantMap{{u"Name"_s, u"Утро у озера — 湖の朝"_s},
+                                            {u"Artist"_s, u"Zoë Ångström"_s},
+                                            {u"Album"_s, u"Étude № 1"_s},
+                                            {u"Genre"_s, u"Ambient"_s},
+                                            {u"Year"_s, 2024},
+                                            {u"Track"_s, 3},
+                                            {u"SampleRate"_s, 24000},
+                                            {u"Channels"_s, 1}}
+                             << 3000;
+        QTest::newRow("m4a") << mediaPath("lakeside.m4a")
+                             << QVariantMap{{u"Name"_s, u"Lakeside"_s},
+                                            {u"Artist"_s, u"Mira"_s},
+                                            {u"SampleRate"_s, 24000},
+                                            {u"Channels"_s, 2}} // MPEG-4 always writes 2 there
+
+                             << 3000;
+        QTest::newRow("voice note")
+            << mediaPath("voice.ogg") << QVariantMap{{u"SampleRate"_s, 48000}, {u"Channels"_s, 1}}
+            << 2600;
+    }
+
+    void albums()
+    {
+        QFETCH(QString, source);
+        QFETCH(QVariantMap, expected);
+        QFETCH(int, duration);
+        // Neither the name nor a link on the way there matters.
+        const QString misnamed = m_home.filePath(u"Ключ 鍵 %1.txt"_s.arg(++m_number));
+        QVERIFY(QFile::copy(source, misnamed));
+        const QString link = misnamed + u"-link"_s;
+        QVERIFY(QFile::link(misnamed, link));
+        for (const QString &path : {source, misnamed, link}) {
+            QVariantMap album = AudioPlayer::getAlbumInfo(path);
+            QVERIFY(qAbs(album.take(u"Duration"_s).toInt() - duration) < 60);
+            const int bitrate = album.take(u"Bitrate"_s).toInt();
+            QVERIFY2(bitrate > 8 && bitrate < 64, qPrintable(QString::number(bitrate)));
+            QCOMPARE(album, expected);
+        }
+    }
+
+    void covers()
+    {
+        const QString directory = m_home.filePath(u"new/обложки"_s);
+        const QString jpeg = AudioPlayer::getCover(mediaPath("morning.mp3"), directory);
+        const QString png = AudioPlayer::getCover(mediaPath("lakeside.m4a"), directory);
+        for (const QString &path : {jpeg, png}) {
+            QCOMPARE(QFileInfo(path).absolutePath(), QFileInfo(directory).absoluteFilePath());
+            QCOMPARE(QImage(path).size(), QSize(160, 160));
+        }
+        QVERIFY(jpeg.endsWith(u".jpg"_s));
+        QVERIFY(png.endsWith(u".png"_s));
+        // The sleeve: gold in the middle, dark in the upper corner.
+        const QColor middle = QImage(jpeg).pixelColor(80, 80);
+        QVERIFY(middle.red() > 200 && middle.blue() < 160);
+        QVERIFY(QImage(jpeg).pixelColor(3, 3).lightness() < 90);
+
+        const Warnings warnings;
+        QCOMPARE(AudioPlayer::getCover(mediaPath("voice.ogg"), directory), QString());
+        QCOMPARE(warnings.count(), 0);
+        QCOMPARE(QDir(directory).entryList(QDir::Files).size(), 2);
+    }
+
+    void flacAndOggPictures()
+    {
+        // The same picture block serves both; Ogg has it in base 64, in a comment.
+        const QByteArray image = content(mediaPath("map.png"));
+        const QByteArray picture = number(3) + number(10) + "image/jpeg" + number(0) + number(400)
+            + number(240) + number(24) + number(0) + number(quint32(image.size())) + image;
+        const auto block = [](char type, const QByteArray &body) {
+            return type + number(quint32(body.size())).sliced(1) + body;
+        };
+        QByteArray streamInfo(34, '\0');
+        streamInfo.replace(0, 4, QByteArray::fromHex("10001000"));
+        // 44,100 Hz, two channels, 16 bits, 441,000 samples
+        streamInfo.replace(10, 8, QByteArray::fromHex("0ac442f00006baa8"));
+        const QByteArray flac = "fLaC" + block('\0', streamInfo) + block(char(0x86), picture)
+            + QByteArray::fromHex("fff8c918") + QByteArray(64, '\0');
+        QCOMPARE(AudioPlayer::getAlbumInfo(newFile(flac)).value(u"Duration"_s), 10000);
+        const QString path = coverOf(flac);
+        QVERIFY(path.endsWith(u".png"_s));
+        QCOMPARE(content(path), image);
+
+        const auto little = [](quint32 value) {
+            QByteArray bytes = number(value);
+            std::reverse(bytes.begin(), bytes.end());
+            return bytes;
+        };
+        const auto page = [&](char flags, char sequence, const QByteArray &packet) {
+            QByteArray lacing(packet.size() / 255, char(255));
+            lacing += char(packet.size() % 255);
+            return "OggS" + QByteArray(1, '\0') + flags + QByteArray(8, '\0') + "SONG" + sequence
+                + QByteArray(3 + 4, '\0') + char(lacing.size()) + lacing + packet;
+        };
+        const QByteArray comment = "METADATA_BLOCK_PICTURE=" + picture.toBase64();
+        const QByteArray opus = page(2, 0, QByteArray("OpusHead\1\1\0\0\x80\xbb\0\0\0\0\0", 19))
+            + page(0, 1,
+                   "OpusTags" + little(1) + "x" + little(1) + little(quint32(comment.size()))
+                       + comment)
+            + page(4, 2, QByteArray(20, '\0'));
+        QCOMPARE(content(coverOf(opus)), image);
+    }
+
+    void aCoverIsStoredOnce()
+    {
+        const QString directory = newDirectory();
+        const QString path = AudioPlayer::getCover(mediaPath("morning.mp3"), directory);
+        const QByteArray image = content(path);
+        QVERIFY(!image.isEmpty());
+        const QDateTime old = QDateTime::fromSecsSinceEpoch(1'000'000'000);
+        {
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::ReadWrite));
+            QVERIFY(file.setFileTime(old, QFileDevice::FileModificationTime));
+        }
+        QCOMPARE(AudioPlayer::getCover(mediaPath("morning.mp3"), directory), path);
+        QCOMPARE(QFileInfo(path).lastModified(), old);
+
+        // What has taken its name stays: a file, a link to nowhere, a directory.
+        const Warnings warnings;
+        write(path, "something else");
+        QCOMPARE(AudioPlayer::getCover(mediaPath("morning.mp3"), directory), QString());
+        QCOMPARE(content(path), QByteArray("something else"));
+        QVERIFY(QFile::remove(path));
+        const QString elsewhere = m_home.filePath(u"elsewhere"_s);
+        QVERIFY(QFile::link(elsewhere, path));
+        QCOMPARE(AudioPlayer::getCover(mediaPath("morning.mp3"), directory), QString());
+        QVERIFY(!QFileInfo::exists(elsewhere));
+        QVERIFY(QFile::remove(path));
+        QVERIFY(QDir().mkpath(path));
+        QCOMPARE(AudioPlayer::getCover(mediaPath("morning.mp3"), directory), QString());
+        QCOMPARE(warnings.count(), 3);
+        // A file where the directory should be.
+        QCOMPARE(AudioPlayer::getCover(mediaPath("morning.mp3"), mediaPath("notes.txt")),
+                 QString());
+        QCOMPARE(warnings.count(), 4);
+    }
+
+    void whichPicture()
+    {
+        const QByteArray png = content(mediaPath("map.png"));
+        const QByteArray jpeg = content(mediaPath("lake.jpg"));
+        constexpr char front = 3;
+        constexpr char artist = 8;
+        QCOMPARE(content(coverOf(song(pictureFrame(png, artist) + pictureFrame(jpeg, front)))),
+                 jpeg);
+        QCOMPARE(
+            content(coverOf(song(pictureFrame("no image", front) + pictureFrame(png, artist)))),
+            png);
+        QVERIFY(coverOf(song(pictureFrame(png, front))).endsWith(u".png"_s));
+        QVERIFY(coverOf(song(pictureFrame(bmp(2, 2), front))).endsWith(u".bmp"_s));
+        QVERIFY(coverOf(song(pictureFrame(bmp(6000, 6000), front))).endsWith(u".bmp"_s));
+
+        const QByteArray large = jpeg + QByteArray(16 << 20, '\0');
+        const auto refused = [this](const QByteArray &image) {
+            const Warnings warnings;
+            return coverOf(song(pictureFrame(image, front))).isEmpty() && warnings.count() < 2;
+        };
+        QVERIFY(refused("http://example.org/cover.jpg"));
+        QVERIFY(refused("<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'/>"));
+        QVERIFY(refused(bmp(60000, 60000)));
+        QVERIFY(refused(bmp(0, 5)));
+        QVERIFY(refused(large));
+        QVERIFY(refused(jpeg.first(20)));
+    }
+
+    // Each of these makes a reader that trusts its input run out of memory or stack.
+    void unfoldingTags()
+    {
+        const QByteArray artist = textFrame("TPE1", "Mira");
+        const QByteArray bomb = qCompress(QByteArray(16 << 20, 'x'), 9);
+        for (const int version : {3, 4}) {
+            const quint16 compressed = version == 3 ? 0x80 : 0x09;
+            // Its size unfolded, which both versions put in front of the bytes.
+            const QByteArray title = frame("TIT2", bomb, compressed, version);
+            const QVariantMap album =
+                AudioPlayer::getAlbumInfo(newFile(song(title + artist, char(version))));
+            QCOMPARE(album.value(u"Artist"_s), u"Mira"_s);
+            QVERIFY(!album.contains(u"Name"_s));
+        }
+
+        constexpr int depth = 200'000;
+        QByteArray chapters;
+        for (int i = depth; i > 0; --i) {
+            // "CHAP", size, flags, element id, four times
+            chapters += "CHAP" + number(quint32(i * 28 - 10)) + QByteArray(2, '\0') + "x"
+                + QByteArray(17, '\0');
+        }
+        QCOMPARE(AudioPlayer::getAlbumInfo(newFile(song(chapters + artist))).value(u"Artist"_s),
+                 u"Mira"_s);
+
+        QByteArray atoms = number(16) + "ftypM4A " + number(0);
+        for (quint32 i = depth; i > 0; --i)
+            atoms += number(i * 8) + "moov";
+        const Warnings warnings;
+        QVERIFY(AudioPlayer::getAlbumInfo(newFile(atoms)).isEmpty());
+        QCOMPARE(warnings.count(), 1);
+    }
+
+    void brokenTexts()
+    {
+        const auto title = [this](const QByteArray &text, char encoding) {
+            const QString name =
+                AudioPlayer::getAlbumInfo(newFile(song(textFrame("TIT2", text, encoding))))
+                    .value(u"Name"_s)
+                    .toString();
+            return name.isValidUtf16() ? name : u"not Unicode"_s;
+        };
+        constexpr char latin1 = 0;
+        constexpr char utf16 = 1;
+        constexpr char utf8 = 3;
+        QCOMPARE(title("caf\xe9", latin1), u"café"_s);
+        QCOMPARE(title(QByteArray("\xff\xfe"
+                                  "a\0b\0",
+                                  6),
+                       utf16),
+                 u"ab"_s);
+        QCOMPARE(title(" two\n lines\t", utf8), u"two lines"_s);
+        // A surrogate alone, half a character, no UTF-8, an unknown encoding: whatever comes is text.
+        const QByteArray lone("\xff\xfe\x3d\xd8"
+                              "a\0",
+                              6);
+        QVERIFY(title(lone, utf16) != u"not Unicode"_s);
+        QVERIFY(title(lone.first(5), utf16) != u"not Unicode"_s);
+        QVERIFY(title("\xff\xc0\x80"
+                      "abc\xe2\x82",
+                      utf8)
+                != u"not Unicode"_s);
+        QVERIFY(title("abc", 9) != u"not Unicode"_s);
+        QByteArray emoji = "x";
+        for (int i = 0; i < 5000; ++i)
+            emoji += "\xf0\x9f\x8e\xb5";
+        QCOMPARE(title(emoji, utf8).size(), 999);
+    }
+
+    void whatIsNoAudio()
+    {
+        QStringList paths = notFiles(QDir(newDirectory()));
+        for (const char *name : {"notes.txt", "timetable.pdf", "lake.jpg", "receipt.png",
+                                 "wink.gif", "sticker.webp", "make.sh"})
+            paths += mediaPath(name);
+        const QString directory = newDirectory();
+        for (const QString &path : std::as_const(paths)) {
+            const Warnings warnings;
+            QVERIFY2(AudioPlayer::getAlbumInfo(path).isEmpty(), qPrintable(path));
+            QCOMPARE(warnings.count(), 1);
+            QCOMPARE(AudioPlayer::getCover(path, directory), QString());
+            QCOMPARE(warnings.count(), 2);
+        }
+        QVERIFY(QDir(directory).isEmpty());
+    }
+
+    void damagedFiles_data()
+    {
+        QTest::addColumn<int>("step");
+        QTest::newRow("morning.mp3") << 47;
+        QTest::newRow("lakeside.m4a") << 41;
+        QTest::newRow("voice.ogg") << 11;
+    }
+
+    // Whatever comes back is what the header promises; the sanitizers watch the rest.
+    void damagedFiles()
+    {
+        QFETCH(int, step);
+        const QByteArray good = content(mediaPath(QTest::currentDataTag()));
+        QVERIFY(!good.isEmpty());
+        const QString path = m_home.filePath(u"damaged"_s);
+        const QString directory = newDirectory();
+        int read = 0;
+        forEachDamage(good, step, path, [&] {
+            const QVariantMap album = AudioPlayer::getAlbumInfo(path);
+            read += !album.isEmpty();
+            for (const QVariant &value : album) {
+                const bool text = value.typeId() == QMetaType::QString;
+                QVERIFY(text ? value.toString().size() <= 1000 : value.toInt() > 0);
+            }
+            const QString cover = AudioPlayer::getCover(path, directory);
+            QVERIFY(cover.isEmpty() || !QImageReader(cover).size().isEmpty());
+        });
+        // Most damage is to the sound, which does not concern the tags.
+        QVERIFY(read > good.size() / step);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_AudioPlayer)
+#include "tst_audioplayer.moc"

@@ -1,0 +1,35 @@
+import QtQuick
+import QtTest
+import im.modelbase
+
+TestCase {
+    id: test
+    name: "Settings"
+
+    // As an application binds a page of settings.
+    readonly property int fontSize: AppSettingModel.themeFontSize
+    readonly property bool dark: AppSettingModel.darkMode
+
+    SignalSpy {
+        id: fontSizeSpy
+        target: AppSettingModel
+        signalName: "themeFontSizeChanged"
+    }
+
+    function test_bindChangeReadBack() {
+        compare(fontSize, 14)
+        AppSettingModel.setThemeFontSize(18, true)
+        compare(fontSize, 18)
+        AppSettingModel.setThemeFontSize(18, true)
+        compare(fontSizeSpy.count, 1)
+        AppSettingModel.setDarkMode(true, true)
+        verify(dark)
+    }
+
+    function test_isOneObject() {
+        const first = AppSettingModel
+        gc()
+        AppSettingModel.setThemeFontSize(20, true)
+        compare(first.themeFontSize, 20)
+    }
+}
