@@ -43,7 +43,8 @@ void writeContent(const im::content::Content &content)
     const auto item = deserializeContent(content, 1, nullptr);
     if (!item)
         return;
-    write("content_stored", mapToJson(serializeContent(item)));
+    for (const char *target : {"content_stored", "json"})
+        write(target, mapToJson(serializeContent(item)));
     for (const char *target : {"emoji", "recognisers"})
         write(target, '\0' + item->content().toUtf8());
 }
