@@ -212,8 +212,11 @@ private Q_SLOTS:
         QCOMPARE(mapToJson({{u"a"_s, nest(1024)}}), QByteArray());
         QVERIFY(!mapToJson({{u"a"_s, nest(1023)}}).isEmpty());
         QJsonArray array;
-        for (int i = 0; i < 1024; ++i)
-            array = QJsonArray{array};
+        for (int i = 0; i < 1024; ++i) {
+            QJsonArray outer; // an initializer list of one array is the array to some compilers
+            outer.append(array);
+            array = outer;
+        }
         QCOMPARE(mapToJson({{u"a"_s, array}}), QByteArray());
         for (const QByteArray &level : {QByteArray("["), QByteArray("{\"a\":")})
             QCOMPARE(jsonToMap(level.repeated(depth)), QVariantMap());
