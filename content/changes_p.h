@@ -31,10 +31,8 @@ public:
         return true;
     }
 
-    /// For what follows from other values.
+    /// For what was set otherwise, or follows from other values.
     void add(Signal changed) { m_signals.append(changed); }
-    /// For a field that was set otherwise.
-    void fire(Signal changed) { m_signals.append(changed); }
 
 private:
     Item *m_item;

@@ -50,8 +50,12 @@ QList<QObject *> GroupMembers::objects() const
 void GroupMembers::connectTo(ContentItem *member)
 {
     QObject::connect(member, &ContentItem::needRecalcSize, m_group, &ContentItem::needRecalcSize);
-    QObject::connect(member, &ContentItem::contentChanged, m_group, [this] { updateCaption(); });
-    QObject::connect(member, &ContentItem::textEntityChanged, m_group, [this] { updateCaption(); });
+    const auto followText = [this] {
+        if (updateCaption())
+            Q_EMIT m_group->needRecalcSize();
+    };
+    QObject::connect(member, &ContentItem::contentChanged, m_group, followText);
+    QObject::connect(member, &ContentItem::textEntityChanged, m_group, followText);
     // Media tell of another picture by their natural size.
     const QMetaObject *meta = member->metaObject();
     static const int recalc = ContentItem::staticMetaObject.indexOfSignal("needRecalcSize()");
@@ -62,7 +66,7 @@ void GroupMembers::connectTo(ContentItem *member)
     }
 }
 
-void GroupMembers::updateCaption()
+bool GroupMembers::updateCaption()
 {
     // With texts at several members, each belongs to its own picture and none to the group.
     QSharedPointer<ContentItem> member;
@@ -77,6 +81,5 @@ void GroupMembers::updateCaption()
     }
     const QString before = m_caption->content();
     m_caption->setMember(member);
-    if (m_caption->content() != before)
-        Q_EMIT m_group->needRecalcSize();
+    return m_caption->content() != before;
 }

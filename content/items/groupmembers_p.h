@@ -20,7 +20,7 @@ public:
 
 private:
     void connectTo(ContentItem *member);
-    void updateCaption();
+    bool updateCaption(); ///< @return whether its text is another one now
 
     ContentItem *m_group;
     ItemList m_items;

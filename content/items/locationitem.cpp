@@ -86,7 +86,7 @@ bool LocationItem::replaceCoordinates(double longitude, double latitude,
     m_longitude = longitude;
     m_latitude = latitude;
     m_isMapWanted = false;
-    changes.fire(&LocationItem::coordinatesChanged);
+    changes.add(&LocationItem::coordinatesChanged);
     return true;
 }
 

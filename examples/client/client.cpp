@@ -1,9 +1,12 @@
 #include "client/client.h"
 
-#include "account/accountbase.h"
+#include "base/json.h"
+#include "client/clientaccount.h"
+#include "client/describe.h"
 #include "client/listing.h"
 #include "content/contentfactory.h"
 #include "content/contentitem.h"
+#include "content/items/combineditem.h"
 #include "feeds/feed.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/notif.pb.h"
@@ -24,24 +27,31 @@ namespace
 constexpr int batchSize = 16;
 /// A longer message is elided to so many lines.
 constexpr int maxLineCount = 10;
-constexpr int chatMessages = 1; // the source of contents: ordinary chats
+constexpr int storedForm = 1; // im.Message.content_format_ver
 
 } // namespace
 
-Client::Client(AccountBase *account, int width)
-    : m_account(account), m_store(account->userStatusDataPath() + QStringLiteral("messages.db")),
+Client::Client(ClientAccount *account, int width, const QString &media)
+    : m_account(account), m_contents(account, media),
+      m_store(account->userStatusDataPath() + QStringLiteral("messages.db")),
       m_measure{width, AppSettingModel::instance()->themeFontSize()}, m_names(m_store.names()),
       m_out(stdout)
 {
 }
 
 /// Makes the content of a message and measures it: the way every message takes, new or kept.
-Client::Shown Client::measure(KeptMessage &message) const
+Client::Shown Client::measure(KeptMessage &message)
 {
     Shown shown;
-    shown.item = makeContentItem(message.content, message.version, chatMessages, m_account);
+    shown.item = m_contents.make(message);
     message.measure = m_measure;
     if (shown.item) {
+        if (auto *combined = qobject_cast<CombinedItem *>(shown.item.data())) {
+            const QList<CombinedEntry> entries = combined->entries();
+            for (const CombinedEntry &entry : entries)
+                combined->setSenderName(entry.senderId, entry.isGroup,
+                                        describe::userName(entry.senderId, m_names));
+        }
         QElapsedTimer timer;
         timer.start();
         shown.item->calcSize(m_measure.width, 0, maxLineCount, ContentItem::CONTENT_CHANGED, false);
@@ -50,6 +60,16 @@ Client::Shown Client::measure(KeptMessage &message) const
         message.lineCount = shown.item->lineCount();
     }
     return shown;
+}
+
+/// A client may keep contents as they came, or in the stored form of their items, as JSON here. This
+/// one does so with every second message, to show that nothing is lost either way.
+void Client::keepStoredForm(KeptMessage &message, const QSharedPointer<ContentItem> &item)
+{
+    if (message.number % 2 == 1 || !item)
+        return;
+    message.content = mapToJson(serializeContent(item)).toStdString();
+    message.version = storedForm;
 }
 
 ExitCode Client::showKept()
@@ -64,11 +84,13 @@ ExitCode Client::showKept()
           << ", rebuilt from their stored bytes:\n";
 
     int measuredAnew = 0;
+    qsizetype inStoredForm = 0;
     QStringList different;
     for (const KeptMessage &kept : messages) {
         KeptMessage rebuilt = kept;
         const Shown shown = measure(rebuilt);
         list(rebuilt, shown);
+        inStoredForm += kept.version == storedForm;
         if (kept.measure != m_measure) {
             m_batch.messages.append(rebuilt);
             ++measuredAnew;
@@ -80,8 +102,11 @@ ExitCode Client::showKept()
                                  .arg(kept.lineCount));
         }
     }
+    listGroup();
     flush();
-    m_out << '\n';
+    m_out << '\n'
+          << messages.size() - inStoredForm << " were kept as the protocol's bytes, "
+          << inStoredForm << " as the JSON of their stored form.\n";
     if (measuredAnew)
         m_out << measuredAnew << " messages were kept for another width or font size; "
               << "their new sizes are kept now.\n\n";
@@ -112,6 +137,7 @@ void Client::play(const QString &feed)
                     .arg(reader.number())
                     .arg(QString::fromUtf8(unreadable.what()));
     }
+    listGroup();
     flush();
     m_out << '\n' << reader.number() - 1 << " frames";
     if (m_repeated)
@@ -166,6 +192,9 @@ void Client::receive(const im::Message &record)
     message.time = record.timestamp();
     message.version = record.content_format_ver();
     message.content = record.content();
+    im::Message beside = record;
+    beside.clear_content();
+    message.beside = beside.SerializeAsString();
     const auto &pending = m_batch.messages;
     const bool isPending =
         std::any_of(pending.cbegin(), pending.cend(), [&](const KeptMessage &other) {
@@ -178,6 +207,7 @@ void Client::receive(const im::Message &record)
     message.number = ++m_lastNumber;
     message.keptAt = QDateTime::currentMSecsSinceEpoch();
     const Shown shown = measure(message);
+    keepStoredForm(message, shown.item);
     m_batch.messages.append(message);
     list(message, shown);
     if (pending.size() >= batchSize)
@@ -199,15 +229,30 @@ bool Client::rename(const QString &id, const std::string &name)
 
 void Client::list(const KeptMessage &message, const Shown &shown)
 {
+    if (!m_group.has(message))
+        listGroup();
     if (const QString heading = listing::dialogHeading(message, m_names); heading != m_heading) {
         m_heading = heading;
         add(u'\n' + heading);
         add(listing::columnHeading());
     }
-    add(listing::line(message, shown.item.data(), m_names));
+    add(listing::lines(message, shown.item.data(), m_names));
+    m_group.add(message, shown.item);
     m_summary.add(shown.item.data(), shown.nanoseconds);
     if (shown.item)
         m_items.append(shown.item);
+}
+
+/// Below the last of the messages that are shown as one.
+void Client::listGroup()
+{
+    const auto group = m_group.take(m_account);
+    if (!group)
+        return;
+    group->calcSize(m_measure.width, 0, maxLineCount, ContentItem::CONTENT_CHANGED, false);
+    add(listing::groupLines(*group, m_names));
+    m_summary.addGroup(*group);
+    m_items.append(group);
 }
 
 /// Of several notifications of one type in a row only the first one is listed in full.
@@ -225,6 +270,12 @@ void Client::add(const QString &line)
 {
     endNotifications();
     m_lines.append(line);
+}
+
+void Client::add(const QStringList &lines)
+{
+    for (const QString &line : lines)
+        add(line);
 }
 
 void Client::endNotifications()
@@ -257,5 +308,5 @@ void Client::showSummary()
         item->calcSize(m_measure.width * 2 / 3, 0, maxLineCount, ContentItem::MAX_WIDTH_CHANGED,
                        false);
     }
-    m_out << m_summary.text(timer.nsecsElapsed());
+    m_out << m_summary.text(timer.nsecsElapsed(), m_contents.downloads().summary());
 }

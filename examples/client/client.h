@@ -1,6 +1,8 @@
 #pragma once
 
 #include "client/clienterror.h"
+#include "client/contents.h"
+#include "client/messagegroup.h"
 #include "client/messagestore.h"
 #include "client/summary.h"
 
@@ -10,7 +12,7 @@
 
 #include <string>
 
-class AccountBase;
+class ClientAccount;
 class ContentItem;
 struct Frame;
 namespace google::protobuf
@@ -28,7 +30,8 @@ class Client
 public:
     /// @param account whose store the messages lie beside; outlives the client
     /// @param width pixels that a message can take
-    Client(AccountBase *account, int width);
+    /// @param media the folder of the files that messages carry; empty: they cannot be fetched
+    Client(ClientAccount *account, int width, const QString &media);
 
     /// Lists what earlier runs have kept, and checks that it measures what it measured then.
     /// Success or SizesDiffer.
@@ -42,17 +45,21 @@ private:
         QSharedPointer<ContentItem> item; ///< null for a content that cannot be made
         qint64 nanoseconds = 0;           ///< what measuring took
     };
-    Shown measure(KeptMessage &message) const;
+    Shown measure(KeptMessage &message);
+    static void keepStoredForm(KeptMessage &message, const QSharedPointer<ContentItem> &item);
     void receive(const Frame &frame);
     void receive(const im::Message &record);
     void list(const KeptMessage &message, const Shown &shown);
+    void listGroup();
     void list(int notification, const google::protobuf::Message *record);
     void add(const QString &line);
+    void add(const QStringList &lines);
     void endNotifications();
     bool rename(const QString &id, const std::string &name);
     void flush();
 
-    AccountBase *const m_account;
+    ClientAccount *const m_account;
+    Contents m_contents;
     MessageStore m_store;
     const Measure m_measure;
     QHash<QString, QString> m_names;
@@ -65,6 +72,7 @@ private:
     // What was received and is not on the disk yet, with the lines that will say so.
     MessageStore::Batch m_batch;
     QStringList m_lines;
+    MessageGroup m_group;       // that the messages listed last belong to
     QString m_heading;          // of the dialog and day listed last
     int m_lastNotification = 0; // its type, if that is what was listed last
     int m_notifications = 0;    // how many of this type in a row

@@ -182,6 +182,17 @@ Reply ClientAccount::unlinkDevice(int deviceId)
     return reply;
 }
 
+Reply ClientAccount::fetchLottery(const std::string &lotteryId, im::Lottery &lottery) const
+{
+    im::chat::GetLotteryDetailReq request;
+    request.set_lottery_id(lotteryId);
+    im::chat::GetLotteryDetailResp response;
+    const Reply reply =
+        m_connection.call("im.chat.LotteryService", "GetLotteryDetail", request, response);
+    lottery = response.lottery();
+    return reply;
+}
+
 Reply ClientAccount::reportFocus(bool focused)
 {
     im::user::UpdateFocusReq request;

@@ -29,6 +29,8 @@ public:
     /// Fills deviceModel().
     Reply fetchDevices();
     Reply unlinkDevice(int deviceId);
+    /// How a lottery goes: what its message does not tell.
+    Reply fetchLottery(const std::string &lotteryId, im::Lottery &lottery) const;
     /// A call that this version of the sample makes no further use of.
     Reply reportFocus(bool focused);
 

@@ -22,11 +22,9 @@ public:
     /// @param media   see Downloads
     Contents(ClientAccount *account, const QString &media);
 
-    /// Null for a content that cannot be made. The files are here when this returns; what is found
-    /// out from them (covers, thumbnails) comes by settle().
+    /// Null for a content that cannot be made. When this returns, the files are here, and what is
+    /// found out from them (covers, thumbnails) is in the item.
     QSharedPointer<ContentItem> make(const KeptMessage &message);
-    /// Waits for what is under way. A program with views has no need to: they follow the items.
-    void settle();
 
     const Downloads &downloads() const { return m_downloads; }
 
@@ -34,6 +32,7 @@ private:
     QSharedPointer<ContentItem> makeCombined(const KeptMessage &message, const im::Message &record);
     void complete(ContentItem &item, const im::Message &record);
     void fetchFiles(ContentItem &item);
+    void settle();
 
     ClientAccount *const m_account;
     Downloads m_downloads;

@@ -16,7 +16,7 @@
 namespace
 {
 
-constexpr int ordinaryChats = 1;  // the source of media
+constexpr int ordinaryChats = 1;   // the source of media
 constexpr qint64 blockSize = 4096; // bytes that a transfer brings at a time
 
 QByteArray checksum(const QString &path)
@@ -35,10 +35,7 @@ QString placeOf(const FileData &file, const QString &directory)
     QString path = directory + name.fileName();
     for (int i = 2; QFileInfo::exists(path) && checksum(path) != file.fileMd5(); ++i)
         path = directory
-            + QStringLiteral("%1 (%2).%3")
-                  .arg(name.completeBaseName())
-                  .arg(i)
-                  .arg(name.suffix());
+            + QStringLiteral("%1 (%2).%3").arg(name.completeBaseName()).arg(i).arg(name.suffix());
     return path;
 }
 

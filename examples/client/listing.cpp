@@ -1,5 +1,6 @@
 #include "client/listing.h"
 
+#include "client/describe.h"
 #include "client/terminaltext.h"
 #include "content/contentitem.h"
 #include "protocol/notif.pb.h"
@@ -17,34 +18,27 @@ namespace
 constexpr int numberWidth = 4;
 constexpr int timeWidth = 5;
 constexpr int senderWidth = 8;
-constexpr int kindWidth = 5;
+constexpr int kindWidth = 8;
 constexpr int sizeWidth = 7;
 constexpr int linesWidth = 5;
-constexpr int entitiesWidth = 20;
-constexpr int mentionsWidth = 14;
-constexpr int textWidth = listing::lineWidth - numberWidth - timeWidth - senderWidth - kindWidth
-    - sizeWidth - linesWidth - entitiesWidth - mentionsWidth - 8 * 2;
+constexpr int entitiesWidth = 26;
+// What is left of the line for what a message says, and of that for a text beside its entities.
+constexpr int saidWidth = listing::lineWidth - numberWidth - timeWidth - senderWidth - kindWidth
+    - sizeWidth - linesWidth - 6 * 2;
+constexpr int textWidth = saidWidth - entitiesWidth - 2;
 
-/// Notifications stand where messages have their sender.
+/// Notifications, and what a message has below its line, stand where messages have their sender.
 const QString indent(numberWidth + timeWidth + 2 * 2, u' ');
 
-QString kind(const ContentItem &item)
-{
-    switch (item.type()) {
-    case ContentItem::LargeEmojiText:
-        return QStringLiteral("emoji");
-    case ContentItem::EmojiGame:
-        return QStringLiteral("game");
-    default:
-        return QStringLiteral("text");
-    }
-}
-
-QString entities(const ContentItem &item)
+QString entities(const ContentItem &item, const QHash<QString, QString> &names)
 {
     QStringList words;
+    if (item.mentionUsers().contains(QStringLiteral("atAll")))
+        words.append(QStringLiteral("@all"));
+    for (const qint64 id : item.mentionUserIds())
+        words.append(u'@' + describe::userName(id, names));
     QMap<int, int> counts = listing::entityCounts(item);
-    counts.remove(TextEntityType::MentionName); // they have a column of their own
+    counts.remove(TextEntityType::MentionName); // they stand there by their names
     for (auto count = counts.cbegin(); count != counts.cend(); ++count) {
         const QString name = listing::entityName(count.key());
         words.append(*count == 1 ? name : QStringLiteral("%1×%2").arg(name).arg(*count));
@@ -52,19 +46,18 @@ QString entities(const ContentItem &item)
     return words.join(u' ');
 }
 
-QString mentions(const ContentItem &item, const QHash<QString, QString> &names)
+QString sizeText(QSize size)
 {
-    QStringList words;
-    if (item.mentionUsers().contains(QStringLiteral("atAll")))
-        words.append(QStringLiteral("@all"));
-    for (qint64 id : item.mentionUserIds())
-        words.append(u'@' + listing::userName(int(id), names));
-    return words.join(u' ');
+    return QStringLiteral("%1×%2").arg(size.width()).arg(size.height());
 }
 
-QString firstLine(const QString &text)
+/// Lines that belong to the message above them.
+QStringList below(const QStringList &lines)
 {
-    return text.contains(u'\n') ? text.section(u'\n', 0, 0) + QStringLiteral(" …") : text;
+    QStringList result;
+    for (const QString &line : lines)
+        result.append(shortened(indent + QStringLiteral("· ") + line, listing::lineWidth));
+    return result;
 }
 
 QString joined(const QStringList &cells)
@@ -74,11 +67,6 @@ QString joined(const QStringList &cells)
 
 } // namespace
 
-QString listing::userName(int userId, const QHash<QString, QString> &names)
-{
-    return names.value(QStringLiteral("U-%1").arg(userId), QString::number(userId));
-}
-
 QString listing::dialogHeading(const KeptMessage &message, const QHash<QString, QString> &names)
 {
     QString name = names.value(message.dialogId, message.dialogId);
@@ -86,7 +74,8 @@ QString listing::dialogHeading(const KeptMessage &message, const QHash<QString, 
     if (const QStringList parts = message.dialogId.split(u'-');
         parts.size() == 3 && parts[0] == QLatin1StringView("C"))
         name = QStringLiteral("%1 and %2")
-                   .arg(userName(parts[1].toInt(), names), userName(parts[2].toInt(), names));
+                   .arg(describe::userName(parts[1].toInt(), names),
+                        describe::userName(parts[2].toInt(), names));
     const QDateTime time = QDateTime::fromMSecsSinceEpoch(message.time);
     return QStringLiteral("%1, %2").arg(shortened(name, lineWidth - 12),
                                         time.toString(QStringLiteral("yyyy-MM-dd")));
@@ -101,30 +90,37 @@ QString listing::columnHeading()
                    QStringLiteral("size").rightJustified(sizeWidth),
                    QStringLiteral("lines").leftJustified(linesWidth),
                    QStringLiteral("entities").leftJustified(entitiesWidth),
-                   QStringLiteral("mentions").leftJustified(mentionsWidth),
                    QStringLiteral("text")});
 }
 
-QString listing::line(const KeptMessage &message, const ContentItem *item,
-                      const QHash<QString, QString> &names)
+QStringList listing::lines(const KeptMessage &message, const ContentItem *item,
+                           const QHash<QString, QString> &names)
 {
     const QString number = QString::number(message.number).rightJustified(numberWidth);
     const QString time =
         QDateTime::fromMSecsSinceEpoch(message.time).toString(QStringLiteral("HH:mm"));
-    const QString sender = padded(userName(message.sender, names), senderWidth);
+    const QString sender = padded(describe::userName(message.sender, names), senderWidth);
     if (!item)
-        return joined({number, time, sender, QStringLiteral("(a kind of content not shown here)")});
+        return {
+            joined({number, time, sender, QStringLiteral("(a kind of content not shown here)")})};
 
-    const QString size =
-        QStringLiteral("%1×%2").arg(message.size.width()).arg(message.size.height());
-    QString lines = QString::number(message.lineCount);
+    QString lineCount = QString::number(message.lineCount);
     if (item->isElided())
-        lines += u'…';
-    return joined({number, time, sender, padded(kind(*item), kindWidth),
-                   size.rightJustified(sizeWidth), padded(lines, linesWidth),
-                   padded(entities(*item), entitiesWidth),
-                   padded(mentions(*item, names), mentionsWidth),
-                   shortened(firstLine(item->content()), textWidth)});
+        lineCount += u'…';
+    const QString said = item->isTextMsg() ? joined({padded(entities(*item, names), entitiesWidth),
+                                                     shortened(describe::item(*item), textWidth)})
+                                           : shortened(describe::item(*item), saidWidth);
+    const QString line = joined({number, time, sender, padded(describe::kind(*item), kindWidth),
+                                 sizeText(message.size).rightJustified(sizeWidth),
+                                 padded(lineCount, linesWidth), said});
+    return QStringList{line} + below(describe::details(*item, names));
+}
+
+QStringList listing::groupLines(const ContentItem &group, const QHash<QString, QString> &names)
+{
+    const QSize size(group.contentWidth(), group.contentHeight());
+    const QString line = QStringLiteral("%1, %2").arg(sizeText(size), describe::item(group));
+    return below(QStringList{line} + describe::details(group, names));
 }
 
 QString listing::notificationLine(int type, const google::protobuf::Message *record)

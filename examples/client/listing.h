@@ -5,6 +5,7 @@
 #include <QHash>
 #include <QMap>
 #include <QString>
+#include <QStringList>
 
 class ContentItem;
 namespace google::protobuf
@@ -19,16 +20,17 @@ namespace listing
 /// Columns of the terminal that a line takes at most.
 constexpr int lineWidth = 118;
 
-/// The name of a user (im.notif records give them), or the id where the name is not known.
-QString userName(int userId, const QHash<QString, QString> &names);
 /// "Picnic, 2024-05-17".
 QString dialogHeading(const KeptMessage &message, const QHash<QString, QString> &names);
 
 QString columnHeading();
-/// One message, one line: number, time, sender, kind, size, lines, entities, mentions, text.
+/// A message: a line with number, time, sender, kind, size and lines, and of a text its entities
+/// and the text, of all others what they say; lines below for their options, entries, buttons.
 /// @param item null for a content that this client cannot show
-QString line(const KeptMessage &message, const ContentItem *item,
-             const QHash<QString, QString> &names);
+QStringList lines(const KeptMessage &message, const ContentItem *item,
+                  const QHash<QString, QString> &names);
+/// The messages before, which are shown as one.
+QStringList groupLines(const ContentItem &group, const QHash<QString, QString> &names);
 
 /// A notification that is no message: its type and what its record says.
 /// @param record null for a type that the protocol does not know

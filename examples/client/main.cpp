@@ -1,11 +1,11 @@
 // A terminal client on top of modelbase, fed from a recorded feed. README.md is its guide.
 
 #include "account/accountmanager.h"
-#include "account/threadmanager.h"
 #include "client/application.h"
 #include "client/client.h"
 #include "client/clientaccount.h"
 #include "client/clienterror.h"
+#include "client/modellayer.h"
 #include "client/scriptedserver.h"
 #include "client/tour.h"
 #include "imlog/imlog.h"
@@ -23,13 +23,15 @@ namespace
 {
 
 struct Options {
-    QString feed; ///< empty: none
+    QStringList feeds;
     int width = 0;
 };
 
 Options readOptions(const Application &app)
 {
-    const QCommandLineOption feed(QStringLiteral("feed"), QStringLiteral("Play the feed <FILE>."),
+    const QCommandLineOption feed(QStringLiteral("feed"),
+                                  QStringLiteral("Play the feed <FILE>; several are "
+                                                 "played one after the other."),
                                   QStringLiteral("FILE"));
     const QCommandLineOption width(QStringLiteral("width"),
                                    QStringLiteral("Let a message be <PX> pixels wide at most."),
@@ -43,7 +45,7 @@ Options readOptions(const Application &app)
     parser.process(app);
 
     bool isNumber = false;
-    const Options options{parser.value(feed), parser.value(width).toInt(&isNumber)};
+    const Options options{parser.values(feed), parser.value(width).toInt(&isNumber)};
     if (!parser.positionalArguments().isEmpty())
         throw ClientError(WrongUsage,
                           QStringLiteral("What is \"%1\" for? See --help.")
@@ -64,30 +66,6 @@ QString makeDataDirectory()
                               .arg(path));
     return path;
 }
-
-/// The model layer, from its start on the main thread to its orderly end.
-class ModelLayer
-{
-public:
-    explicit ModelLayer(ScriptedServer *server)
-    {
-        ThreadManager::getInstance()->init();
-        AppSettingModel::instance()->loadGlobalData();
-        AccountManager::getInstance()->init(
-            [server](QObject *parent) { return new ClientAccount(server, parent); });
-    }
-
-    ~ModelLayer()
-    {
-        AccountManager::getInstance()->waitForFinished();
-        AccountManager::releaseInstance();
-        AppSettingModel::releaseInstance();
-        ThreadManager::getInstance()->quitAll();
-        ImLog::instance()->flush();
-    }
-
-    Q_DISABLE_COPY_MOVE(ModelLayer)
-};
 
 /// The first start changes two settings; every later one finds them changed.
 void greet(QTextStream &out)
@@ -140,10 +118,14 @@ ExitCode run(const Application &app)
     if (manager->count() == 0)
         throw ClientError(BadData, QStringLiteral("Nobody is signed in any more. Start again."));
 
-    Client client(manager->currentAccount(), options.width);
+    // The server's place is taken by the files beside the feed.
+    const QString media = options.feeds.isEmpty()
+        ? QString()
+        : QFileInfo(options.feeds.constFirst()).absolutePath() + QStringLiteral("/media");
+    Client client(qobject_cast<ClientAccount *>(manager->currentAccount()), options.width, media);
     const ExitCode result = client.showKept();
-    if (!options.feed.isEmpty())
-        client.play(options.feed);
+    for (const QString &feed : options.feeds)
+        client.play(feed);
     client.showSummary();
     return result;
 }

@@ -11,7 +11,7 @@
 namespace
 {
 
-constexpr int schemaVersion = 1;
+constexpr int schemaVersion = 2; // 2: "beside"
 
 ClientError storeError(const QString &path, const SQLite::Exception &error)
 {
@@ -45,8 +45,12 @@ try {
         throw SQLite::Exception(state, SQLITE_CORRUPT);
     database.exec("PRAGMA journal_mode = WAL");
     database.exec("PRAGMA synchronous = FULL"); // kept means kept, even when the power fails
-    if (database.execAndGet("PRAGMA user_version").getInt() > schemaVersion)
+    const int version = database.execAndGet("PRAGMA user_version").getInt();
+    if (version > schemaVersion)
         throw SQLite::Exception("a newer version of this program has written it", SQLITE_ERROR);
+    if (version == 1)
+        database.exec("BEGIN; ALTER TABLE message ADD COLUMN beside BLOB NOT NULL DEFAULT x'';"
+                      "PRAGMA user_version = 2; COMMIT");
     database.exec(R"(
         BEGIN;
         CREATE TABLE IF NOT EXISTS message (
@@ -63,13 +67,14 @@ try {
             measure_width INTEGER NOT NULL,
             measure_font_size INTEGER NOT NULL,
             kept_at INTEGER NOT NULL,
+            beside BLOB NOT NULL,
             UNIQUE (dialog, id)
         ) STRICT;
         CREATE TABLE IF NOT EXISTS name (
             id TEXT PRIMARY KEY,
             name TEXT NOT NULL
         ) STRICT, WITHOUT ROWID;
-        PRAGMA user_version = 1;
+        PRAGMA user_version = 2;
         COMMIT)");
     return database;
 } catch (const SQLite::Exception &error) {
@@ -100,7 +105,7 @@ QList<KeptMessage> MessageStore::messages() const
         SQLite::Statement select(
             m_database,
             "SELECT number, dialog, id, sender, time, version, content, width, height, "
-            "lines, measure_width, measure_font_size, kept_at "
+            "lines, measure_width, measure_font_size, kept_at, beside "
             "FROM message ORDER BY number");
         while (select.executeStep()) {
             KeptMessage message;
@@ -115,6 +120,7 @@ QList<KeptMessage> MessageStore::messages() const
             message.lineCount = select.getColumn(9).getInt();
             message.measure = {select.getColumn(10).getInt(), select.getColumn(11).getInt()};
             message.keptAt = select.getColumn(12).getInt64();
+            message.beside = select.getColumn(13).getString();
             messages.append(message);
         }
         return messages;
@@ -149,7 +155,7 @@ void MessageStore::keep(const Batch &batch)
         // A message that is kept already is measured anew: all else about it stays.
         SQLite::Statement insert(
             m_database,
-            "INSERT INTO message VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) "
+            "INSERT INTO message VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) "
             "ON CONFLICT (number) DO UPDATE SET width = excluded.width, height = excluded.height, "
             "lines = excluded.lines, measure_width = excluded.measure_width, "
             "measure_font_size = excluded.measure_font_size");
@@ -168,6 +174,7 @@ void MessageStore::keep(const Batch &batch)
             insert.bind(11, message.measure.width);
             insert.bind(12, message.measure.fontSize);
             insert.bind(13, int64_t(message.keptAt));
+            insert.bind(14, message.beside.data(), int(message.beside.size()));
             insert.exec();
         }
         SQLite::Statement name(m_database,

@@ -17,7 +17,7 @@ struct Measure {
     friend bool operator==(const Measure &, const Measure &) = default;
 };
 
-/// A message as the client keeps it: the body as it came, and the size that it was shown at.
+/// A message as the client keeps it: its content, and the size that it was shown at.
 struct KeptMessage {
     qint64 number = 0; ///< 1 for the first message that was kept
     QString dialogId;
@@ -26,6 +26,7 @@ struct KeptMessage {
     qint64 time = 0;     ///< ms since 1970, UTC
     int version = 0;     ///< im.Message.content_format_ver
     std::string content; ///< with `version`, what makeContentItem() takes
+    std::string beside;  ///< the im.Message without its content: a poll's results, a group's number
     QSize size;          ///< pixels
     int lineCount = 0;
     Measure measure;

@@ -7,6 +7,8 @@
 #include "protocol/connection.pb.h"
 #include "protocol/user_service.pb.h"
 
+#include <google/protobuf/text_format.h>
+
 #include <algorithm>
 #include <array>
 #include <memory>
@@ -38,6 +40,16 @@ const Person *find(const Value &value)
     const auto person = std::ranges::find(people, value, Member);
     return person != people.end() ? &*person : nullptr;
 }
+
+/// How the lotteries go, in the text form of the protocol's records. Amounts are in hundredths.
+constexpr std::array lotteries{
+    R"(id: "packet-1" total: 5 owner: 1001
+       red_packet { amount: 8888 random: true drawn_count: 3 my_share { user_id: 1001 amount: 1234 }
+                    results { user_id: 1003 amount: 4001 } results { user_id: 1001 amount: 1234 }
+                    results { user_id: 1006 amount: 7 } })",
+    R"(id: "prizes-1" total: 3 owner: 1006
+       prize { quantity: [1, 1, 2] remaining_prize: 3 results { user_id: 1004 prize_index: 2 } })",
+};
 
 ScriptedServer::Answer success(const google::protobuf::Message &response = im::Empty())
 {
@@ -117,6 +129,9 @@ ScriptedServer::Answer ScriptedServer::answer(int userId, int command, const std
         return success();
     case im::LIST_DIALOGS:
         return listDialogs(userId);
+    case im::GET_LOTTERY_DETAIL:
+        return lotteryDetail(
+            static_cast<const im::chat::GetLotteryDetailReq &>(*record).lottery_id());
     case im::UPDATE_LAST_SEEN: {
         im::user::UpdateLastSeenResp response;
         response.set_timestamp(now);
@@ -172,6 +187,17 @@ ScriptedServer::Answer ScriptedServer::listDevices(int userId) const
                                  }),
                   devices.end());
     return success(response);
+}
+
+ScriptedServer::Answer ScriptedServer::lotteryDetail(const std::string &id) const
+{
+    for (const char *lottery : lotteries) {
+        im::chat::GetLotteryDetailResp response;
+        google::protobuf::TextFormat::ParseFromString(lottery, response.mutable_lottery());
+        if (response.lottery().id() == id)
+            return success(response);
+    }
+    return failure(im::BAD_REQUEST, "there is no such lottery");
 }
 
 ScriptedServer::Answer ScriptedServer::listDialogs(int userId) const

@@ -28,6 +28,7 @@ private:
     Answer createAccount(const im::account::CreateAccountReq &request);
     Answer listDevices(int userId) const;
     Answer listDialogs(int userId) const;
+    Answer lotteryDetail(const std::string &id) const;
 
     QSet<int> m_unlinked; // devices
 };

@@ -1,5 +1,6 @@
 #include "client/summary.h"
 
+#include "client/describe.h"
 #include "client/listing.h"
 #include "client/terminaltext.h"
 #include "content/contentitem.h"
@@ -57,6 +58,7 @@ void Summary::add(const ContentItem *item, qint64 nanoseconds)
     if (!item)
         return;
     m_nanoseconds.append(nanoseconds);
+    ++m_kinds[describe::kind(*item)];
     for (const QString &script : scripts(item->content()))
         ++m_scripts[script];
     const QMap<int, int> counts = listing::entityCounts(*item);
@@ -64,11 +66,19 @@ void Summary::add(const ContentItem *item, qint64 nanoseconds)
         m_entities[count.key()] += *count;
 }
 
-QString Summary::text(qint64 resizing) const
+void Summary::addGroup(const ContentItem &group)
 {
-    QList<std::pair<QString, int>> scripts;
-    for (auto script = m_scripts.cbegin(); script != m_scripts.cend(); ++script)
-        scripts.append({script.key(), *script});
+    ++m_kinds[describe::kind(group)];
+}
+
+QString Summary::text(qint64 resizing, const QString &files) const
+{
+    const auto counts = [](const QMap<QString, int> &map) {
+        QList<std::pair<QString, int>> list;
+        for (auto entry = map.cbegin(); entry != map.cend(); ++entry)
+            list.append({entry.key(), *entry});
+        return list;
+    };
     QList<std::pair<QString, int>> entities;
     for (auto entity = m_entities.cbegin(); entity != m_entities.cend(); ++entity)
         entities.append({listing::entityName(entity.key()), *entity});
@@ -82,6 +92,7 @@ QString Summary::text(qint64 resizing) const
             .arg(duration(times.value(times.size() / 2)), duration(times.value(times.size() - 1)),
                  duration(resizing / std::max<qsizetype>(times.size(), 1)));
     return row("messages", QString::number(m_messages))
-        + row("scripts", ranked(int(scripts.size()), scripts))
+        + row("kinds", ranked(int(m_kinds.size()), counts(m_kinds)))
+        + row("scripts", ranked(int(m_scripts.size()), counts(m_scripts))) + row("files", files)
         + row("entities", ranked(entityCount, entities)) + row("measuring", measuring);
 }

@@ -26,7 +26,7 @@ std::string hash(QCryptographicHash::Algorithm algorithm, const QByteArray &byte
 
 } // namespace
 
-MediaFolder::MediaFolder(const QString &path) : m_path(path + u'/') { }
+MediaFolder::MediaFolder(const QString &path) : m_path(path.isEmpty() ? QString() : path + u'/') { }
 
 im::content::FileInfo MediaFolder::record(const QString &name) const
 {
@@ -50,5 +50,5 @@ QString MediaFolder::pathOf(const QString &fileId) const
 {
     const QString name = fileId.mid(idPrefix.size());
     const bool isOurs = fileId.startsWith(idPrefix) && QFileInfo(name).fileName() == name;
-    return isOurs ? m_path + name : QString();
+    return isOurs && !m_path.isEmpty() ? m_path + name : QString();
 }

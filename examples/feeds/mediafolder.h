@@ -9,6 +9,7 @@
 class MediaFolder
 {
 public:
+    /// An empty path: there are no files.
     explicit MediaFolder(const QString &path);
 
     /// The record of a file: its size and checksum, and a key that follows from its name. Throws a
@@ -21,5 +22,5 @@ public:
     QString pathOf(const QString &fileId) const;
 
 private:
-    QString m_path; // ends in a separator
+    QString m_path; // ends in a separator; or empty
 };

@@ -411,7 +411,7 @@ private Q_SLOTS:
         QCOMPARE(draw->shares().at(2).prizeIndex, -1);
         QCOMPARE(draw->drawn(), 2);
         draw->setOptionItems({draw->options().at(1).content});
-        QCOMPARE(log.take(), u"prizesChanged"_s);
+        QCOMPARE(log.take(), u"optionsChanged prizesChanged"_s);
     }
 
     void sizes()
