@@ -2,6 +2,7 @@
 
 #include "base/storedvalue.h"
 #include "base/translated.h"
+#include "base/util.h"
 #include "content/changes_p.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
@@ -96,8 +97,7 @@ CallItem::CallItem(const QMap<QString, QVariant> &map, int source, AccountBase *
 
 CallItem::CallItem(const im::content::Content &content, int source, AccountBase *account)
     : ContentItem(content, source, account), m_duration(content.call().duration()),
-      m_callId(QString::fromStdString(content.call().call_id())),
-      m_state(content.call().call_state())
+      m_callId(Util::fromUtf8(content.call().call_id())), m_state(content.call().call_state())
 {
     setType(Call);
 }
@@ -195,6 +195,6 @@ void CallItem::setContent(const im::content::Content &content)
     }
     const im::content::Call &call = content.call();
     Changes changes(this);
-    take(changes, call.call_state(), call.duration(), QString::fromStdString(call.call_id()));
+    take(changes, call.call_state(), call.duration(), Util::fromUtf8(call.call_id()));
     keepRemainder(content);
 }
