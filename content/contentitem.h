@@ -15,6 +15,7 @@
 #include <QVariant>
 
 #include <memory>
+#include <type_traits>
 
 class AccountBase;
 class FileData;
@@ -109,17 +110,17 @@ public:
 
     qint32 type() const { return m_type; }
     const QString &content() const { return m_content; }
-    const UserTextBlocks &textEntity() const { return m_textEntity; }
+    const UserTextBlocks &textEntity() const;
     qint16 emojiCount() const { return m_emojiCount; }
     qint16 lineCount() const { return m_lineCount; }
-    bool isGame() const { return m_isGame; }
+    bool isGame() const;
     /// True when the last measuring left lines out because of its row count.
-    bool isElided() const { return m_isElided; }
+    bool isElided() const;
     qint16 contentHeight() const { return m_contentHeight; }
     qint16 contentWidth() const { return m_contentWidth; }
-    qint16 contentHeightInThread() const { return m_contentHeightInThread; }
-    qint16 contentWidthInThread() const { return m_contentWidthInThread; }
-    qint32 effect() const { return m_effect; }
+    qint16 contentHeightInThread() const;
+    qint16 contentWidthInThread() const;
+    qint32 effect() const;
     int source() const { return m_source; }
     /// The rows of buttons below a message: lists of maps {"id", "text"} with "url" (a link to open)
     /// or "callbackData" (bytes to send back when it is pressed).
@@ -173,7 +174,7 @@ public:
     /// The links to `host` (compared exactly, in its encoded form) that want a preview.
     QList<QString> previewUrls(const QString &host) const;
     bool hasUrl() const;
-    bool hasEntity() const { return !m_textEntity.isEmpty(); }
+    bool hasEntity() const { return !textEntity().isEmpty(); }
     /// Adds the custom emoji of the text to `emoji`, emoji ids by pack id; true when there are any.
     bool hasCustomEmoji(QHash<int, QSet<int>> &emoji) const;
     bool isTextMsg() const;
@@ -224,7 +225,7 @@ Q_SIGNALS:
 protected:
     void setType(qint32 type);
     void setLineCount(int lineCount);
-    bool hasRemainder() const { return m_remainder != nullptr; }
+    bool hasRemainder() const;
     /// Begins a record of the item: with what it kept of the record that it was made from. A kind
     /// then writes its fields over that.
     void startRecord(im::content::Content *content) const;
@@ -234,7 +235,7 @@ protected:
     template <typename Body>
     void writeCaption(Body *body) const
     {
-        if (!m_content.isEmpty() || hasEntity() || m_effect != 0 || body->has_caption())
+        if (!m_content.isEmpty() || hasEntity() || effect() != 0 || body->has_caption())
             writeText(body->mutable_caption());
     }
     /// Updates text, entities and effect from a text or caption.
@@ -244,25 +245,27 @@ protected:
     QSize calcCaptionSize(int &lineCount, int maxWidth, int maxRowCount);
 
 private:
-    QVariant textEntityVariant() const { return QVariant::fromValue(m_textEntity); }
+    struct Extra;
+
+    QVariant textEntityVariant() const { return QVariant::fromValue(textEntity()); }
     void update(const QString &content, const UserTextBlocks &blocks, qint32 effect);
     void setIsGame(bool isGame);
     void storeSize(QSize size, bool inThread);
     void setRemainder(std::unique_ptr<im::content::Content> remainder);
+    UserTextBlocks entitiesOf(const im::content::Text &record) const;
+    const Extra &extra() const;
+    Extra &ownExtra();
+    /// Sets what most items do not have. True when that changed it.
+    template <typename Value>
+    bool setExtra(Value Extra::*field, const std::type_identity_t<Value> &value);
 
-    qint32 m_type = Text;
+    // In an order without gaps: there are a hundred thousand items.
     QString m_content;
-    UserTextBlocks m_textEntity;
-    qint16 m_emojiCount = 0;
+    std::unique_ptr<Extra> m_extra; ///< null until there is something in it
+    qint32 m_type = Text;
     int m_source;
+    qint16 m_emojiCount = 0;
     qint16 m_lineCount = 0;
-    bool m_isGame = false;
-    bool m_isElided = false;
     qint16 m_contentHeight = 0;
     qint16 m_contentWidth = 0;
-    qint16 m_contentHeightInThread = 0;
-    qint16 m_contentWidthInThread = 0;
-    qint32 m_effect = 0;
-    int m_rowLimit = 0;
-    std::unique_ptr<im::content::Content> m_remainder; ///< mostly null
 };

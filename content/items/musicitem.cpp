@@ -41,6 +41,7 @@ MusicItem::MusicItem(const QMap<QString, QVariant> &map, int source, AccountBase
 MusicItem::MusicItem(const im::content::Content &content, int source, AccountBase *account)
     : FileItem(content, source, account)
 {
+    const QSignalBlocker blocker(this); // nobody can listen yet
     if (content.has_audio())
         read(content);
 }
