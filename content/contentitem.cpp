@@ -46,11 +46,6 @@ qint32 wireId(const QVariant &id)
     return qint32(std::clamp<qint64>(id.toLongLong(), Limits::min(), Limits::max()));
 }
 
-QString text(const std::string &utf8)
-{
-    return QString::fromUtf8(utf8.data(), qsizetype(utf8.size()));
-}
-
 bool isFoldable(const UserTextBlock &block)
 {
     return block.type == TextEntityType::CodeBlock || block.type == TextEntityType::Quoted;
@@ -286,12 +281,12 @@ void ContentItem::updateText(const im::content::Text &record)
     blocks.reserve(record.textentity_size());
     for (const im::content::TextEntity &entity : record.textentity())
         blocks.append(deserializeEntity(entity));
-    update(text(record.text()), blocks, record.effect());
+    update(Util::fromUtf8(record.text()), blocks, record.effect());
 }
 
 void ContentItem::deserializeText(const im::content::Text &record)
 {
-    m_content = text(record.text());
+    m_content = Util::fromUtf8(record.text());
     m_textEntity.clear();
     m_textEntity.reserve(record.textentity_size());
     for (const im::content::TextEntity &entity : record.textentity())
@@ -309,7 +304,7 @@ UserTextBlock ContentItem::deserializeEntity(const im::content::TextEntity &enti
         block.data = entity.mention_user_id();
         break;
     case TextEntityType::Hyperlink:
-        block.data = text(entity.hyperlink());
+        block.data = Util::fromUtf8(entity.hyperlink());
         break;
     case TextEntityType::VideoPosition:
         block.data = entity.video_position();
@@ -319,7 +314,7 @@ UserTextBlock ContentItem::deserializeEntity(const im::content::TextEntity &enti
                                  {QStringLiteral("emoji_id"), entity.custom_emoji_id()}};
         break;
     case TextEntityType::CodeBlock:
-        block.data = QVariantMap{{QStringLiteral("lang"), text(entity.code_lang())},
+        block.data = QVariantMap{{QStringLiteral("lang"), Util::fromUtf8(entity.code_lang())},
                                  {QStringLiteral("collapsed"), entity.collapsed()}};
         break;
     case TextEntityType::Quoted:

@@ -1,6 +1,7 @@
 #include "content/remainder_p.h"
 
 #include "base/usertextblock.h"
+#include "base/util.h"
 #include "content/contentitem.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
@@ -308,7 +309,7 @@ Remainder::Record Remainder::fromVariant(const QVariant &value, int type)
         qCWarning(lcContent, "The remainder of a stored content of type %d is damaged.", type);
         return nullptr;
     }
-    return record;
+    return record->ByteSizeLong() > 0 ? std::move(record) : nullptr;
 }
 
 QVariantList Remainder::buttons(const im::content::Content *remainder)
@@ -319,10 +320,10 @@ QVariantList Remainder::buttons(const im::content::Content *remainder)
     for (const auto &record : remainder->buttons()) {
         QVariantList row;
         for (const auto &button : record.buttons()) {
-            QVariantMap map{{QStringLiteral("id"), QString::fromStdString(button.id())},
-                            {QStringLiteral("text"), QString::fromStdString(button.text())}};
+            QVariantMap map{{QStringLiteral("id"), Util::fromUtf8(button.id())},
+                            {QStringLiteral("text"), Util::fromUtf8(button.text())}};
             if (button.has_url())
-                map.insert(QStringLiteral("url"), QString::fromStdString(button.url()));
+                map.insert(QStringLiteral("url"), Util::fromUtf8(button.url()));
             if (button.has_callback_data()) {
                 map.insert(QStringLiteral("callbackData"),
                            QByteArray::fromStdString(button.callback_data()));

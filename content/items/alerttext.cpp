@@ -1,5 +1,6 @@
 #include "content/items/alerttext_p.h"
 
+#include "base/util.h"
 #include "content/items/systemitem.h"
 #include "i18n/translated_p.h"
 #include "protocol/common_data.pb.h"
@@ -324,11 +325,6 @@ const Row &rowOf(int type, int variant)
     return row == std::end(rows) ? rows[0] : *row;
 }
 
-QString text(const std::string &utf8)
-{
-    return QString::fromUtf8(utf8.data(), qsizetype(utf8.size()));
-}
-
 /// A text from outside as it may stand inside a sentence: on one line, and of another direction of
 /// writing only for itself (Unicode Standard Annex #9, isolates).
 QString inSentence(const QString &name, Qt::LayoutDirection direction)
@@ -366,7 +362,7 @@ bool isMe(const Circumstances &circumstances, qint64 userId)
 Party operatorOf(const Alert &alert, const Circumstances &circumstances)
 {
     const auto named = [&](const std::string &name) {
-        return circumstances.sender.isEmpty() ? text(name) : circumstances.sender;
+        return circumstances.sender.isEmpty() ? Util::fromUtf8(name) : circumstances.sender;
     };
     if (alert.has_group_operator()) {
         const im::GroupSender &group = alert.group_operator();
@@ -385,7 +381,7 @@ QList<Party> targetsOf(const Alert &alert, const Circumstances &circumstances)
             const im::User &user = alert.targets(int(i));
             party.isMe = isMe(circumstances, user.user_id());
             if (party.name.isEmpty())
-                party.name = text(user.name());
+                party.name = Util::fromUtf8(user.name());
         }
         if (party.isMe || !party.name.isEmpty())
             parties.append(party);
@@ -513,7 +509,7 @@ QStringList objectsOf(const Alert &alert, int variant, const QList<Party> &targe
     case Alert::CREATE:
     case Alert::NAME_EDITED:
     case Alert::THEME_UPDATED:
-        return {inSentence(text(alert.name()), direction)};
+        return {inSentence(Util::fromUtf8(alert.name()), direction)};
     case Alert::SELF_CONSTRUCT_TIME_UPDATED:
         return {duration(alert.time())};
     case Alert::MESSAGE_LIMIT_UPDATED: {
@@ -522,8 +518,8 @@ QStringList objectsOf(const Alert &alert, int variant, const QList<Party> &targe
         return variant == dayLimit ? QStringList{keptDays} : QStringList{keptMessages, keptDays};
     }
     case Alert::TOPIC_UPDATED: {
-        const QString before = inSentence(text(alert.origin_topic().name()), direction);
-        const QString now = inSentence(text(alert.current_topic().name()), direction);
+        const QString before = inSentence(Util::fromUtf8(alert.origin_topic().name()), direction);
+        const QString now = inSentence(Util::fromUtf8(alert.current_topic().name()), direction);
         return {now.isEmpty() ? before : now, before};
     }
     case Alert::DISMISS_AT_UPDATED:

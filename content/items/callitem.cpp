@@ -1,6 +1,7 @@
 #include "content/items/callitem.h"
 
 #include "base/storedvalue.h"
+#include "base/util.h"
 #include "content/changes_p.h"
 #include "i18n/translated_p.h"
 #include "protocol/common_data.pb.h"
@@ -97,8 +98,7 @@ CallItem::CallItem(const QMap<QString, QVariant> &map, int source, AccountBase *
 
 CallItem::CallItem(const im::content::Content &content, int source, AccountBase *account)
     : ContentItem(content, source, account), m_duration(content.call().duration()),
-      m_callId(QString::fromStdString(content.call().call_id())),
-      m_state(content.call().call_state())
+      m_callId(Util::fromUtf8(content.call().call_id())), m_state(content.call().call_state())
 {
     setType(Call);
 }
@@ -195,6 +195,6 @@ void CallItem::setContent(const im::content::Content &content)
     }
     const im::content::Call &call = content.call();
     Changes changes(this);
-    take(changes, call.call_state(), call.duration(), QString::fromStdString(call.call_id()));
+    take(changes, call.call_state(), call.duration(), Util::fromUtf8(call.call_id()));
     keepRemainder(content);
 }

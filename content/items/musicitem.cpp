@@ -24,11 +24,6 @@ constexpr int coverSide = 56;
 /// The file type of images, covers among them.
 constexpr int imageFileType = 2;
 
-QString text(const std::string &utf8)
-{
-    return QString::fromUtf8(utf8.data(), qsizetype(utf8.size()));
-}
-
 } // namespace
 
 MusicItem::MusicItem(int source, AccountBase *account) : FileItem(source, account)
@@ -184,8 +179,8 @@ void MusicItem::read(const im::content::Content &content)
     const im::content::Audio &body = content.audio();
     Changes<MusicItem> changes(this);
     changes.set(m_duration, body.duration(), &MusicItem::durationChanged);
-    changes.set(m_title, text(body.title()), &MusicItem::titleChanged);
-    changes.set(m_author, text(body.authors()), &MusicItem::authorChanged);
+    changes.set(m_title, Util::fromUtf8(body.title()), &MusicItem::titleChanged);
+    changes.set(m_author, Util::fromUtf8(body.authors()), &MusicItem::authorChanged);
     updateFiles(body.audio_file(), body.thumb_file(), body.thumb_nail(), body.caption());
 }
 

@@ -1,6 +1,7 @@
 #include "content/items/stickeritem.h"
 
 #include "base/storedvalue.h"
+#include "base/util.h"
 #include "content/changes_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/stickerdata.h"
@@ -515,8 +516,8 @@ StickerItem::Fields StickerItem::read(const im::content::Sticker &sticker)
 {
     Fields fields;
     fields.pid = sticker.pid();
-    fields.shortcut = QString::fromStdString(sticker.shortcut());
-    fields.hint = QString::fromStdString(sticker.hint());
+    fields.shortcut = Util::fromUtf8(sticker.shortcut());
+    fields.hint = Util::fromUtf8(sticker.hint());
     fields.w = sticker.width();
     fields.h = sticker.height();
     // What has no file id is no file; it is kept with the remainder.
