@@ -13,6 +13,7 @@
 
 #include <QGuiApplication>
 #include <QLoggingCategory>
+#include <QVarLengthArray>
 
 #include <algorithm>
 #include <cmath>
@@ -119,16 +120,17 @@ void SystemItem::setInfo(const Alert &info)
     if (&info == m_info.get() || info.SerializeAsString() == m_info->SerializeAsString())
         return;
     const QString textBefore = text();
-    qint64 before[std::size(derived)];
-    for (std::size_t i = 0; i < std::size(derived); ++i)
-        before[i] = derived[i].value(*this);
+    QVarLengthArray<qint64, 8> before;
+    for (const Derived &row : derived)
+        before.append(row.value(*this));
 
     *m_info = info;
     m_topicUpdateType = -1;
 
-    for (std::size_t i = 0; i < std::size(derived); ++i) {
-        if (derived[i].value(*this) != before[i])
-            Q_EMIT(this->*derived[i].changed)();
+    auto previous = before.cbegin();
+    for (const auto &[value, changed] : derived) {
+        if (value(*this) != *previous++)
+            Q_EMIT(this->*changed)();
     }
     tellText(textBefore);
 }
