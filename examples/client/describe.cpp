@@ -3,6 +3,7 @@
 #include "base/util.h"
 #include "content/filedata.h"
 #include "content/items/callitem.h"
+#include "content/items/captionitem.h"
 #include "content/items/carditem.h"
 #include "content/items/combineditem.h"
 #include "content/items/filegroupitem.h"
@@ -81,16 +82,11 @@ QString isolated(const QString &text)
 
 // One function a kind, in words
 
-QString text(const ContentItem &item)
-{
-    return item.content();
-}
-
 QString image(const ImageItem &image)
 {
     QStringList parts{file(image.sourceFile().data()), size(image.w(), image.h())};
     appendIf(parts, image.isAnimated(), "moving");
-    appendIf(parts, image.livePhoto(), "live");
+    appendIf(parts, !image.livePhoto().isNull(), "live");
     appendIf(parts, image.spoiler(), "covered");
     return joined(parts);
 }
@@ -99,7 +95,7 @@ QString video(const VideoItem &video)
 {
     QStringList parts{file(video.sourceFile().data()), size(video.w(), video.h()),
                       duration(video.duration())};
-    appendIf(parts, video.thumbnailFile(), "with thumbnail");
+    appendIf(parts, !video.thumbnailFile().isNull(), "with thumbnail");
     appendIf(parts, video.spoiler(), "covered");
     return joined(parts);
 }

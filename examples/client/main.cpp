@@ -1,11 +1,11 @@
 // A terminal client on top of modelbase, fed from a recorded feed. README.md is its guide.
 
 #include "account/accountmanager.h"
-#include "account/threadmanager.h"
 #include "client/application.h"
 #include "client/client.h"
 #include "client/clientaccount.h"
 #include "client/clienterror.h"
+#include "client/modellayer.h"
 #include "client/scriptedserver.h"
 #include "client/tour.h"
 #include "imlog/imlog.h"
@@ -66,30 +66,6 @@ QString makeDataDirectory()
                               .arg(path));
     return path;
 }
-
-/// The model layer, from its start on the main thread to its orderly end.
-class ModelLayer
-{
-public:
-    explicit ModelLayer(ScriptedServer *server)
-    {
-        ThreadManager::getInstance()->init();
-        AppSettingModel::instance()->loadGlobalData();
-        AccountManager::getInstance()->init(
-            [server](QObject *parent) { return new ClientAccount(server, parent); });
-    }
-
-    ~ModelLayer()
-    {
-        AccountManager::getInstance()->waitForFinished();
-        AccountManager::releaseInstance();
-        AppSettingModel::releaseInstance();
-        ThreadManager::getInstance()->quitAll();
-        ImLog::instance()->flush();
-    }
-
-    Q_DISABLE_COPY_MOVE(ModelLayer)
-};
 
 /// The first start changes two settings; every later one finds them changed.
 void greet(QTextStream &out)

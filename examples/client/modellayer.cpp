@@ -1,0 +1,24 @@
+#include "client/modellayer.h"
+
+#include "account/accountmanager.h"
+#include "account/threadmanager.h"
+#include "client/clientaccount.h"
+#include "imlog/imlog.h"
+#include "settings/appsettingmodel.h"
+
+ModelLayer::ModelLayer(ScriptedServer *server)
+{
+    ThreadManager::getInstance()->init();
+    AppSettingModel::instance()->loadGlobalData();
+    AccountManager::getInstance()->init(
+        [server](QObject *parent) { return new ClientAccount(server, parent); });
+}
+
+ModelLayer::~ModelLayer()
+{
+    AccountManager::getInstance()->waitForFinished();
+    AccountManager::releaseInstance();
+    AppSettingModel::releaseInstance();
+    ThreadManager::getInstance()->quitAll();
+    ImLog::instance()->flush();
+}

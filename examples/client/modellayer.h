@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QtGlobal>
+
+class ScriptedServer;
+
+/// The model layer, from its start on the main thread to its orderly end. It needs an application
+/// object, which outlives it.
+class ModelLayer
+{
+public:
+    /// @param server the other end of all accounts; outlives this
+    explicit ModelLayer(ScriptedServer *server);
+    ~ModelLayer();
+
+    Q_DISABLE_COPY_MOVE(ModelLayer)
+};
