@@ -245,6 +245,25 @@ bool MessageStore::contains(const QString &dialogId, int messageId) const
     });
 }
 
+int MessageStore::senderOf(const QString &dialogId, int messageId) const
+{
+    return guarded([&] {
+        SQLite::Statement select(m_database,
+                                 "SELECT sender FROM message WHERE dialog = ? AND id = ?");
+        select.bind(1, dialogId.toStdString());
+        select.bind(2, messageId);
+        return select.executeStep() ? select.getColumn(0).getInt() : 0;
+    });
+}
+
+qint64 MessageStore::lastNumber() const
+{
+    return guarded([this] {
+        return qint64(
+            m_database.execAndGet("SELECT ifnull(max(number), 0) FROM message").getInt64());
+    });
+}
+
 QHash<QString, QString> MessageStore::names() const
 {
     return guarded([this] {

@@ -71,6 +71,10 @@ public:
     /// In the order they were kept.
     QList<KeptMessage> messages() const;
     bool contains(const QString &dialogId, int messageId) const;
+    /// Who sent a message; 0 for one that is not kept.
+    int senderOf(const QString &dialogId, int messageId) const;
+    /// Of the message that was kept last; 0 when there is none.
+    qint64 lastNumber() const;
     /// The messages of a dialog that were kept before `number`, `limit` of them at most, the last
     /// first. Cheap: it reads an index, whatever the messages contain.
     QList<MessagePlace> places(const QString &dialogId, qint64 before, int limit) const;

@@ -54,8 +54,7 @@ void ClientDialog::mentionsConfirmed(const QList<qint64> &msgIds, bool)
 void ClientDialog::reactionsConfirmed(const QList<qint64> &msgIds, bool all)
 {
     ImLog::info(QStringLiteral("Dialog %1: %2 reactions seen.")
-                    .arg(dialogId(),
-                         all ? QStringLiteral("all") : QString::number(msgIds.size())));
+                    .arg(dialogId(), all ? QStringLiteral("all") : QString::number(msgIds.size())));
 }
 
 KeptDialog ClientDialog::kept() const

@@ -16,7 +16,7 @@ namespace
 constexpr int firstPage = 100;     // places that are read when a dialog is opened
 constexpr int placesAtOnce = 2000; // and then, between two frames
 constexpr int heldItems = 1000;
-constexpr qint64 backgroundTime = 4; // ms of work between two frames
+constexpr qint64 backgroundTime = 4;         // ms of work between two frames
 constexpr qint64 runLength = 10 * 60 * 1000; // ms within which a sender is not named again
 constexpr int unknownHeight = 40;            // of a row that was never measured
 
@@ -25,7 +25,8 @@ QStringList describe(const im::MessageReaction &record)
     QStringList groups;
     for (const auto &group : record.groups()) {
         if (group.count() > 0)
-            groups.append(QStringLiteral("%1 %2").arg(QString::fromStdString(group.emoji()))
+            groups.append(QStringLiteral("%1 %2")
+                              .arg(QString::fromStdString(group.emoji()))
                               .arg(group.count()));
     }
     return groups;
@@ -153,11 +154,6 @@ bool MessageListModel::loadOlder(int count)
     }
     m_background.start();
     return true;
-}
-
-void MessageListModel::loadAllPlaces()
-{
-    while (!m_complete && loadOlder(placesAtOnce)) { }
 }
 
 void MessageListModel::append(const MessagePlace &place, const QSharedPointer<ContentItem> &item)

@@ -97,8 +97,8 @@ public:
     void measureAgain();
     /// Asks views to show a message.
     void showMessage(qint64 messageId);
-    /// Until all places are known; for measurements.
-    void loadAllPlaces();
+    /// Whether the places of all messages are known.
+    bool isComplete() const { return m_complete; }
 
     int count() const { return int(m_rows.size()); }
     /// How many rows were put before those that were there when the dialog was opened: a row keeps
@@ -109,7 +109,9 @@ public:
     /// Pixels of all rows.
     double totalHeight() const { return m_ends.empty() ? 0.0 : m_ends.back(); }
 
+    /// An invalid row for a number outside.
     Q_INVOKABLE MessageRow at(int row);
+    Q_INVOKABLE MessageRow none() const { return {}; }
     /// Pixels above a row.
     Q_INVOKABLE double offsetOf(int row) const;
     Q_INVOKABLE double heightOf(int row) const { return offsetOf(row + 1) - offsetOf(row); }
@@ -158,7 +160,7 @@ private:
     int m_generation = 0;
     int m_itemsMade = 0;
     QHash<int, QStringList> m_reactions;
-    QHash<qint64, QSize> m_newSizes; // by number; not applied yet
+    QHash<qint64, QSize> m_newSizes;                     // by number; not applied yet
     QCache<qint64, QSharedPointer<ContentItem>> m_items; // by number
     QTimer m_background;
     int m_nextStale = -1; // rows up to this one may be stale

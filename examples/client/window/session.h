@@ -13,7 +13,7 @@ namespace im
 {
 class Message;
 class MessageReaction;
-}
+} // namespace im
 
 /// What an account shows while it is signed in: its dialogs, the messages of the one that is open,
 /// the names of people. It takes in what the server pushes, and keeps it.
