@@ -3,6 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
+import Messenger
 import im.modelbase
 
 /// The accounts with what they have unread, and the way to the other pages.

@@ -2,6 +2,7 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import QtQuick.Layouts
+import Messenger
 import im.modelbase
 
 /// The devices that are signed in to the account.

@@ -3,6 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
+import Messenger
 import im.modelbase
 
 /// The dialogs of a session, the latest first, with a search, tags, and the archive.

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Messenger
 
 /// Covers the window until a passcode opens it: the accounts, the notebook, or the end of all.
 Rectangle {

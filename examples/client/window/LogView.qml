@@ -2,6 +2,7 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import QtQuick.Controls.Basic
+import Messenger
 
 /// The end of the log file, as it grows.
 Rectangle {

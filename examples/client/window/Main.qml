@@ -3,6 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
+import Messenger
 import im.modelbase
 
 /// The window: the accounts on the left, and beside them the chats or another page.

@@ -1,6 +1,7 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
+import Messenger
 import im.modelbase
 
 /// One row of messages: its day, its sender, its content in a bubble, and what people say to it.

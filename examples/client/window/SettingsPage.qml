@@ -3,6 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
+import Messenger
 import im.modelbase
 
 /// The application's settings: each control shows what AppSettingModel says and asks it for changes.

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Messenger
 import im.modelbase
 
 /// Adds an account: a telephone number, then the code that was sent to it.

@@ -29,7 +29,6 @@ QtObject {
     readonly property color link: dark ? "#8cc4ff" : "#0a539f"
     readonly property color right: dark ? "#7ddc9a" : "#0f5c2c"
     readonly property color wrong: dark ? "#ffa8a3" : "#a51d20"
-    readonly property color onScrim: "#ffffff"
 
     // Controls
     readonly property color accent: dark ? "#2f7fd0" : "#0b62b8"
