@@ -30,8 +30,10 @@ QByteArray checksum(const QString &path)
 /// "notes (2).txt".
 QString placeOf(const FileData &file, const QString &directory)
 {
-    // The name came from a stranger; diskName() is what it is safe to be called on a disk.
-    const QFileInfo name(file.diskName());
+    // The name came from a stranger; it is not safe to be called so on a disk. The files of moving
+    // stickers have no name at all.
+    const QString given = file.fileName();
+    const QFileInfo name(Util::safeFileName(given.isEmpty() ? file.fileId() : given));
     QString path = directory + name.fileName();
     for (int i = 2; QFileInfo::exists(path) && checksum(path) != file.fileMd5(); ++i)
         path = directory
@@ -62,22 +64,23 @@ void Downloads::fetch(ContentItem &item)
 
 void Downloads::fetch(FileData &file, const QString &directory)
 {
-    if (file.fileState() == BaseFile::Downloaded && file.exists())
-        return;
-    const QString place = placeOf(file, directory);
-    if (QFileInfo::exists(place)) { // an earlier run has fetched it
-        file.updateFilePath(place, true, true);
-        ++m_kept;
+    const bool isKnown = file.fileState() == BaseFile::Downloaded && file.exists();
+    const QString place = isKnown ? file.filePath() : placeOf(file, directory);
+    if (isKnown || QFileInfo::exists(place)) { // fetched for another message, or by an earlier run
+        if (!isKnown)
+            file.updateFilePath(place, true, true);
+        if (!m_fetched.contains(file.fileId()))
+            m_kept.insert(file.fileId());
         return;
     }
     const QString source = m_server.pathOf(file.fileId());
     if (!QFileInfo(source).isFile()) {
         file.setFileState(BaseFile::DownloadFailed);
-        ++m_missing;
+        m_missing.insert(file.fileId());
         return;
     }
     transfer(file, source, place);
-    ++m_fetched;
+    m_fetched.insert(file.fileId());
     m_bytes += file.size();
 }
 
@@ -104,11 +107,11 @@ void Downloads::transfer(FileData &file, const QString &from, const QString &to)
 
 QString Downloads::summary() const
 {
-    QString text = QStringLiteral("%1 fetched, %2 together; %3 were here already")
-                       .arg(m_fetched)
+    QString text = QStringLiteral("%1 fetched, %2 together; already here: %3")
+                       .arg(m_fetched.size())
                        .arg(Util::intToSizeStr(m_bytes))
-                       .arg(m_kept);
-    if (m_missing)
-        text += QStringLiteral("; %1 CANNOT BE FETCHED").arg(m_missing);
+                       .arg(m_kept.size());
+    if (!m_missing.isEmpty())
+        text += QStringLiteral("; %1 CANNOT BE FETCHED").arg(m_missing.size());
     return text;
 }

@@ -2,6 +2,7 @@
 
 #include "feeds/mediafolder.h"
 
+#include <QSet>
 #include <QSharedPointer>
 #include <QString>
 
@@ -22,7 +23,7 @@ public:
     /// ClientError when a file cannot be written.
     void fetch(ContentItem &item);
 
-    /// "12 files with 80.5 KB, 3 were here already".
+    /// "12 fetched, 80.5 KB together; already here: 3".
     QString summary() const;
 
 private:
@@ -31,8 +32,9 @@ private:
 
     const AccountBase *const m_account;
     const MediaFolder m_server;
-    int m_fetched = 0;
+    // By their ids: several messages may carry one file.
+    QSet<QString> m_fetched;
+    QSet<QString> m_kept;
+    QSet<QString> m_missing;
     qint64 m_bytes = 0;
-    int m_kept = 0;
-    int m_missing = 0;
 };

@@ -47,7 +47,7 @@ constexpr std::array lotteries{
        red_packet { amount: 8888 random: true drawn_count: 3 my_share { user_id: 1001 amount: 1234 }
                     results { user_id: 1003 amount: 4001 } results { user_id: 1001 amount: 1234 }
                     results { user_id: 1006 amount: 7 } })",
-    R"(id: "prizes-1" total: 3 owner: 1006
+    R"(id: "prizes-1" total: 4 owner: 1006
        prize { quantity: [1, 1, 2] remaining_prize: 3 results { user_id: 1004 prize_index: 2 } })",
 };
 

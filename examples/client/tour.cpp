@@ -18,6 +18,7 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QRandomGenerator>
+#include <QStandardPaths>
 
 namespace
 {
@@ -214,9 +215,13 @@ void Tour::unread()
 void Tour::move(ClientAccount *account)
 {
     heading("Moving the media to another place");
-    const QString from = AppDirManager::instance()->cacheDataDir();
+    const QString to = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
+        + QStringLiteral("-media");
+    if (AppDirManager::instance()->cacheDataDir() == to) {
+        m_out << "  They are in " << native(to) << " already.\n";
+        return;
+    }
     makeMedia(ModelBaseUtil::makeMediaPath(account->userCacheDataPath(), ordinaryChats, images));
-    const QString to = QDir::cleanPath(from) + QStringLiteral("-media");
     if (!Util::mkpath(to) || !m_manager->appDataMove()->moveTo(to))
         return; // the manager has said why
     if (showMove(m_manager->appDataMove(), m_out))

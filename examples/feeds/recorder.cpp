@@ -11,6 +11,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
+#include <QLoggingCategory>
 #include <QRegularExpression>
 #include <QSaveFile>
 #include <QTextStream>
@@ -167,6 +168,8 @@ void Recorder::push(im::notif::NotifType type, const google::protobuf::Message &
 int main(int argc, char *argv[])
 {
     const QCoreApplication app(argc, argv);
+    // Contents that no item is made of (combined messages, newer kinds) are no news here.
+    QLoggingCategory::setFilterRules(QStringLiteral("im.*.debug=false"));
     QTextStream errors(stderr);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() != 3) {
