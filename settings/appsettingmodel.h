@@ -20,6 +20,7 @@ namespace storage
 class GlobalStorageProvider;
 }
 class SettingWriter;
+class Translations;
 
 /// The machine-wide settings: a cache in memory, written through to the global store in the
 /// background. Nothing is read from the store after loadGlobalData(); before it, and for what is
@@ -198,7 +199,12 @@ public:
     /// The language in use, as a locale name: the selected one, or else what of the system's
     /// languages the application has (its dynamic property "availableLanguages").
     QString language() const;
+    /// A slot on languageChanged finds the texts of the language loaded. After it the objects that
+    /// show such texts are told: with a LanguageFollower, like items of alerts and calls.
     Q_INVOKABLE void setLanguage(QString value, bool needSave = true);
+    /// The texts in that language: the library's own, to which the application adds its catalogues.
+    /// Owned by the model, for the main thread.
+    Translations *translations() const;
 
     /// An empty text is ignored.
     Q_INVOKABLE void setSendMessageKeys(QString value, bool needSave = true);
@@ -300,7 +306,9 @@ private:
     QByteArray read(const QString &key, const QByteArray &fallback) const;
     template <typename T>
     T readAs(const QString &key, const T &fallback) const;
+    void loadTranslations();
     void switchLanguage();
+    void retranslate();
     void parseSkinIndexes() const;
 
     // Recursive, so that a slot on the signals that are emitted under it can read the settings.
@@ -308,6 +316,8 @@ private:
     ValueCache m_cache;
     storage::GlobalStorageProvider *const m_storage;
     std::unique_ptr<SettingWriter> m_writer;
+    std::unique_ptr<Translations> m_translations;
+    QString m_toldLanguage; // of the last retranslate(), on the main thread
     std::atomic<int> m_lineHeight = 0;
     std::atomic<bool> m_requestUserLocation = true;
     // The parsed form of the text stored for the emoji, and that text.

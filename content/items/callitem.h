@@ -1,6 +1,7 @@
 #pragma once
 
 #include "content/contentitem.h"
+#include "i18n/languagefollower.h"
 
 template <typename Item>
 class Changes;
@@ -72,4 +73,6 @@ private:
     QString m_callId;
     qint32 m_state = Unknown;
     bool m_outgoing = false;
+    LanguageFollower m_follower{
+        this, [](QObject *item) { Q_EMIT static_cast<CallItem *>(item)->textChanged(); }};
 };

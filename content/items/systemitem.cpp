@@ -14,6 +14,7 @@
 
 #include <QGuiApplication>
 #include <QLoggingCategory>
+#include <QVarLengthArray>
 
 #include <algorithm>
 #include <cmath>
@@ -127,16 +128,17 @@ void SystemItem::setInfo(const Alert &info)
     if (&info == m_info.get() || info.SerializeAsString() == m_info->SerializeAsString())
         return;
     const QString textBefore = text();
-    qint64 before[std::size(derived)];
-    for (std::size_t i = 0; i < std::size(derived); ++i)
-        before[i] = derived[i].value(*this);
+    QVarLengthArray<qint64, 8> before;
+    for (const Derived &row : derived)
+        before.append(row.value(*this));
 
     *m_info = info;
     m_topicUpdateType = -1;
 
-    for (std::size_t i = 0; i < std::size(derived); ++i) {
-        if (derived[i].value(*this) != before[i])
-            Q_EMIT(this->*derived[i].changed)();
+    auto previous = before.cbegin();
+    for (const auto &[value, changed] : derived) {
+        if (value(*this) != *previous++)
+            Q_EMIT(this->*changed)();
     }
     tellText(textBefore);
 }
@@ -148,11 +150,16 @@ bool SystemItem::checkSystemAlert(const Alert &alert)
     return AlertText::compose(alert, circumstances).isComplete;
 }
 
+/// An older record knows no more of what happened than its text.
+bool SystemItem::isWordedElsewhere() const
+{
+    return (m_info->type() == Alert::UNKNOWN || !Alert::Type_IsValid(m_info->type()))
+        && !content().isEmpty();
+}
+
 QString SystemItem::text() const
 {
-    // An older record knows no more of what happened than its text.
-    const bool isBare = m_info->type() == Alert::UNKNOWN || !Alert::Type_IsValid(m_info->type());
-    if (isBare && !content().isEmpty())
+    if (isWordedElsewhere())
         return content();
     AlertText::Circumstances circumstances;
     if (m_account)
@@ -167,6 +174,14 @@ QString SystemItem::text() const
 void SystemItem::tellText(const QString &before)
 {
     if (text() == before)
+        return;
+    Q_EMIT textChanged();
+    Q_EMIT needRecalcSize();
+}
+
+void SystemItem::retranslate()
+{
+    if (isWordedElsewhere())
         return;
     Q_EMIT textChanged();
     Q_EMIT needRecalcSize();

@@ -2,6 +2,7 @@
 
 #include "content/contactbase.h"
 #include "content/contentitem.h"
+#include "i18n/languagefollower.h"
 
 #include <QList>
 #include <QPointer>
@@ -140,6 +141,8 @@ Q_SIGNALS:
     void wallpaperChanged();
 
 private:
+    bool isWordedElsewhere() const;
+    void retranslate();
     void tellText(const QString &before);
     void followNames();
     void unfollowNames();
@@ -150,4 +153,6 @@ private:
     QPointer<QObject> m_wallpaper;
     QList<QPointer<QObject>> m_targets;
     qint32 m_topicUpdateType = -1; // below 0: nobody has said
+    LanguageFollower m_follower{
+        this, [](QObject *item) { static_cast<SystemItem *>(item)->retranslate(); }};
 };
