@@ -1,6 +1,7 @@
 #pragma once
 
 #include "modelbase_export.h"
+#include "modelbase_qml.h"
 
 #include <QObject>
 #include <QString>
@@ -10,6 +11,7 @@
 class MODELBASE_EXPORT ContactBase : public QObject
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(QString name READ name NOTIFY nameChanged)
 
 public:

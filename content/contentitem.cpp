@@ -1,9 +1,9 @@
 #include "content/contentitem.h"
 
-#include "base/drawabletextbase.h"
 #include "base/drawabletextutil.h"
 #include "base/json.h"
 #include "base/util.h"
+#include "content/contentmetrics.h"
 #include "content/modelbaseutil.h"
 #include "content/remainder_p.h"
 #include "protocol/common_data.pb.h"
@@ -26,11 +26,6 @@ namespace
 Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
 constexpr int maxLargeEmoji = 4096;
-/// Room below an elided text for the control that expands it, in pixels.
-constexpr int expandControlHeight = 20;
-
-/// Font size, in pixels, of a text of so many emoji; the last holds for all longer ones.
-constexpr int largeEmojiFontSize[] = {24, 88, 72, 64, 56, 48, 36, 24};
 
 qint16 saturated(qint64 value)
 {
@@ -569,7 +564,7 @@ QSize ContentItem::calcContentSize(int &lineCount, int maxWidth, int maxRowCount
         lineCount = 1;
         m_isElided = false;
     } else if (largeEmoji && count >= 1) {
-        const int fontSize = largeEmojiFontSize[std::min(count, 7)];
+        const int fontSize = ContentMetrics::largeEmojiPixelSize(count);
         size =
             calcTextSize(lineCount, maxWidth, 0, maxRowCount, fontSize, plainMode ? 0 : 14, false);
     } else {
@@ -607,16 +602,13 @@ QSize ContentItem::calcTextSize(int &lineCount, int maxWidth, int rowLimit, int 
         lineCount = 0;
         return {};
     }
-    QFont font = QGuiApplication::font();
-    font.setPixelSize(std::max(1, fontPixelSize));
-    const int tolerance = maxRowCount > 0 ? int(maxRowCount * 0.2) : 0;
-    const auto measured =
-        DrawableTextBase::calculateSize(m_content, maxWidth, font, maxRowCount, 0.0, rowLimit,
-                                        m_textEntity, true, plainText, tolerance);
+    const auto measured = DrawableTextBase::calculateSize(
+        m_content, maxWidth, ContentMetrics::textFont(fontPixelSize), maxRowCount, 0.0, rowLimit,
+        m_textEntity, true, plainText, ContentMetrics::elisionTolerance(maxRowCount));
     lineCount = measured.lineCount;
     m_isElided = measured.elided;
     const double height =
-        measured.size.height() + extraHeight + (measured.elided ? expandControlHeight : 0);
+        measured.size.height() + extraHeight + (measured.elided ? ContentMetrics::ExpandHeight : 0);
     return {saturated(qint64(std::ceil(measured.size.width()))),
             saturated(qint64(std::ceil(height)))};
 }

@@ -2,6 +2,7 @@
 
 #include "base/basefile.h"
 #include "modelbase_export.h"
+#include "modelbase_qml.h"
 
 #include <memory>
 #include <utility>
@@ -27,6 +28,7 @@ class FileInfo;
 class MODELBASE_EXPORT FileData : public BaseFile
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(QString fileName READ fileName WRITE setFileName NOTIFY fileNameChanged)
     Q_PROPERTY(QString fileExtension READ fileExtension NOTIFY fileExtensionChanged)
     Q_PROPERTY(QString progress READ progress NOTIFY progressChanged)

@@ -12,6 +12,7 @@ class Changes;
 class MODELBASE_EXPORT CallItem : public ContentItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(qint32 state READ state WRITE setState NOTIFY stateChanged)
     Q_PROPERTY(qint64 duration READ duration WRITE setDuration NOTIFY durationChanged)
     Q_PROPERTY(QString callId READ callId WRITE setCallId NOTIFY callIdChanged)

@@ -16,6 +16,7 @@ class Changes;
 class MODELBASE_EXPORT CardItem : public ContentItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_MOC_INCLUDE("content/photodata.h")
     Q_PROPERTY(QString nick READ nick WRITE setNick NOTIFY nickChanged)
     Q_PROPERTY(qint32 userId READ userId WRITE setUserId NOTIFY userIdChanged)

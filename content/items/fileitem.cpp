@@ -23,10 +23,6 @@ namespace
 
 Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
-// The row that a file is shown as: an icon or a thumbnail, beside it the name and the size.
-constexpr int iconSide = 48;
-constexpr int thumbnailSide = 72;
-
 /// The file type of images, thumbnails among them.
 constexpr int imageFileType = 2;
 
@@ -499,8 +495,9 @@ QSize FileItem::mediaSize(int maxWidth, bool inThread) const
 {
     const int limit = MediaBox::messageWidth(maxWidth, inThread);
     const bool hasImage = m_fileType == PictureFile || m_fileType == VideoFile;
+    const int side = hasImage ? ContentMetrics::FileThumbnailSide : ContentMetrics::FileIconSide;
     const QString size = m_sourceFile ? Util::intToSizeStr(m_sourceFile->size()) : QString();
-    return MediaBox::row(hasImage ? thumbnailSide : iconSide, {name(), size}, limit);
+    return MediaBox::row(side, {name(), size}, limit);
 }
 
 QSize FileItem::calcContentSize(int &lineCount, int maxWidth, int maxRowCount, bool inThread)

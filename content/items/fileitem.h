@@ -26,6 +26,7 @@ class FileInfo;
 class MODELBASE_EXPORT FileItem : public ContentItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_MOC_INCLUDE("content/filedata.h")
     Q_PROPERTY(FileData *sourceFile READ sourceFileObject NOTIFY sourceFileChanged)
     Q_PROPERTY(FileData *thumbnailFile READ thumbnailFileObject NOTIFY thumbnailFileChanged)

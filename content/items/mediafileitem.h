@@ -13,6 +13,7 @@ class FileThumb;
 class MODELBASE_EXPORT MediaFileItem : public FileItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(qint32 w READ w NOTIFY sizeChanged)
     Q_PROPERTY(qint32 h READ h NOTIFY sizeChanged)
     Q_PROPERTY(qint32 thumbW READ thumbW NOTIFY thumbSizeChanged)

@@ -13,6 +13,7 @@ class Changes;
 class MODELBASE_EXPORT MeetingItem : public ContentItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(QByteArray key READ key WRITE setKey NOTIFY keyChanged)
     Q_PROPERTY(QString nonce READ nonce WRITE setNonce NOTIFY nonceChanged)
 

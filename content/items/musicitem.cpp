@@ -18,9 +18,6 @@ namespace
 
 Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
-/// In pixels.
-constexpr int coverSide = 56;
-
 /// The file type of images, covers among them.
 constexpr int imageFileType = 2;
 
@@ -198,6 +195,7 @@ QString MusicItem::getKeyword() const
 
 QSize MusicItem::mediaSize(int maxWidth, bool inThread) const
 {
-    return MediaBox::row(coverSide, {m_title.isEmpty() ? name() : m_title, m_author},
+    return MediaBox::row(ContentMetrics::MusicCoverSide,
+                         {m_title.isEmpty() ? name() : m_title, m_author},
                          MediaBox::messageWidth(maxWidth, inThread));
 }

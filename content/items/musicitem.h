@@ -9,6 +9,7 @@
 class MODELBASE_EXPORT MusicItem : public FileItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(qint32 duration READ duration WRITE setDuration NOTIFY durationChanged)
     Q_PROPERTY(QString title READ title WRITE setTitle NOTIFY titleChanged)
     Q_PROPERTY(QString author READ author WRITE setAuthor NOTIFY authorChanged)

@@ -16,6 +16,7 @@ class PollResult;
 /// One option of a poll with its votes, for a view.
 struct MODELBASE_EXPORT PollOption {
     Q_GADGET
+    QML_VALUE_TYPE(pollOption)
     Q_PROPERTY(QString text READ text)
     Q_PROPERTY(ContentItem *content READ contentItem)
     Q_PROPERTY(int count MEMBER count)
@@ -50,6 +51,7 @@ public:
 class MODELBASE_EXPORT PollItem : public ContentItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     /// The question's text.
     Q_PROPERTY(QString title READ title NOTIFY titleChanged)
     Q_PROPERTY(ContentItem *titleItem READ titleItemPointer NOTIFY titleChanged)

@@ -28,6 +28,7 @@ class Sticker;
 class MODELBASE_EXPORT StickerItem : public ContentItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_MOC_INCLUDE("content/stickerdata.h")
     Q_PROPERTY(qint32 pid READ pid WRITE setPid NOTIFY pidChanged)
     Q_PROPERTY(QString shortcut READ shortcut WRITE setShortcut NOTIFY shortcutChanged)

@@ -10,7 +10,6 @@
 #include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
-#include "settings/appsettingmodel.h"
 
 #include <QGuiApplication>
 #include <QLoggingCategory>
@@ -26,13 +25,6 @@ namespace
 Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
 using Alert = im::content::SystemAlert;
-
-// Layout, in pixels.
-constexpr int sidePadding = 12;
-constexpr int verticalPadding = 4;
-/// How much smaller than messages the sentence is written.
-constexpr int fontStep = 2;
-constexpr int leastFontSize = 9;
 
 QString alertKey()
 {
@@ -377,15 +369,14 @@ QSize SystemItem::calcContentSize(int &lineCount, int maxWidth, int, bool inThre
     lineCount = 0;
     QSize size;
     if (qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
-        QFont font = QGuiApplication::font();
-        font.setPixelSize(
-            std::max(leastFontSize, AppSettingModel::instance()->themeFontSize() - fontStep));
-        const int width = MediaBox::messageWidth(maxWidth, inThread) - 2 * sidePadding;
+        const QFont font = ContentMetrics::textFont(ContentMetrics::systemPixelSize());
+        const int width =
+            MediaBox::messageWidth(maxWidth, inThread) - 2 * ContentMetrics::SystemSidePadding;
         const auto measured = DrawableTextBase::calculateSize(text(), std::max(width, 1), font, 0,
                                                               0.0, 0, {}, true, true, 0);
         lineCount = measured.lineCount;
-        size = {int(std::ceil(measured.size.width())) + 2 * sidePadding,
-                int(std::ceil(measured.size.height())) + 2 * verticalPadding};
+        size = {int(std::ceil(measured.size.width())) + 2 * ContentMetrics::SystemSidePadding,
+                int(std::ceil(measured.size.height())) + 2 * ContentMetrics::SystemVerticalPadding};
     }
     setLineCount(lineCount);
     return size;

@@ -24,6 +24,7 @@ class SystemAlert;
 class MODELBASE_EXPORT SystemItem : public ContentItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(qint32 alertType READ alertType NOTIFY alertTypeChanged)
     Q_PROPERTY(QString text READ text NOTIFY textChanged)
     Q_PROPERTY(qint32 dialogFlags READ dialogFlags NOTIFY dialogFlagsChanged)
