@@ -22,4 +22,5 @@ void Application::switchLanguage(const QString &language)
 {
     // A program with translations would load those of `language` here.
     QLocale::setDefault(QLocale(language));
+    setLayoutDirection(QLocale(language).textDirection());
 }

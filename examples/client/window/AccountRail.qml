@@ -48,7 +48,8 @@ Rectangle {
         spacing: 8
 
         Repeater {
-            model: AccountManager
+            // The notebook is to look as if there was nothing else.
+            model: AccountManager.notebookMode ? null : AccountManager
 
             AbstractButton {
                 id: account
@@ -99,6 +100,7 @@ Rectangle {
         RailButton {
             //% "Add account"
             text: qsTrId("client_add_account")
+            visible: !AccountManager.notebookMode
             symbol: "+"
             pageName: "signin"
         }

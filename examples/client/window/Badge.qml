@@ -1,4 +1,5 @@
 import QtQuick
+import Messenger.Content
 
 /// A number on a coloured pill; nothing for 0.
 Rectangle {
@@ -6,7 +7,7 @@ Rectangle {
 
     property int count
     property string mark: ""
-    property color textColor: Theme.onAccent
+    property color textColor: Theme.accentText
 
     visible: count > 0
     implicitWidth: Math.max(height, label.implicitWidth + 10)

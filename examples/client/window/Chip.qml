@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Messenger.Content
 
 /// A small choice in a row of them.
 AbstractButton {
@@ -17,7 +18,7 @@ AbstractButton {
     contentItem: Text {
         id: label
         text: chip.text
-        color: chip.checked ? Theme.onAccent : Theme.text
+        color: chip.checked ? Theme.accentText : Theme.text
         font.pixelSize: 13
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter

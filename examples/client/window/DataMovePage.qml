@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Messenger.Content
 import im.modelbase
 
 /// Moves the media to another directory.

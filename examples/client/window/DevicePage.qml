@@ -3,6 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Layouts
 import Messenger
+import Messenger.Content
 import im.modelbase
 
 /// The devices that are signed in to the account.

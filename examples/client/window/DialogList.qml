@@ -4,6 +4,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Messenger
+import Messenger.Content
 import im.modelbase
 
 /// The dialogs of a session, the latest first, with a search, tags, and the archive.
@@ -223,18 +224,18 @@ Rectangle {
                             Badge {
                                 mark: "♥"
                                 color: Theme.badge
-                                textColor: Theme.onBadge
+                                textColor: Theme.badgeText
                                 count: row.dialog.reactedMessageCount
                             }
                             Badge {
                                 mark: "@"
                                 color: Theme.badge
-                                textColor: Theme.onBadge
+                                textColor: Theme.badgeText
                                 count: row.dialog.atMeMessageCount
                             }
                             Badge {
                                 color: row.dialog.mute ? Theme.highlight : Theme.accent
-                                textColor: row.dialog.mute ? Theme.text : Theme.onAccent
+                                textColor: row.dialog.mute ? Theme.text : Theme.accentText
                                 count: row.dialog.unread
                             }
                         }

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Messenger.Content
 
 /// A text field in the theme's colours.
 TextField {

@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Layouts
 import Messenger
+import Messenger.Content
 
 /// Covers the window until a passcode opens it: the accounts, the notebook, or the end of all.
 Rectangle {

@@ -3,6 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls.Basic
 import Messenger
+import Messenger.Content
 
 /// The end of the log file, as it grows.
 Rectangle {

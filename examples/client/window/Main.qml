@@ -4,6 +4,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Messenger
+import Messenger.Content
 import im.modelbase
 
 /// The window: the accounts on the left, and beside them the chats or another page.
@@ -117,7 +118,7 @@ ApplicationWindow {
 
         function show(text: string) {
             label.text = text
-            visible = true
+            shown = true
             hide.restart()
         }
 
@@ -125,7 +126,8 @@ ApplicationWindow {
         y: 64
         width: Math.min(parent.width - 80, label.implicitWidth + 32)
         height: label.implicitHeight + 20
-        visible: false
+        property bool shown: false
+        visible: shown && !AppLock.locked
         radius: 10
         color: Theme.badge
 
@@ -133,7 +135,7 @@ ApplicationWindow {
             id: label
             anchors.centerIn: parent
             width: parent.width - 32
-            color: Theme.onBadge
+            color: Theme.badgeText
             font.pixelSize: 14
             wrapMode: Text.Wrap
             horizontalAlignment: Text.AlignHCenter
@@ -141,7 +143,7 @@ ApplicationWindow {
         Timer {
             id: hide
             interval: 5000
-            onTriggered: notice.visible = false
+            onTriggered: notice.shown = false
         }
     }
 }

@@ -2,6 +2,7 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import Messenger
+import Messenger.Content
 import im.modelbase
 
 /// One row of messages: its day, its sender, its content in a bubble, and what people say to it.
@@ -13,6 +14,9 @@ Item {
     readonly property bool outgoing: message.outgoing
     readonly property bool system: message.item !== null && message.item.type === ContentItem.System
     readonly property int avatarSpace: 52
+
+    /// A link or something like it in a text was clicked.
+    signal activated(string text, var data)
 
     Text {
         id: dayLabel
@@ -42,7 +46,7 @@ Item {
                       : row.outgoing ? row.width - width - 16 : row.avatarSpace
         anchors.top: dayLabel.bottom
         anchors.topMargin: MessageListModel.Gap / 2
-        width: Math.max(content.width, sender.visible ? sender.implicitWidth : 0,
+        width: Math.max(content.implicitWidth, sender.visible ? sender.implicitWidth : 0,
                         time.implicitWidth, row.system ? 0 : reactions.implicitWidth)
                + 2 * MessageListModel.Padding
         height: parent.height - dayLabel.height - MessageListModel.Gap
@@ -67,20 +71,14 @@ Item {
         }
         ContentView {
             id: content
-            visible: row.message.item !== null
+            visible: row.message.valid
             x: MessageListModel.Padding
             y: MessageListModel.Padding + sender.height
+            width: implicitWidth
+            height: implicitHeight
             item: row.message.item
             maxWidth: AccountManager.maxMsgItemWidth
-        }
-        Text {
-            visible: row.message.valid && row.message.item === null
-            x: MessageListModel.Padding
-            y: content.y
-            //% "This message cannot be shown."
-            text: qsTrId("client_unreadable")
-            color: Theme.mutedText
-            font.italic: true
+            onActivated: (type, text, data) => row.activated(text, data)
         }
         Row {
             id: reactions

@@ -4,6 +4,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Messenger
+import Messenger.Content
 import im.modelbase
 
 /// The messages of the open dialog.
@@ -19,6 +20,11 @@ Item {
     property alias draft: input.text
     readonly property MessageListModel messages: session ? session.messages : null
     readonly property ClientDialog dialog: session ? session.dialog : null
+
+    onMessagesChanged: {
+        flick.atEnd = true
+        flick.toEnd()
+    }
 
     ColumnLayout {
         anchors.fill: parent
@@ -168,6 +174,11 @@ Item {
                     highlighted: row - flick.prepended === flick.highlighted
                     message: flick.generation >= 0 && visible ? view.messages.at(row)
                                                               : view.messages.none()
+                    onActivated: (text, data) => {
+                        const link = typeof data === "string" && data !== "" ? data : text
+                        if (/^https?:/.test(link))
+                            Qt.openUrlExternally(link)
+                    }
                     onMessageChanged: {
                         if (message.valid && message.mentionsMe || message.reactions.length > 0)
                             view.messages.seen(row)

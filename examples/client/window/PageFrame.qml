@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Messenger.Content
 
 /// A page with a title, as wide as its text reads well.
 Rectangle {

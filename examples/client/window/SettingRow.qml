@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Messenger.Content
 
 /// A line of a settings page: what it is about, and on the right what it is set with.
 Rectangle {

@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Layouts
 import Messenger
+import Messenger.Content
 import im.modelbase
 
 /// Adds an account: a telephone number, then the code that was sent to it.

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Messenger.Content
 
 /// A switch whose state is what a setting says: it asks for a change and waits for it.
 AbstractButton {
@@ -25,7 +26,7 @@ AbstractButton {
             width: 18
             height: 18
             radius: 9
-            color: toggle.on ? Theme.onAccent : Theme.mutedText
+            color: toggle.on ? Theme.accentText : Theme.mutedText
         }
     }
 }

@@ -1,6 +1,7 @@
 #include "client/window/bench.h"
 
 #include "account/accountmanager.h"
+#include "client/window/content/drawntext.h"
 #include "client/window/longhistory.h"
 #include "client/window/session.h"
 
@@ -190,12 +191,15 @@ int bench::run(QQuickWindow *window, Session *session, const QStringList &feeds)
     const double seen = std::min(end, view->height() * seenPages);
     scroll(view, clock, seen);
     const int itemsBefore = model->itemsMade();
+    const qint64 layoutsBefore = DrawnText::layoutsMade();
     const auto again = scroll(view, clock, 0);
     const int items = model->itemsMade() - itemsBefore;
-    out << QStringLiteral("%1 pages that were seen before: %2; %3 items made anew\n")
+    const qint64 layouts = DrawnText::layoutsMade() - layoutsBefore;
+    out << QStringLiteral("%1 pages seen before: %2; %3 items and %4 layouts made anew\n")
                .arg(seenPages)
                .arg(summary(again))
-               .arg(items);
+               .arg(items)
+               .arg(layouts);
     out.flush();
-    return ratio <= maxRatio && items == 0 ? 0 : 1;
+    return ratio <= maxRatio && items == 0 && layouts == 0 ? 0 : 1;
 }

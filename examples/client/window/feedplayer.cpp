@@ -20,7 +20,8 @@ constexpr int everyMessage = 5; // of so many gets a reaction
 
 } // namespace
 
-FeedPlayer::FeedPlayer(const QStringList &feeds, QObject *parent) : QObject(parent), m_feeds(feeds)
+FeedPlayer::FeedPlayer(const QStringList &feeds, QObject *parent)
+    : QObject(parent), m_feeds(feeds), m_next(feeds)
 {
     connect(&m_timer, &QTimer::timeout, this, &FeedPlayer::next);
 }
@@ -28,6 +29,13 @@ FeedPlayer::FeedPlayer(const QStringList &feeds, QObject *parent) : QObject(pare
 void FeedPlayer::play(int interval)
 {
     m_timer.start(interval);
+}
+
+void FeedPlayer::playAgain()
+{
+    m_next = m_feeds;
+    m_reader.reset();
+    m_timer.start();
 }
 
 void FeedPlayer::next()
@@ -39,12 +47,12 @@ void FeedPlayer::next()
         return;
     }
     if (!m_reader) {
-        if (m_feeds.isEmpty()) {
+        if (m_next.isEmpty()) {
             m_timer.stop();
             Q_EMIT finished();
             return;
         }
-        m_reader = std::make_unique<FeedReader>(m_feeds.takeFirst());
+        m_reader = std::make_unique<FeedReader>(m_next.takeFirst());
     }
     if (const auto read = m_reader->next()) {
         push(*read);

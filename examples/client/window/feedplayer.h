@@ -22,6 +22,8 @@ public:
     /// Begins, or goes on at another pace.
     /// @param interval ms between two frames
     void play(int interval);
+    /// Plays all feeds once more, for somebody who has not seen them. Those who have will notice.
+    void playAgain();
     /// People like what was sent here.
     void like(const QString &dialogId, int messageId);
 
@@ -36,7 +38,8 @@ private:
     void push(const Frame &frame);
     void react(const std::string &dialogId, int messageId, int sender);
 
-    QStringList m_feeds; // still to be played
+    const QStringList m_feeds;
+    QStringList m_next; // still to be played
     std::unique_ptr<FeedReader> m_reader;
     std::queue<Frame> m_reactions;
     QTimer m_timer;

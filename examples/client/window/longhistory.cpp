@@ -74,10 +74,11 @@ void longhistory::generate(ClientAccount *account, const QString &dialogId,
         record.clear_content();
         message.beside = record.SerializeAsString();
         message.keptAt = message.time;
-        if (const auto item = session.make({message}); item && message.group == 0) {
+        if (message.group == 0) {
+            const auto item = session.make({message});
             message.measure = Session::measure();
-            message.size = {item->contentWidth(), item->contentHeight()};
-            message.lineCount = item->lineCount();
+            message.size = Session::sizeOf(item.data());
+            message.lineCount = item ? item->lineCount() : 0;
         }
         batch.messages.append(message);
     }

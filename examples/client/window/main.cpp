@@ -10,6 +10,9 @@
 #include "client/window/messenger.h"
 #include "client/window/walk.h"
 
+#include "i18n/translations.h"
+#include "settings/appsettingmodel.h"
+
 #include <QCommandLineParser>
 #include <QFileInfo>
 #include <QQmlApplicationEngine>
@@ -19,6 +22,7 @@
 #include <QtQml/qqmlextensionplugin.h>
 
 Q_IMPORT_QML_PLUGIN(MessengerPlugin)
+Q_IMPORT_QML_PLUGIN(Messenger_ContentPlugin)
 
 namespace
 {
@@ -60,6 +64,8 @@ int run(Application &app)
         ? QString()
         : QFileInfo(feeds.constFirst()).absolutePath() + QStringLiteral("/media");
 
+    app.setProperty("availableLanguages",
+                    QStringList{QStringLiteral("en"), QStringLiteral("ar"), QStringLiteral("zh")});
     ScriptedServer server;
     const ModelLayer modelLayer(&server);
     Messenger messenger(media);
@@ -70,12 +76,17 @@ int run(Application &app)
     // The demonstration begins with an account.
     if (AccountManager::getInstance()->count() == 0)
         signIn(messenger, QStringLiteral("5550101"));
+    QObject::connect(&messenger, &Messenger::signedIn, &player, &FeedPlayer::playAgain);
     if (parser.isSet(history)) {
         bench::prepare(feeds, media, parser.value(history).toInt());
         return 0;
     }
 
+    AppSettingModel *settings = AppSettingModel::instance();
+    settings->translations()->add(QStringLiteral(":/i18n/messenger"));
     QQmlApplicationEngine engine;
+    QObject::connect(settings, &AppSettingModel::languageChanged, &engine,
+                     &QQmlApplicationEngine::retranslate);
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
     engine.addImportPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../qml"));
     QQuickStyle::setStyle(QStringLiteral("Basic"));

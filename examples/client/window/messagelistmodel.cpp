@@ -296,18 +296,17 @@ void MessageListModel::measureStale()
         const Row &row = m_rows[size_t(m_nextStale)];
         if (!isStale(row) || m_newSizes.contains(row.number))
             continue;
-        if (const auto measured = make(row))
-            resize(row.number, *measured);
+        resize(row.number, make(row).data());
     }
     applySizes();
 }
 
 /// Not at once: whoever asks for an item does so in the midst of laying out its view.
-void MessageListModel::resize(qint64 number, const ContentItem &item)
+void MessageListModel::resize(qint64 number, const ContentItem *item)
 {
     if (m_newSizes.isEmpty())
         QMetaObject::invokeMethod(this, &MessageListModel::applySizes, Qt::QueuedConnection);
-    m_newSizes.insert(number, {item.contentWidth(), item.contentHeight()});
+    m_newSizes.insert(number, Session::sizeOf(item));
 }
 
 void MessageListModel::applySizes()
@@ -352,21 +351,21 @@ QSharedPointer<ContentItem> MessageListModel::item(int index)
     if (const auto *held = m_items.object(row.number))
         return *held;
     const auto made = make(row);
-    if (made) {
-        hold(row.number, made);
-        if (isStale(row) || row.size != QSize(made->contentWidth(), made->contentHeight()))
-            resize(row.number, *made);
-    }
+    hold(row.number, made);
+    if (isStale(row) || row.size != Session::sizeOf(made.data()))
+        resize(row.number, made.data());
     return made;
 }
 
 void MessageListModel::hold(qint64 number, const QSharedPointer<ContentItem> &item)
 {
     m_items.insert(number, new QSharedPointer<ContentItem>(item));
+    if (!item)
+        return;
     // A text is unfolded, a picture turns out to be larger: the item knows.
     connect(item.data(), &ContentItem::needRecalcSize, this, [this, number, item = item.data()] {
         item->calcSize(m_measure.width, 0, 0, ContentItem::CONTENT_CHANGED, false);
-        resize(number, *item);
+        resize(number, item);
     });
 }
 
@@ -385,8 +384,7 @@ MessageRow MessageListModel::at(int index)
     message.outgoing = row.sender == m_dialog->currentUserId();
     message.showDay = startsDay(index);
     message.showSender = startsRun(index);
-    message.mentionsMe =
-        message.item && message.item->mentionUserIds().contains(m_dialog->currentUserId());
+    message.mentionsMe = !message.outgoing && m_session->mentionsMe(message.item.data());
     message.reactions = m_reactions.value(row.messageId);
     return message;
 }

@@ -146,7 +146,7 @@ private:
     QSharedPointer<ContentItem> make(const Row &row);
     QSharedPointer<ContentItem> item(int row);
     void hold(qint64 number, const QSharedPointer<ContentItem> &item);
-    void resize(qint64 number, const ContentItem &item);
+    void resize(qint64 number, const ContentItem *item);
     void applySizes();
     void measureStale();
     int find(qint64 number) const;

@@ -115,5 +115,7 @@ QString Messenger::signIn(const QString &countryCode, const QString &phone, cons
 {
     ClientAccount *account = loginAccount();
     const Reply reply = account ? account->signIn(countryCode, phone, code) : Reply();
+    if (account && reply)
+        Q_EMIT signedIn();
     return reply ? QString() : reply.text();
 }

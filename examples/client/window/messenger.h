@@ -43,6 +43,8 @@ Q_SIGNALS:
     /// Something that the user should know.
     void told(const QString &text);
     void sent(const QString &dialogId, int messageId);
+    /// Somebody: what the server has for them is still to come.
+    void signedIn();
 
 private:
     void addSessions();

@@ -4,7 +4,9 @@
 #include "client/clienterror.h"
 #include "client/describe.h"
 #include "client/messagegroup.h"
+#include "client/window/content/contentformat.h"
 #include "content/items/combineditem.h"
+#include "content/items/systemitem.h"
 #include "feeds/feed.h"
 #include "feeds/markup.h"
 #include "imlog/imlog.h"
@@ -39,6 +41,8 @@ QString previewOf(const ContentItem *item)
 {
     if (!item)
         return {};
+    if (const auto *system = qobject_cast<const SystemItem *>(item))
+        return system->text();
     const QString text = item->getKeyword().simplified();
     return text.isEmpty() ? describe::kind(*item) : text;
 }
@@ -221,10 +225,10 @@ void Session::receive(const im::Message &record)
 
     const auto item = make({message});
     // What is shown as one is measured when it is shown.
-    if (item && message.group == 0) {
+    if (message.group == 0) {
         message.measure = measure();
-        message.size = {item->contentWidth(), item->contentHeight()};
-        message.lineCount = item->lineCount();
+        message.size = sizeOf(item.data());
+        message.lineCount = item ? item->lineCount() : 0;
     }
     m_batch.messages.append(message);
 
@@ -233,7 +237,7 @@ void Session::receive(const im::Message &record)
     dialog->setSortTime(std::max(dialog->sortTime(), message.time));
     dialog->setPreview(previewOf(item.data()));
     if (message.sender != m_account->accountId()) {
-        if (item && item->mentionUserIds().contains(m_account->accountId()))
+        if (mentionsMe(item.data()))
             dialog->addAtMeMessages({message.messageId});
         if (dialog != m_messages.dialog() || !m_active)
             dialog->setUnread(dialog->unread() + 1);
@@ -281,6 +285,18 @@ void Session::send(const QString &markup)
 }
 
 // Contents
+
+bool Session::mentionsMe(const ContentItem *item) const
+{
+    return item
+        && (item->mentionUserIds().contains(m_account->accountId())
+            || item->mentionUsers().contains(QStringLiteral("atAll")));
+}
+
+QSize Session::sizeOf(const ContentItem *item)
+{
+    return ContentFormat::shownSize(item, measure().width);
+}
 
 Measure Session::measure()
 {

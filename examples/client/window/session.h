@@ -61,6 +61,9 @@ public:
     static Measure measure();
     /// The item of messages that are shown as one, measured.
     QSharedPointer<ContentItem> make(const QList<KeptMessage> &messages);
+    /// Pixels that a content takes; null stands for one that cannot be made.
+    static QSize sizeOf(const ContentItem *item);
+    bool mentionsMe(const ContentItem *item) const;
     /// Writes soon.
     void keepSize(const MessagePlace &place);
     /// Writes what is pending.

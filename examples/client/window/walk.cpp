@@ -5,6 +5,7 @@
 #include "client/describe.h"
 #include "client/window/feedplayer.h"
 #include "client/window/messenger.h"
+#include "content/modelbaseutil.h"
 #include "settings/appdatamove.h"
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
@@ -24,11 +25,27 @@ namespace
 
 const QString picnic = QStringLiteral("G-7001");
 const QString lake = QStringLiteral("G-7002");
-constexpr int settleTime = 350; // ms: pictures are loaded in the background
+constexpr int settleTime = 350;  // ms: pictures are loaded in the background
+constexpr int ordinaryChats = 1; // the source of media
+constexpr int mediaFiles = 40;
+constexpr int mediaSize = 4 << 20; // bytes
 
 Session *session()
 {
     return Messenger::create(nullptr, nullptr)->session();
+}
+
+/// Something that takes a moment to be moved.
+void makeMedia()
+{
+    const QString directory = ModelBaseUtil::makeMediaPath(
+        session()->account()->userCacheDataPath(), ordinaryChats, ContentItem::Image);
+    QDir().mkpath(directory);
+    for (int i = 1; i <= mediaFiles; ++i) {
+        QFile file(directory + QStringLiteral("photo %1.jpg").arg(i));
+        if (file.open(QIODevice::WriteOnly))
+            file.write(QByteArray(mediaSize, char(i)));
+    }
 }
 
 } // namespace
@@ -66,14 +83,21 @@ void Walk::signInAndPlay()
 {
     pass(settleTime);
     stop(QStringLiteral("start"), QStringLiteral("signed in, nothing has arrived yet"));
-    bool finished = false;
-    QObject::connect(m_player, &FeedPlayer::finished, m_window, [&finished] { finished = true; });
-    m_player->play(1);
-    passUntil([&finished] { return finished; }, 120'000);
-    if (!finished) // a test says so by what is missing
-        m_transcript.append(QStringLiteral("the feed did not come to its end"));
+    playToEnd();
     stop(QStringLiteral("dialogs"),
          QStringLiteral("dialog list: the feeds have arrived, none is open"));
+}
+
+void Walk::playToEnd()
+{
+    bool finished = false;
+    const auto connection = QObject::connect(m_player, &FeedPlayer::finished, m_window,
+                                             [&finished] { finished = true; });
+    m_player->play(1);
+    passUntil([&finished] { return finished; }, 120'000);
+    QObject::disconnect(connection);
+    if (!finished) // a test says so by what is missing
+        m_transcript.append(QStringLiteral("the feed did not come to its end"));
 }
 
 void Walk::messages()
@@ -81,10 +105,6 @@ void Walk::messages()
     open(picnic);
     stop(QStringLiteral("messages"),
          QStringLiteral("message view: the newest messages of a group"));
-    session()->dialog()->loadAtMeMessage(session()->messages());
-    stop(QStringLiteral("mention"), QStringLiteral("message view: stepped to the next mention"));
-    session()->dialog()->loadReactedMessage(session()->messages());
-    stop(QStringLiteral("reaction"), QStringLiteral("message view: stepped to the next reaction"));
     scrollThrough(QStringLiteral("picnic"));
     set("draft", QStringLiteral("Written **here**, with a `mark` or two 🧺"));
     stop(QStringLiteral("draft"), QStringLiteral("message view: a message is being written"));
@@ -94,7 +114,22 @@ void Walk::messages()
     pass(settleTime);
     stop(QStringLiteral("sent"), QStringLiteral("message view: it is sent, and somebody likes it"));
     open(lake);
+    session()->dialog()->loadAtMeMessage(session()->messages());
+    stop(QStringLiteral("mention"), QStringLiteral("message view: stepped to the next mention"));
+    session()->dialog()->loadReactedMessage(session()->messages());
+    stop(QStringLiteral("reaction"), QStringLiteral("message view: stepped to the next reaction"));
     scrollThrough(QStringLiteral("lake"));
+    for (const QString &language : {QStringLiteral("ar"), QStringLiteral("zh")}) {
+        AppSettingModel::instance()->setLanguage(language);
+        session()->messages()->showMessage(1);
+        stop(QStringLiteral("language-") + language,
+             QStringLiteral("message view: in another language, ") + language);
+        show(QStringLiteral("settings"));
+        stop(QStringLiteral("settings-") + language,
+             QStringLiteral("settings page: in another language, ") + language);
+        show(QStringLiteral("chats"));
+    }
+    AppSettingModel::instance()->setLanguage(QStringLiteral("en"));
     AppSettingModel::instance()->setDarkMode(true);
     scrollThrough(QStringLiteral("lake-dark"));
     AppSettingModel::instance()->setThemeFontSize(20);
@@ -140,6 +175,8 @@ void Walk::pages()
         AppSettingModel::instance()->setDarkMode(dark);
         const QString theme = dark ? QStringLiteral("-dark") : QString();
         show(QStringLiteral("settings"));
+        if (auto *view = m_window->findChild<QQuickItem *>(QStringLiteral("settingsView")))
+            view->setProperty("contentY", 0);
         stop(QStringLiteral("settings") + theme, QStringLiteral("settings page"));
         if (auto *page = m_window->findChild<QQuickItem *>(QStringLiteral("settingsView"))) {
             const double end = page->property("contentHeight").toDouble() - page->height();
@@ -157,6 +194,7 @@ void Walk::pages()
     }
     AppSettingModel::instance()->setDarkMode(false);
 
+    makeMedia();
     show(QStringLiteral("move"));
     stop(QStringLiteral("move"), QStringLiteral("data move page: where the media are"));
     AppDataMove *move = AccountManager::getInstance()->appDataMove();
@@ -164,7 +202,7 @@ void Walk::pages()
     if (!QDir().mkpath(target) || !move->moveTo(target))
         m_transcript.append(QStringLiteral("the move did not begin"));
     passUntil([move] { return move->percent() > 10 || !move->running(); }, 5000);
-    stop(QStringLiteral("move-running"), QStringLiteral("data move page: under way"));
+    picture(QStringLiteral("move-running"), QStringLiteral("data move page: under way"));
     passUntil([move] { return !move->running(); }, 20'000);
     stop(QStringLiteral("move-done"), QStringLiteral("data move page: at its end"));
 }
@@ -181,6 +219,7 @@ void Walk::accounts()
     stop(QStringLiteral("signin-wrong"), QStringLiteral("add-account page: a wrong code"));
     set("signInError", QString());
     messenger->signIn(QStringLiteral("1"), QStringLiteral("5550102"), QStringLiteral("246810"));
+    playToEnd(); // what the server has for him
     show(QStringLiteral("chats"));
     stop(QStringLiteral("accounts"), QStringLiteral("account rail: a second account is signed in"));
 
@@ -261,6 +300,11 @@ void Walk::scrollThrough(const QString &name)
 void Walk::stop(const QString &name, const QString &text)
 {
     pass(settleTime);
+    picture(name, text);
+}
+
+void Walk::picture(const QString &name, const QString &text)
+{
     const QString file = QStringLiteral("%1-%2.png").arg(++m_stops, 2, 10, QChar(u'0')).arg(name);
     const bool saved = m_window->grabWindow().save(m_directory.filePath(file));
     m_ok = m_ok && saved;

@@ -22,6 +22,7 @@ public:
 
 private:
     void signInAndPlay();
+    void playToEnd();
     void messages();
     void dialogs();
     void pages();
@@ -30,6 +31,8 @@ private:
 
     /// Lets the window settle and takes its picture.
     void stop(const QString &name, const QString &text);
+    /// Takes it as it is.
+    void picture(const QString &name, const QString &text);
     void scrollThrough(const QString &name);
     void open(const QString &dialogId);
     void show(const QString &page);
