@@ -1,5 +1,6 @@
 #include "content/contentitem.h"
 
+#include "base/drawabletextbase.h"
 #include "base/drawabletextutil.h"
 #include "base/json.h"
 #include "base/util.h"

@@ -45,12 +45,3 @@ int ContentMetrics::elisionTolerance(int maxRowCount)
 {
     return maxRowCount > 0 ? int(maxRowCount * 0.2) : 0;
 }
-
-DrawableTextBase::Layout ContentMetrics::layOutText(const ContentItem &item, int maxWidth,
-                                                    int rowLimit, int maxRowCount)
-{
-    return DrawableTextBase::layOut(item.content(), maxWidth, textFont(textPixelSize(item)),
-                                    maxRowCount, 0.0, rowLimit, item.textEntity(), true,
-                                    item.type() != ContentItem::LargeEmojiText,
-                                    elisionTolerance(maxRowCount));
-}

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "base/drawabletextbase.h"
 #include "modelbase_export.h"
 #include "modelbase_qml.h"
 
@@ -16,11 +15,12 @@ Q_NAMESPACE_EXPORT(MODELBASE_EXPORT)
 QML_ELEMENT
 
 enum Length {
-    LeastSide = 44,     ///< of what one taps or clicks: WCAG 2.1, 2.5.5 (Target Size)
-    ExpandHeight = 20,  ///< the control below an elided text
-    CaptionSpacing = 6, ///< between media and their caption
-    RowSpacing = 10,    ///< between the icon of a row and its texts
-    GroupSpacing = 6,   ///< between the rows of a group of files
+    LeastSide = 44,          ///< of what one taps or clicks: WCAG 2.1, 2.5.5 (Target Size)
+    ExpandHeight = 20,       ///< the control below an elided text
+    LeastCaptionWidth = 200, ///< a caption's lines may be that wide, also below narrower media
+    CaptionSpacing = 6,      ///< between media and their caption
+    RowSpacing = 10,         ///< between the icon of a row and its texts
+    GroupSpacing = 6,        ///< between the rows of a group of files
     FileIconSide = 48,
     FileThumbnailSide = 72, ///< in place of the icon of a picture or video that is sent as a file
     MusicCoverSide = 56,
@@ -50,12 +50,5 @@ MODELBASE_EXPORT int textPixelSize(const ContentItem &item);
 MODELBASE_EXPORT int systemPixelSize();
 /// How many lines more than `maxRowCount` a text may have before it is elided.
 MODELBASE_EXPORT int elisionTolerance(int maxRowCount);
-
-/// The item's text as it was measured, to be drawn. For `maxWidth` the width that it was measured
-/// to be is as good as the one that it was measured with: its lines break at the same places.
-///
-/// Thread: needs a QGuiApplication; otherwise reentrant.
-MODELBASE_EXPORT DrawableTextBase::Layout layOutText(const ContentItem &item, int maxWidth,
-                                                     int rowLimit, int maxRowCount);
 
 } // namespace ContentMetrics

@@ -252,7 +252,7 @@ QSize CombinedItem::calcContentSize(int &lineCount, int maxWidth, int, bool inTh
     if (const QString names = title().left(summaryLength); !names.isEmpty())
         lines.prepend(names);
     // Lines are elided, not broken.
-    QSize size(MediaBox::leastCaptionWidth, ContentMetrics::CombinedFooterHeight);
+    QSize size(ContentMetrics::LeastCaptionWidth, ContentMetrics::CombinedFooterHeight);
     for (const QString &line : std::as_const(lines)) {
         const QSize text = textSize(line, 0, inThread);
         size = {std::max(size.width(), text.width()), size.height() + text.height()};

@@ -504,6 +504,7 @@ QSize FileItem::calcContentSize(int &lineCount, int maxWidth, int maxRowCount, b
 {
     const QSize media = mediaSize(maxWidth, inThread);
     const int limit = MediaBox::messageWidth(maxWidth, inThread);
-    const int captionWidth = std::max(media.width(), std::min(limit, MediaBox::leastCaptionWidth));
+    const int captionWidth =
+        std::max(media.width(), std::min<int>(limit, ContentMetrics::LeastCaptionWidth));
     return MediaBox::stacked(media, calcCaptionSize(lineCount, captionWidth, maxRowCount));
 }

@@ -12,8 +12,6 @@ namespace MediaBox
 constexpr int leastSide = ContentMetrics::LeastSide;
 /// A picture whose size nobody knows is shown as a square of this side.
 constexpr int unknownSide = 200;
-/// Below media that are narrower, a caption gets this width all the same.
-constexpr int leastCaptionWidth = 200;
 /// A row with an icon and texts, which may all be short, is no narrower.
 constexpr int leastRowWidth = 160;
 

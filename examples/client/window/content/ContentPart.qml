@@ -1,0 +1,16 @@
+import QtQuick
+import im.modelbase
+
+/// What shows one kind of content. ContentView makes it as large as the item was measured.
+Item {
+    required property ContentItem item
+    /// Pixels that the item was measured with.
+    required property real maxWidth
+    /// Pixels that a message may take.
+    readonly property real messageWidth: Math.min(maxWidth, AccountManager.maxMsgItemWidth)
+
+    /// A link, mention, tag, ... in a text was clicked; see MessageText.
+    signal activated(type: int, text: string, data: var)
+    /// The content itself: open the file, the place, the card.
+    signal opened(item: ContentItem)
+}
