@@ -25,4 +25,5 @@ void Application::switchLanguage(const QString &language)
     // The library has loaded its texts already, and those that AppSettingModel::translations() was
     // given.
     QLocale::setDefault(QLocale(language));
+    setLayoutDirection(QLocale(language).textDirection());
 }

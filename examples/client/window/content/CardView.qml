@@ -25,7 +25,7 @@ ContentPart {
                 width: 30
                 height: 30
                 path: Icons.person
-                color: Theme.onAccent
+                color: Theme.accentText
             }
 
             Image {

@@ -51,13 +51,13 @@ ContentPart {
                 height: 28
                 path: view.iconPath()
                 filled: false
-                color: Theme.onAccent
+                color: Theme.accentText
                 visible: view.file?.fileType !== FileItem.PdfFile
             }
 
             PlainLabel {
                 anchors.centerIn: parent
-                color: Theme.onAccent
+                color: Theme.accentText
                 font.pixelSize: 13
                 font.bold: true
                 text: "PDF"

@@ -39,13 +39,13 @@ Item {
                 anchors.horizontalCenter: parent.horizontalCenter
                 path: Icons.hidden
                 filled: false
-                color: Theme.onScrim
+                color: Theme.scrimText
             }
 
             PlainLabel {
                 width: parent.width
                 horizontalAlignment: Text.AlignHCenter
-                color: Theme.onScrim
+                color: Theme.scrimText
                 font.pixelSize: Theme.smallFontSize
                 //% "Show spoiler"
                 text: qsTrId("client_show_spoiler")
@@ -66,7 +66,7 @@ Item {
             anchors.fill: parent
             anchors.margins: parent.width / 5
             path: Icons.play
-            color: Theme.onScrim
+            color: Theme.scrimText
         }
     }
 

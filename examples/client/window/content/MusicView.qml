@@ -25,7 +25,7 @@ ContentPart {
                 width: 28
                 height: 28
                 path: Icons.note
-                color: Theme.onAccent
+                color: Theme.accentText
             }
 
             Picture {
