@@ -6,6 +6,7 @@
 #include "imlog/imlog.h"
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
+#include "storage/globalstorageprovider.h"
 
 #include <QCoreApplication>
 #include <QJSEngine>
@@ -688,7 +689,8 @@ void AccountManager::waitForFinished()
 
 void AccountManager::closeAllDbInCrash()
 {
-    AppSettingModel::instance()->closeGlobalStorage();
+    // Not closeGlobalStorage(): it waits for a thread that may be the one that crashed.
+    AppSettingModel::instance()->globalStorage()->closeInCrash();
     if (m_loginAccount)
         m_loginAccount->closeDbInCrash();
     for (AccountBase *account : std::as_const(m_accounts))

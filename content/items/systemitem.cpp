@@ -292,9 +292,11 @@ void SystemItem::setWallpaper(QObject *wallpaper)
 
 void SystemItem::followNames()
 {
-    NamedObject::follow(m_sender.data(), this, &SystemItem::textChanged);
+    NamedObject::follow<SystemItem>(m_sender.data(), this, &SystemItem::textChanged);
+    NamedObject::follow<SystemItem>(m_sender.data(), this, &SystemItem::needRecalcSize);
     for (const QObject *target : std::as_const(m_targets)) {
-        NamedObject::follow(target, this, &SystemItem::textChanged);
+        NamedObject::follow<SystemItem>(target, this, &SystemItem::textChanged);
+        NamedObject::follow<SystemItem>(target, this, &SystemItem::needRecalcSize);
         NamedObject::follow(target, this, &SystemItem::allTargetsChanged);
     }
 }
