@@ -1,5 +1,6 @@
 import QtQuick
 import im.modelbase
+import Messenger.Content
 
 /// A file or folder: an icon of its kind or a thumbnail, name and size; a caption.
 ContentPart {
@@ -51,13 +52,13 @@ ContentPart {
                 height: 28
                 path: view.iconPath()
                 filled: false
-                color: Theme.onAccent
+                color: Theme.accentText
                 visible: view.file?.fileType !== FileItem.PdfFile
             }
 
             PlainLabel {
                 anchors.centerIn: parent
-                color: Theme.onAccent
+                color: Theme.accentText
                 font.pixelSize: 13
                 font.bold: true
                 text: "PDF"
@@ -105,9 +106,7 @@ ContentPart {
 
     Caption {
         id: caption
-        item: view.item
-        maxWidth: view.maxWidth
+        part: view
         mediaWidth: view.mediaWidth
-        onActivated: (type, text, data) => view.activated(type, text, data)
     }
 }

@@ -17,7 +17,7 @@ Rectangle {
     Text {
         id: label
         anchors.centerIn: parent
-        color: Theme.onScrim
+        color: Theme.scrimText
         font.pixelSize: 11
         textFormat: Text.PlainText
     }

@@ -1,5 +1,6 @@
 import QtQuick
 import im.modelbase
+import Messenger.Content
 
 /// An image or video without its caption: the picture, a cover where it is a spoiler, a play mark
 /// and the duration where it is a video.
@@ -39,13 +40,13 @@ Item {
                 anchors.horizontalCenter: parent.horizontalCenter
                 path: Icons.hidden
                 filled: false
-                color: Theme.onScrim
+                color: Theme.scrimText
             }
 
             PlainLabel {
                 width: parent.width
                 horizontalAlignment: Text.AlignHCenter
-                color: Theme.onScrim
+                color: Theme.scrimText
                 font.pixelSize: Theme.smallFontSize
                 //% "Show spoiler"
                 text: qsTrId("client_show_spoiler")
@@ -66,7 +67,7 @@ Item {
             anchors.fill: parent
             anchors.margins: parent.width / 5
             path: Icons.play
-            color: Theme.onScrim
+            color: Theme.scrimText
         }
     }
 

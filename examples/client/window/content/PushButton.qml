@@ -19,7 +19,7 @@ Rectangle {
         anchors.leftMargin: 8
         anchors.rightMargin: 8
         horizontalAlignment: Text.AlignHCenter
-        color: button.isPlain ? Theme.link : Theme.onAccent
+        color: button.isPlain ? Theme.link : Theme.accentText
     }
 
     MouseArea {

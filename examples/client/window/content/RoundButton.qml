@@ -19,7 +19,7 @@ Rectangle {
         anchors.centerIn: parent
         width: Math.round(button.width * 0.55)
         height: width
-        color: Theme.onAccent
+        color: Theme.accentText
     }
 
     MouseArea {

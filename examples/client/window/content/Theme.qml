@@ -29,15 +29,15 @@ QtObject {
     readonly property color link: dark ? "#8cc4ff" : "#0a539f"
     readonly property color right: dark ? "#7ddc9a" : "#0f5c2c"
     readonly property color wrong: dark ? "#ffa8a3" : "#a51d20"
-    readonly property color onScrim: "#ffffff"
+    readonly property color scrimText: "#ffffff"
 
     // Controls
     readonly property color accent: dark ? "#2f7fd0" : "#0b62b8"
-    readonly property color onAccent: dark ? "#08121d" : "#ffffff"
+    readonly property color accentText: dark ? "#08121d" : "#ffffff"
     /// The part of a bar or waveform that is not filled.
     readonly property color track: dark ? "#3c4855" : "#bcc6d1"
     readonly property color badge: dark ? "#d9534f" : "#b3261e"
-    readonly property color onBadge: dark ? "#1a0605" : "#ffffff"
+    readonly property color badgeText: dark ? "#1a0605" : "#ffffff"
     readonly property color spoiler: dark ? "#5b6673" : "#98a3af"
 
     // Sizes, in pixels
