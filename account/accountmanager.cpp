@@ -2,9 +2,11 @@
 
 #include "account/newdeviceloginmanager.h"
 #include "base/json.h"
+#include "i18n/translated_p.h"
 #include "imlog/imlog.h"
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
+#include "storage/globalstorageprovider.h"
 
 #include <QCoreApplication>
 #include <QJSEngine>
@@ -225,7 +227,8 @@ AccountBase *AccountManager::createAccount(bool autoReconnect)
 bool AccountManager::addAccount()
 {
     if (count() >= maxAccounts) {
-        Q_EMIT error(0, qtTrId("max_supported_accounts").arg(maxAccounts), 0);
+        //% "No more than %1 accounts can be signed in on one device."
+        Q_EMIT error(0, translated(QT_TRID_NOOP("max_supported_accounts")).arg(maxAccounts), 0);
         return false;
     }
     qCDebug(lcAccounts, "AccountManager::addAccount");
@@ -686,7 +689,8 @@ void AccountManager::waitForFinished()
 
 void AccountManager::closeAllDbInCrash()
 {
-    AppSettingModel::instance()->closeGlobalStorage();
+    // Not closeGlobalStorage(): it waits for a thread that may be the one that crashed.
+    AppSettingModel::instance()->globalStorage()->closeInCrash();
     if (m_loginAccount)
         m_loginAccount->closeDbInCrash();
     for (AccountBase *account : std::as_const(m_accounts))

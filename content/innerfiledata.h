@@ -6,6 +6,7 @@
 class MODELBASE_EXPORT InnerFileData : public FileData
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(QString innerPath READ innerPath CONSTANT)
 
 public:

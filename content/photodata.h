@@ -2,6 +2,7 @@
 
 #include "base/basefile.h"
 #include "modelbase_export.h"
+#include "modelbase_qml.h"
 
 namespace im
 {
@@ -18,6 +19,7 @@ class FileInfo;
 class MODELBASE_EXPORT PhotoData : public BaseFile
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(QString fileName READ fileName NOTIFY fileNameChanged)
     Q_PROPERTY(quint8 percent READ percent WRITE setPercent NOTIFY percentChanged)
 

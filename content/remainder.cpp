@@ -15,6 +15,7 @@
 #include <google/protobuf/util/message_differencer.h>
 
 #include <algorithm>
+#include <type_traits>
 #include <vector>
 
 namespace
@@ -27,9 +28,13 @@ using google::protobuf::Message;
 using google::protobuf::Reflection;
 using google::protobuf::util::MessageDifferencer;
 
-bool hasUnknownFields(const Message &record)
+/// Each content that comes in is asked, each of its records: how to ask a type is looked up once.
+template <typename Record>
+bool hasUnknownFields(const Record &record)
 {
-    return !record.GetReflection()->GetUnknownFields(record).empty();
+    static_assert(!std::is_same_v<Record, Message>);
+    static const Reflection *const reflection = Record::GetReflection();
+    return !reflection->GetUnknownFields(record).empty();
 }
 
 bool mayExist(const im::content::TextEntity &entity)
@@ -135,7 +140,7 @@ bool mayExist(const im::content::Location &body)
 bool mayExist(const im::content::Card &card)
 {
     // A record that is there and empty is more than none.
-    const auto isLeftOver = [](const Message &record) {
+    const auto isLeftOver = [](const auto &record) {
         return record.ByteSizeLong() == 0 || hasUnknownFields(record);
     };
     return hasUnknownFields(card) || (card.has_avatar_thumb() && isLeftOver(card.avatar_thumb()))

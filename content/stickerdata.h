@@ -11,6 +11,7 @@ class AnimatedSticker;
 class MODELBASE_EXPORT StickerData : public FileData
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(qint32 width READ width WRITE setWidth NOTIFY widthChanged)
     Q_PROPERTY(qint32 height READ height WRITE setHeight NOTIFY heightChanged)
     Q_PROPERTY(QString format READ format WRITE setFormat NOTIFY formatChanged)

@@ -9,6 +9,7 @@
 class MODELBASE_EXPORT CaptionItem : public ContentItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     /// The member that carries the caption, where it is edited; null without a caption.
     Q_PROPERTY(ContentItem *member READ memberPointer NOTIFY memberChanged)
 

@@ -9,13 +9,15 @@ class PhotoData;
 template <typename Item>
 class Changes;
 
-/// A user whom somebody recommends: the card that one taps to open the profile.
+/// A user whom somebody recommends: the card that one taps to open the profile. calcSize() measures
+/// the caption alone: how the card is shown is the view's.
 ///
 /// Stored after the base keys as "nick", "userId", "photoId", "aesKey" (Base64), and where they are
 /// not empty "imId" and of the photo "photoMd5" (Base64), "photoName", "photoSize", "photoVersion".
 class MODELBASE_EXPORT CardItem : public ContentItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_MOC_INCLUDE("content/photodata.h")
     Q_PROPERTY(QString nick READ nick WRITE setNick NOTIFY nickChanged)
     Q_PROPERTY(qint32 userId READ userId WRITE setUserId NOTIFY userIdChanged)
@@ -33,8 +35,8 @@ public:
         QByteArray aesKey; ///< raw bytes
         QByteArray md5;    ///< raw bytes
         QString name;
-        qint64 size = 0; ///< bytes
-        qint32 version = 0;
+        qint64 size = 0;    ///< bytes
+        qint32 version = 0; ///< of the file, as the server counts them
 
         bool operator==(const Photo &other) const = default;
     };

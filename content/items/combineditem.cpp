@@ -23,8 +23,6 @@ Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 constexpr int summaryLines = 3;
 /// What a view has room for in a line; more is not measured.
 constexpr int summaryLength = 100;
-/// The line that opens all messages, in pixels.
-constexpr int footerHeight = 28;
 
 auto watch(CombinedItem *item)
 {
@@ -255,7 +253,7 @@ QSize CombinedItem::calcContentSize(int &lineCount, int maxWidth, int, bool inTh
     if (const QString names = title().left(summaryLength); !names.isEmpty())
         lines.prepend(names);
     // Lines are elided, not broken.
-    QSize size(MediaBox::leastCaptionWidth, footerHeight);
+    QSize size(ContentMetrics::LeastCaptionWidth, ContentMetrics::CombinedFooterHeight);
     for (const QString &line : std::as_const(lines)) {
         const QSize text = textSize(line, 0, inThread);
         size = {std::max(size.width(), text.width()), size.height() + text.height()};

@@ -10,6 +10,7 @@
 /// One of the messages that were combined into one.
 struct MODELBASE_EXPORT CombinedEntry {
     Q_GADGET
+    QML_VALUE_TYPE(combinedEntry)
     Q_PROPERTY(qint64 messageId MEMBER messageId)
     Q_PROPERTY(qint64 senderId MEMBER senderId)
     Q_PROPERTY(bool isGroup MEMBER isGroup)
@@ -41,6 +42,7 @@ public:
 class MODELBASE_EXPORT CombinedItem : public ContentItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     /// The messages in their order: a list of CombinedEntry.
     Q_PROPERTY(QVariantList entries READ entryVariants NOTIFY entriesChanged)
     Q_PROPERTY(int count READ count NOTIFY entriesChanged)
@@ -52,7 +54,8 @@ public:
     /// Decrypts a message and makes its content; null when that cannot be done.
     using Opener = std::function<QSharedPointer<ContentItem>(const im::Message &message)>;
 
-    /// From im.Message.combined_messages. `open` is called for each that is not itself combined.
+    /// From im.Message.combined_messages. `open` is called, before this returns, for each that is
+    /// not itself combined.
     CombinedItem(const im::Message &message, const Opener &open, int source, AccountBase *account);
     CombinedItem(const QMap<QString, QVariant> &map, int source, AccountBase *account);
     CombinedItem(int source, AccountBase *account);

@@ -14,9 +14,6 @@ namespace
 
 Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
-/// Between two rows, in pixels.
-constexpr int rowSpacing = 6;
-
 } // namespace
 
 FileGroupItem::FileGroupItem(int source, AccountBase *account)
@@ -96,7 +93,7 @@ QSize FileGroupItem::calcContentSize(int &lineCount, int maxWidth, int maxRowCou
         const QSize content = member->calcContentSize(lines, width, maxRowCount, inThread);
         const QSize row = content.expandedTo({MediaBox::leastSide, MediaBox::leastSide})
                               .boundedTo({width, std::numeric_limits<int>::max()});
-        const int y = rows.isEmpty() ? 0 : size.height() + rowSpacing;
+        const int y = rows.isEmpty() ? 0 : size.height() + ContentMetrics::GroupSpacing;
         rows.append(QRect({0, y}, row));
         size = {std::max(size.width(), row.width()), y + row.height()};
         lineCount += lines;

@@ -15,6 +15,7 @@ class GroupMembers;
 class MODELBASE_EXPORT FileGroupItem : public ContentItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_MOC_INCLUDE("content/items/captionitem.h")
     /// The members' items, in their order.
     Q_PROPERTY(QList<QObject *> members READ memberObjects NOTIFY membersChanged)

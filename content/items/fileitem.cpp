@@ -23,10 +23,6 @@ namespace
 
 Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
-// The row that a file is shown as: an icon or a thumbnail, beside it the name and the size.
-constexpr int iconSide = 48;
-constexpr int thumbnailSide = 72;
-
 /// The file type of images, thumbnails among them.
 constexpr int imageFileType = 2;
 
@@ -136,6 +132,7 @@ FileItem::FileItem(const QMap<QString, QVariant> &map, int source, AccountBase *
 FileItem::FileItem(const im::content::Content &content, int source, AccountBase *account)
     : ContentItem(content, source, account), m_account(account)
 {
+    const QSignalBlocker blocker(this); // nobody can listen yet
     if (content.has_file()) {
         const im::content::File &file = content.file();
         updateFiles(file.attach_file(), file.thumb_file(), file.thumb_nail(), file.caption());
@@ -499,14 +496,16 @@ QSize FileItem::mediaSize(int maxWidth, bool inThread) const
 {
     const int limit = MediaBox::messageWidth(maxWidth, inThread);
     const bool hasImage = m_fileType == PictureFile || m_fileType == VideoFile;
+    const int side = hasImage ? ContentMetrics::FileThumbnailSide : ContentMetrics::FileIconSide;
     const QString size = m_sourceFile ? Util::intToSizeStr(m_sourceFile->size()) : QString();
-    return MediaBox::row(hasImage ? thumbnailSide : iconSide, {name(), size}, limit);
+    return MediaBox::row(side, {name(), size}, limit);
 }
 
 QSize FileItem::calcContentSize(int &lineCount, int maxWidth, int maxRowCount, bool inThread)
 {
     const QSize media = mediaSize(maxWidth, inThread);
     const int limit = MediaBox::messageWidth(maxWidth, inThread);
-    const int captionWidth = std::max(media.width(), std::min(limit, MediaBox::leastCaptionWidth));
+    const int captionWidth =
+        std::max(media.width(), std::min<int>(limit, ContentMetrics::LeastCaptionWidth));
     return MediaBox::stacked(media, calcCaptionSize(lineCount, captionWidth, maxRowCount));
 }

@@ -14,6 +14,7 @@ class InnerFileData;
 class MODELBASE_EXPORT FolderItem : public FileItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(QVariantList folders READ folders WRITE setFolders NOTIFY foldersChanged)
     Q_PROPERTY(int fileCount READ fileCount NOTIFY foldersChanged)
 

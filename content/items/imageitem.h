@@ -9,6 +9,7 @@
 class MODELBASE_EXPORT ImageItem : public MediaFileItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(bool spoiler READ spoiler WRITE setSpoiler NOTIFY spoilerChanged)
     Q_PROPERTY(FileData *livePhoto READ livePhotoObject NOTIFY livePhotoChanged)
     Q_PROPERTY(bool isAnimated READ isAnimated NOTIFY sourceFileChanged)

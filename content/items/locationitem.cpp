@@ -66,6 +66,7 @@ LocationItem::LocationItem(const QMap<QString, QVariant> &map, int source, Accou
 LocationItem::LocationItem(const im::content::Content &content, int source, AccountBase *account)
     : MediaFileItem(content, source, account)
 {
+    const QSignalBlocker blocker(this); // nobody can listen yet
     if (content.has_location())
         read(content);
 }

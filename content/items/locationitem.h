@@ -12,6 +12,7 @@
 class MODELBASE_EXPORT LocationItem : public MediaFileItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(double longitude READ longitude NOTIFY coordinatesChanged)
     Q_PROPERTY(double latitude READ latitude NOTIFY coordinatesChanged)
     Q_PROPERTY(bool hasCoordinates READ hasCoordinates NOTIFY coordinatesChanged)

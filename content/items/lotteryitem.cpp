@@ -21,12 +21,6 @@ Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
 // Layout, in pixels.
 constexpr int leastWidth = 220;
-constexpr int pictureHeight = 72;
-constexpr int prizeSpacing = 4;
-/// The column beside a prize: how many there are.
-constexpr int quantityWidth = 48;
-/// The line of the state, or the button.
-constexpr int footerHeight = 32;
 
 QString lotteryKey()
 {
@@ -417,14 +411,16 @@ QSize LotteryItem::calcContentSize(int &lineCount, int maxWidth, int, bool inThr
     const int limit = MediaBox::messageWidth(maxWidth, inThread);
     const QSize title = Inner::rowSize(titleItem(), lineCount, limit, inThread);
     int width = std::max(leastWidth, title.width());
-    int height = pictureHeight + title.height() + footerHeight;
+    int height =
+        ContentMetrics::LotteryPictureHeight + title.height() + ContentMetrics::LotteryFooterHeight;
 
-    const int textWidth = std::max(1, limit - quantityWidth);
+    const int textWidth = std::max(1, limit - ContentMetrics::LotteryQuantityWidth);
     for (const ContentOption &prize : options()) {
         int lines = 0;
         const QSize text = Inner::rowSize(prize.content, lines, textWidth, inThread);
-        width = std::max(width, text.width() + quantityWidth);
-        height += prizeSpacing + std::max(MediaBox::leastSide, text.height());
+        width = std::max(width, text.width() + ContentMetrics::LotteryQuantityWidth);
+        height +=
+            ContentMetrics::LotteryPrizeSpacing + std::max(MediaBox::leastSide, text.height());
         lineCount += lines;
     }
     return {std::min(width, limit), height};

@@ -10,6 +10,7 @@ class Lottery;
 /// What one person drew.
 struct MODELBASE_EXPORT LotteryShare {
     Q_GADGET
+    QML_VALUE_TYPE(lotteryShare)
     Q_PROPERTY(int userId MEMBER userId)
     Q_PROPERTY(qint64 amount MEMBER amount)
     Q_PROPERTY(int prizeIndex MEMBER prizeIndex)
@@ -29,6 +30,7 @@ public:
 /// One prize of a draw.
 struct MODELBASE_EXPORT LotteryPrize {
     Q_GADGET
+    QML_VALUE_TYPE(lotteryPrize)
     Q_PROPERTY(QString text READ text)
     Q_PROPERTY(ContentItem *content READ contentItem)
     Q_PROPERTY(int quantity MEMBER quantity)
@@ -57,6 +59,7 @@ public:
 class MODELBASE_EXPORT LotteryItem : public WithOptionsItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(Kind kind READ kind NOTIFY lotteryChanged)
     Q_PROPERTY(QString lotteryId READ lotteryId NOTIFY lotteryChanged)
     Q_PROPERTY(qint32 ownerUid READ ownerUid NOTIFY lotteryChanged)
@@ -115,8 +118,10 @@ public:
 
     /// Takes over how it goes. False, and no change, for the record of another lottery.
     bool setLottery(const im::Lottery &lottery);
-    /// Adds the shares of a further page of them; those that are known are not added twice.
+    /// Adds the shares of a further page of them; those that are known are not added twice. False,
+    /// and no change, for the page of another lottery or of another kind of lottery.
     bool addShares(const im::Lottery &page);
+    /// Writes the record held, checked.
     void lottery(im::Lottery *record) const;
 
     void setOptionItems(const QList<QSharedPointer<ContentItem>> &options) override;

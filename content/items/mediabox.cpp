@@ -75,7 +75,7 @@ QSize MediaBox::lines(const QStringList &texts, int maxWidth)
 
 QSize MediaBox::row(int iconSide, const QStringList &texts, int maxWidth)
 {
-    const int beside = iconSide + rowSpacing;
+    const int beside = iconSide + ContentMetrics::RowSpacing;
     const QSize text = lines(texts, std::max(0, maxWidth - beside));
     return {std::clamp(beside + text.width(), std::min(leastRowWidth, maxWidth), maxWidth),
             std::max(iconSide, text.height())};

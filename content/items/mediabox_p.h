@@ -1,5 +1,7 @@
 #pragma once
 
+#include "content/contentmetrics.h"
+
 #include <QSize>
 #include <QStringList>
 
@@ -7,18 +9,11 @@
 namespace MediaBox
 {
 
-/// The least side of what one taps or clicks: WCAG 2.1, success criterion 2.5.5 (Target Size).
-constexpr int leastSide = 44;
+constexpr int leastSide = ContentMetrics::LeastSide;
 /// A picture whose size nobody knows is shown as a square of this side.
 constexpr int unknownSide = 200;
-/// Below media that are narrower, a caption gets this width all the same.
-constexpr int leastCaptionWidth = 200;
 /// A row with an icon and texts, which may all be short, is no narrower.
 constexpr int leastRowWidth = 160;
-/// Between the icon of a row and its texts.
-constexpr int rowSpacing = 10;
-/// Between what stands above and its caption.
-constexpr int captionSpacing = 6;
 
 /// The width that a content may take: what the view can give (`maxWidth`, 0 or less: it does not
 /// say), and no more than the account manager's width for messages, in a chat or a thread.
@@ -36,7 +31,7 @@ int greatestHeight();
 QSize box(QSize natural, int maxWidth);
 
 /// The size of a content whose parts, one of which may be empty, stand one above the other.
-QSize stacked(QSize above, QSize below, int spacing = captionSpacing);
+QSize stacked(QSize above, QSize below, int spacing = ContentMetrics::CaptionSpacing);
 
 /// The size of texts of a line each, one above the other in the theme's font, elided at `maxWidth`.
 /// Empty texts take no line. Without a QGuiApplication the lines are as wide as they may be.

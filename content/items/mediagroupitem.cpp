@@ -102,7 +102,8 @@ QSize MediaGroupItem::calcContentSize(int &lineCount, int maxWidth, int maxRowCo
         grid = Mosaic::layOut(natural, width, MediaBox::greatestHeight(), MediaBox::leastSide);
     }
     const QSize text = caption()->calcContentSize(
-        lineCount, std::max(grid.size.width(), std::min(width, MediaBox::leastCaptionWidth)),
+        lineCount,
+        std::max(grid.size.width(), std::min<int>(width, ContentMetrics::LeastCaptionWidth)),
         maxRowCount, inThread);
     if (std::exchange(inThread ? m_rectsInThread : m_rects, grid.cells) != grid.cells)
         inThread ? Q_EMIT rectsInThreadChanged() : Q_EMIT rectsChanged();

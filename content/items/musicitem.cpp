@@ -18,9 +18,6 @@ namespace
 
 Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
-/// In pixels.
-constexpr int coverSide = 56;
-
 /// The file type of images, covers among them.
 constexpr int imageFileType = 2;
 
@@ -41,6 +38,7 @@ MusicItem::MusicItem(const QMap<QString, QVariant> &map, int source, AccountBase
 MusicItem::MusicItem(const im::content::Content &content, int source, AccountBase *account)
     : FileItem(content, source, account)
 {
+    const QSignalBlocker blocker(this); // nobody can listen yet
     if (content.has_audio())
         read(content);
 }
@@ -193,6 +191,7 @@ QString MusicItem::getKeyword() const
 
 QSize MusicItem::mediaSize(int maxWidth, bool inThread) const
 {
-    return MediaBox::row(coverSide, {m_title.isEmpty() ? name() : m_title, m_author},
+    return MediaBox::row(ContentMetrics::MusicCoverSide,
+                         {m_title.isEmpty() ? name() : m_title, m_author},
                          MediaBox::messageWidth(maxWidth, inThread));
 }

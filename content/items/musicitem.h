@@ -9,6 +9,7 @@
 class MODELBASE_EXPORT MusicItem : public FileItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(qint32 duration READ duration WRITE setDuration NOTIFY durationChanged)
     Q_PROPERTY(QString title READ title WRITE setTitle NOTIFY titleChanged)
     Q_PROPERTY(QString author READ author WRITE setAuthor NOTIFY authorChanged)
@@ -32,8 +33,9 @@ public:
     /// the id of the audio file, which stays on this device. Does nothing without an account (which
     /// has the file provider) or without a file.
     ///
-    /// Returns at once; the work is done on the thread pool (ThreadManager::run()), what it finds
-    /// is taken over on the item's thread, unless the item is gone by then.
+    /// The work is done on the thread pool (ThreadManager::run()), what it finds is taken over on
+    /// the item's thread, unless the item is gone by then. Nothing but the change signals tells of
+    /// it.
     Q_INVOKABLE void audioInfo();
 
     /// A row with the cover, and title and author beside it.

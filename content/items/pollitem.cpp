@@ -25,15 +25,6 @@ constexpr int maxOptions = 1000;
 
 // Layout, in pixels.
 constexpr int leastWidth = 200;
-/// The line under the question that says what kind of poll it is.
-constexpr int kindHeight = 20;
-/// The column beside the options: a check mark, later the percentage.
-constexpr int percentWidth = 44;
-constexpr int barHeight = 4;
-constexpr int barSpacing = 4;
-constexpr int optionSpacing = 6;
-/// The line of votes, or the button.
-constexpr int footerHeight = 32;
 
 using Numbers = google::protobuf::RepeatedField<google::protobuf::int32>;
 
@@ -570,15 +561,17 @@ QSize PollItem::calcContentSize(int &lineCount, int maxWidth, int, bool inThread
     const int limit = MediaBox::messageWidth(maxWidth, inThread);
     const QSize title = Inner::rowSize(titleItem(), lineCount, limit, inThread);
     int width = std::max(leastWidth, title.width());
-    int height = title.height() + kindHeight + footerHeight;
+    int height = title.height() + ContentMetrics::PollKindHeight + ContentMetrics::PollFooterHeight;
 
-    const int textWidth = std::max(1, limit - percentWidth);
+    const int textWidth = std::max(1, limit - ContentMetrics::PollPercentWidth);
     for (const InnerContent &option : std::as_const(m_options->options)) {
         int lines = 0;
         const QSize text = Inner::rowSize(option.item(), lines, textWidth, inThread);
-        width = std::max(width, text.width() + percentWidth);
-        height +=
-            optionSpacing + std::max(MediaBox::leastSide, text.height() + barSpacing + barHeight);
+        width = std::max(width, text.width() + ContentMetrics::PollPercentWidth);
+        height += ContentMetrics::PollOptionSpacing
+            + std::max(MediaBox::leastSide,
+                       text.height() + ContentMetrics::PollBarSpacing
+                           + ContentMetrics::PollBarHeight);
         lineCount += lines;
     }
     return {std::min(width, limit), height};

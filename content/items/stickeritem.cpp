@@ -320,6 +320,7 @@ StickerItem::StickerItem(const Map &map, int source, AccountBase *account)
 StickerItem::StickerItem(const im::content::Content &content, int source, AccountBase *account)
     : ContentItem(content, source, account)
 {
+    const QSignalBlocker blocker(this); // nobody can listen yet
     setType(Sticker);
     deserialize(content.sticker());
 }

@@ -28,6 +28,7 @@ class Sticker;
 class MODELBASE_EXPORT StickerItem : public ContentItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_MOC_INCLUDE("content/stickerdata.h")
     Q_PROPERTY(qint32 pid READ pid WRITE setPid NOTIFY pidChanged)
     Q_PROPERTY(QString shortcut READ shortcut WRITE setShortcut NOTIFY shortcutChanged)
@@ -105,7 +106,7 @@ public:
 
     /// Shortcut and hint.
     QString getKeyword() const override;
-    /// The sticker's own size within a square of 192 pixels, as MediaBox lays out media. Of a
+    /// The sticker's own size within a square of 192 pixels, as MediaFileItem::mediaSize(). Of a
     /// sticker that does not tell its size, that of its animated picture or thumbnail counts.
     QSize calcContentSize(int &lineCount, int maxWidth, int maxRowCount, bool inThread) override;
 

@@ -10,7 +10,6 @@
 #include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
-#include "settings/appsettingmodel.h"
 
 #include <QGuiApplication>
 #include <QLoggingCategory>
@@ -26,13 +25,6 @@ namespace
 Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
 using Alert = im::content::SystemAlert;
-
-// Layout, in pixels.
-constexpr int sidePadding = 12;
-constexpr int verticalPadding = 4;
-/// How much smaller than messages the sentence is written.
-constexpr int fontStep = 2;
-constexpr int leastFontSize = 9;
 
 QString alertKey()
 {
@@ -150,11 +142,16 @@ bool SystemItem::checkSystemAlert(const Alert &alert)
     return AlertText::compose(alert, circumstances).isComplete;
 }
 
+/// An older record knows no more of what happened than its text.
+bool SystemItem::isWordedElsewhere() const
+{
+    return (m_info->type() == Alert::UNKNOWN || !Alert::Type_IsValid(m_info->type()))
+        && !content().isEmpty();
+}
+
 QString SystemItem::text() const
 {
-    // An older record knows no more of what happened than its text.
-    const bool isBare = m_info->type() == Alert::UNKNOWN || !Alert::Type_IsValid(m_info->type());
-    if (isBare && !content().isEmpty())
+    if (isWordedElsewhere())
         return content();
     AlertText::Circumstances circumstances;
     if (m_account)
@@ -169,6 +166,14 @@ QString SystemItem::text() const
 void SystemItem::tellText(const QString &before)
 {
     if (text() == before)
+        return;
+    Q_EMIT textChanged();
+    Q_EMIT needRecalcSize();
+}
+
+void SystemItem::retranslate()
+{
+    if (isWordedElsewhere())
         return;
     Q_EMIT textChanged();
     Q_EMIT needRecalcSize();
@@ -287,9 +292,11 @@ void SystemItem::setWallpaper(QObject *wallpaper)
 
 void SystemItem::followNames()
 {
-    NamedObject::follow(m_sender.data(), this, &SystemItem::textChanged);
+    NamedObject::follow<SystemItem>(m_sender.data(), this, &SystemItem::textChanged);
+    NamedObject::follow<SystemItem>(m_sender.data(), this, &SystemItem::needRecalcSize);
     for (const QObject *target : std::as_const(m_targets)) {
-        NamedObject::follow(target, this, &SystemItem::textChanged);
+        NamedObject::follow<SystemItem>(target, this, &SystemItem::textChanged);
+        NamedObject::follow<SystemItem>(target, this, &SystemItem::needRecalcSize);
         NamedObject::follow(target, this, &SystemItem::allTargetsChanged);
     }
 }
@@ -364,15 +371,14 @@ QSize SystemItem::calcContentSize(int &lineCount, int maxWidth, int, bool inThre
     lineCount = 0;
     QSize size;
     if (qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
-        QFont font = QGuiApplication::font();
-        font.setPixelSize(
-            std::max(leastFontSize, AppSettingModel::instance()->themeFontSize() - fontStep));
-        const int width = MediaBox::messageWidth(maxWidth, inThread) - 2 * sidePadding;
+        const QFont font = ContentMetrics::textFont(ContentMetrics::systemPixelSize());
+        const int width =
+            MediaBox::messageWidth(maxWidth, inThread) - 2 * ContentMetrics::SystemSidePadding;
         const auto measured = DrawableTextBase::calculateSize(text(), std::max(width, 1), font, 0,
                                                               0.0, 0, {}, true, true, 0);
         lineCount = measured.lineCount;
-        size = {int(std::ceil(measured.size.width())) + 2 * sidePadding,
-                int(std::ceil(measured.size.height())) + 2 * verticalPadding};
+        size = {int(std::ceil(measured.size.width())) + 2 * ContentMetrics::SystemSidePadding,
+                int(std::ceil(measured.size.height())) + 2 * ContentMetrics::SystemVerticalPadding};
     }
     setLineCount(lineCount);
     return size;

@@ -9,6 +9,7 @@
 class MODELBASE_EXPORT VideoItem : public MediaFileItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(qint32 duration READ duration WRITE setDuration NOTIFY durationChanged)
     Q_PROPERTY(bool spoiler READ spoiler WRITE setSpoiler NOTIFY spoilerChanged)
     Q_PROPERTY(bool supportStreaming READ supportStreaming WRITE setSupportStreaming NOTIFY

@@ -8,6 +8,7 @@
 class MODELBASE_EXPORT VoiceItem : public FileItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(qint32 duration READ duration WRITE setDuration NOTIFY durationChanged)
     Q_PROPERTY(QByteArray sample READ sample WRITE setSample NOTIFY sampleChanged)
 

@@ -9,6 +9,7 @@ class TitledOptions;
 /// One option of an item with options, for a view.
 struct MODELBASE_EXPORT ContentOption {
     Q_GADGET
+    QML_VALUE_TYPE(contentOption)
     Q_PROPERTY(QString text READ text)
     Q_PROPERTY(ContentItem *content READ contentItem)
 
@@ -30,6 +31,7 @@ public:
 class MODELBASE_EXPORT WithOptionsItem : public ContentItem
 {
     Q_OBJECT
+    MODELBASE_QML_TYPE
     Q_PROPERTY(QString title READ title NOTIFY titleChanged)
     Q_PROPERTY(ContentItem *titleItem READ titleItemPointer NOTIFY titleChanged)
     /// The options in their order: a list of ContentOption.

@@ -6,12 +6,12 @@
 #include <QFontInfo>
 #include <QFontMetricsF>
 #include <QTextCharFormat>
-#include <QTextLayout>
 #include <QTextOption>
 
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -46,14 +46,19 @@ struct Paragraphs {
     QString text;
     FormatRanges formats;         ///< sorted, do not overlap
     std::vector<Range> collapsed; ///< sorted, do not overlap
+    std::vector<DrawableTextBase::Layout::Picture> pictures;
+    std::vector<qsizetype> movedTo; ///< of each position of the given text; empty: not moved
 };
 
 /// Collects lines in their order, until no further one can change the result.
 class Lines
 {
 public:
-    Lines(int maxRowCount, int rowLimit, int tolerance)
-        : m_maxRowCount(maxRowCount > 0 ? maxRowCount : unlimited),
+    using Kept = std::vector<DrawableTextBase::Layout::Line>;
+
+    /// @param kept where to put the lines themselves, for who draws them; null: nowhere
+    Lines(int maxRowCount, int rowLimit, int tolerance, Kept *kept = nullptr)
+        : m_kept(kept), m_maxRowCount(maxRowCount > 0 ? maxRowCount : unlimited),
           m_rowLimit(rowLimit > 0 ? rowLimit : unlimited), m_tolerance(std::max(0, tolerance))
     {
     }
@@ -66,6 +71,24 @@ public:
         if (m_all.count <= m_maxRowCount)
             m_first = m_all;
     }
+
+    bool areKept() const { return m_kept != nullptr; }
+    /// A layout for the lines that follow, which lives on with them.
+    QTextLayout &keepLayout(const QString &text, const QFont &font)
+    {
+        m_layouts.push_back(std::make_unique<QTextLayout>(text, font));
+        m_layouts.back()->setCacheEnabled(true);
+        m_isRightToLeft = text.isRightToLeft();
+        return *m_layouts.back();
+    }
+    void setOffset(qsizetype offset) { m_offset = offset; }
+    void add(const QTextLine &line)
+    {
+        add(line.naturalTextWidth(), line.height());
+        if (m_kept)
+            m_kept->push_back({line, m_offset, m_isRightToLeft});
+    }
+    std::vector<std::unique_ptr<QTextLayout>> takeLayouts() { return std::move(m_layouts); }
 
     DrawableTextBase::Measured measured(double lineSpacing) const
     {
@@ -94,6 +117,10 @@ private:
 
     bool isElided() const { return m_all.count > m_maxRowCount + m_tolerance; }
 
+    Kept *const m_kept;
+    std::vector<std::unique_ptr<QTextLayout>> m_layouts;
+    qsizetype m_offset = 0; // where the piece that is laid out begins
+    bool m_isRightToLeft = false;
     const qint64 m_maxRowCount;
     const qint64 m_rowLimit;
     const qint64 m_tolerance;
@@ -148,12 +175,14 @@ LaidOut addLines(const std::vector<WordLayout::Line> &known, int most, Lines &li
 LaidOut layOutPiece(const QString &text, bool isCut, const QFont &font, const FormatRanges &formats,
                     double width, int most, Lines &lines)
 {
-    if (!isCut) {
+    if (!isCut && !lines.areKept()) {
         const auto *known = WordLayout::ofThisThread().breakLines(text, font, formats, width);
         if (known != nullptr)
             return addLines(*known, most, lines);
     }
-    QTextLayout layout(text, font);
+    std::optional<QTextLayout> passing;
+    QTextLayout &layout =
+        lines.areKept() ? lines.keepLayout(text, font) : passing.emplace(text, font);
     layout.setTextOption(wrapOption());
     if (!formats.isEmpty())
         layout.setFormats(formats);
@@ -168,10 +197,12 @@ LaidOut layOutPiece(const QString &text, bool isCut, const QFont &font, const Fo
         const int end = line.textStart() + line.textLength();
         if (isCut && end >= text.size())
             break;
-        lines.add(line.naturalTextWidth(), line.height());
+        lines.add(line);
         ++made.lines;
         made.end = end;
     }
+    if (lines.areKept())
+        layout.endLayout();
     return made;
 }
 
@@ -187,6 +218,7 @@ int layOutParagraph(const Paragraphs &paragraphs, qsizetype from, qsizetype end,
     while (made < most && !lines.isComplete()) {
         const qsizetype pieceEnd = std::min(end, from + length);
         const bool isCut = pieceEnd < end;
+        lines.setOffset(from);
         const LaidOut piece = layOutPiece(
             QString::fromRawData(text.constData() + from, pieceEnd - from), isCut, font,
             formatsWithin(paragraphs.formats, from, pieceEnd), width, most - made, lines);
@@ -360,8 +392,8 @@ class Preparation
 public:
     Preparation(const QString &text, const UserTextBlocks &blocks, bool withFormats) : m_text(text)
     {
-        for (const UserTextBlock &block : blocks)
-            addBlock(block, withFormats);
+        for (int i = 0; i < blocks.size(); ++i)
+            addBlock(blocks[i], i, withFormats);
     }
 
     Paragraphs paragraphs(const QFont &font) &&
@@ -372,18 +404,23 @@ public:
         else
             rewrite();
         return {m_text, flattened(m_styled, font),
-                collapsedParagraphs(std::move(m_collapsed), m_text)};
+                collapsedParagraphs(std::move(m_collapsed), m_text), std::move(m_shownPictures),
+                std::move(m_movedTo)};
     }
 
 private:
-    void addBlock(const UserTextBlock &block, bool withFormats)
+    struct PictureSpan : Span {
+        int block = 0;
+    };
+
+    void addBlock(const UserTextBlock &block, int index, bool withFormats)
     {
         const auto [from, len] = block.clampedTo(m_text.size());
         if (len == 0)
             return;
         const Span span{from, from + len};
         if (block.type == TextEntityType::CustomEmoji)
-            m_pictures.push_back(span);
+            m_pictures.push_back({span, index});
         if (!withFormats)
             return;
         switch (block.type) {
@@ -428,7 +465,8 @@ private:
         const qsizetype length = source.size();
         m_text.reserve(length);
         std::vector<StyledSpan> pictures;
-        std::vector<qsizetype> movedTo(size_t(length) + 1);
+        std::vector<qsizetype> &movedTo = m_movedTo;
+        movedTo.resize(size_t(length) + 1);
         const std::vector<bool> breaks = breaksAround(source);
         std::sort(m_pictures.begin(), m_pictures.end());
         auto picture = m_pictures.cbegin();
@@ -446,6 +484,7 @@ private:
                 // Lines may break on either side, whatever stands there.
                 m_text.append(zeroWidthSpace);
                 pictures.push_back({{m_text.size(), m_text.size() + 1}, Picture});
+                m_shownPictures.push_back({m_text.size(), picture->block});
                 m_text.append(pictureCharacter);
                 m_text.append(zeroWidthSpace);
                 next = picture->end;
@@ -482,11 +521,18 @@ private:
     }
 
     QString m_text;
-    std::vector<Span> m_pictures;
+    std::vector<PictureSpan> m_pictures;
+    std::vector<DrawableTextBase::Layout::Picture> m_shownPictures;
+    std::vector<qsizetype> m_movedTo;
     std::vector<Span> m_standingAlone;
     std::vector<Span> m_collapsed;
     std::vector<StyledSpan> m_styled;
 };
+
+double layoutWidth(double maxWidth, bool wordWrap)
+{
+    return wordWrap && maxWidth > 0 ? std::min(maxWidth, unlimitedWidth) : unlimitedWidth;
+}
 
 } // namespace
 
@@ -496,9 +542,42 @@ DrawableTextBase::Measured DrawableTextBase::calculateSize(
 {
     if (text.isEmpty())
         return {};
-    const bool wraps = wordWrap && maxWidth > 0;
-    const double width = wraps ? std::min(maxWidth, unlimitedWidth) : unlimitedWidth;
     Lines lines(maxRowCount, rowLimit, tolerance);
-    layOut(Preparation(text, blocks, plainText).paragraphs(font), font, width, lines);
+    ::layOut(Preparation(text, blocks, plainText).paragraphs(font), font,
+             layoutWidth(maxWidth, wordWrap), lines);
     return lines.measured(lineSpacing);
+}
+
+DrawableTextBase::Layout DrawableTextBase::layOut(const QString &text, double maxWidth,
+                                                  const QFont &font, int maxRowCount,
+                                                  double lineSpacing, int rowLimit,
+                                                  const UserTextBlocks &blocks, bool wordWrap,
+                                                  bool plainText, int tolerance)
+{
+    Layout made;
+    if (text.isEmpty())
+        return made;
+    Paragraphs paragraphs = Preparation(text, blocks, plainText).paragraphs(font);
+    Lines lines(maxRowCount, rowLimit, tolerance, &made.lines);
+    ::layOut(paragraphs, font, layoutWidth(maxWidth, wordWrap), lines);
+    made.measured = lines.measured(lineSpacing);
+    made.lines.resize(size_t(made.measured.lineCount));
+    double y = 0;
+    for (Layout::Line &line : made.lines) {
+        const double spare = made.measured.size.width() - line.line.naturalTextWidth();
+        line.line.setPosition({line.isRightToLeft ? spare : 0, y});
+        y += line.line.height() + lineSpacing;
+    }
+    made.text = std::move(paragraphs.text);
+    made.pictures = std::move(paragraphs.pictures);
+    made.m_movedTo = std::move(paragraphs.movedTo);
+    made.m_layouts = lines.takeLayouts();
+    return made;
+}
+
+qsizetype DrawableTextBase::Layout::shownAt(qsizetype position) const
+{
+    if (m_movedTo.empty())
+        return std::clamp<qsizetype>(position, 0, text.size());
+    return m_movedTo[size_t(std::clamp<qsizetype>(position, 0, qsizetype(m_movedTo.size()) - 1))];
 }

@@ -6,6 +6,10 @@
 #include <QFont>
 #include <QSizeF>
 #include <QString>
+#include <QTextLayout>
+
+#include <memory>
+#include <vector>
 
 /// Text layout for message views.
 class BASE_EXPORT DrawableTextBase
@@ -47,6 +51,42 @@ public:
                                   int maxRowCount, double lineSpacing, int rowLimit,
                                   const UserTextBlocks &blocks, bool wordWrap, bool plainText,
                                   int tolerance);
+
+    /// A text laid out to be drawn. Move only.
+    struct BASE_EXPORT Layout {
+        struct Line {
+            /// At its place, relative to the text's top left corner; lines of right-to-left
+            /// paragraphs end at the text's right edge. Its positions count from `offset`.
+            QTextLine line;
+            qsizetype offset = 0; ///< in `text`
+            bool isRightToLeft = false;
+        };
+        /// A custom emoji, in whose place `text` has a letter that is not meant to be seen.
+        struct Picture {
+            qsizetype at = 0; ///< of the letter, in `text`
+            int block = 0;    ///< index of its block
+        };
+
+        Measured measured;
+        QString text; ///< what was laid out: newlines are added, pictures stand for their texts
+        std::vector<Line> lines;       ///< those that are shown
+        std::vector<Picture> pictures; ///< in their order
+
+        /// Where in `text` a position of the given text is; those outside it are clamped.
+        qsizetype shownAt(qsizetype position) const;
+
+    private:
+        friend class DrawableTextBase;
+        std::vector<qsizetype> m_movedTo; ///< empty: nothing was moved
+        std::vector<std::unique_ptr<QTextLayout>> m_layouts;
+    };
+
+    /// Lays a text out as calculateSize() measures it, for the same arguments: the same size and
+    /// line count, the lines themselves. Colours, underlines and the like are left to who draws
+    /// (QTextLine::glyphRuns()); they need no other layout.
+    static Layout layOut(const QString &text, double maxWidth, const QFont &font, int maxRowCount,
+                         double lineSpacing, int rowLimit, const UserTextBlocks &blocks,
+                         bool wordWrap, bool plainText, int tolerance);
 
     /// Lines that a collapsed code or quote block shows.
     static constexpr int collapsedRowCount = 3;

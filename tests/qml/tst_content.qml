@@ -24,6 +24,88 @@ TestCase {
         shown = null
     }
 
+    function test_everyKind_data() {
+        return [
+            { tag: "ImageItem", type: ImageItem, map: { type: "image", w: 40, h: 30 },
+              name: "spoiler", set: true },
+            { tag: "VideoItem", type: VideoItem, map: { type: "video" }, name: "duration", set: 7 },
+            { tag: "VoiceItem", type: VoiceItem, map: { type: "audio" }, name: "duration", set: 7 },
+            { tag: "MusicItem", type: MusicItem, map: { type: "music" }, name: "title", set: "La" },
+            { tag: "FileItem", type: FileItem, objects: 2, map: { type: "file", fileId: "f1", fileName: "a.txt" },
+              name: "displayName", set: "b.txt" },
+            { tag: "FolderItem", type: FolderItem, map: { type: "folder" },
+              name: "folders", set: [{ files: [{ fileName: "a" }], name: "top" }] },
+            { tag: "StickerItem", type: StickerItem, objects: 2, map: { fileId: "s1", w: 9 },
+              name: "hint", set: "a wink" },
+            { tag: "CardItem", type: CardItem, objects: 2, map: { type: "card", photoId: "p1" },
+              name: "nick", set: "Mira" },
+            { tag: "LocationItem", type: LocationItem, map: { type: "location" },
+              name: "place", set: "The boathouse" },
+            { tag: "SystemItem", type: SystemItem, map: { type: "system", sysType: 3 },
+              name: "mediaType", set: 2 },
+            { tag: "CallItem", type: CallItem, map: { type: "call", state: CallItem.Finished },
+              name: "duration", set: 61 },
+            { tag: "MeetingItem", type: MeetingItem, map: { type: "meeting" },
+              name: "nonce", set: "n" },
+            { tag: "PollItem", type: PollItem, objects: 2,
+              map: { type: "poll", options: [{ type: "text", content: "yes" }] },
+              name: "comment", set: "why" },
+            { tag: "LotteryItem", type: LotteryItem, objects: 2,
+              map: { type: "lottery", title: { type: "text", content: "Three chances" } } },
+            { tag: "CombinedItem", type: CombinedItem, objects: 2, map: { total: 2, entries: [
+                { messageId: 1, item: { type: "text", content: "inside" } }] } },
+            { tag: "MediaGroupItem", type: MediaGroupItem, objects: 4, map: {} },
+            { tag: "FileGroupItem", type: FileGroupItem, objects: 4, map: {} },
+        ]
+    }
+
+    /// Each kind comes to QML as its own type, and stays, with the objects inside it, when the
+    /// engine has cleared up.
+    function test_everyKind(row) {
+        function look() {
+            const item = testbed.itemOf(row.tag, row.map)
+            verify(item instanceof row.type, row.tag + " came as " + item)
+            const inside = [item, item.sourceFile, item.file, item.photo, item.titleItem,
+                            item.caption]
+            for (const content of item.members ?? [])
+                inside.push(content)
+            for (const entry of item.options ?? item.entries ?? [])
+                inside.push(entry.content)
+            const objects = inside.filter(object => object)
+            for (const object of objects)
+                testbed.watch(object)
+            compare(objects.length, row.objects ?? 1)
+        }
+        look()
+        gc()
+        gc()
+        wait(1)
+        compare(testbed.deleted(), 0)
+
+        if (row.name) {
+            const item = testbed.itemOf(row.tag, row.map)
+            const view = viewOf.createObject(test, { item: item, name: row.name })
+            verify(!equal(view.value, row.set), "the new value is none")
+            item[row.name] = row.set
+            verify(equal(view.value, row.set), row.name + " is " + view.value)
+            view.destroy()
+        }
+    }
+
+    function equal(one: var, other: var): bool {
+        return JSON.stringify(one) === JSON.stringify(other)
+    }
+
+    Component {
+        id: viewOf
+
+        QtObject {
+            property ContentItem item
+            property string name
+            readonly property var value: item ? item[name] : undefined
+        }
+    }
+
     function test_dialog() {
         const dialog = testbed.dialog()
         compare(dialog.name, "Picnic")

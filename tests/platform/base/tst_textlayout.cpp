@@ -26,6 +26,31 @@ QFont testFont(bool bold = false, bool italic = false)
     return font;
 }
 
+/// What is drawn is what was measured.
+void verifyDrawn(const DrawableTextBase::Layout &drawn, const Measured &measured,
+                 double lineSpacing)
+{
+    QCOMPARE(drawn.measured.size, measured.size);
+    QCOMPARE(drawn.measured.lineCount, measured.lineCount);
+    QCOMPARE(drawn.measured.elided, measured.elided);
+    QCOMPARE(int(drawn.lines.size()), measured.lineCount);
+    double width = 0;
+    double bottom = -lineSpacing;
+    qsizetype end = 0;
+    for (const auto &[line, offset, isRightToLeft] : drawn.lines) {
+        QCOMPARE(line.y(), bottom + lineSpacing);
+        const double spare = measured.size.width() - line.naturalTextWidth();
+        QCOMPARE(line.x(), isRightToLeft ? spare : 0.0);
+        QVERIFY(offset + line.textStart() >= end);
+        end = offset + line.textStart() + line.textLength();
+        QVERIFY(end <= drawn.text.size());
+        width = std::max(width, line.naturalTextWidth());
+        bottom = line.y() + line.height();
+    }
+    QCOMPARE(width, measured.size.width());
+    QCOMPARE(std::max(0.0, bottom), measured.size.height());
+}
+
 /// One call, with what a plain message passes unless a case says otherwise.
 struct Request {
     QString text;
@@ -40,8 +65,17 @@ struct Request {
 
     Measured measure() const
     {
-        return DrawableTextBase::calculateSize(text, maxWidth, testFont(), maxRowCount, lineSpacing,
-                                               rowLimit, blocks, wordWrap, plainText, tolerance);
+        const Measured measured =
+            DrawableTextBase::calculateSize(text, maxWidth, testFont(), maxRowCount, lineSpacing,
+                                            rowLimit, blocks, wordWrap, plainText, tolerance);
+        verifyDrawn(layOut(), measured, lineSpacing);
+        return measured;
+    }
+
+    DrawableTextBase::Layout layOut() const
+    {
+        return DrawableTextBase::layOut(text, maxWidth, testFont(), maxRowCount, lineSpacing,
+                                        rowLimit, blocks, wordWrap, plainText, tolerance);
     }
 };
 
@@ -451,6 +485,27 @@ private Q_SLOTS:
         const Measured measured = request.measure();
         QVERIFY(measured.lineCount >= 1);
         QVERIFY(measured.size.width() > 0 && measured.size.width() <= 200);
+    }
+
+    /// Where what was given is in what is drawn: behind added newlines, around pictures.
+    void drawnPositions()
+    {
+        const Request request{.text = u"a :x: b\r\ncode c"_s,
+                              .blocks = {block(2, 3, CustomEmoji), block(9, 4, CodeBlock)}};
+        const DrawableTextBase::Layout drawn = request.layOut();
+        QCOMPARE(drawn.pictures.size(), size_t(1));
+        QCOMPARE(drawn.pictures[0].block, 0);
+        QVERIFY(drawn.pictures[0].at >= drawn.shownAt(2));
+        QVERIFY(drawn.pictures[0].at < drawn.shownAt(5));
+        const auto shown = [&](qsizetype from, qsizetype end) {
+            return drawn.text.mid(drawn.shownAt(from), drawn.shownAt(end) - drawn.shownAt(from));
+        };
+        QCOMPARE(shown(0, 2), u"a "_s);
+        QCOMPARE(shown(5, 7), u" b"_s);
+        QCOMPARE(shown(9, 13).trimmed(), u"code"_s);
+        QCOMPARE(shown(14, 99), u"c"_s);
+        QCOMPARE(drawn.shownAt(-5), 0);
+        QCOMPARE(drawn.lines.size(), size_t(3));
     }
 };
 

@@ -1,0 +1,59 @@
+import QtQuick
+import im.modelbase
+import Messenger.Content
+
+/// Shows one content item of any kind, at the size that it was measured at. A bubble around it needs
+/// a padding of at least 10 pixels on the left and right, into which code and quotes reach.
+Item {
+    id: view
+
+    /// Null stands for a content of a kind that this version does not know.
+    required property ContentItem item
+    /// Pixels that the item was measured with.
+    property real maxWidth: 480
+    /// Texts of more lines are shown elided to that many; as it was given for measuring.
+    property int maxRowCount: 0
+
+    /// A link, mention, tag, ... in a text was clicked.
+    /// @param type a text entity's type; @param data what the entity carries
+    signal activated(type: int, text: string, data: var)
+    /// The content was clicked: a picture, a file, a place, one of a group's members.
+    signal opened(item: ContentItem)
+    /// An option of a poll was clicked.
+    signal voted(option: int)
+    /// A button below the message was clicked; a map of ContentItem::buttons.
+    signal pressed(button: var)
+    /// The rest of a text that is shown elided is asked for.
+    signal expanded
+
+    readonly property size shownSize:
+        ContentFormat.shownSize(item?.type ?? 0,
+                                Qt.size(item?.contentWidth ?? 0, item?.contentHeight ?? 0),
+                                item?.buttons.length ?? 0, maxWidth)
+
+    implicitWidth: shownSize.width
+    implicitHeight: shownSize.height
+
+    Part {
+        id: part
+        width: view.width
+        height: buttons.visible ? view.height - buttons.height - ContentMetrics.CaptionSpacing
+                                : view.height
+        item: view.item
+        maxWidth: view.maxWidth
+        maxRowCount: view.maxRowCount
+        onActivated: (type, text, data) => view.activated(type, text, data)
+        onOpened: item => view.opened(item)
+        onExpanded: view.expanded()
+        onVoted: option => view.voted(option)
+    }
+
+    Buttons {
+        id: buttons
+        anchors.bottom: parent.bottom
+        width: parent.width
+        item: view.item
+        visible: (view.item?.buttons.length ?? 0) > 0
+        onPressed: button => view.pressed(button)
+    }
+}

@@ -1,0 +1,13 @@
+import QtQuick
+import im.modelbase
+
+/// A content inside another one, in a row: its text, and for one without a text its kind.
+ContentText {
+    id: inner
+
+    property string otherwise
+    readonly property bool hasText: item !== null && item.content !== ""
+
+    text: hasText ? "" : otherwise
+    pixelSize: Theme.fontSize
+}

@@ -1,0 +1,13 @@
+import QtQuick
+
+/// A line of text from anywhere: never taken for markup, elided where it is too long.
+Text {
+    property bool muted: false
+
+    color: muted ? Theme.mutedText : Theme.text
+    font.pixelSize: muted ? Theme.smallFontSize : Theme.fontSize
+    elide: Text.ElideRight
+    maximumLineCount: 1
+    textFormat: Text.PlainText
+    verticalAlignment: Text.AlignVCenter
+}

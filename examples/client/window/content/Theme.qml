@@ -1,0 +1,47 @@
+pragma Singleton
+
+import QtQuick
+import im.modelbase
+
+/// The colours and sizes of all views. Every pair of a text and what is behind it has a contrast of
+/// at least 4.5:1 (WCAG 2.1, 1.4.3).
+QtObject {
+    readonly property bool dark: AppSettingModel.darkMode
+
+    // Surfaces
+    readonly property color window: dark ? "#11151a" : "#ffffff"
+    readonly property color panel: dark ? "#171c22" : "#f6f7f9"
+    readonly property color bubble: dark ? "#1f262e" : "#eff1f4"
+    readonly property color ownBubble: dark ? "#173753" : "#dbebff"
+    /// Behind system lines.
+    readonly property color notice: dark ? "#20262d" : "#e8ebef"
+    /// Of what is selected, or under the pointer.
+    readonly property color highlight: dark ? "#26313c" : "#e3e9f1"
+    readonly property color separator: dark ? "#2b333c" : "#d5dae0"
+    /// On bubbles: code, quotes, the boxes of icons.
+    readonly property color shade: dark ? "#14ffffff" : "#0f1b2733"
+    /// Over pictures, behind white text.
+    readonly property color scrim: "#a6000000"
+
+    // Texts, on any of these surfaces
+    readonly property color text: dark ? "#e9edf2" : "#1b1f24"
+    readonly property color mutedText: dark ? "#a9b3be" : "#505862"
+    readonly property color link: dark ? "#8cc4ff" : "#0a539f"
+    readonly property color right: dark ? "#7ddc9a" : "#0f5c2c"
+    readonly property color wrong: dark ? "#ffa8a3" : "#a51d20"
+    readonly property color scrimText: "#ffffff"
+
+    // Controls
+    readonly property color accent: dark ? "#2f7fd0" : "#0b62b8"
+    readonly property color accentText: dark ? "#08121d" : "#ffffff"
+    /// The part of a bar or waveform that is not filled.
+    readonly property color track: dark ? "#3c4855" : "#bcc6d1"
+    readonly property color badge: dark ? "#d9534f" : "#b3261e"
+    readonly property color badgeText: dark ? "#1a0605" : "#ffffff"
+    readonly property color spoiler: dark ? "#5b6673" : "#98a3af"
+
+    // Sizes, in pixels
+    readonly property int fontSize: AppSettingModel.themeFontSize
+    readonly property int smallFontSize: Math.max(10, fontSize - 2)
+    readonly property int radius: 8
+}

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QObject>
+#include <QSize>
+#include <QString>
+#include <QtQml/qqmlregistration.h>
+#include <QUrl>
+
+class ContentItem;
+
+/// What the views of contents need beside the items: numbers for people, and the sizes of what an
+/// item does not measure.
+class ContentFormat : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+
+public:
+    /// Lengths, in pixels, beyond those of ContentMetrics.
+    enum Length {
+        CardHeight = 60,
+        CardWidth = 240,
+        CallHeight = 48,
+        CallWidth = 210,
+        MeetingHeight = 92,
+        MeetingWidth = 230,
+        NewerHeight = 44,
+        NewerWidth = 300,
+        ButtonHeight = 36,
+        ButtonSpacing = 4,
+        ButtonsWidth = 220,
+    };
+    Q_ENUM(Length)
+
+    using QObject::QObject;
+
+    /// "1:05", "1:00:05".
+    Q_INVOKABLE static QString duration(qint64 seconds);
+    /// "10.9 KB"; empty where nobody knows.
+    Q_INVOKABLE static QString bytes(qint64 count);
+    /// Of a file on this device; empty for an empty path.
+    Q_INVOKABLE static QUrl url(const QString &path);
+    /// The size of what stands above the text in kinds whose items measure their text alone.
+    Q_INVOKABLE static QSize headSize(int type, int maxWidth);
+    /// The size that ContentView shows a content at.
+    /// @param type     of the item, 0 where there is none
+    /// @param measured the item's contentWidth and contentHeight
+    /// @param buttons  rows of buttons
+    Q_INVOKABLE static QSize shownSize(int type, QSize measured, int buttons, int maxWidth);
+    /// The same of an item, which may be null. Who keeps the sizes of messages calls this after
+    /// ContentItem::calcSize().
+    static QSize shownSize(const ContentItem *item, int maxWidth);
+};
