@@ -6,7 +6,6 @@
 #include "imlog/imlog.h"
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
-#include "storage/globalstorageprovider.h"
 
 #include <QCoreApplication>
 #include <QJSEngine>
@@ -689,8 +688,7 @@ void AccountManager::waitForFinished()
 
 void AccountManager::closeAllDbInCrash()
 {
-    // Not closeGlobalStorage(): it waits for a thread that may be the one that crashed.
-    AppSettingModel::instance()->globalStorage()->closeInCrash();
+    AppSettingModel::instance()->closeGlobalStorage();
     if (m_loginAccount)
         m_loginAccount->closeDbInCrash();
     for (AccountBase *account : std::as_const(m_accounts))

@@ -26,8 +26,8 @@
 #include <QQuickView>
 #include <QTextStream>
 #include <QTimer>
-#include <QTranslator>
 #include <QtQml/qqmlextensionplugin.h>
+#include <QTranslator>
 
 Q_IMPORT_QML_PLUGIN(Messenger_ContentPlugin)
 
