@@ -2,6 +2,7 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import im.modelbase
+import Messenger.Content
 
 /// The rows of buttons below a message.
 Column {

@@ -1,5 +1,6 @@
 import QtQuick
 import im.modelbase
+import Messenger.Content
 
 /// A call: what became of it.
 ContentPart {
@@ -30,8 +31,6 @@ ContentPart {
     }
 
     Caption {
-        item: view.item
-        maxWidth: view.maxWidth
-        onActivated: (type, text, data) => view.activated(type, text, data)
+        part: view
     }
 }

@@ -1,5 +1,6 @@
 import QtQuick
 import im.modelbase
+import Messenger.Content
 
 /// A person whom somebody recommends.
 ContentPart {
@@ -65,8 +66,6 @@ ContentPart {
     }
 
     Caption {
-        item: view.item
-        maxWidth: view.maxWidth
-        onActivated: (type, text, data) => view.activated(type, text, data)
+        part: view
     }
 }

@@ -1,5 +1,6 @@
 import QtQuick
 import im.modelbase
+import Messenger.Content
 
 /// What shows one kind of content. ContentView makes it as large as the item was measured.
 Item {
@@ -9,8 +10,15 @@ Item {
     /// Pixels that a message may take.
     readonly property real messageWidth: Math.min(maxWidth, AccountManager.maxMsgItemWidth)
 
+    /// Texts of more lines are shown elided to that many; 0: never. As it was given for measuring.
+    property int maxRowCount: 0
+
     /// A link, mention, tag, ... in a text was clicked; see MessageText.
     signal activated(type: int, text: string, data: var)
     /// The content itself: open the file, the place, the card.
     signal opened(item: ContentItem)
+    /// The rest of a text that is shown elided is asked for.
+    signal expanded
+    /// An option of a poll was clicked; the application sends the vote.
+    signal voted(option: int)
 }

@@ -1,4 +1,5 @@
 import QtQuick
+import Messenger.Content
 
 /// A text of an item in the theme's colours.
 MessageText {

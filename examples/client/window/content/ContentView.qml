@@ -1,5 +1,6 @@
 import QtQuick
 import im.modelbase
+import Messenger.Content
 
 /// Shows one content item of any kind, at the size that it was measured at. A bubble around it needs
 /// a padding of at least 10 pixels on the left and right, into which code and quotes reach.
@@ -43,6 +44,7 @@ Item {
         maxRowCount: view.maxRowCount
         onActivated: (type, text, data) => view.activated(type, text, data)
         onOpened: item => view.opened(item)
+        onExpanded: view.expanded()
         onVoted: option => view.voted(option)
     }
 

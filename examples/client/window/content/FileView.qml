@@ -1,5 +1,6 @@
 import QtQuick
 import im.modelbase
+import Messenger.Content
 
 /// A file or folder: an icon of its kind or a thumbnail, name and size; a caption.
 ContentPart {
@@ -105,9 +106,7 @@ ContentPart {
 
     Caption {
         id: caption
-        item: view.item
-        maxWidth: view.maxWidth
+        part: view
         mediaWidth: view.mediaWidth
-        onActivated: (type, text, data) => view.activated(type, text, data)
     }
 }

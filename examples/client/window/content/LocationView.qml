@@ -87,9 +87,7 @@ ContentPart {
     }
 
     Caption {
-        item: view.item
-        maxWidth: view.maxWidth
+        part: view
         mediaWidth: view.mediaWidth
-        onActivated: (type, text, data) => view.activated(type, text, data)
     }
 }

@@ -1,5 +1,6 @@
 import QtQuick
 import im.modelbase
+import Messenger.Content
 
 /// An image or video without its caption: the picture, a cover where it is a spoiler, a play mark
 /// and the duration where it is a video.

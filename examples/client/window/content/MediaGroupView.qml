@@ -34,9 +34,8 @@ ContentPart {
     }
 
     Caption {
+        part: view
         item: view.group?.caption ?? null
-        maxWidth: view.maxWidth
         mediaWidth: view.gridWidth
-        onActivated: (type, text, data) => view.activated(type, text, data)
     }
 }

@@ -17,9 +17,7 @@ ContentPart {
 
     Caption {
         id: caption
-        item: view.item
-        maxWidth: view.maxWidth
+        part: view
         mediaWidth: view.mediaWidth
-        onActivated: (type, text, data) => view.activated(type, text, data)
     }
 }

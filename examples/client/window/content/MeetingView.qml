@@ -1,5 +1,6 @@
 import QtQuick
 import im.modelbase
+import Messenger.Content
 
 /// An invitation to a meeting.
 ContentPart {
@@ -43,8 +44,6 @@ ContentPart {
     }
 
     Caption {
-        item: view.item
-        maxWidth: view.maxWidth
-        onActivated: (type, text, data) => view.activated(type, text, data)
+        part: view
     }
 }

@@ -1,5 +1,6 @@
 import QtQuick
 import im.modelbase
+import Messenger.Content
 
 /// A piece of music: its cover, title and author, its duration; a caption.
 ContentPart {
@@ -73,9 +74,7 @@ ContentPart {
 
     Caption {
         id: caption
-        item: view.item
-        maxWidth: view.maxWidth
+        part: view
         mediaWidth: view.mediaWidth
-        onActivated: (type, text, data) => view.activated(type, text, data)
     }
 }

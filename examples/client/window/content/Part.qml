@@ -1,256 +1,110 @@
-pragma ComponentBehavior: Bound
-
 import QtQuick
 import im.modelbase
 
-/// Loads what shows the kind of `item`.
+/// Shows an item by what shows its kind.
 Item {
     id: part
 
     required property ContentItem item
     required property real maxWidth
     property int maxRowCount: 0
+    readonly property string viewName: viewOf(item?.type ?? 0)
 
     signal activated(type: int, text: string, data: var)
     signal opened(item: ContentItem)
+    signal expanded
     signal voted(option: int)
 
-    readonly property int type: item?.type ?? 0
-
-    Loader {
-        anchors.fill: parent
-        sourceComponent: part.componentOf(part.type)
-    }
-
-    function componentOf(type: int): Component {
+    function viewOf(type: int): string {
         switch (type) {
         case ContentItem.Text:
         case ContentItem.LargeEmojiText:
         case ContentItem.EmojiGame:
-            return text
+            return "TextView"
         case ContentItem.Image:
         case ContentItem.Video:
-            return media
+            return "MediaView"
         case ContentItem.Voice:
-            return voice
+            return "VoiceView"
         case ContentItem.Music:
-            return music
+            return "MusicView"
         case ContentItem.File:
         case ContentItem.Folder:
-            return file
+            return "FileView"
         case ContentItem.Sticker:
-            return sticker
+            return "StickerView"
         case ContentItem.Card:
-            return card
+            return "CardView"
         case ContentItem.Location:
-            return location
+            return "LocationView"
         case ContentItem.System:
-            return system
+            return "SystemView"
         case ContentItem.Call:
-            return call
+            return "CallView"
         case ContentItem.Meeting:
-            return meeting
+            return "MeetingView"
         case ContentItem.Poll:
-            return poll
+            return "PollView"
         case ContentItem.Lottery:
-            return lottery
+            return "LotteryView"
         case ContentItem.Combined:
-            return combined
+            return "CombinedView"
         case ContentItem.MediaGroup:
-            return mediaGroup
+            return "MediaGroupView"
         case ContentItem.FileGroup:
-            return fileGroup
+            return "FileGroupView"
         default:
-            return newer
+            return "NewerView"
         }
     }
 
-    Component {
-        id: text
-
-        TextView {
-            item: part.item
-            maxWidth: part.maxWidth
-            maxRowCount: part.maxRowCount
-            onActivated: (type, text, data) => part.activated(type, text, data)
-            onOpened: item => part.opened(item)
-        }
+    // By name: views of groups show parts themselves.
+    function load() {
+        loader.setSource(viewName + ".qml",
+                         { item: item, maxWidth: maxWidth, maxRowCount: maxRowCount })
     }
 
-    Component {
-        id: media
+    onViewNameChanged: load()
+    onItemChanged: {
+        if (loader.shown)
+            loader.shown.item = item
+    }
+    Component.onCompleted: load()
 
-        MediaView {
-            item: part.item
-            maxWidth: part.maxWidth
-            onActivated: (type, text, data) => part.activated(type, text, data)
-            onOpened: item => part.opened(item)
-        }
+    Loader {
+        id: loader
+
+        readonly property ContentPart shown: item as ContentPart
+
+        anchors.fill: parent
     }
 
-    Component {
-        id: voice
-
-        VoiceView {
-            item: part.item
-            maxWidth: part.maxWidth
-            onActivated: (type, text, data) => part.activated(type, text, data)
-            onOpened: item => part.opened(item)
-        }
+    Binding {
+        target: loader.shown
+        property: "maxWidth"
+        value: part.maxWidth
     }
 
-    Component {
-        id: music
-
-        MusicView {
-            item: part.item
-            maxWidth: part.maxWidth
-            onActivated: (type, text, data) => part.activated(type, text, data)
-            onOpened: item => part.opened(item)
-        }
+    Binding {
+        target: loader.shown
+        property: "maxRowCount"
+        value: part.maxRowCount
     }
 
-    Component {
-        id: file
+    Connections {
+        target: loader.shown
 
-        FileView {
-            item: part.item
-            maxWidth: part.maxWidth
-            onActivated: (type, text, data) => part.activated(type, text, data)
-            onOpened: item => part.opened(item)
+        function onActivated(type: int, text: string, data: var) {
+            part.activated(type, text, data)
         }
-    }
-
-    Component {
-        id: sticker
-
-        StickerView {
-            item: part.item
-            maxWidth: part.maxWidth
-            onActivated: (type, text, data) => part.activated(type, text, data)
-            onOpened: item => part.opened(item)
+        function onOpened(item: ContentItem) {
+            part.opened(item)
         }
-    }
-
-    Component {
-        id: card
-
-        CardView {
-            item: part.item
-            maxWidth: part.maxWidth
-            onActivated: (type, text, data) => part.activated(type, text, data)
-            onOpened: item => part.opened(item)
+        function onExpanded() {
+            part.expanded()
         }
-    }
-
-    Component {
-        id: location
-
-        LocationView {
-            item: part.item
-            maxWidth: part.maxWidth
-            onActivated: (type, text, data) => part.activated(type, text, data)
-            onOpened: item => part.opened(item)
-        }
-    }
-
-    Component {
-        id: system
-
-        SystemView {
-            item: part.item
-            maxWidth: part.maxWidth
-            onActivated: (type, text, data) => part.activated(type, text, data)
-            onOpened: item => part.opened(item)
-        }
-    }
-
-    Component {
-        id: call
-
-        CallView {
-            item: part.item
-            maxWidth: part.maxWidth
-            onActivated: (type, text, data) => part.activated(type, text, data)
-            onOpened: item => part.opened(item)
-        }
-    }
-
-    Component {
-        id: meeting
-
-        MeetingView {
-            item: part.item
-            maxWidth: part.maxWidth
-            onActivated: (type, text, data) => part.activated(type, text, data)
-            onOpened: item => part.opened(item)
-        }
-    }
-
-    Component {
-        id: poll
-
-        PollView {
-            item: part.item
-            maxWidth: part.maxWidth
-            onVoted: option => part.voted(option)
-            onActivated: (type, text, data) => part.activated(type, text, data)
-            onOpened: item => part.opened(item)
-        }
-    }
-
-    Component {
-        id: lottery
-
-        LotteryView {
-            item: part.item
-            maxWidth: part.maxWidth
-            onActivated: (type, text, data) => part.activated(type, text, data)
-            onOpened: item => part.opened(item)
-        }
-    }
-
-    Component {
-        id: combined
-
-        CombinedView {
-            item: part.item
-            maxWidth: part.maxWidth
-            onActivated: (type, text, data) => part.activated(type, text, data)
-            onOpened: item => part.opened(item)
-        }
-    }
-
-    Component {
-        id: mediaGroup
-
-        MediaGroupView {
-            item: part.item
-            maxWidth: part.maxWidth
-            onActivated: (type, text, data) => part.activated(type, text, data)
-            onOpened: item => part.opened(item)
-        }
-    }
-
-    Component {
-        id: fileGroup
-
-        FileGroupView {
-            item: part.item
-            maxWidth: part.maxWidth
-            onActivated: (type, text, data) => part.activated(type, text, data)
-            onOpened: item => part.opened(item)
-        }
-    }
-
-    Component {
-        id: newer
-
-        NewerView {
-            item: part.item
-            maxWidth: part.maxWidth
-            onActivated: (type, text, data) => part.activated(type, text, data)
-            onOpened: item => part.opened(item)
+        function onVoted(option: int) {
+            part.voted(option)
         }
     }
 }

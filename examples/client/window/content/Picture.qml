@@ -1,5 +1,6 @@
 import QtQuick
 import im.modelbase
+import Messenger.Content
 
 /// An image as it comes: the small one of the message, the thumbnail, the file; covered where it is
 /// a spoiler. It fills its size, cropped.

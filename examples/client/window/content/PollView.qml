@@ -12,9 +12,6 @@ ContentPart {
     /// Nobody sees the votes before giving one.
     readonly property bool showsVotes: hasVoted || (poll?.ended ?? false)
 
-    /// An option of the poll was clicked; the application sends the vote.
-    signal voted(option: int)
-
     function kindText(): string {
         if (!poll)
             return ""

@@ -5,11 +5,10 @@ import im.modelbase
 ContentPart {
     id: view
 
-    property int maxRowCount: 0
     readonly property bool isLarge: item?.type === ContentItem.LargeEmojiText
                                     || item?.type === ContentItem.EmojiGame
 
-    ContentText {
+    LongText {
         x: view.isLarge ? Math.round((view.width - implicitWidth) / 2) : 0
         y: view.isLarge ? Math.round((view.height - implicitHeight) / 2) : 0
         item: view.item
@@ -18,5 +17,6 @@ ContentPart {
         // One emoji in the square that the item asks for.
         pixelSize: view.item?.type === ContentItem.EmojiGame ? 72 : 0
         onActivated: (type, text, data) => view.activated(type, text, data)
+        onExpanded: view.expanded()
     }
 }

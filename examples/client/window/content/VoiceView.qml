@@ -1,5 +1,6 @@
 import QtQuick
 import im.modelbase
+import Messenger.Content
 
 /// A voice message: a play button, its waveform, its duration; a caption.
 ContentPart {
@@ -39,9 +40,7 @@ ContentPart {
 
     Caption {
         id: caption
-        item: view.item
-        maxWidth: view.maxWidth
+        part: view
         mediaWidth: view.mediaWidth
-        onActivated: (type, text, data) => view.activated(type, text, data)
     }
 }
