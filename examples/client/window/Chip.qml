@@ -6,7 +6,9 @@ import Messenger.Content
 AbstractButton {
     id: chip
 
-    implicitWidth: label.implicitWidth + 20
+    leftPadding: 10
+    rightPadding: 10
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: 26
 
     background: Rectangle {
@@ -16,7 +18,6 @@ AbstractButton {
         border.color: Theme.text
     }
     contentItem: Text {
-        id: label
         text: chip.text
         color: chip.checked ? Theme.accentText : Theme.text
         font.pixelSize: 13

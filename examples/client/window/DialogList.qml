@@ -15,8 +15,12 @@ Rectangle {
     property alias archived: filter.archived
     property alias tag: filter.tag
     property alias search: searchField.text
-    readonly property list<string> tags: ["friends", "family", "work"]
+    readonly property var tags: ["friends", "family", "work"]
+    readonly property var choices: ["", "friends", "family", "work"]
 
+    function has(tags: var, tag: string): bool {
+        return tags.indexOf(tag) >= 0
+    }
     function tagName(tag: string): string {
         switch (tag) {
         case "friends":
@@ -39,6 +43,23 @@ Rectangle {
         const date = new Date(time)
         return date.toDateString() === new Date().toDateString()
                 ? Qt.formatTime(date, "hh:mm") : date.toLocaleDateString(Qt.locale(), Locale.ShortFormat)
+    }
+
+    component Tag: Rectangle {
+        id: tagLabel
+        required property string modelData
+
+        implicitWidth: tagText.implicitWidth + 12
+        implicitHeight: 18
+        radius: 4
+        color: Theme.separator
+        Text {
+            id: tagText
+            anchors.centerIn: parent
+            text: list.tagName(tagLabel.modelData)
+            color: Theme.text
+            font.pixelSize: 11
+        }
     }
 
     color: Theme.panel
@@ -80,7 +101,7 @@ Rectangle {
             spacing: 6
 
             Repeater {
-                model: [""].concat(list.tags)
+                model: list.choices
 
                 Chip {
                     required property string modelData
@@ -151,7 +172,7 @@ Rectangle {
                             required property string modelData
                             text: list.tagName(modelData)
                             checkable: true
-                            checked: row.dialog.tagIds.includes(modelData)
+                            checked: list.has(row.dialog.tagIds, modelData)
                             onTriggered: row.dialog.toggleTag(modelData)
                         }
                     }
@@ -205,21 +226,7 @@ Rectangle {
                             }
                             Repeater {
                                 model: row.dialog.tagIds
-                                Rectangle {
-                                    id: tagLabel
-                                    required property string modelData
-                                    implicitWidth: tagText.implicitWidth + 12
-                                    implicitHeight: 18
-                                    radius: 4
-                                    color: Theme.highlight
-                                    Text {
-                                        id: tagText
-                                        anchors.centerIn: parent
-                                        text: list.tagName(tagLabel.modelData)
-                                        color: Theme.text
-                                        font.pixelSize: 11
-                                    }
-                                }
+                                Tag { }
                             }
                             Badge {
                                 mark: "♥"

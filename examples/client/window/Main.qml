@@ -12,6 +12,7 @@ ApplicationWindow {
     id: window
 
     property string page: "chats"
+    readonly property var pages: ["chats", "signin", "settings", "devices", "move", "log"]
     // What someone may also do from outside.
     property alias draft: messageView.draft
     property alias showArchived: dialogList.archived
@@ -87,7 +88,7 @@ ApplicationWindow {
         StackLayout {
             Layout.fillWidth: true
             Layout.fillHeight: true
-            currentIndex: ["chats", "signin", "settings", "devices", "move", "log"].indexOf(window.page)
+            currentIndex: window.pages.indexOf(window.page)
 
             MessageView {
                 id: messageView
