@@ -5,7 +5,7 @@
     <name></name>
     <message id="max_supported_accounts">
         <source>No more than %1 accounts can be signed in on one device.</source>
-        <translation>一台设备上最多只能登录 %1 个帐号。</translation>
+        <translation>一台设备上最多只能登录 %1 个账号。</translation>
     </message>
     <message id="system_alert_unsupported">
         <source>This version cannot show what happened here</source>
