@@ -37,7 +37,12 @@ class UserStorageProvider;
 }
 
 /// One account on this machine: who it is, how it is connected, what it has unread, its store and
-/// its keys. Abstract: the application derives the class that talks to the server.
+/// its keys. Abstract: the application derives the class that talks to the server, and gives
+/// AccountManager::init() a function that makes its objects.
+///
+/// A life: the factory, initialize(); then restore(), or a sign-in, which calls setAccountId(),
+/// openStorage(), setAuthorized() and AccountManager::addAccount(); at the end logout(),
+/// deleteAccount() or release().
 ///
 /// Thread: the main thread, but for accountId() and the encryption operations, which may be called
 /// from any thread. Ownership: the AccountManager is the parent; storage, keys and models belong to
@@ -81,44 +86,66 @@ public:
     explicit AccountBase(QObject *parent = nullptr);
     ~AccountBase() override;
 
-    // What the application's class does.
+    // What the application's class does. The manager calls all of this but setPhone(), and looks at
+    // nothing that comes of it beyond what is said here.
 
-    /// Ends the session. With `deleteThis` the object deletes itself afterwards.
+    /// Ends the session for good: AccountManager::logout() has taken the account off its list. With
+    /// `deleteThis` the object deletes itself afterwards (deleteLater()); without, it is the next
+    /// login account.
     Q_INVOKABLE virtual void logout(bool deleteThis = false) = 0;
+    /// Drops the connection and makes a new one; with `resetAutoReconnect` autoReconnect() is on
+    /// again afterwards.
     Q_INVOKABLE virtual void abortAndReconnect(bool resetAutoReconnect) = 0;
+    /// Connects where there is no connection; with `resetTime`, which the manager always gives,
+    /// without the pause that failed attempts have earned.
     Q_INVOKABLE virtual void reconnectToServer(bool resetTime = false) = 0;
+    /// Forgets which of several servers was chosen.
     Q_INVOKABLE virtual void resetCurrentServer() = 0;
-    /// Deletes the account on the server, and its data here; ends in AccountManager::logout().
+    /// Deletes the account on the server, and its data here; ends in AccountManager::logout(), with
+    /// `silent` also when the server cannot be reached after `retryTimes` further attempts. A
+    /// destroying AccountManager::unlockApp() gives false, 5, true and the setting
+    /// destructRecoverable.
     Q_INVOKABLE virtual void deleteAccount(bool deleteChats = false, int retryTimes = 0,
                                            bool silent = false, bool recoverable = false) = 0;
+    /// In memory only; see updatePhone().
     Q_INVOKABLE virtual void setPhone(QString phone);
 
     /// Run once, right after the factory made the object.
     virtual void initialize() = 0;
-    /// Opens a stored account, {"userId": id}. An account that could be opened is authorized()
-    /// afterwards.
+    /// Opens a stored account: `params` is {"userId": id}, `reason` the application's own number, 0
+    /// from the manager. An account that could be opened is authorized() when this returns; any
+    /// other is not listed.
     virtual void restore(QVariantMap params, bool connectNow, int reason) = 0;
-    /// Gives up an object that no list holds any more.
+    /// Gives up an object that is in no list: at shut-down (`logOut` false), or because somebody
+    /// turned away from signing in (true). `deleteThis`, always true from the manager, is as for
+    /// logout().
     virtual void release(bool logOut, bool deleteThis) = 0;
+    /// The account has the user's attention from now on, or has no longer.
     virtual void setActive(bool active) = 0;
     virtual void setProxy(const QNetworkProxy &proxy) = 0;
+    /// Somebody has tried to unlock the screen; the three numbers are the application's own.
     virtual void recordScreenLockLog(int sceneType, int unlockType, int result) = 0;
+    /// Called of the notebook account, before it becomes the current one.
     virtual void enterNotebookMode() = 0;
 
     // Identity.
 
+    /// The user's id; 0 before a sign-in.
     qint64 accountId() const { return m_accountId; }
-    /// Fixes the account's directories; an id below 1 is kept but has none.
+    /// Also chooses the directories below: those named after the id. With an id below 1 they stay
+    /// what they are, at first those of the id 0. Opens and moves nothing.
     void setAccountId(qint64 accountId);
     bool isAccountId(qint64 id) const { return id == m_accountId; }
-    /// True for this account's id and for the ids of its other identities.
+    /// True for this account's id and for the ids of its other identities: those of which the key
+    /// store has the user key of device 1 and type 1.
     Q_INVOKABLE bool isMyUserId(qint64 userId) const;
+    /// The number of this installation among the account's devices; 0 while it has none.
     int deviceId() const { return m_deviceId; }
     void setDeviceId(int deviceId);
     const QString &phone() const { return m_phone; }
     const QString &countryCode() const { return m_countryCode; }
     Q_INVOKABLE void setCountryCode(QString countryCode);
-    /// Sets both and tells the key store.
+    /// Sets both and stores them with the keys, where crypto::Store::userInfo() finds them again.
     void updatePhone(const QString &phone, const QString &countryCode);
     const QString &email() const { return m_email; }
     void updateEmail(const QString &email);
@@ -126,43 +153,55 @@ public:
     void setVerificationEmail(const QString &email);
     bool verificationEnabled() const { return m_verificationEnabled; }
     void setVerificationEnabled(bool enabled);
+    /// When the verification is reset, as the server tells it.
     qint64 verificationResetAt() const { return m_verificationResetAt; }
     void setVerificationResetAt(qint64 time);
 
     // State.
 
+    // Set by the application's class, kept in memory only.
+
+    /// Somebody is signed in and the store is open.
     bool authorized() const { return m_authorized; }
     void setAuthorized(bool authorized);
     bool isConnected() const { return m_isConnected; }
+    /// A NetworkState; DISCONNECTED at first. The account counts as connected in the states NORMAL
+    /// and UPDATING.
     int state() const { return m_state; }
-    /// A NetworkState. The account counts as connected in the states NORMAL and UPDATING.
     Q_INVOKABLE void setState(int state);
+    /// Whether the account is to connect again by itself; on, but for the notebook account.
     bool autoReconnect() const { return m_autoReconnect; }
     void setAutoReconnect(bool autoReconnect) { m_autoReconnect = autoReconnect; }
+    /// Messages that the user has not read, and those that mention the user. The manager adds up
+    /// what changes while the account is listed: set them after addAccount().
     int totalUnreadCount() const { return m_totalUnreadCount; }
     void setTotalUnreadCount(int count);
     int totalAtMeCount() const { return m_totalAtMeCount; }
     void setTotalAtMeCount(int count);
+    /// How many devices the server lets the account have.
     int maxDeviceCount() const { return m_maxDeviceCount; }
     void setMaxDeviceCount(int count);
     BannedState bannedState() const { return m_bannedState; }
     void setBannedState(BannedState state);
 
-    // Store, keys and models; all owned by the account and never null.
+    // Store, keys and models; all owned by the account and never null. Until openStorage() there is
+    // nothing in them.
 
     storage::UserStorageProvider *storage() const { return m_storage.get(); }
     crypto::Store *signalStore() const { return m_signalStore.get(); }
     DataInfoModel *dataInfoModel() const { return m_dataInfoModel; }
     AccountDeviceModel *deviceModel() const { return m_deviceModel; }
     AccountSettingModel *accountSettingModel() const { return m_accountSettingModel; }
-    /// Closes the databases without taking a lock.
+    /// For a crash handler: closes the database without taking a lock.
     void closeDbInCrash();
 
-    /// Directory for media, moved with the data directory; ends in a separator.
+    /// Directory for media, "<id>" in AppDirManager::cacheDataDir(), with which it moves; ends in a
+    /// separator. Made by whoever writes to it first.
     const QString &userCacheDataPath() const { return m_userCacheDataPath; }
-    /// Directory for the account's databases, which stays where it is; ends in a separator.
+    /// Directory for the account's database, "<id>/userstatus" in
+    /// AppDirManager::defaultCacheDataDir(), which stays where it is; ends in a separator.
     const QString &userStatusDataPath() const { return m_userStatusDataPath; }
-    /// Takes over the data directory in use.
+    /// Takes over AppDirManager::cacheDataDir(), after it has changed.
     void updateUserCacheDataPath();
 
     // What the application may set; not owned.
@@ -177,12 +216,15 @@ public:
     /// store.
     ConfigurationService *configurationService() const;
     void setConfigurationService(ConfigurationService *service) { m_configuration = service; }
+    /// Null unless it was set. Nothing in the library calls it.
     DeviceMessageHandler *deviceMsgHandler() const { return m_deviceMsgHandler; }
     void setDeviceMsgHandler(DeviceMessageHandler *handler) { m_deviceMsgHandler = handler; }
 
     // Dialogs: "G-<group>" for a group, "C-<smaller user>-<larger user>" for two users.
 
+    /// Of the group, or of the chat of this account with that user.
     Q_INVOKABLE QString getDialogId(qint64 targetId, bool isGroup) const;
+    /// Of the group `a`, or of the chat of two users, in any order.
     static QString getDialogId(qint64 a, qint64 b, bool isGroup);
     /// The group, or the other user, of a dialog; 0 for what is no dialog id.
     Q_INVOKABLE qint64 getTargetId(QString dialogId) const;
@@ -200,12 +242,15 @@ public:
     /// empty result and leave the key alone.
     QByteArray encrypt(const QByteArray &data, QByteArray &key) const;
     QByteArray decrypt(const QByteArray &data, const QByteArray &key) const;
-    /// Under a password, whose first 32 characters count.
+    /// Under a password, whose first 32 characters count. It is the key: nothing is derived from
+    /// it.
     QByteArray encrypt(const QByteArray &data, QString password) const;
     QByteArray decrypt(const QByteArray &data, QString password) const;
-    /// Under a secure key of the key store, which is made when it is missing. Returns the key.
+    /// Under a secure key of the key store, which is made when it is missing. Returns the key; it
+    /// and `out` are empty when the key store is not Ready.
     QByteArray encrypt(QByteArray &out, const QByteArray &data, const QString &keyId, int version);
-    /// False, with `out` untouched, when there is no such key.
+    /// False, with `out` untouched, when there is no such key; true, with `out` empty, when there
+    /// is one and the data do not open with it.
     bool decrypt(QByteArray &out, const std::string &data, const QString &keyId, int version) const;
 
     /// Version of the account's identity key; 0 unless overridden.
@@ -221,16 +266,21 @@ public:
     Q_INVOKABLE QVariantMap veirifyKey(qint64 myUserId, qint64 contactsUserId,
                                        QByteArray sha256) const;
 
-    // Features, as the server switched them; kept in the account's store.
+    // Features, as the server switched them; kept in the account's store. Ids are those of
+    // im.feature.Feature.
 
+    /// Maps {"featureId": int, "state": FeatureState as int}, by ascending id.
     QVariantList features() const;
-    /// Disabled for a feature that the server never named.
+    /// A FeatureState; disabled for a feature that the server never named.
     Q_INVOKABLE int featureState(int featureId) const;
     void setFeatures(const QMap<int, FeatureState> &features);
     void updateFeature(int featureId, FeatureState state);
+    /// Takes over what is stored; openStorage() does so.
     void readFeatures();
 
 Q_SIGNALS:
+    // Those that end in "Finished" or begin with "received" tell of answers of the server (a `code`
+    // is an im::Error): the application's class emits them.
     void authorizedChanged();
     void isConnectedChanged();
     void stateChanged();
@@ -255,10 +305,12 @@ Q_SIGNALS:
     void bannedStateChanged();
 
 protected:
-    /// Opens the account's database and keys in userStatusDataPath() and loads what lies there:
-    /// settings, data ranges, features. False, with a log line, when they cannot be opened. With
-    /// `create` false an account without a database is refused.
+    /// Opens the account's database in userStatusDataPath() and loads what lies there: settings,
+    /// data ranges, features. False, with a log line, when it cannot be opened. With `create`
+    /// false, as for restore(), an account without a database is refused. The keys are opened by
+    /// the first call that needs them, see crypto::Store.
     bool openStorage(bool create);
+    /// Writes what is pending and closes the database; the models keep what they hold.
     void closeStorage();
 
 private:

@@ -2,6 +2,7 @@
 
 #include "account/newdeviceloginmanager.h"
 #include "base/json.h"
+#include "i18n/translated_p.h"
 #include "imlog/imlog.h"
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
@@ -225,7 +226,8 @@ AccountBase *AccountManager::createAccount(bool autoReconnect)
 bool AccountManager::addAccount()
 {
     if (count() >= maxAccounts) {
-        Q_EMIT error(0, qtTrId("max_supported_accounts").arg(maxAccounts), 0);
+        //% "No more than %1 accounts can be signed in on one device."
+        Q_EMIT error(0, translated(QT_TRID_NOOP("max_supported_accounts")).arg(maxAccounts), 0);
         return false;
     }
     qCDebug(lcAccounts, "AccountManager::addAccount");

@@ -20,8 +20,12 @@ class NewDeviceLoginManager;
 
 /// The one owner of every account on this machine, as a list model of those that are signed in. It
 /// knows which account is shown (current), which has the user's attention (active), which is
-/// signing in (login) and the hidden notebook account, and keeps their ids in the application
-/// settings.
+/// signing in (login) and the hidden notebook account, and keeps the ids of the listed ones, and of
+/// the current one, in the application settings. From init() on there is a current account: a
+/// listed one, or, while nobody is signed in, the login account.
+///
+/// The dynamic property "appLocked" of the application object tells whether a passcode is asked
+/// for: init() sets it when there is one, unlockApp() and the end of the last account clear it.
 ///
 /// Thread: the main thread, but for getAccountIds() and containsAccount(), which may be called from
 /// any. No lock is held while anything is called out: a handler of any signal may call every public
@@ -69,12 +73,16 @@ public:
     Q_ENUM(ChangedItemType)
     static constexpr int maxAccounts = 5;
 
+    /// Made by the first call, on the main thread.
     static AccountManager *getInstance();
-    /// Deletes the manager and, with it, every account. Call waitForFinished() first.
+    /// Deletes the manager and, with it, every account. Call waitForFinished() first, and
+    /// AppSettingModel::releaseInstance() afterwards.
     static void releaseInstance();
 
     /// Restores the stored accounts, the one that was current first; offers a login account when
-    /// there are none. Once, on the main thread, after AppSettingModel::loadGlobalData().
+    /// there are none. When accounts were stored and none of them could be restored, all
+    /// application settings are reset. Once, on the main thread, with a QCoreApplication, after
+    /// AppSettingModel::loadGlobalData(). `factory` is kept, and never gives null.
     void init(Factory factory);
 
     int rowCount(const QModelIndex &parent = {}) const override;
@@ -82,42 +90,69 @@ public:
 
     // Accounts
 
-    /// Lists an account that is signed in; does nothing unless it is authorized().
+    /// Lists an account that is signed in; does nothing unless it is authorized(). The login
+    /// account, and the first one of all, becomes the current one. The application's class calls
+    /// this at the end of a sign-in.
     void addAccount(AccountBase *account);
     /// A fresh account object, initialised and belonging to the manager; what becomes of it is the
     /// caller's decision.
     AccountBase *createAccount(bool autoReconnect);
     bool containsAccount(AccountBase *account) const;
     AccountBase *currentAccount() const { return m_currentAccount; }
+    /// Null while nobody is signing in.
     AccountBase *loginAccount() const { return m_loginAccount; }
+    /// Null before init(). Never listed or saved.
     AccountBase *notebookAccount() const { return m_notebookAccount; }
     int count() const;
     /// True while a destroying unlock wipes the accounts.
     bool deleteAll() const { return m_deleteAll; }
+    /// Makes an account the one that signs in, unless a listener vetoes it; without a current
+    /// account it becomes that as well. Null ends the sign-in; the object stays.
     void setLoginAccount(AccountBase *account);
 
     /// Starts a new sign-in, or goes on with the one under way. False, with error(), when there are
-    /// five accounts already.
+    /// maxAccounts already.
     Q_INVOKABLE bool addAccount();
     /// The first listed account of that id, or null.
     Q_INVOKABLE AccountBase *getAccount(qint64 accountId) const;
+    /// Null for an index outside the list.
     Q_INVOKABLE AccountBase *getAccountByIndex(int index) const;
+    /// -1 for an account that is not listed.
     Q_INVOKABLE int accountIndex(AccountBase *account) const;
     /// The ids of the listed accounts that have one, in the list's order.
     Q_INVOKABLE QList<qint64> getAccountIds() const;
+    /// Takes an account off the list and calls its logout(); if it was current, the one before it
+    /// is current again, or a neighbour in the list. The last account stays as the login account,
+    /// and with its id all application settings are reset. Of the login account: the sign-in ends,
+    /// where accounts are listed.
     Q_INVOKABLE void logout(AccountBase *account);
+    /// The same of all accounts. The current one stays as the login account.
     Q_INVOKABLE void logoutAll();
+    /// Shows a listed account, unless a listener vetoes it, and ends a sign-in under way. Nothing
+    /// happens for an id that is not listed.
     Q_INVOKABLE void setCurrentAccount(qint64 accountId);
+    /// As setCurrentAccount(), with the account that follows the current one in the list, after the
+    /// last one the first.
     Q_INVOKABLE void activeNextAccount();
+    /// Tells this account, and the one that was active, by AccountBase::setActive(). Every change
+    /// of the current or login account does so by itself.
     Q_INVOKABLE void setActiveAccount(AccountBase *account);
+    /// False when there is no such account in the list.
     Q_INVOKABLE bool setActiveAccountById(qint64 accountId);
-    /// The veto: a handler of beginChangeCurrentItem sets false to keep things as they are.
+    /// The veto, by a ChangedItemType: a handler of beginChangeCurrentItem sets false to keep
+    /// things as they are. Each such signal begins with true.
     Q_INVOKABLE bool currentItemChangeable(int type) const;
     Q_INVOKABLE void setCurrentItemChangeable(int type, bool changeable);
+    /// The user has given a passcode, which the application has checked. With `notebookMode` the
+    /// notebook account is shown from now on; without, it gives way to the account before it. With
+    /// `destroy` every account is deleted instead (AccountBase::deleteAccount()), and the last one
+    /// to log out ends in appWiped().
     Q_INVOKABLE void unlockApp(bool destroy, bool notebookMode);
-    /// Runs once the last account of a wipe is gone; emits appWiped().
+    /// The end of a wipe, queued by it; emits appWiped().
     Q_INVOKABLE void afterUnlockApp();
+    /// Passed on to the listed accounts.
     Q_INVOKABLE void recordScreenLockLog(int sceneType, int unlockType, int result);
+    /// Passed on to the listed accounts and the login account, as all of "Connection" is.
     void updateUserCacheDataPath();
 
     // Connection
@@ -128,44 +163,62 @@ public:
     void reconnectToServer();
     void resetCurrentServer();
     void setProxy(const QNetworkProxy &proxy);
+    /// True when one that is to connect by itself is not connected.
     bool hasDisconnectedTcp() const;
 
     // Life
 
     /// Gives all accounts up. Run by the destructor.
     void reset();
-    /// Waits, in bounded rounds, for what runs in the background.
+    /// Waits for what runs in the reset pool, in 100 rounds of at most 40 ms in which events of the
+    /// calling thread are processed, then at most 3 s for the file transfer thread, which is
+    /// terminated when it still runs and not started again.
     void waitForFinished();
-    /// For a crash handler: closes every database without taking a lock.
+    /// For a crash handler: closes the databases of the settings and of the accounts, and empties
+    /// the list without a signal. Those of the accounts are closed without taking a lock; the
+    /// settings are written first, as by AppSettingModel::closeGlobalStorage().
     Q_INVOKABLE void closeAllDbInCrash();
+    /// A thread for the application's uploads and downloads, which it moves its own objects to.
+    /// Runs from the making of the manager to reset() or waitForFinished().
     QThread *fileTransferThread() const { return m_fileTransferThread; }
+    /// A pool of 5 threads for what the application's accounts clean up in release() and logout().
     QThreadPool *getResetThreadPool() const { return m_resetThreadPool; }
     NewDeviceLoginManager *newDeviceLoginManager() const { return m_newDeviceLoginManager; }
     AppDataMove *appDataMove() const { return m_appDataMove; }
 
     // Totals, meeting, geometry
 
+    /// Of the listed accounts together, as far as they changed while they were listed.
     int totalUnreadCount() const { return m_totalUnreadCount; }
     int totalAtMeCount() const { return m_totalAtMeCount; }
+    /// Which page the interface shows: its own number, in memory only.
     Q_INVOKABLE int viewIndex() const { return m_viewIndex; }
     Q_INVOKABLE void setViewIndex(int index);
     bool notebookMode() const { return m_notebookMode; }
     void setNotebookMode(bool notebookMode);
 
+    /// The meeting that the user is in, not owned; null without one. joiningMeeting() is true from
+    /// the moment that one is asked for: it ends with a failure, or with the meeting.
     MeetingModelBase *meetingModel() const { return m_meetingModel; }
     Q_INVOKABLE void setMeetingModel(MeetingModelBase *meetingModel);
     bool joiningMeeting() const { return m_joiningMeeting; }
     Q_INVOKABLE void setJoiningMeeting(bool joiningMeeting);
     const QString &joiningMeetingId() const { return m_joiningMeetingId; }
     Q_INVOKABLE void setJoiningMeetingId(QString joiningMeetingId);
+    /// What the server answered: the meeting, or a code other than 0 (an im::Error), of which
+    /// createMeetingFailed() tells.
     void createMeetingFinished(int code, MeetingModelBase *meeting, const QString &dialogId,
                                const QString &meetingName);
+    /// Likewise; `text` tells the user what went wrong.
     void joinMeetingFinished(bool ok, MeetingModelBase *meeting, const QString &text);
     void meetingWillBeDeleted(MeetingModelBase *meeting);
 
-    /// Pixels. Item widths are at least 200; widths below 1 are ignored.
+    /// The window without the list of dialogs, in pixels. init() takes the first size from the
+    /// stored geometry of the main window.
     QSize dialogWindowSize() const { return m_dialogWindowSize; }
     void setDialogWindowSize(const QSize &size);
+    /// How wide a message with media may be, in pixels, in a chat and in the narrower view of a
+    /// thread: at least 200; widths below 1 are ignored. ContentItem::calcSize() goes by them.
     int maxMsgItemWidth() const { return m_maxMsgItemWidth; }
     void setMaxMsgItemWidth(int width);
     int maxMsgItemWidthInThread() const { return m_maxMsgItemWidthInThread; }
@@ -175,8 +228,15 @@ public:
 
 Q_SIGNALS:
     // Many of these are relays: accounts and other parts of the application emit them through the
-    // manager, so that the interface has one place to connect to.
+    // manager, so that the interface has one place to connect to. The library itself emits the
+    // change signals of the properties, beginReset, newDeviceLogin, error, sigReconnectToServer,
+    // joinMeetingFailed, createMeetingFailed, reactionBeRead, beginChangeCurrentItem and appWiped.
+    // Of the numbers, a `code` or `errorCode` is an im::Error, a `command` an im::Command, a
+    // `callState` an im::Message::CallState; all others are the application's own.
+
+    /// All accounts are about to be given up.
     void beginReset();
+    /// `lastAccount` is the one before, while it is signed in; both may be null.
     void currentAccountChanged(AccountBase *currentAccount, AccountBase *lastAccount);
     void countChanged(int count);
     void notifyNewMessage(QVariantList messages);
@@ -186,6 +246,8 @@ Q_SIGNALS:
     void newDeviceLogin(AccountBase *account, QVariantMap newDevice);
     void receiveMeetingInvite(MeetingModelBase *meetingModel);
     void versionNotSurport();
+    /// Something for the user to read, in the application's language. What the library tells has
+    /// the code 0 and the reason 0.
     void error(int code, QString text, int reason);
     void cmdResult(int command, int code, QVariantMap result);
     void notify(int errorCode);
@@ -202,6 +264,8 @@ Q_SIGNALS:
     void reactionBeRevoked(qint64 accountId, QString dialogId, qint64 msgId, qint64 userId,
                            QString emoji);
     void reactionBeRead(qint64 accountId, QString dialogId, QList<qint64> msgIds);
+    /// Before a change of the current or the login account (a ChangedItemType), while all is as it
+    /// was; see setCurrentItemChangeable(). With `forcedJump` a veto does not count.
     void beginChangeCurrentItem(int changedItemType, bool forcedJump, QObject *oldCurrent,
                                 QObject *newCurrent);
     void accountBeLogouted(qint64 accountId);

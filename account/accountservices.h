@@ -28,7 +28,8 @@ public:
 };
 
 /// What handles the messages that the account's devices send each other (keys, read marks,
-/// patches).
+/// patches). The account holds it for the application, AccountBase::deviceMsgHandler(); nothing in
+/// the library calls it.
 class MODELBASE_EXPORT DeviceMessageHandler
 {
 public:

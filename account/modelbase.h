@@ -12,7 +12,7 @@ public:
 
     /// Fills the model from the account's store; does nothing when `skip` is true.
     virtual void loadLocalData(bool skip) = 0;
-    /// Empties the model; what is stored stays.
+    /// Empties the model; what is stored stays. No model of the library looks at the argument.
     virtual void clearData(bool clear) = 0;
 
 protected:

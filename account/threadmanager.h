@@ -59,7 +59,7 @@ public:
     QThreadPool *threadPool() const;
 
 Q_SIGNALS:
-    /// Relayed for the media layer, which emits it here.
+    /// A relay for the application's media layer; nothing in the library emits it.
     void decodeCaptureFinished(const QString &path, bool ok);
 
 private:

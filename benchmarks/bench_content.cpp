@@ -16,7 +16,10 @@
 
 #include <malloc.h>
 
+#include <functional>
+#include <memory>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 namespace
@@ -95,149 +98,16 @@ void addFactoryRows()
         });
 }
 
-/// What a file record has, for the floor: as a user would take it from the record by hand.
-struct FileParts {
-    FileParts() = default;
-    explicit FileParts(const im::content::FileInfo &info)
-        : id(QString::fromStdString(info.id())), name(QString::fromStdString(info.name())),
-          key(QByteArray::fromStdString(info.key())),
-          checksum(QByteArray::fromStdString(info.checksum())), size(info.size())
-    {
-    }
+using im::content::Content;
 
-    QString id, name;
-    QByteArray key, checksum;
-    qint64 size = 0;
-};
-
-struct MediaParts {
-    QSharedPointer<QObject> object = QSharedPointer<QObject>::create();
-    FileParts file, thumbnail;
-    QByteArray bytes;
-    QString first, second, caption;
-};
-
-void fillFile(im::content::FileInfo *info, const char *name)
+QString words(const std::string &from)
 {
-    info->set_id("5f2b7c0e9d41a8f36b1c7e20-0421");
-    info->set_key(std::string(32, 'k'));
-    info->set_checksum(std::string(16, 'c'));
-    info->set_name(name);
-    info->set_size(2'345'678);
-    info->set_version(2);
+    return QString::fromStdString(from);
 }
 
-void fillThumb(im::content::FileThumb *thumb)
+QByteArray raw(const std::string &from)
 {
-    fillFile(thumb->mutable_thumb_file(), "");
-    thumb->mutable_thumb_file()->set_id("5f2b7c0e9d41a8f36b1c7e20-0422");
-    thumb->set_width(320);
-    thumb->set_height(240);
-    thumb->set_thumb_nail(std::string(700, 't'));
-}
-
-/// A row for a kind of content with files.
-/// @param take the floor: what a user takes out of the parsed record
-template <typename Take>
-void addKindRow(const char *kind, const im::content::Content &content, Take take)
-{
-    const std::string bytes = content.SerializeAsString();
-    comparison::add(
-        std::string("makeContentItem from protocol bytes, ") + kind, 2.0,
-        [bytes](benchmark::State &state) {
-            for (auto _ : state)
-                benchmark::DoNotOptimize(makeContentItem(bytes, 2, 1, nullptr));
-        },
-        [bytes, take](benchmark::State &state) {
-            for (auto _ : state) {
-                im::content::Content parsed;
-                if (!parsed.ParseFromString(bytes))
-                    state.SkipWithError("no content");
-                MediaParts parts;
-                take(parsed, parts);
-                benchmark::DoNotOptimize(parts);
-            }
-        });
-}
-
-void addFileKindRows()
-{
-    using im::content::Content;
-    const std::string caption = "The lake this morning, before the fog was gone";
-    const auto takeText = [](const std::string &from) { return QString::fromStdString(from); };
-    const auto takeBytes = [](const std::string &from) { return QByteArray::fromStdString(from); };
-
-    Content image;
-    image.mutable_image()->set_width(4032);
-    image.mutable_image()->set_height(3024);
-    fillFile(image.mutable_image()->mutable_image_file(), "IMG_20240817_093312.jpg");
-    fillThumb(image.mutable_image()->mutable_thumb());
-    image.mutable_image()->mutable_caption()->set_text(caption);
-    addKindRow("image", image, [=](const Content &content, MediaParts &parts) {
-        const auto &body = content.image();
-        parts.file = FileParts(body.image_file());
-        parts.thumbnail = FileParts(body.thumb().thumb_file());
-        parts.bytes = takeBytes(body.thumb().thumb_nail());
-        parts.caption = takeText(body.caption().text());
-    });
-
-    Content video;
-    video.mutable_video()->set_width(1920);
-    video.mutable_video()->set_height(1080);
-    video.mutable_video()->set_duration(75);
-    fillFile(video.mutable_video()->mutable_video_file(), "VID_20240817_093312.mp4");
-    fillThumb(video.mutable_video()->mutable_thumb());
-    video.mutable_video()->mutable_caption()->set_text(caption);
-    addKindRow("video", video, [=](const Content &content, MediaParts &parts) {
-        const auto &body = content.video();
-        parts.file = FileParts(body.video_file());
-        parts.thumbnail = FileParts(body.thumb().thumb_file());
-        parts.bytes = takeBytes(body.thumb().thumb_nail());
-        parts.caption = takeText(body.caption().text());
-    });
-
-    Content voice;
-    voice.mutable_voice()->set_duration(12);
-    voice.mutable_voice()->set_waveform(std::string(64, 'w'));
-    fillFile(voice.mutable_voice()->mutable_voice_file(), "voice.ogg");
-    addKindRow("voice", voice, [=](const Content &content, MediaParts &parts) {
-        parts.file = FileParts(content.voice().voice_file());
-        parts.bytes = takeBytes(content.voice().waveform());
-    });
-
-    Content audio;
-    audio.mutable_audio()->set_duration(214);
-    audio.mutable_audio()->set_title("Morning at the lake");
-    audio.mutable_audio()->set_authors("The Boathouse Quartet");
-    fillFile(audio.mutable_audio()->mutable_audio_file(), "morning.mp3");
-    fillFile(audio.mutable_audio()->mutable_thumb_file(), "");
-    audio.mutable_audio()->set_thumb_nail(std::string(700, 't'));
-    addKindRow("music", audio, [=](const Content &content, MediaParts &parts) {
-        const auto &body = content.audio();
-        parts.file = FileParts(body.audio_file());
-        parts.thumbnail = FileParts(body.thumb_file());
-        parts.bytes = takeBytes(body.thumb_nail());
-        parts.first = takeText(body.title());
-        parts.second = takeText(body.authors());
-    });
-
-    Content file;
-    fillFile(file.mutable_file()->mutable_attach_file(), "Minutes of the meeting.pdf");
-    file.mutable_file()->mutable_caption()->set_text(caption);
-    addKindRow("file", file, [=](const Content &content, MediaParts &parts) {
-        parts.file = FileParts(content.file().attach_file());
-        parts.caption = takeText(content.file().caption().text());
-    });
-
-    Content location;
-    location.mutable_location()->set_longitude(8.541694);
-    location.mutable_location()->set_latitude(47.376888);
-    location.mutable_location()->set_title("Boathouse");
-    location.mutable_location()->set_address("Lake Road 7, 8001 Lakeside");
-    addKindRow("location", location, [=](const Content &content, MediaParts &parts) {
-        parts.first = takeText(content.location().title());
-        parts.second = takeText(content.location().address());
-    });
+    return QByteArray::fromStdString(from);
 }
 
 /// Bytes that `build` leaves allocated.
@@ -247,42 +117,6 @@ double allocatedBy(Build build)
     const std::size_t before = mallinfo2().uordblks;
     const auto kept = build();
     return double(mallinfo2().uordblks - before);
-}
-
-void addMemoryRow()
-{
-    constexpr int count = 100'000;
-    const auto textOf = [](int i) {
-        return text + " Message number " + std::to_string(i) + " of a long day.";
-    };
-    comparison::addBytes(
-        "memory of 100,000 text items", 1.5,
-        [=] {
-            return allocatedBy([&] {
-                std::vector<QSharedPointer<ContentItem>> items;
-                items.reserve(count);
-                im::content::Content content;
-                for (int i = 0; i < count; ++i) {
-                    content.mutable_text()->set_text(textOf(i));
-                    items.push_back(makeContentItem(content.SerializeAsString(), 2, 1, nullptr));
-                }
-                return items;
-            });
-        },
-        [=] {
-            struct BareText : QObject {
-                QString text;
-            };
-            return allocatedBy([&] {
-                std::vector<std::unique_ptr<BareText>> items;
-                items.reserve(count);
-                for (int i = 0; i < count; ++i) {
-                    items.push_back(std::make_unique<BareText>());
-                    items.back()->text = QString::fromStdString(textOf(i));
-                }
-                return items;
-            });
-        });
 }
 
 using Make = QSharedPointer<ContentItem> (*)(const std::string &bytes);
@@ -296,14 +130,43 @@ QSharedPointer<ContentItem> makeItem(const std::string &bytes)
 QSharedPointer<ContentItem> makeSticker(const std::string &bytes)
 {
     static SharedStickers stickers;
-    im::content::Content content;
+    Content content;
     return content.ParseFromString(bytes) ? stickers.sticker(content)
                                           : QSharedPointer<ContentItem>();
 }
 
-/// @param take the floor: the values that a user takes out of the parsed record by hand
+/// A share of the messages of a long chat: how their items are made, and their floor.
+struct Share {
+    int percent;
+    std::function<Content(int number)> body;
+    Make make;
+    std::function<std::unique_ptr<QObject>(const Content &parsed)> bare;
+};
+
+std::vector<Share> &chat()
+{
+    static std::vector<Share> shares;
+    return shares;
+}
+
+/// @param body    the content of a message with that number
+/// @param percent how many messages of a chat are of this kind
+/// @param take    the floor: the values that a user takes out of the parsed record by hand
+template <typename Body, typename Take>
+void addToChat(int percent, Body body, Make make, Take take)
+{
+    struct Bare : QObject {
+        explicit Bare(decltype(take(Content())) taken) : values(std::move(taken)) { }
+        decltype(take(Content())) values;
+    };
+    chat().push_back({percent, body, make, [take](const Content &parsed) {
+                          return std::make_unique<Bare>(take(parsed));
+                      }});
+}
+
+/// A row for the kind; see addToChat().
 template <typename Take>
-void addBodyRow(const char *kind, const im::content::Content &content, Make make, Take take)
+void addKindRow(const char *kind, const Content &content, Make make, Take take)
 {
     const std::string bytes = content.SerializeAsString();
     comparison::add(
@@ -314,7 +177,7 @@ void addBodyRow(const char *kind, const im::content::Content &content, Make make
         },
         [bytes, take](benchmark::State &state) {
             for (auto _ : state) {
-                im::content::Content parsed;
+                Content parsed;
                 if (!parsed.ParseFromString(bytes))
                     state.SkipWithError("no content");
                 const auto object = QSharedPointer<QObject>::create();
@@ -325,91 +188,391 @@ void addBodyRow(const char *kind, const im::content::Content &content, Make make
         });
 }
 
-void addCardKindRows()
+template <typename Body, typename Take>
+void addKind(const char *kind, int percent, Body body, Make make, Take take)
 {
-    using im::content::Content;
-    const auto words = [](const std::string &from) { return QString::fromStdString(from); };
-    const auto raw = [](const std::string &from) { return QByteArray::fromStdString(from); };
+    addKindRow(kind, body(421), make, take);
+    addToChat(percent, body, make, take);
+}
 
-    Content call;
-    call.mutable_call()->set_call_state(im::Message::FINISHED);
-    call.mutable_call()->set_call_id("5f2b7c0e9d41a8f36b1c7e20");
-    call.mutable_call()->set_duration(754);
-    addBodyRow("call", call, makeItem, [=](const Content &content) {
-        return std::tuple(words(content.call().call_id()), content.call().duration());
-    });
+std::string fileId(int number)
+{
+    const std::string digits = std::to_string(number);
+    return "5f2b7c0e9d41a8f36b1c7e20-" + std::string(6 - digits.size(), '0') + digits;
+}
 
-    Content meeting;
-    meeting.mutable_meeting_invite()->set_key(std::string(32, 'k'));
-    meeting.mutable_meeting_invite()->set_nonce("9d41a8f36b1c7e20");
-    addBodyRow("meeting", meeting, makeItem, [=](const Content &content) {
-        return std::tuple(raw(content.meeting_invite().key()),
-                          words(content.meeting_invite().nonce()));
-    });
+void fillFile(im::content::FileInfo *info, int number, const char *name)
+{
+    info->set_id(fileId(number));
+    info->set_key(std::string(32, 'k'));
+    info->set_checksum(std::string(16, 'c'));
+    info->set_name(name);
+    info->set_size(2'345'678);
+    info->set_version(2);
+}
 
-    Content card;
-    card.mutable_card()->set_nickname("Amira Nassar");
-    card.mutable_card()->set_im_id("amira_n");
-    card.mutable_card()->set_user_id(4711);
-    auto *photo = card.mutable_card()->mutable_avatar_thumb();
-    photo->set_id("5f2b7c0e9d41a8f36b1c7e20-0421");
-    photo->set_key(std::string(32, 'k'));
-    photo->set_checksum(std::string(16, 'c'));
-    photo->set_size(23'456);
-    addBodyRow("card", card, makeItem, [=](const Content &content) {
-        const auto &body = content.card();
-        return std::tuple(words(body.nickname()), words(body.im_id()),
-                          words(body.avatar_thumb().id()), raw(body.avatar_thumb().key()),
-                          raw(body.avatar_thumb().checksum()));
-    });
+void fillThumb(im::content::FileThumb *thumb, int number)
+{
+    fillFile(thumb->mutable_thumb_file(), number + 500'000, "");
+    thumb->set_width(320);
+    thumb->set_height(240);
+    thumb->set_thumb_nail(std::string(700, 't'));
+}
 
-    Content system;
-    auto *alert = system.mutable_system_alert();
-    alert->set_type(im::content::SystemAlert::MEMBER_JOINED);
-    alert->mutable_operator_()->set_user_id(4711);
-    alert->mutable_operator_()->set_name("Amira Nassar");
-    for (const char *name : {"Mia Berg", "Jonas Lindqvist", "Li Wei"}) {
-        alert->add_targets()->set_name(name);
-        alert->mutable_targets()->rbegin()->set_user_id(4800);
-    }
-    addBodyRow("system alert", system, makeItem, [=](const Content &content) {
-        const auto &body = content.system_alert();
-        QList<std::pair<int, QString>> users{
-            {body.operator_().user_id(), words(body.operator_().name())}};
-        for (const auto &target : body.targets())
-            users.append({target.user_id(), words(target.name())});
-        return users;
-    });
+/// What a file record has, as a user would take it from the record by hand.
+auto takeFile(const im::content::FileInfo &info)
+{
+    return std::tuple(words(info.id()), words(info.name()), raw(info.key()), raw(info.checksum()),
+                      info.size(), info.version());
+}
 
-    Content sticker;
-    sticker.mutable_sticker()->set_shortcut("👋");
-    sticker.mutable_sticker()->set_width(512);
-    sticker.mutable_sticker()->set_height(512);
-    sticker.mutable_sticker()->set_pid(12);
-    auto *file = sticker.mutable_sticker()->mutable_sticker_file();
-    file->set_id("5f2b7c0e9d41a8f36b1c7e20-0422");
-    file->set_key(std::string(32, 'k'));
-    file->set_checksum(std::string(16, 'c'));
-    file->set_size(34'567);
-    const auto takeSticker = [=](const Content &content) {
-        const auto &body = content.sticker();
-        return std::tuple(words(body.shortcut()), words(body.hint()),
-                          words(body.sticker_file().id()), raw(body.sticker_file().key()),
-                          raw(body.sticker_file().checksum()));
+auto takeThumb(const im::content::FileThumb &thumb)
+{
+    return std::tuple(takeFile(thumb.thumb_file()), raw(thumb.thumb_nail()), thumb.width(),
+                      thumb.height());
+}
+
+const char *const caption = "The lake this morning, before the fog was gone";
+
+std::string numberedText(int number)
+{
+    return text + " Message number " + std::to_string(number) + " of a long day.";
+}
+
+void addTexts()
+{
+    addToChat(
+        54,
+        [](int number) {
+            Content content;
+            content.mutable_text()->set_text(numberedText(number));
+            return content;
+        },
+        makeItem, [](const Content &content) { return words(content.text().text()); });
+    addToChat(
+        5, [](int) { return textWithMentions(); }, makeItem,
+        [](const Content &content) {
+            UserTextBlocks blocks;
+            blocks.reserve(content.text().textentity_size());
+            for (const auto &entity : content.text().textentity()) {
+                blocks.append({entity.offset(), entity.length(), int(entity.type()),
+                               entity.mention_user_id(), false});
+            }
+            return std::tuple(words(content.text().text()), blocks);
+        });
+}
+
+void addFileKinds()
+{
+    addKind(
+        "image", 12,
+        [](int number) {
+            Content content;
+            auto *image = content.mutable_image();
+            image->set_width(4032);
+            image->set_height(3024);
+            fillFile(image->mutable_image_file(), number, "IMG_20240817_093312.jpg");
+            fillThumb(image->mutable_thumb(), number);
+            image->mutable_caption()->set_text(caption);
+            return content;
+        },
+        makeItem,
+        [](const Content &content) {
+            const auto &body = content.image();
+            return std::tuple(takeFile(body.image_file()), takeThumb(body.thumb()),
+                              words(body.caption().text()), body.width(), body.height());
+        });
+    addKind(
+        "video", 3,
+        [](int number) {
+            Content content;
+            auto *video = content.mutable_video();
+            video->set_width(1920);
+            video->set_height(1080);
+            video->set_duration(75);
+            fillFile(video->mutable_video_file(), number, "VID_20240817_093312.mp4");
+            fillThumb(video->mutable_thumb(), number);
+            video->mutable_caption()->set_text(caption);
+            return content;
+        },
+        makeItem,
+        [](const Content &content) {
+            const auto &body = content.video();
+            return std::tuple(takeFile(body.video_file()), takeThumb(body.thumb()),
+                              words(body.caption().text()), body.width(), body.height(),
+                              body.duration());
+        });
+    addKind(
+        "voice", 5,
+        [](int number) {
+            Content content;
+            content.mutable_voice()->set_duration(12);
+            content.mutable_voice()->set_waveform(std::string(64, 'w'));
+            fillFile(content.mutable_voice()->mutable_voice_file(), number, "voice.ogg");
+            return content;
+        },
+        makeItem,
+        [](const Content &content) {
+            const auto &body = content.voice();
+            return std::tuple(takeFile(body.voice_file()), raw(body.waveform()), body.duration());
+        });
+    addKind(
+        "music", 1,
+        [](int number) {
+            Content content;
+            auto *audio = content.mutable_audio();
+            audio->set_duration(214);
+            audio->set_title("Morning at the lake");
+            audio->set_authors("The Boathouse Quartet");
+            fillFile(audio->mutable_audio_file(), number, "morning.mp3");
+            fillFile(audio->mutable_thumb_file(), number + 500'000, "");
+            audio->set_thumb_nail(std::string(700, 't'));
+            return content;
+        },
+        makeItem,
+        [](const Content &content) {
+            const auto &body = content.audio();
+            return std::tuple(takeFile(body.audio_file()), takeFile(body.thumb_file()),
+                              raw(body.thumb_nail()), words(body.title()), words(body.authors()),
+                              body.duration());
+        });
+    addKind(
+        "file", 4,
+        [](int number) {
+            Content content;
+            fillFile(content.mutable_file()->mutable_attach_file(), number,
+                     "Minutes of the meeting.pdf");
+            content.mutable_file()->mutable_caption()->set_text(caption);
+            return content;
+        },
+        makeItem,
+        [](const Content &content) {
+            return std::tuple(takeFile(content.file().attach_file()),
+                              words(content.file().caption().text()));
+        });
+    addKind(
+        "location", 1,
+        [](int) {
+            Content content;
+            content.mutable_location()->set_longitude(8.541694);
+            content.mutable_location()->set_latitude(47.376888);
+            content.mutable_location()->set_title("Boathouse");
+            content.mutable_location()->set_address("Lake Road 7, 8001 Lakeside");
+            return content;
+        },
+        makeItem,
+        [](const Content &content) {
+            const auto &body = content.location();
+            return std::tuple(words(body.title()), words(body.address()), body.longitude(),
+                              body.latitude());
+        });
+}
+
+void addCardKinds()
+{
+    addKind(
+        "call", 1,
+        [](int) {
+            Content content;
+            content.mutable_call()->set_call_state(im::Message::FINISHED);
+            content.mutable_call()->set_call_id("5f2b7c0e9d41a8f36b1c7e20");
+            content.mutable_call()->set_duration(754);
+            return content;
+        },
+        makeItem,
+        [](const Content &content) {
+            const auto &body = content.call();
+            return std::tuple(words(body.call_id()), body.duration(), int(body.call_state()));
+        });
+    addKind(
+        "meeting", 1,
+        [](int) {
+            Content content;
+            content.mutable_meeting_invite()->set_key(std::string(32, 'k'));
+            content.mutable_meeting_invite()->set_nonce("9d41a8f36b1c7e20");
+            return content;
+        },
+        makeItem,
+        [](const Content &content) {
+            return std::tuple(raw(content.meeting_invite().key()),
+                              words(content.meeting_invite().nonce()));
+        });
+    addKind(
+        "card", 1,
+        [](int number) {
+            Content content;
+            auto *card = content.mutable_card();
+            card->set_nickname("Amira Nassar");
+            card->set_im_id("amira_n");
+            card->set_user_id(4711);
+            auto *photo = card->mutable_avatar_thumb();
+            photo->set_id(fileId(number));
+            photo->set_key(std::string(32, 'k'));
+            photo->set_checksum(std::string(16, 'c'));
+            photo->set_size(23'456);
+            return content;
+        },
+        makeItem,
+        [](const Content &content) {
+            const auto &body = content.card();
+            return std::tuple(words(body.nickname()), words(body.im_id()), body.user_id(),
+                              takeFile(body.avatar_thumb()));
+        });
+    addKind(
+        "system alert", 4,
+        [](int) {
+            Content content;
+            auto *alert = content.mutable_system_alert();
+            alert->set_type(im::content::SystemAlert::MEMBER_JOINED);
+            alert->mutable_operator_()->set_user_id(4711);
+            alert->mutable_operator_()->set_name("Amira Nassar");
+            for (const char *name : {"Mia Berg", "Jonas Lindqvist", "Li Wei"}) {
+                alert->add_targets()->set_name(name);
+                alert->mutable_targets()->rbegin()->set_user_id(4800);
+            }
+            return content;
+        },
+        makeItem,
+        [](const Content &content) {
+            const auto &body = content.system_alert();
+            QList<std::pair<int, QString>> users{
+                {body.operator_().user_id(), words(body.operator_().name())}};
+            for (const auto &target : body.targets())
+                users.append({target.user_id(), words(target.name())});
+            return std::tuple(users, int(body.type()));
+        });
+}
+
+/// The title and the options of a poll or a lottery.
+template <typename Options>
+auto takeOptions(const Content &title, const Options &options)
+{
+    QStringList list;
+    list.reserve(options.size());
+    for (const Content &option : options)
+        list.append(words(option.text().text()));
+    return std::tuple(words(title.text().text()), list);
+}
+
+void addKindsWithOptions()
+{
+    addKind(
+        "poll", 1,
+        [](int) {
+            Content content;
+            auto *poll = content.mutable_poll();
+            poll->mutable_desc()->mutable_text()->set_text("Where do we meet on Saturday?");
+            for (const char *option : {"At the boathouse", "At the station, as always",
+                                       "On the other side of the lake", "At Amira's", "Nowhere"})
+                poll->add_options()->mutable_text()->set_text(option);
+            poll->set_key(std::string(32, 'k'));
+            return content;
+        },
+        makeItem,
+        [](const Content &content) {
+            const auto &body = content.poll();
+            return std::tuple(takeOptions(body.desc(), body.options()), raw(body.key()));
+        });
+    addKind(
+        "lottery", 1,
+        [](int) {
+            Content content;
+            auto *lottery = content.mutable_lottery();
+            lottery->mutable_title()->mutable_text()->set_text("The great boathouse raffle");
+            for (const char *prize : {"A rowing boat for a day", "Dinner for two", "A lantern",
+                                      "A jar of honey", "A warm handshake"})
+                lottery->add_prizes()->mutable_text()->set_text(prize);
+            return content;
+        },
+        makeItem,
+        [](const Content &content) {
+            return takeOptions(content.lottery().title(), content.lottery().prizes());
+        });
+}
+
+void addStickers()
+{
+    const auto body = [](int number) {
+        Content content;
+        auto *sticker = content.mutable_sticker();
+        sticker->set_shortcut("👋");
+        sticker->set_width(512);
+        sticker->set_height(512);
+        sticker->set_pid(12);
+        auto *file = sticker->mutable_sticker_file();
+        file->set_id(fileId(number));
+        file->set_key(std::string(32, 'k'));
+        file->set_checksum(std::string(16, 'c'));
+        file->set_size(34'567);
+        return content;
     };
-    addBodyRow("new sticker", sticker, makeSticker, takeSticker);
+    const auto take = [](const Content &content) {
+        const auto &sticker = content.sticker();
+        return std::tuple(words(sticker.shortcut()), words(sticker.hint()), sticker.pid(),
+                          sticker.width(), sticker.height(), takeFile(sticker.sticker_file()));
+    };
+    addKindRow("new sticker", body(421), makeSticker, take);
     // Another one that stays in some message.
-    file->set_id("5f2b7c0e9d41a8f36b1c7e20-0423");
-    static const auto held = makeSticker(sticker.SerializeAsString());
-    addBodyRow("shared sticker", sticker, makeSticker, takeSticker);
+    static const auto held = makeSticker(body(422).SerializeAsString());
+    addKindRow("shared sticker", body(422), makeSticker, take);
+    // In the chat each is another one: what sharing saves is not counted.
+    addToChat(6, body, makeSticker, take);
+}
+
+/// Items against bare objects with the same texts, bytes and numbers.
+void addMemoryRow(const char *subject, double most, const std::function<const Share &(int)> &share)
+{
+    constexpr int count = 100'000;
+    comparison::addBytes(
+        subject, most,
+        [=] {
+            return allocatedBy([&] {
+                std::vector<QSharedPointer<ContentItem>> items;
+                items.reserve(count);
+                for (int i = 0; i < count; ++i)
+                    items.push_back(share(i).make(share(i).body(i).SerializeAsString()));
+                return items;
+            });
+        },
+        [=] {
+            return allocatedBy([&] {
+                std::vector<std::unique_ptr<QObject>> items;
+                items.reserve(count);
+                for (int i = 0; i < count; ++i) {
+                    Content parsed;
+                    parsed.ParseFromString(share(i).body(i).SerializeAsString());
+                    items.push_back(share(i).bare(parsed));
+                }
+                return items;
+            });
+        });
+}
+
+void addMemoryRows()
+{
+    addMemoryRow("memory of 100,000 text items", 1.5,
+                 [](int) -> const Share & { return chat().front(); });
+    // A hundred messages in a row have each kind's share.
+    static const auto kinds = [] {
+        std::vector<std::size_t> list;
+        for (std::size_t i = 0; i < chat().size(); ++i)
+            list.insert(list.end(), std::size_t(chat()[i].percent), i);
+        return list;
+    }();
+    addMemoryRow("memory of 100,000 mixed items", 1.5, [](int number) -> const Share & {
+        return chat()[kinds[std::size_t(number) % 100]];
+    });
 }
 
 void addRows()
 {
     addFactoryRows();
-    addFileKindRows();
-    addMemoryRow();
-    addCardKindRows();
+    addTexts();
+    addFileKinds();
+    addCardKinds();
+    addKindsWithOptions();
+    addStickers();
+    addMemoryRows();
 }
 
 } // namespace

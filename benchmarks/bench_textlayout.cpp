@@ -1,5 +1,6 @@
 #include "base/drawabletextbase.h"
 #include "base/drawabletextutil.h"
+#include "base/wordlayout_p.h"
 #include "support/comparison.h"
 
 #include <QFont>
@@ -10,6 +11,7 @@
 #include <QTextLayout>
 
 #include <algorithm>
+#include <random>
 
 namespace
 {
@@ -47,13 +49,22 @@ QFont messageFont()
     return font;
 }
 
+/// Whole words in bold, italic, underlined and monospace, as people mark them.
 UserTextBlocks entitiesOf(const QString &text)
 {
-    const int length = int(text.size());
-    return {{0, length / 4, TextEntityType::Bold, {}, false},
-            {length / 3, length / 4, TextEntityType::Italic, {}, false},
-            {length / 2, length / 8, TextEntityType::Underline, {}, false},
-            {length * 3 / 4, length / 8, TextEntityType::Monospace, {}, false}};
+    UserTextBlocks blocks;
+    const auto mark = [&](qsizetype around, qsizetype length, qint32 type) {
+        const qsizetype from = text.indexOf(u' ', around) + 1;
+        const qsizetype end = text.indexOf(u' ', from + length);
+        if (from > around && end > from)
+            blocks.append({int(from), int(end - from), type, {}, false});
+    };
+    const qsizetype length = text.size();
+    mark(0, length / 5, TextEntityType::Bold);
+    mark(length / 3, length / 6, TextEntityType::Italic);
+    mark(length / 2, length / 8, TextEntityType::Underline);
+    mark(length * 3 / 4, length / 16, TextEntityType::Monospace);
+    return blocks;
 }
 
 QSizeF measure(const QString &text, double width, const UserTextBlocks &blocks)
@@ -111,12 +122,50 @@ QSizeF plainLayout(const QString &text, double width, const UserTextBlocks &bloc
     return size;
 }
 
+/// Other texts of the same words: each message with what lies between its line breaks shuffled.
+const QStringList &otherMessages()
+{
+    static const QStringList texts = [] {
+        QStringList made;
+        std::mt19937 random(1);
+        for (int i = 0; i < 50; ++i) {
+            for (const QString &text : messages()) {
+                QStringList pieces;
+                QTextBoundaryFinder finder(QTextBoundaryFinder::Line, text);
+                for (qsizetype from = 0, to = 0; (to = finder.toNextBoundary()) >= 0; from = to)
+                    pieces.append(text.sliced(from, to - from));
+                std::shuffle(pieces.begin(), pieces.end(), random);
+                made.append(pieces.join(QString()));
+            }
+        }
+        return made;
+    }();
+    return texts;
+}
+
 template <typename Measure>
 comparison::Body atOneWidth(Measure measureMessage)
 {
     return [measureMessage](benchmark::State &state) {
         for (auto _ : state) {
             for (const QString &text : messages())
+                benchmark::DoNotOptimize(measureMessage(text, bubbleWidth));
+        }
+    };
+}
+
+/// Texts of which every word has been met before, in its format. Nothing is kept of a text as a
+/// whole, so it makes no difference that some have been too.
+template <typename Measure>
+comparison::Body ofKnownWords(Measure measureMessage)
+{
+    return [measureMessage](benchmark::State &state) {
+        for (int i = 0; i < 3; ++i) {
+            for (const QString &text : otherMessages())
+                measureMessage(text, bubbleWidth);
+        }
+        for (auto _ : state) {
+            for (const QString &text : otherMessages())
                 benchmark::DoNotOptimize(measureMessage(text, bubbleWidth));
         }
     };
@@ -162,6 +211,14 @@ void addRows()
     const auto measured = [](const QString &text, double width) {
         return measure(text, width, {});
     };
+    const auto measuredCold = [](const QString &text, double width) {
+        WordLayout::ofThisThread().clear();
+        return measure(text, width, {});
+    };
+    const auto measuredColdWithEntities = [](const QString &text, double width) {
+        WordLayout::ofThisThread().clear();
+        return measure(text, width, entitiesOf(text));
+    };
     const auto measuredWithEntities = [](const QString &text, double width) {
         return measure(text, width, entitiesOf(text));
     };
@@ -171,10 +228,15 @@ void addRows()
     const auto plainWithFormats = [](const QString &text, double width) {
         return plainLayout(text, width, entitiesOf(text));
     };
-    comparison::add("measuring a text message, cold", 1.2, atOneWidth(measured), atOneWidth(plain));
+    comparison::add("measuring a text message, cold", 1.2, atOneWidth(measuredCold),
+                    atOneWidth(plain));
     // Against a layout that is given the same formats: more fonts are dear for both.
     comparison::add("measuring a text message with entities, cold", 1.2,
-                    atOneWidth(measuredWithEntities), atOneWidth(plainWithFormats));
+                    atOneWidth(measuredColdWithEntities), atOneWidth(plainWithFormats));
+    comparison::add("measuring a new text of known words", 0.25, ofKnownWords(measured),
+                    ofKnownWords(plain));
+    comparison::add("measuring a new text of known words with entities", 0.25,
+                    ofKnownWords(measuredWithEntities), ofKnownWords(plainWithFormats));
     comparison::add("measuring it again at another width", 0.25, atManyWidths(measured),
                     atManyWidths(plain));
     comparison::add("emoji counting, ordinary text", 0.1, countingEmoji([](const QString &text) {

@@ -7,7 +7,7 @@
 #include <QString>
 
 /// The application's object for a user, as far as contents need it: the name that the account knows
-/// the user by.
+/// the user by. See SystemItem::setSender() and CardItem::setUser().
 class MODELBASE_EXPORT ContactBase : public QObject
 {
     Q_OBJECT

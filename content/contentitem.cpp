@@ -42,11 +42,6 @@ qint32 wireId(const QVariant &id)
     return qint32(std::clamp<qint64>(id.toLongLong(), Limits::min(), Limits::max()));
 }
 
-QString text(const std::string &utf8)
-{
-    return QString::fromUtf8(utf8.data(), qsizetype(utf8.size()));
-}
-
 bool isFoldable(const UserTextBlock &block)
 {
     return block.type == TextEntityType::CodeBlock || block.type == TextEntityType::Quoted;
@@ -67,6 +62,40 @@ bool isLink(const UserTextBlock &block)
 static_assert(int(TextEntityType::Quoted) == im::content::TextEntity::QUOTED
               && int(TextEntityType::Quoted) == im::content::TextEntity::Type_MAX);
 
+/// What most of a hundred thousand items do not have.
+struct ContentItem::Extra {
+    UserTextBlocks textEntity;
+    std::unique_ptr<im::content::Content> remainder; ///< mostly null
+    qint32 effect = 0;
+    int rowLimit = 0; ///< of the measuring under way
+    qint16 contentHeightInThread = 0;
+    qint16 contentWidthInThread = 0;
+    bool isGame = false;
+    bool isElided = false;
+};
+
+const ContentItem::Extra &ContentItem::extra() const
+{
+    static const Extra none;
+    return m_extra ? *m_extra : none;
+}
+
+ContentItem::Extra &ContentItem::ownExtra()
+{
+    if (!m_extra)
+        m_extra = std::make_unique<Extra>();
+    return *m_extra;
+}
+
+template <typename Value>
+bool ContentItem::setExtra(Value Extra::*field, const std::type_identity_t<Value> &value)
+{
+    if (extra().*field == value)
+        return false;
+    ownExtra().*field = value;
+    return true;
+}
+
 ContentItem::ContentItem(int source, AccountBase *) : m_source(source)
 {
     // The shared pointers own the item, whatever QML does with it.
@@ -78,20 +107,24 @@ ContentItem::ContentItem(const QMap<QString, QVariant> &map, int source, Account
 {
     m_type = ModelBaseUtil::messageTypeStrToInt(map.value(QStringLiteral("type")).toString());
     m_content = map.value(QStringLiteral("content")).toString();
-    m_effect = map.value(QStringLiteral("effect")).toInt();
+    setExtra(&Extra::effect, map.value(QStringLiteral("effect")).toInt());
 
+    UserTextBlocks entities;
     if (const auto blocks = map.constFind(QStringLiteral("entity")); blocks != map.constEnd()) {
-        m_textEntity = blocks->value<UserTextBlocks>();
+        entities = blocks->value<UserTextBlocks>();
     } else if (const auto json = map.constFind(QStringLiteral("dbEntity"));
                json != map.constEnd()) {
-        m_textEntity = deserializeEnities(jsonToList(json->toByteArray()));
+        entities = deserializeEnities(jsonToList(json->toByteArray()));
     }
     if (map.value(QStringLiteral("disable_preview")).toBool()) {
-        for (UserTextBlock &block : m_textEntity)
+        for (UserTextBlock &block : entities)
             block.disablePreview |= isLink(block);
     }
-    if (const auto rest = map.constFind(remainderKey()); rest != map.constEnd())
-        m_remainder = Remainder::fromVariant(*rest, m_type);
+    setExtra(&Extra::textEntity, entities);
+    if (const auto rest = map.constFind(remainderKey()); rest != map.constEnd()) {
+        if (auto remainder = Remainder::fromVariant(*rest, m_type))
+            ownExtra().remainder = std::move(remainder);
+    }
 }
 
 ContentItem::ContentItem(const im::content::Content &content, int source, AccountBase *account)
@@ -106,17 +139,52 @@ ContentItem::ContentItem(const ContentItem *other) : ContentItem(1, nullptr)
 {
     m_type = other->m_type;
     m_content = other->m_content;
-    m_textEntity = other->m_textEntity;
-    if (other->m_remainder)
-        m_remainder = std::make_unique<im::content::Content>(*other->m_remainder);
+    setExtra(&Extra::textEntity, other->textEntity());
+    if (other->hasRemainder())
+        ownExtra().remainder = std::make_unique<im::content::Content>(*other->extra().remainder);
 }
 
 ContentItem::~ContentItem() = default;
 
+const UserTextBlocks &ContentItem::textEntity() const
+{
+    return extra().textEntity;
+}
+
+bool ContentItem::isGame() const
+{
+    return extra().isGame;
+}
+
+bool ContentItem::isElided() const
+{
+    return extra().isElided;
+}
+
+qint16 ContentItem::contentHeightInThread() const
+{
+    return extra().contentHeightInThread;
+}
+
+qint16 ContentItem::contentWidthInThread() const
+{
+    return extra().contentWidthInThread;
+}
+
+qint32 ContentItem::effect() const
+{
+    return extra().effect;
+}
+
+bool ContentItem::hasRemainder() const
+{
+    return extra().remainder != nullptr;
+}
+
 QVariantList ContentItem::spoilers() const
 {
     QVariantList list;
-    for (const UserTextBlock &block : m_textEntity) {
+    for (const UserTextBlock &block : textEntity()) {
         if (block.type != TextEntityType::Spoiler)
             continue;
         const auto range = block.clampedTo(m_content.size());
@@ -142,13 +210,13 @@ void ContentItem::serialize(QMap<QString, QVariant> &map) const
                    ModelBaseUtil::messageTypeIntToStr(isTextMsg() ? qint32(Text) : m_type));
     }
     map.insert(QStringLiteral("content"), m_content);
-    if (!m_textEntity.isEmpty()) {
+    if (!textEntity().isEmpty()) {
         map.insert(QStringLiteral("dbEntity"), QString::fromUtf8(listToJson(serializeEntities())));
     }
-    if (m_effect > 0)
-        map.insert(QStringLiteral("effect"), m_effect);
-    if (m_remainder)
-        map.insert(remainderKey(), Remainder::toVariant(*m_remainder));
+    if (effect() > 0)
+        map.insert(QStringLiteral("effect"), effect());
+    if (hasRemainder())
+        map.insert(remainderKey(), Remainder::toVariant(*extra().remainder));
 }
 
 void ContentItem::deserialize(const QMap<QString, QVariant> &map)
@@ -162,8 +230,8 @@ void ContentItem::deserialize(const QMap<QString, QVariant> &map)
 QList<QVariant> ContentItem::serializeEntities() const
 {
     QList<QVariant> list;
-    list.reserve(m_textEntity.size());
-    for (const UserTextBlock &block : m_textEntity) {
+    list.reserve(textEntity().size());
+    for (const UserTextBlock &block : textEntity()) {
         list.append(QVariantMap{{QStringLiteral("from"), block.from},
                                 {QStringLiteral("len"), block.len},
                                 {QStringLiteral("type"), block.type},
@@ -203,8 +271,8 @@ void ContentItem::serialize(im::content::Content *content) const
 
 void ContentItem::startRecord(im::content::Content *content) const
 {
-    if (m_remainder)
-        *content = *m_remainder;
+    if (hasRemainder())
+        *content = *extra().remainder;
     else
         content->Clear();
 }
@@ -218,14 +286,15 @@ void ContentItem::serializeText(im::content::Text *record) const
 void ContentItem::writeText(im::content::Text *record) const
 {
     record->set_text(m_content.toStdString());
-    record->set_effect(m_effect);
-    if (record->textentity_size() != m_textEntity.size()) {
+    record->set_effect(effect());
+    const UserTextBlocks &blocks = textEntity();
+    if (record->textentity_size() != blocks.size()) {
         record->clear_textentity();
-        for (qsizetype i = 0; i < m_textEntity.size(); ++i)
+        for (qsizetype i = 0; i < blocks.size(); ++i)
             record->add_textentity();
     }
-    for (qsizetype i = 0; i < m_textEntity.size(); ++i)
-        serializeEntity(record->mutable_textentity(int(i)), m_textEntity.at(i));
+    for (qsizetype i = 0; i < blocks.size(); ++i)
+        serializeEntity(record->mutable_textentity(int(i)), blocks.at(i));
 }
 
 void ContentItem::serializeEntity(im::content::TextEntity *entity, const UserTextBlock &block) const
@@ -276,23 +345,26 @@ void ContentItem::setContent(const im::content::Content &content)
     keepRemainder(content);
 }
 
-void ContentItem::updateText(const im::content::Text &record)
+UserTextBlocks ContentItem::entitiesOf(const im::content::Text &record) const
 {
     UserTextBlocks blocks;
     blocks.reserve(record.textentity_size());
     for (const im::content::TextEntity &entity : record.textentity())
         blocks.append(deserializeEntity(entity));
-    update(text(record.text()), blocks, record.effect());
+    return blocks;
+}
+
+void ContentItem::updateText(const im::content::Text &record)
+{
+    update(Util::fromUtf8(record.text()), entitiesOf(record), record.effect());
 }
 
 void ContentItem::deserializeText(const im::content::Text &record)
 {
-    m_content = text(record.text());
-    m_textEntity.clear();
-    m_textEntity.reserve(record.textentity_size());
-    for (const im::content::TextEntity &entity : record.textentity())
-        m_textEntity.append(deserializeEntity(entity));
-    m_effect = record.effect();
+    m_content = Util::fromUtf8(record.text());
+    if (hasEntity() || record.textentity_size() > 0)
+        ownExtra().textEntity = entitiesOf(record);
+    setExtra(&Extra::effect, record.effect());
 }
 
 UserTextBlock ContentItem::deserializeEntity(const im::content::TextEntity &entity) const
@@ -305,7 +377,7 @@ UserTextBlock ContentItem::deserializeEntity(const im::content::TextEntity &enti
         block.data = entity.mention_user_id();
         break;
     case TextEntityType::Hyperlink:
-        block.data = text(entity.hyperlink());
+        block.data = Util::fromUtf8(entity.hyperlink());
         break;
     case TextEntityType::VideoPosition:
         block.data = entity.video_position();
@@ -315,7 +387,7 @@ UserTextBlock ContentItem::deserializeEntity(const im::content::TextEntity &enti
                                  {QStringLiteral("emoji_id"), entity.custom_emoji_id()}};
         break;
     case TextEntityType::CodeBlock:
-        block.data = QVariantMap{{QStringLiteral("lang"), text(entity.code_lang())},
+        block.data = QVariantMap{{QStringLiteral("lang"), Util::fromUtf8(entity.code_lang())},
                                  {QStringLiteral("collapsed"), entity.collapsed()}};
         break;
     case TextEntityType::Quoted:
@@ -345,17 +417,18 @@ void ContentItem::setRemainder(std::unique_ptr<im::content::Content> remainder)
             record->buttons(i).AppendToString(&bytes);
         return bytes;
     };
-    if (!m_remainder && !remainder)
+    if (!hasRemainder() && !remainder)
         return;
-    const std::string before = buttonBytes(m_remainder.get());
-    m_remainder = std::move(remainder);
-    if (buttonBytes(m_remainder.get()) != before)
+    auto &held = ownExtra().remainder;
+    const std::string before = buttonBytes(held.get());
+    held = std::move(remainder);
+    if (buttonBytes(held.get()) != before)
         Q_EMIT buttonsChanged();
 }
 
 QVariantList ContentItem::buttons() const
 {
-    return Remainder::buttons(m_remainder.get());
+    return Remainder::buttons(extra().remainder.get());
 }
 
 void ContentItem::serializeMetions(im::Message &message) const
@@ -370,22 +443,19 @@ void ContentItem::serializeMetions(im::Message &message) const
 
 void ContentItem::setContent(const QString &content, const UserTextBlocks &blocks)
 {
-    update(content, blocks, m_effect);
+    update(content, blocks, effect());
 }
 
 void ContentItem::update(const QString &content, const UserTextBlocks &blocks, qint32 effect)
 {
     // First all values, then all signals: a handler never sees entities of another text.
-    const bool blocksChanged = blocks != m_textEntity;
+    const bool blocksChanged = setExtra(&Extra::textEntity, blocks);
     const bool textChanged = content != m_content;
-    const bool effectIsNew = effect != m_effect;
-    if (blocksChanged) {
-        m_textEntity = blocks;
-        Remainder::forgetEntities(m_remainder);
-    }
+    if (blocksChanged)
+        Remainder::forgetEntities(ownExtra().remainder);
     if (textChanged)
         m_content = content;
-    m_effect = effect;
+    const bool effectIsNew = setExtra(&Extra::effect, effect);
 
     if (blocksChanged) {
         Q_EMIT textEntityChanged(textEntityVariant());
@@ -399,14 +469,14 @@ void ContentItem::update(const QString &content, const UserTextBlocks &blocks, q
 
 void ContentItem::setCollapsed(int index, bool collapsed)
 {
-    if (index < 0 || index >= m_textEntity.size() || !isFoldable(m_textEntity.at(index)))
+    if (index < 0 || index >= textEntity().size() || !isFoldable(textEntity().at(index)))
         return;
-    QVariantMap data = m_textEntity.at(index).data.toMap();
+    QVariantMap data = textEntity().at(index).data.toMap();
     QVariant &held = data[QStringLiteral("collapsed")];
     if (held.isValid() && held.toBool() == collapsed)
         return;
     held = collapsed;
-    m_textEntity[index].data = data;
+    ownExtra().textEntity[index].data = data;
     Q_EMIT textEntityChanged(textEntityVariant());
     Q_EMIT needRecalcSize();
 }
@@ -416,7 +486,7 @@ void ContentItem::setCollapsed(int index, bool collapsed)
 QList<qint64> ContentItem::mentionUserIds() const
 {
     QList<qint64> ids;
-    for (const UserTextBlock &block : m_textEntity) {
+    for (const UserTextBlock &block : textEntity()) {
         if (block.type != TextEntityType::MentionName)
             continue;
         if (const qint64 id = block.data.toLongLong(); id >= 1)
@@ -431,7 +501,7 @@ QMap<QString, QVariant> ContentItem::mentionUsers() const
 {
     QMap<QString, QVariant> users;
     QVariantList ids;
-    for (const UserTextBlock &block : m_textEntity) {
+    for (const UserTextBlock &block : textEntity()) {
         if (block.type != TextEntityType::MentionName)
             continue;
         if (const qint64 id = block.data.toLongLong(); id >= 1)
@@ -452,7 +522,7 @@ QMap<QString, QVariant> ContentItem::mentionUsers() const
 QList<QString> ContentItem::previewUrls(const QString &host) const
 {
     QList<QString> urls;
-    for (const UserTextBlock &block : m_textEntity) {
+    for (const UserTextBlock &block : textEntity()) {
         if (block.disablePreview || !isLink(block))
             continue;
         const auto range = block.clampedTo(m_content.size());
@@ -468,7 +538,7 @@ QList<QString> ContentItem::previewUrls(const QString &host) const
 
 bool ContentItem::hasUrl() const
 {
-    return std::any_of(m_textEntity.cbegin(), m_textEntity.cend(), [](const UserTextBlock &block) {
+    return std::any_of(textEntity().cbegin(), textEntity().cend(), [](const UserTextBlock &block) {
         return isLink(block) || block.type == TextEntityType::Email;
     });
 }
@@ -476,7 +546,7 @@ bool ContentItem::hasUrl() const
 bool ContentItem::hasCustomEmoji(QHash<int, QSet<int>> &emoji) const
 {
     bool found = false;
-    for (const UserTextBlock &block : m_textEntity) {
+    for (const UserTextBlock &block : textEntity()) {
         if (block.type != TextEntityType::CustomEmoji)
             continue;
         const QVariantMap data = block.data.toMap();
@@ -543,7 +613,7 @@ void ContentItem::calcSize(int maxWidth, int rowLimit, int maxRowCount, int reas
         | PLAIN_MODE_CHANGED | MAX_ROW_COUNT_CHANGED;
     if (!(reasons & always) && !((reasons & LARGE_EMOJI_CHANGED) && m_emojiCount >= 1))
         return;
-    m_rowLimit = rowLimit;
+    setExtra(&Extra::rowLimit, rowLimit);
     int lineCount = 0;
     storeSize(calcContentSize(lineCount, maxWidth, maxRowCount, inThread), inThread);
 }
@@ -555,7 +625,7 @@ QSize ContentItem::calcContentSize(int &lineCount, int maxWidth, int maxRowCount
     const bool largeEmoji = settings->largeEmoji();
 
     int count = 0;
-    if (std::none_of(m_textEntity.cbegin(), m_textEntity.cend(), isFoldable))
+    if (std::none_of(textEntity().cbegin(), textEntity().cend(), isFoldable))
         count = DrawableTextUtil::emojiCount(m_content, maxLargeEmoji);
     const bool game = count == 1 && Util::isEmojiGame(m_content);
 
@@ -563,14 +633,14 @@ QSize ContentItem::calcContentSize(int &lineCount, int maxWidth, int maxRowCount
     if (game) {
         size = QSize(100, plainMode ? 100 : 120);
         lineCount = 1;
-        m_isElided = false;
+        setExtra(&Extra::isElided, false);
     } else if (largeEmoji && count >= 1) {
         const int fontSize = ContentMetrics::largeEmojiPixelSize(count);
         size =
             calcTextSize(lineCount, maxWidth, 0, maxRowCount, fontSize, plainMode ? 0 : 14, false);
     } else {
-        size = calcTextSize(lineCount, maxWidth, m_rowLimit, maxRowCount, settings->themeFontSize(),
-                            0, true);
+        size = calcTextSize(lineCount, maxWidth, extra().rowLimit, maxRowCount,
+                            settings->themeFontSize(), 0, true);
     }
 
     setIsGame(game);
@@ -586,9 +656,9 @@ QSize ContentItem::calcCaptionSize(int &lineCount, int maxWidth, int maxRowCount
 {
     QSize size;
     lineCount = 0;
-    m_isElided = false;
+    setExtra(&Extra::isElided, false);
     if (!m_content.isEmpty()) {
-        size = calcTextSize(lineCount, maxWidth, m_rowLimit, maxRowCount,
+        size = calcTextSize(lineCount, maxWidth, extra().rowLimit, maxRowCount,
                             AppSettingModel::instance()->themeFontSize(), 0, true);
     }
     setLineCount(lineCount);
@@ -605,9 +675,9 @@ QSize ContentItem::calcTextSize(int &lineCount, int maxWidth, int rowLimit, int 
     }
     const auto measured = DrawableTextBase::calculateSize(
         m_content, maxWidth, ContentMetrics::textFont(fontPixelSize), maxRowCount, 0.0, rowLimit,
-        m_textEntity, true, plainText, ContentMetrics::elisionTolerance(maxRowCount));
+        textEntity(), true, plainText, ContentMetrics::elisionTolerance(maxRowCount));
     lineCount = measured.lineCount;
-    m_isElided = measured.elided;
+    setExtra(&Extra::isElided, measured.elided);
     const double height =
         measured.size.height() + extraHeight + (measured.elided ? ContentMetrics::ExpandHeight : 0);
     return {saturated(qint64(std::ceil(measured.size.width()))),
@@ -654,14 +724,13 @@ void ContentItem::setContentWidth(MessageBase *msgItem)
 
 void ContentItem::setContentHeightInThread(qint16 newContentHeightInThread)
 {
-    if (std::exchange(m_contentHeightInThread, newContentHeightInThread)
-        != newContentHeightInThread)
+    if (setExtra(&Extra::contentHeightInThread, newContentHeightInThread))
         Q_EMIT contentHeightInThreadChanged();
 }
 
 void ContentItem::setContentWidthInThread(qint16 newContentWidthInThread)
 {
-    if (std::exchange(m_contentWidthInThread, newContentWidthInThread) != newContentWidthInThread)
+    if (setExtra(&Extra::contentWidthInThread, newContentWidthInThread))
         Q_EMIT contentWidthInThreadChanged();
 }
 
@@ -688,6 +757,6 @@ void ContentItem::setLineCount(int lineCount)
 
 void ContentItem::setIsGame(bool isGame)
 {
-    if (std::exchange(m_isGame, isGame) != isGame)
+    if (setExtra(&Extra::isGame, isGame))
         Q_EMIT isGameChanged(isGame);
 }

@@ -15,11 +15,6 @@
 namespace
 {
 
-QString text(const std::string &utf8)
-{
-    return QString::fromUtf8(utf8.data(), qsizetype(utf8.size()));
-}
-
 QByteArray bytes(const std::string &bytes)
 {
     return QByteArray(bytes.data(), qsizetype(bytes.size()));
@@ -177,15 +172,15 @@ FileData::FileData(const BaseFile *base) : BaseFile(base)
 }
 
 FileData::FileData(const im::content::FileInfo &info)
-    : BaseFile(Identity{text(info.id()), bytes(info.key()), bytes(info.checksum()), info.size(),
-                        info.version()}),
-      m_fileName(text(info.name()))
+    : BaseFile(Identity{Util::fromUtf8(info.id()), bytes(info.key()), bytes(info.checksum()),
+                        info.size(), info.version()}),
+      m_fileName(Util::fromUtf8(info.name()))
 {
 }
 
 FileData::FileData(const im::FileInfo &info)
-    : BaseFile(
-        Identity{text(info.file_id()), bytes(info.key()), bytes(info.check_sum()), info.size()})
+    : BaseFile(Identity{Util::fromUtf8(info.file_id()), bytes(info.key()), bytes(info.check_sum()),
+                        info.size()})
 {
     setIv(bytes(info.iv()));
 }
@@ -325,13 +320,13 @@ void FileData::update(const im::content::FileInfo &info)
 {
     const Locker locker(this);
     if (!info.id().empty())
-        setFileId(text(info.id()));
+        setFileId(Util::fromUtf8(info.id()));
     if (!info.key().empty())
         setAesKey(bytes(info.key()));
     if (!info.checksum().empty())
         setFileMd5(bytes(info.checksum()));
     if (!info.name().empty())
-        setFileName(text(info.name()));
+        setFileName(Util::fromUtf8(info.name()));
     if (info.size() != 0)
         setSize(info.size());
     if (info.version() != 0)
@@ -342,7 +337,7 @@ void FileData::update(const im::FileInfo &info)
 {
     const Locker locker(this);
     if (!info.file_id().empty())
-        setFileId(text(info.file_id()));
+        setFileId(Util::fromUtf8(info.file_id()));
     if (!info.key().empty())
         setAesKey(bytes(info.key()));
     if (!info.check_sum().empty())

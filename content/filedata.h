@@ -45,8 +45,10 @@ public:
     Q_ENUM(ParseType)
 
     FileData();
-    /// From a stored map, on top of `base` (which may be null). The names that the map has for the
-    /// identity of the file and its path replace what `base` has, also where they are missing.
+    /// From a stored map, on top of `base` (which may be null). Id, key, checksum and name are the
+    /// map's, empty where it has none; everything else is where it has it. A path that leads
+    /// nowhere is passed over; a file that is there is Downloaded, unless a state says otherwise,
+    /// and its size is taken from the disk.
     FileData(const QVariantMap &map, ParseType type, const BaseFile *base = nullptr);
     /// A copy of everything but the use count. Of null: an empty record.
     explicit FileData(const FileData *other);
@@ -128,7 +130,7 @@ public:
     qint64 fileSize() const;
     qint64 cacheFileSize() const;
 
-    /// When the recorded file was made and last changed, in milliseconds since the epoch (records
+    /// When the recorded file was made and last changed, in milliseconds since 1970, UTC (records
     /// of others: also in seconds). Below 1: not recorded yet.
     qint64 createTime() const;
     qint64 lastModified() const;

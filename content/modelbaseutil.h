@@ -17,13 +17,20 @@ class QRegularExpression;
 namespace ModelBaseUtil
 {
 
-/// The stored name of a content type ("text", "image", ...).
+/// The stored name of a content type (ContentItem::Type): "text", "image", ... Names are the type's
+/// in lower case, but for Voice, which is "audio".
 MODELBASE_EXPORT QString messageTypeIntToStr(int type);
 /// The content type of a stored name. Not the exact inverse: "combined" is written, never read.
 MODELBASE_EXPORT int messageTypeStrToInt(const QString &name);
 
-/// The folder names that media directories are built of.
+// The folder names that media directories are built of.
+
+/// File types: 0 "photo", 1 and 11 "sticker", 2 "image", 3 "audio", 4 "video", 5 "file", 6 "music",
+/// 13 "messagefile".
 MODELBASE_EXPORT QString getFileTypeString(int fileType);
+/// Model source types, of what a content is part of: 1 chat messages (no name: their media lie
+/// directly below the base), 2 "notebook", 4 "clouddrive", 8 "reminder", 16 "wallpaper",
+/// 32 "ringtone", 128 "quickreply", 256 "schedule".
 MODELBASE_EXPORT QString getModelSourceTypeString(int sourceType);
 /// The file type that messages of a content type carry.
 MODELBASE_EXPORT int getMsgTypeToFileType(int type);
@@ -47,7 +54,7 @@ MODELBASE_EXPORT bool isNeedUploadType(int type);
 /// when entities of that type are not found by looking. Lives forever.
 MODELBASE_EXPORT const QRegularExpression *getRegular(int entityType);
 
-/// Days of the week, 1 (Monday) to 7 (Sunday), and their bit flags 1 to 64.
+/// Days of the week, 1 (Monday) to 7 (Sunday) as in ISO 8601, and their bit flags 1 to 64.
 MODELBASE_EXPORT int dayOfWeekToFlag(int day);
 MODELBASE_EXPORT int flagToDayOfWeek(int flag);
 

@@ -42,17 +42,17 @@ PhotoData::PhotoData(const QVariantMap &map, const BaseFile *base) : BaseFile(ba
 }
 
 PhotoData::PhotoData(const im::content::FileInfo &info)
-    : BaseFile(Identity{QString::fromStdString(info.id()), bytes(info.key()),
-                        bytes(info.checksum()), info.size(), info.version()}),
-      m_type(extensionOf(QString::fromStdString(info.name())))
+    : BaseFile(Identity{Util::fromUtf8(info.id()), bytes(info.key()), bytes(info.checksum()),
+                        info.size(), info.version()}),
+      m_type(extensionOf(Util::fromUtf8(info.name())))
 {
     keepFromQml();
 }
 
 PhotoData::PhotoData(const im::Photo &photo)
-    : BaseFile(Identity{QString::fromStdString(photo.file_id()), bytes(photo.key()),
+    : BaseFile(Identity{Util::fromUtf8(photo.file_id()), bytes(photo.key()),
                         bytes(photo.checksum()), photo.size()}),
-      m_type(QString::fromStdString(photo.type())), m_encryptAlgorithm(photo.encrypt_algorithm())
+      m_type(Util::fromUtf8(photo.type())), m_encryptAlgorithm(photo.encrypt_algorithm())
 {
     keepFromQml();
     checkFilePath();

@@ -1,6 +1,7 @@
 #include "content/remainder_p.h"
 
 #include "base/usertextblock.h"
+#include "base/util.h"
 #include "content/contentitem.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
@@ -14,6 +15,7 @@
 #include <google/protobuf/util/message_differencer.h>
 
 #include <algorithm>
+#include <type_traits>
 #include <vector>
 
 namespace
@@ -26,9 +28,13 @@ using google::protobuf::Message;
 using google::protobuf::Reflection;
 using google::protobuf::util::MessageDifferencer;
 
-bool hasUnknownFields(const Message &record)
+/// Each content that comes in is asked, each of its records: how to ask a type is looked up once.
+template <typename Record>
+bool hasUnknownFields(const Record &record)
 {
-    return !record.GetReflection()->GetUnknownFields(record).empty();
+    static_assert(!std::is_same_v<Record, Message>);
+    static const Reflection *const reflection = Record::GetReflection();
+    return !reflection->GetUnknownFields(record).empty();
 }
 
 bool mayExist(const im::content::TextEntity &entity)
@@ -134,7 +140,7 @@ bool mayExist(const im::content::Location &body)
 bool mayExist(const im::content::Card &card)
 {
     // A record that is there and empty is more than none.
-    const auto isLeftOver = [](const Message &record) {
+    const auto isLeftOver = [](const auto &record) {
         return record.ByteSizeLong() == 0 || hasUnknownFields(record);
     };
     return hasUnknownFields(card) || (card.has_avatar_thumb() && isLeftOver(card.avatar_thumb()))
@@ -308,7 +314,7 @@ Remainder::Record Remainder::fromVariant(const QVariant &value, int type)
         qCWarning(lcContent, "The remainder of a stored content of type %d is damaged.", type);
         return nullptr;
     }
-    return record;
+    return record->ByteSizeLong() > 0 ? std::move(record) : nullptr;
 }
 
 QVariantList Remainder::buttons(const im::content::Content *remainder)
@@ -319,10 +325,10 @@ QVariantList Remainder::buttons(const im::content::Content *remainder)
     for (const auto &record : remainder->buttons()) {
         QVariantList row;
         for (const auto &button : record.buttons()) {
-            QVariantMap map{{QStringLiteral("id"), QString::fromStdString(button.id())},
-                            {QStringLiteral("text"), QString::fromStdString(button.text())}};
+            QVariantMap map{{QStringLiteral("id"), Util::fromUtf8(button.id())},
+                            {QStringLiteral("text"), Util::fromUtf8(button.text())}};
             if (button.has_url())
-                map.insert(QStringLiteral("url"), QString::fromStdString(button.url()));
+                map.insert(QStringLiteral("url"), Util::fromUtf8(button.url()));
             if (button.has_callback_data()) {
                 map.insert(QStringLiteral("callbackData"),
                            QByteArray::fromStdString(button.callback_data()));

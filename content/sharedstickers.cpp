@@ -1,5 +1,6 @@
 #include "content/sharedstickers.h"
 
+#include "base/util.h"
 #include "content/items/stickeritem.h"
 #include "content/remainder_p.h"
 #include "content/stickerdata.h"
@@ -33,7 +34,7 @@ QSharedPointer<ContentItem> SharedStickers::sticker(const im::content::Content &
         item->keepRemainder(content);
         return item;
     }
-    QWeakPointer<StickerItem> &entry = entryOf(QString::fromStdString(record.sticker_file().id()));
+    QWeakPointer<StickerItem> &entry = entryOf(Util::fromUtf8(record.sticker_file().id()));
     const auto shared = entry.toStrongRef();
     if (shared && shared->says(record)) {
         shared->setPid(std::max(shared->pid(), record.pid()));

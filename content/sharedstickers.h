@@ -14,7 +14,7 @@ class StickerItem;
 /// message says more than the sticker itself does (buttons, fields of a newer protocol, a text), or
 /// when it says something else than the sticker that is shared under the same file id: nobody
 /// changes by a message what another message shows. Only pack ids differ freely; the largest one
-/// counts.
+/// counts. The items belong to no account, and their source is 1.
 ///
 /// Thread: the thread of the account.
 class MODELBASE_EXPORT SharedStickers : public StickerProvider

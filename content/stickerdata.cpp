@@ -1,5 +1,6 @@
 #include "content/stickerdata.h"
 
+#include "base/util.h"
 #include "protocol/common_data.pb.h"
 
 StickerData::StickerData() = default;
@@ -80,7 +81,7 @@ void StickerData::update(const im::AnimatedSticker &sticker)
     const Locker locker(this);
     update(sticker.file());
     if (!sticker.file_type().empty())
-        setFormat(QString::fromStdString(sticker.file_type()));
+        setFormat(Util::fromUtf8(sticker.file_type()));
     if (sticker.width() != 0)
         setWidth(sticker.width());
     if (sticker.height() != 0)

@@ -42,9 +42,11 @@ public:                                                                         
     }
 
 /// What an account knows about how far it is in step with the server: offsets up to which each list
-/// has been fetched, small records in the form that whoever saves them chose, and the ranges that
-/// are still missing. Every datum is held in memory and written through to the account's buffered
-/// configuration (storage::UserStorageProvider::bufferConfigStorage()).
+/// has been fetched (as the server counts them), small records in the form that whoever saves them
+/// chose, and the ranges that are still missing. Made and owned by the account
+/// (AccountBase::dataInfoModel()); it signals nothing. Every datum is held in memory and written
+/// through to the account's buffered configuration
+/// (storage::UserStorageProvider::bufferConfigStorage()).
 ///
 /// The keys are those of the stored format, odd spellings included, and must not be corrected.
 ///

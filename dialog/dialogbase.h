@@ -94,6 +94,8 @@ public:
     const QString &dialogId() const { return m_dialogId; }
     /// The other user, or the group.
     qint64 targetId() const { return m_targetId; }
+    // What follows, up to the mentions, is kept for the application; nothing here looks at it, but
+    // at isGroup().
     int type() const { return m_type; }
     bool isGroup() const { return m_isGroup; }
     bool display() const { return m_display; }
@@ -110,7 +112,7 @@ public:
     const QStringList &tagIds() const { return m_tagIds; }
     int atMeMessageCount() const { return m_atMeMessageCount; }
     int reactedMessageCount() const { return m_reactedMessageCount; }
-    /// Ascending.
+    /// Ids of messages, ascending.
     QList<qint64> atMeMessages() const;
     QList<qint64> reactedMessages() const;
 
@@ -131,20 +133,24 @@ public:
     void setIsActive(bool isActive) { m_isActive = isActive; }
     void setTagIds(const QStringList &tagIds);
 
-    // Messages that mention the user.
+    // Messages that mention the user. To confirm is what the dialog does when the user has seen a
+    // message: it is removed, and mentionsConfirmed() is called. Whatever changes a count calls
+    // dialogChanged().
     void addAtMeMessages(const QList<qint64> &msgIds);
     Q_INVOKABLE void confirmAtMeMessage(qint64 msgId);
     Q_INVOKABLE void confirmAllAtMeMessages();
-    /// Ids that do not mention the user are skipped. `all` is passed on to mentionsConfirmed().
+    /// Ids that do not mention the user are skipped; nothing is called when no other is left. `all`
+    /// is passed on to mentionsConfirmed(); the two functions above give false.
     void confirmAtMeMessages(const QList<qint64> &msgIds, bool all);
     /// Messages that are gone; nothing is confirmed.
     void removeAtMeMessages(const QList<qint64> &msgIds);
-    /// In groups only.
+    /// The count that a server gives, until the messages next change. In groups only. With `notify`
+    /// a change calls dialogChanged().
     void setAtMeMessageCount(int count, bool notify);
     /// Steps `msgModel` to the next mention, after the last one to the first.
     Q_INVOKABLE void loadAtMeMessage(MessageModelBase *msgModel);
 
-    // Messages with reactions to look at.
+    // Messages with reactions to look at; as above.
     void addReactedMessage(qint64 msgId);
     /// The keys of the map; the values are not looked at.
     void setReactedMessages(const QMap<qint64, bool> &messages);
@@ -153,12 +159,14 @@ public:
     void confirmReactedMessages(const QList<qint64> &msgIds);
     /// Also reports them to AccountManager::reactionBeRead().
     void removeReactedMessages(const QList<qint64> &msgIds);
+    /// Without a call of dialogChanged().
     void removeAllReactedMessages();
     void setReactedMessageCount(int count, bool notify);
     Q_INVOKABLE void loadReactedMessage(MessageModelBase *msgModel);
 
-    /// Forgets mentions and reactions of messages before `upTo`; of all when it is 0 or less, or
-    /// when there is none from there on. True when there was anything.
+    /// Forgets mentions and reactions of messages before `upTo`, an id; of all when it is 0 or
+    /// less, or when there is none from there on. True when there was anything; then, with
+    /// `notify`, dialogChanged() is called once.
     bool removeAllMentions(qint64 upTo, bool notify);
 
     /// Takes over both sets as getMentionIdData() packed them. Damaged bytes change nothing and are
@@ -166,6 +174,7 @@ public:
     void setMentionIdData(const QByteArray &data);
 
 Q_SIGNALS:
+    // The class that overrides name() or hasInappropriateNews() emits their signals.
     void displayChanged(bool display);
     void muteChanged(bool mute);
     void sortTimeChanged(qint64 sortTime);
@@ -180,6 +189,7 @@ Q_SIGNALS:
     void tagIdsChanged();
     void nameChanged();
     void isQuickReplyChanged();
+    /// The dialog is being destroyed. What the derived class had is gone already.
     void startDestroy();
 
 protected:

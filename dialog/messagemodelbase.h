@@ -3,15 +3,15 @@
 #include "modelbase_export.h"
 #include "modelbase_qml.h"
 
-#include <QObject>
+#include <QAbstractListModel>
 
-/// The list of a dialog's messages as a view shows it. The application's own list derives from it;
-/// DialogBase only passes it on to DialogBase::jumpToMessage().
-class MODELBASE_EXPORT MessageModelBase : public QObject
+/// The list of a dialog's messages as a view shows it. The application's own list model derives from
+/// it; DialogBase only passes it on to DialogBase::jumpToMessage().
+class MODELBASE_EXPORT MessageModelBase : public QAbstractListModel
 {
     Q_OBJECT
     MODELBASE_QML_TYPE
 
 public:
-    using QObject::QObject;
+    using QAbstractListModel::QAbstractListModel;
 };

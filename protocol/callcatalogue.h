@@ -9,7 +9,7 @@
 #include <string_view>
 
 /// What the network layer needs to know of the services: which command code stands for which call,
-/// and which records go out and come back.
+/// and which records go out and come back. How code and bytes are framed is its own affair.
 ///
 /// The tables are built once, on first use, and never change: every function may be called from any
 /// thread, allocates nothing and builds no string.

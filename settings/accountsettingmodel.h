@@ -54,7 +54,9 @@ Q_SIGNALS:                                                                      
 /// read from and handed to AccountBase::configurationService() as JSON under the names
 /// "mobileNotification" and "dialog_folder_config".
 ///
-/// The keys are those of the stored format, odd spellings included, and must not be corrected.
+/// The keys are those of the stored format, odd spellings included, and must not be corrected. What
+/// a number or text means that has no comment is the application's own affair, as for
+/// AppSettingModel.
 ///
 /// Failures of the store are logged; what could not be written is tried again with the next change.
 ///
@@ -189,21 +191,27 @@ public:
     Q_INVOKABLE void setDownloadFolder(QString value, bool needSave = true);
     /// Kept in memory only, until the next load.
     Q_INVOKABLE void setOpenNotebook(bool isOpen);
+    /// Emits nothing.
     Q_INVOKABLE void setNotebookSetting(QVariantMap notebookSetting, bool needSave);
     /// True when a chat background was chosen, be it only in part.
     bool containsCustomThemeInfo() const;
 
-    /// Takes over what another device set; nothing is handed on.
+    /// Takes over what another device set, under the keys above; nothing is handed on.
     Q_INVOKABLE void updateNotifyConfig(QVariantMap config);
+    /// Switches globalNotifications, globalMessagePreview, alwaysShowNotification and the three
+    /// notify settings on, bounceDockIcon off. Handed on only where notifyAiteAll was off.
     Q_INVOKABLE void resetNotification();
     /// What is announced of a muted group, in place of the general choice; always handed on.
     Q_INVOKABLE void updateMutedGroupNotification(QString dialogId, bool reply, bool at,
                                                   bool atAll);
     Q_INVOKABLE void deleteMutedGroupNotification(QString dialogId);
 
+    /// Reads the configuration of the chat folders; loadLocalData() does so. Emits nothing.
     void initChatFolderConfig();
+    /// Also of keys that have no property.
     Q_INVOKABLE QVariant getChatFolderValue(const QString &key, const QVariant &defaultValue) const;
-    /// Takes over what another device set, as JSON; nothing is handed on.
+    /// Takes over what another device set, as JSON; a switch that it leaves out goes back to its
+    /// default. Nothing is handed on.
     Q_INVOKABLE void updateChatFolderConfig(QByteArray json);
 
     // The tags last used, texts, the latest first; at most 100.

@@ -5,6 +5,7 @@
 #include "base/json.h"
 #include "base/util.h"
 #include "content/modelbaseutil.h"
+#include "i18n/translated_p.h"
 #include "imlog/imlog.h"
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
@@ -46,25 +47,25 @@ constexpr int rounds = 3;
 QString spaceText()
 {
     //% "There is not enough space at the new place."
-    return qtTrId("storage_space_insufficient_tip");
+    return translated(QT_TRID_NOOP("storage_space_insufficient_tip"));
 }
 
 QString permissionText()
 {
     //% "The new place cannot be written to."
-    return qtTrId("storage_no_permissions__tip");
+    return translated(QT_TRID_NOOP("storage_no_permissions__tip"));
 }
 
 QString overlapText()
 {
     //% "The new place must lie neither in the present one nor around it."
-    return qtTrId("storage_places_overlap_tip");
+    return translated(QT_TRID_NOOP("storage_places_overlap_tip"));
 }
 
 QString unfinishedText()
 {
     //% "The last move has not finished yet."
-    return qtTrId("storage_move_unfinished_tip");
+    return translated(QT_TRID_NOOP("storage_move_unfinished_tip"));
 }
 
 // Members of an entry of the map.

@@ -24,6 +24,8 @@ class AccountManager;
 ///
 /// What goes wrong is told by AccountManager::error(), in the user's language, and by one log line.
 ///
+/// Made by the AccountManager, which owns it: AccountManager::appDataMove().
+///
 /// Thread: the main thread; signals are emitted there.
 class MODELBASE_EXPORT AppDataMove : public QObject
 {
@@ -42,8 +44,9 @@ public:
     /// Starts to move everything from AppDirManager::cacheDataDir() to `targetDirectory`, a path or
     /// "file:" URL of an existing directory. False, with AccountManager::error(), when nothing is
     /// started: one of the directories holds the other, or a move is under way or waits for resume();
-    /// the latter can be taken back, by moving to its old place. What turns up later (too little space, no permission) ends in finished(false), with
-    /// the old place still in use unless files have been moved.
+    /// the latter can be taken back, by moving to its old place. What turns up later (too little
+    /// space, no permission) ends in finished(false), with the old place still in use unless files
+    /// have been moved.
     Q_INVOKABLE bool moveTo(const QString &targetDirectory);
     /// Stops soon and keeps what has been moved; ends in finished(false). The new place stays in
     /// use, and resume() goes on with the rest.

@@ -4,7 +4,8 @@
 
 #include <QString>
 
-/// The directories that the client writes to; nothing here creates them.
+/// The directories that the client writes to; nothing here creates them. All but documentDir() end
+/// in a separator.
 ///
 /// Thread: the instance may be asked for from any thread. init() and updateCacheDataDir() write
 /// without a lock: not while other threads read cacheDataDir() or oldCacheDataDir().
@@ -14,23 +15,24 @@ public:
     /// Made by the first call; lives until the process ends.
     static AppDirManager *instance();
 
-    /// Takes cacheDataDir() and oldCacheDataDir() over from the application settings. To be called
-    /// after AppSettingModel::loadGlobalData(): before, the settings read their defaults.
+    /// Takes cacheDataDir() and oldCacheDataDir() over from the application settings.
+    /// AccountManager::init() calls it; who has no accounts does so after
+    /// AppSettingModel::loadGlobalData(): before, the settings read their defaults.
     void init();
     /// After the cache data directory has been moved. The caller stores the two paths in the
     /// application settings as well.
     void updateCacheDataDir(const QString &cacheDataDir, const QString &oldCacheDataDir);
 
-    /// The platform's directory for temporary files, with a separator at the end.
+    /// The platform's directory for temporary files.
     const QString &tempDir() const { return m_tempDir; }
-    /// Stickers, with a separator at the end. Below the default cache data directory even when that
-    /// in use is another.
+    /// Stickers. Below the default cache data directory even when that in use is another.
     const QString &stickerDir() const { return m_stickerDir; }
     /// Custom emoji; as stickerDir().
     const QString &customEmojiDir() const { return m_customEmojiDir; }
-    /// The user's documents, without a separator at the end.
+    /// The user's documents.
     const QString &documentDir() const { return m_documentDir; }
-    /// Where the cache data directory is as long as the user has not moved it.
+    /// Where the cache data directory is as long as the user has not moved it:
+    /// Util::defaultCacheDataDir().
     const QString &defaultCacheDataDir() const { return m_defaultCacheDataDir; }
     /// The cache data directory in use; empty before init().
     const QString &cacheDataDir() const { return m_cacheDataDir; }

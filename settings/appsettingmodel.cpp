@@ -1,5 +1,7 @@
 #include "settings/appsettingmodel.h"
 
+#include "i18n/languagefollower.h"
+#include "i18n/translations.h"
 #include "imlog/imlog.h"
 #include "settings/settingmodel_p.h"
 #include "settings/storewriter_p.h"
@@ -18,6 +20,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace
 {
@@ -125,7 +128,8 @@ void AppSettingModel::releaseInstance()
 
 AppSettingModel::AppSettingModel()
     : m_storage(new storage::GlobalStorageProvider(this)),
-      m_writer(std::make_unique<SettingWriter>(m_storage->settingStorage()))
+      m_writer(std::make_unique<SettingWriter>(m_storage->settingStorage())),
+      m_translations(std::make_unique<Translations>())
 {
     QQmlEngine::setObjectOwnership(this, QQmlEngine::CppOwnership);
     qRegisterMetaType<AppSettingModel *>("AppSettingModel *");
@@ -159,7 +163,9 @@ void AppSettingModel::loadGlobalData()
     }
     recalcLineHeight();
     setApplicationProperty("fontPixelSize", themeFontSize());
+    loadTranslations();
     switchLanguage();
+    retranslate();
     Q_EMIT screenCaptureHotkeyChanged(screenCaptureHotkey());
     Q_EMIT screenRecordHotkeyChanged(screenRecordHotkey());
     Q_EMIT showImHotkeyChanged(showImHotkey());
@@ -277,8 +283,10 @@ void AppSettingModel::reset()
         CHANGED(systemTrayIconVisible),
         CHANGED(launchWhenSystemStart),
         CHANGED(messageFontSize),
+        +[](AppSettingModel *model) { model->loadTranslations(); },
         CHANGED(language),
         +[](AppSettingModel *model) { model->switchLanguage(); },
+        +[](AppSettingModel *model) { model->retranslate(); },
         CHANGED(sendMessageKeys),
         CHANGED(debug),
         CHANGED(networkProxyState),
@@ -365,8 +373,32 @@ QString AppSettingModel::language() const
 
 void AppSettingModel::setLanguage(QString value, bool needSave)
 {
-    if (setValue(QStringLiteral("language"), value, needSave))
+    if (setValue(QStringLiteral("language"), value, needSave)) {
+        loadTranslations();
         Q_EMIT languageChanged(value);
+        retranslate();
+    }
+}
+
+void AppSettingModel::loadTranslations()
+{
+    // Translators are the main thread's. On another one this comes before the slots of
+    // languageChanged that are to run there.
+    QMetaObject::invokeMethod(this, [this] { m_translations->setLanguage(language()); });
+}
+
+void AppSettingModel::retranslate()
+{
+    QMetaObject::invokeMethod(this, [this] {
+        const QString now = language();
+        if (std::exchange(m_toldLanguage, now) != now)
+            LanguageFollower::tellAll();
+    });
+}
+
+Translations *AppSettingModel::translations() const
+{
+    return m_translations.get();
 }
 
 void AppSettingModel::switchLanguage()

@@ -20,13 +20,16 @@ namespace storage
 class GlobalStorageProvider;
 }
 class SettingWriter;
+class Translations;
 
 /// The machine-wide settings: a cache in memory, written through to the global store in the
 /// background. Nothing is read from the store after loadGlobalData(); before it, and for what is
 /// not stored, a getter gives the setting's default. What is stored with another type than the
 /// setting's reads as QVariant converts it.
 ///
-/// The keys are those of the stored format, odd spellings included, and must not be corrected.
+/// The keys are those of the stored format, odd spellings included, and must not be corrected. What
+/// a number or text means that has no comment is the application's own affair: it is kept, and
+/// looked at by nobody here.
 ///
 /// Failures: a store that cannot be opened or written is logged, and the model goes on in memory.
 ///
@@ -36,7 +39,10 @@ class SettingWriter;
 /// call back into the model, but must not wait for another thread that does.
 ///
 /// Works with a QGuiApplication. Without one the line height is 0; without any application object
-/// nothing of what is kept on that object is set or read.
+/// nothing of what is kept on that object is set or read. That is, as dynamic properties:
+/// "availableLanguages" (QStringList of locale names) and "productColor", which the application
+/// sets; "fontPixelSize" (int, set by loadGlobalData()) and "autoRun" (false after a reset()),
+/// which it reads; and its invokable method "switchLanguage(QString)", if it has one.
 class MODELBASE_EXPORT AppSettingModel : public QObject
 {
     Q_OBJECT
@@ -47,17 +53,17 @@ class MODELBASE_EXPORT AppSettingModel : public QObject
     SETTING(bool,     updateAutomaticallly,            UpdateAutomaticallly,            "update_automaticallly",            true)
     SETTING(bool,     systemTrayIconVisible,           SystemTrayIconVisible,           "system_tray_icon_visible",         true)
     SETTING(bool,     launchWhenSystemStart,           LaunchWhenSystemStart,           "launch_when_system_start",         false)
-    SETTING(int,      messageFontSize,                 MessageFontSize,                 "message_font_size",                12)
+    SETTING(int,      messageFontSize,                 MessageFontSize,                 "message_font_size",                12) // contents are measured by themeFontSize
     SETTING(bool,     debug,                           Debug,                           "debug",                            false)
-    SETTING(int,      networkProxyState,               NetworkProxyState,               "enable_network_proxy",             0)
+    SETTING(int,      networkProxyState,               NetworkProxyState,               "enable_network_proxy",             0) // 0: no proxy
     SETTING(QString,  currentNetworkProxy,             CurrentNetworkProxy,             "current_network_proxy",            QStringLiteral("{}")) // JSON text
     SETTING(bool,     useProxyForCall,                 UseProxyForCall,                 "use_proxy_for_call",               false)
     SETTING(int,      msgDoubleClickAction,            MsgDoubleClickAction,            "message_double_click_action",      0)
     SETTING(int,      msgSendType,                     MsgSendType,                     "message_send_type",                0)
     SETTING(QString,  musicPlay,                       MusicPlay,                       "music_play_sequence",              QStringLiteral("{}")) // JSON text
     SETTING(bool,     darkMode,                        DarkMode,                        "dark_mode",                        false)
-    SETTING(QString,  mainwindowGeometry,              MainwindowGeometry,              "mainwindow_geometry",              QString())
-    SETTING(QString,  passcode,                        Passcode,                        "passcode",                         QString())
+    SETTING(QString,  mainwindowGeometry,              MainwindowGeometry,              "mainwindow_geometry",              QString()) // JSON text of a map; "width" and "height" in pixels
+    SETTING(QString,  passcode,                        Passcode,                        "passcode",                         QString()) // kept as given: give a digest; "": nothing is locked
     SETTING(int,      screenLockTime,                  ScreenLockTime,                  "screenlocktime",                   3)
     SETTING(int,      screenLockErrorCountDownSeconds, ScreenLockErrorCountDownSeconds, "screenLockErrorCountDownSeconds",  0)
     SETTING(bool,     miniSessionMode,                 MiniSessionMode,                 "miniSessionMode",                  false)
@@ -136,8 +142,8 @@ class MODELBASE_EXPORT AppSettingModel : public QObject
 
     // For the program's own code: no property, no signal, and a setter always saves.
     SETTING_STORED(QByteArray, lastDeviceIds,        LastDeviceIds,        "last_device_ids",         QByteArray(), deviceIds)
-    SETTING_STORED(QByteArray, newDeviceLoginRemind, NewDeviceLoginRemind, "new_device_login_remind", QByteArray(), devices)
-    SETTING_STORED(QByteArray, movedDataInfo,        MovedDataInfo,        "moved_data_info",         QByteArray(), info)
+    SETTING_STORED(QByteArray, newDeviceLoginRemind, NewDeviceLoginRemind, "new_device_login_remind", QByteArray(), devices) // the NewDeviceLoginManager's
+    SETTING_STORED(QByteArray, movedDataInfo,        MovedDataInfo,        "moved_data_info",         QByteArray(), info) // the AppDataMove's
     SETTING_STORED(QString,    oldCacheDataPath,     OldCacheDataPath,     "old_cache_data_path",     QString(),    path)
     SETTING_STORED(qint64,     lastDumpLogTime,      LastDumpLogTime,      "last_dump_log_time",      0,            time)
     SETTING_STORED(qint64,     uploadFileSizeLimit,  UploadFileSizeLimit,  "file_size_limit",         1610612736,   limitSize) // bytes
@@ -163,7 +169,8 @@ class MODELBASE_EXPORT AppSettingModel : public QObject
 public:
     /// The process-wide model, made by the first call, which is the main thread's.
     static AppSettingModel *instance();
-    /// Writes what is still to be written and deletes the model.
+    /// Writes what is still to be written and deletes the model. On the main thread, after
+    /// AccountManager::releaseInstance() and before ThreadManager::quitAll().
     static void releaseInstance();
 
     /// Opens the store and fills the cache; to be called once at start-up, before the getters mean
@@ -183,7 +190,8 @@ public:
     /// Writes one row to the store in the background, bypassing the cache, when `needSave`.
     void saveToConfig(QString key, QVariant value, bool needSave);
     void saveToConfig(QString key, QVariant value, QString remark, bool needSave);
-    /// Writes several rows likewise, in one step: after a kill either all of them are found or none.
+    /// Writes several rows likewise, always, in one step: after a kill either all of them are found
+    /// or none.
     void saveToConfig(const QVariantMap &rows);
     /// Returns when all changes so far are in the store. False when it cannot be written to: the
     /// changes are kept, and tried again later. From any thread.
@@ -193,12 +201,20 @@ public:
     /// store is concerned, and announces the defaults; what is not announced one by one is to be
     /// read again after paramsBeReseted.
     Q_INVOKABLE void reset();
+    /// Sets countMuteDialog and unreadMessagesCounter back to false.
     Q_INVOKABLE void resetBadgeCounter();
 
     /// The language in use, as a locale name: the selected one, or else what of the system's
     /// languages the application has (its dynamic property "availableLanguages").
     QString language() const;
+    /// Selects a language. Only announces it: the application's method "switchLanguage" is called
+    /// by loadGlobalData() and reset(), and otherwise the application goes by languageChanged.
+    /// A slot on languageChanged finds the texts of the language loaded. After it the objects that
+    /// show such texts are told: with a LanguageFollower, like items of alerts and calls.
     Q_INVOKABLE void setLanguage(QString value, bool needSave = true);
+    /// The texts in that language: the library's own, to which the application adds its catalogues.
+    /// Owned by the model, for the main thread.
+    Translations *translations() const;
 
     /// An empty text is ignored.
     Q_INVOKABLE void setSendMessageKeys(QString value, bool needSave = true);
@@ -300,7 +316,9 @@ private:
     QByteArray read(const QString &key, const QByteArray &fallback) const;
     template <typename T>
     T readAs(const QString &key, const T &fallback) const;
+    void loadTranslations();
     void switchLanguage();
+    void retranslate();
     void parseSkinIndexes() const;
 
     // Recursive, so that a slot on the signals that are emitted under it can read the settings.
@@ -308,6 +326,8 @@ private:
     ValueCache m_cache;
     storage::GlobalStorageProvider *const m_storage;
     std::unique_ptr<SettingWriter> m_writer;
+    std::unique_ptr<Translations> m_translations;
+    QString m_toldLanguage; // of the last retranslate(), on the main thread
     std::atomic<int> m_lineHeight = 0;
     std::atomic<bool> m_requestUserLocation = true;
     // The parsed form of the text stored for the emoji, and that text.

@@ -9,8 +9,6 @@
 #include <string_view>
 #include <unordered_map>
 
-/// Values by key, as the models keep them in memory. Its nodes stay where they are when others are
-/// added, so that references can be handed out.
 struct ValueCacheHash {
     // Not noexcept: so the standard library keeps the hash with the key.
     std::size_t operator()(const QString &key) const
@@ -19,4 +17,6 @@ struct ValueCacheHash {
         return std::hash<std::u16string_view>()({text.utf16(), std::size_t(text.size())});
     }
 };
+/// Values by key, as the settings models keep them in memory. Its nodes stay where they are when
+/// others are added, so that references can be handed out.
 using ValueCache = std::unordered_map<QString, QVariant, ValueCacheHash>;

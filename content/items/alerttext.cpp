@@ -1,9 +1,11 @@
 #include "content/items/alerttext_p.h"
 
-#include "base/translated.h"
+#include "base/util.h"
 #include "content/items/systemitem.h"
+#include "i18n/translated_p.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
+#include "settings/appsettingmodel.h"
 
 #include <QDateTime>
 #include <QLocale>
@@ -27,179 +29,285 @@ constexpr int countLimit = 1;
 constexpr int dayLimit = 2;
 constexpr int bothLimits = 3;
 
-struct Wording {
-    const char *id = nullptr;
-    const char *english = nullptr;
-};
-
 /// A sentence: %1 is who did it, %2 and %3 what it is about.
 struct Row {
     int type;
     int variant;
-    Wording said;
-    Wording saidOfMe = {}; // where it differs
+    const char *said;
+    const char *saidOfMe = nullptr; ///< by the user, or of the user; null: of nobody
 };
 
-// "You" stands for %1 and "you" for %2; what is left are sentences that would not fit them.
+// What the user did is said by sentences of its own: many languages have another verb for that.
 constexpr Row rows[] = {
-    {Alert::UNKNOWN,
-     plain,
-     {QT_TRID_NOOP("system_alert_unsupported"), "This version cannot show what happened here"}},
-    {Alert::CREATE, plain, {QT_TRID_NOOP("system_alert_created"), "%1 created the group"}},
-    {Alert::CREATE,
-     on,
-     {QT_TRID_NOOP("system_alert_created_with_name"), "%1 created the group “%2”"}},
-    {Alert::MEMBER_JOINED, plain, {QT_TRID_NOOP("system_alert_joined"), "%1 joined the group"}},
-    {Alert::MEMBER_JOINED, on, {QT_TRID_NOOP("system_alert_added"), "%1 added %2"}},
-    {Alert::MEMBER_JOINED_BY_LINK,
-     plain,
-     {QT_TRID_NOOP("system_alert_joined_by_link"), "%1 joined the group by an invite link"}},
-    {Alert::MEMBER_KICKED, plain, {QT_TRID_NOOP("system_alert_removed"), "%1 removed %2"}},
-    {Alert::MEMBER_LEFT, plain, {QT_TRID_NOOP("system_alert_left"), "%1 left the group"}},
-    {Alert::NAME_EDITED,
-     lacking,
-     {QT_TRID_NOOP("system_alert_renamed"), "%1 changed the group name"}},
-    {Alert::NAME_EDITED,
-     plain,
-     {QT_TRID_NOOP("system_alert_renamed_to"), "%1 changed the group name to “%2”"}},
-    {Alert::PHOTO_EDITED,
-     plain,
-     {QT_TRID_NOOP("system_alert_photo_changed"), "%1 changed the group photo"}},
-    {Alert::PHOTO_DELETED,
-     plain,
-     {QT_TRID_NOOP("system_alert_photo_deleted"), "%1 removed the group photo"}},
-    {Alert::UPGRADED, plain, {QT_TRID_NOOP("system_alert_upgraded"), "%1 upgraded the group"}},
-    {Alert::USER_KEY_CHANGED,
-     plain,
-     {QT_TRID_NOOP("system_alert_key_changed"), "The security key of %1 has changed"},
-     {QT_TRID_NOOP("system_alert_my_key_changed"), "Your security key has changed"}},
-    {Alert::NOT_MUTUAL_CONTACT,
-     plain,
-     {QT_TRID_NOOP("system_alert_not_mutual"), "%1 is not a mutual contact"},
-     {QT_TRID_NOOP("system_alert_me_not_mutual"), "You are not mutual contacts"}},
-    {Alert::OWNER_EDITED,
-     plain,
-     {QT_TRID_NOOP("system_alert_owner_changed"), "%1 made %2 the owner of the group"}},
-    {Alert::CONTACT_ADDED,
-     plain,
-     {QT_TRID_NOOP("system_alert_contact_added"), "%1 added %2 as a contact"}},
-    {Alert::SELF_CONSTRUCT_TIME_UPDATED,
-     on,
-     {QT_TRID_NOOP("system_alert_self_destruct_on"), "%1 set messages to be deleted after %2"}},
-    {Alert::SELF_CONSTRUCT_TIME_UPDATED,
-     off,
-     {QT_TRID_NOOP("system_alert_self_destruct_off"), "%1 turned self-deleting messages off"}},
-    {Alert::MESSAGE_PINNED, plain, {QT_TRID_NOOP("system_alert_pinned"), "%1 pinned a message"}},
-    {Alert::GROUP_DISMISSED,
-     plain,
-     {QT_TRID_NOOP("system_alert_dismissed"), "%1 dissolved the group"}},
-    {Alert::ANONYMOUS_ID_REFRESHED,
-     plain,
-     {QT_TRID_NOOP("system_alert_anonymous_id"), "%1 has a new anonymous identity"},
-     {QT_TRID_NOOP("system_alert_my_anonymous_id"), "You have a new anonymous identity"}},
-    {Alert::SCREEN_CAPTURED,
-     plain,
-     {QT_TRID_NOOP("system_alert_screenshot"), "%1 took a screenshot"}},
-    {Alert::MEETING_STARTED,
-     plain,
-     {QT_TRID_NOOP("system_alert_meeting_started"), "%1 started a meeting"}},
-    {Alert::MEETING_ENDED,
-     plain,
-     {QT_TRID_NOOP("system_alert_meeting_ended"), "The meeting ended"}},
-    {Alert::FACE_BLUE_TURNED_ON,
-     plain,
-     {QT_TRID_NOOP("system_alert_face_blur_on"), "%1 turned on the blurring of faces"}},
-    {Alert::FACE_BLUE_TURNED_OFF,
-     plain,
-     {QT_TRID_NOOP("system_alert_face_blur_off"), "%1 turned off the blurring of faces"}},
-    {Alert::RECEIPT_COMPLETE,
-     plain,
-     {QT_TRID_NOOP("system_alert_receipt_complete"), "Everyone has confirmed the message"}},
-    {Alert::WEB_LOGGED_IN,
-     plain,
-     {QT_TRID_NOOP("system_alert_web_login"), "%1 signed in on the web"}},
-    {Alert::MESSAGE_LIMIT_UPDATED,
-     plain,
-     {QT_TRID_NOOP("system_alert_limit_off"), "%1 lifted the message limit"}},
-    {Alert::MESSAGE_LIMIT_UPDATED,
-     countLimit,
-     {QT_TRID_NOOP("system_alert_limit_count"), "%1 set the chat to keep the latest %2"}},
-    {Alert::MESSAGE_LIMIT_UPDATED,
-     dayLimit,
-     {QT_TRID_NOOP("system_alert_limit_days"), "%1 set the chat to keep messages for %2"}},
-    {Alert::MESSAGE_LIMIT_UPDATED,
-     bothLimits,
-     {QT_TRID_NOOP("system_alert_limit_both"), "%1 set the chat to keep the latest %2 for %3"}},
-    {Alert::TOPIC_UPDATED, lacking, {QT_TRID_NOOP("system_alert_topic"), "%1 updated a topic"}},
-    {Alert::TOPIC_UPDATED,
-     SystemItem::TopicUnchanged,
-     {QT_TRID_NOOP("system_alert_topic_updated"), "%1 updated the topic “%2”"}},
-    {Alert::TOPIC_UPDATED,
-     SystemItem::TopicCreated,
-     {QT_TRID_NOOP("system_alert_topic_created"), "%1 created the topic “%2”"}},
-    {Alert::TOPIC_UPDATED,
-     SystemItem::TopicRenamed,
-     {QT_TRID_NOOP("system_alert_topic_renamed"), "%1 renamed the topic “%3” to “%2”"}},
-    {Alert::TOPIC_UPDATED,
-     SystemItem::TopicClosed,
-     {QT_TRID_NOOP("system_alert_topic_closed"), "%1 closed the topic “%2”"}},
-    {Alert::TOPIC_UPDATED,
-     SystemItem::TopicReopened,
-     {QT_TRID_NOOP("system_alert_topic_reopened"), "%1 reopened the topic “%2”"}},
-    {Alert::TOPIC_UPDATED,
-     SystemItem::TopicArchived,
-     {QT_TRID_NOOP("system_alert_topic_archived"), "%1 archived the topic “%2”"}},
-    {Alert::TOPIC_UPDATED,
-     SystemItem::TopicUnarchived,
-     {QT_TRID_NOOP("system_alert_topic_unarchived"), "%1 took the topic “%2” out of the archive"}},
-    {Alert::TOPIC_UPDATED,
-     SystemItem::TopicMoved,
-     {QT_TRID_NOOP("system_alert_topic_moved"), "%1 moved the topic “%2”"}},
-    {Alert::TOPIC_UPDATED,
-     SystemItem::TopicDeleted,
-     {QT_TRID_NOOP("system_alert_topic_deleted"), "%1 deleted the topic “%2”"}},
-    {Alert::TOPIC_SUPPORT_ENABLED,
-     plain,
-     {QT_TRID_NOOP("system_alert_topics_on"), "%1 turned on topics"}},
-    {Alert::DISMISS_AT_UPDATED,
-     on,
-     {QT_TRID_NOOP("system_alert_dismiss_at"), "%1 set the group to be dissolved on %2"}},
-    {Alert::DISMISS_AT_UPDATED,
-     off,
-     {QT_TRID_NOOP("system_alert_dismiss_off"), "%1 set the group to stay"}},
-    {Alert::RESTRICTED_MODE_UPDATED,
-     on,
-     {QT_TRID_NOOP("system_alert_restricted_on"), "%1 turned on restricted mode"}},
-    {Alert::RESTRICTED_MODE_UPDATED,
-     off,
-     {QT_TRID_NOOP("system_alert_restricted_off"), "%1 turned off restricted mode"}},
-    {Alert::EXPIRED_VOICE,
-     plain,
-     {QT_TRID_NOOP("system_alert_voice_expired"), "The voice message has expired"}},
-    {Alert::EXPIRED_MEDIA,
-     Message::NONE,
-     {QT_TRID_NOOP("system_alert_media_expired"), "The media have expired"}},
-    {Alert::EXPIRED_MEDIA,
-     Message::IMAGE,
-     {QT_TRID_NOOP("system_alert_photo_expired"), "The photo has expired"}},
-    {Alert::EXPIRED_MEDIA,
-     Message::VIDEO,
-     {QT_TRID_NOOP("system_alert_video_expired"), "The video has expired"}},
-    {Alert::EXPIRED_MEDIA,
-     Message::VOICE,
-     {QT_TRID_NOOP("system_alert_voice_expired"), "The voice message has expired"}},
-    {Alert::THEME_UPDATED,
-     plain,
-     {QT_TRID_NOOP("system_alert_theme"), "%1 changed the theme of the chat"}},
-    {Alert::THEME_UPDATED,
-     on,
-     {QT_TRID_NOOP("system_alert_theme_to"), "%1 changed the theme of the chat to “%2”"}},
-    {Alert::WALLPAPER_UPDATED,
-     on,
-     {QT_TRID_NOOP("system_alert_wallpaper"), "%1 changed the background of the chat"}},
-    {Alert::WALLPAPER_UPDATED,
-     off,
-     {QT_TRID_NOOP("system_alert_wallpaper_off"), "%1 removed the background of the chat"}},
+    {Alert::UNKNOWN, plain,
+     //% "This version cannot show what happened here"
+     QT_TRID_NOOP("system_alert_unsupported")},
+    {Alert::CREATE, plain,
+     //% "%1 created the group"
+     QT_TRID_NOOP("system_alert_created"),
+     //% "You created the group"
+     QT_TRID_NOOP("system_alert_you_created")},
+    {Alert::CREATE, on,
+     //% "%1 created the group “%2”"
+     QT_TRID_NOOP("system_alert_created_with_name"),
+     //% "You created the group “%2”"
+     QT_TRID_NOOP("system_alert_you_created_with_name")},
+    {Alert::MEMBER_JOINED, plain,
+     //% "%1 joined the group"
+     QT_TRID_NOOP("system_alert_joined"),
+     //% "You joined the group"
+     QT_TRID_NOOP("system_alert_you_joined")},
+    {Alert::MEMBER_JOINED, on,
+     //% "%1 added %2"
+     QT_TRID_NOOP("system_alert_added"),
+     //% "You added %2"
+     QT_TRID_NOOP("system_alert_you_added")},
+    {Alert::MEMBER_JOINED_BY_LINK, plain,
+     //% "%1 joined the group by an invite link"
+     QT_TRID_NOOP("system_alert_joined_by_link"),
+     //% "You joined the group by an invite link"
+     QT_TRID_NOOP("system_alert_you_joined_by_link")},
+    {Alert::MEMBER_KICKED, plain,
+     //% "%1 removed %2"
+     QT_TRID_NOOP("system_alert_removed"),
+     //% "You removed %2"
+     QT_TRID_NOOP("system_alert_you_removed")},
+    {Alert::MEMBER_LEFT, plain,
+     //% "%1 left the group"
+     QT_TRID_NOOP("system_alert_left"),
+     //% "You left the group"
+     QT_TRID_NOOP("system_alert_you_left")},
+    {Alert::NAME_EDITED, lacking,
+     //% "%1 changed the group name"
+     QT_TRID_NOOP("system_alert_renamed"),
+     //% "You changed the group name"
+     QT_TRID_NOOP("system_alert_you_renamed")},
+    {Alert::NAME_EDITED, plain,
+     //% "%1 changed the group name to “%2”"
+     QT_TRID_NOOP("system_alert_renamed_to"),
+     //% "You changed the group name to “%2”"
+     QT_TRID_NOOP("system_alert_you_renamed_to")},
+    {Alert::PHOTO_EDITED, plain,
+     //% "%1 changed the group photo"
+     QT_TRID_NOOP("system_alert_photo_changed"),
+     //% "You changed the group photo"
+     QT_TRID_NOOP("system_alert_you_photo_changed")},
+    {Alert::PHOTO_DELETED, plain,
+     //% "%1 removed the group photo"
+     QT_TRID_NOOP("system_alert_photo_deleted"),
+     //% "You removed the group photo"
+     QT_TRID_NOOP("system_alert_you_photo_deleted")},
+    {Alert::UPGRADED, plain,
+     //% "%1 upgraded the group"
+     QT_TRID_NOOP("system_alert_upgraded"),
+     //% "You upgraded the group"
+     QT_TRID_NOOP("system_alert_you_upgraded")},
+    {Alert::USER_KEY_CHANGED, plain,
+     //% "The security key of %1 has changed"
+     QT_TRID_NOOP("system_alert_key_changed"),
+     //% "Your security key has changed"
+     QT_TRID_NOOP("system_alert_my_key_changed")},
+    {Alert::NOT_MUTUAL_CONTACT, plain,
+     //% "%1 is not a mutual contact"
+     QT_TRID_NOOP("system_alert_not_mutual"),
+     //% "You are not mutual contacts"
+     QT_TRID_NOOP("system_alert_me_not_mutual")},
+    {Alert::OWNER_EDITED, plain,
+     //% "%1 made %2 the owner of the group"
+     QT_TRID_NOOP("system_alert_owner_changed"),
+     //% "You made %2 the owner of the group"
+     QT_TRID_NOOP("system_alert_you_owner_changed")},
+    {Alert::CONTACT_ADDED, plain,
+     //% "%1 added %2 as a contact"
+     QT_TRID_NOOP("system_alert_contact_added"),
+     //% "You added %2 as a contact"
+     QT_TRID_NOOP("system_alert_you_contact_added")},
+    {Alert::SELF_CONSTRUCT_TIME_UPDATED, on,
+     //% "%1 set messages to be deleted after %2"
+     QT_TRID_NOOP("system_alert_self_destruct_on"),
+     //% "You set messages to be deleted after %2"
+     QT_TRID_NOOP("system_alert_you_self_destruct_on")},
+    {Alert::SELF_CONSTRUCT_TIME_UPDATED, off,
+     //% "%1 turned self-deleting messages off"
+     QT_TRID_NOOP("system_alert_self_destruct_off"),
+     //% "You turned self-deleting messages off"
+     QT_TRID_NOOP("system_alert_you_self_destruct_off")},
+    {Alert::MESSAGE_PINNED, plain,
+     //% "%1 pinned a message"
+     QT_TRID_NOOP("system_alert_pinned"),
+     //% "You pinned a message"
+     QT_TRID_NOOP("system_alert_you_pinned")},
+    {Alert::GROUP_DISMISSED, plain,
+     //% "%1 dissolved the group"
+     QT_TRID_NOOP("system_alert_dismissed"),
+     //% "You dissolved the group"
+     QT_TRID_NOOP("system_alert_you_dismissed")},
+    {Alert::ANONYMOUS_ID_REFRESHED, plain,
+     //% "%1 has a new anonymous identity"
+     QT_TRID_NOOP("system_alert_anonymous_id"),
+     //% "You have a new anonymous identity"
+     QT_TRID_NOOP("system_alert_my_anonymous_id")},
+    {Alert::SCREEN_CAPTURED, plain,
+     //% "%1 took a screenshot"
+     QT_TRID_NOOP("system_alert_screenshot"),
+     //% "You took a screenshot"
+     QT_TRID_NOOP("system_alert_you_screenshot")},
+    {Alert::MEETING_STARTED, plain,
+     //% "%1 started a meeting"
+     QT_TRID_NOOP("system_alert_meeting_started"),
+     //% "You started a meeting"
+     QT_TRID_NOOP("system_alert_you_meeting_started")},
+    {Alert::MEETING_ENDED, plain,
+     //% "The meeting ended"
+     QT_TRID_NOOP("system_alert_meeting_ended")},
+    {Alert::FACE_BLUE_TURNED_ON, plain,
+     //% "%1 turned on the blurring of faces"
+     QT_TRID_NOOP("system_alert_face_blur_on"),
+     //% "You turned on the blurring of faces"
+     QT_TRID_NOOP("system_alert_you_face_blur_on")},
+    {Alert::FACE_BLUE_TURNED_OFF, plain,
+     //% "%1 turned off the blurring of faces"
+     QT_TRID_NOOP("system_alert_face_blur_off"),
+     //% "You turned off the blurring of faces"
+     QT_TRID_NOOP("system_alert_you_face_blur_off")},
+    {Alert::RECEIPT_COMPLETE, plain,
+     //% "Everyone has confirmed the message"
+     QT_TRID_NOOP("system_alert_receipt_complete")},
+    {Alert::WEB_LOGGED_IN, plain,
+     //% "%1 signed in on the web"
+     QT_TRID_NOOP("system_alert_web_login"),
+     //% "You signed in on the web"
+     QT_TRID_NOOP("system_alert_you_web_login")},
+    {Alert::MESSAGE_LIMIT_UPDATED, plain,
+     //% "%1 lifted the message limit"
+     QT_TRID_NOOP("system_alert_limit_off"),
+     //% "You lifted the message limit"
+     QT_TRID_NOOP("system_alert_you_limit_off")},
+    {Alert::MESSAGE_LIMIT_UPDATED, countLimit,
+     //% "%1 set the chat to keep the latest %2"
+     QT_TRID_NOOP("system_alert_limit_count"),
+     //% "You set the chat to keep the latest %2"
+     QT_TRID_NOOP("system_alert_you_limit_count")},
+    {Alert::MESSAGE_LIMIT_UPDATED, dayLimit,
+     //% "%1 set the chat to keep messages for %2"
+     QT_TRID_NOOP("system_alert_limit_days"),
+     //% "You set the chat to keep messages for %2"
+     QT_TRID_NOOP("system_alert_you_limit_days")},
+    {Alert::MESSAGE_LIMIT_UPDATED, bothLimits,
+     //% "%1 set the chat to keep the latest %2 for %3"
+     QT_TRID_NOOP("system_alert_limit_both"),
+     //% "You set the chat to keep the latest %2 for %3"
+     QT_TRID_NOOP("system_alert_you_limit_both")},
+    {Alert::TOPIC_UPDATED, lacking,
+     //% "%1 updated a topic"
+     QT_TRID_NOOP("system_alert_topic"),
+     //% "You updated a topic"
+     QT_TRID_NOOP("system_alert_you_topic")},
+    {Alert::TOPIC_UPDATED, SystemItem::TopicUnchanged,
+     //% "%1 updated the topic “%2”"
+     QT_TRID_NOOP("system_alert_topic_updated"),
+     //% "You updated the topic “%2”"
+     QT_TRID_NOOP("system_alert_you_topic_updated")},
+    {Alert::TOPIC_UPDATED, SystemItem::TopicCreated,
+     //% "%1 created the topic “%2”"
+     QT_TRID_NOOP("system_alert_topic_created"),
+     //% "You created the topic “%2”"
+     QT_TRID_NOOP("system_alert_you_topic_created")},
+    {Alert::TOPIC_UPDATED, SystemItem::TopicRenamed,
+     //% "%1 renamed the topic “%3” to “%2”"
+     QT_TRID_NOOP("system_alert_topic_renamed"),
+     //% "You renamed the topic “%3” to “%2”"
+     QT_TRID_NOOP("system_alert_you_topic_renamed")},
+    {Alert::TOPIC_UPDATED, SystemItem::TopicClosed,
+     //% "%1 closed the topic “%2”"
+     QT_TRID_NOOP("system_alert_topic_closed"),
+     //% "You closed the topic “%2”"
+     QT_TRID_NOOP("system_alert_you_topic_closed")},
+    {Alert::TOPIC_UPDATED, SystemItem::TopicReopened,
+     //% "%1 reopened the topic “%2”"
+     QT_TRID_NOOP("system_alert_topic_reopened"),
+     //% "You reopened the topic “%2”"
+     QT_TRID_NOOP("system_alert_you_topic_reopened")},
+    {Alert::TOPIC_UPDATED, SystemItem::TopicArchived,
+     //% "%1 archived the topic “%2”"
+     QT_TRID_NOOP("system_alert_topic_archived"),
+     //% "You archived the topic “%2”"
+     QT_TRID_NOOP("system_alert_you_topic_archived")},
+    {Alert::TOPIC_UPDATED, SystemItem::TopicUnarchived,
+     //% "%1 took the topic “%2” out of the archive"
+     QT_TRID_NOOP("system_alert_topic_unarchived"),
+     //% "You took the topic “%2” out of the archive"
+     QT_TRID_NOOP("system_alert_you_topic_unarchived")},
+    {Alert::TOPIC_UPDATED, SystemItem::TopicMoved,
+     //% "%1 moved the topic “%2”"
+     QT_TRID_NOOP("system_alert_topic_moved"),
+     //% "You moved the topic “%2”"
+     QT_TRID_NOOP("system_alert_you_topic_moved")},
+    {Alert::TOPIC_UPDATED, SystemItem::TopicDeleted,
+     //% "%1 deleted the topic “%2”"
+     QT_TRID_NOOP("system_alert_topic_deleted"),
+     //% "You deleted the topic “%2”"
+     QT_TRID_NOOP("system_alert_you_topic_deleted")},
+    {Alert::TOPIC_SUPPORT_ENABLED, plain,
+     //% "%1 turned on topics"
+     QT_TRID_NOOP("system_alert_topics_on"),
+     //% "You turned on topics"
+     QT_TRID_NOOP("system_alert_you_topics_on")},
+    {Alert::DISMISS_AT_UPDATED, on,
+     //% "%1 set the group to be dissolved on %2"
+     QT_TRID_NOOP("system_alert_dismiss_at"),
+     //% "You set the group to be dissolved on %2"
+     QT_TRID_NOOP("system_alert_you_dismiss_at")},
+    {Alert::DISMISS_AT_UPDATED, off,
+     //% "%1 set the group to stay"
+     QT_TRID_NOOP("system_alert_dismiss_off"),
+     //% "You set the group to stay"
+     QT_TRID_NOOP("system_alert_you_dismiss_off")},
+    {Alert::RESTRICTED_MODE_UPDATED, on,
+     //% "%1 turned on restricted mode"
+     QT_TRID_NOOP("system_alert_restricted_on"),
+     //% "You turned on restricted mode"
+     QT_TRID_NOOP("system_alert_you_restricted_on")},
+    {Alert::RESTRICTED_MODE_UPDATED, off,
+     //% "%1 turned off restricted mode"
+     QT_TRID_NOOP("system_alert_restricted_off"),
+     //% "You turned off restricted mode"
+     QT_TRID_NOOP("system_alert_you_restricted_off")},
+    {Alert::EXPIRED_VOICE, plain,
+     //% "The voice message has expired"
+     QT_TRID_NOOP("system_alert_voice_expired")},
+    {Alert::EXPIRED_MEDIA, Message::NONE,
+     //% "The media have expired"
+     QT_TRID_NOOP("system_alert_media_expired")},
+    {Alert::EXPIRED_MEDIA, Message::IMAGE,
+     //% "The photo has expired"
+     QT_TRID_NOOP("system_alert_photo_expired")},
+    {Alert::EXPIRED_MEDIA, Message::VIDEO,
+     //% "The video has expired"
+     QT_TRID_NOOP("system_alert_video_expired")},
+    {Alert::EXPIRED_MEDIA, Message::VOICE,
+     //% "The voice message has expired"
+     QT_TRID_NOOP("system_alert_voice_expired")},
+    {Alert::THEME_UPDATED, plain,
+     //% "%1 changed the theme of the chat"
+     QT_TRID_NOOP("system_alert_theme"),
+     //% "You changed the theme of the chat"
+     QT_TRID_NOOP("system_alert_you_theme")},
+    {Alert::THEME_UPDATED, on,
+     //% "%1 changed the theme of the chat to “%2”"
+     QT_TRID_NOOP("system_alert_theme_to"),
+     //% "You changed the theme of the chat to “%2”"
+     QT_TRID_NOOP("system_alert_you_theme_to")},
+    {Alert::WALLPAPER_UPDATED, on,
+     //% "%1 changed the background of the chat"
+     QT_TRID_NOOP("system_alert_wallpaper"),
+     //% "You changed the background of the chat"
+     QT_TRID_NOOP("system_alert_you_wallpaper")},
+    {Alert::WALLPAPER_UPDATED, off,
+     //% "%1 removed the background of the chat"
+     QT_TRID_NOOP("system_alert_wallpaper_off"),
+     //% "You removed the background of the chat"
+     QT_TRID_NOOP("system_alert_you_wallpaper_off")},
 };
 
 /// The row of an alert; of a variant that a newer protocol has, the plain one; of a type that it
@@ -217,21 +325,17 @@ const Row &rowOf(int type, int variant)
     return row == std::end(rows) ? rows[0] : *row;
 }
 
-QString text(const std::string &utf8)
-{
-    return QString::fromUtf8(utf8.data(), qsizetype(utf8.size()));
-}
-
 /// A text from outside as it may stand inside a sentence: on one line, and of another direction of
 /// writing only for itself (Unicode Standard Annex #9, isolates).
-QString inSentence(const QString &name)
+QString inSentence(const QString &name, Qt::LayoutDirection direction)
 {
     const QString line = name.simplified();
-    const bool mayReorder = std::any_of(line.cbegin(), line.cend(), [](QChar c) {
-        const auto direction = c.direction();
-        return c.isSurrogate() || direction == QChar::DirR || direction == QChar::DirAL
-            || (direction >= QChar::DirLRE && direction <= QChar::DirPDF)
-            || (direction >= QChar::DirLRI && direction <= QChar::DirPDI);
+    const bool mayReorder = std::any_of(line.cbegin(), line.cend(), [=](QChar c) {
+        const auto own = c.direction();
+        return c.isSurrogate() || (own == QChar::DirL && direction == Qt::RightToLeft)
+            || own == QChar::DirR || own == QChar::DirAL
+            || (own >= QChar::DirLRE && own <= QChar::DirPDF)
+            || (own >= QChar::DirLRI && own <= QChar::DirPDI);
     });
     if (!mayReorder)
         return line;
@@ -258,7 +362,7 @@ bool isMe(const Circumstances &circumstances, qint64 userId)
 Party operatorOf(const Alert &alert, const Circumstances &circumstances)
 {
     const auto named = [&](const std::string &name) {
-        return circumstances.sender.isEmpty() ? text(name) : circumstances.sender;
+        return circumstances.sender.isEmpty() ? Util::fromUtf8(name) : circumstances.sender;
     };
     if (alert.has_group_operator()) {
         const im::GroupSender &group = alert.group_operator();
@@ -277,7 +381,7 @@ QList<Party> targetsOf(const Alert &alert, const Circumstances &circumstances)
             const im::User &user = alert.targets(int(i));
             party.isMe = isMe(circumstances, user.user_id());
             if (party.name.isEmpty())
-                party.name = text(user.name());
+                party.name = Util::fromUtf8(user.name());
         }
         if (party.isMe || !party.name.isEmpty())
             parties.append(party);
@@ -285,15 +389,19 @@ QList<Party> targetsOf(const Alert &alert, const Circumstances &circumstances)
     return parties;
 }
 
-/// As the object of a sentence; empty when nobody is known.
-QString asObject(const QList<Party> &parties)
+//% "you"
+constexpr const char *youAmongOthers = QT_TRID_NOOP("system_alert_you_among_others");
+//% "you"
+constexpr const char *youAsObject = QT_TRID_NOOP("system_alert_you_object");
+
+/// Empty when nobody is known.
+QString listOf(const QList<Party> &parties, const char *you, Qt::LayoutDirection direction)
 {
     QStringList names;
-    for (const Party &party : parties) {
-        names.append(party.isMe ? translated(QT_TRID_NOOP("system_alert_you_object"), "you")
-                                : inSentence(party.name));
-    }
-    return names.join(QStringLiteral(", "));
+    for (const Party &party : parties)
+        names.append(party.isMe ? translated(you) : inSentence(party.name, direction));
+    //% ", "
+    return names.join(translated(QT_TRID_NOOP("list_separator")));
 }
 
 /// Those that come to the group, leave it or change are the subject, whoever reported it.
@@ -324,12 +432,14 @@ bool isOwnDoing(const Alert &alert)
 
 QString messages(int count)
 {
-    return translated(QT_TRID_N_NOOP("system_alert_messages"), "message", "%n messages", count);
+    //% "%n messages"
+    return translated(QT_TRID_N_NOOP("system_alert_messages"), count);
 }
 
 QString days(int count)
 {
-    return translated(QT_TRID_N_NOOP("system_alert_days"), "%n day", "%n days", count);
+    //% "%n days"
+    return translated(QT_TRID_N_NOOP("system_alert_days"), count);
 }
 
 /// In the largest unit that goes into it without a rest.
@@ -338,20 +448,22 @@ QString duration(int seconds)
     if (seconds % 86400 == 0)
         return days(seconds / 86400);
     if (seconds % 3600 == 0) {
-        return translated(QT_TRID_N_NOOP("system_alert_hours"), "%n hour", "%n hours",
-                          seconds / 3600);
+        //% "%n hours"
+        return translated(QT_TRID_N_NOOP("system_alert_hours"), seconds / 3600);
     }
     if (seconds % 60 == 0) {
-        return translated(QT_TRID_N_NOOP("system_alert_minutes"), "%n minute", "%n minutes",
-                          seconds / 60);
+        //% "%n minutes"
+        return translated(QT_TRID_N_NOOP("system_alert_minutes"), seconds / 60);
     }
-    return translated(QT_TRID_N_NOOP("system_alert_seconds"), "%n second", "%n seconds", seconds);
+    //% "%n seconds"
+    return translated(QT_TRID_N_NOOP("system_alert_seconds"), seconds);
 }
 
 QString date(qint64 milliseconds)
 {
     const QDateTime time = QDateTime::fromMSecsSinceEpoch(milliseconds);
-    return QLocale().toString(time.date(), QLocale::LongFormat);
+    const QLocale locale(AppSettingModel::instance()->language());
+    return locale.toString(time.date(), QLocale::LongFormat);
 }
 
 bool hasTopic(const Alert &alert)
@@ -390,13 +502,14 @@ int variantOf(const Alert &alert, const Circumstances &circumstances)
 }
 
 /// %2 and %3.
-QStringList objectsOf(const Alert &alert, int variant, const QList<Party> &targets)
+QStringList objectsOf(const Alert &alert, int variant, const QList<Party> &targets,
+                      Qt::LayoutDirection direction)
 {
     switch (int(alert.type())) {
     case Alert::CREATE:
     case Alert::NAME_EDITED:
     case Alert::THEME_UPDATED:
-        return {inSentence(text(alert.name()))};
+        return {inSentence(Util::fromUtf8(alert.name()), direction)};
     case Alert::SELF_CONSTRUCT_TIME_UPDATED:
         return {duration(alert.time())};
     case Alert::MESSAGE_LIMIT_UPDATED: {
@@ -405,14 +518,14 @@ QStringList objectsOf(const Alert &alert, int variant, const QList<Party> &targe
         return variant == dayLimit ? QStringList{keptDays} : QStringList{keptMessages, keptDays};
     }
     case Alert::TOPIC_UPDATED: {
-        const QString before = inSentence(text(alert.origin_topic().name()));
-        const QString now = inSentence(text(alert.current_topic().name()));
+        const QString before = inSentence(Util::fromUtf8(alert.origin_topic().name()), direction);
+        const QString now = inSentence(Util::fromUtf8(alert.current_topic().name()), direction);
         return {now.isEmpty() ? before : now, before};
     }
     case Alert::DISMISS_AT_UPDATED:
         return {date(alert.dismiss_at())};
     default:
-        return {asObject(targets)};
+        return {listOf(targets, youAsObject, direction)};
     }
 }
 
@@ -443,20 +556,15 @@ AlertText::Sentence AlertText::compose(const Alert &alert, const Circumstances &
     const QList<Party> targets = targetsOf(alert, circumstances);
 
     const bool isJoining = alert.type() == Alert::MEMBER_JOINED && variant == plain;
-    Party subject = operatorOf(alert, circumstances);
-    if ((isJoining || isAboutTargets(alert.type())) && !targets.isEmpty()) {
-        subject = targets.first();
-        if (targets.size() > 1)
-            subject = {asObject(targets)};
-    } else {
-        subject.name = inSentence(subject.name);
-    }
+    const bool areSubject = (isJoining || isAboutTargets(alert.type())) && !targets.isEmpty();
+    const QList<Party> subjects =
+        areSubject ? targets : QList<Party>{operatorOf(alert, circumstances)};
 
-    const Wording &wording = subject.isMe && row.saidOfMe.id ? row.saidOfMe : row.said;
-    const QString sentence = translated(wording.id, wording.english);
-    QStringList parts = objectsOf(alert, variant, targets);
-    parts.prepend(subject.isMe ? translated(QT_TRID_NOOP("system_alert_you"), "You")
-                               : subject.name);
+    const bool isOfMe = subjects.size() == 1 && subjects.first().isMe;
+    const QString sentence = translated(isOfMe && row.saidOfMe ? row.saidOfMe : row.said);
+    const auto direction = sentence.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight;
+    QStringList parts = objectsOf(alert, variant, targets, direction);
+    parts.prepend(listOf(subjects, youAmongOthers, direction));
 
     Sentence result;
     result.isComplete =
@@ -464,8 +572,10 @@ AlertText::Sentence AlertText::compose(const Alert &alert, const Circumstances &
     for (qsizetype i = 0; i < parts.size(); ++i) {
         if (!parts.at(i).isEmpty() || !sentence.contains(QStringLiteral("%%1").arg(i + 1)))
             continue;
-        parts[i] = i == 0 ? translated(QT_TRID_NOOP("system_alert_someone"), "Someone")
-                          : translated(QT_TRID_NOOP("system_alert_someone_object"), "someone");
+        //% "Someone"
+        parts[i] = i == 0 ? translated(QT_TRID_NOOP("system_alert_someone"))
+                          //% "someone"
+                          : translated(QT_TRID_NOOP("system_alert_someone_object"));
         result.isComplete = false;
     }
     result.text = filledIn(sentence, parts);

@@ -1,8 +1,9 @@
 #include "content/items/callitem.h"
 
 #include "base/storedvalue.h"
-#include "base/translated.h"
+#include "base/util.h"
 #include "content/changes_p.h"
+#include "i18n/translated_p.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 
@@ -41,44 +42,45 @@ QString clock(qint64 seconds)
     return QString::number(minutes / 60) + QLatin1Char(':') + twoDigits(minutes % 60) + tail;
 }
 
-struct Wording {
-    const char *id;
-    const char *english;
-};
-
 /// What is said of a state to the one who called and to the one who was called.
 struct StateText {
     qint32 state;
-    Wording outgoing;
-    Wording incoming;
+    const char *outgoing;
+    const char *incoming;
 };
 
 constexpr StateText stateTexts[] = {
-    {CallItem::Unknown, {QT_TRID_NOOP("call"), "Call"}, {QT_TRID_NOOP("call"), "Call"}},
+    //% "Call"
+    {CallItem::Unknown, QT_TRID_NOOP("call"), "call"},
     {CallItem::Dialing,
-     {QT_TRID_NOOP("call_outgoing"), "Calling…"},
-     {QT_TRID_NOOP("call_incoming"), "Incoming call"}},
-    {CallItem::Established,
-     {QT_TRID_NOOP("call_in_progress"), "Call in progress"},
-     {QT_TRID_NOOP("call_in_progress"), "Call in progress"}},
+     //% "Calling…"
+     QT_TRID_NOOP("call_outgoing"),
+     //% "Incoming call"
+     QT_TRID_NOOP("call_incoming")},
+    //% "Call in progress"
+    {CallItem::Established, QT_TRID_NOOP("call_in_progress"), "call_in_progress"},
     {CallItem::Rejected,
-     {QT_TRID_NOOP("call_was_declined"), "Call declined"},
-     {QT_TRID_NOOP("call_you_declined"), "You declined the call"}},
+     //% "Call declined"
+     QT_TRID_NOOP("call_was_declined"),
+     //% "You declined the call"
+     QT_TRID_NOOP("call_you_declined")},
     {CallItem::TimeOut,
-     {QT_TRID_NOOP("call_no_answer"), "No answer"},
-     {QT_TRID_NOOP("call_missed"), "Missed call"}},
+     //% "No answer"
+     QT_TRID_NOOP("call_no_answer"),
+     //% "Missed call"
+     QT_TRID_NOOP("call_missed")},
     {CallItem::Cancelled,
-     {QT_TRID_NOOP("call_you_cancelled"), "You cancelled the call"},
-     {QT_TRID_NOOP("call_missed"), "Missed call"}},
-    {CallItem::Finished,
-     {QT_TRID_NOOP("call_finished"), "Call %1"},
-     {QT_TRID_NOOP("call_finished"), "Call %1"}},
-    {CallItem::Failed,
-     {QT_TRID_NOOP("call_failed"), "Call failed"},
-     {QT_TRID_NOOP("call_failed"), "Call failed"}},
+     //% "You cancelled the call"
+     QT_TRID_NOOP("call_you_cancelled"), "call_missed"},
+    //% "Call %1"
+    {CallItem::Finished, QT_TRID_NOOP("call_finished"), "call_finished"},
+    //% "Call failed"
+    {CallItem::Failed, QT_TRID_NOOP("call_failed"), "call_failed"},
     {CallItem::Busy,
-     {QT_TRID_NOOP("call_busy"), "Line busy"},
-     {QT_TRID_NOOP("call_missed_while_busy"), "Missed call while you were busy"}},
+     //% "Line busy"
+     QT_TRID_NOOP("call_busy"),
+     //% "Missed call while you were busy"
+     QT_TRID_NOOP("call_missed_while_busy")},
 };
 
 } // namespace
@@ -96,8 +98,7 @@ CallItem::CallItem(const QMap<QString, QVariant> &map, int source, AccountBase *
 
 CallItem::CallItem(const im::content::Content &content, int source, AccountBase *account)
     : ContentItem(content, source, account), m_duration(content.call().duration()),
-      m_callId(QString::fromStdString(content.call().call_id())),
-      m_state(content.call().call_state())
+      m_callId(Util::fromUtf8(content.call().call_id())), m_state(content.call().call_state())
 {
     setType(Call);
 }
@@ -155,8 +156,7 @@ QString CallItem::text() const
         if (candidate.state == m_state)
             row = &candidate;
     }
-    const Wording &wording = m_outgoing ? row->outgoing : row->incoming;
-    const QString text = translated(wording.id, wording.english);
+    const QString text = translated(m_outgoing ? row->outgoing : row->incoming);
     return m_state == Finished ? text.arg(clock(qMax(m_duration, 0))) : text;
 }
 
@@ -195,6 +195,6 @@ void CallItem::setContent(const im::content::Content &content)
     }
     const im::content::Call &call = content.call();
     Changes changes(this);
-    take(changes, call.call_state(), call.duration(), QString::fromStdString(call.call_id()));
+    take(changes, call.call_state(), call.duration(), Util::fromUtf8(call.call_id()));
     keepRemainder(content);
 }

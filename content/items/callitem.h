@@ -1,11 +1,13 @@
 #pragma once
 
 #include "content/contentitem.h"
+#include "i18n/languagefollower.h"
 
 template <typename Item>
 class Changes;
 
-/// A call between two users, as it stands in their chat when it is over or under way.
+/// A call between two users, as it stands in their chat when it is over or under way. calcSize()
+/// does not measure it: how a call is shown is the view's.
 ///
 /// Stored after the base keys as "state", "duration", "callId".
 class MODELBASE_EXPORT CallItem : public ContentItem
@@ -44,6 +46,7 @@ public:
     /// Seconds that were spoken; 0 for a call that nobody answered.
     qint64 duration() const { return m_duration; }
     void setDuration(qint64 duration);
+    /// What the server knows the call by.
     const QString &callId() const { return m_callId; }
     void setCallId(const QString &callId);
     /// Whether the account made the call: its message says so, the content does not. Set by the
@@ -73,4 +76,6 @@ private:
     QString m_callId;
     qint32 m_state = Unknown;
     bool m_outgoing = false;
+    LanguageFollower m_follower{
+        this, [](QObject *item) { Q_EMIT static_cast<CallItem *>(item)->textChanged(); }};
 };

@@ -1,6 +1,7 @@
 #include "content/items/carditem.h"
 
 #include "base/storedvalue.h"
+#include "base/util.h"
 #include "content/changes_p.h"
 #include "content/items/namedobject_p.h"
 #include "content/photodata.h"
@@ -74,10 +75,10 @@ CardItem::Photo photoOf(const Map &map)
 
 CardItem::Photo photoOf(const im::content::FileInfo &info)
 {
-    return {QString::fromStdString(info.id()),
+    return {Util::fromUtf8(info.id()),
             QByteArray::fromStdString(info.key()),
             QByteArray::fromStdString(info.checksum()),
-            QString::fromStdString(info.name()),
+            Util::fromUtf8(info.name()),
             info.size(),
             info.version()};
 }
@@ -103,9 +104,8 @@ CardItem::CardItem(const Map &map, int source, AccountBase *account)
 }
 
 CardItem::CardItem(const im::content::Content &content, int source, AccountBase *account)
-    : ContentItem(content, source, account),
-      m_nick(QString::fromStdString(content.card().nickname())),
-      m_imId(QString::fromStdString(content.card().im_id())), m_userId(content.card().user_id())
+    : ContentItem(content, source, account), m_nick(Util::fromUtf8(content.card().nickname())),
+      m_imId(Util::fromUtf8(content.card().im_id())), m_userId(content.card().user_id())
 {
     setType(Card);
     if (content.card().has_avatar_thumb())
@@ -242,8 +242,8 @@ void CardItem::setContent(const im::content::Content &content)
     }
     const im::content::Card &card = content.card();
     Changes changes(this);
-    take(changes, QString::fromStdString(card.nickname()), card.user_id(),
-         QString::fromStdString(card.im_id()), photoOf(card.avatar_thumb()));
+    take(changes, Util::fromUtf8(card.nickname()), card.user_id(), Util::fromUtf8(card.im_id()),
+         photoOf(card.avatar_thumb()));
     updateText(card.caption());
     keepRemainder(content);
 }

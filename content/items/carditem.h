@@ -9,7 +9,8 @@ class PhotoData;
 template <typename Item>
 class Changes;
 
-/// A user whom somebody recommends: the card that one taps to open the profile.
+/// A user whom somebody recommends: the card that one taps to open the profile. calcSize() measures
+/// the caption alone: how the card is shown is the view's.
 ///
 /// Stored after the base keys as "nick", "userId", "photoId", "aesKey" (Base64), and where they are
 /// not empty "imId" and of the photo "photoMd5" (Base64), "photoName", "photoSize", "photoVersion".
@@ -34,8 +35,8 @@ public:
         QByteArray aesKey; ///< raw bytes
         QByteArray md5;    ///< raw bytes
         QString name;
-        qint64 size = 0; ///< bytes
-        qint32 version = 0;
+        qint64 size = 0;    ///< bytes
+        qint32 version = 0; ///< of the file, as the server counts them
 
         bool operator==(const Photo &other) const = default;
     };

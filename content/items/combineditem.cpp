@@ -1,6 +1,7 @@
 #include "content/items/combineditem.h"
 
 #include "account/accountbase.h"
+#include "base/util.h"
 #include "content/contentfactory.h"
 #include "content/items/innercontent_p.h"
 #include "content/items/mediabox_p.h"
@@ -112,8 +113,8 @@ void CombinedItem::read(const im::Message &message, const Opener &open)
         if (entry.isGroup) {
             const im::GroupSender &sender = inner.group_sender();
             entry.senderId = sender.group_id();
-            entry.senderName = QString::fromStdString(
-                sender.send_from_channel() ? sender.channel_name() : sender.title());
+            entry.senderName =
+                Util::fromUtf8(sender.send_from_channel() ? sender.channel_name() : sender.title());
         } else {
             entry.senderId = inner.sender();
         }

@@ -54,7 +54,8 @@ public:
     /// Decrypts a message and makes its content; null when that cannot be done.
     using Opener = std::function<QSharedPointer<ContentItem>(const im::Message &message)>;
 
-    /// From im.Message.combined_messages. `open` is called for each that is not itself combined.
+    /// From im.Message.combined_messages. `open` is called, before this returns, for each that is
+    /// not itself combined.
     CombinedItem(const im::Message &message, const Opener &open, int source, AccountBase *account);
     CombinedItem(const QMap<QString, QVariant> &map, int source, AccountBase *account);
     CombinedItem(int source, AccountBase *account);

@@ -132,6 +132,7 @@ FileItem::FileItem(const QMap<QString, QVariant> &map, int source, AccountBase *
 FileItem::FileItem(const im::content::Content &content, int source, AccountBase *account)
     : ContentItem(content, source, account), m_account(account)
 {
+    const QSignalBlocker blocker(this); // nobody can listen yet
     if (content.has_file()) {
         const im::content::File &file = content.file();
         updateFiles(file.attach_file(), file.thumb_file(), file.thumb_nail(), file.caption());

@@ -92,8 +92,9 @@ public:
     /// thumbnail is to be uploaded, too, and a preview is put into thumbNail(); otherwise the
     /// thumbnail stays on this device.
     ///
-    /// Returns at once; the work is done on the thread pool (ThreadManager::run()). Ends with
-    /// thumbnailCaptured() on the item's thread, unless the item is gone by then.
+    /// The work is done on the thread pool (ThreadManager::run()). Ends with thumbnailCaptured() on
+    /// the item's thread, unless the item is gone by then; before this returns where there is
+    /// nothing to do. A call while one is under way is ignored.
     Q_INVOKABLE void captureThumbnail();
 
     /// The size, in pixels, of what stands above the caption in a view that can give `maxWidth`
@@ -109,7 +110,8 @@ public:
     QString getKeyword() const override;
     QSize calcContentSize(int &lineCount, int maxWidth, int maxRowCount, bool inThread) override;
 
-    /// Appends the records of all files of the item.
+    /// Appends the records of all files of the item: source, thumbnail, and those that a kind has
+    /// besides.
     void getFile(QList<QSharedPointer<FileData>> &files) override;
     /// Appends the ids of the files of which there is a copy in the cache. Looks at the disk.
     void getFileIdsByExistCache(QList<QString> &ids) override;
@@ -126,6 +128,8 @@ Q_SIGNALS:
     void displayNameChanged();
     void fileTypeChanged(int fileType);
     void uploadStateChanged();
+    /// The end of a captureThumbnail(). False: there was nothing to do, the file cannot be read, or
+    /// the item has got a thumbnail or another file meanwhile.
     void thumbnailCaptured(bool ok);
 
 protected:

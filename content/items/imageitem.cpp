@@ -33,6 +33,7 @@ ImageItem::ImageItem(const QMap<QString, QVariant> &map, int source, AccountBase
 ImageItem::ImageItem(const im::content::Content &content, int source, AccountBase *account)
     : MediaFileItem(content, source, account)
 {
+    const QSignalBlocker blocker(this); // nobody can listen yet
     if (content.has_image())
         read(content);
 }

@@ -1,5 +1,6 @@
 #include "content/items/locationitem.h"
 
+#include "base/util.h"
 #include "content/changes_p.h"
 #include "content/items/fileitem_p.h"
 #include "content/items/mediabox_p.h"
@@ -8,6 +9,7 @@
 
 #include <QLoggingCategory>
 
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <utility>
@@ -20,22 +22,25 @@ Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 /// In pixels.
 constexpr QSize naturalMapSize(320, 180);
 
-QString text(const std::string &utf8)
-{
-    return QString::fromUtf8(utf8.data(), qsizetype(utf8.size()));
-}
-
 /// Also where the numbers are none, which are never equal.
 bool isSame(double a, double b)
 {
     return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
-/// JSON has no form for what is no number, nor for the sign of a zero.
+/// JSON has no form for what is no number, nor for the sign of a zero: their bits stand for them.
 QVariant stored(double number)
 {
-    const bool isPlain = std::isfinite(number) && (number != 0 || !std::signbit(number));
-    return isPlain ? QVariant(number) : QVariant(QString::number(number));
+    if (std::isfinite(number) && (number != 0 || !std::signbit(number)))
+        return number;
+    return QStringLiteral("0x%1").arg(std::bit_cast<quint64>(number), 0, 16);
+}
+
+double fromStored(const QVariant &value)
+{
+    const QString text = value.toString();
+    return text.startsWith(u"0x") ? std::bit_cast<double>(text.toULongLong(nullptr, 16))
+                                  : value.toDouble();
 }
 
 LocationItem::MapImageFetcher &fetcher()
@@ -61,6 +66,7 @@ LocationItem::LocationItem(const QMap<QString, QVariant> &map, int source, Accou
 LocationItem::LocationItem(const im::content::Content &content, int source, AccountBase *account)
     : MediaFileItem(content, source, account)
 {
+    const QSignalBlocker blocker(this); // nobody can listen yet
     if (content.has_location())
         read(content);
 }
@@ -158,8 +164,8 @@ void LocationItem::serialize(QMap<QString, QVariant> &map) const
 
 void LocationItem::read(const QMap<QString, QVariant> &map, Changes<LocationItem> &changes)
 {
-    replaceCoordinates(map.value(QStringLiteral("longitude")).toDouble(),
-                       map.value(QStringLiteral("latitude")).toDouble(), changes);
+    replaceCoordinates(fromStored(map.value(QStringLiteral("longitude"))),
+                       fromStored(map.value(QStringLiteral("latitude"))), changes);
     changes.set(m_place, map.value(QStringLiteral("place")).toString(),
                 &LocationItem::placeChanged);
     changes.set(m_address, map.value(QStringLiteral("address")).toString(),
@@ -202,8 +208,8 @@ void LocationItem::read(const im::content::Content &content)
     const im::content::Location &body = content.location();
     Changes<LocationItem> changes(this);
     const bool isElsewhere = replaceCoordinates(body.longitude(), body.latitude(), changes);
-    changes.set(m_place, text(body.title()), &LocationItem::placeChanged);
-    changes.set(m_address, text(body.address()), &LocationItem::addressChanged);
+    changes.set(m_place, Util::fromUtf8(body.title()), &LocationItem::placeChanged);
+    changes.set(m_address, Util::fromUtf8(body.address()), &LocationItem::addressChanged);
     if (isElsewhere)
         setThumbnailFile({});
     updateText(body.caption());

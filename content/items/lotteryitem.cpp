@@ -1,5 +1,6 @@
 #include "content/items/lotteryitem.h"
 
+#include "base/util.h"
 #include "content/items/innercontent_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/items/watch_p.h"
@@ -165,7 +166,7 @@ LotteryItem::Kind LotteryItem::kind() const
 
 QString LotteryItem::lotteryId() const
 {
-    return QString::fromStdString(m_lottery->id());
+    return Util::fromUtf8(m_lottery->id());
 }
 
 qint32 LotteryItem::ownerUid() const

@@ -118,8 +118,10 @@ public:
 
     /// Takes over how it goes. False, and no change, for the record of another lottery.
     bool setLottery(const im::Lottery &lottery);
-    /// Adds the shares of a further page of them; those that are known are not added twice.
+    /// Adds the shares of a further page of them; those that are known are not added twice. False,
+    /// and no change, for the page of another lottery or of another kind of lottery.
     bool addShares(const im::Lottery &page);
+    /// Writes the record held, checked.
     void lottery(im::Lottery *record) const;
 
     void setOptionItems(const QList<QSharedPointer<ContentItem>> &options) override;

@@ -34,6 +34,9 @@ public:
     qint32 thumbH() const { return m_thumbSize.height(); }
     void setThumbSize(qint32 w, qint32 h);
 
+    /// The picture's own size, made smaller to fit the width and half of the screen's height, in
+    /// its proportions; where that is unknown the thumbnail's, or a square of 200 pixels. No side
+    /// is below 44, so that it can be tapped.
     QSize mediaSize(int maxWidth, bool inThread) const override;
 
     using FileItem::serialize;

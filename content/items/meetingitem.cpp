@@ -1,6 +1,7 @@
 #include "content/items/meetingitem.h"
 
 #include "base/storedvalue.h"
+#include "base/util.h"
 #include "content/changes_p.h"
 #include "protocol/message_content.pb.h"
 
@@ -33,7 +34,7 @@ MeetingItem::MeetingItem(const QMap<QString, QVariant> &map, int source, Account
 MeetingItem::MeetingItem(const im::content::Content &content, int source, AccountBase *account)
     : ContentItem(content, source, account),
       m_key(QByteArray::fromStdString(content.meeting_invite().key())),
-      m_nonce(QString::fromStdString(content.meeting_invite().nonce()))
+      m_nonce(Util::fromUtf8(content.meeting_invite().nonce()))
 {
     setType(Meeting);
 }
@@ -98,6 +99,6 @@ void MeetingItem::setContent(const im::content::Content &content)
     }
     const im::content::MeetingInvite &invite = content.meeting_invite();
     Changes changes(this);
-    take(changes, QByteArray::fromStdString(invite.key()), QString::fromStdString(invite.nonce()));
+    take(changes, QByteArray::fromStdString(invite.key()), Util::fromUtf8(invite.nonce()));
     keepRemainder(content);
 }

@@ -7,7 +7,8 @@
 template <typename Item>
 class Changes;
 
-/// An invitation to a meeting: what one needs to join it.
+/// An invitation to a meeting: what one needs to join it. calcSize() does not measure it: how an
+/// invitation is shown is the view's.
 ///
 /// Stored after the base keys as "key" (Base64) and "nonce".
 class MODELBASE_EXPORT MeetingItem : public ContentItem
@@ -26,6 +27,7 @@ public:
     /// The key that the meeting's media are encrypted with: raw bytes.
     const QByteArray &key() const { return m_key; }
     void setKey(const QByteArray &key);
+    /// Goes with the key, as the protocol has it.
     const QString &nonce() const { return m_nonce; }
     void setNonce(const QString &nonce);
 

@@ -21,11 +21,6 @@ Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 /// The file type of images, covers among them.
 constexpr int imageFileType = 2;
 
-QString text(const std::string &utf8)
-{
-    return QString::fromUtf8(utf8.data(), qsizetype(utf8.size()));
-}
-
 } // namespace
 
 MusicItem::MusicItem(int source, AccountBase *account) : FileItem(source, account)
@@ -43,6 +38,7 @@ MusicItem::MusicItem(const QMap<QString, QVariant> &map, int source, AccountBase
 MusicItem::MusicItem(const im::content::Content &content, int source, AccountBase *account)
     : FileItem(content, source, account)
 {
+    const QSignalBlocker blocker(this); // nobody can listen yet
     if (content.has_audio())
         read(content);
 }
@@ -181,8 +177,8 @@ void MusicItem::read(const im::content::Content &content)
     const im::content::Audio &body = content.audio();
     Changes<MusicItem> changes(this);
     changes.set(m_duration, body.duration(), &MusicItem::durationChanged);
-    changes.set(m_title, text(body.title()), &MusicItem::titleChanged);
-    changes.set(m_author, text(body.authors()), &MusicItem::authorChanged);
+    changes.set(m_title, Util::fromUtf8(body.title()), &MusicItem::titleChanged);
+    changes.set(m_author, Util::fromUtf8(body.authors()), &MusicItem::authorChanged);
     updateFiles(body.audio_file(), body.thumb_file(), body.thumb_nail(), body.caption());
 }
 

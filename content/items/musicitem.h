@@ -33,8 +33,9 @@ public:
     /// the id of the audio file, which stays on this device. Does nothing without an account (which
     /// has the file provider) or without a file.
     ///
-    /// Returns at once; the work is done on the thread pool (ThreadManager::run()), what it finds
-    /// is taken over on the item's thread, unless the item is gone by then.
+    /// The work is done on the thread pool (ThreadManager::run()), what it finds is taken over on
+    /// the item's thread, unless the item is gone by then. Nothing but the change signals tells of
+    /// it.
     Q_INVOKABLE void audioInfo();
 
     /// A row with the cover, and title and author beside it.

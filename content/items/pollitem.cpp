@@ -1,6 +1,7 @@
 #include "content/items/pollitem.h"
 
 #include "base/define.h"
+#include "base/util.h"
 #include "content/items/innercontent_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/items/watch_p.h"
@@ -215,7 +216,7 @@ void PollItem::setOptionItems(const QList<QSharedPointer<ContentItem>> &options)
 
 QString PollItem::pollId() const
 {
-    return QString::fromStdString(m_info->poll_id());
+    return Util::fromUtf8(m_info->poll_id());
 }
 
 qint32 PollItem::ownerUid() const
@@ -449,7 +450,7 @@ void PollItem::decryptComment(const QByteArray &cipher)
 
 QString PollItem::decrypted(const std::string &cipher) const
 {
-    return QString::fromUtf8(
+    return Util::fromUtf8(
         CryptoAES(2).decrypt(QByteArray::fromStdString(cipher), m_key, Define::comIV()));
 }
 

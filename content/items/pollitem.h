@@ -99,10 +99,12 @@ public:
     /// The key that the comment is encrypted with; 32 bytes, empty when there is none.
     const QByteArray &aesKey() const { return m_key; }
 
-    // Settings. The setters are for a poll that is written to be sent.
+    // Settings, as im.PollInfo has them. The setters are for a poll that is written to be sent.
     QString pollId() const;
+    /// The user who started it.
     qint32 ownerUid() const;
     bool anonymous() const;
+    /// Whether one may choose several options.
     bool multiple() const;
     bool isPublic() const;
     bool quizMode() const;
@@ -144,7 +146,7 @@ public:
     /// answers and the comment. False, and no change, for results that are older than those held,
     /// or of another poll.
     bool updateResult(const im::PollResult &result);
-    /// The settings and results, with the comment encrypted.
+    /// Writes settings and results, with the comment encrypted.
     void pollInfo(im::PollInfo *info) const;
 
     /// The comment for sending; empty without a comment, and with a log line without a key.

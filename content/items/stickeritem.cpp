@@ -1,6 +1,7 @@
 #include "content/items/stickeritem.h"
 
 #include "base/storedvalue.h"
+#include "base/util.h"
 #include "content/changes_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/stickerdata.h"
@@ -319,6 +320,7 @@ StickerItem::StickerItem(const Map &map, int source, AccountBase *account)
 StickerItem::StickerItem(const im::content::Content &content, int source, AccountBase *account)
     : ContentItem(content, source, account)
 {
+    const QSignalBlocker blocker(this); // nobody can listen yet
     setType(Sticker);
     deserialize(content.sticker());
 }
@@ -515,8 +517,8 @@ StickerItem::Fields StickerItem::read(const im::content::Sticker &sticker)
 {
     Fields fields;
     fields.pid = sticker.pid();
-    fields.shortcut = QString::fromStdString(sticker.shortcut());
-    fields.hint = QString::fromStdString(sticker.hint());
+    fields.shortcut = Util::fromUtf8(sticker.shortcut());
+    fields.hint = Util::fromUtf8(sticker.hint());
     fields.w = sticker.width();
     fields.h = sticker.height();
     // What has no file id is no file; it is kept with the remainder.

@@ -106,7 +106,7 @@ public:
 
     /// Shortcut and hint.
     QString getKeyword() const override;
-    /// The sticker's own size within a square of 192 pixels, as MediaBox lays out media. Of a
+    /// The sticker's own size within a square of 192 pixels, as MediaFileItem::mediaSize(). Of a
     /// sticker that does not tell its size, that of its animated picture or thumbnail counts.
     QSize calcContentSize(int &lineCount, int maxWidth, int maxRowCount, bool inThread) override;
 

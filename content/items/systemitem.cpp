@@ -142,11 +142,16 @@ bool SystemItem::checkSystemAlert(const Alert &alert)
     return AlertText::compose(alert, circumstances).isComplete;
 }
 
+/// An older record knows no more of what happened than its text.
+bool SystemItem::isWordedElsewhere() const
+{
+    return (m_info->type() == Alert::UNKNOWN || !Alert::Type_IsValid(m_info->type()))
+        && !content().isEmpty();
+}
+
 QString SystemItem::text() const
 {
-    // An older record knows no more of what happened than its text.
-    const bool isBare = m_info->type() == Alert::UNKNOWN || !Alert::Type_IsValid(m_info->type());
-    if (isBare && !content().isEmpty())
+    if (isWordedElsewhere())
         return content();
     AlertText::Circumstances circumstances;
     if (m_account)
@@ -161,6 +166,14 @@ QString SystemItem::text() const
 void SystemItem::tellText(const QString &before)
 {
     if (text() == before)
+        return;
+    Q_EMIT textChanged();
+    Q_EMIT needRecalcSize();
+}
+
+void SystemItem::retranslate()
+{
+    if (isWordedElsewhere())
         return;
     Q_EMIT textChanged();
     Q_EMIT needRecalcSize();
@@ -279,9 +292,11 @@ void SystemItem::setWallpaper(QObject *wallpaper)
 
 void SystemItem::followNames()
 {
-    NamedObject::follow(m_sender.data(), this, &SystemItem::textChanged);
+    NamedObject::follow<SystemItem>(m_sender.data(), this, &SystemItem::textChanged);
+    NamedObject::follow<SystemItem>(m_sender.data(), this, &SystemItem::needRecalcSize);
     for (const QObject *target : std::as_const(m_targets)) {
-        NamedObject::follow(target, this, &SystemItem::textChanged);
+        NamedObject::follow<SystemItem>(target, this, &SystemItem::textChanged);
+        NamedObject::follow<SystemItem>(target, this, &SystemItem::needRecalcSize);
         NamedObject::follow(target, this, &SystemItem::allTargetsChanged);
     }
 }

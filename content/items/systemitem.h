@@ -2,6 +2,7 @@
 
 #include "content/contactbase.h"
 #include "content/contentitem.h"
+#include "i18n/languagefollower.h"
 
 #include <QList>
 #include <QPointer>
@@ -73,13 +74,13 @@ public:
 
     // From the record.
 
-    /// A value of im.content.SystemAlert.Type, or one of a newer protocol.
+    /// An im.content.SystemAlert.Type, or a number newer than this client.
     qint32 alertType() const;
     /// The restricted mode's switches, as they were set for the dialog.
     qint32 dialogFlags() const;
     /// Whether the dialog is restricted from now on: any of dialogFlags() is set.
     bool restrictMode() const { return dialogFlags() != 0; }
-    /// When the group will dissolve: milliseconds since the epoch; 0 or less: never.
+    /// When the group will dissolve: milliseconds since 1970, UTC; 0 or less: never.
     qint64 dismissAt() const;
     /// How many messages the chat keeps, and for how many days; 0 or less: no limit.
     qint32 limitCount() const;
@@ -127,6 +128,8 @@ public:
 
 Q_SIGNALS:
     void alertTypeChanged();
+    /// needRecalcSize() follows, except when somebody is renamed or an object of a person goes
+    /// away.
     void textChanged();
     void dialogFlagsChanged();
     void dismissAtChanged();
@@ -141,6 +144,8 @@ Q_SIGNALS:
     void wallpaperChanged();
 
 private:
+    bool isWordedElsewhere() const;
+    void retranslate();
     void tellText(const QString &before);
     void followNames();
     void unfollowNames();
@@ -151,4 +156,6 @@ private:
     QPointer<QObject> m_wallpaper;
     QList<QPointer<QObject>> m_targets;
     qint32 m_topicUpdateType = -1; // below 0: nobody has said
+    LanguageFollower m_follower{
+        this, [](QObject *item) { static_cast<SystemItem *>(item)->retranslate(); }};
 };

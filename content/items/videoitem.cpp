@@ -34,6 +34,7 @@ VideoItem::VideoItem(const QMap<QString, QVariant> &map, int source, AccountBase
 VideoItem::VideoItem(const im::content::Content &content, int source, AccountBase *account)
     : MediaFileItem(content, source, account)
 {
+    const QSignalBlocker blocker(this); // nobody can listen yet
     if (content.has_video())
         read(content);
 }

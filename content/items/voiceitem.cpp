@@ -37,6 +37,7 @@ VoiceItem::VoiceItem(const QMap<QString, QVariant> &map, int source, AccountBase
 VoiceItem::VoiceItem(const im::content::Content &content, int source, AccountBase *account)
     : FileItem(content, source, account)
 {
+    const QSignalBlocker blocker(this); // nobody can listen yet
     if (content.has_voice())
         read(content);
 }

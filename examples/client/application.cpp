@@ -14,12 +14,16 @@ Application::Application(int &argc, char **argv) : QGuiApplication(argc, argv)
     // The library's steps are in the log; the terminal shows its warnings.
     QLoggingCategory::setFilterRules(QStringLiteral("im.*.debug=false"));
 
-    setProperty("availableLanguages", QStringList{QStringLiteral("en_US")});
+    setProperty(
+        "availableLanguages",
+        QStringList{QStringLiteral("en_US"), QStringLiteral("ar_EG"), QStringLiteral("zh_CN")});
     setProperty("productColor", QColor(0x2e, 0x7d, 0x6b));
 }
 
 void Application::switchLanguage(const QString &language)
 {
-    // A program with translations would load those of `language` here.
+    // The library has loaded its texts already, and those that AppSettingModel::translations() was
+    // given.
     QLocale::setDefault(QLocale(language));
+    setLayoutDirection(QLocale(language).textDirection());
 }

@@ -11,6 +11,6 @@ class Application : public QGuiApplication
 public:
     Application(int &argc, char **argv);
 
-    /// Called by the settings when they are loaded and whenever the language is changed.
+    /// Called by the settings when they are loaded and when they are reset.
     Q_INVOKABLE void switchLanguage(const QString &language);
 };

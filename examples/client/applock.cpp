@@ -24,19 +24,52 @@ QString digest(const QString &passcode, const QByteArray &salt)
     return QString::fromLatin1(salt.toHex() + ':' + key.toHex());
 }
 
+QString stored(applock::Opens opens)
+{
+    const AppSettingModel *settings = AppSettingModel::instance();
+    switch (opens) {
+    case applock::Opens::Accounts:
+        return settings->passcode();
+    case applock::Opens::Notebook:
+        return settings->incognitoPassword();
+    case applock::Opens::Destruction:
+        return settings->destructionPasscode();
+    }
+    return {};
+}
+
+bool isRight(const QString &passcode, const QString &digested)
+{
+    const QByteArray salt = QByteArray::fromHex(digested.section(u':', 0, 0).toLatin1());
+    return !digested.isEmpty() && digest(passcode, salt) == digested;
+}
+
 } // namespace
 
-void applock::setPasscode(const QString &passcode)
+void applock::setPasscode(const QString &passcode, Opens opens)
 {
     QByteArray salt(16, Qt::Uninitialized);
     QRandomGenerator::system()->generate(salt.begin(), salt.end());
-    AppSettingModel::instance()->setPasscode(passcode.isEmpty() ? QString()
-                                                                : digest(passcode, salt));
+    const QString digested = passcode.isEmpty() ? QString() : digest(passcode, salt);
+    AppSettingModel *settings = AppSettingModel::instance();
+    switch (opens) {
+    case Opens::Accounts:
+        return settings->setPasscode(digested);
+    case Opens::Notebook:
+        return settings->setIncognitoPassword(digested);
+    case Opens::Destruction:
+        return settings->setDestructionPasscode(digested);
+    }
+}
+
+bool applock::hasPasscode(Opens opens)
+{
+    return !stored(opens).isEmpty();
 }
 
 void applock::lock()
 {
-    if (!AppSettingModel::instance()->passcode().isEmpty())
+    if (hasPasscode())
         QCoreApplication::instance()->setProperty("appLocked", true);
 }
 
@@ -45,14 +78,18 @@ bool applock::isLocked()
     return QCoreApplication::instance()->property("appLocked").toBool();
 }
 
-bool applock::unlock(const QString &passcode)
+std::optional<applock::Opens> applock::unlock(const QString &passcode)
 {
-    const QString stored = AppSettingModel::instance()->passcode();
-    const QByteArray salt = QByteArray::fromHex(stored.section(u':', 0, 0).toLatin1());
-    const bool right = stored.isEmpty() || digest(passcode, salt) == stored;
     AccountManager *manager = AccountManager::getInstance();
-    manager->recordScreenLockLog(lockScreen, byPasscode, right ? 0 : 1);
-    if (right)
-        manager->unlockApp(false, false);
-    return right;
+    std::optional<Opens> opens;
+    if (!hasPasscode())
+        opens = Opens::Accounts;
+    for (const Opens way : {Opens::Accounts, Opens::Notebook, Opens::Destruction}) {
+        if (!opens && isRight(passcode, stored(way)))
+            opens = way;
+    }
+    manager->recordScreenLockLog(lockScreen, byPasscode, opens ? 0 : 1);
+    if (opens)
+        manager->unlockApp(*opens == Opens::Destruction, *opens == Opens::Notebook);
+    return opens;
 }

@@ -44,6 +44,7 @@ Client::Shown Client::measure(KeptMessage &message)
 {
     Shown shown;
     shown.item = m_contents.make(message);
+    Contents::settle();
     message.measure = m_measure;
     if (shown.item) {
         if (auto *combined = qobject_cast<CombinedItem *>(shown.item.data())) {
@@ -190,6 +191,7 @@ void Client::receive(const im::Message &record)
     message.messageId = record.message_id();
     message.sender = record.sender();
     message.time = record.timestamp();
+    message.group = record.grouped_id();
     message.version = record.content_format_ver();
     message.content = record.content();
     im::Message beside = record;

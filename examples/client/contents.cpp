@@ -40,7 +40,6 @@ QSharedPointer<ContentItem> Contents::make(const KeptMessage &message)
         return {};
     complete(*item, record);
     fetchFiles(*item);
-    settle();
     return item;
 }
 
@@ -88,8 +87,6 @@ void Contents::fetchFiles(ContentItem &item)
         video->captureThumbnail();
 }
 
-/// Waits for what the items do in the background. A program with views has no need to: they follow
-/// the items' signals.
 void Contents::settle()
 {
     ThreadManager::getInstance()->threadPool()->waitForDone();

@@ -22,9 +22,11 @@ public:
     /// @param media   see Downloads
     Contents(ClientAccount *account, const QString &media);
 
-    /// Null for a content that cannot be made. When this returns, the files are here, and what is
-    /// found out from them (covers, thumbnails) is in the item.
+    /// Null for a content that cannot be made. When this returns, the files are here; what is found
+    /// out from them in the background (covers, thumbnails), the item tells by its signals.
     QSharedPointer<ContentItem> make(const KeptMessage &message);
+    /// Waits until all of that is found out, for a program without views that follow the signals.
+    static void settle();
 
     const Downloads &downloads() const { return m_downloads; }
 
@@ -32,7 +34,6 @@ private:
     QSharedPointer<ContentItem> makeCombined(const KeptMessage &message, const im::Message &record);
     void complete(ContentItem &item, const im::Message &record);
     void fetchFiles(ContentItem &item);
-    void settle();
 
     ClientAccount *const m_account;
     Downloads m_downloads;

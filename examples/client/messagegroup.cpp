@@ -3,7 +3,6 @@
 #include "client/messagestore.h"
 #include "content/items/filegroupitem.h"
 #include "content/items/mediagroupitem.h"
-#include "protocol/common_data.pb.h"
 
 #include <algorithm>
 #include <utility>
@@ -13,24 +12,18 @@ namespace
 
 constexpr int chatMessages = 1; // the source of contents: ordinary chats
 
-int groupOf(const KeptMessage &message)
-{
-    im::Message record;
-    return record.ParseFromString(message.beside) ? record.grouped_id() : 0;
-}
-
 } // namespace
 
 bool MessageGroup::has(const KeptMessage &message) const
 {
-    return m_number != 0 && m_dialogId == message.dialogId && m_number == groupOf(message);
+    return m_number != 0 && m_dialogId == message.dialogId && m_number == message.group;
 }
 
 void MessageGroup::add(const KeptMessage &message, const QSharedPointer<ContentItem> &item)
 {
     if (!has(message)) {
         m_dialogId = message.dialogId;
-        m_number = groupOf(message);
+        m_number = message.group;
         m_members.clear();
     }
     if (m_number != 0 && item)

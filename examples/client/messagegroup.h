@@ -22,6 +22,6 @@ public:
 
 private:
     QString m_dialogId;
-    int m_number = 0; // im.Message.grouped_id; 0: no group
+    int m_number = 0; // 0: no group
     QList<QSharedPointer<ContentItem>> m_members;
 };

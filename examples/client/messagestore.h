@@ -2,10 +2,12 @@
 
 #include <SQLiteCpp/Database.h>
 
+#include <QByteArray>
 #include <QHash>
 #include <QList>
 #include <QSize>
 #include <QString>
+#include <QStringList>
 
 #include <string>
 
@@ -13,6 +15,7 @@
 struct Measure {
     int width = 0;    ///< pixels
     int fontSize = 0; ///< pixels
+    int style = 0;    ///< the settings that texts are shown by, as their user numbers them
 
     friend bool operator==(const Measure &, const Measure &) = default;
 };
@@ -24,6 +27,7 @@ struct KeptMessage {
     int messageId = 0; ///< unique within its dialog
     int sender = 0;
     qint64 time = 0;     ///< ms since 1970, UTC
+    int group = 0;       ///< messages of one number are shown as one; 0: by itself
     int version = 0;     ///< im.Message.content_format_ver
     std::string content; ///< with `version`, what makeContentItem() takes
     std::string beside;  ///< the im.Message without its content: a poll's results, a group's number
@@ -31,6 +35,29 @@ struct KeptMessage {
     int lineCount = 0;
     Measure measure;
     qint64 keptAt = 0; ///< ms since 1970, UTC
+};
+
+/// What gives a message its place in a view, without its content.
+struct MessagePlace {
+    qint64 number = 0;
+    int messageId = 0;
+    int sender = 0;
+    qint64 time = 0;
+    int group = 0;
+    QSize size;
+    Measure measure;
+};
+
+/// What a list of dialogs shows, as it is kept.
+struct KeptDialog {
+    QString id;
+    qint64 sortTime = 0; ///< ms since 1970, UTC
+    int unread = 0;
+    bool muted = false;
+    bool archived = false;
+    QStringList tags;
+    QByteArray mentions; ///< as the dialog packs them
+    QString preview;     ///< of the last message
 };
 
 /// The client's own messages: one SQLite database, apart from the stores of the model layer.
@@ -44,17 +71,34 @@ public:
     /// In the order they were kept.
     QList<KeptMessage> messages() const;
     bool contains(const QString &dialogId, int messageId) const;
+    /// Who sent a message; 0 for one that is not kept.
+    int senderOf(const QString &dialogId, int messageId) const;
+    /// Of the message that was kept last; 0 when there is none.
+    qint64 lastNumber() const;
+    /// The messages of a dialog that were kept before `number`, `limit` of them at most, the last
+    /// first. Cheap: it reads an index, whatever the messages contain.
+    QList<MessagePlace> places(const QString &dialogId, qint64 before, int limit) const;
+    /// The messages of a dialog with these numbers and all of that `group` between them.
+    QList<KeptMessage> messages(const QString &dialogId, qint64 first, qint64 last,
+                                int group) const;
+    QList<KeptDialog> dialogs() const;
+    /// A serialised im.MessageReaction for each message that has reactions.
+    QHash<int, QByteArray> reactions(const QString &dialogId) const;
     /// Names of people (by "U-<user id>") and of groups (by dialog id).
     QHash<QString, QString> names() const;
 
     /// What is written together: all of it is on the disk when keep() returns, or none.
     struct Batch {
         QList<KeptMessage> messages;
+        QList<MessagePlace> sizes; ///< of messages that are kept already: what they measure now
         QHash<QString, QString> names;
+        QHash<QString, KeptDialog> dialogs;
     };
     void keep(const Batch &batch);
+    void keepReaction(const QString &dialogId, int messageId, const std::string &record);
 
 private:
+    QList<KeptMessage> read(SQLite::Statement &select) const;
     template <typename Action>
     auto guarded(Action action) const;
 

@@ -1,5 +1,7 @@
 #include "base/drawabletextbase.h"
 
+#include "base/wordlayout_p.h"
+
 #include <QFontDatabase>
 #include <QFontInfo>
 #include <QFontMetricsF>
@@ -156,11 +158,28 @@ FormatRanges formatsWithin(const FormatRanges &all, qsizetype from, qsizetype en
     return within;
 }
 
+LaidOut addLines(const std::vector<WordLayout::Line> &known, int most, Lines &lines)
+{
+    LaidOut made;
+    for (const WordLayout::Line &line : known) {
+        if (made.lines >= most || lines.isComplete())
+            break;
+        lines.add(line.width, line.height);
+        ++made.lines;
+    }
+    return made;
+}
+
 /// Breaks a piece of a paragraph into at most `most` lines. Of a piece that is cut off at its end
 /// the last line is left out: it begins there in any case, but it may go on.
 LaidOut layOutPiece(const QString &text, bool isCut, const QFont &font, const FormatRanges &formats,
                     double width, int most, Lines &lines)
 {
+    if (!isCut && !lines.areKept()) {
+        const auto *known = WordLayout::ofThisThread().breakLines(text, font, formats, width);
+        if (known != nullptr)
+            return addLines(*known, most, lines);
+    }
     std::optional<QTextLayout> passing;
     QTextLayout &layout =
         lines.areKept() ? lines.keepLayout(text, font) : passing.emplace(text, font);

@@ -1,5 +1,7 @@
 #include "base/json.h"
 
+#include "base/util.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -35,7 +37,7 @@ QVariant toVariant(const dom::element &element);
 
 QString toString(std::string_view text)
 {
-    return QString::fromUtf8(text.data(), qsizetype(text.size()));
+    return Util::fromUtf8(QByteArrayView(text.data(), qsizetype(text.size())));
 }
 
 QVariantMap toContainer(const dom::object &object)
@@ -254,7 +256,10 @@ private:
         constexpr qsizetype longestUnit = 6;
         char *out = chunk;
         m_json += '"';
-        for (qsizetype i = 0; i < text.size(); ++i) {
+        qsizetype i = 0;
+        if (text.startsWith(QChar(QChar::ByteOrderMark))) // Qt would drop it in reading
+            out = escape(out, text[i++].unicode());
+        for (; i < text.size(); ++i) {
             if (out > chunk + sizeof chunk - longestUnit) {
                 m_json.append(chunk, out - chunk);
                 out = chunk;

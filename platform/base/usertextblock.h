@@ -37,15 +37,26 @@ enum Value : qint32 {
 /// One entity of a message's text: a range and what it means. Offsets come from outside and are
 /// kept as they are, so `from` and `len` may be negative or reach past the text; whoever reads text
 /// through them goes through `clampedTo`.
+///
+/// | type | data |
+/// |---|---|
+/// | MentionName | int: the user's id; 0 or less: everybody in the chat |
+/// | BotCommand | int: the bot's user id |
+/// | Hyperlink | QString: where it leads |
+/// | VideoPosition | int, as the protocol has it |
+/// | CustomEmoji | map {"pack_id": int, "emoji_id": int} |
+/// | CodeBlock | map {"lang": QString, "collapsed": bool} |
+/// | Quoted | map {"collapsed": bool} |
+/// | all others | invalid |
 struct BASE_EXPORT UserTextBlock {
     qint32 from = 0;                       ///< start in the text, in UTF-16 code units
     qint32 len = 0;                        ///< length, in UTF-16 code units
     qint32 type = TextEntityType::Unknown; ///< a TextEntityType, or a number newer than this client
-    QVariant data;                         ///< depends on the type; invalid for most
+    QVariant data;                         ///< by type, see above
     bool disablePreview = false;           ///< no link preview for this block
 
-    /// The part of [from, from + len) that lies inside a text of `textLength` code units; an empty
-    /// range at its start when there is none.
+    /// The part of [from, from + len) that lies inside a text of `textLength` code units; empty
+    /// when there is none.
     struct Range {
         qsizetype from = 0;
         qsizetype len = 0;

@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <QLoggingCategory>
 #include <QStandardPaths>
+#include <QStringDecoder>
 #include <QUrl>
 
 #include <algorithm>
@@ -22,6 +23,15 @@ bool Util::isEmojiGame(const QString &text)
     if (emoji.endsWith(QChar(0xfe0f))) // "as emoji", which some keyboards add
         emoji.chop(1);
     return std::find(std::begin(games), std::end(games), emoji) != std::end(games);
+}
+
+QString Util::fromUtf8(QByteArrayView bytes)
+{
+    if (!bytes.startsWith("\xEF\xBB\xBF"))
+        return QString::fromUtf8(bytes);
+    using Flag = QStringConverter::Flag;
+    QStringDecoder decoder(QStringConverter::Utf8, Flag::ConvertInitialBom | Flag::Stateless);
+    return decoder(bytes);
 }
 
 QString Util::separator()

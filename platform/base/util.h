@@ -2,10 +2,11 @@
 
 #include "base/base_export.h"
 
+#include <QByteArrayView>
 #include <QRegularExpression>
 #include <QString>
 
-/// Paths, and the patterns by which a text's links, addresses and tags are recognised.
+/// Texts, paths, and the patterns by which a text's links, addresses and tags are recognised.
 /// Everything here is reentrant; the expressions are compiled on first use and live forever.
 class BASE_EXPORT Util
 {
@@ -37,6 +38,10 @@ public:
     /// True when `text` is one of the emoji that start a game, alone: dice, darts, basketball,
     /// football, bowling or slot machine, with or without the variation selector U+FE0F.
     static bool isEmojiGame(const QString &text);
+
+    /// A text from UTF-8, all of it: QString::fromUtf8() takes U+FEFF at the start for a byte order
+    /// mark and drops it, and with it the place of every offset into the text.
+    static QString fromUtf8(QByteArrayView bytes);
 
     /// The platform's directory separator.
     static QString separator();

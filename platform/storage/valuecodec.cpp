@@ -76,13 +76,33 @@ bool isContainer(QMetaType type)
         || QMetaType::canConvert(type, QMetaType::fromType<QAssociativeIterable>());
 }
 
+/// The operators of these trust the bytes with more than memory: a region has as many parts as a
+/// number says, and damage makes that an hour; a curve has the address of a function.
+bool isUnsafe(QMetaType type)
+{
+    return type.id() == QMetaType::QRegion || type.id() == QMetaType::QEasingCurve;
+}
+
+/// Their operators begin with the number of elements, and reserve that many.
+bool beginsWithCount(QMetaType type)
+{
+    switch (type.id()) {
+    case QMetaType::QPolygon:
+    case QMetaType::QPolygonF:
+    case QMetaType::QKeySequence:
+        return true;
+    default:
+        return isSequence(type);
+    }
+}
+
 /// May be written and read by the type's own operators: their recursion ends by itself.
 bool isSingle(QMetaType type)
 {
-    if (!type.hasRegisteredDataStreamOperators() || holdsVariants(type))
+    if (!type.hasRegisteredDataStreamOperators() || holdsVariants(type) || isUnsafe(type))
         return false;
     const auto flat = [](QMetaType element) {
-        return !holdsVariants(element) && !isContainer(element);
+        return !holdsVariants(element) && !isUnsafe(element) && !isContainer(element);
     };
     if (flat(type))
         return true;
@@ -180,8 +200,7 @@ QVariant readStreamed(QDataStream &in, int depth)
         const QMetaType type = QMetaType::fromName(name);
         if (!type.isValid() || !isSingle(type))
             return damaged();
-        if (isSequence(type)) {
-            // Its operator reserves as many elements as the first number says.
+        if (beginsWithCount(type)) {
             const QByteArray count = in.device()->peek(sizeof(quint32));
             if (count.size() < qsizetype(sizeof(quint32))
                 || qFromBigEndian<quint32>(count.constData()) > in.device()->bytesAvailable())

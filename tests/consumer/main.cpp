@@ -3,6 +3,8 @@
 #include <modelbase/account/threadmanager.h>
 #include <modelbase/content/contentfactory.h>
 #include <modelbase/content/contentitem.h>
+#include <modelbase/content/items/callitem.h>
+#include <modelbase/i18n/translations.h>
 #include <modelbase/protocol/callcatalogue.h>
 #include <modelbase/protocol/message_content.pb.h>
 #include <modelbase/settings/appsettingmodel.h>
@@ -47,6 +49,9 @@ bool run()
     item->calcSize(300, 0, 0, ContentItem::CONTENT_CHANGED, false);
     if (item->contentWidth() <= 0)
         return fail("the item has no size");
+    AppSettingModel::instance()->setLanguage(QString::fromLatin1("zh_CN"), false);
+    if (CallItem(1, nullptr).text() != QString::fromUtf8("通话"))
+        return fail("a text is not translated");
     if (!protocol::callOf(im::LIST_DIALOGS))
         return fail("the catalogue is empty");
     return true;

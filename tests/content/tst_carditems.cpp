@@ -318,7 +318,7 @@ private Q_SLOTS:
                  "textChanged needRecalcSize"_s);
 
         ben->rename(u"Benny"_s);
-        QCOMPARE(log.take(), u"textChanged allTargetsChanged"_s);
+        QCOMPARE(log.take(), u"textChanged needRecalcSize allTargetsChanged"_s);
         QCOMPARE(item.allTargets(), u"Benny"_s);
         const SystemItem copy(&item);
         ben.reset();

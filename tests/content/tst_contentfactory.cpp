@@ -105,6 +105,17 @@ private Q_SLOTS:
         }
     }
 
+    /// Offsets count it.
+    void textsMayBeginWithAByteOrderMark()
+    {
+        im::content::Content content;
+        content.mutable_text()->set_text("\ufeff@Mia");
+        const auto item = makeContentItem(content.SerializeAsString(), 2, 1, nullptr);
+        QCOMPARE(item->content().size(), 5);
+        const std::string stored = mapToJson(serializeContent(item)).toStdString();
+        QCOMPARE(makeContentItem(stored, 1, 1, nullptr)->content(), item->content());
+    }
+
     void storedForms()
     {
         // clang-format off

@@ -10,6 +10,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <bit>
 #include <vector>
 
 using im::content::Content;
@@ -134,6 +135,33 @@ private Q_SLOTS:
         sent.GetReflection()->MutableMessage(&sent, Content::descriptor()->FindFieldByNumber(kind));
         QCOMPARE(differences(makeContentItem(sent.SerializeAsString(), 2, 1, &account), sent),
                  std::string());
+    }
+
+    /// Bit by bit, also where JSON has no form for them.
+    void numbersThatAreNone()
+    {
+        for (const quint64 bits : {0x7ff8000000000000u, 0xfff8000000000001u, 0x7ff0000000000000u,
+                                   0xfff0000000000000u, 0x8000000000000000u}) {
+            Content content;
+            content.mutable_location()->set_latitude(std::bit_cast<double>(bits));
+            const std::string sent = content.SerializeAsString();
+            const auto item = makeContentItem(sent, 2, 1, nullptr);
+            const std::string json = mapToJson(serializeContent(item)).toStdString();
+            makeContentItem(json, 1, 1, nullptr)->serialize(&content);
+            QCOMPARE(content.SerializeAsString(), sent);
+        }
+    }
+
+    void storedRemaindersOfNothing()
+    {
+        for (const QString &rest : {QStringLiteral("t"), QString(), QStringLiteral("~")}) {
+            const QVariantMap map{{QStringLiteral("type"), QStringLiteral("text")},
+                                  {QStringLiteral("rest"), rest}};
+            const auto item = deserializeContent(map, ContentItem::Text, 1, nullptr);
+            QVariantMap stored;
+            item->serialize(stored);
+            QVERIFY2(!stored.contains(QStringLiteral("rest")), qPrintable(rest));
+        }
     }
 
     /// What belonged to the entities of a text goes with them; buttons stay.

@@ -16,6 +16,13 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
+class NoMessages : public MessageModelBase
+{
+public:
+    int rowCount(const QModelIndex & = {}) const override { return 0; }
+    QVariant data(const QModelIndex &, int) const override { return {}; }
+};
+
 class Dialog : public DialogBase
 {
     Q_OBJECT
@@ -208,7 +215,7 @@ private Q_SLOTS:
     void stepsThroughMentions()
     {
         Dialog dialog;
-        MessageModelBase model;
+        NoMessages model;
         dialog.loadAtMeMessage(&model);
         dialog.setMentionIdData(packed({0, 4, 9}, {6}));
         for (int i = 0; i < 4; ++i)

@@ -25,6 +25,11 @@ namespace
 
 const QList<qint64> accountIds = {10001, 10002};
 
+const QString noSpace = u"There is not enough space at the new place."_s;
+const QString notWritable = u"The new place cannot be written to."_s;
+const QString overlap = u"The new place must lie neither in the present one nor around it."_s;
+const QString unfinished = u"The last move has not finished yet."_s;
+
 /// An account that opens its store wherever it is.
 class MediaAccount : public FakeAccount
 {
@@ -229,7 +234,7 @@ private Q_SLOTS:
         QVERIFY(dataMove()->moveTo(QUrl::fromLocalFile(target()).toString()));
         QVERIFY(dataMove()->running());
         QVERIFY(!dataMove()->moveTo(m_home->path()));
-        QCOMPARE(takeError(), u"storage_move_unfinished_tip"_s);
+        QCOMPARE(takeError(), unfinished);
         QVERIFY(finish());
 
         QVERIFY(switchedFirst);
@@ -271,10 +276,10 @@ private Q_SLOTS:
               source() + u"10001/../.."_s, m_home->path() + u"/link"_s,
               m_home->path() + u"/link/10001/photo"_s, m_home->path() + u"/parent"_s}) {
             QVERIFY2(!dataMove()->moveTo(place), qUtf8Printable(place));
-            QCOMPARE(takeError(), u"storage_places_overlap_tip"_s);
+            QCOMPARE(takeError(), overlap);
         }
         QVERIFY(!dataMove()->moveTo({}));
-        QCOMPARE(takeError(), u"storage_no_permissions__tip"_s);
+        QCOMPARE(takeError(), notWritable);
         QVERIFY(usesSource());
         QCOMPARE(readMedia(source()), before);
         QVERIFY(m_finished->isEmpty());
@@ -289,13 +294,13 @@ private Q_SLOTS:
             QSKIP("The file system has no large sparse files");
         QVERIFY(dataMove()->moveTo(target()));
         QVERIFY(!finish());
-        QCOMPARE(takeError(), u"storage_space_insufficient_tip"_s);
+        QCOMPARE(takeError(), noSpace);
         QVERIFY(usesSource());
         QVERIFY(QDir(target()).isEmpty());
 
         QVERIFY(dataMove()->moveTo(m_home->path() + u"/not there"_s));
         QVERIFY(!finish());
-        QCOMPARE(takeError(), u"storage_space_insufficient_tip"_s);
+        QCOMPARE(takeError(), noSpace);
         QVERIFY(usesSource());
     }
 
@@ -307,7 +312,7 @@ private Q_SLOTS:
         QSignalSpy switches(settings(), &AppSettingModel::cacheDataPathChanged);
         QVERIFY(dataMove()->moveTo(target()));
         QVERIFY(!finish());
-        QCOMPARE(takeError(), u"storage_no_permissions__tip"_s);
+        QCOMPARE(takeError(), notWritable);
         QCOMPARE(switches.size(), 2);
         QVERIFY(usesSource());
         QCOMPARE(settings()->oldCacheDataPath(), QString());
@@ -327,13 +332,13 @@ private Q_SLOTS:
         MediaTree::write(target() + u"10001/sticker"_s, "a file in the way");
         QVERIFY(dataMove()->moveTo(target()));
         QVERIFY(!finish());
-        QCOMPARE(takeError(), u"storage_no_permissions__tip"_s);
+        QCOMPARE(takeError(), notWritable);
         QCOMPARE(settings()->cacheDataPath(), target());
         QVERIFY(flags(10001).contains(false));
         QVERIFY(!flags(10002).contains(false));
         // Only a way back is open as long as it waits.
         QVERIFY(!dataMove()->moveTo(m_home->path() + u"/other"_s));
-        QCOMPARE(takeError(), u"storage_move_unfinished_tip"_s);
+        QCOMPARE(takeError(), unfinished);
 
         QVERIFY(QFile::remove(target() + u"10001/sticker"_s));
         shutDown();
@@ -359,7 +364,7 @@ private Q_SLOTS:
         settings()->closeGlobalStorage();
         QVERIFY(dataMove()->moveTo(source()));
         QVERIFY(!finish());
-        QCOMPARE(takeError(), u"storage_space_insufficient_tip"_s);
+        QCOMPARE(takeError(), noSpace);
         QCOMPARE(settings()->cacheDataPath(), target());
         QCOMPARE(settings()->oldCacheDataPath(), source());
         QCOMPARE(settings()->movedDataInfo(), info);
@@ -508,7 +513,7 @@ private Q_SLOTS:
         settings()->setMovedDataInfo(info);
         dataMove()->resume();
         QVERIFY(!finish());
-        QCOMPARE(takeError(), u"storage_no_permissions__tip"_s);
+        QCOMPARE(takeError(), notWritable);
         QVERIFY(!QFileInfo::exists(m_home->path() + u"/unplugged"_s));
         settings()->setOldCacheDataPath(m_home->path() + u"/unplugged/"_s);
         settings()->setCacheDataPath(target());
@@ -520,7 +525,7 @@ private Q_SLOTS:
         settings()->setCacheDataPath(m_home->path() + u"/link/"_s);
         dataMove()->resume();
         QVERIFY(!finish());
-        QCOMPARE(takeError(), u"storage_places_overlap_tip"_s);
+        QCOMPARE(takeError(), overlap);
         QCOMPARE(settings()->movedDataInfo(), info);
         QCOMPARE(readMedia(source()), before);
     }

@@ -97,8 +97,9 @@ private:
 
     std::string text()
     {
-        const char *values[] = {"Grüße 🎉", "שלום \"a\"\\b\n", "漢字\u0001", "ok"};
-        return values[below(4)] + std::to_string(below(1000));
+        // Offsets count the byte order mark, too.
+        const char *values[] = {"Grüße 🎉", "שלום \"a\"\\b\n", "漢字\u0001", "ok", "\ufeffok"};
+        return values[below(5)] + std::to_string(below(1000));
     }
 
     std::string bytes()

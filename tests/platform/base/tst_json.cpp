@@ -135,6 +135,13 @@ private Q_SLOTS:
         QCOMPARE(numbers.at(0).typeId(), int(QMetaType::LongLong));
         QCOMPARE(numbers.at(1), QVariant(std::numeric_limits<qlonglong>::max()));
         QCOMPARE(numbers.at(2).typeId(), int(QMetaType::Double));
+        const QString mark(QChar(0xfeff));
+        for (const QString &text : {mark, mark + mark, mark + QChar(0xd83d)}) {
+            const QVariantMap map{{text, text}};
+            QCOMPARE(jsonToMap(mapToJson(map)), map);
+        }
+        QCOMPARE(jsonToList("[\"\xEF\xBB\xBF\"]"), QVariantList{mark});
+        QCOMPARE(jsonToList("[1e-4000,\"a\"]"), (QVariantList{0, u"a"_s}));
         QCOMPARE(dump(jsonToList(listToJson(nest(1024)))), dump(nest(1024)));
     }
 
@@ -205,8 +212,11 @@ private Q_SLOTS:
         QCOMPARE(mapToJson({{u"a"_s, nest(1024)}}), QByteArray());
         QVERIFY(!mapToJson({{u"a"_s, nest(1023)}}).isEmpty());
         QJsonArray array;
-        for (int i = 0; i < 1024; ++i)
-            array = QJsonArray{array};
+        for (int i = 0; i < 1024; ++i) {
+            QJsonArray outer; // an initializer list of one array is the array to some compilers
+            outer.append(array);
+            array = outer;
+        }
         QCOMPARE(mapToJson({{u"a"_s, array}}), QByteArray());
         for (const QByteArray &level : {QByteArray("["), QByteArray("{\"a\":")})
             QCOMPARE(jsonToMap(level.repeated(depth)), QVariantMap());

@@ -30,6 +30,17 @@ private Q_SLOTS:
             QVERIFY2(!Util::isEmojiGame(other), qUtf8Printable(other));
     }
 
+    void textsFromUtf8()
+    {
+        const QString mark(QChar(0xfeff));
+        for (const QString &text :
+             {u""_s, u"a"_s, mark, mark + mark, mark + u"Grüße 🎉"_s, u"a"_s + mark})
+            QCOMPARE(Util::fromUtf8(text.toUtf8()), text);
+        // Damaged bytes are replaced, with and without a mark before them.
+        QCOMPARE(Util::fromUtf8("a\xF0\x9F"), QString::fromUtf8("a\xF0\x9F"));
+        QCOMPARE(Util::fromUtf8("\xEF\xBB\xBF\xF0\x9F"), mark + QString::fromUtf8("\xF0\x9F"));
+    }
+
     void directories()
     {
         const QString data = Util::defaultCacheDataDir();

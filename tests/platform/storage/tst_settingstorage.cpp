@@ -2,9 +2,11 @@
 #include "storage/settingstorage.h"
 
 #include <QDateTime>
+#include <QEasingCurve>
 #include <QFile>
 #include <QFileInfo>
 #include <QRect>
+#include <QRegion>
 #include <QTest>
 #include <QUrl>
 
@@ -230,6 +232,17 @@ private Q_SLOTS:
                                  "QVariantMap", "QObject*", "NoSuchType", "void"})
             row(type, single(type, QByteArray("\xff\xff\xff\xf0\0\0\0\0", 8)));
         row("rest", single("int", QByteArray("\0\0\0\1x", 5)));
+        // Types whose own operators would trust the bytes.
+        const auto bytes = [](const QVariant &value) {
+            QByteArray written;
+            QDataStream out(&written, QIODevice::WriteOnly);
+            value.metaType().save(out, value.constData());
+            return written;
+        };
+        QByteArray region = bytes(QRegion(0, 0, 9, 9) + QRegion(50, 50, 9, 9));
+        region.replace(8, 4, "\x7f\xff\xff\xff");
+        row("endless region", single("QRegion", region));
+        row("address of a function", single("QEasingCurve", bytes(QEasingCurve())));
     }
     void leavesOutDamagedValues()
     {

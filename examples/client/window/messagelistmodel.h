@@ -1,0 +1,168 @@
+#pragma once
+
+#include "client/messagestore.h"
+#include "content/contentitem.h"
+#include "dialog/messagemodelbase.h"
+
+#include <QCache>
+#include <QDateTime>
+#include <QPointer>
+#include <QSharedPointer>
+#include <QTimer>
+
+#include <vector>
+
+class ClientDialog;
+class Session;
+
+/// What a view shows of a message. It keeps the content's item alive while it is shown.
+class MessageRow
+{
+    Q_GADGET
+    QML_VALUE_TYPE(messageRow)
+    Q_PROPERTY(ContentItem *item READ contentItem CONSTANT)
+    Q_PROPERTY(qint64 messageId MEMBER messageId CONSTANT)
+    Q_PROPERTY(qint64 senderId MEMBER senderId CONSTANT)
+    Q_PROPERTY(QString senderName MEMBER senderName CONSTANT)
+    Q_PROPERTY(QDateTime time MEMBER time CONSTANT)
+    Q_PROPERTY(bool valid MEMBER valid CONSTANT)
+    Q_PROPERTY(bool outgoing MEMBER outgoing CONSTANT)
+    Q_PROPERTY(bool showDay MEMBER showDay CONSTANT)
+    Q_PROPERTY(bool showSender MEMBER showSender CONSTANT)
+    Q_PROPERTY(bool mentionsMe MEMBER mentionsMe CONSTANT)
+    Q_PROPERTY(QStringList reactions MEMBER reactions CONSTANT)
+
+public:
+    ContentItem *contentItem() const { return item.data(); }
+
+    QSharedPointer<ContentItem> item; ///< null for a content that cannot be made
+    qint64 messageId = 0;
+    qint64 senderId = 0;
+    QString senderName;
+    QDateTime time;
+    bool valid = false;
+    bool outgoing = false;
+    bool showDay = false;
+    bool showSender = false;
+    bool mentionsMe = false;
+    QStringList reactions; ///< "👍 2"
+};
+
+/// The messages of the dialog that is open, the oldest first; those that were sent together are one
+/// row.
+///
+/// Made for long histories. Of every row the place is known: its height follows from the size that
+/// is kept with the message. The places come from an index of the store, the newest when the dialog
+/// is opened and the older ones bit by bit; a content is read, made and measured when its row is
+/// asked for, and the items of the last such rows are held. Sizes that were kept for another width or
+/// font are measured anew, what is in view at once, the rest in the background.
+class MessageListModel : public MessageModelBase
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by its session")
+    Q_PROPERTY(double totalHeight READ totalHeight NOTIFY heightsChanged)
+    Q_PROPERTY(int count READ count NOTIFY heightsChanged)
+    Q_PROPERTY(int prepended READ prepended NOTIFY heightsChanged)
+    Q_PROPERTY(int generation READ generation NOTIFY generationChanged)
+
+public:
+    enum Role { MessageRole = Qt::UserRole + 1, HeightRole };
+    /// Pixels that a row has beside its content.
+    enum Metrics {
+        Gap = 6,            ///< between rows
+        Padding = 10,       ///< of a bubble, on each side
+        TimeHeight = 16,    ///< the line with the time, in each bubble
+        SenderHeight = 20,  ///< the line with the sender's name
+        DayHeight = 44,     ///< the line with the day, above its first message
+        ReactionHeight = 30 ///< the line with the reactions
+    };
+    Q_ENUM(Metrics)
+
+    explicit MessageListModel(Session *session);
+    ~MessageListModel() override;
+
+    int rowCount(const QModelIndex &parent = {}) const override;
+    QVariant data(const QModelIndex &index, int role) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+    /// Null closes the dialog.
+    void open(ClientDialog *dialog);
+    ClientDialog *dialog() const;
+    /// A message of the dialog that has come just now; its item, if there is one already.
+    void append(const MessagePlace &place, const QSharedPointer<ContentItem> &item);
+    /// Reads the reactions again.
+    void updateReactions(int messageId);
+    /// Everything that is shown depends on something that has changed.
+    void measureAgain();
+    /// Asks views to show a message.
+    void showMessage(qint64 messageId);
+    /// Whether the places of all messages are known.
+    bool isComplete() const { return m_complete; }
+
+    int count() const { return int(m_rows.size()); }
+    /// How many rows were put before those that were there when the dialog was opened: a row keeps
+    /// its number, less this.
+    int prepended() const { return m_prepended; }
+    /// Grows when rows are to be asked for again.
+    int generation() const { return m_generation; }
+    /// Pixels of all rows.
+    double totalHeight() const { return m_ends.empty() ? 0.0 : m_ends.back(); }
+
+    /// An invalid row for a number outside.
+    Q_INVOKABLE MessageRow at(int row);
+    Q_INVOKABLE MessageRow none() const { return {}; }
+    /// Pixels above a row.
+    Q_INVOKABLE double offsetOf(int row) const;
+    Q_INVOKABLE double heightOf(int row) const { return offsetOf(row + 1) - offsetOf(row); }
+    /// The row at so many pixels; the first or the last one outside.
+    Q_INVOKABLE int rowAt(double y) const;
+    /// Its mentions and reactions are seen, when the row is.
+    Q_INVOKABLE void seen(int row);
+
+    /// How many contents were made and measured, ever.
+    Q_INVOKABLE int itemsMade() const { return m_itemsMade; }
+
+Q_SIGNALS:
+    void heightsChanged();
+    void generationChanged();
+    /// Rows up to and with this one have grown by so many pixels together.
+    void grown(int row, double pixels);
+    void jumpRequested(int row);
+
+private:
+    struct Row : MessagePlace {
+        qint64 last = 0; ///< number of the last of those that were sent together
+        qint64 day = 0;  ///< on which it was sent, where the user is
+    };
+
+    static Row rowOf(const MessagePlace &place);
+    bool loadOlder(int count);
+    void addUp(int from);
+    int rowHeight(int row) const;
+    bool startsDay(int row) const;
+    bool startsRun(int row) const;
+    bool isStale(const Row &row) const;
+    QSharedPointer<ContentItem> make(const Row &row);
+    QSharedPointer<ContentItem> item(int row);
+    void hold(qint64 number, const QSharedPointer<ContentItem> &item);
+    void resize(qint64 number, const ContentItem *item);
+    void applySizes();
+    void measureStale();
+    int find(qint64 number) const;
+
+    Session *const m_session;
+    QPointer<ClientDialog> m_dialog;
+    std::vector<Row> m_rows;
+    std::vector<double> m_ends; // pixels down to the end of each row
+    bool m_complete = true;     // all places are known
+    int m_prepended = 0;
+    int m_generation = 0;
+    int m_itemsMade = 0;
+    QHash<int, QStringList> m_reactions;
+    QHash<qint64, QSize> m_newSizes;                     // by number; not applied yet
+    QCache<qint64, QSharedPointer<ContentItem>> m_items; // by number
+    QTimer m_background;
+    int m_nextStale = -1; // rows up to this one may be stale
+    Measure m_measure;    // what is not stale was measured so
+};

@@ -1,0 +1,63 @@
+// An account's database file, damaged in any way: it opens, keeps what can be read, and works.
+
+#include "storage/configstorage.h"
+#include "storage/settingstorage.h"
+#include "storage/userstorageprovider.h"
+#include "support/fuzzing.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtEndian>
+
+using fuzzing::check;
+using storage::UserStorageProvider;
+
+namespace
+{
+
+QStringList rowsOf(const UserStorageProvider &provider)
+{
+    QStringList rows;
+    for (const auto &info : provider.settingStorage()->allInfos())
+        rows.append(info.key);
+    for (const auto &info : provider.bufferConfigStorage()->allInfos())
+        rows.append(info.key);
+    return rows;
+}
+
+/// By the schema version that the file's header names.
+bool isOfNewerVersion(QByteArrayView file)
+{
+    constexpr qsizetype at = 60;
+    constexpr quint32 newest = 3;
+    return file.size() >= at + 4 && qFromBigEndian<quint32>(file.data() + at) > newest;
+}
+
+} // namespace
+
+void fuzzOne(QByteArrayView input)
+{
+    static const QTemporaryDir directory;
+    const QDir folder(directory.path());
+    for (const QString &left : folder.entryList(QDir::Files))
+        QFile::remove(folder.filePath(left));
+    QFile file(folder.filePath(QStringLiteral("account.db")));
+    file.open(QIODevice::WriteOnly);
+    file.write(input.data(), input.size());
+    file.close();
+
+    UserStorageProvider provider;
+    if (!provider.open(folder.path())) {
+        check(isOfNewerVersion(input), "only a newer program's file is refused");
+        return;
+    }
+    if (provider.recovered()) {
+        check(!folder.entryList({QStringLiteral("*.damaged-*")}).isEmpty(),
+              "a damaged file is kept");
+    }
+    const QStringList rows = rowsOf(provider);
+    provider.close();
+    check(provider.open(folder.path()) && !provider.recovered() && rowsOf(provider) == rows,
+          "what was opened opens again, as it was");
+}

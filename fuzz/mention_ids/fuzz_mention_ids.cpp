@@ -1,0 +1,136 @@
+// The ids of a dialog's mentions and reactions: packed bytes of any kind, and changes in any order,
+// against sets that are right by themselves.
+
+#include "dialog/dialogbase.h"
+#include "support/fuzzing.h"
+
+#include <QDataStream>
+
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <algorithm>
+#include <optional>
+#include <set>
+
+using fuzzing::check;
+
+namespace
+{
+
+using Ids = std::set<qint64>;
+
+class Dialog : public DialogBase
+{
+public:
+    using DialogBase::getMentionIdData;
+
+    Dialog() { setIsGroup(true); }
+
+    AccountBase *account() const override { return nullptr; }
+    void jumpToMessage(qint64, MessageModelBase *) override { }
+    void mentionsConfirmed(const QList<qint64> &, bool) override { }
+    void reactionsConfirmed(const QList<qint64> &, bool) override { }
+    void dialogChanged() override { }
+};
+
+struct Expected {
+    Ids mentions;
+    Ids reactions;
+};
+
+bool readIds(QDataStream &in, Ids *ids)
+{
+    qint32 count = -1;
+    in >> count;
+    for (qint32 i = 0; i < count && in.status() == QDataStream::Ok; ++i) {
+        qint64 id = 0;
+        in >> id;
+        ids->insert(id);
+    }
+    return count >= 0 && in.status() == QDataStream::Ok;
+}
+
+std::optional<Expected> unpacked(const QByteArray &bytes)
+{
+    QDataStream in(bytes);
+    Expected expected;
+    if (!readIds(in, &expected.mentions) || !readIds(in, &expected.reactions) || !in.atEnd())
+        return std::nullopt;
+    return expected;
+}
+
+/// So many that they do not all lie together.
+QList<qint64> anyIds(FuzzedDataProvider &data)
+{
+    const qint64 first = data.ConsumeIntegral<int>();
+    const qint64 step = data.ConsumeIntegralInRange<int>(-3, 3);
+    QList<qint64> ids;
+    for (int i = data.ConsumeIntegralInRange<int>(0, 1500); i >= 0; --i)
+        ids.append(first + i * step);
+    return ids;
+}
+
+void removeBelow(Ids *ids, qint64 upTo)
+{
+    const auto first = ids->lower_bound(upTo);
+    ids->erase(ids->begin(), upTo > 0 && first != ids->end() ? first : ids->end());
+}
+
+/// Changes both in the same way.
+void change(Dialog &dialog, Expected &expected, FuzzedDataProvider &data)
+{
+    switch (data.ConsumeIntegralInRange<int>(0, 4)) {
+    case 0: {
+        const QByteArray bytes = QByteArray::fromStdString(data.ConsumeRandomLengthString());
+        dialog.setMentionIdData(bytes);
+        if (auto all = unpacked(bytes))
+            expected = *std::move(all);
+        break;
+    }
+    case 1: {
+        const QList<qint64> ids = anyIds(data);
+        dialog.addAtMeMessages(ids);
+        expected.mentions.insert(ids.begin(), ids.end());
+        break;
+    }
+    case 2:
+        for (const QList<qint64> ids = anyIds(data); qint64 id : ids) {
+            dialog.addReactedMessage(id);
+            expected.reactions.insert(id);
+        }
+        break;
+    case 3:
+        for (const QList<qint64> ids = anyIds(data); qint64 id : ids) {
+            dialog.removeAtMeMessages({id});
+            expected.mentions.erase(id);
+        }
+        break;
+    case 4: {
+        const qint64 upTo = data.ConsumeIntegral<int>();
+        dialog.removeAllMentions(upTo, true);
+        removeBelow(&expected.mentions, upTo);
+        removeBelow(&expected.reactions, upTo);
+        break;
+    }
+    }
+}
+
+} // namespace
+
+void fuzzOne(QByteArrayView input)
+{
+    FuzzedDataProvider data(reinterpret_cast<const uint8_t *>(input.data()), size_t(input.size()));
+    Dialog dialog;
+    Expected expected;
+    for (int i = 0; i < 12 && data.remaining_bytes() > 0; ++i) {
+        change(dialog, expected, data);
+        check(std::ranges::equal(dialog.atMeMessages(), expected.mentions), "the mentions");
+        check(std::ranges::equal(dialog.reactedMessages(), expected.reactions), "the reactions");
+        check(dialog.atMeMessageCount() == int(expected.mentions.size()), "their number");
+    }
+    Dialog other;
+    other.setMentionIdData(dialog.getMentionIdData());
+    check(other.atMeMessages() == dialog.atMeMessages()
+              && other.reactedMessages() == dialog.reactedMessages(),
+          "what was packed comes back");
+}

@@ -1,0 +1,124 @@
+// make_seeds DIRECTORY FEED...: writes what the fuzz targets start from into DIRECTORY/<target>/:
+// a record of every kind of content, made from the schema, what arrives in recorded feeds, and an
+// account's database.
+
+#include "base/json.h"
+#include "content/contentfactory.h"
+#include "content/contentitem.h"
+#include "feeds/feed.h"
+#include "protocol/message_content.pb.h"
+#include "protocol/notif.pb.h"
+#include "storage/configstorage.h"
+#include "storage/settingstorage.h"
+#include "storage/userstorageprovider.h"
+#include "support/everyfield.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QGuiApplication>
+#include <QTemporaryDir>
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+namespace
+{
+
+QDir seeds;
+
+/// Equal seeds have equal names, so that nothing piles up.
+void write(const char *target, const QByteArray &bytes)
+{
+    const QString folder = QString::fromLatin1(target);
+    seeds.mkpath(folder);
+    const QByteArray name = QCryptographicHash::hash(bytes, QCryptographicHash::Sha1).toHex();
+    QFile file(seeds.filePath(folder + u'/' + QString::fromLatin1(name)));
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        qFatal("Cannot write %s", qUtf8Printable(file.fileName()));
+}
+
+void writeContent(const im::content::Content &content)
+{
+    write("content_record", QByteArray::fromStdString(content.SerializeAsString()));
+    const auto item = deserializeContent(content, 1, nullptr);
+    if (!item)
+        return;
+    for (const char *target : {"content_stored", "json"})
+        write(target, mapToJson(serializeContent(item)));
+    for (const char *target : {"emoji", "recognisers"})
+        write(target, '\0' + item->content().toUtf8());
+}
+
+/// Each kind of content: empty, and with every field set, in several ways.
+void writeEveryKind()
+{
+    const auto *kinds = im::content::Content::descriptor()->FindOneofByName("data");
+    for (int i = 0; i < kinds->field_count(); ++i) {
+        im::content::Content content;
+        content.GetReflection()->MutableMessage(&content, kinds->field(i));
+        writeContent(content);
+        for (unsigned seed = 0; seed < 8; ++seed) {
+            content.Clear();
+            EveryField values(seed);
+            values.fill(&content, kinds->field(i), 2);
+            writeContent(content);
+        }
+    }
+}
+
+/// An account's database, in small pages, so that much of it is tables and rows.
+void writeDatabase()
+{
+    const QTemporaryDir directory;
+    {
+        storage::UserStorageProvider provider;
+        if (!provider.open(directory.path()))
+            qFatal("Cannot make a database");
+        for (int i = 0; i < 12; ++i) {
+            const QString key = QStringLiteral("key %1").arg(i);
+            provider.settingStorage()->save({key, QString(20, u'x'), key});
+            provider.bufferConfigStorage()->save({key, QVariantMap{{key, i}}});
+        }
+    }
+    const QString path = directory.filePath(QStringLiteral("account.db"));
+    SQLite::Database(path.toStdString(), SQLite::OPEN_READWRITE)
+        .exec("PRAGMA journal_mode = DELETE; PRAGMA page_size = 512; VACUUM");
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("Cannot read %s", qUtf8Printable(path));
+    write("database", file.readAll());
+}
+
+void writeFeed(const QString &path)
+{
+    FeedReader feed(path);
+    while (const auto frame = feed.next()) {
+        im::notif::MessageCreatedNotif notification;
+        if (frame->type != im::notif::MESSAGE_CREATED
+            || !notification.ParseFromArray(frame->record.constData(), int(frame->record.size())))
+            continue;
+        const im::Message &message = notification.message();
+        im::content::Content content;
+        if (message.content_format_ver() <= 1)
+            write("content_stored", QByteArray::fromStdString(message.content()));
+        else if (content.ParseFromString(message.content()))
+            writeContent(content);
+    }
+    if (!feed.error().isEmpty())
+        qFatal("%s: %s", qUtf8Printable(path), qUtf8Printable(feed.error()));
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QGuiApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments().sliced(1);
+    if (arguments.isEmpty())
+        qFatal("usage: make_seeds DIRECTORY FEED...");
+    seeds.setPath(arguments.first());
+    writeEveryKind();
+    writeDatabase();
+    for (const QString &feed : arguments.sliced(1))
+        writeFeed(feed);
+}

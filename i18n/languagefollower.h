@@ -1,0 +1,29 @@
+#pragma once
+
+#include "modelbase_export.h"
+
+#include <QObject>
+
+/// A member of an object whose texts depend on the application's language: it has the object told
+/// when they are to be read anew. It costs four words and no connection, so that each of a hundred
+/// thousand items can have one.
+class MODELBASE_EXPORT LanguageFollower
+{
+public:
+    using Retranslate = void (*)(QObject *object);
+
+    /// `retranslate` is called with the object, on its thread.
+    LanguageFollower(QObject *object, Retranslate retranslate);
+    ~LanguageFollower();
+    Q_DISABLE_COPY_MOVE(LanguageFollower)
+
+    /// Tells all there are; those of the calling thread at once. AppSettingModel does it, when
+    /// everybody who brings texts has changed over to the new language.
+    static void tellAll();
+
+private:
+    QObject *const m_object;
+    const Retranslate m_retranslate;
+    LanguageFollower *m_previous = nullptr;
+    LanguageFollower *m_next = nullptr;
+};

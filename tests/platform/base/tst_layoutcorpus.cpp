@@ -1,0 +1,413 @@
+#include "base/drawabletextbase.h"
+#include "base/wordlayout_p.h"
+
+#include <QDir>
+#include <QFile>
+#include <QGuiApplication>
+#include <QSet>
+#include <QtEndian>
+#include <QTest>
+#include <QTextLayout>
+#include <QThread>
+
+#include <array>
+#include <cmath>
+#include <memory>
+#include <random>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+using namespace TextEntityType;
+using Measured = DrawableTextBase::Measured;
+
+namespace
+{
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr int taken = 90; // of so many texts one is taken, since all of them would take minutes
+constexpr int fewest = 1500;
+#else
+constexpr int taken = 3;
+constexpr int fewest = 50000;
+#endif
+
+/// The translations in a compiled message catalogue of gettext.
+QStringList translations(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QByteArray bytes = file.readAll();
+    const auto number = [&bytes](qsizetype at) {
+        return at + 4 <= bytes.size() ? qFromLittleEndian<quint32>(bytes.constData() + at) : 0;
+    };
+    QStringList texts;
+    for (quint32 i = 1; i < number(8); ++i) { // the first one is a header
+        const quint32 at = number(16) + 8 * i;
+        for (const QByteArray &plural : bytes.mid(number(at + 4), number(at)).split('\0'))
+            texts.append(QString::fromUtf8(plural).trimmed());
+    }
+    return texts;
+}
+
+QStringList fortunes(const QString &folder)
+{
+    QStringList texts;
+    const QDir dir(folder);
+    for (const QString &name : dir.entryList({u"*"_s}, QDir::Files)) {
+        if (name.endsWith(u".dat") || name.endsWith(u".u8"))
+            continue;
+        QFile file(dir.filePath(name));
+        if (file.open(QIODevice::ReadOnly)) {
+            for (const QString &text : QString::fromUtf8(file.readAll()).split(u"\n%\n"_s))
+                texts.append(text.trimmed());
+        }
+    }
+    return texts;
+}
+
+struct Corpus {
+    QStringList texts;
+    QSet<QString> languages;
+};
+
+/// Ordinary texts in the languages that the packages on this machine are translated into.
+const Corpus &corpus()
+{
+    static const Corpus made = [] {
+        Corpus all;
+        const QDir locales(u"/usr/share/locale"_s);
+        for (const QString &language : locales.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            QStringList texts;
+            for (const QString &name : {u"glib20.mo"_s, u"gnupg2.mo"_s})
+                texts += translations(locales.filePath(language + u"/LC_MESSAGES/"_s + name));
+            if (texts.size() < 100)
+                continue;
+            all.languages.insert(language.section(u'_', 0, 0).section(u'@', 0, 0));
+            all.texts += texts;
+        }
+        for (const QString &folder : {u"de"_s, u"es"_s, u"ru"_s, u"zh"_s, u""_s})
+            all.texts += fortunes(u"/usr/share/games/fortunes/"_s + folder);
+        // For a control character QTextLayout takes any of the fonts that are loaded by then, so it
+        // does not agree with itself on one.
+        QStringList some;
+        for (qsizetype i = 0; i < all.texts.size(); i += taken)
+            some.append(all.texts[i].removeIf(
+                [](QChar c) { return c.category() == QChar::Other_Control && !c.isSpace(); }));
+        all.texts = some;
+        return all;
+    }();
+    return made;
+}
+
+QFont fontOf(int pixels)
+{
+    QFont font;
+    font.setPixelSize(pixels);
+    return font;
+}
+
+/// One measuring that somebody might ask for. Everything follows from its number.
+struct Request {
+    QString text;
+    QFont font;
+    double width = 0;
+    int rowLimit = 0;
+    UserTextBlocks blocks;
+
+    explicit Request(int number, int round)
+    {
+        const QStringList &texts = corpus().texts;
+        text = texts[number];
+        if (number % 7 == 3) // two scripts in one text
+            text += u' ' + texts[qsizetype(quint64(number) * 7919 % quint64(texts.size()))];
+        if (number % 11 == 5)
+            text += u" 😀👍🏽 "_s + text.left(20);
+        text.truncate(20 + number * 37 % 220);
+        if (!text.isEmpty() && text.back().isHighSurrogate())
+            text.chop(1);
+        font = fontOf(number % 3 == 0 ? 19 : 14);
+        width = 45 + double((number * 131 + round * 77) % 4400) / 10;
+        rowLimit = number % 13 == 0 ? 3 : 0;
+        const auto length = qint32(text.size());
+        const auto block = [](qint32 from, qint32 len, qint32 type) {
+            UserTextBlock made;
+            made.from = from;
+            made.len = len;
+            made.type = type;
+            return made;
+        };
+        if (number % 4 == 1) {
+            const qint32 word = qint32(text.indexOf(u' ')) + 1;
+            blocks = {block(word, length / 3, Bold), block(length / 2, length / 4, Italic),
+                      block(length - 9, 6, Monospace)};
+        } else if (number % 16 == 2) {
+            blocks = {block(length / 4, 2, CustomEmoji), block(length / 2, length / 4, Quoted),
+                      block(length / 3, 1, CustomEmoji), block(length - 4, 3, CodeBlock)};
+        }
+    }
+
+    bool isPlain() const { return blocks.isEmpty() && rowLimit == 0; }
+
+    Measured measure() const
+    {
+        return DrawableTextBase::calculateSize(text, width, font, 0, 0, rowLimit, blocks, true,
+                                               true, 0);
+    }
+
+    Measured measureInFull() const
+    {
+        WordLayout::ofThisThread().setEnabled(false);
+        const Measured measured = measure();
+        WordLayout::ofThisThread().setEnabled(true);
+        return measured;
+    }
+
+    /// By hand, every paragraph in a layout of its own.
+    Measured reference() const
+    {
+        Measured all;
+        QString lines = text;
+        lines.replace(u"\r\n"_s, u"\n"_s);
+        for (QChar &c : lines) {
+            if (c == u'\r' || c == QChar::LineSeparator || c == QChar::ParagraphSeparator)
+                c = u'\n';
+        }
+        QTextOption option;
+        option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+        for (const QString &paragraph : text.isEmpty() ? QStringList() : lines.split(u'\n')) {
+            QTextLayout layout(paragraph, font);
+            layout.setTextOption(option);
+            layout.beginLayout();
+            for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+                line.setLeadingIncluded(true);
+                line.setLineWidth(width);
+                all.size = {std::max(all.size.width(), line.naturalTextWidth()),
+                            all.size.height() + line.height()};
+                ++all.lineCount;
+            }
+            layout.endLayout();
+        }
+        return all;
+    }
+};
+
+/// What a comparison has found.
+struct Findings {
+    int compared = 0;
+    int heights = 0;
+    int widths = 0;
+    double widest = 0;
+    int fromWords = 0; ///< those of them that took no full layout
+
+    void add(const Request &request, const Measured &actual, const Measured &expected)
+    {
+        ++compared;
+        const auto *known =
+            WordLayout::ofThisThread().breakLines(request.text, request.font, {}, request.width);
+        fromWords += int(known != nullptr);
+        const double difference = std::abs(actual.size.width() - expected.size.width());
+        widest = std::max(widest, difference);
+        const bool isHeight = actual.size.height() != expected.size.height()
+            || actual.lineCount != expected.lineCount;
+        heights += int(isHeight);
+        widths += int(difference > 1);
+        if ((isHeight || difference > 1) && heights + widths <= 20)
+            qWarning() << request.text << request.width << request.font.pixelSize()
+                       << request.blocks.size() << actual.size << actual.lineCount << "instead of"
+                       << expected.size << expected.lineCount;
+    }
+
+    void report(const char *what) const
+    {
+        qInfo("%s: %d texts compared, %d differing heights, %d widths beyond 1 px (at most %.3f); "
+              "%d of the texts are known by their words",
+              what, compared, heights, widths, widest, fromWords);
+    }
+
+    bool isClean() const { return compared > 0 && heights == 0 && widths == 0; }
+};
+
+} // namespace
+
+class TestLayoutCorpus : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        const Corpus &all = corpus();
+        qInfo("%lld texts in %lld languages", qlonglong(all.texts.size()),
+              qlonglong(all.languages.size()));
+        for (const QString &language :
+             {u"ar"_s, u"he"_s, u"hi"_s, u"th"_s, u"zh"_s, u"ja"_s, u"ko"_s, u"ru"_s, u"el"_s,
+              u"tr"_s, u"vi"_s, u"de"_s, u"fr"_s, u"ka"_s, u"uk"_s})
+            QVERIFY2(all.languages.contains(language),
+                     qPrintable(u"No texts in "_s + language + u": install corpus_packages"_s));
+        QVERIFY2(all.texts.size() >= fewest, "Too few texts: install what ./dev test installs");
+        QVERIFY(all.languages.size() >= 20);
+    }
+
+    void likeFullLayout()
+    {
+        Findings cold;
+        Findings warm;
+        Findings resized;
+        Findings byHand;
+        for (int number = 0; number < corpus().texts.size(); ++number) {
+            const Request request(number, 0);
+            const Measured full = request.measureInFull();
+            cold.add(request, request.measure(), full);
+            warm.add(request, request.measure(), full);
+            const Request narrower(number, 1);
+            const Measured actual = narrower.measure();
+            resized.add(narrower, actual, narrower.measureInFull());
+            if (narrower.isPlain() && number % 5 < 2)
+                byHand.add(narrower, actual, narrower.reference());
+        }
+        cold.report("as they come");
+        warm.report("met again");
+        resized.report("at another width");
+        byHand.report("by hand");
+        QVERIFY(resized.fromWords > resized.compared / 3); // else it has compared little
+        QVERIFY(cold.isClean() && warm.isClean() && resized.isClean() && byHand.isClean());
+    }
+
+    void ofTrickyWords()
+    {
+        // What may join the word before it or behind it, around spaces or not, in any order.
+        static const QStringList pieces{
+            u" "_s,  u"  "_s,   u"\u00A0"_s,  u"\u3000"_s, u"\u2060"_s,   u"\u200B"_s, u"-"_s,
+            u"–"_s,  u"—"_s,    u"/"_s,       u"("_s,      u")"_s,        u"\""_s,     u"“"_s,
+            u"”"_s,  u"«"_s,    u"»"_s,       u"?"_s,      u"!"_s,        u"…"_s,      u","_s,
+            u"."_s,  u":"_s,    u"%"_s,       u"$"_s,      u"€"_s,        u"12"_s,     u"3.4"_s,
+            u"AV"_s, u"fi"_s,   u"word"_s,    u"Tё"_s,     u"слово"_s,    u"λέξη"_s,   u"一"_s,
+            u"字"_s, u"。"_s,   u"「"_s,      u"」"_s,     u"あ"_s,       u"っ"_s,     u"ー"_s,
+            u"カ"_s, u"한글"_s, u"e\u0301"_s, u"𠀀"_s,     u"https://"_s, u"a_b"_s,    u"@"_s};
+        Findings findings;
+        std::mt19937 random(7);
+        const auto upTo = [&random](qsizetype limit) { return qsizetype(random()) % limit; };
+        for (int i = 0; i < fewest / 4; ++i) {
+            Request request(0, 0);
+            request.text.clear();
+            request.blocks.clear();
+            const qsizetype offset = upTo(pieces.size());
+            const qsizetype step = 1 + upTo(pieces.size());
+            for (qsizetype left = 4 + upTo(12); left > 0; --left) {
+                const QString piece = upTo(3) == 0
+                    ? u" "_s
+                    : pieces[(offset + step * upTo(5)) % pieces.size()]; // the same ones meet
+                if (i % 4 == 0 && upTo(4) == 0)
+                    request.blocks.append({qint32(request.text.size()),
+                                           qint32(piece.size()),
+                                           upTo(2) == 0 ? Bold : Monospace,
+                                           {},
+                                           false});
+                request.text += piece;
+            }
+            request.font = fontOf(14);
+            request.rowLimit = 0;
+            request.width = 5000;
+            request.measure();
+            for (int width = 0; width < 2; ++width) {
+                request.width = double(20 + upTo(200));
+                findings.add(request, request.measure(), request.measureInFull());
+            }
+        }
+        findings.report("tricky words");
+        QVERIFY(findings.isClean());
+    }
+
+    void ofNumbers()
+    {
+        // What ends a number, and where it breaks, may stand in the words around it.
+        Findings findings;
+        for (const QString &text :
+             {u"x 5) 3.4 y"_s, u"5 ) 3.4/5.6"_s, u"12 。3.4"_s, u"(3.4) % 5"_s, u"12 .12ー.12"_s,
+              u"3.4 and 5.6"_s, u"$ 5.5 3.4"_s, u"字字 3.4字字"_s}) {
+            for (int width = 12; width < 120; ++width) {
+                Request request(0, 0);
+                request.text = text;
+                request.width = width;
+                request.blocks.clear();
+                request.rowLimit = 0;
+                request.measure();
+                findings.add(request, request.measure(), request.measureInFull());
+            }
+        }
+        findings.report("numbers");
+        QVERIFY(findings.isClean());
+    }
+
+    void onManyThreads()
+    {
+        // Several threads meet the same words, each in another order and more than once.
+        constexpr int count = 600;
+        std::vector<Measured> expected;
+        for (int number = 0; number < count; ++number)
+            expected.push_back(Request(number, 0).measureInFull());
+        std::array<Findings, 4> findings;
+        std::vector<std::unique_ptr<QThread>> threads;
+        for (size_t first = 0; first < findings.size(); ++first) {
+            threads.emplace_back(QThread::create([first, &expected, &findings] {
+                for (size_t i = 0; i < 3 * count; ++i) {
+                    const size_t number = (first * 151 + i) % count;
+                    const Request request(int(number), 0);
+                    findings[first].add(request, request.measure(), expected[number]);
+                }
+            }));
+            threads.back()->start();
+        }
+        for (const auto &thread : threads)
+            QVERIFY(thread->wait());
+        for (const Findings &found : findings)
+            QVERIFY(found.isClean());
+    }
+
+    void boundedMemory()
+    {
+        const WordLayout &cache = WordLayout::ofThisThread();
+        size_t most = 0;
+        for (int i = 0; i < 1500; ++i) {
+            QString text;
+            for (int word = 0; word < 60; ++word)
+                text += u"word%1x%2 "_s.arg(i).arg(word);
+            // The first time words are noted, the second time measured, then some broken anywhere.
+            for (const double width : {300.0, 300.0, i % 10 == 0 ? 20.0 : 100.0})
+                DrawableTextBase::calculateSize(text, width, fontOf(14), 0, 0, 0, {}, true, true,
+                                                0);
+            most = std::max(most, cache.bytes());
+        }
+        QVERIFY(most <= WordCache::maxBytes);
+        QVERIFY(most > WordCache::maxBytes / 4); // it has been full
+    }
+
+    void forgottenWhenFontsChange()
+    {
+        const WordLayout &cache = WordLayout::ofThisThread();
+        const auto measure = [](const QString &text) {
+            return DrawableTextBase::calculateSize(text, 200, fontOf(14), 0, 0, 0, {}, true, true,
+                                                   0);
+        };
+        for (int i = 0; i < 3; ++i)
+            measure(u"some words that are known by now"_s);
+        const size_t before = cache.bytes();
+        measure(u"some words that are known by now"_s);
+        QCOMPARE(cache.bytes(), before);
+        Q_EMIT qGuiApp->fontDatabaseChanged();
+        measure(u"one"_s);
+        QVERIFY(cache.bytes() < before);
+
+        // Nor is one font taken for another.
+        const Measured small = measure(u"some words"_s);
+        for (int i = 0; i < 3; ++i)
+            QVERIFY(DrawableTextBase::calculateSize(u"some words"_s, 200, fontOf(28), 0, 0, 0, {},
+                                                    true, true, 0)
+                        .size.height()
+                    > small.size.height());
+    }
+};
+
+QTEST_MAIN(TestLayoutCorpus)
+#include "tst_layoutcorpus.moc"
