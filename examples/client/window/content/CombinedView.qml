@@ -19,7 +19,8 @@ ContentPart {
                 required property int index
                 required property string modelData
 
-                width: view.width
+                // Text is drawn a little wider or narrower than it was measured.
+                width: view.width + 6
                 height: metrics.height
                 color: index === 0 ? Theme.text : Theme.mutedText
                 text: modelData.replace(/\s+/g, " ")

@@ -29,7 +29,7 @@ Item {
     readonly property size shownSize:
         ContentFormat.shownSize(item?.type ?? 0,
                                 Qt.size(item?.contentWidth ?? 0, item?.contentHeight ?? 0),
-                                item?.buttons.length ?? 0, maxWidth)
+                                item?.buttons.length ?? 0, Theme.fontSize, maxWidth)
 
     implicitWidth: shownSize.width
     implicitHeight: shownSize.height

@@ -7,7 +7,9 @@ ContentPart {
     id: view
 
     readonly property FileItem file: item as FileItem
-    readonly property real mediaWidth: file?.mediaSize(maxWidth, false).width ?? 0
+    // Anew when the item was measured anew.
+    readonly property real mediaWidth: item?.contentWidth
+                                       ? file?.mediaSize(maxWidth, false).width ?? 0 : 0
     readonly property FolderItem folder: item as FolderItem
     readonly property bool hasImage: file?.fileType === FileItem.PictureFile
                                      || file?.fileType === FileItem.VideoFile
@@ -82,6 +84,8 @@ ContentPart {
             anchors.left: icon.right
             anchors.leftMargin: ContentMetrics.RowSpacing
             anchors.right: parent.right
+            // Text is drawn a little wider or narrower than QFontMetrics says.
+            anchors.rightMargin: -6
             anchors.verticalCenter: parent.verticalCenter
 
             PlainLabel {

@@ -8,7 +8,9 @@ ContentPart {
     id: view
 
     readonly property LocationItem location: item as LocationItem
-    readonly property real mediaWidth: location?.mediaSize(maxWidth, false).width ?? 0
+    // Anew when the item was measured anew.
+    readonly property real mediaWidth: item?.contentWidth
+                                       ? location?.mediaSize(maxWidth, false).width ?? 0 : 0
     readonly property size mapSize: location?.mapSize(maxWidth, false) ?? Qt.size(0, 0)
 
     Rectangle {
@@ -71,7 +73,8 @@ ContentPart {
                 required property int index
                 required property string modelData
 
-                width: map.width
+                // Text is drawn a little wider or narrower than QFontMetrics says.
+                width: map.width + 6
                 height: metrics.lineSpacing
                 // The item counts a line of the theme's size for each.
                 color: index === 0 ? Theme.text : Theme.mutedText

@@ -6,7 +6,9 @@ ContentPart {
     id: view
 
     readonly property FileItem media: item as FileItem
-    readonly property real mediaWidth: media?.mediaSize(maxWidth, false).width ?? 0
+    // Anew when the item was measured anew.
+    readonly property real mediaWidth: item?.contentWidth
+                                       ? media?.mediaSize(maxWidth, false).width ?? 0 : 0
 
     MediaBox {
         item: view.media

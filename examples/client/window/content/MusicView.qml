@@ -7,7 +7,9 @@ ContentPart {
     id: view
 
     readonly property MusicItem music: item as MusicItem
-    readonly property real mediaWidth: music?.mediaSize(maxWidth, false).width ?? 0
+    // Anew when the item was measured anew.
+    readonly property real mediaWidth: item?.contentWidth
+                                       ? music?.mediaSize(maxWidth, false).width ?? 0 : 0
 
     Item {
         id: row
@@ -50,6 +52,8 @@ ContentPart {
             anchors.left: cover.right
             anchors.leftMargin: ContentMetrics.RowSpacing
             anchors.right: parent.right
+            // Text is drawn a little wider or narrower than QFontMetrics says.
+            anchors.rightMargin: -6
             anchors.verticalCenter: parent.verticalCenter
 
             PlainLabel {

@@ -167,7 +167,9 @@ ContentPart {
             color: view.poll?.answer === PollItem.RightAnswer
                    ? Theme.right : view.poll?.answer === PollItem.WrongAnswer ? Theme.wrong
                                                                               : Theme.mutedText
-            font.pixelSize: Theme.smallFontSize
+            font.pixelSize: Math.min(Theme.smallFontSize, 12)
+            wrapMode: Text.Wrap
+            maximumLineCount: 2
             text: view.footerText()
         }
     }

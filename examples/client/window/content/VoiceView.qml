@@ -7,7 +7,9 @@ ContentPart {
     id: view
 
     readonly property VoiceItem voice: item as VoiceItem
-    readonly property real mediaWidth: voice?.mediaSize(maxWidth, false).width ?? 0
+    // Anew when the item was measured anew.
+    readonly property real mediaWidth: item?.contentWidth
+                                       ? voice?.mediaSize(maxWidth, false).width ?? 0 : 0
 
     Item {
         id: bar

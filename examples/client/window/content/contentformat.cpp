@@ -3,11 +3,14 @@
 #include "base/util.h"
 #include "content/contentitem.h"
 #include "content/contentmetrics.h"
+#include "settings/appsettingmodel.h"
 
 #include <algorithm>
 
 namespace
 {
+
+constexpr int usualFontSize = 14;
 
 bool isKnown(int type)
 {
@@ -46,10 +49,12 @@ QUrl ContentFormat::url(const QString &path)
     return path.isEmpty() ? QUrl() : QUrl::fromLocalFile(path);
 }
 
-QSize ContentFormat::headSize(int type, int maxWidth)
+QSize ContentFormat::headSize(int type, int fontSize, int maxWidth)
 {
-    const auto size = [maxWidth](int width, int height) {
-        return QSize(std::min(width, std::max<int>(ContentMetrics::LeastSide, maxWidth)), height);
+    const auto size = [=](int width, int height) {
+        const int most = std::max<int>(ContentMetrics::LeastSide, maxWidth);
+        return QSize(std::min(width * std::max(usualFontSize, fontSize) / usualFontSize, most),
+                     height);
     };
     switch (type) {
     case ContentItem::Card:
@@ -63,9 +68,9 @@ QSize ContentFormat::headSize(int type, int maxWidth)
     }
 }
 
-QSize ContentFormat::shownSize(int type, QSize measured, int buttons, int maxWidth)
+QSize ContentFormat::shownSize(int type, QSize measured, int buttons, int fontSize, int maxWidth)
 {
-    QSize size = headSize(type, maxWidth);
+    QSize size = headSize(type, fontSize, maxWidth);
     if (!isKnown(type))
         measured = {0, 0};
     if (!measured.isEmpty()) {
@@ -83,8 +88,9 @@ QSize ContentFormat::shownSize(int type, QSize measured, int buttons, int maxWid
 
 QSize ContentFormat::shownSize(const ContentItem *item, int maxWidth)
 {
+    const int fontSize = AppSettingModel::instance()->themeFontSize();
     if (!item)
-        return shownSize(0, {0, 0}, 0, maxWidth);
+        return shownSize(0, {0, 0}, 0, fontSize, maxWidth);
     return shownSize(item->type(), {item->contentWidth(), item->contentHeight()},
-                     int(item->buttons().size()), maxWidth);
+                     int(item->buttons().size()), fontSize, maxWidth);
 }

@@ -17,7 +17,8 @@ class ContentFormat : public QObject
     QML_SINGLETON
 
 public:
-    /// Lengths, in pixels, beyond those of ContentMetrics.
+    /// Lengths, in pixels, beyond those of ContentMetrics. The widths are for texts in a font of
+    /// 14 pixels and grow with larger ones.
     enum Length {
         CardHeight = 60,
         CardWidth = 240,
@@ -42,12 +43,14 @@ public:
     /// Of a file on this device; empty for an empty path.
     Q_INVOKABLE static QUrl url(const QString &path);
     /// The size of what stands above the text in kinds whose items measure their text alone.
-    Q_INVOKABLE static QSize headSize(int type, int maxWidth);
+    Q_INVOKABLE static QSize headSize(int type, int fontSize, int maxWidth);
     /// The size that ContentView shows a content at.
     /// @param type     of the item, 0 where there is none
     /// @param measured the item's contentWidth and contentHeight
     /// @param buttons  rows of buttons
-    Q_INVOKABLE static QSize shownSize(int type, QSize measured, int buttons, int maxWidth);
+    /// @param fontSize the theme's, in pixels
+    Q_INVOKABLE static QSize shownSize(int type, QSize measured, int buttons, int fontSize,
+                                       int maxWidth);
     /// The same of an item, which may be null. Who keeps the sizes of messages calls this after
     /// ContentItem::calcSize().
     static QSize shownSize(const ContentItem *item, int maxWidth);

@@ -6,9 +6,11 @@
 #include <QGlyphRun>
 #include <QPainter>
 #include <QPainterPath>
+#include <QRawFont>
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace
 {
@@ -227,11 +229,11 @@ void DrawnText::paintRun(QPainter &painter, const Line &line, const Run &run,
     const bool isCovered = !showsSpoilers && (run.styles & 1U << Covered);
     const auto glyphs = line.line.glyphRuns(int(run.from - line.offset), int(run.end - run.from));
     painter.setPen(run.styles & 1U << Link ? colours.link : colours.text);
-    for (QGlyphRun glyphRun : glyphs) {
+    for (const QGlyphRun &glyphRun : glyphs) {
         const QRectF extent = glyphRun.boundingRect();
         const QRectF box(extent.x(), line.line.y() + 1, extent.width(), line.line.height() - 2);
         if (isCovered) {
-            painter.fillRect(box, colours.spoiler);
+            painter.fillRect(box.toAlignedRect(), colours.spoiler);
             continue;
         }
         if (run.styles & 1U << Mono) {
@@ -239,9 +241,18 @@ void DrawnText::paintRun(QPainter &painter, const Line &line, const Run &run,
             background.addRoundedRect(box.adjusted(-2, 0, 2, 0), 3, 3);
             painter.fillPath(background, colours.codeBackground);
         }
-        glyphRun.setUnderline(run.styles & 1U << Underlined);
-        glyphRun.setStrikeOut(run.styles & 1U << Struck);
         painter.drawGlyphRun({0, 0}, glyphRun);
+        const QRawFont font = glyphRun.rawFont();
+        const double baseline = line.line.y() + line.line.ascent();
+        const double thickness = std::max(1.0, font.lineThickness());
+        const auto rule = [&](double y) {
+            painter.fillRect(QRectF(extent.x(), std::round(y), extent.width(), thickness),
+                             painter.pen().color());
+        };
+        if (run.styles & 1U << Underlined)
+            rule(baseline + font.underlinePosition());
+        if (run.styles & 1U << Struck)
+            rule(baseline - font.xHeight() / 2);
     }
 }
 

@@ -69,6 +69,10 @@
         <source>(cannot be shown here)</source>
         <translation>(لا يمكن عرضها هنا)</translation>
     </message>
+    <message id="client_show_more">
+        <source>Show more</source>
+        <translation>عرض المزيد</translation>
+    </message>
     <message id="client_show_spoiler">
         <source>Show spoiler</source>
         <translation>إظهار المحتوى المخفي</translation>

@@ -61,6 +61,10 @@
         <source>(cannot be shown here)</source>
         <translation>(cannot be shown here)</translation>
     </message>
+    <message id="client_show_more">
+        <source>Show more</source>
+        <translation>Show more</translation>
+    </message>
     <message id="client_show_spoiler">
         <source>Show spoiler</source>
         <translation>Show spoiler</translation>

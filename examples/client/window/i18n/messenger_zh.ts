@@ -59,6 +59,10 @@
         <source>(cannot be shown here)</source>
         <translation>（无法在此显示）</translation>
     </message>
+    <message id="client_show_more">
+        <source>Show more</source>
+        <translation>显示更多</translation>
+    </message>
     <message id="client_show_spoiler">
         <source>Show spoiler</source>
         <translation>显示隐藏内容</translation>

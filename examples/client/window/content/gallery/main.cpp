@@ -74,12 +74,18 @@ Items contentsOf(const QString &path, ClientAccount *account)
     Contents contents(account, QFileInfo(path).absolutePath() + QStringLiteral("/media"));
     MessageGroup group;
     Items items;
+    QHash<int, QString> names;
     FeedReader reader(path);
     while (const auto frame = reader.next()) {
-        if (frame->type != im::notif::MESSAGE_CREATED)
-            continue;
+        const std::string record = frame->record.toStdString();
+        if (frame->type == im::notif::USER_UPDATED) {
+            im::notif::UserUpdatedNotif notification;
+            notification.ParseFromString(record);
+            names.insert(notification.user().user_id(),
+                         QString::fromStdString(notification.user().name()));
+        }
         im::notif::MessageCreatedNotif notification;
-        if (!notification.ParseFromArray(frame->record.constData(), int(frame->record.size())))
+        if (frame->type != im::notif::MESSAGE_CREATED || !notification.ParseFromString(record))
             continue;
         const KeptMessage message = kept(notification.message());
         const auto item = contents.make(message);
@@ -88,6 +94,11 @@ Items contentsOf(const QString &path, ClientAccount *account)
                 items.append(finished);
         }
         group.add(message, item);
+        if (auto *combined = qobject_cast<CombinedItem *>(item.data())) {
+            const QList<CombinedEntry> entries = combined->entries();
+            for (const CombinedEntry &entry : entries)
+                combined->setSenderName(entry.senderId, false, names.value(int(entry.senderId)));
+        }
         items.append(item);
     }
     if (!reader.error().isEmpty())
@@ -184,6 +195,7 @@ void run(const QStringList &arguments)
     const ModelLayer modelLayer(&server);
     auto *settings = AppSettingModel::instance();
     ClientAccount *account = signIn(&server);
+    AccountManager::getInstance()->setMaxMsgItemWidth(maxWidth);
     Items items;
     for (const QString &feed : arguments.mid(2))
         items += contentsOf(feed, account);
