@@ -57,7 +57,7 @@ Item {
 
         Text {
             id: sender
-            visible: row.message.showSender
+            visible: row.message.showSender && !row.system
             x: MessageListModel.Padding
             y: MessageListModel.Padding - 2
             width: bubble.width - 2 * x

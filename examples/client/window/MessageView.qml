@@ -56,7 +56,7 @@ Item {
                     }
                     Text {
                         Layout.fillWidth: true
-                        text: !view.dialog ? "" : view.dialog.typing !== ""
+                        text: !view.dialog || !view.messages ? "" : view.dialog.typing !== ""
                             ? qsTrId("client_typing").arg(view.dialog.typing)
                             //% "%n message(s)"
                             : qsTrId("client_message_count", view.messages.count)
@@ -97,12 +97,16 @@ Item {
             readonly property int prepended: view.messages ? view.messages.prepended : 0
             readonly property double total: view.messages ? view.messages.totalHeight : 0
             // What a row in view is found by; `total` is there because it changes with the heights.
-            readonly property int first: total > 0 ? view.messages.rowAt(contentY) : -1
-            readonly property int last: total > 0 ? view.messages.rowAt(contentY + height - 1) : -1
+            readonly property int first: rowAt(contentY, total)
+            readonly property int last: rowAt(contentY + height - 1, total)
             // The lowest row is some 80 pixels high.
             readonly property int ringSize: Math.ceil(height / 60) + 2
+            property messageRow nothing // of no dialog
             property int highlighted: -1
 
+            function rowAt(y: double, total: double): int {
+                return view.messages && total > 0 ? view.messages.rowAt(y) : -1
+            }
             function toEnd() {
                 contentY = Math.max(0, contentHeight - height)
             }
@@ -168,12 +172,12 @@ Item {
                     }
 
                     visible: flick.first >= 0 && row <= flick.last
-                    y: flick.total > 0 && visible ? view.messages.offsetOf(row) : 0
+                    y: view.messages && flick.total > 0 && visible ? view.messages.offsetOf(row) : 0
                     width: flick.width
-                    height: flick.total > 0 && visible ? view.messages.heightOf(row) : 0
+                    height: view.messages && flick.total > 0 && visible ? view.messages.heightOf(row) : 0
                     highlighted: row - flick.prepended === flick.highlighted
-                    message: flick.generation >= 0 && visible ? view.messages.at(row)
-                                                              : view.messages.none()
+                    message: view.messages && flick.generation >= 0 && visible
+                        ? view.messages.at(row) : flick.nothing
                     onActivated: (text, data) => {
                         const link = typeof data === "string" && data !== "" ? data : text
                         if (/^https?:/.test(link))

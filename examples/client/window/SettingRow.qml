@@ -15,35 +15,35 @@ Rectangle {
     radius: 10
     color: Theme.panel
 
-    RowLayout {
-        anchors.fill: parent
+    Column {
+        id: labels
+        anchors.left: parent.left
         anchors.leftMargin: 16
+        anchors.right: controls.left
         anchors.rightMargin: 12
-        spacing: 12
-
-        ColumnLayout {
-            id: labels
-            Layout.fillWidth: true
-            spacing: 2
-            Text {
-                Layout.fillWidth: true
-                text: row.text
-                color: Theme.text
-                font.pixelSize: 15
-                wrapMode: Text.Wrap
-            }
-            Text {
-                Layout.fillWidth: true
-                visible: text !== ""
-                text: row.hint
-                color: Theme.mutedText
-                font.pixelSize: 12
-                wrapMode: Text.Wrap
-            }
+        anchors.verticalCenter: parent.verticalCenter
+        spacing: 2
+        Text {
+            width: parent.width
+            text: row.text
+            color: Theme.text
+            font.pixelSize: 15
+            wrapMode: Text.Wrap
         }
-        RowLayout {
-            id: controls
-            spacing: 8
+        Text {
+            width: parent.width
+            visible: text !== ""
+            text: row.hint
+            color: Theme.mutedText
+            font.pixelSize: 12
+            wrapMode: Text.Wrap
         }
+    }
+    RowLayout {
+        id: controls
+        anchors.right: parent.right
+        anchors.rightMargin: 12
+        anchors.verticalCenter: parent.verticalCenter
+        spacing: 8
     }
 }

@@ -15,6 +15,7 @@
 
 #include <QCommandLineParser>
 #include <QFileInfo>
+#include <QLocale>
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
 #include <QQuickWindow>
@@ -85,8 +86,12 @@ int run(Application &app)
     AppSettingModel *settings = AppSettingModel::instance();
     settings->translations()->add(QStringLiteral(":/i18n/messenger"));
     QQmlApplicationEngine engine;
-    QObject::connect(settings, &AppSettingModel::languageChanged, &engine,
-                     &QQmlApplicationEngine::retranslate);
+    const auto speak = [&engine](const QString &language) {
+        QGuiApplication::setLayoutDirection(QLocale(language).textDirection());
+        engine.retranslate();
+    };
+    speak(settings->language());
+    QObject::connect(settings, &AppSettingModel::languageChanged, &engine, speak);
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
     engine.addImportPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../qml"));
     QQuickStyle::setStyle(QStringLiteral("Basic"));

@@ -87,6 +87,8 @@ void Messenger::remove(AccountBase *account)
 {
     Session *session = m_sessions.take(account);
     Q_EMIT sessionChanged();
+    // The views that showed it go first; they are to be deleted later already.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     delete session;
 }
 

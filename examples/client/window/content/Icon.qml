@@ -17,6 +17,8 @@ Item {
         height: 24
         anchors.centerIn: parent
         scale: Math.min(icon.width, icon.height) / 24
+        // Drawn by the processor, a shape of its own pays no heed to the clipping of its view.
+        layer.enabled: GraphicsInfo.api === GraphicsInfo.Software
 
         ShapePath {
             fillColor: icon.filled ? icon.color : "transparent"
