@@ -20,11 +20,9 @@ Item {
     property alias draft: input.text
     readonly property MessageListModel messages: session ? session.messages : null
     readonly property ClientDialog dialog: session ? session.dialog : null
+    property messageRow none // what a bubble shows that is not in view
 
-    onMessagesChanged: {
-        flick.atEnd = true
-        flick.toEnd()
-    }
+    onMessagesChanged: flick.atEnd = true
 
     ColumnLayout {
         anchors.fill: parent
@@ -97,8 +95,9 @@ Item {
             readonly property int prepended: view.messages ? view.messages.prepended : 0
             readonly property double total: view.messages ? view.messages.totalHeight : 0
             // What a row in view is found by; `total` is there because it changes with the heights.
-            readonly property int first: total > 0 ? view.messages.rowAt(contentY) : -1
-            readonly property int last: total > 0 ? view.messages.rowAt(contentY + height - 1) : -1
+            readonly property int first: total > 0 && view.messages ? view.messages.rowAt(contentY) : -1
+            readonly property int last: total > 0 && view.messages
+                                        ? view.messages.rowAt(contentY + height - 1) : -1
             // The lowest row is some 80 pixels high.
             readonly property int ringSize: Math.ceil(height / 60) + 2
             property int highlighted: -1
@@ -121,6 +120,7 @@ Item {
             property bool atEnd: true
             onMovementEnded: atEnd = atYEnd
             onHeightChanged: if (atEnd) toEnd()
+            onContentHeightChanged: if (atEnd) toEnd()
             onContentYChanged: if (!adjusting) atEnd = contentY >= contentHeight - height - 4
             property bool adjusting: false
 
@@ -167,13 +167,12 @@ Item {
                         return flick.first + (((index - from) % size) + size) % size
                     }
 
-                    visible: flick.first >= 0 && row <= flick.last
+                    visible: flick.first >= 0 && row <= flick.last && view.messages !== null
                     y: flick.total > 0 && visible ? view.messages.offsetOf(row) : 0
                     width: flick.width
                     height: flick.total > 0 && visible ? view.messages.heightOf(row) : 0
                     highlighted: row - flick.prepended === flick.highlighted
-                    message: flick.generation >= 0 && visible ? view.messages.at(row)
-                                                              : view.messages.none()
+                    message: flick.generation >= 0 && visible ? view.messages.at(row) : view.none
                     onActivated: (text, data) => {
                         const link = typeof data === "string" && data !== "" ? data : text
                         if (/^https?:/.test(link))

@@ -11,7 +11,7 @@ Rectangle {
     default property alias content: controls.data
 
     Layout.fillWidth: true
-    implicitHeight: Math.max(52, labels.implicitHeight + 20)
+    implicitHeight: hint === "" ? 52 : 60
     radius: 10
     color: Theme.panel
 
@@ -30,7 +30,7 @@ Rectangle {
                 text: row.text
                 color: Theme.text
                 font.pixelSize: 15
-                wrapMode: Text.Wrap
+                elide: Text.ElideRight
             }
             Text {
                 Layout.fillWidth: true
@@ -38,7 +38,7 @@ Rectangle {
                 text: row.hint
                 color: Theme.mutedText
                 font.pixelSize: 12
-                wrapMode: Text.Wrap
+                elide: Text.ElideMiddle
             }
         }
         RowLayout {

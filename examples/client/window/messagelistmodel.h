@@ -111,7 +111,6 @@ public:
 
     /// An invalid row for a number outside.
     Q_INVOKABLE MessageRow at(int row);
-    Q_INVOKABLE MessageRow none() const { return {}; }
     /// Pixels above a row.
     Q_INVOKABLE double offsetOf(int row) const;
     Q_INVOKABLE double heightOf(int row) const { return offsetOf(row + 1) - offsetOf(row); }
