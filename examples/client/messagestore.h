@@ -24,8 +24,8 @@ struct Measure {
 struct KeptMessage {
     qint64 number = 0; ///< 1 for the first message that was kept
     QString dialogId;
-    int messageId = 0; ///< unique within its dialog
-    int sender = 0;
+    int messageId = 0;   ///< unique within its dialog
+    int sender = 0;      ///< 0: nobody
     qint64 time = 0;     ///< ms since 1970, UTC
     int group = 0;       ///< messages of one number are shown as one; 0: by itself
     int version = 0;     ///< im.Message.content_format_ver

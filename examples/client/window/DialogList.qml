@@ -42,7 +42,7 @@ Rectangle {
             return ""
         const date = new Date(time)
         return date.toDateString() === new Date().toDateString()
-                ? Qt.formatTime(date, "hh:mm") : date.toLocaleDateString(Qt.locale(), Locale.ShortFormat)
+                ? Qt.formatTime(date, "hh:mm") : date.toLocaleDateString(Qt.locale(AppSettingModel.language), Locale.ShortFormat)
     }
 
     component Tag: Rectangle {

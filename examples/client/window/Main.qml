@@ -29,8 +29,6 @@ ApplicationWindow {
     visible: true
     title: session ? "Messenger – " + session.name : "Messenger"
     color: Theme.window
-    LayoutMirroring.enabled: Application.layoutDirection === Qt.RightToLeft
-    LayoutMirroring.childrenInherit: true
 
     onSessionChanged: {
         if (lastSession)
@@ -67,6 +65,8 @@ ApplicationWindow {
         anchors.fill: parent
         spacing: 0
         visible: !AppLock.locked
+        LayoutMirroring.enabled: Application.layoutDirection === Qt.RightToLeft
+        LayoutMirroring.childrenInherit: true
 
         AccountRail {
             Layout.fillHeight: true

@@ -14,6 +14,12 @@ Item {
     readonly property bool outgoing: message.outgoing
     readonly property bool system: message.item !== null && message.item.type === ContentItem.System
     readonly property int avatarSpace: 52
+    readonly property bool mirrored: LayoutMirroring.enabled
+
+    /// Where something stands that is `start` pixels from where lines begin.
+    function place(start: real, extent: real): real {
+        return mirrored ? width - start - extent : start
+    }
 
     /// A link or something like it in a text was clicked.
     signal activated(string text, var data)
@@ -25,7 +31,8 @@ Item {
         height: visible ? MessageListModel.DayHeight : 0
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
-        text: row.message.time.toLocaleDateString(Qt.locale(), Locale.LongFormat)
+        text: row.message.time.toLocaleDateString(Qt.locale(AppSettingModel.language),
+                                                  Locale.LongFormat)
         color: Theme.mutedText
         font.pixelSize: 13
         font.bold: true
@@ -33,7 +40,7 @@ Item {
 
     Avatar {
         visible: row.message.showSender && !row.system
-        x: 10
+        x: row.place(10, width)
         anchors.top: bubble.top
         width: 34
         height: 34
@@ -43,7 +50,7 @@ Item {
     Rectangle {
         id: bubble
         x: row.system ? (row.width - width) / 2
-                      : row.outgoing ? row.width - width - 16 : row.avatarSpace
+                      : row.place(row.outgoing ? row.width - width - 16 : row.avatarSpace, width)
         anchors.top: dayLabel.bottom
         anchors.topMargin: MessageListModel.Gap / 2
         width: Math.max(content.implicitWidth, sender.visible ? sender.implicitWidth : 0,

@@ -230,11 +230,12 @@ bool MessageListModel::startsDay(int row) const
 }
 
 /// Whether the sender is to be named: others than the user, in groups, where somebody else wrote
-/// before.
+/// before. A system line has none.
 bool MessageListModel::startsRun(int row) const
 {
     const Row &own = m_rows[size_t(row)];
-    if (!m_dialog || !m_dialog->isGroup() || own.sender == m_dialog->currentUserId())
+    if (!m_dialog || !m_dialog->isGroup() || own.sender == m_dialog->currentUserId()
+        || own.sender == 0)
         return false;
     if (startsDay(row))
         return true;

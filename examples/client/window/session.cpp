@@ -224,6 +224,8 @@ void Session::receive(const im::Message &record)
     message.beside = beside.SerializeAsString();
 
     const auto item = make({message});
+    if (item && item->type() == ContentItem::System)
+        message.sender = 0; // a line that nobody wrote
     // What is shown as one is measured when it is shown.
     if (message.group == 0) {
         message.measure = measure();
@@ -236,7 +238,7 @@ void Session::receive(const im::Message &record)
     dialog->setTyping({});
     dialog->setSortTime(std::max(dialog->sortTime(), message.time));
     dialog->setPreview(previewOf(item.data()));
-    if (message.sender != m_account->accountId()) {
+    if (record.sender() != m_account->accountId()) {
         if (mentionsMe(item.data()))
             dialog->addAtMeMessages({message.messageId});
         if (dialog != m_messages.dialog() || !m_active)
