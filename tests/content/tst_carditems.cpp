@@ -322,7 +322,7 @@ private Q_SLOTS:
         QCOMPARE(item.allTargets(), u"Benny"_s);
         const SystemItem copy(&item);
         ben.reset();
-        QCOMPARE(log.take(), u"textChanged allTargetsChanged"_s);
+        QCOMPARE(log.take(), u"textChanged needRecalcSize allTargetsChanged"_s);
         QCOMPARE(item.targets(), (QList<QObject *>{nullptr, &nameless, nullptr, &plain}));
         QCOMPARE(item.text(), u"Mum removed Ben, Chloé"_s);
         QCOMPARE(copy.text(), item.text());

@@ -66,7 +66,7 @@ private Q_SLOTS:
         QVERIFY(unread > 50);
         play(session);
         QCOMPARE(m_account->totalUnreadCount(), unread);
-        QCOMPARE(filter.rowCount(), 5);
+        QCOMPARE(filter.rowCount(), 6);
         for (int row = 1; row < filter.rowCount(); ++row)
             QVERIFY(filter.at(row - 1)->sortTime() >= filter.at(row)->sortTime());
 
