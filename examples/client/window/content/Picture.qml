@@ -13,7 +13,6 @@ Item {
     property bool isAnimated: false
     property bool isCovered: false
     property bool isFitted: false
-    property real radius: Theme.radius
     readonly property bool isReady: bytes.isReady || thumbnailImage.status === Image.Ready
                                     || still.status === Image.Ready
                                     || moving.status === AnimatedImage.Ready

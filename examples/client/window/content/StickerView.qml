@@ -17,7 +17,6 @@ ContentPart {
         isAnimated: view.suffix === "gif" || (view.suffix === "webp"
                                               && (view.sticker?.animatedFile ?? null) !== null)
         isFitted: true
-        radius: 0
     }
 
     MouseArea {
