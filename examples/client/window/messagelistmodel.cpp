@@ -18,6 +18,7 @@ constexpr int placesAtOnce = 2000; // and then, between two frames
 constexpr int heldItems = 1000;
 constexpr qint64 backgroundTime = 4;         // ms of work between two frames
 constexpr qint64 runLength = 10 * 60 * 1000; // ms within which a sender is not named again
+constexpr int farewellTime = 200;            // ms for which views may still show an item
 constexpr int unknownHeight = 40;            // of a row that was never measured
 
 QStringList describe(const im::MessageReaction &record)
@@ -86,7 +87,7 @@ void MessageListModel::open(ClientDialog *dialog)
     m_dialog = dialog;
     m_rows.clear();
     m_ends.clear();
-    m_items.clear();
+    letGo();
     m_newSizes.clear();
     m_reactions.clear();
     m_prepended = 0;
@@ -104,8 +105,6 @@ void MessageListModel::open(ClientDialog *dialog)
         m_prepended = 0;
     }
     endResetModel();
-    ++m_generation;
-    Q_EMIT generationChanged();
     Q_EMIT heightsChanged();
 }
 
@@ -166,8 +165,6 @@ void MessageListModel::append(const MessagePlace &place, const QSharedPointer<Co
         m_rows.back().measure = {};
         this->item(row);
         applySizes();
-        ++m_generation;
-        Q_EMIT generationChanged();
         Q_EMIT dataChanged(index(row), index(row));
         return;
     }
@@ -194,10 +191,8 @@ void MessageListModel::updateReactions(int messageId)
     const double height = totalHeight();
     m_reactions.insert(messageId, describe(record));
     addUp(changed);
-    ++m_generation;
     Q_EMIT heightsChanged();
     Q_EMIT grown(changed, totalHeight() - height);
-    Q_EMIT generationChanged();
     Q_EMIT dataChanged(index(changed), index(changed));
 }
 
@@ -281,11 +276,11 @@ bool MessageListModel::isStale(const Row &row) const
 void MessageListModel::measureAgain()
 {
     m_measure = Session::measure();
-    m_items.clear();
+    letGo();
     m_nextStale = count() - 1;
     m_background.start();
-    ++m_generation;
-    Q_EMIT generationChanged();
+    if (!m_rows.empty())
+        Q_EMIT dataChanged(index(0), index(count() - 1));
 }
 
 /// What is not in view; a few contents at a time.
@@ -346,16 +341,27 @@ QSharedPointer<ContentItem> MessageListModel::make(const Row &row)
         m_session->store().messages(m_dialog->dialogId(), row.number, row.last, row.group));
 }
 
-QSharedPointer<ContentItem> MessageListModel::item(int index)
+ContentItem *MessageListModel::item(int index)
 {
     const Row &row = m_rows[size_t(index)];
     if (const auto *held = m_items.object(row.number))
-        return *held;
+        return held->data();
     const auto made = make(row);
     hold(row.number, made);
     if (isStale(row) || row.size != Session::sizeOf(made.data()))
         resize(row.number, made.data());
-    return made;
+    return made.data();
+}
+
+/// Not before the views have turned to other items: each would have nothing to show in between.
+void MessageListModel::letGo()
+{
+    QList<QSharedPointer<ContentItem>> items;
+    const auto numbers = m_items.keys();
+    for (const qint64 number : numbers)
+        items.append(*m_items.object(number));
+    m_items.clear();
+    QTimer::singleShot(farewellTime, this, [items] {});
 }
 
 void MessageListModel::hold(qint64 number, const QSharedPointer<ContentItem> &item)
@@ -385,7 +391,7 @@ MessageRow MessageListModel::at(int index)
     message.outgoing = row.sender == m_dialog->currentUserId();
     message.showDay = startsDay(index);
     message.showSender = startsRun(index);
-    message.mentionsMe = !message.outgoing && m_session->mentionsMe(message.item.data());
+    message.mentionsMe = !message.outgoing && m_session->mentionsMe(message.item);
     message.reactions = m_reactions.value(row.messageId);
     return message;
 }

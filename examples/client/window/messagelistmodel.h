@@ -15,7 +15,8 @@
 class ClientDialog;
 class Session;
 
-/// What a view shows of a message. It keeps the content's item alive while it is shown.
+/// What a view shows of a message. The content's item is the model's: were it the value's, QML's
+/// collector would delete items, and what shows them would run scripts in the midst of its work.
 class MessageRow
 {
     Q_GADGET
@@ -33,9 +34,9 @@ class MessageRow
     Q_PROPERTY(QStringList reactions MEMBER reactions CONSTANT)
 
 public:
-    ContentItem *contentItem() const { return item.data(); }
+    ContentItem *contentItem() const { return item; }
 
-    QSharedPointer<ContentItem> item; ///< null for a content that cannot be made
+    QPointer<ContentItem> item; ///< null for a content that cannot be made
     qint64 messageId = 0;
     qint64 senderId = 0;
     QString senderName;
@@ -46,6 +47,8 @@ public:
     bool showSender = false;
     bool mentionsMe = false;
     QStringList reactions; ///< "👍 2"
+
+    bool operator==(const MessageRow &) const = default;
 };
 
 /// The messages of the dialog that is open, the oldest first; those that were sent together are one
@@ -63,8 +66,6 @@ class MessageListModel : public MessageModelBase
     QML_UNCREATABLE("made by its session")
     Q_PROPERTY(double totalHeight READ totalHeight NOTIFY heightsChanged)
     Q_PROPERTY(int count READ count NOTIFY heightsChanged)
-    Q_PROPERTY(int prepended READ prepended NOTIFY heightsChanged)
-    Q_PROPERTY(int generation READ generation NOTIFY generationChanged)
 
 public:
     enum Role { MessageRole = Qt::UserRole + 1, HeightRole };
@@ -104,8 +105,6 @@ public:
     /// How many rows were put before those that were there when the dialog was opened: a row keeps
     /// its number, less this.
     int prepended() const { return m_prepended; }
-    /// Grows when rows are to be asked for again.
-    int generation() const { return m_generation; }
     /// Pixels of all rows.
     double totalHeight() const { return m_ends.empty() ? 0.0 : m_ends.back(); }
 
@@ -124,7 +123,6 @@ public:
 
 Q_SIGNALS:
     void heightsChanged();
-    void generationChanged();
     /// Rows up to and with this one have grown by so many pixels together.
     void grown(int row, double pixels);
     void jumpRequested(int row);
@@ -143,7 +141,8 @@ private:
     bool startsRun(int row) const;
     bool isStale(const Row &row) const;
     QSharedPointer<ContentItem> make(const Row &row);
-    QSharedPointer<ContentItem> item(int row);
+    ContentItem *item(int row);
+    void letGo();
     void hold(qint64 number, const QSharedPointer<ContentItem> &item);
     void resize(qint64 number, const ContentItem *item);
     void applySizes();
@@ -156,7 +155,6 @@ private:
     std::vector<double> m_ends; // pixels down to the end of each row
     bool m_complete = true;     // all places are known
     int m_prepended = 0;
-    int m_generation = 0;
     int m_itemsMade = 0;
     QHash<int, QStringList> m_reactions;
     QHash<qint64, QSize> m_newSizes;                     // by number; not applied yet
