@@ -1,0 +1,15 @@
+cmake_minimum_required(VERSION 3.25)
+# cmake -DTYPES=<.qmltypes> -DPAGE=<page> -P CheckQmlPage.cmake: fails where a type of the QML module
+# is not on its page.
+file(STRINGS ${TYPES} exports REGEX "exports: ")
+file(READ ${PAGE} page)
+set(missing "")
+foreach(line IN LISTS exports)
+    string(REGEX REPLACE ".*/([A-Za-z]+) .*" "\\1" type "${line}")
+    if(NOT page MATCHES "`${type}`")
+        string(APPEND missing " ${type}")
+    endif()
+endforeach()
+if(missing OR NOT exports)
+    message(FATAL_ERROR "Not in ${PAGE}:${missing}")
+endif()
