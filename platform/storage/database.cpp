@@ -85,8 +85,16 @@ bool prepareFile(const QString &filePath, bool create)
 
 void checkSound(SQLite::Database &connection)
 {
-    connection.exec("PRAGMA cell_size_check = ON");
-    const std::string verdict = connection.execAndGet("PRAGMA quick_check(1)").getString();
+    std::string verdict;
+    try {
+        connection.exec("PRAGMA cell_size_check = ON");
+        verdict = connection.execAndGet("PRAGMA quick_check(1)").getString();
+    } catch (const SQLite::Exception &e) {
+        // For a format of the schema that there is not, SQLite has a plain error only.
+        if (e.getErrorCode() != SQLITE_ERROR)
+            throw;
+        verdict = e.what();
+    }
     if (verdict != "ok")
         throw SQLite::Exception(verdict, SQLITE_CORRUPT);
 }

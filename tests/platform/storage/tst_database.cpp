@@ -154,6 +154,7 @@ private Q_SLOTS:
         row("cut inside a page", rowCount - rowsInPage, [](auto &bytes) { bytes.chop(pageSize / 2); }, 1);
         row("first page lost", rowCount, [](auto &bytes) { scratchPage(bytes, 0); });
         row("header lost", rowCount, [](auto &bytes) { bytes.replace(0, 100, QByteArray(100, 0)); });
+        row("format of the schema lost", rowCount, [](auto &bytes) { bytes.replace(44, 4, QByteArray(4, '\xff')); });
         // clang-format on
         row("first, last and others lost", rowCount - 6 * rowsInPage, [](auto &bytes) {
             const QList<int> pages = rowPages(bytes);
