@@ -134,7 +134,7 @@ ItemPointer makeContentItem(const std::string &bytes, int version, int source, A
             qCDebug(lcContent, "makeContentItem parse pbContent failed.");
             return {};
         }
-        return checked(deserializeContent(*content, source, account));
+        return deserializeContent(*content, source, account);
     }
 
     ItemMap map = jsonToMap(QByteArray::fromRawData(bytes.data(), qsizetype(bytes.size())));
@@ -159,13 +159,13 @@ ItemPointer makeContentItem(const ItemMap &map, int source, AccountBase *account
         itemMap.insert(typeKey, QStringLiteral("system"));
         type = ContentItem::System;
     }
-    return checked(deserializeContent(itemMap, type, source, account));
+    return deserializeContent(itemMap, type, source, account);
 }
 
 ItemPointer deserializeContent(const ItemMap &map, int type, int source, AccountBase *account)
 {
     const Kind *row = findKind(type);
-    return row ? row->fromMap(map, source, account) : ItemPointer();
+    return checked(row ? row->fromMap(map, source, account) : ItemPointer());
 }
 
 ItemPointer deserializeContent(const im::content::Content &content, int source,
@@ -173,7 +173,7 @@ ItemPointer deserializeContent(const im::content::Content &content, int source,
 {
     // The number of the body's field is the content type.
     const Kind *row = findKind(content.data_case());
-    return row ? row->fromRecord(content, source, account) : ItemPointer();
+    return checked(row ? row->fromRecord(content, source, account) : ItemPointer());
 }
 
 ItemPointer copyContent(const ItemPointer &item)

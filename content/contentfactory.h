@@ -16,9 +16,9 @@ namespace im::content
 class Content;
 }
 
-// The factory. Each function gives null for what it cannot make; makeContentItem() also a debug
-// line in the category "im.modelbase". Groups and combined messages have constructors of their own
-// and are not made here.
+// The factory. Each function gives null for what it cannot make; makeContentItem() and
+// deserializeContent() also a debug line in the category "im.modelbase". Groups and combined
+// messages have constructors of their own and are not made here.
 //
 // `source` is the model source type that the content belongs to: 1 for chat messages, the others
 // stand at ModelBaseUtil::getModelSourceTypeString(). `account` may be null; then files are not
