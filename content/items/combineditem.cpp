@@ -29,9 +29,9 @@ auto watch(CombinedItem *item)
                  Watched{&CombinedItem::total, &CombinedItem::totalChanged});
 }
 
-CombinedItem *toCombined(const QSharedPointer<ContentItem> &item)
+CombinedItem *toCombined(ContentItem *item)
 {
-    return qobject_cast<CombinedItem *>(item.data());
+    return qobject_cast<CombinedItem *>(item);
 }
 
 QSize textSize(const QString &text, int width, bool inThread)
@@ -69,10 +69,12 @@ CombinedItem::CombinedItem(const CombinedItem *other)
       m_total(other->m_total)
 {
     for (CombinedEntry &entry : m_entries) {
-        if (const CombinedItem *inner = toCombined(entry.content))
-            entry.content = QSharedPointer<CombinedItem>::create(inner);
-        else if (const auto copied = copyContent(entry.content))
-            entry.content = copied;
+        auto content = entry.content.toStrongRef();
+        if (const CombinedItem *inner = toCombined(content.data()))
+            content = QSharedPointer<CombinedItem>::create(inner);
+        else if (const auto copied = copyContent(content))
+            content = copied;
+        hold(entry, content);
     }
 }
 
@@ -89,7 +91,7 @@ void CombinedItem::setMessage(const im::Message &message, const Opener &open)
 void CombinedItem::read(const im::Message &message, const Opener &open)
 {
     const Nesting nesting;
-    m_entries.clear();
+    clear();
     for (const im::Message &inner : message.combined_messages()) {
         if (!Nesting::take())
             break;
@@ -105,10 +107,23 @@ void CombinedItem::read(const im::Message &message, const Opener &open)
         } else {
             entry.senderId = inner.sender();
         }
-        entry.content = makeMessageItem(inner, open, source(), m_account);
+        hold(entry, makeMessageItem(inner, open, source(), m_account));
         m_entries.append(entry);
     }
     m_total = std::max(message.total_combined_messages(), message.combined_messages_size());
+}
+
+void CombinedItem::clear()
+{
+    m_entries.clear();
+    m_contents.clear();
+}
+
+void CombinedItem::hold(CombinedEntry &entry, const QSharedPointer<ContentItem> &content)
+{
+    entry.content = content;
+    if (content)
+        m_contents.append(content);
 }
 
 QVariantList CombinedItem::entryVariants() const
@@ -118,12 +133,7 @@ QVariantList CombinedItem::entryVariants() const
 
 QList<QSharedPointer<ContentItem>> CombinedItem::innerItems() const
 {
-    ItemList items;
-    for (const CombinedEntry &entry : m_entries) {
-        if (entry.content)
-            items.append(entry.content);
-    }
-    return items;
+    return m_contents;
 }
 
 void CombinedItem::setSenderName(qint64 senderId, bool isGroup, const QString &name)
@@ -132,7 +142,7 @@ void CombinedItem::setSenderName(qint64 senderId, bool isGroup, const QString &n
     for (CombinedEntry &entry : m_entries) {
         if (entry.senderId == senderId && entry.isGroup == isGroup)
             entry.senderName = name;
-        if (CombinedItem *inner = toCombined(entry.content))
+        if (CombinedItem *inner = toCombined(entry.contentItem()))
             inner->setSenderName(senderId, isGroup, name);
     }
 }
@@ -156,10 +166,11 @@ QStringList CombinedItem::summary() const
         QStringList parts;
         if (!entry.senderName.isEmpty())
             parts.append(entry.senderName);
-        if (const CombinedItem *inner = toCombined(entry.content))
+        ContentItem *content = entry.contentItem();
+        if (const CombinedItem *inner = toCombined(content))
             parts.append(inner->title());
-        else if (entry.content)
-            parts.append(entry.content->getKeyword().left(summaryLength).simplified());
+        else if (content)
+            parts.append(content->getKeyword().left(summaryLength).simplified());
         lines.append(parts.join(QStringLiteral(": ")));
     }
     return lines;
@@ -177,9 +188,9 @@ void CombinedItem::serialize(QMap<QString, QVariant> &map) const
                            {QStringLiteral("isGroup"), entry.isGroup},
                            {QStringLiteral("senderName"), entry.senderName},
                            {QStringLiteral("time"), entry.time}};
-        if (entry.content) {
+        if (const ContentItem *content = entry.contentItem()) {
             QMap<QString, QVariant> item;
-            entry.content->serialize(item);
+            content->serialize(item);
             stored.insert(QStringLiteral("item"), item);
         }
         entries.append(stored);
@@ -202,7 +213,7 @@ void CombinedItem::deserialize(const QMap<QString, QVariant> &map)
 void CombinedItem::read(const QMap<QString, QVariant> &map)
 {
     const Nesting nesting;
-    m_entries.clear();
+    clear();
     const QVariantList entries = map.value(QStringLiteral("entries")).toList();
     for (const QVariant &element : entries) {
         if (!Nesting::take())
@@ -215,8 +226,9 @@ void CombinedItem::read(const QMap<QString, QVariant> &map)
         entry.senderName = stored.value(QStringLiteral("senderName")).toString();
         entry.time = stored.value(QStringLiteral("time")).toLongLong();
         if (const auto item = stored.value(QStringLiteral("item")).toMap(); !item.isEmpty())
-            entry.content = restoreContent({{QStringLiteral("content"), QVariantList{item}}},
-                                           source(), m_account);
+            hold(entry,
+                 restoreContent({{QStringLiteral("content"), QVariantList{item}}}, source(),
+                                m_account));
         m_entries.append(entry);
     }
     m_total = std::max(fromStoredCount(map.value(QStringLiteral("total"))), int(entries.size()));

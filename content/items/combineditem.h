@@ -19,15 +19,16 @@ struct MODELBASE_EXPORT CombinedEntry {
     Q_PROPERTY(ContentItem *content READ contentItem)
 
 public:
-    ContentItem *contentItem() const { return content.data(); }
+    ContentItem *contentItem() const { return content.toStrongRef().data(); }
 
     qint64 messageId = 0;
     qint64 senderId = 0;  ///< of a user or group
     bool isGroup = false; ///< sent in the name of a group or channel
     QString senderName;   ///< empty while it is unknown; see CombinedItem::setSenderName()
     qint64 time = 0;      ///< as the server tells it
+    /// The combined item's own, and gone with it: what QML keeps of this value keeps no content.
     /// Null for what could not be decrypted or shown.
-    QSharedPointer<ContentItem> content;
+    QWeakPointer<ContentItem> content;
 
     bool operator==(const CombinedEntry &) const = default;
 };
@@ -96,8 +97,11 @@ private:
     QVariantList entryVariants() const;
     void read(const im::Message &message, const Opener &open);
     void read(const QMap<QString, QVariant> &map);
+    void clear();
+    void hold(CombinedEntry &entry, const QSharedPointer<ContentItem> &content);
 
     QPointer<AccountBase> m_account;
     QList<CombinedEntry> m_entries;
+    QList<QSharedPointer<ContentItem>> m_contents; // what the entries have
     int m_total = 0;
 };

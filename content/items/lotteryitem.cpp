@@ -417,7 +417,7 @@ QSize LotteryItem::calcContentSize(int &lineCount, int maxWidth, int, bool inThr
     const int textWidth = std::max(1, limit - ContentMetrics::LotteryQuantityWidth);
     for (const ContentOption &prize : options()) {
         int lines = 0;
-        const QSize text = Inner::rowSize(prize.content, lines, textWidth, inThread);
+        const QSize text = Inner::rowSize(prize.content.toStrongRef(), lines, textWidth, inThread);
         width = std::max(width, text.width() + ContentMetrics::LotteryQuantityWidth);
         height +=
             ContentMetrics::LotteryPrizeSpacing + std::max(MediaBox::leastSide, text.height());

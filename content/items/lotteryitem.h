@@ -37,11 +37,12 @@ struct MODELBASE_EXPORT LotteryPrize {
     Q_PROPERTY(int drawn MEMBER drawn)
 
 public:
-    QString text() const { return content ? content->content() : QString(); }
-    ContentItem *contentItem() const { return content.data(); }
+    QString text() const { return contentItem() ? contentItem()->content() : QString(); }
+    ContentItem *contentItem() const { return content.toStrongRef().data(); }
 
-    /// Null for a kind of content that this version cannot show.
-    QSharedPointer<ContentItem> content;
+    /// The lottery's own, and gone with it: what QML keeps of this value keeps no content. Null for a
+    /// kind of content that this version cannot show.
+    QWeakPointer<ContentItem> content;
     int quantity = 0; ///< how often it can be drawn
     int drawn = 0;    ///< how often it was, among the shares that are known
 

@@ -26,11 +26,12 @@ struct MODELBASE_EXPORT PollOption {
 
 public:
     /// What it says; empty for one that is no text and has no caption.
-    QString text() const { return content ? content->content() : QString(); }
-    ContentItem *contentItem() const { return content.data(); }
+    QString text() const { return contentItem() ? contentItem()->content() : QString(); }
+    ContentItem *contentItem() const { return content.toStrongRef().data(); }
 
-    /// Null for a kind of content that this version cannot show.
-    QSharedPointer<ContentItem> content;
+    /// The poll's own, and gone with it: what QML keeps of this value keeps no content. Null for a
+    /// kind of content that this version cannot show.
+    QWeakPointer<ContentItem> content;
     int count = 0;      ///< votes
     int percent = 0;    ///< share of all votes; see PollItem::options()
     bool voted = false; ///< chosen by this account's user

@@ -15,11 +15,12 @@ struct MODELBASE_EXPORT ContentOption {
 
 public:
     /// What it says; empty for one that is no text and has no caption.
-    QString text() const { return content ? content->content() : QString(); }
-    ContentItem *contentItem() const { return content.data(); }
+    QString text() const { return contentItem() ? contentItem()->content() : QString(); }
+    ContentItem *contentItem() const { return content.toStrongRef().data(); }
 
-    /// Null for a kind of content that this version cannot show.
-    QSharedPointer<ContentItem> content;
+    /// The item's own, and gone with it: what QML keeps of this value keeps no content. Null for a
+    /// kind of content that this version cannot show.
+    QWeakPointer<ContentItem> content;
 
     bool operator==(const ContentOption &) const = default;
 };

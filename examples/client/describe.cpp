@@ -230,10 +230,10 @@ QStringList entries(const CombinedItem &combined, const describe::Names &names)
     QStringList lines;
     for (const CombinedEntry &entry : combined.entries()) {
         const QString name = describe::userName(entry.senderId, names);
-        lines.append(entry.content ? QStringLiteral("%1, %2: %3")
-                                         .arg(name, describe::kind(*entry.content),
-                                              describe::item(*entry.content))
-                                   : name + QStringLiteral(": (not shown here)"));
+        const ContentItem *content = entry.contentItem();
+        lines.append(content ? QStringLiteral("%1, %2: %3")
+                                   .arg(name, describe::kind(*content), describe::item(*content))
+                             : name + QStringLiteral(": (not shown here)"));
     }
     return lines;
 }

@@ -364,7 +364,7 @@ private Q_SLOTS:
         CombinedItem copy(&item);
         copy.setSenderName(7, false, u"Li"_s);
         QCOMPARE(item.title(), u"Mia, Lake club"_s);
-        QCOMPARE(item.entries().at(2).content->property("title"), u"Mia"_s);
+        QCOMPARE(item.entries().at(2).contentItem()->property("title"), u"Mia"_s);
     }
 
     void messagesThatAreNotCombined()

@@ -221,21 +221,21 @@ private Q_SLOTS:
     void updatesKeepWhatIsEqual()
     {
         const auto poll = make<PollItem>(pollBody({"a", "b"}));
-        const auto first = poll->options().at(0).content;
+        const auto first = poll->options().at(0).content.toStrongRef();
         SignalLog log{{poll.data()}};
         poll->setContent(pollBody({"a", "b"}));
         poll->deserialize(stored(poll));
         QCOMPARE(log.take(), QString());
         poll->setContent(pollBody({"a", "c", "d"}));
         QCOMPARE(log.take(), u"optionsChanged optionCountChanged"_s);
-        QCOMPARE(poll->options().at(0).content, first);
+        QCOMPARE(poll->options().at(0).contentItem(), first.data());
         QCOMPARE(poll->getKeyword(), u"Which one?\na\nc\nd"_s);
         poll->setContent(textBody("no poll"));
         QCOMPARE(log.take(), QString());
 
         // A copy has options of its own.
         const auto copy = copyContent(poll).objectCast<PollItem>();
-        copy->options().at(0).content->setContent(u"changed"_s, {});
+        copy->options().at(0).contentItem()->setContent(u"changed"_s, {});
         QCOMPARE(first->content(), u"a"_s);
     }
 
@@ -252,7 +252,7 @@ private Q_SLOTS:
             int levels = 0;
             while (const auto poll = item.objectCast<PollItem>()) {
                 ++levels;
-                item = poll->options().value(0).content;
+                item = poll->options().value(0).content.toStrongRef();
             }
             return levels;
         };
@@ -410,7 +410,7 @@ private Q_SLOTS:
         QCOMPARE(draw->prizes().at(1).drawn, 2);
         QCOMPARE(draw->shares().at(2).prizeIndex, -1);
         QCOMPARE(draw->drawn(), 2);
-        draw->setOptionItems({draw->options().at(1).content});
+        draw->setOptionItems({draw->options().at(1).content.toStrongRef()});
         QCOMPARE(log.take(), u"optionsChanged prizesChanged"_s);
     }
 
@@ -434,7 +434,7 @@ private Q_SLOTS:
                 QVERIFY(lines > 4);
             }
         }
-        QCOMPARE(make<PollItem>(pollBody({"👍"}))->options().at(0).content->type(), 1);
+        QCOMPARE(make<PollItem>(pollBody({"👍"}))->options().at(0).contentItem()->type(), 1);
         AccountManager::releaseInstance();
     }
 };

@@ -90,6 +90,12 @@ private Q_SLOTS:
         model.seen(row);
         QCOMPARE(dialog->atMeMessageCount(), mentions - 1);
 
+        // What a view keeps of a row does not keep its item, but the item waits for the view.
+        const MessageRow kept = model.at(row);
+        session.open(nullptr);
+        QVERIFY(kept.item);
+        QTRY_VERIFY(!kept.item);
+
         filter.setProperty("search", u"lake"_s);
         QCOMPARE(filter.rowCount(), 2);
         dialog->setArchived(true);

@@ -128,6 +128,7 @@ public:
     }
     /// Watches an object whose end would be a fault.
     Q_INVOKABLE void watch(QObject *object) { m_watched.append(object); }
+    Q_INVOKABLE void watchNothing() { m_watched.clear(); }
     Q_INVOKABLE int deleted() const { return int(m_watched.count(QPointer<QObject>())); }
 
 private:

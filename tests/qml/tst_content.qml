@@ -10,6 +10,10 @@ TestCase {
     readonly property string text: shown ? shown.content : ""
     readonly property int itemHeight: shown ? shown.contentHeight : 0
 
+    function init() {
+        testbed.watchNothing()
+    }
+
     function test_bindChangeReadBack() {
         shown = testbed.item('{"type":"text","content":"one line"}')
         compare(shown.type, ContentItem.Text)
@@ -90,6 +94,28 @@ TestCase {
             verify(equal(view.value, row.set), row.name + " is " + view.value)
             view.destroy()
         }
+    }
+
+    function test_valuesOwnNothing_data() {
+        const text = { type: "text", content: "inside" }
+        return [
+            { tag: "PollItem", map: { type: "poll", options: [text] }, list: "options" },
+            { tag: "LotteryItem", map: { type: "lottery", options: [text] }, list: "options" },
+            { tag: "LotteryItem", map: { type: "lottery", options: [text] }, list: "prizes" },
+            { tag: "CombinedItem", map: { entries: [{ messageId: 1, item: text }] },
+              list: "entries" },
+        ]
+    }
+
+    /// What a script keeps of an item keeps no content alive. Otherwise the collector would delete
+    /// contents, and views that hear of it would run scripts in the midst of its work.
+    function test_valuesOwnNothing(row) {
+        const kept = testbed.itemOf(row.tag, row.map)[row.list][0]
+        compare(kept.content.content, "inside")
+        testbed.watch(kept.content)
+        testbed.dropItems()
+        compare(testbed.deleted(), 1)
+        compare(kept.content, null)
     }
 
     function equal(one: var, other: var): bool {

@@ -86,7 +86,7 @@ void MessageListModel::open(ClientDialog *dialog)
     m_dialog = dialog;
     m_rows.clear();
     m_ends.clear();
-    m_items.clear();
+    letGo();
     m_newSizes.clear();
     m_reactions.clear();
     m_prepended = 0;
@@ -281,7 +281,7 @@ bool MessageListModel::isStale(const Row &row) const
 void MessageListModel::measureAgain()
 {
     m_measure = Session::measure();
-    m_items.clear();
+    letGo();
     m_nextStale = count() - 1;
     m_background.start();
     ++m_generation;
@@ -346,16 +346,28 @@ QSharedPointer<ContentItem> MessageListModel::make(const Row &row)
         m_session->store().messages(m_dialog->dialogId(), row.number, row.last, row.group));
 }
 
-QSharedPointer<ContentItem> MessageListModel::item(int index)
+ContentItem *MessageListModel::item(int index)
 {
     const Row &row = m_rows[size_t(index)];
     if (const auto *held = m_items.object(row.number))
-        return *held;
+        return held->data();
     const auto made = make(row);
     hold(row.number, made);
     if (isStale(row) || row.size != Session::sizeOf(made.data()))
         resize(row.number, made.data());
-    return made;
+    return made.data();
+}
+
+/// Not before the views have turned to other items: each would have nothing to show in between.
+void MessageListModel::letGo()
+{
+    QList<QSharedPointer<ContentItem>> items;
+    const auto numbers = m_items.keys();
+    for (const qint64 number : numbers)
+        items.append(*m_items.object(number));
+    m_items.clear();
+    QMetaObject::invokeMethod(
+        this, [items] {}, Qt::QueuedConnection);
 }
 
 void MessageListModel::hold(qint64 number, const QSharedPointer<ContentItem> &item)
@@ -385,7 +397,7 @@ MessageRow MessageListModel::at(int index)
     message.outgoing = row.sender == m_dialog->currentUserId();
     message.showDay = startsDay(index);
     message.showSender = startsRun(index);
-    message.mentionsMe = !message.outgoing && m_session->mentionsMe(message.item.data());
+    message.mentionsMe = !message.outgoing && m_session->mentionsMe(message.item);
     message.reactions = m_reactions.value(row.messageId);
     return message;
 }

@@ -15,7 +15,8 @@
 class ClientDialog;
 class Session;
 
-/// What a view shows of a message. It keeps the content's item alive while it is shown.
+/// What a view shows of a message. The content's item is the model's: were it the value's, QML's
+/// collector would delete items, and what shows them would run scripts in the midst of its work.
 class MessageRow
 {
     Q_GADGET
@@ -33,9 +34,9 @@ class MessageRow
     Q_PROPERTY(QStringList reactions MEMBER reactions CONSTANT)
 
 public:
-    ContentItem *contentItem() const { return item.data(); }
+    ContentItem *contentItem() const { return item; }
 
-    QSharedPointer<ContentItem> item; ///< null for a content that cannot be made
+    QPointer<ContentItem> item; ///< null for a content that cannot be made
     qint64 messageId = 0;
     qint64 senderId = 0;
     QString senderName;
@@ -143,7 +144,8 @@ private:
     bool startsRun(int row) const;
     bool isStale(const Row &row) const;
     QSharedPointer<ContentItem> make(const Row &row);
-    QSharedPointer<ContentItem> item(int row);
+    ContentItem *item(int row);
+    void letGo();
     void hold(qint64 number, const QSharedPointer<ContentItem> &item);
     void resize(qint64 number, const ContentItem *item);
     void applySizes();
