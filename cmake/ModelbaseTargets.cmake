@@ -16,6 +16,16 @@ function(modelbase_target target)
     endif()
 endfunction()
 
+# Views of the sample, compiled ahead of time; what is generated of them shadows names.
+function(modelbase_views target)
+    modelbase_target(${target})
+    get_target_property(sources ${target} SOURCES)
+    list(FILTER sources INCLUDE REGEX "/qmlcache/")
+    if(NOT MSVC)
+        set_source_files_properties(${sources} PROPERTIES COMPILE_OPTIONS -Wno-shadow)
+    endif()
+endfunction()
+
 # A library of the product. In the build tree its headers are found under the root that they are
 # installed below: "settings/..." at the top of the tree, "base/..." inside platform/.
 function(modelbase_library target)

@@ -42,8 +42,14 @@ Rectangle {
         model: LogModel {
             id: log
         }
-        onCountChanged: Qt.callLater(positionViewAtEnd)
+        onCountChanged: follow.restart()
         ScrollBar.vertical: ScrollBar { }
+        // Once for all lines that are inserted.
+        Timer {
+            id: follow
+            interval: 0
+            onTriggered: list.positionViewAtEnd()
+        }
         delegate: Text {
             required property string display
             width: list.width - 14

@@ -9,7 +9,7 @@ import im.modelbase
 Item {
     id: row
 
-    required property messageRow message
+    property messageRow message
     property bool highlighted: false
     readonly property bool outgoing: message.outgoing
     readonly property bool system: message.item !== null && message.item.type === ContentItem.System
@@ -31,8 +31,8 @@ Item {
         height: visible ? MessageListModel.DayHeight : 0
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
-        text: row.message.time.toLocaleDateString(Qt.locale(AppSettingModel.language),
-                                                  Locale.LongFormat)
+        text: visible ? row.message.time.toLocaleDateString(Qt.locale(AppSettingModel.language),
+                                                            Locale.LongFormat) : ""
         color: Theme.mutedText
         font.pixelSize: 13
         font.bold: true
@@ -53,7 +53,7 @@ Item {
                       : row.place(row.outgoing ? row.width - width - 16 : row.avatarSpace, width)
         anchors.top: dayLabel.bottom
         anchors.topMargin: MessageListModel.Gap / 2
-        width: Math.max(content.implicitWidth, sender.visible ? sender.implicitWidth : 0,
+        width: Math.max(content.implicitWidth, sender.visible ? sender.width : 0,
                         time.implicitWidth, row.system ? 0 : reactions.implicitWidth)
                + 2 * MessageListModel.Padding
         height: parent.height - dayLabel.height - MessageListModel.Gap
@@ -67,7 +67,7 @@ Item {
             visible: row.message.showSender && !row.system
             x: MessageListModel.Padding
             y: MessageListModel.Padding - 2
-            width: bubble.width - 2 * x
+            width: Math.min(implicitWidth, AccountManager.maxMsgItemWidth)
             height: visible ? MessageListModel.SenderHeight : 0
             text: row.message.senderName
             textFormat: Text.PlainText

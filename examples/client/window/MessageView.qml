@@ -8,11 +8,6 @@ import Messenger.Content
 import im.modelbase
 
 /// The messages of the open dialog.
-///
-/// Every row's height is known, so rows have their place without being made: the content is as high
-/// as all of them, and a ring of bubbles moves along with what is in view. A bubble shows the rows
-/// whose number is its own modulo the size of the ring, so that scrolling by a row changes one of
-/// them.
 Item {
     id: view
 
@@ -21,6 +16,7 @@ Item {
     readonly property MessageListModel messages: session ? session.messages : null
     readonly property ClientDialog dialog: session ? session.dialog : null
 
+    Component.onCompleted: Views.prepare()
     onMessagesChanged: {
         flick.atEnd = true
         flick.toEnd()
@@ -93,20 +89,10 @@ Item {
         Flickable {
             id: flick
 
-            readonly property int generation: view.messages ? view.messages.generation : 0
-            readonly property int prepended: view.messages ? view.messages.prepended : 0
-            readonly property double total: view.messages ? view.messages.totalHeight : 0
-            // What a row in view is found by; `total` is there because it changes with the heights.
-            readonly property int first: rowAt(contentY, total)
-            readonly property int last: rowAt(contentY + height - 1, total)
-            // The lowest row is some 80 pixels high.
-            readonly property int ringSize: Math.ceil(height / 60) + 2
-            property messageRow nothing // of no dialog
-            property int highlighted: -1
+            readonly property int first: rows.first
+            readonly property int last: rows.last
+            property double highlighted: -1 // a message's id
 
-            function rowAt(y: double, total: double): int {
-                return view.messages && total > 0 ? view.messages.rowAt(y) : -1
-            }
             function toEnd() {
                 contentY = Math.max(0, contentHeight - height)
             }
@@ -116,7 +102,7 @@ Item {
             Layout.fillHeight: true
             clip: true
             contentWidth: width
-            contentHeight: Math.max(total, height)
+            contentHeight: Math.max(rows.height, height)
             boundsBehavior: Flickable.StopAtBounds
             ScrollBar.vertical: ScrollBar {
                 policy: flick.contentHeight > flick.height ? ScrollBar.AlwaysOn : ScrollBar.AsNeeded
@@ -154,38 +140,25 @@ Item {
                         + (view.messages.heightOf(row) - flick.height) / 2
                     flick.contentY =
                         Math.max(0, Math.min(middle, flick.contentHeight - flick.height))
-                    flick.highlighted = row - view.messages.prepended
+                    flick.highlighted = view.messages.at(row).messageId
                 }
             }
 
-            Repeater {
-                model: flick.ringSize
-
-                MessageBubble {
-                    id: bubble
-                    required property int index
-                    // Its number among the rows; those before the first ones count negative.
-                    readonly property int row: {
-                        const from = flick.first - flick.prepended
-                        const size = flick.ringSize
-                        return flick.first + (((index - from) % size) + size) % size
-                    }
-
-                    visible: flick.first >= 0 && row <= flick.last
-                    y: view.messages && flick.total > 0 && visible ? view.messages.offsetOf(row) : 0
-                    width: flick.width
-                    height: view.messages && flick.total > 0 && visible ? view.messages.heightOf(row) : 0
-                    highlighted: row - flick.prepended === flick.highlighted
-                    message: view.messages && flick.generation >= 0 && visible
-                        ? view.messages.at(row) : flick.nothing
-                    onActivated: (text, data) => {
-                        const link = typeof data === "string" && data !== "" ? data : text
-                        if (/^https?:/.test(link))
-                            Qt.openUrlExternally(link)
-                    }
-                    onMessageChanged: {
-                        if (message.valid && message.mentionsMe || message.reactions.length > 0)
-                            view.messages.seen(row)
+            MessageRows {
+                id: rows
+                width: flick.width
+                height: view.messages ? view.messages.totalHeight : 0
+                model: view.messages
+                viewTop: flick.contentY
+                viewHeight: flick.height
+                bubble: Component {
+                    MessageBubble {
+                        highlighted: message.messageId === flick.highlighted
+                        onActivated: (text, data) => {
+                            const link = typeof data === "string" && data !== "" ? data : text
+                            if (/^https?:/.test(link))
+                                Qt.openUrlExternally(link)
+                        }
                     }
                 }
             }

@@ -2,7 +2,6 @@ import QtQuick
 import QtQuick.Layouts
 import Messenger
 import Messenger.Content
-import im.modelbase
 
 /// Adds an account: a telephone number, then the code that was sent to it.
 PageFrame {

@@ -42,11 +42,6 @@ void vary(im::Message &message, int number)
 
 } // namespace
 
-int longhistory::period(const QStringList &feeds)
-{
-    return int(messagesOf(feeds).size());
-}
-
 void longhistory::generate(ClientAccount *account, const QString &dialogId,
                            const QStringList &feeds, const QString &media, int count)
 {

@@ -13,7 +13,5 @@ namespace longhistory
 /// they came. No two texts are equal. Throws a ClientError.
 void generate(ClientAccount *account, const QString &dialogId, const QStringList &feeds,
               const QString &media, int count);
-/// After so many messages come the same ones again, with other words in their texts.
-int period(const QStringList &feeds);
 
 } // namespace longhistory

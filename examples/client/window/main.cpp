@@ -54,7 +54,9 @@ int run(Application &app)
                                      QStringLiteral("COUNT"));
     const QCommandLineOption benchmark(
         QStringLiteral("bench"),
-        QStringLiteral("Open and scroll the dialog that --history has kept; tell what it costs."));
+        QStringLiteral("Measure the dialog that --history has kept: <STEP> is open, scroll, or the "
+                       "number of rows whose contents are made."),
+        QStringLiteral("STEP"));
     QCommandLineParser parser;
     parser.addHelpOption();
     parser.addOptions({feed, walk, history, benchmark});
@@ -82,6 +84,9 @@ int run(Application &app)
         bench::prepare(feeds, media, parser.value(history).toInt());
         return 0;
     }
+    const QString step = parser.value(benchmark);
+    if (const int rows = step.toInt(); rows > 0)
+        return bench::contents(messenger.session(), rows);
 
     AppSettingModel *settings = AppSettingModel::instance();
     settings->translations()->add(QStringLiteral(":/i18n/messenger"));
@@ -100,8 +105,10 @@ int run(Application &app)
         throw ClientError(BadData, QStringLiteral("The window cannot be shown."));
     auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().constFirst());
 
-    if (parser.isSet(benchmark))
-        return bench::run(window, messenger.session(), feeds);
+    if (step == QStringLiteral("open"))
+        return bench::open(window, messenger.session());
+    if (step == QStringLiteral("scroll"))
+        return bench::scroll(window, messenger.session());
     if (parser.isSet(walk)) {
         Walk steps(window, &player, parser.value(walk));
         return steps.run();

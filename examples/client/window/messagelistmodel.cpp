@@ -18,6 +18,7 @@ constexpr int placesAtOnce = 2000; // and then, between two frames
 constexpr int heldItems = 1000;
 constexpr qint64 backgroundTime = 4;         // ms of work between two frames
 constexpr qint64 runLength = 10 * 60 * 1000; // ms within which a sender is not named again
+constexpr int farewellTime = 200;            // ms for which views may still show an item
 constexpr int unknownHeight = 40;            // of a row that was never measured
 
 QStringList describe(const im::MessageReaction &record)
@@ -104,8 +105,6 @@ void MessageListModel::open(ClientDialog *dialog)
         m_prepended = 0;
     }
     endResetModel();
-    ++m_generation;
-    Q_EMIT generationChanged();
     Q_EMIT heightsChanged();
 }
 
@@ -166,8 +165,6 @@ void MessageListModel::append(const MessagePlace &place, const QSharedPointer<Co
         m_rows.back().measure = {};
         this->item(row);
         applySizes();
-        ++m_generation;
-        Q_EMIT generationChanged();
         Q_EMIT dataChanged(index(row), index(row));
         return;
     }
@@ -194,10 +191,8 @@ void MessageListModel::updateReactions(int messageId)
     const double height = totalHeight();
     m_reactions.insert(messageId, describe(record));
     addUp(changed);
-    ++m_generation;
     Q_EMIT heightsChanged();
     Q_EMIT grown(changed, totalHeight() - height);
-    Q_EMIT generationChanged();
     Q_EMIT dataChanged(index(changed), index(changed));
 }
 
@@ -284,8 +279,8 @@ void MessageListModel::measureAgain()
     letGo();
     m_nextStale = count() - 1;
     m_background.start();
-    ++m_generation;
-    Q_EMIT generationChanged();
+    if (!m_rows.empty())
+        Q_EMIT dataChanged(index(0), index(count() - 1));
 }
 
 /// What is not in view; a few contents at a time.
@@ -366,8 +361,7 @@ void MessageListModel::letGo()
     for (const qint64 number : numbers)
         items.append(*m_items.object(number));
     m_items.clear();
-    QMetaObject::invokeMethod(
-        this, [items] {}, Qt::QueuedConnection);
+    QTimer::singleShot(farewellTime, this, [items] {});
 }
 
 void MessageListModel::hold(qint64 number, const QSharedPointer<ContentItem> &item)

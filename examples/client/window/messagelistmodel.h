@@ -47,6 +47,8 @@ public:
     bool showSender = false;
     bool mentionsMe = false;
     QStringList reactions; ///< "👍 2"
+
+    bool operator==(const MessageRow &) const = default;
 };
 
 /// The messages of the dialog that is open, the oldest first; those that were sent together are one
@@ -64,8 +66,6 @@ class MessageListModel : public MessageModelBase
     QML_UNCREATABLE("made by its session")
     Q_PROPERTY(double totalHeight READ totalHeight NOTIFY heightsChanged)
     Q_PROPERTY(int count READ count NOTIFY heightsChanged)
-    Q_PROPERTY(int prepended READ prepended NOTIFY heightsChanged)
-    Q_PROPERTY(int generation READ generation NOTIFY generationChanged)
 
 public:
     enum Role { MessageRole = Qt::UserRole + 1, HeightRole };
@@ -105,8 +105,6 @@ public:
     /// How many rows were put before those that were there when the dialog was opened: a row keeps
     /// its number, less this.
     int prepended() const { return m_prepended; }
-    /// Grows when rows are to be asked for again.
-    int generation() const { return m_generation; }
     /// Pixels of all rows.
     double totalHeight() const { return m_ends.empty() ? 0.0 : m_ends.back(); }
 
@@ -125,7 +123,6 @@ public:
 
 Q_SIGNALS:
     void heightsChanged();
-    void generationChanged();
     /// Rows up to and with this one have grown by so many pixels together.
     void grown(int row, double pixels);
     void jumpRequested(int row);
@@ -158,7 +155,6 @@ private:
     std::vector<double> m_ends; // pixels down to the end of each row
     bool m_complete = true;     // all places are known
     int m_prepended = 0;
-    int m_generation = 0;
     int m_itemsMade = 0;
     QHash<int, QStringList> m_reactions;
     QHash<qint64, QSize> m_newSizes;                     // by number; not applied yet

@@ -1,6 +1,5 @@
 import QtQuick
 import im.modelbase
-import Messenger.Content
 
 /// What shows one kind of content. ContentView makes it as large as the item was measured.
 Item {

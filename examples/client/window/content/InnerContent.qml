@@ -1,5 +1,4 @@
 import QtQuick
-import im.modelbase
 
 /// A content inside another one, in a row: its text, and for one without a text its kind.
 ContentText {

@@ -1,5 +1,6 @@
 import QtQuick
 import im.modelbase
+import Messenger.Content
 
 /// Shows an item by what shows its kind.
 Item {
@@ -8,63 +9,27 @@ Item {
     required property ContentItem item
     required property real maxWidth
     property int maxRowCount: 0
-    readonly property string viewName: viewOf(item?.type ?? 0)
+    readonly property string viewName: Views.nameOf(item?.type ?? 0)
 
     signal activated(type: int, text: string, data: var)
     signal opened(item: ContentItem)
     signal expanded
     signal voted(option: int)
 
-    function viewOf(type: int): string {
-        switch (type) {
-        case ContentItem.Text:
-        case ContentItem.LargeEmojiText:
-        case ContentItem.EmojiGame:
-            return "TextView"
-        case ContentItem.Image:
-        case ContentItem.Video:
-            return "MediaView"
-        case ContentItem.Voice:
-            return "VoiceView"
-        case ContentItem.Music:
-            return "MusicView"
-        case ContentItem.File:
-        case ContentItem.Folder:
-            return "FileView"
-        case ContentItem.Sticker:
-            return "StickerView"
-        case ContentItem.Card:
-            return "CardView"
-        case ContentItem.Location:
-            return "LocationView"
-        case ContentItem.System:
-            return "SystemView"
-        case ContentItem.Call:
-            return "CallView"
-        case ContentItem.Meeting:
-            return "MeetingView"
-        case ContentItem.Poll:
-            return "PollView"
-        case ContentItem.Lottery:
-            return "LotteryView"
-        case ContentItem.Combined:
-            return "CombinedView"
-        case ContentItem.MediaGroup:
-            return "MediaGroupView"
-        case ContentItem.FileGroup:
-            return "FileGroupView"
-        default:
-            return "NewerView"
-        }
+    function refresh() {
+        if (visible && viewName !== loader.viewName)
+            load()
     }
-
     // By name: views of groups show parts themselves.
     function load() {
+        loader.viewName = viewName
         loader.setSource(viewName + ".qml",
                          { item: item, maxWidth: maxWidth, maxRowCount: maxRowCount })
     }
 
-    onViewNameChanged: load()
+    // While nobody sees it, it may lose its item, and get another one of the same kind.
+    onViewNameChanged: refresh()
+    onVisibleChanged: refresh()
     onItemChanged: {
         if (loader.shown)
             loader.shown.item = item
@@ -75,6 +40,7 @@ Item {
         id: loader
 
         readonly property ContentPart shown: item as ContentPart
+        property string viewName
 
         anchors.fill: parent
     }

@@ -1,0 +1,43 @@
+pragma Singleton
+
+import QtQuick
+import im.modelbase
+
+/// Which view shows a content of which type.
+QtObject {
+    readonly property var names: ({
+        [ContentItem.Text]: "TextView",
+        [ContentItem.LargeEmojiText]: "TextView",
+        [ContentItem.EmojiGame]: "TextView",
+        [ContentItem.Image]: "MediaView",
+        [ContentItem.Video]: "MediaView",
+        [ContentItem.Voice]: "VoiceView",
+        [ContentItem.Music]: "MusicView",
+        [ContentItem.File]: "FileView",
+        [ContentItem.Folder]: "FileView",
+        [ContentItem.Sticker]: "StickerView",
+        [ContentItem.Card]: "CardView",
+        [ContentItem.Location]: "LocationView",
+        [ContentItem.System]: "SystemView",
+        [ContentItem.Call]: "CallView",
+        [ContentItem.Meeting]: "MeetingView",
+        [ContentItem.Poll]: "PollView",
+        [ContentItem.Lottery]: "LotteryView",
+        [ContentItem.Combined]: "CombinedView",
+        [ContentItem.MediaGroup]: "MediaGroupView",
+        [ContentItem.FileGroup]: "FileGroupView",
+    })
+    property list<Component> prepared
+
+    /// By its type's name, without the ending.
+    function nameOf(type: int): string {
+        return names[type] ?? "NewerView"
+    }
+
+    /// Loads the views in the background: the first messages are not to wait for that.
+    function prepare() {
+        const views = new Set(Object.values(names))
+        prepared = Array.from(views, name => Qt.createComponent(name + ".qml",
+                                                                Component.Asynchronous))
+    }
+}
