@@ -4,6 +4,7 @@
 #include "content/filedata.h"
 #include "content/items/musicitem.h"
 #include "content/items/outgoingfile.h"
+#include "settings/appdirmanager.h"
 #include "support/fakeaccount.h"
 #include "support/signallog.h"
 
@@ -36,7 +37,11 @@ class TestThumbnails : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { ThreadManager::getInstance()->init(); }
+    void initTestCase()
+    {
+        AppDirManager::instance()->updateCacheDataDir(m_media.path() + u'/', {});
+        ThreadManager::getInstance()->init();
+    }
     void cleanupTestCase() { ThreadManager::getInstance()->quitAll(); }
 
     void coversAreFoundAgain()
@@ -136,6 +141,8 @@ private Q_SLOTS:
     }
 
 private:
+    QTemporaryDir m_media; // where the accounts have their media
+
     QString media(const QString &name) const { return QStringLiteral(MEDIA) + name; }
 
     /// The record of a file that was received and lies on this device.
