@@ -1,5 +1,6 @@
 #include "content/filedata.h"
 
+#include "base/storedvalue.h"
 #include "base/util.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
@@ -296,7 +297,7 @@ void FileData::parse(const QVariantMap &map, ParseType type, bool all)
         setNameAndExtension(completed(name, extension), extension);
     }
     if (has(keys.iv))
-        setIv(bytesOf(map.value(keys.iv), keys.iv));
+        setIv(StoredValue::toBytes(map.value(keys.iv), keys.iv));
     if (has(keys.downloadedRange))
         setDownloadedRange(map.value(keys.downloadedRange).toList());
     if (has(keys.cachePath))
@@ -554,8 +555,8 @@ void FileData::setDownloadedRange(const QList<QVariant> &ranges)
     std::vector<Range> wanted;
     for (const QVariant &element : ranges) {
         const QVariantMap map = element.toMap();
-        wanted.emplace_back(storedNumber(map.value(QStringLiteral("from"))),
-                            storedNumber(map.value(QStringLiteral("to"))));
+        wanted.emplace_back(StoredValue::toInt64(map.value(QStringLiteral("from"))),
+                            StoredValue::toInt64(map.value(QStringLiteral("to"))));
     }
     takeRanges(std::move(wanted));
 }

@@ -5,9 +5,6 @@
 #include "storage/userstorageprovider.h"
 #include "support/fuzzing.h"
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
 #include <QtEndian>
 
 using fuzzing::check;
@@ -38,15 +35,7 @@ bool isOfNewerVersion(QByteArrayView file)
 
 void fuzzOne(QByteArrayView input)
 {
-    static const QTemporaryDir directory;
-    const QDir folder(directory.path());
-    for (const QString &left : folder.entryList(QDir::Files))
-        QFile::remove(folder.filePath(left));
-    QFile file(folder.filePath(QStringLiteral("account.db")));
-    file.open(QIODevice::WriteOnly);
-    file.write(input.data(), input.size());
-    file.close();
-
+    const QDir folder = fuzzing::folderWith(QStringLiteral("account.db"), input);
     UserStorageProvider provider;
     if (!provider.open(folder.path())) {
         check(isOfNewerVersion(input), "only a newer program's file is refused");

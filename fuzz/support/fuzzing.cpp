@@ -1,7 +1,9 @@
 #include "support/fuzzing.h"
 
+#include <QFile>
 #include <QGuiApplication>
 #include <QHashSeed>
+#include <QTemporaryDir>
 #include <QtEndian>
 
 #include <google/protobuf/stubs/logging.h>
@@ -27,6 +29,19 @@ QString fuzzing::text(QByteArrayView input)
     QString text(bytes.size() / 2, Qt::Uninitialized);
     qFromLittleEndian<char16_t>(bytes.data(), text.size(), text.data());
     return text;
+}
+
+QDir fuzzing::folderWith(const QString &name, QByteArrayView content)
+{
+    static const QTemporaryDir directory;
+    const QDir folder(directory.path());
+    for (const QString &left : folder.entryList(QDir::Files | QDir::Hidden | QDir::System))
+        QFile::remove(folder.filePath(left));
+    QFile file(folder.filePath(name));
+    check(file.open(QIODevice::WriteOnly)
+              && file.write(content.data(), content.size()) == content.size(),
+          "the input can be written down");
+    return folder;
 }
 
 /// What the libraries below Qt keep for as long as the process lives.

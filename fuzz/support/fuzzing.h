@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArrayView>
+#include <QDir>
 #include <QString>
 
 /// What every fuzz target defines: looks at one input. The application is there (offscreen, with
@@ -17,5 +18,8 @@ void check(bool holds, const char *what);
 /// A text of any kind, half surrogate pairs included: the first byte says whether the rest is UTF-8
 /// (even) or UTF-16 (odd, little-endian).
 QString text(QByteArrayView input);
+
+/// A directory with one file of this name and content, and nothing else. The same one each time.
+QDir folderWith(const QString &name, QByteArrayView content);
 
 } // namespace fuzzing

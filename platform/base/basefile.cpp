@@ -1,29 +1,19 @@
 #include "base/basefile.h"
 
+#include "base/storedvalue.h"
 #include "base/util.h"
-#include "imlog/imlog.h"
 
 #include <QFileInfo>
-#include <QLoggingCategory>
 
 #include <algorithm>
-#include <cmath>
-#include <limits>
 #include <optional>
 #include <utility>
 
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcFile, "im.base.file")
-
 /// Longer ones are no extensions but the end of a sentence.
 constexpr qsizetype maxExtension = 32;
-
-QString base64Of(const QByteArray &bytes)
-{
-    return QString::fromLatin1(bytes.toBase64());
-}
 
 std::optional<BaseFile::FileState> storedState(const QVariant &value)
 {
@@ -239,8 +229,8 @@ void BaseFile::write(QVariantMap &map, const StoredKeys &keys) const
 {
     const ReadLocker locker(m_mutex);
     map.insert(keys.id, m_fileId);
-    map.insert(keys.aesKey, base64Of(m_aesKey));
-    map.insert(keys.md5, base64Of(m_fileMd5));
+    map.insert(keys.aesKey, StoredValue::fromBytes(m_aesKey));
+    map.insert(keys.md5, StoredValue::fromBytes(m_fileMd5));
     map.insert(keys.path, m_filePath);
     if (m_size != 0 || keys.emptySize)
         map.insert(keys.size, m_size);
@@ -259,39 +249,15 @@ void BaseFile::read(const QVariantMap &map, const StoredKeys &keys, bool all)
     if (all || has(keys.id))
         setFileId(map.value(keys.id).toString());
     if (all || has(keys.aesKey))
-        setAesKey(bytesOf(map.value(keys.aesKey), keys.aesKey));
+        setAesKey(StoredValue::toBytes(map.value(keys.aesKey), keys.aesKey));
     if (all || has(keys.md5))
-        setFileMd5(bytesOf(map.value(keys.md5), keys.md5));
+        setFileMd5(StoredValue::toBytes(map.value(keys.md5), keys.md5));
     if (has(keys.size))
-        setSize(storedNumber(map.value(keys.size)));
-    if (has(keys.version)) {
-        using Limits = std::numeric_limits<qint32>;
-        setVersion(qint32(std::clamp<qint64>(storedNumber(map.value(keys.version)), Limits::min(),
-                                             Limits::max())));
-    }
+        setSize(StoredValue::toInt64(map.value(keys.size)));
+    if (has(keys.version))
+        setVersion(StoredValue::toInt32(map.value(keys.version)));
     if (const auto state = storedState(map.value(keys.state)))
         setFileState(*state);
-}
-
-QByteArray BaseFile::bytesOf(const QVariant &base64, const QString &key)
-{
-    const auto decoded = QByteArray::fromBase64Encoding(
-        base64.toByteArray(), QByteArray::Base64Encoding | QByteArray::AbortOnBase64DecodingErrors);
-    if (decoded)
-        return *decoded;
-    ImLog::error(lcFile(), QStringLiteral("A stored file: \"%1\" is no Base64, refused").arg(key));
-    return {};
-}
-
-qint64 BaseFile::storedNumber(const QVariant &value)
-{
-    const int type = value.typeId();
-    if (type != QMetaType::Double && type != QMetaType::Float)
-        return value.toLongLong();
-    // The nearest doubles that 64 bits hold; beyond them a conversion may give anything.
-    constexpr double limit = 9223372036854774784.0;
-    const double number = value.toDouble();
-    return std::isnan(number) ? 0 : qint64(std::clamp(number, -limit, limit));
 }
 
 // Signals

@@ -44,7 +44,6 @@ public:
     Q_ENUM(FileState)
 
     explicit BaseFile(QObject *parent = nullptr);
-    /// @param fileType the kind of media folder that the file belongs into
     explicit BaseFile(const QString &fileId, int fileType = 0);
     /// A copy of all fields, without parent or connections. Of null: an empty record.
     explicit BaseFile(const BaseFile *other);
@@ -63,7 +62,8 @@ public:
     void setSize(qint64 size);
     qint32 version() const;
     void setVersion(qint32 version);
-    /// A file type of ModelBaseUtil::getFileTypeString(); 0 when nobody has said.
+    /// The kind of media folder that the file belongs into, a number of
+    /// ModelBaseUtil::getFileTypeString(); 0 when nobody has said.
     int fileType() const;
     void setFileType(int fileType);
     FileState fileState() const;
@@ -99,10 +99,6 @@ public:
     /// Writes the stored form: "aesKey" and "fileMd5" (Base64), "fileId", "size", "filePath"; and
     /// where they are not the defaults "version", "fileState" and "cachePath".
     virtual void serialize(QVariantMap &map) const;
-
-    /// The bytes of a stored Base64 text. What is none is refused as a whole: no bytes, and a log
-    /// line that names the key of the map it stood under.
-    static QByteArray bytesOf(const QVariant &base64, const QString &key);
 
 Q_SIGNALS:
     void fileIdChanged(const QString &fileId);
@@ -170,11 +166,9 @@ protected:
     };
     static const StoredKeys &sourceKeys();
     void write(QVariantMap &map, const StoredKeys &keys) const;
-    /// Reads what every kind of record has, except paths; with `all` false a key that is not in
-    /// the map leaves its field alone. What is no Base64 is refused as a whole, with a log line.
+    /// Reads what every kind of record has, except paths, as StoredValue reads it; with `all` false
+    /// a key that is not in the map leaves its field alone.
     void read(const QVariantMap &map, const StoredKeys &keys, bool all);
-    /// A stored number, whatever type it came back as; one beyond 64 bits saturates.
-    static qint64 storedNumber(const QVariant &value);
 
     mutable std::recursive_mutex m_mutex;
 

@@ -17,13 +17,23 @@ Q_LOGGING_CATEGORY(lcStored, "im.base.stored")
 
 qint64 StoredValue::toInt64(const QVariant &value)
 {
-    const int type = value.typeId();
-    if (type != QMetaType::Double && type != QMetaType::Float)
+    using Limits = std::numeric_limits<qint64>;
+    switch (value.typeId()) {
+    case QMetaType::ULong:
+    case QMetaType::ULongLong:
+        return qint64(std::min(value.toULongLong(), quint64(Limits::max())));
+    case QMetaType::Float:
+    case QMetaType::Double: {
+        // Beyond the range, a conversion may give anything.
+        constexpr double beyond = 9223372036854775808.0;
+        const double number = value.toDouble();
+        if (std::isnan(number))
+            return 0;
+        return number >= beyond ? Limits::max() : number < -beyond ? Limits::min() : qint64(number);
+    }
+    default:
         return value.toLongLong();
-    // The nearest doubles that 64 bits hold; beyond them a conversion may give anything.
-    constexpr double limit = 9223372036854774784.0;
-    const double number = value.toDouble();
-    return std::isnan(number) ? 0 : qint64(std::clamp(number, -limit, limit));
+    }
 }
 
 qint32 StoredValue::toInt32(const QVariant &value)

@@ -9,15 +9,15 @@
 namespace StoredValue
 {
 
-/// A whole number, whatever type it came back as; one beyond the range saturates, what is no number
-/// is 0.
+/// A whole number, whatever numeric type it came back as, without its fraction; one beyond the range
+/// saturates. Of texts only whole numbers within 64 bits count. What is no number is 0.
 BASE_EXPORT qint64 toInt64(const QVariant &value);
 BASE_EXPORT qint32 toInt32(const QVariant &value);
 
-/// Bytes are stored as Base64 text.
+/// Bytes are stored as Base64 text (RFC 4648, section 4).
 BASE_EXPORT QVariant fromBytes(const QByteArray &bytes);
 /// The bytes of a stored text; none, with a log line that names the key and never the value, when
-/// it is no Base64.
+/// it is no Base64. `key` is what the value stands under.
 BASE_EXPORT QByteArray toBytes(const QVariant &value, const QString &key);
 
 } // namespace StoredValue

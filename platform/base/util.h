@@ -48,14 +48,16 @@ public:
     /// The per-user directory for the client's data (QStandardPaths::AppDataLocation), ending in a
     /// separator. Not created.
     static QString defaultCacheDataDir();
-    /// Makes `path` with all its parents. True when it is a directory afterwards.
+    /// Makes `path` with all its parents. True when it is a directory afterwards; else false, with a
+    /// log line.
     static bool mkpath(const QString &path);
     /// Deletes a directory and all it holds. Links, `path` itself included, are removed and never
     /// followed. True when it is gone afterwards or was never there; false, with a log line, for a
-    /// file, a root directory, or when something inside cannot be deleted.
+    /// file, a root directory, an empty path, or when something inside cannot be deleted.
     static bool removeLocalFolder(const QString &path);
     /// Returns when everything below a directory is on the disk, where a power cut does not harm it.
-    /// False when the system reports that it could not be written.
+    /// On Linux that is all the file system has to write, and may take seconds. False when there is
+    /// no such directory, or the system reports that it could not be written.
     static bool syncFolder(const QString &path);
     /// A local path from a path or a "file:" URL. A path is returned as it is.
     static QString toLocalFile(const QString &pathOrUrl);

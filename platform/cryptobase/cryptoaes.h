@@ -28,8 +28,9 @@ public:
     /// Empty data gives an empty result.
     QByteArray decrypt(const QByteArray &data, const QByteArray &key, const QByteArray &iv) const;
 
-    /// `size` random bytes from the system's generator, fit for a key. Empty, with a log line, when
-    /// it fails or `size` is not in 1..4096.
+    /// `size` random bytes, fit for a key: from OpenSSL's generator for secrets (a DRBG of NIST SP
+    /// 800-90A that the system seeds). Empty, with a log line, when it fails or `size` is not in
+    /// 1..4096.
     static QByteArray createKey(int size);
 
 private:

@@ -14,7 +14,8 @@ namespace crypto
 /// Where the 32 bytes come from that all of this installation's keys are sealed under.
 ///
 /// Thread: any. A keychain may ask the user to unlock it, and both calls wait for that: up to half a
-/// minute, so keep them away from the GUI thread where a keychain is in use.
+/// minute for each answer, of which load() needs one and create() several. Keep them away from the
+/// GUI thread where a keychain is in use.
 class IMCRYPTO_EXPORT MasterKey
 {
 public:
@@ -36,7 +37,8 @@ public:
     /// threads do so at once, both get the same key. Never answers None.
     virtual Answer create() = 0;
 
-    /// A key file, readable by its owner only. No keychain is asked.
+    /// A key file, readable by its owner only. The key is made in the file and in no keychain; but a
+    /// file of installation() that names an entry is understood.
     static std::shared_ptr<MasterKey> inFile(const QString &filePath);
 
     /// The installation's: decided when the key is made, and recorded in "master.key" in the

@@ -107,11 +107,12 @@ public:
     std::optional<UserInfo> userInfo();
 
     /// Forgets every key of the account, also those that no longer open: the way out of
-    /// MasterKeyMissing and MasterKeyWrong. False when nothing was removed.
+    /// MasterKeyMissing and MasterKeyWrong. False when the rows cannot be removed; all stay then.
     bool removeAll();
 
-    /// The working key for a message's or a file's key: 32 bytes of HKDF-SHA-256 with the label
-    /// "im content key 1", the same on every device. Empty, with a log line, for an empty key.
+    /// The working key for a message's or a file's key: 32 bytes of HKDF-SHA-256 (RFC 5869) without
+    /// salt, with "im content key 1" as info; the same on every device. Empty, with a log line, for
+    /// an empty key.
     static cryptobase::SecureBytes kdf(const QByteArray &key);
 
 private:

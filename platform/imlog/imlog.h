@@ -23,8 +23,9 @@ class QLoggingCategory;
 class IMLOG_EXPORT ImLog
 {
 public:
-    /// The process-wide log. Its file, "log/im.log" below the application data directory, is opened
-    /// by the first line.
+    /// The process-wide log. Its file, "log/im.log" below the application data directory
+    /// (QStandardPaths::AppDataLocation), is opened by the first line: the application has to have
+    /// its name by then.
     static ImLog *instance();
 
     static void info(const QString &text);
@@ -33,10 +34,10 @@ public:
     static void info(const QLoggingCategory &category, const QString &text);
     static void error(const QLoggingCategory &category, const QString &text);
 
-    /// The directory the files are written to; empty before the first line, and without a file.
+    /// The directory the files are written to; empty while there is no file.
     QString directory() const;
-    /// Closes the current file and goes on in `directory`. False when it cannot be written to; the
-    /// log then stays where it was.
+    /// Closes the current file and goes on in `directory`, which is made when missing. False when it
+    /// cannot be written to; the log then stays where it was.
     bool setDirectory(const QString &directory);
 
     /// Returns when everything logged before is in the file.

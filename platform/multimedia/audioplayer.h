@@ -27,13 +27,14 @@ public:
     /// | "Channels" | int | |
     ///
     /// Texts are one line of at most 1000 UTF-16 units. Empty, with a log line, when there is no
-    /// such file or it is not audio of a kind above.
+    /// such file, it is not audio of a kind above, or, on Windows, it has more than 1 GiB.
     static QVariantMap getAlbumInfo(const QString &path);
 
     /// Stores the cover that the tags of the audio file at `path` hold in `directory`, which is made
     /// when missing, and gives the path of the image file. The front cover goes before other
-    /// pictures; a picture counts when it is a JPEG, PNG, GIF, BMP or WebP image that Qt can decode,
-    /// has at most 16 MiB, and at most 40 million pixels.
+    /// pictures. A picture counts when it begins like a JPEG, PNG, GIF, BMP or WebP image that Qt has
+    /// a plugin for, and has at most 16 MiB and 40 million pixels; whether the rest of it is sound
+    /// shows when somebody decodes it.
     ///
     /// The file is called "cover-<hash>.<format>", with the first 32 hexadecimal digits of the
     /// image's SHA-256 and the ending of the format that it has, not of what the tags say. So one

@@ -87,9 +87,10 @@ std::unique_ptr<TagLib::File> makeReader(TagStream *stream, PlainFrames *frames)
 QString toText(const TagLib::String &text)
 {
     QString result = QString::fromUtf8(text.toCString(true)).simplified();
-    if (result.size() > longestText)
-        result.truncate(longestText - (result.at(longestText - 1).isHighSurrogate() ? 1 : 0));
-    return result;
+    if (result.size() <= longestText)
+        return result;
+    result.truncate(longestText - (result.at(longestText - 1).isHighSurrogate() ? 1 : 0));
+    return result.trimmed();
 }
 
 QVariantMap toAlbum(const TagLib::File &file)

@@ -1,5 +1,6 @@
 #include "multimedia/videoinput_p.h"
 
+#include <memory>
 #include <vector>
 
 extern "C" {
@@ -20,6 +21,32 @@ constexpr double mostStretch = 8;
 
 /// Containers only: no play lists, no lists of files, no network descriptions.
 constexpr const char *knownFormats = "mov,mp4,matroska,webm,avi,mpegts,mpeg,flv,asf,ogg,gif";
+
+/// Frees what FFmpeg made.
+struct Freed {
+    void operator()(AVCodecContext *context) const { avcodec_free_context(&context); }
+    void operator()(AVPacket *packet) const { av_packet_free(&packet); }
+    void operator()(AVFrame *frame) const { av_frame_free(&frame); }
+};
+
+/// A decoder that refuses large frames: what the container says of their size is only its word, and
+/// a kilobyte can hold a frame of a gigabyte. Null when there is none.
+std::unique_ptr<AVCodecContext, Freed> newDecoder(const AVCodecParameters &parameters)
+{
+    const AVCodec *codec = avcodec_find_decoder(parameters.codec_id);
+    std::unique_ptr<AVCodecContext, Freed> decoder(codec ? avcodec_alloc_context3(codec) : nullptr);
+    if (!decoder || avcodec_parameters_to_context(decoder.get(), &parameters) < 0)
+        return nullptr;
+    decoder->max_pixels = mostPixels;
+    return avcodec_open2(decoder.get(), codec, nullptr) < 0 ? nullptr : std::move(decoder);
+}
+
+/// Width of a stored pixel to its height; square ones when unknown.
+bool isSensible(AVRational pixel)
+{
+    const double stretch = pixel.num > 0 && pixel.den > 0 ? av_q2d(pixel) : 1;
+    return stretch <= mostStretch && stretch >= 1 / mostStretch;
+}
 
 int openNothing(AVFormatContext *, AVIOContext **, const char *, int, AVDictionary **)
 {
@@ -81,12 +108,15 @@ bool VideoInput::examine()
         av_dict_free(&each);
     if (found < 0)
         return fail(QStringLiteral("the video is damaged"));
-    const QSize pixels = size();
-    if (pixels.isEmpty())
+    AVStream *stream = pictures();
+    if (!stream)
         return fail(QStringLiteral("there is no picture in it"));
-    if (qint64(pixels.width()) * pixels.height() > mostPixels)
-        return fail(QStringLiteral("a frame is too large"));
-    if (stretch() > mostStretch || stretch() < 1 / mostStretch)
+    const auto decoder = newDecoder(*stream->codecpar);
+    if (!decoder || !decodeFirst(stream, decoder.get()))
+        return fail(QStringLiteral("no frame of a sensible size can be decoded"));
+    m_size = QSize(decoder->width, decoder->height);
+    if (!isSensible(av_guess_sample_aspect_ratio(m_format, stream, nullptr))
+        || !isSensible(decoder->sample_aspect_ratio))
         return fail(QStringLiteral("its pixels are out of all proportion"));
     return true;
 }
@@ -99,18 +129,22 @@ AVStream *VideoInput::pictures() const
     return stream && !(stream->disposition & AV_DISPOSITION_ATTACHED_PIC) ? stream : nullptr;
 }
 
-QSize VideoInput::size() const
+bool VideoInput::decodeFirst(AVStream *stream, AVCodecContext *decoder)
 {
-    const AVStream *stream = pictures();
-    return stream ? QSize(stream->codecpar->width, stream->codecpar->height) : QSize();
-}
-
-double VideoInput::stretch() const
-{
-    AVStream *stream = pictures();
-    const AVRational ratio =
-        stream ? av_guess_sample_aspect_ratio(m_format, stream, nullptr) : AVRational{0, 1};
-    return ratio.num > 0 && ratio.den > 0 ? av_q2d(ratio) : 1;
+    const std::unique_ptr<AVPacket, Freed> packet(av_packet_alloc());
+    const std::unique_ptr<AVFrame, Freed> frame(av_frame_alloc());
+    if (!packet || !frame)
+        return false;
+    while (av_read_frame(m_format, packet.get()) >= 0) {
+        const bool wanted = packet->stream_index == stream->index;
+        const int sent = wanted ? avcodec_send_packet(decoder, packet.get()) : 0;
+        av_packet_unref(packet.get());
+        if (sent < 0)
+            return false;
+        if (wanted && avcodec_receive_frame(decoder, frame.get()) == 0)
+            return true;
+    }
+    return false;
 }
 
 qint64 VideoInput::duration() const

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+struct AVCodecContext;
 struct AVFormatContext;
 struct AVIOContext;
 struct AVStream;
@@ -26,17 +27,15 @@ public:
     /// Opens the file from its beginning. False, with the reason in why(), for no container that we
     /// know.
     bool open();
-    /// Reads as far as is needed to tell what is in it. False, with the reason in why(), for anything
-    /// but a video of a sensible size. A decoder does this by itself, and FFmpeg bears it only once:
-    /// what has been examined is not for decoding any more.
+    /// Reads as far as its first frame, and decodes that. False, with the reason in why(), for
+    /// anything but a video of a sensible size. A decoder does this by itself, and FFmpeg bears it
+    /// only once: what has been examined is not for decoding any more.
     bool examine();
 
     AVFormatContext *context() const { return m_format; }
     // Known when it has been examined.
     /// Empty without moving pictures. As stored, before it is turned or stretched to square pixels.
-    QSize size() const;
-    /// Width of a stored pixel, divided by its height.
-    double stretch() const;
+    QSize size() const { return m_size; }
     /// In milliseconds; 0 when unknown.
     qint64 duration() const;
     QString why() const { return m_why; }
@@ -45,12 +44,14 @@ private:
     static int read(void *self, unsigned char *buffer, int size);
     static int64_t seek(void *self, int64_t offset, int whence);
     AVStream *pictures() const;
+    bool decodeFirst(AVStream *stream, AVCodecContext *decoder);
     bool fail(const QString &why);
 
     QFile *m_file;
     QDeadlineTimer m_deadline{10'000};
     AVIOContext *m_io = nullptr;
     AVFormatContext *m_format = nullptr;
+    QSize m_size;
     QString m_why;
 };
 

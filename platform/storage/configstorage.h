@@ -24,11 +24,8 @@ struct ConfigInfo {
 
 using ConfigChanges = Changes<ConfigInfo>;
 
-/// One set of configuration rows of an account's database.
-///
-/// Thread: any. Calls return true only when the change is durable; while the database is closed,
-/// and when the disk refuses, they return false (reads give an empty result), log one line, and
-/// change nothing.
+/// One set of configuration rows of an account's database, see UserStorageProvider. On threads,
+/// failures, and what a row can hold, all is as with SettingStorage.
 class STORAGE_EXPORT ConfigStorage
 {
 public:

@@ -16,8 +16,8 @@ class SettingStorage;
 /// The machine-wide store: one SQLite database, "global.db" in the application data directory
 /// (QStandardPaths::AppDataLocation) or another that is set.
 ///
-/// Thread: open() and close() belong to the thread that owns the provider; settingStorage() and
-/// what it returns may be used from any thread.
+/// Thread: the one that owns the provider; isOpen(), closeInCrash(), settingStorage() and what that
+/// returns may be used from any.
 class STORAGE_EXPORT GlobalStorageProvider : public QObject
 {
     Q_OBJECT
@@ -25,9 +25,10 @@ public:
     explicit GlobalStorageProvider(QObject *parent = nullptr);
     ~GlobalStorageProvider() override;
 
-    /// Opens the database, making the directory and the tables where they are missing. False, with
-    /// a log line, when it cannot be opened: the path is a directory, cannot be written, is locked
-    /// by another process, or was written by a newer version (which is left untouched).
+    /// Opens the database, making the directory and the tables where they are missing. True at once
+    /// when it is open. False, with a log line, when it cannot be opened: the path is a directory,
+    /// cannot be written, is locked by another process for 2 seconds, or was written by a newer
+    /// version (which is left untouched).
     ///
     /// A damaged file is never thrown away: it is set aside as "global.db.damaged-<date>", every
     /// row that can be read is carried into a fresh file, and recovered() says so.
@@ -35,12 +36,13 @@ public:
     bool isOpen() const;
     /// True when the last open() found a damaged file.
     bool recovered() const;
-    /// Closes the database; the object stays and can be opened again.
+    /// Waits for calls that are under way in other threads. It can be opened again.
     void close();
-    /// For a crash handler: closes without taking any lock.
+    /// For a crash handler, on any thread: from now on every call fails. Takes no lock and does not
+    /// touch the file, in which there is all that was saved.
     void closeInCrash();
 
-    /// Path of the database file.
+    /// Path of the database file; while it is closed, of the one that open() would open.
     QString filePath() const;
     /// The directory that the next open() opens the database in; empty for the default one.
     void setDirectory(const QString &directory);

@@ -22,10 +22,8 @@ struct KeyInfo {
     QByteArray value;
 };
 
-/// The key rows of one account's database: one value by kind, id and version.
-///
-/// Thread: any. Calls return true only when the change is durable; while the database is closed, and
-/// when the disk refuses, they return false (reads nothing), log one line and change nothing.
+/// The key rows of one account's database: one value by kind, id and version. On threads and
+/// failures, all is as with SettingStorage; a read that fails finds nothing.
 class STORAGE_EXPORT KeyStorage
 {
 public:
@@ -39,10 +37,12 @@ public:
                          int toVersion) const;
     /// Every row; nothing, and not an empty list, when they cannot be read.
     std::optional<QList<KeyInfo>> allInfos() const;
+    /// Writes the row, in place of one of the same kind, id and version.
     bool save(const KeyInfo &info);
     /// Writes only where no row is yet; true when a row is there afterwards. For keys that two
     /// threads may want to make at once.
     bool saveIfAbsent(const KeyInfo &info);
+    /// True, too, when there was no such row.
     bool remove(const QString &kind, const QString &id, int version);
     bool removeAll();
 

@@ -25,12 +25,13 @@ struct SettingInfo {
 
 using SettingChanges = Changes<SettingInfo>;
 
-/// The setting rows of one database.
+/// The setting rows of one database, see GlobalStorageProvider and UserStorageProvider.
 ///
-/// Thread: every member may be called from any thread. A call returns true only when the change is
-/// durable: it survives the end of the process at any later moment. While the database is closed,
-/// and when the disk refuses, calls return false (allInfos an empty list), log one line, and change
-/// nothing.
+/// Thread: any. A call waits for the disk, and up to 2 seconds for another process that writes to
+/// the same file. It returns true only when the change is durable: it survives the end of the
+/// process at any later moment (a power cut may cost the last changes, never the file). While the
+/// database is closed, when the disk refuses, and for a value that no row can hold, calls return
+/// false (allInfos() an empty list), log one line, and change nothing.
 class STORAGE_EXPORT SettingStorage
 {
 public:
@@ -38,13 +39,18 @@ public:
     ~SettingStorage();
 
     /// False for values that no row can hold: of a type that QDataStream does not know (pointers,
-    /// functions, most application types), or nested too deeply.
+    /// functions, most application types) or cannot read back safely (QRegion, QEasingCurve), or
+    /// nested deeper than 100 levels.
     static bool isStorable(const QVariant &value);
 
     /// False while every other call would fail.
     bool isOpen() const;
+    /// In the order in which the keys were first saved. Rows that cannot be read, because they are
+    /// damaged or of a type that this process does not know, are left out, with one log line.
     QList<SettingInfo> allInfos() const;
+    /// Writes the row, in place of one of the same key.
     bool save(const SettingInfo &info);
+    /// True, too, when there was no such row.
     bool remove(const QString &key);
     bool removeAll();
     bool apply(const SettingChanges &changes);

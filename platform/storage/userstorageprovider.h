@@ -18,8 +18,8 @@ class SettingStorage;
 
 /// One account's store: one SQLite database, "account.db", in a directory of the account's own.
 ///
-/// Thread: open() and close() belong to the thread that owns the provider; everything else may be
-/// used from any thread. The storages are never null and live as long as the provider.
+/// Thread: open(), close(), filePath() and recovered() belong to the thread that owns the provider;
+/// everything else may be used from any. The storages are never null and live as long as it does.
 class STORAGE_EXPORT UserStorageProvider : public QObject
 {
     Q_OBJECT
@@ -31,13 +31,13 @@ public:
     /// missing. What happens with a damaged, newer, locked or unwritable file stands at
     /// GlobalStorageProvider::open(). With `create` false a directory without a database is
     /// refused: an account that vanished is not to be mistaken for an empty one. What is open in
-    /// another directory is closed first.
+    /// another directory is closed first; in the same one, it stays as it is.
     bool open(const QString &directory, bool create = true);
     bool isOpen() const;
     /// True when the last open() found a damaged file.
     bool recovered() const;
+    /// As GlobalStorageProvider's.
     void close();
-    /// For a crash handler: closes without taking any lock.
     void closeInCrash();
     /// Path of the database file; empty before the first open().
     QString filePath() const;
@@ -51,7 +51,7 @@ public:
 
     /// How the storage layer asks the account to refresh a group's information.
     void setUpdateGroupInfoMethod(std::function<void(qint64 groupId)> method);
-    /// Calls that method, if one is set.
+    /// Calls that method, if one is set, on the caller's thread.
     void updateGroupInfo(qint64 groupId) const;
 
 private:

@@ -1,3 +1,4 @@
+#include "base/storedvalue.h"
 #include "base/util.h"
 
 #include <QDir>
@@ -6,6 +7,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
 #include <limits>
 
 using namespace Qt::StringLiterals;
@@ -28,6 +30,34 @@ private Q_SLOTS:
             QVERIFY2(Util::isEmojiGame(game), qUtf8Printable(game));
         for (const QString &other : {u""_s, u"\ufe0f"_s, u"🎲🎲"_s, u"🎲 "_s, u"✊"_s, u"⚾"_s, u"a"_s})
             QVERIFY2(!Util::isEmojiGame(other), qUtf8Printable(other));
+    }
+
+    // A map from another device holds its numbers in any type.
+    void storedNumbers()
+    {
+        using Limits = std::numeric_limits<qint64>;
+        const QList<std::pair<QVariant, qint64>> numbers{
+            {true, 1},
+            {u"12"_s, 12},
+            {u"1.5"_s, 0},
+            {1.9, 1},
+            {-1.9f, -1},
+            {std::numeric_limits<double>::quiet_NaN(), 0},
+            {0x1p63, Limits::max()},
+            {1e300, Limits::max()},
+            {-1e300, Limits::min()},
+            {std::numeric_limits<quint64>::max(), Limits::max()},
+            {QVariant::fromValue(std::numeric_limits<unsigned long>::max()),
+             sizeof(long) == 8 ? Limits::max() : qint64(std::numeric_limits<quint32>::max())},
+            {QVariantList{1}, 0},
+            {QVariant(), 0},
+        };
+        for (const auto &[stored, number] : numbers) {
+            QCOMPARE(StoredValue::toInt64(stored), number);
+            QCOMPARE(StoredValue::toInt32(stored),
+                     qint32(std::clamp<qint64>(number, std::numeric_limits<qint32>::min(),
+                                               std::numeric_limits<qint32>::max())));
+        }
     }
 
     void textsFromUtf8()

@@ -343,6 +343,7 @@ private Q_SLOTS:
         for (int i = 0; i < 5000; ++i)
             emoji += "\xf0\x9f\x8e\xb5";
         QCOMPARE(title(emoji, utf8).size(), 999);
+        QCOMPARE(title(QByteArray(999, 'x') + " end", utf8), QString(999, u'x'));
     }
 
     void whatIsNoAudio()

@@ -5,7 +5,9 @@
 
 #include <QImage>
 #include <QTemporaryDir>
+#include <QtEndian>
 
+#include <cstring>
 #include <thread>
 
 using namespace Qt::StringLiterals;
@@ -88,6 +90,28 @@ private Q_SLOTS:
         QCOMPARE(capture("01800000 00780000"), QSize(96, 30));
         QCOMPARE(capture("00c00000 00f00000"), QSize(76, 96));
         QCOMPARE(capture("00c00000 00010000"), QSize());
+    }
+
+    void hugeFrames()
+    {
+        const auto capture = [this](QByteArray video, qsizetype at, quint16 side) {
+            side = qToLittleEndian(side);
+            for (qsizetype i = at; i < at + 4; i += 2)
+                std::memcpy(video.data() + i, &side, sizeof side);
+            const QString path = write(in(u"huge"_s), video);
+            const auto frame = VideoCapture::capture(path, in(u"huge.png"_s), 96);
+            return frame ? frame->size : QSize();
+        };
+        // Here the container says how large a frame is.
+        const QByteArray gif = content(mediaPath("wink.gif"));
+        QCOMPARE(capture(gif, 6, 200), QSize(96, 96));
+        QCOMPARE(capture(gif, 6, 6400), QSize());
+        // And here it says 64 x 40, whatever the frame itself says, behind its start code.
+        const QByteArray webm = content(QStringLiteral(FUZZ "video/seeds/vp8.webm"));
+        const qsizetype size = webm.indexOf("\x9d\x01\x2a") + 3;
+        QVERIFY(size > 3);
+        QCOMPARE(capture(webm, size, 200), QSize(96, 96));
+        QCOMPARE(capture(webm, size, 6400), QSize());
     }
 
     void whatIsNoVideo()
