@@ -6,11 +6,14 @@
 #include "content/contentitem.h"
 #include "content/items/callitem.h"
 #include "content/items/carditem.h"
+#include "content/items/combineditem.h"
+#include "content/items/filegroupitem.h"
 #include "content/items/fileitem.h"
 #include "content/items/folderitem.h"
 #include "content/items/imageitem.h"
 #include "content/items/locationitem.h"
 #include "content/items/lotteryitem.h"
+#include "content/items/mediagroupitem.h"
 #include "content/items/meetingitem.h"
 #include "content/items/musicitem.h"
 #include "content/items/pollitem.h"
@@ -19,12 +22,14 @@
 #include "content/items/videoitem.h"
 #include "content/items/voiceitem.h"
 #include "content/modelbaseutil.h"
+#include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 
 #include <google/protobuf/arena.h>
 
 #include <QLoggingCategory>
 
+#include <algorithm>
 #include <array>
 #include <climits>
 
@@ -119,6 +124,27 @@ ItemPointer checked(ItemPointer item)
     return item;
 }
 
+QString contentKey()
+{
+    return QStringLiteral("content");
+}
+
+QString typeKey()
+{
+    return QStringLiteral("type");
+}
+
+/// The map with the list "content" that stored JSON stands for.
+ItemMap storedMap(const std::string &json)
+{
+    ItemMap map = jsonToMap(QByteArray::fromRawData(json.data(), qsizetype(json.size())));
+    if (const auto data = map.constFind(QStringLiteral("data")); data != map.constEnd())
+        return data->toMap();
+    if (map.contains(typeKey()))
+        return {{contentKey(), QVariantList{map}}};
+    return map;
+}
+
 } // namespace
 
 ItemPointer makeContentItem(const std::string &bytes, int version, int source, AccountBase *account)
@@ -134,38 +160,31 @@ ItemPointer makeContentItem(const std::string &bytes, int version, int source, A
             qCDebug(lcContent, "makeContentItem parse pbContent failed.");
             return {};
         }
-        return checked(deserializeContent(*content, source, account));
+        return deserializeContent(*content, source, account);
     }
-
-    ItemMap map = jsonToMap(QByteArray::fromRawData(bytes.data(), qsizetype(bytes.size())));
-    if (const auto data = map.constFind(QStringLiteral("data")); data != map.constEnd())
-        map = data->toMap();
-    else if (map.contains(QStringLiteral("type")))
-        map = {{QStringLiteral("content"), QVariantList{map}}};
-    return makeContentItem(map, source, account);
+    return makeContentItem(storedMap(bytes), source, account);
 }
 
 ItemPointer makeContentItem(const ItemMap &map, int source, AccountBase *account)
 {
-    const QVariantList list = map.value(QStringLiteral("content")).toList();
+    const QVariantList list = map.value(contentKey()).toList();
     if (list.isEmpty())
         return checked({});
     ItemMap itemMap = list.first().toMap();
-    const QString typeKey = QStringLiteral("type");
-    int type = ModelBaseUtil::messageTypeStrToInt(itemMap.value(typeKey).toString());
+    int type = ModelBaseUtil::messageTypeStrToInt(itemMap.value(typeKey()).toString());
     if (type == 0) {
         // An older record: it stored the number of a system message.
-        itemMap.insert(QStringLiteral("sysType"), itemMap.value(typeKey).toInt());
-        itemMap.insert(typeKey, QStringLiteral("system"));
+        itemMap.insert(QStringLiteral("sysType"), itemMap.value(typeKey()).toInt());
+        itemMap.insert(typeKey(), QStringLiteral("system"));
         type = ContentItem::System;
     }
-    return checked(deserializeContent(itemMap, type, source, account));
+    return deserializeContent(itemMap, type, source, account);
 }
 
 ItemPointer deserializeContent(const ItemMap &map, int type, int source, AccountBase *account)
 {
     const Kind *row = findKind(type);
-    return row ? row->fromMap(map, source, account) : ItemPointer();
+    return checked(row ? row->fromMap(map, source, account) : ItemPointer());
 }
 
 ItemPointer deserializeContent(const im::content::Content &content, int source,
@@ -173,7 +192,34 @@ ItemPointer deserializeContent(const im::content::Content &content, int source,
 {
     // The number of the body's field is the content type.
     const Kind *row = findKind(content.data_case());
-    return row ? row->fromRecord(content, source, account) : ItemPointer();
+    return checked(row ? row->fromRecord(content, source, account) : ItemPointer());
+}
+
+ItemPointer makeMessageItem(const im::Message &message,
+                            const std::function<ItemPointer(const im::Message &message)> &open,
+                            int source, AccountBase *account)
+{
+    if (message.type() == im::Message::COMBINED_MESSAGES || message.combined_messages_size() > 0)
+        return QSharedPointer<CombinedItem>::create(message, open, source, account);
+    return open ? open(message) : ItemPointer();
+}
+
+ItemPointer makeGroupItem(const QList<ItemPointer> &members, int source, AccountBase *account)
+{
+    QList<ItemPointer> items = members;
+    items.removeAll({});
+    const auto fitInto = [&items](bool (*canHold)(const ContentItem &item)) {
+        return std::all_of(items.cbegin(), items.cend(),
+                           [canHold](const ItemPointer &item) { return canHold(*item); });
+    };
+    if (items.size() < 2)
+        return {};
+    if (fitInto(MediaGroupItem::canHold))
+        return QSharedPointer<MediaGroupItem>::create(items, source, account);
+    if (fitInto(FileGroupItem::canHold))
+        return QSharedPointer<FileGroupItem>::create(items, source, account);
+    qCWarning(lcContent, "Contents that no group can hold are not shown as one.");
+    return {};
 }
 
 ItemPointer copyContent(const ItemPointer &item)
@@ -191,11 +237,36 @@ ItemMap serializeContent(const ItemPointer &item)
         return {};
     QVariantList list;
     serializes(item, list);
-    return {{QStringLiteral("content"), list}};
+    return {{contentKey(), list}};
 }
 
 void serializes(const ItemPointer &item, QList<QVariant> &list)
 {
     if (item)
         item->serializes(list);
+}
+
+ItemPointer restoreContent(const std::string &bytes, int version, int source, AccountBase *account)
+{
+    if (bytes.empty() || version > 1)
+        return makeContentItem(bytes, version, source, account);
+    return restoreContent(storedMap(bytes), source, account);
+}
+
+ItemPointer restoreContent(const ItemMap &map, int source, AccountBase *account)
+{
+    const QVariantList list = map.value(contentKey()).toList();
+    if (list.size() > 1) {
+        QList<ItemPointer> members;
+        for (const QVariant &member : list)
+            members.append(
+                makeContentItem({{contentKey(), QVariantList{member}}}, source, account));
+        const auto group = makeGroupItem(members, source, account);
+        return group ? group : members.first();
+    }
+    const ItemMap itemMap = list.value(0).toMap();
+    if (itemMap.value(typeKey()).toString()
+        == ModelBaseUtil::messageTypeIntToStr(ContentItem::Combined))
+        return QSharedPointer<CombinedItem>::create(itemMap, source, account);
+    return makeContentItem(map, source, account);
 }

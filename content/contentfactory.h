@@ -2,23 +2,30 @@
 
 #include "modelbase_export.h"
 
+#include <QList>
 #include <QMap>
 #include <QSharedPointer>
 #include <QVariant>
 
+#include <functional>
 #include <string>
 
 class AccountBase;
 class ContentItem;
 
-namespace im::content
+namespace im
+{
+class Message;
+namespace content
 {
 class Content;
 }
+} // namespace im
 
-// The factory. Each function gives null for what it cannot make; makeContentItem() also a debug
-// line in the category "im.modelbase". Groups and combined messages have constructors of their own
-// and are not made here.
+// The factory. Each function gives null for what it cannot make; makeContentItem() and
+// deserializeContent() also a debug line in the category "im.modelbase". These make what a body is
+// made into. Combined messages and groups have no body: makeMessageItem() and makeGroupItem() make
+// them, and restoreContent() reads back what was stored of them.
 //
 // `source` is the model source type that the content belongs to: 1 for chat messages, the others
 // stand at ModelBaseUtil::getModelSourceTypeString(). `account` may be null; then files are not
@@ -33,7 +40,8 @@ class Content;
 MODELBASE_EXPORT QSharedPointer<ContentItem> makeContentItem(const std::string &bytes, int version,
                                                              int source, AccountBase *account);
 /// From the map that serializeContent() makes: the first map of its list "content". One whose
-/// "type" is missing or unknown becomes a SystemItem, as which the oldest records were stored.
+/// "type" is missing or unknown becomes a SystemItem, as which the oldest records were stored; so do
+/// combined messages, which restoreContent() reads.
 MODELBASE_EXPORT QSharedPointer<ContentItem> makeContentItem(const QMap<QString, QVariant> &map,
                                                              int source, AccountBase *account);
 /// From one stored item map, as a content of type `type` (ContentItem::Type).
@@ -42,11 +50,33 @@ deserializeContent(const QMap<QString, QVariant> &map, int type, int source, Acc
 /// From a protocol record.
 MODELBASE_EXPORT QSharedPointer<ContentItem> deserializeContent(const im::content::Content &content,
                                                                 int source, AccountBase *account);
+/// What a message contains: combined messages (im.Message.combined_messages), or else what `open`
+/// makes of the message. `open` decrypts a message and makes its content (makeContentItem()), null
+/// when it cannot. It is called before this returns: for the message, or for each of those that were
+/// combined and is not itself combined.
+MODELBASE_EXPORT QSharedPointer<ContentItem>
+makeMessageItem(const im::Message &message,
+                const std::function<QSharedPointer<ContentItem>(const im::Message &message)> &open,
+                int source, AccountBase *account);
+/// What shows messages with the same im.Message.grouped_id as one, in the order of `members`, their
+/// contents: a MediaGroupItem of images and videos, a FileGroupItem where there are other files
+/// among them. Null members do not count. Null when there are less than two, and, with a log line,
+/// when one is of a kind that no group can hold (FileGroupItem::canHold()): then each is shown by
+/// itself, so that none goes missing.
+MODELBASE_EXPORT QSharedPointer<ContentItem>
+makeGroupItem(const QList<QSharedPointer<ContentItem>> &members, int source, AccountBase *account);
 /// A new item of the same kind and content, for the type of the item; null for a group or combined
 /// messages. What a copy leaves out stands at the constructors that take an item.
 MODELBASE_EXPORT QSharedPointer<ContentItem> copyContent(const QSharedPointer<ContentItem> &item);
 /// The stored form: {"content": [maps]}, of a group one map a member. A null item gives an empty
-/// map.
+/// map. restoreContent() is the inverse.
 MODELBASE_EXPORT QMap<QString, QVariant> serializeContent(const QSharedPointer<ContentItem> &item);
 /// Appends the item's stored maps to `list`.
 MODELBASE_EXPORT void serializes(const QSharedPointer<ContentItem> &item, QList<QVariant> &list);
+/// From the stored form, whatever item it is of: as makeContentItem(), and combined messages, and
+/// groups. Several maps are the members of a group and come back as makeGroupItem() makes one, where
+/// it makes none as the first of them. A group of one comes back as its member.
+MODELBASE_EXPORT QSharedPointer<ContentItem> restoreContent(const std::string &bytes, int version,
+                                                            int source, AccountBase *account);
+MODELBASE_EXPORT QSharedPointer<ContentItem> restoreContent(const QMap<QString, QVariant> &map,
+                                                            int source, AccountBase *account);

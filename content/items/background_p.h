@@ -8,8 +8,9 @@
 #include <memory>
 
 /// Does `work` on the thread pool and hands what it gives to `done` on the thread of `object`,
-/// unless that is gone by then, or the pool was closed before it came to the work. Without a pool
-/// both are done before the call returns.
+/// unless that is gone by then, or the pool was closed before it came to the work. With a pool that
+/// is never before the call returns, however fast it was, so that a caller can still connect to what
+/// `done` emits; without one it always is.
 template <typename Work, typename Done>
 void runInBackground(QObject *object, Work work, Done done)
 {
@@ -17,6 +18,7 @@ void runInBackground(QObject *object, Work work, Done done)
     const auto promise = std::make_shared<QPromise<Result>>();
     promise->start();
     const QFuture<Result> future = promise->future();
+    const bool hasPool = ThreadManager::getInstance()->threadPool() != nullptr;
     ThreadManager::run(
         [promise, work = std::move(work)] {
             promise->addResult(work());
@@ -27,7 +29,7 @@ void runInBackground(QObject *object, Work work, Done done)
         if (finished.resultCount() > 0)
             done(finished.result());
     };
-    if (future.isFinished()) {
+    if (!hasPool && future.isFinished()) {
         take(future);
         return;
     }

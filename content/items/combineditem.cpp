@@ -6,7 +6,6 @@
 #include "content/items/innercontent_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/items/watch_p.h"
-#include "content/modelbaseutil.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 #include "settings/appsettingmodel.h"
@@ -33,18 +32,6 @@ auto watch(CombinedItem *item)
 CombinedItem *toCombined(ContentItem *item)
 {
     return qobject_cast<CombinedItem *>(item);
-}
-
-/// The factory knows no combined messages: they are no body.
-QSharedPointer<ContentItem> makeInner(const QMap<QString, QVariant> &map, int source,
-                                      AccountBase *account)
-{
-    if (map.isEmpty())
-        return {};
-    const QString type = map.value(QStringLiteral("type")).toString();
-    if (type == ModelBaseUtil::messageTypeIntToStr(ContentItem::Combined))
-        return QSharedPointer<CombinedItem>::create(map, source, account);
-    return makeContentItem({{QStringLiteral("content"), QVariantList{map}}}, source, account);
 }
 
 QSize textSize(const QString &text, int width, bool inThread)
@@ -120,11 +107,7 @@ void CombinedItem::read(const im::Message &message, const Opener &open)
         } else {
             entry.senderId = inner.sender();
         }
-        if (inner.combined_messages_size() > 0)
-            hold(entry,
-                 QSharedPointer<CombinedItem>::create(inner, open, source(), m_account.data()));
-        else if (open)
-            hold(entry, open(inner));
+        hold(entry, makeMessageItem(inner, open, source(), m_account));
         m_entries.append(entry);
     }
     m_total = std::max(message.total_combined_messages(), message.combined_messages_size());
@@ -242,8 +225,10 @@ void CombinedItem::read(const QMap<QString, QVariant> &map)
         entry.isGroup = stored.value(QStringLiteral("isGroup")).toBool();
         entry.senderName = stored.value(QStringLiteral("senderName")).toString();
         entry.time = stored.value(QStringLiteral("time")).toLongLong();
-        hold(entry,
-             makeInner(stored.value(QStringLiteral("item")).toMap(), source(), m_account.data()));
+        if (const auto item = stored.value(QStringLiteral("item")).toMap(); !item.isEmpty())
+            hold(entry,
+                 restoreContent({{QStringLiteral("content"), QVariantList{item}}}, source(),
+                                m_account));
         m_entries.append(entry);
     }
     m_total = std::max(fromStoredCount(map.value(QStringLiteral("total"))), int(entries.size()));

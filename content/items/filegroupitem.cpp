@@ -2,6 +2,7 @@
 
 #include "content/items/groupmembers_p.h"
 #include "content/items/mediabox_p.h"
+#include "content/items/mediagroupitem.h"
 #include "protocol/message_content.pb.h"
 
 #include <QLoggingCategory>
@@ -37,9 +38,22 @@ FileGroupItem::FileGroupItem(const FileGroupItem *other)
 
 FileGroupItem::~FileGroupItem() = default;
 
+bool FileGroupItem::canHold(const ContentItem &item)
+{
+    switch (item.type()) {
+    case File:
+    case Folder:
+    case Music:
+    case Voice:
+        return true;
+    default:
+        return MediaGroupItem::canHold(item);
+    }
+}
+
 void FileGroupItem::setMembers(const QList<QSharedPointer<ContentItem>> &members)
 {
-    if (!m_members->set(members, {File, Music, Voice, Folder, Image, Video}))
+    if (!m_members->set(members, canHold))
         return;
     Q_EMIT membersChanged();
     Q_EMIT needRecalcSize();

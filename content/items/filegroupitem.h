@@ -10,8 +10,7 @@
 class CaptionItem;
 class GroupMembers;
 
-/// Files of messages with the same grouped_id, shown as one: as a list. Not made by the factory:
-/// whoever has the messages, or writes them, has the items.
+/// Files of messages with the same grouped_id, shown as one: as a list. See makeGroupItem().
 class MODELBASE_EXPORT FileGroupItem : public ContentItem
 {
     Q_OBJECT
@@ -37,9 +36,11 @@ public:
     explicit FileGroupItem(const FileGroupItem *other);
     ~FileGroupItem() override;
 
-    /// Files, music, voice, folders, and media that are sent as files; others are left out with a
-    /// log line. The items are shared with their messages. A member that changes its size or text
-    /// makes the group ask for a new size.
+    /// Whether an item can be a member: files, music, voice, folders, and media that are sent as
+    /// files.
+    static bool canHold(const ContentItem &item);
+    /// What the group cannot hold is left out with a log line. The items are shared with their
+    /// messages. A member that changes its size or text makes the group ask for a new size.
     void setMembers(const QList<QSharedPointer<ContentItem>> &members);
     QList<QSharedPointer<ContentItem>> members() const { return innerItems(); }
     int count() const { return int(members().size()); }

@@ -112,6 +112,11 @@ QSharedPointer<FileData> localThumbnail(const QString &path)
 {
     BaseFile base(QString(), imageFileType);
     base.setFilePath(path);
+    if (!base.checkFilePath()) {
+        qCWarning(lcContent, "\"%s\" cannot be shown: it is no file that can be read.",
+                  qUtf8Printable(path));
+        return {};
+    }
     base.setFileState(BaseFile::Local);
     return QSharedPointer<FileData>::create(&base);
 }
@@ -267,6 +272,12 @@ void FileItem::updateFiles(const im::content::FileInfo &file,
     updateText(caption);
 }
 
+bool FileItem::lacksThumbnail() const
+{
+    return !m_thumbnailFile
+        || (m_thumbnailFile->fileState() == BaseFile::Local && !m_thumbnailFile->exists());
+}
+
 bool FileItem::isThumbnailSent() const
 {
     return m_thumbnailFile && m_thumbnailFile->fileState() != BaseFile::Local;
@@ -361,7 +372,7 @@ void FileItem::captureThumbnail()
     const QString path = m_sourceFile ? m_sourceFile->BaseFile::filePath() : QString();
     if (m_isCapturing)
         return;
-    if (!kind || path.isEmpty() || m_thumbnailFile) {
+    if (!kind || path.isEmpty() || !lacksThumbnail()) {
         Q_EMIT thumbnailCaptured(false);
         return;
     }
@@ -374,26 +385,25 @@ void FileItem::captureThumbnail()
         [this, path](const std::optional<Thumbnail> &made) {
             m_isCapturing = false;
             // Meanwhile the item may have become one of another file.
-            const bool isWanted = made && !m_thumbnailFile && m_sourceFile
+            const bool isWanted = made && lacksThumbnail() && m_sourceFile
                 && m_sourceFile->BaseFile::filePath() == path;
-            if (isWanted)
-                useThumbnail(*made);
-            Q_EMIT thumbnailCaptured(isWanted);
+            Q_EMIT thumbnailCaptured(isWanted && useThumbnail(*made));
         });
 }
 
-void FileItem::useThumbnail(const Thumbnail &thumbnail)
+bool FileItem::useThumbnail(const Thumbnail &thumbnail)
 {
     const bool isSent = uploadStateOf(*m_sourceFile) != NoUpload;
     const auto file =
         isSent ? fileForUpload(thumbnail.path, imageFileType) : localThumbnail(thumbnail.path);
     if (!file)
-        return;
+        return false;
     {
         Changes<FileItem> changes(this);
         setFiles(m_sourceFile, file, isSent ? thumbnail.preview : m_thumbNail, changes);
     }
     takeOver(thumbnail);
+    return true;
 }
 
 // Stored form

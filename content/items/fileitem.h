@@ -87,10 +87,10 @@ public:
     bool uploadFailed() const { return uploadState() == UploadFailed; }
 
     /// Makes a thumbnail from the file where it is a picture, a video or music with a cover that
-    /// lies on this device and has none yet. The image goes into the account's directory for media,
-    /// without an account into that for temporary files. For a file that is to be uploaded the
-    /// thumbnail is to be uploaded, too, and a preview is put into thumbNail(); otherwise the
-    /// thumbnail stays on this device.
+    /// lies on this device, and has none yet or lost the one that was made here. The image goes into
+    /// the account's directory for media, without an account into that for temporary files. For a
+    /// file that is to be uploaded the thumbnail is to be uploaded, too, and a preview is put into
+    /// thumbNail(); otherwise the thumbnail stays on this device.
     ///
     /// The work is done on the thread pool (ThreadManager::run()). Ends with thumbnailCaptured() on
     /// the item's thread, unless the item is gone by then; before this returns where there is
@@ -128,8 +128,9 @@ Q_SIGNALS:
     void displayNameChanged();
     void fileTypeChanged(int fileType);
     void uploadStateChanged();
-    /// The end of a captureThumbnail(). False: there was nothing to do, the file cannot be read, or
-    /// the item has got a thumbnail or another file meanwhile.
+    /// The end of a captureThumbnail(). True: the item has got the thumbnail, and its image lies on
+    /// this device. False: there was nothing to do, the file cannot be read, the image was lost at
+    /// once, or the item has got a thumbnail or another file meanwhile.
     void thumbnailCaptured(bool ok);
 
 protected:
@@ -155,6 +156,9 @@ protected:
                                      QSharedPointer<FileData> said) const;
     QSharedPointer<FileData> updated(const QSharedPointer<FileData> &held,
                                      const im::content::FileInfo &said) const;
+    /// Whether there is a thumbnail to be made: none is there, or one that was made here and whose
+    /// image has gone since, as from a cache that was cleared. Looks at the disk.
+    bool lacksThumbnail() const;
     /// Whether the thumbnail goes along with the message: not one that was made here to be shown
     /// here.
     bool isThumbnailSent() const;
@@ -173,7 +177,7 @@ private:
     void setFiles(const QSharedPointer<FileData> &source, const QSharedPointer<FileData> &thumbnail,
                   const QByteArray &thumbNail, Changes<FileItem> &changes);
     qint16 displayClass() const;
-    void useThumbnail(const Thumbnail &thumbnail);
+    bool useThumbnail(const Thumbnail &thumbnail); ///< @return whether its image is still there
     void watchFiles();
     void noteUploadState();
     void emitFileType() { Q_EMIT fileTypeChanged(m_fileType); }

@@ -17,7 +17,8 @@ QByteArray storedBytes(const QVariantMap &map, const QString &key);
 /// A record of a file on this device that is to be uploaded: with a fresh key, name, size and times.
 /// Null, with a log line, when there is no regular file that can be read.
 QSharedPointer<FileData> fileForUpload(const QString &path, int fileType);
-/// A record of an image that is shown on this device only.
+/// A record of an image that is shown on this device only. Null, with a log line, when there is no
+/// regular file that can be read.
 QSharedPointer<FileData> localThumbnail(const QString &path);
 
 /// Milliseconds as the whole seconds that a message tells, at least one of what has a length.

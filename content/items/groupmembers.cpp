@@ -2,8 +2,7 @@
 
 #include <QLoggingCategory>
 #include <QMetaProperty>
-
-#include <algorithm>
+#include <QSet>
 
 namespace
 {
@@ -17,14 +16,15 @@ GroupMembers::GroupMembers(ContentItem *group, int source)
 {
 }
 
-bool GroupMembers::set(const ItemList &items, std::initializer_list<qint32> types)
+bool GroupMembers::set(const ItemList &items, bool (*canHold)(const ContentItem &item))
 {
     ItemList accepted;
+    QSet<const ContentItem *> seen; // stored groups may be of any size
     for (const auto &item : items) {
-        const bool fits =
-            item && std::find(types.begin(), types.end(), item->type()) != types.end();
-        if (fits && !accepted.contains(item))
-            accepted.append(item);
+        if (!item || !canHold(*item) || seen.contains(item.data()))
+            continue;
+        seen.insert(item.data());
+        accepted.append(item);
     }
     if (accepted.size() != items.size())
         qCWarning(lcContent, "What cannot be a member of a group is left out.");

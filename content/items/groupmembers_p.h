@@ -10,9 +10,9 @@ class GroupMembers
 public:
     explicit GroupMembers(ContentItem *group, int source);
 
-    /// Takes over those of `items` whose type is one of `types`, in their order and each once; the
-    /// others are left out with a log line. True when that changed anything.
-    bool set(const ItemList &items, std::initializer_list<qint32> types);
+    /// Takes over those of `items` that `canHold`, in their order and each once; the others are left
+    /// out with a log line. True when that changed anything.
+    bool set(const ItemList &items, bool (*canHold)(const ContentItem &item));
 
     const ItemList &items() const { return m_items; }
     const QSharedPointer<CaptionItem> &caption() const { return m_caption; }

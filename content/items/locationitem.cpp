@@ -131,7 +131,7 @@ void LocationItem::setMapImageFetcher(MapImageFetcher function)
 
 void LocationItem::fetchMapImage()
 {
-    if (m_isMapWanted || thumbnailFile() || !hasCoordinates() || !fetcher())
+    if (m_isMapWanted || !lacksThumbnail() || !hasCoordinates() || !fetcher())
         return;
     const auto self = sharedFromThis().staticCast<LocationItem>();
     if (!self)
@@ -146,8 +146,10 @@ bool LocationItem::setMapImage(const QString &path)
         qCWarning(lcContent, "\"%s\" is no image of a map.", qUtf8Printable(path));
         return false;
     }
-    setThumbnailFile(localThumbnail(path));
-    return true;
+    const auto image = localThumbnail(path);
+    if (image)
+        setThumbnailFile(image);
+    return image != nullptr;
 }
 
 // Stored form

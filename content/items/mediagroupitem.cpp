@@ -43,9 +43,14 @@ MediaGroupItem::MediaGroupItem(const MediaGroupItem *other)
 
 MediaGroupItem::~MediaGroupItem() = default;
 
+bool MediaGroupItem::canHold(const ContentItem &item)
+{
+    return item.type() == Image || item.type() == Video;
+}
+
 void MediaGroupItem::setMembers(const QList<QSharedPointer<ContentItem>> &members)
 {
-    if (!m_members->set(members, {Image, Video}))
+    if (!m_members->set(members, canHold))
         return;
     Q_EMIT membersChanged();
     Q_EMIT needRecalcSize();

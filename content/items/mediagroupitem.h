@@ -11,7 +11,7 @@ class CaptionItem;
 class GroupMembers;
 
 /// Images and videos of messages with the same grouped_id, shown as one: in rows, in their order, as
-/// a gallery does. Not made by the factory: whoever has the messages, or writes them, has the items.
+/// a gallery does. See makeGroupItem().
 class MODELBASE_EXPORT MediaGroupItem : public ContentItem
 {
     Q_OBJECT
@@ -37,7 +37,9 @@ public:
     explicit MediaGroupItem(const MediaGroupItem *other);
     ~MediaGroupItem() override;
 
-    /// Images and videos; others are left out with a log line. The items are shared with their
+    /// Whether an item can be a member: images and videos.
+    static bool canHold(const ContentItem &item);
+    /// What the group cannot hold is left out with a log line. The items are shared with their
     /// messages. A member that changes its size or text makes the group ask for a new size.
     void setMembers(const QList<QSharedPointer<ContentItem>> &members);
     QList<QSharedPointer<ContentItem>> members() const { return innerItems(); }

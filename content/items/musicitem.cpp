@@ -76,7 +76,7 @@ void MusicItem::audioInfo()
         QVariantMap album;
         QString cover;
     };
-    const bool wantsCover = file->fileState() == BaseFile::Downloaded && !thumbnailFile();
+    const bool wantsCover = file->fileState() == BaseFile::Downloaded && lacksThumbnail();
     runInBackground(
         this,
         [path, wantsCover, directory = mediaDirectory(imageFileType)] {
@@ -87,7 +87,7 @@ void MusicItem::audioInfo()
             // Meanwhile the item may have become one of another file.
             if (sourceFile() != file)
                 return;
-            if (!info.cover.isEmpty() && QFileInfo::exists(info.cover) && !thumbnailFile())
+            if (!info.cover.isEmpty() && QFileInfo::exists(info.cover) && lacksThumbnail())
                 useCover(info.cover);
             Changes<MusicItem> changes(this);
             if (const QString title = info.album.value(QStringLiteral("Name")).toString();

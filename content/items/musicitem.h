@@ -29,9 +29,9 @@ public:
     void setAuthor(const QString &author);
 
     /// Takes title and author from the file on this device, and, where it was downloaded and the
-    /// item has no thumbnail's record yet, the cover as the thumbnail: a record with the id "M" and
-    /// the id of the audio file, which stays on this device. Does nothing without an account (which
-    /// has the file provider) or without a file.
+    /// item has no thumbnail's record yet or its cover has gone from this device, the cover as the
+    /// thumbnail: a record with the id "M" and the id of the audio file, which stays on this device.
+    /// Does nothing without an account (which has the file provider) or without a file.
     ///
     /// The work is done on the thread pool (ThreadManager::run()), what it finds is taken over on
     /// the item's thread, unless the item is gone by then. Nothing but the change signals tells of

@@ -1,12 +1,10 @@
 #include "client/contents.h"
 
 #include "account/threadmanager.h"
-#include "base/json.h"
 #include "client/clientaccount.h"
 #include "client/messagestore.h"
 #include "content/contentfactory.h"
 #include "content/items/callitem.h"
-#include "content/items/combineditem.h"
 #include "content/items/lotteryitem.h"
 #include "content/items/musicitem.h"
 #include "content/items/pollitem.h"
@@ -33,32 +31,21 @@ QSharedPointer<ContentItem> Contents::make(const KeptMessage &message)
 {
     im::Message record;
     record.ParseFromString(message.beside);
-    const auto item = record.type() == im::Message::COMBINED_MESSAGES
-        ? makeCombined(message, record)
-        : makeContentItem(message.content, message.version, chatMessages, m_account);
+    record.set_content(message.content);
+    record.set_content_format_ver(message.version);
+    // A real client decrypts the contents here.
+    const auto open = [this](const im::Message &opened) {
+        return makeContentItem(opened.content(), opened.content_format_ver(), chatMessages,
+                               m_account);
+    };
+    const auto item = message.version == storedForm
+        ? restoreContent(message.content, storedForm, chatMessages, m_account)
+        : makeMessageItem(record, open, chatMessages, m_account);
     if (!item)
         return {};
     complete(*item, record);
     fetchFiles(*item);
     return item;
-}
-
-/// Combined messages stand in the message itself, not in its content; the factory makes none.
-QSharedPointer<ContentItem> Contents::makeCombined(const KeptMessage &message,
-                                                   const im::Message &record)
-{
-    if (message.version == storedForm) {
-        const QVariantList list = jsonToMap(QByteArray::fromStdString(message.content))
-                                      .value(QStringLiteral("content"))
-                                      .toList();
-        return QSharedPointer<CombinedItem>::create(list.value(0).toMap(), chatMessages, m_account);
-    }
-    // A real client decrypts the contents here.
-    const auto open = [this](const im::Message &inner) {
-        return makeContentItem(inner.content(), inner.content_format_ver(), chatMessages,
-                               m_account);
-    };
-    return QSharedPointer<CombinedItem>::create(record, open, chatMessages, m_account);
 }
 
 /// What an item does not learn from its content.

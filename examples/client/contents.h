@@ -31,7 +31,6 @@ public:
     const Downloads &downloads() const { return m_downloads; }
 
 private:
-    QSharedPointer<ContentItem> makeCombined(const KeptMessage &message, const im::Message &record);
     void complete(ContentItem &item, const im::Message &record);
     void fetchFiles(ContentItem &item);
 

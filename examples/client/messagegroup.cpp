@@ -1,10 +1,8 @@
 #include "client/messagegroup.h"
 
 #include "client/messagestore.h"
-#include "content/items/filegroupitem.h"
-#include "content/items/mediagroupitem.h"
+#include "content/contentfactory.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace
@@ -33,13 +31,5 @@ void MessageGroup::add(const KeptMessage &message, const QSharedPointer<ContentI
 QSharedPointer<ContentItem> MessageGroup::take(AccountBase *account)
 {
     m_number = 0;
-    const auto members = std::exchange(m_members, {});
-    if (members.size() < 2)
-        return {};
-    const bool isAlbum = std::all_of(members.cbegin(), members.cend(), [](const auto &member) {
-        return member->type() == ContentItem::Image || member->type() == ContentItem::Video;
-    });
-    if (isAlbum)
-        return QSharedPointer<MediaGroupItem>::create(members, chatMessages, account);
-    return QSharedPointer<FileGroupItem>::create(members, chatMessages, account);
+    return makeGroupItem(std::exchange(m_members, {}), chatMessages, account);
 }

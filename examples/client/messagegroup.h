@@ -17,7 +17,7 @@ public:
     bool has(const KeptMessage &message) const;
     /// Begins another group where it does not.
     void add(const KeptMessage &message, const QSharedPointer<ContentItem> &item);
-    /// The item of the group, which begins anew. Null when there were less than two messages.
+    /// The item of the group, which begins anew; see makeGroupItem().
     QSharedPointer<ContentItem> take(AccountBase *account);
 
 private:

@@ -9,11 +9,15 @@
 using fuzzing::check;
 using fuzzing::recordOf;
 
-void fuzzOne(QByteArrayView input)
+namespace
 {
-    const std::string json(input.data(), size_t(input.size()));
+
+using Make = QSharedPointer<ContentItem>(const std::string &, int, int, AccountBase *);
+
+void roundTrip(Make *make, const std::string &json)
+{
     AccountBase *account = fuzzing::accountOfInput();
-    const auto item = makeContentItem(json, 1, 1, account);
+    const auto item = make(json, 1, 1, account);
     if (!item)
         return;
     fuzzing::look(item);
@@ -21,8 +25,17 @@ void fuzzOne(QByteArrayView input)
         return; // the stored form knows no effects below zero; the protocol has none
     const std::string record = recordOf(item);
     const QByteArray stored = mapToJson(serializeContent(item));
-    const auto again = makeContentItem(stored.toStdString(), 1, 1, account);
+    const auto again = make(stored.toStdString(), 1, 1, account);
     check(!again.isNull(), "what was stored can be read");
     check(recordOf(again) == record, "what was stored is the same item");
     check(mapToJson(serializeContent(again)) == stored, "it is stored the same way again");
+}
+
+} // namespace
+
+void fuzzOne(QByteArrayView input)
+{
+    const std::string json(input.data(), size_t(input.size()));
+    roundTrip(makeContentItem, json);
+    roundTrip(restoreContent, json);
 }

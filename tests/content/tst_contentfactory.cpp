@@ -146,6 +146,35 @@ private Q_SLOTS:
         }
     }
 
+    void whatCannotBeMadeIsLogged()
+    {
+        static QStringList lines;
+        const auto made = [](auto make) {
+            lines.clear();
+            const auto before = qInstallMessageHandler(
+                [](QtMsgType, const QMessageLogContext &context, const QString &text) {
+                    lines.append(QLatin1StringView(context.category) + u": "_s + text);
+                });
+            const bool isMade = make() != nullptr;
+            qInstallMessageHandler(before);
+            return isMade;
+        };
+        const QStringList once{u"im.modelbase: makeContentItem version or content error."_s};
+        const QVariantMap group{{u"type"_s, u"mediagroup"_s}};
+        QVERIFY(!made([&] { return deserializeContent(group, 501, 1, nullptr); }));
+        QCOMPARE(lines, once);
+        QVERIFY(!made([&] {
+            return makeContentItem({{u"content"_s, QVariantList{group}}}, 1, nullptr);
+        }));
+        QCOMPARE(lines, once);
+        QVERIFY(!made([] { return deserializeContent(im::content::Content(), 1, nullptr); }));
+        QCOMPARE(lines, once);
+        QVERIFY(!made([] { return makeContentItem(std::string("\xa2\x06\0", 3), 2, 1, nullptr); }));
+        QCOMPARE(lines, once);
+        QVERIFY(made([] { return deserializeContent(QVariantMap{}, 1, 1, nullptr); }));
+        QCOMPARE(lines, QStringList());
+    }
+
     void stickersComeFromTheAccount()
     {
         im::content::Content content;

@@ -3,7 +3,10 @@
 #include "content/items/captionitem.h"
 #include "content/items/combineditem.h"
 #include "content/items/filegroupitem.h"
+#include "content/items/imageitem.h"
 #include "content/items/mediagroupitem.h"
+#include "content/items/musicitem.h"
+#include "content/items/videoitem.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 #include "support/signallog.h"
@@ -224,6 +227,75 @@ private Q_SLOTS:
         QCOMPARE(body.ByteSizeLong(), size_t(0));
     }
 
+    void groupsOfMessages_data()
+    {
+        using Types = QList<qint32>; // 0: a message without a content that can be shown
+        QTest::addColumn<Types>("types");
+        QTest::addColumn<qint32>("group"); // 0: none
+        using enum ContentItem::Type;
+        QTest::addRow("album") << Types{Image, Video, Image} << qint32(MediaGroup);
+        QTest::addRow("files") << Types{Voice, Folder, Music, File} << qint32(FileGroup);
+        QTest::addRow("media among files") << Types{Image, File, Video} << qint32(FileGroup);
+        QTest::addRow("one") << Types{Image} << 0;
+        QTest::addRow("one that can be shown") << Types{0, File, 0} << 0;
+        QTest::addRow("none") << Types{} << 0;
+        QTest::addRow("two that can be shown") << Types{Video, 0, Video} << qint32(MediaGroup);
+        QTest::addRow("a text among media") << Types{Image, Text, Image} << -1;
+        QTest::addRow("a place among files") << Types{File, File, Location} << -1;
+    }
+    /// Whatever is sent together, nothing of it goes missing.
+    void groupsOfMessages()
+    {
+        QFETCH(QList<qint32>, types);
+        QFETCH(qint32, group);
+        Items contents;
+        for (const qint32 type : types)
+            contents.append(type == 0 ? nullptr : member({30, 40}, type));
+        if (group == -1)
+            QTest::ignoreMessage(QtWarningMsg,
+                                 "Contents that no group can hold are not shown as one.");
+        const auto item = makeGroupItem(contents, 8, nullptr);
+        QCOMPARE(item ? item->type() : 0, std::max(group, 0));
+        if (!item)
+            return;
+        contents.removeAll({});
+        QCOMPARE(item->innerItems(), contents);
+        QCOMPARE(item->source(), 8);
+    }
+
+    void storedGroupsAreRestored()
+    {
+        const auto image = QSharedPointer<ImageItem>::create(1, nullptr);
+        image->setSize(40, 30);
+        const auto video = QSharedPointer<VideoItem>::create(1, nullptr);
+        video->setDuration(83);
+        video->setContent(u"At the lake"_s, {});
+        const auto music = QSharedPointer<MusicItem>::create(1, nullptr);
+        music->setTitle(u"Morning"_s);
+
+        for (const Items &members : {Items{image, video}, Items{music, image, video}}) {
+            const auto group = makeGroupItem(members, 1, nullptr);
+            const QByteArray stored = mapToJson(serializeContent(group));
+            const auto again = restoreContent(stored.toStdString(), 1, 1, nullptr);
+            QVERIFY(again);
+            QCOMPARE(again->type(), group->type());
+            QCOMPARE(again->innerItems().size(), members.size());
+            QCOMPARE(again->getKeyword(), group->getKeyword());
+            QCOMPARE(mapToJson(serializeContent(again)), stored);
+            // Who asks for a body gets that of the first message.
+            const auto first = makeContentItem(stored.toStdString(), 1, 1, nullptr);
+            QCOMPARE(serializeContent(first), serializeContent(members.first()));
+        }
+
+        const auto one = QSharedPointer<MediaGroupItem>::create(Items{image}, 1, nullptr);
+        QCOMPARE(restoreContent(serializeContent(one), 1, nullptr)->type(), ContentItem::Image);
+        QTest::ignoreMessage(QtWarningMsg, "Contents that no group can hold are not shown as one.");
+        const auto texts = restoreContent("{\"content\":[{\"type\":\"text\",\"content\":\"a\"},7]}",
+                                          1, 1, nullptr);
+        QVERIFY(texts && texts->content() == u"a"_s);
+        QVERIFY(!restoreContent(QMap<QString, QVariant>(), 1, nullptr));
+    }
+
     void filesStandInRows()
     {
         FileGroupItem group({member({120, 10}, ContentItem::File),
@@ -253,7 +325,9 @@ private Q_SLOTS:
         inner->mutable_group_sender()->set_title("Lake club");
         outer.set_total_combined_messages(9);
 
-        CombinedItem item(outer, opened, 1, nullptr);
+        const auto made = makeMessageItem(outer, opened, 1, nullptr).objectCast<CombinedItem>();
+        QVERIFY(made);
+        CombinedItem &item = *made;
         QCOMPARE(item.type(), ContentItem::Combined);
         QCOMPARE(item.count(), 3);
         QCOMPARE(item.total(), 9);
@@ -271,7 +345,11 @@ private Q_SLOTS:
         QMap<QString, QVariant> map;
         item.serialize(map);
         QCOMPARE(map.value(u"type"_s), u"combined"_s);
-        const CombinedItem again(jsonToMap(mapToJson(map)), 1, nullptr);
+        const std::string stored = mapToJson(serializeContent(made)).toStdString();
+        const auto restored = restoreContent(stored, 1, 1, nullptr).objectCast<CombinedItem>();
+        QVERIFY(restored);
+        QCOMPARE(makeContentItem(stored, 1, 1, nullptr)->type(), ContentItem::System);
+        const CombinedItem &again = *restored;
         QCOMPARE(again.type(), ContentItem::Combined);
         QCOMPARE(again.total(), 9);
         QCOMPARE(again.entries().at(0).time, 1001);
@@ -287,6 +365,25 @@ private Q_SLOTS:
         copy.setSenderName(7, false, u"Li"_s);
         QCOMPARE(item.title(), u"Mia, Lake club"_s);
         QCOMPARE(item.entries().at(2).contentItem()->property("title"), u"Mia"_s);
+    }
+
+    void messagesThatAreNotCombined()
+    {
+        const auto item = makeMessageItem(message(1, 7, "hello"), opened, 1, nullptr);
+        QCOMPARE(item->content(), u"hello"_s);
+        QVERIFY(!makeMessageItem(message(1, 7, ""), opened, 1, nullptr));
+        QVERIFY(!makeMessageItem(message(1, 7, "hello"), nullptr, 1, nullptr));
+
+        // Those that are to be asked for are combined messages all the same, inside others, too.
+        im::Message outer;
+        im::Message *inner = outer.add_combined_messages();
+        inner->set_type(im::Message::COMBINED_MESSAGES);
+        inner->set_total_combined_messages(5);
+        const auto combined = makeMessageItem(outer, opened, 1, nullptr).objectCast<CombinedItem>();
+        const auto alone = makeMessageItem(*inner, opened, 1, nullptr).objectCast<CombinedItem>();
+        QVERIFY(combined && alone);
+        QCOMPARE(alone->total(), 5);
+        QCOMPARE(combined->entries().at(0).contentItem()->property("total"), 5);
     }
 
     void combinedMessagesAreLimited()

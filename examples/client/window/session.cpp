@@ -6,6 +6,7 @@
 #include "client/messagegroup.h"
 #include "client/window/content/contentformat.h"
 #include "content/items/combineditem.h"
+#include "content/items/filegroupitem.h"
 #include "content/items/systemitem.h"
 #include "feeds/feed.h"
 #include "feeds/markup.h"
@@ -226,6 +227,8 @@ void Session::receive(const im::Message &record)
     const auto item = make({message});
     if (item && item->type() == ContentItem::System)
         message.sender = 0; // a line that nobody wrote
+    if (!item || !FileGroupItem::canHold(*item))
+        message.group = 0; // has a line of its own, whatever it was sent with
     // What is shown as one is measured when it is shown.
     if (message.group == 0) {
         message.measure = measure();

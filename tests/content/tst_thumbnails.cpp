@@ -1,0 +1,159 @@
+#include "account/threadmanager.h"
+#include "base/json.h"
+#include "content/contentfactory.h"
+#include "content/filedata.h"
+#include "content/items/musicitem.h"
+#include "content/items/outgoingfile.h"
+#include "settings/appdirmanager.h"
+#include "support/fakeaccount.h"
+#include "support/signallog.h"
+
+#include <QDir>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QThreadPool>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+/// Removes what was made to be shown, as clearing a cache does. How many files there were.
+int clearImages(const FakeAccount &account)
+{
+    QDir images(account.userCacheDataPath() + u"image"_s);
+    const QStringList names = images.entryList(QDir::Files);
+    for (const QString &name : names)
+        images.remove(name);
+    return int(names.size());
+}
+
+} // namespace
+
+/// The images that items make from their files, to be shown in their place.
+class TestThumbnails : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        AppDirManager::instance()->updateCacheDataDir(m_media.path() + u'/', {});
+        ThreadManager::getInstance()->init();
+    }
+    void cleanupTestCase() { ThreadManager::getInstance()->quitAll(); }
+
+    void coversAreFoundAgain()
+    {
+        FakeAccount account;
+        account.setAccountId(7);
+        const auto item = QSharedPointer<MusicItem>::create(1, &account);
+        item->setSourceFile(downloaded(u"morning.mp3"_s, u"song"_s));
+        const auto look = [](MusicItem &music) {
+            music.audioInfo();
+            ThreadManager::getInstance()->threadPool()->waitForDone();
+            QCoreApplication::processEvents();
+        };
+        look(*item);
+        const auto cover = item->thumbnailFile();
+        QVERIFY(cover && cover->exists());
+        QCOMPARE(cover->fileId(), u"Msong"_s);
+        const QString path = cover->BaseFile::filePath();
+        const QByteArray stored = mapToJson(serializeContent(item));
+
+        // A cover that is there is left alone.
+        SignalLog log{{item.data(), cover.data()}};
+        look(*item);
+        QCOMPARE(log.take(), QString());
+
+        QCOMPARE(clearImages(account), 1);
+        look(*item);
+        QCOMPARE(item->thumbnailFile(), cover);
+        QCOMPARE(cover->BaseFile::filePath(), path);
+        QVERIFY(cover->fileExist() && QFile::exists(path));
+
+        // Nor does it matter whether the item has been stored meanwhile.
+        QCOMPARE(clearImages(account), 1);
+        FakeAccount next;
+        next.setAccountId(7);
+        const auto again =
+            makeContentItem(stored.toStdString(), 1, 1, &next).staticCast<MusicItem>();
+        QVERIFY(again->thumbnailFile() && !again->thumbnailFile()->exists());
+        look(*again);
+        QVERIFY(again->thumbnailFile()->exists());
+    }
+
+    void theEndIsTold_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<ContentItem::Type>("type");
+        QTest::addColumn<bool>("isSent");
+        for (const bool isSent : {true, false}) {
+            const char *where = isSent ? "sent" : "received";
+            QTest::addRow("picture, %s", where) << u"lake.jpg"_s << ContentItem::Image << isSent;
+            QTest::addRow("video, %s", where) << u"sunrise.mp4"_s << ContentItem::Video << isSent;
+            QTest::addRow("music, %s", where) << u"morning.mp3"_s << ContentItem::Music << isSent;
+            QTest::addRow("file, %s", where) << u"receipt.png"_s << ContentItem::File << isSent;
+        }
+    }
+    /// True is said of an image that is there, whatever happens while it is made and afterwards.
+    void theEndIsTold()
+    {
+        QFETCH(QString, file);
+        QFETCH(ContentItem::Type, type);
+        QFETCH(bool, isSent);
+        FakeAccount account;
+        account.setAccountId(8);
+        clearImages(account);
+
+        const auto item = makeOutgoingFile(media(file), type, 1, &account);
+        QVERIFY(item);
+        if (!isSent)
+            item->sourceFile()->setFileState(BaseFile::Downloaded);
+        QSignalSpy captured(item.data(), &FileItem::thumbnailCaptured);
+        const auto last = [&captured] { return captured.takeLast().at(0).toBool(); };
+
+        // The image is lost before the item hears of it.
+        ThreadManager::getInstance()->threadPool()->waitForDone();
+        QCOMPARE(clearImages(account), 1);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"no file that can be read"_s));
+        QTRY_COMPARE(captured.size(), 1);
+        QVERIFY(!last());
+        QVERIFY(!item->thumbnailFile());
+        QVERIFY(item->thumbNail().isEmpty());
+
+        item->captureThumbnail();
+        QTRY_COMPARE(captured.size(), 1);
+        QVERIFY(last());
+        QVERIFY(item->thumbnailFile()->exists());
+        QCOMPARE(item->hasThumbBytes(), isSent);
+
+        // It is made once; once more when it was made to be shown here and is lost. What is to be
+        // sent stays what it was.
+        item->captureThumbnail();
+        QVERIFY(!last());
+        QCOMPARE(clearImages(account), 1);
+        item->captureThumbnail();
+        QTRY_COMPARE(captured.size(), 1);
+        QCOMPARE(last(), !isSent);
+        QCOMPARE(item->thumbnailFile()->exists(), !isSent);
+    }
+
+private:
+    QTemporaryDir m_media; // where the accounts have their media
+
+    QString media(const QString &name) const { return QStringLiteral(MEDIA) + name; }
+
+    /// The record of a file that was received and lies on this device.
+    QSharedPointer<FileData> downloaded(const QString &name, const QString &id) const
+    {
+        BaseFile base(id);
+        base.setFilePath(media(name));
+        base.setFileState(BaseFile::Downloaded);
+        return QSharedPointer<FileData>::create(&base);
+    }
+};
+
+QTEST_MAIN(TestThumbnails)
+#include "tst_thumbnails.moc"
