@@ -9,6 +9,12 @@ Item {
     /// Pixels that a message may take.
     readonly property real messageWidth: Math.min(maxWidth, AccountManager.maxMsgItemWidth)
 
+    /// Pixels that what a file shows is wide, without its caption.
+    readonly property real mediaWidth: {
+        void item?.contentWidth // anew when the item was measured anew
+        return (item as FileItem)?.mediaSize(maxWidth, false).width ?? 0
+    }
+
     /// Texts of more lines are shown elided to that many; 0: never. As it was given for measuring.
     property int maxRowCount: 0
 

@@ -7,9 +7,6 @@ ContentPart {
     id: view
 
     readonly property FileItem file: item as FileItem
-    // Anew when the item was measured anew.
-    readonly property real mediaWidth: item?.contentWidth
-                                       ? file?.mediaSize(maxWidth, false).width ?? 0 : 0
     readonly property FolderItem folder: item as FolderItem
     readonly property bool hasImage: file?.fileType === FileItem.PictureFile
                                      || file?.fileType === FileItem.VideoFile

@@ -8,9 +8,6 @@ ContentPart {
     id: view
 
     readonly property LocationItem location: item as LocationItem
-    // Anew when the item was measured anew.
-    readonly property real mediaWidth: item?.contentWidth
-                                       ? location?.mediaSize(maxWidth, false).width ?? 0 : 0
     readonly property size mapSize: location?.mapSize(maxWidth, false) ?? Qt.size(0, 0)
 
     Rectangle {

@@ -6,9 +6,6 @@ ContentPart {
     id: view
 
     readonly property FileItem media: item as FileItem
-    // Anew when the item was measured anew.
-    readonly property real mediaWidth: item?.contentWidth
-                                       ? media?.mediaSize(maxWidth, false).width ?? 0 : 0
 
     MediaBox {
         item: view.media

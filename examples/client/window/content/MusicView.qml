@@ -7,9 +7,6 @@ ContentPart {
     id: view
 
     readonly property MusicItem music: item as MusicItem
-    // Anew when the item was measured anew.
-    readonly property real mediaWidth: item?.contentWidth
-                                       ? music?.mediaSize(maxWidth, false).width ?? 0 : 0
 
     Item {
         id: row

@@ -7,9 +7,6 @@ ContentPart {
     id: view
 
     readonly property VoiceItem voice: item as VoiceItem
-    // Anew when the item was measured anew.
-    readonly property real mediaWidth: item?.contentWidth
-                                       ? voice?.mediaSize(maxWidth, false).width ?? 0 : 0
 
     Item {
         id: bar
