@@ -1,6 +1,8 @@
 #include "client/application.h"
 
 #include <QColor>
+#include <QFont>
+#include <QFontInfo>
 #include <QLocale>
 #include <QLoggingCategory>
 #include <QStringList>
@@ -10,6 +12,11 @@ Application::Application(int &argc, char **argv) : QGuiApplication(argc, argv)
     // They name the application data directory.
     setOrganizationName(QStringLiteral("modelbase"));
     setApplicationName(QStringLiteral("modelbase-client"));
+
+    // Otherwise Qt takes some emoji from fonts that have them black and white.
+    QFont shown = font();
+    shown.setFamilies({QFontInfo(shown).family(), QStringLiteral("Noto Color Emoji")});
+    setFont(shown);
 
     // The library's steps are in the log; the terminal shows its warnings.
     QLoggingCategory::setFilterRules(QStringLiteral("im.*.debug=false"));
