@@ -44,6 +44,7 @@ namespace
 {
 
 constexpr int busyTimeoutMs = 2000;
+constexpr qint64 headerBytes = 100; // SQLite's file format, section 1.3
 
 /// Describes the exception that is being handled; never empty.
 QString currentReason()
@@ -106,6 +107,10 @@ std::unique_ptr<SQLite::Database> connect(const QString &filePath, const SchemaS
     auto connection = std::make_unique<SQLite::Database>(
         filePath.toStdString(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX, busyTimeoutMs);
     try {
+        // SQLite fills up what is missing of a header, its version too.
+        const qint64 bytes = QFileInfo(filePath).size();
+        if (bytes > 0 && bytes < headerBytes)
+            throw SQLite::Exception("it ends inside its header", SQLITE_NOTADB);
         // Before anything that could write: a newer version's file is left as it is.
         const int version = connection->execAndGet("PRAGMA user_version").getInt();
         if (version < 0 || version > current) {

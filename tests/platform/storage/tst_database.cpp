@@ -152,6 +152,7 @@ private Q_SLOTS:
         row("a short text", 0, [](auto &bytes) { bytes = "not a database"; });
         row("cut in the middle", rowCount / 3, [](auto &bytes) { bytes.truncate(bytes.size() / pageSize / 2 * pageSize); });
         row("cut inside a page", rowCount - rowsInPage, [](auto &bytes) { bytes.chop(pageSize / 2); }, 1);
+        row("cut inside the version", 0, [](auto &bytes) { bytes.truncate(60); bytes += QByteArrayView("\0\x20", 2); });
         row("first page lost", rowCount, [](auto &bytes) { scratchPage(bytes, 0); });
         row("header lost", rowCount, [](auto &bytes) { bytes.replace(0, 100, QByteArray(100, 0)); });
         row("format of the schema lost", rowCount, [](auto &bytes) { bytes.replace(44, 4, QByteArray(4, '\xff')); });
