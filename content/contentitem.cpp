@@ -3,6 +3,7 @@
 #include "base/drawabletextbase.h"
 #include "base/drawabletextutil.h"
 #include "base/json.h"
+#include "base/storedvalue.h"
 #include "base/util.h"
 #include "content/contentmetrics.h"
 #include "content/modelbaseutil.h"
@@ -107,7 +108,7 @@ ContentItem::ContentItem(const QMap<QString, QVariant> &map, int source, Account
 {
     m_type = ModelBaseUtil::messageTypeStrToInt(map.value(QStringLiteral("type")).toString());
     m_content = map.value(QStringLiteral("content")).toString();
-    setExtra(&Extra::effect, map.value(QStringLiteral("effect")).toInt());
+    setExtra(&Extra::effect, StoredValue::toInt32(map.value(QStringLiteral("effect"))));
 
     UserTextBlocks entities;
     if (const auto blocks = map.constFind(QStringLiteral("entity")); blocks != map.constEnd()) {
@@ -223,7 +224,7 @@ void ContentItem::deserialize(const QMap<QString, QVariant> &map)
 {
     update(map.value(QStringLiteral("content")).toString(),
            deserializeEnities(map.value(QStringLiteral("entity")).toList()),
-           map.value(QStringLiteral("effect")).toInt());
+           StoredValue::toInt32(map.value(QStringLiteral("effect"))));
     setRemainder(Remainder::fromVariant(map.value(remainderKey()), m_type));
 }
 

@@ -7,6 +7,20 @@
 #include <QLoggingCategory>
 #include <QStringList>
 
+namespace
+{
+
+QtMessageHandler printMessage = nullptr;
+
+/// Qt tells of every script that a font does not have, and takes the next font for it.
+void print(QtMsgType type, const QMessageLogContext &context, const QString &text)
+{
+    if (!text.startsWith(QStringLiteral("  OpenType support missing")))
+        printMessage(type, context, text);
+}
+
+} // namespace
+
 Application::Application(int &argc, char **argv) : QGuiApplication(argc, argv)
 {
     // They name the application data directory.
@@ -17,6 +31,7 @@ Application::Application(int &argc, char **argv) : QGuiApplication(argc, argv)
     QFont shown = font();
     shown.setFamilies({QFontInfo(shown).family(), QStringLiteral("Noto Color Emoji")});
     setFont(shown);
+    printMessage = qInstallMessageHandler(print);
 
     // The library's steps are in the log; the terminal shows its warnings.
     QLoggingCategory::setFilterRules(QStringLiteral("im.*.debug=false"));

@@ -6,6 +6,8 @@
 #include "support/contents.h"
 #include "support/fuzzing.h"
 
+#include <algorithm>
+
 using fuzzing::check;
 using fuzzing::recordOf;
 
@@ -14,6 +16,15 @@ namespace
 
 using Make = QSharedPointer<ContentItem>(const std::string &, int, int, AccountBase *);
 
+/// The stored form knows none; the protocol has none.
+bool hasEffectBelowZero(const ContentItem &item)
+{
+    const auto inner = item.innerItems();
+    return item.effect() < 0 || std::any_of(inner.begin(), inner.end(), [](const auto &content) {
+               return hasEffectBelowZero(*content);
+           });
+}
+
 void roundTrip(Make *make, const std::string &json)
 {
     AccountBase *account = fuzzing::accountOfInput();
@@ -21,8 +32,8 @@ void roundTrip(Make *make, const std::string &json)
     if (!item)
         return;
     fuzzing::look(item);
-    if (item->effect() < 0)
-        return; // the stored form knows no effects below zero; the protocol has none
+    if (hasEffectBelowZero(*item))
+        return;
     const std::string record = recordOf(item);
     const QByteArray stored = mapToJson(serializeContent(item));
     const auto again = make(stored.toStdString(), 1, 1, account);

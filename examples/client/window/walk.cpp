@@ -3,6 +3,7 @@
 #include "account/accountmanager.h"
 #include "client/applock.h"
 #include "client/describe.h"
+#include "client/window/content/misfits.h"
 #include "client/window/feedplayer.h"
 #include "client/window/messenger.h"
 #include "content/modelbaseutil.h"
@@ -308,6 +309,9 @@ void Walk::picture(const QString &name, const QString &text)
     const QString file = QStringLiteral("%1-%2.png").arg(++m_stops, 2, 10, QChar(u'0')).arg(name);
     const bool saved = m_window->grabWindow().save(m_directory.filePath(file));
     m_ok = m_ok && saved;
+    const QStringList misfits = findMisfits(*m_window->contentItem());
+    for (const QString &misfit : misfits)
+        m_transcript.append(QStringLiteral("DOES NOT FIT: ") + misfit);
     m_transcript.append(file + QStringLiteral(": ") + text
                         + (saved ? QString() : QStringLiteral(" (NO PICTURE)")));
 }

@@ -11,6 +11,7 @@
 #include "client/modellayer.h"
 #include "client/scriptedserver.h"
 #include "client/window/content/contentformat.h"
+#include "client/window/content/misfits.h"
 #include "content/contentitem.h"
 #include "content/items/combineditem.h"
 #include "feeds/feed.h"
@@ -162,6 +163,8 @@ public:
         grab(page, name);
         m_page = 0;
     }
+    /// What did not fit, a line each.
+    const QStringList &misfits() const { return m_misfits; }
 
 private:
     void grab(const QObjectList &page, const QString &name)
@@ -173,10 +176,12 @@ private:
         if (!m_view.grabWindow().save(path))
             throw ClientError(BadData, QStringLiteral("%1 cannot be written.").arg(path));
         QTextStream(stdout) << path << '\n';
+        m_misfits += findMisfits(*m_view.rootObject());
     }
 
     QQuickView m_view;
     QDir m_directory;
+    QStringList m_misfits;
     int m_page = 0;
 };
 
@@ -201,6 +206,7 @@ void run(const QStringList &arguments)
         items += contentsOf(feed, account);
 
     Gallery gallery(directory);
+    Contents::settle();
     measure(items);
     for (const bool dark : {false, true}) {
         settings->setDarkMode(dark, false);
@@ -209,6 +215,9 @@ void run(const QStringList &arguments)
     settings->setThemeFontSize(20, false);
     measure(items);
     gallery.show(items, QStringLiteral("large"));
+    if (!gallery.misfits().isEmpty())
+        throw ClientError(
+            BadData, QStringLiteral("These texts do not fit:\n") + gallery.misfits().join(u'\n'));
 }
 
 } // namespace
