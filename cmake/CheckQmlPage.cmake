@@ -1,11 +1,12 @@
 cmake_minimum_required(VERSION 3.25)
 # cmake -DTYPES=<.qmltypes> -DPAGE=<page> -P CheckQmlPage.cmake: fails where a type of the QML module
 # is not on its page.
-file(STRINGS ${TYPES} exports REGEX "exports: ")
+file(READ ${TYPES} types)
 file(READ ${PAGE} page)
+string(REGEX MATCHALL "\"im\\.modelbase/[A-Za-z0-9]+" exports "${types}")
 set(missing "")
-foreach(line IN LISTS exports)
-    string(REGEX REPLACE ".*/([A-Za-z]+) .*" "\\1" type "${line}")
+foreach(export IN LISTS exports)
+    string(REGEX REPLACE ".*/" "" type "${export}")
     if(NOT page MATCHES "`${type}`")
         string(APPEND missing " ${type}")
     endif()

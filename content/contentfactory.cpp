@@ -261,6 +261,12 @@ ItemPointer restoreContent(const ItemMap &map, int source, AccountBase *account)
         for (const QVariant &member : list)
             members.append(
                 makeContentItem({{contentKey(), QVariantList{member}}}, source, account));
+        const auto canHold = [](const ItemPointer &item) {
+            return item && FileGroupItem::canHold(*item);
+        };
+        // One that cannot be read any more does not take the others along.
+        if (std::any_of(members.cbegin(), members.cend(), canHold))
+            members.removeIf([canHold](const ItemPointer &item) { return !canHold(item); });
         const auto group = makeGroupItem(members, source, account);
         return group ? group : members.first();
     }

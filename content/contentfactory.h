@@ -74,8 +74,9 @@ MODELBASE_EXPORT QMap<QString, QVariant> serializeContent(const QSharedPointer<C
 /// Appends the item's stored maps to `list`.
 MODELBASE_EXPORT void serializes(const QSharedPointer<ContentItem> &item, QList<QVariant> &list);
 /// From the stored form, whatever item it is of: as makeContentItem(), and combined messages, and
-/// groups. Several maps are the members of a group and come back as makeGroupItem() makes one, where
-/// it makes none as the first of them. A group of one comes back as its member.
+/// groups. Several maps are the members of a group; what no group can hold is left out. A group of
+/// one comes back as its member, and where no member is of any group, as the first map's item.
+/// `version` as with makeContentItem(): above 1 `bytes` are a body, and nothing was stored as a map.
 MODELBASE_EXPORT QSharedPointer<ContentItem> restoreContent(const std::string &bytes, int version,
                                                             int source, AccountBase *account);
 MODELBASE_EXPORT QSharedPointer<ContentItem> restoreContent(const QMap<QString, QVariant> &map,

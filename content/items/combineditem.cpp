@@ -13,6 +13,7 @@
 #include <QLoggingCategory>
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {
@@ -91,7 +92,7 @@ void CombinedItem::setMessage(const im::Message &message, const Opener &open)
 void CombinedItem::read(const im::Message &message, const Opener &open)
 {
     const Nesting nesting;
-    clear();
+    const auto before = clear();
     for (const im::Message &inner : message.combined_messages()) {
         if (!Nesting::take())
             break;
@@ -113,10 +114,11 @@ void CombinedItem::read(const im::Message &message, const Opener &open)
     m_total = std::max(message.total_combined_messages(), message.combined_messages_size());
 }
 
-void CombinedItem::clear()
+/// What there was: the end of an item may run scripts, which are to find this one whole.
+QList<QSharedPointer<ContentItem>> CombinedItem::clear()
 {
     m_entries.clear();
-    m_contents.clear();
+    return std::exchange(m_contents, {});
 }
 
 void CombinedItem::hold(CombinedEntry &entry, const QSharedPointer<ContentItem> &content)
@@ -213,7 +215,7 @@ void CombinedItem::deserialize(const QMap<QString, QVariant> &map)
 void CombinedItem::read(const QMap<QString, QVariant> &map)
 {
     const Nesting nesting;
-    clear();
+    const auto before = clear();
     const QVariantList entries = map.value(QStringLiteral("entries")).toList();
     for (const QVariant &element : entries) {
         if (!Nesting::take())

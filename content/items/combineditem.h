@@ -97,7 +97,7 @@ private:
     QVariantList entryVariants() const;
     void read(const im::Message &message, const Opener &open);
     void read(const QMap<QString, QVariant> &map);
-    void clear();
+    QList<QSharedPointer<ContentItem>> clear();
     void hold(CombinedEntry &entry, const QSharedPointer<ContentItem> &content);
 
     QPointer<AccountBase> m_account;

@@ -157,7 +157,8 @@ protected:
     QSharedPointer<FileData> updated(const QSharedPointer<FileData> &held,
                                      const im::content::FileInfo &said) const;
     /// Whether there is a thumbnail to be made: none is there, or one that was made here and whose
-    /// image has gone since, as from a cache that was cleared. Looks at the disk.
+    /// image has gone since, as from a cache that was cleared. Looks at the disk, and the record
+    /// of an image that has gone learns of it (FileData::exists()).
     bool lacksThumbnail() const;
     /// Whether the thumbnail goes along with the message: not one that was made here to be shown
     /// here.

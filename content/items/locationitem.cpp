@@ -147,6 +147,7 @@ bool LocationItem::setMapImage(const QString &path)
         return false;
     }
     const auto image = localThumbnail(path);
+    m_isMapWanted = m_isMapWanted && !image;
     if (image)
         setThumbnailFile(image);
     return image != nullptr;

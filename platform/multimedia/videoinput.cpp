@@ -135,16 +135,20 @@ bool VideoInput::decodeFirst(AVStream *stream, AVCodecContext *decoder)
     const std::unique_ptr<AVFrame, Freed> frame(av_frame_alloc());
     if (!packet || !frame)
         return false;
-    while (av_read_frame(m_format, packet.get()) >= 0) {
+    bool isHalf = false; // an interlaced frame is shown together with the next one
+    while (!m_deadline.hasExpired() && av_read_frame(m_format, packet.get()) >= 0) {
         const bool wanted = packet->stream_index == stream->index;
         const int sent = wanted ? avcodec_send_packet(decoder, packet.get()) : 0;
         av_packet_unref(packet.get());
         if (sent < 0)
             return false;
-        if (wanted && avcodec_receive_frame(decoder, frame.get()) == 0)
+        if (!wanted || avcodec_receive_frame(decoder, frame.get()) != 0)
+            continue;
+        if (isHalf || !frame->interlaced_frame)
             return true;
+        isHalf = true;
     }
-    return false;
+    return isHalf;
 }
 
 qint64 VideoInput::duration() const

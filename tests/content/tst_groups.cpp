@@ -231,7 +231,7 @@ private Q_SLOTS:
     {
         using Types = QList<qint32>; // 0: a message without a content that can be shown
         QTest::addColumn<Types>("types");
-        QTest::addColumn<qint32>("group"); // 0: none
+        QTest::addColumn<qint32>("group"); // 0: none, -1: none, with a warning
         using enum ContentItem::Type;
         QTest::addRow("album") << Types{Image, Video, Image} << qint32(MediaGroup);
         QTest::addRow("files") << Types{Voice, Folder, Music, File} << qint32(FileGroup);
@@ -294,6 +294,11 @@ private Q_SLOTS:
                                           1, 1, nullptr);
         QVERIFY(texts && texts->content() == u"a"_s);
         QVERIFY(!restoreContent(QMap<QString, QVariant>(), 1, nullptr));
+        const auto damaged = restoreContent(
+            R"({"content":[7,{"type":"image"},{"type":"nothing known"},{"type":"video"}]})", 1, 1,
+            nullptr);
+        QCOMPARE(damaged->type(), ContentItem::MediaGroup);
+        QCOMPARE(damaged->innerItems().size(), 2);
     }
 
     void filesStandInRows()

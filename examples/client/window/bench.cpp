@@ -156,8 +156,10 @@ int bench::open(QQuickWindow *window, Session *session)
     FrameClock clock(window);
     double time = milliseconds([&] { session->open(dialog); });
     time += clock.frame();
-    QTextStream(stdout) << view->property("last").toInt() - view->property("first").toInt() + 1
-                        << ' ' << time << '\n';
+    const int first = view->property("first").toInt();
+    if (first < 0)
+        return 1;
+    QTextStream(stdout) << view->property("last").toInt() - first + 1 << ' ' << time << '\n';
     return 0;
 }
 
@@ -179,7 +181,8 @@ int bench::contents(Session *session, int rows)
 int bench::scroll(QQuickWindow *window, Session *session)
 {
     const auto [view, small] = find(window, session, smallDialog);
-    if (!view)
+    ClientDialog *large = find(window, session, longDialog).second;
+    if (!small || !large)
         return 1;
     QTextStream out(stdout);
     FrameClock clock(window);
@@ -188,7 +191,7 @@ int bench::scroll(QQuickWindow *window, Session *session)
     passUntilComplete(model);
     scrollTo(view, clock, 0);
     // Now every kind was seen, but not what follows.
-    double opening = milliseconds([&] { session->open(find(window, session, longDialog).second); });
+    double opening = milliseconds([&] { session->open(large); });
     opening += clock.frame();
     out << QStringLiteral("another dialog, when every kind was seen before: %1 ms\n")
                .arg(opening, 0, 'f', 1);

@@ -109,6 +109,8 @@ int run(Application &app)
         return bench::open(window, messenger.session());
     if (step == QStringLiteral("scroll"))
         return bench::scroll(window, messenger.session());
+    if (parser.isSet(benchmark))
+        throw ClientError(WrongUsage, QStringLiteral("There is no step \"%1\".").arg(step));
     if (parser.isSet(walk)) {
         Walk steps(window, &player, parser.value(walk));
         return steps.run();

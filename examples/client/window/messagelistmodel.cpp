@@ -37,6 +37,9 @@ QStringList describe(const im::MessageReaction &record)
 
 MessageListModel::MessageListModel(Session *session) : m_session(session), m_items(heldItems)
 {
+    m_farewell.setSingleShot(true);
+    m_farewell.setInterval(farewellTime);
+    connect(&m_farewell, &QTimer::timeout, this, [this] { m_leaving.clear(); });
     m_background.setInterval(8);
     connect(&m_background, &QTimer::timeout, this, [this] {
         if (!m_complete)
@@ -160,7 +163,7 @@ void MessageListModel::append(const MessagePlace &place, const QSharedPointer<Co
     if (!m_rows.empty() && place.group != 0 && m_rows.back().group == place.group) {
         // One more of those that were sent together: the row is another one now.
         const int row = count() - 1;
-        m_items.remove(m_rows.back().number);
+        letGo(m_rows.back().number);
         m_rows.back().last = place.number;
         m_rows.back().measure = {};
         this->item(row);
@@ -175,6 +178,8 @@ void MessageListModel::append(const MessagePlace &place, const QSharedPointer<Co
         hold(place.number, item);
     addUp(row);
     endInsertRows();
+    if (item && isStale(m_rows.back()))
+        resize(place.number, item.data());
     Q_EMIT heightsChanged();
 }
 
@@ -356,12 +361,17 @@ ContentItem *MessageListModel::item(int index)
 /// Not before the views have turned to other items: each would have nothing to show in between.
 void MessageListModel::letGo()
 {
-    QList<QSharedPointer<ContentItem>> items;
     const auto numbers = m_items.keys();
     for (const qint64 number : numbers)
-        items.append(*m_items.object(number));
-    m_items.clear();
-    QTimer::singleShot(farewellTime, this, [items] {});
+        letGo(number);
+}
+
+void MessageListModel::letGo(qint64 number)
+{
+    if (const auto *item = m_items.object(number))
+        m_leaving.append(*item);
+    m_items.remove(number);
+    m_farewell.start();
 }
 
 void MessageListModel::hold(qint64 number, const QSharedPointer<ContentItem> &item)

@@ -114,12 +114,12 @@ public:
     Q_INVOKABLE double offsetOf(int row) const;
     Q_INVOKABLE double heightOf(int row) const { return offsetOf(row + 1) - offsetOf(row); }
     /// The row at so many pixels; the first or the last one outside.
-    Q_INVOKABLE int rowAt(double y) const;
+    int rowAt(double y) const;
     /// Its mentions and reactions are seen, when the row is.
-    Q_INVOKABLE void seen(int row);
+    void seen(int row);
 
     /// How many contents were made and measured, ever.
-    Q_INVOKABLE int itemsMade() const { return m_itemsMade; }
+    int itemsMade() const { return m_itemsMade; }
 
 Q_SIGNALS:
     void heightsChanged();
@@ -143,6 +143,7 @@ private:
     QSharedPointer<ContentItem> make(const Row &row);
     ContentItem *item(int row);
     void letGo();
+    void letGo(qint64 number);
     void hold(qint64 number, const QSharedPointer<ContentItem> &item);
     void resize(qint64 number, const ContentItem *item);
     void applySizes();
@@ -159,6 +160,8 @@ private:
     QHash<int, QStringList> m_reactions;
     QHash<qint64, QSize> m_newSizes;                     // by number; not applied yet
     QCache<qint64, QSharedPointer<ContentItem>> m_items; // by number
+    QList<QSharedPointer<ContentItem>> m_leaving;        // until views show others
+    QTimer m_farewell;
     QTimer m_background;
     int m_nextStale = -1; // rows up to this one may be stale
     Measure m_measure;    // what is not stale was measured so

@@ -2,9 +2,6 @@
 
 #include "imlog/imlog.h"
 
-#include <QQmlContext>
-#include <QQmlEngine>
-
 #include <utility>
 
 MessageRows::MessageRows(QQuickItem *parent) : QQuickItem(parent) { }
@@ -68,7 +65,8 @@ void MessageRows::updatePolish()
             shown = m_shown.erase(shown);
         }
     }
-    for (int row = first; hasRows && row <= last && show(row); ++row) { }
+    for (int row = first; hasRows && row <= last; ++row)
+        show(row);
     if (m_first != first || m_last != last) {
         m_first = first;
         m_last = last;
@@ -76,8 +74,7 @@ void MessageRows::updatePolish()
     }
 }
 
-/// False when there is no bubble for it.
-bool MessageRows::show(int row)
+void MessageRows::show(int row)
 {
     const MessageRow message = m_model->at(row);
     const int kind = message.item ? message.item->type() : -1;
@@ -93,18 +90,17 @@ bool MessageRows::show(int row)
     Bubble &bubble = shown->second;
     if (!bubble.item) {
         m_shown.erase(shown);
-        return false;
+        return;
     }
     if (bubble.message != message) {
         bubble.message = message;
         bubble.item->setProperty("message", QVariant::fromValue(message));
-        if (message.mentionsMe || !message.reactions.isEmpty())
-            m_model->seen(row);
     }
+    if (message.mentionsMe || !message.reactions.isEmpty())
+        m_model->seen(row);
     bubble.item->setPosition({0, m_model->offsetOf(row)});
     bubble.item->setSize({width(), m_model->heightOf(row)});
     bubble.item->setVisible(true);
-    return true;
 }
 
 /// One that waits, or a new one.
@@ -125,6 +121,7 @@ MessageRows::Bubble MessageRows::take(int kind, const MessageRow &message)
         delete made;
         if (m_bubble)
             ImLog::error(m_bubble->errorString());
+        m_bubble = nullptr; // the next one would not come to be either
         return {nullptr, kind, {}};
     }
     item->setParent(this);

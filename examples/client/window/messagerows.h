@@ -20,7 +20,7 @@ class MessageRows : public QQuickItem
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(MessageListModel *model READ model WRITE setModel NOTIFY modelChanged)
-    /// Makes a bubble: an Item with a property `message` of the type messageRow.
+    /// Makes a bubble: an Item with a property `message` of the type messageRow. Set once.
     Q_PROPERTY(QQmlComponent *bubble MEMBER m_bubble NOTIFY bubbleChanged)
     /// The first pixel in view, and how many are.
     Q_PROPERTY(double viewTop MEMBER m_viewTop WRITE setViewTop NOTIFY viewChanged)
@@ -59,7 +59,7 @@ private:
 
     Bubble take(int kind, const MessageRow &message);
     void park(const Bubble &bubble);
-    bool show(int row);
+    void show(int row);
 
     QPointer<MessageListModel> m_model;
     QPointer<QQmlComponent> m_bubble;

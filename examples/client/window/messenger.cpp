@@ -87,7 +87,7 @@ void Messenger::remove(AccountBase *account)
 {
     Session *session = m_sessions.take(account);
     Q_EMIT sessionChanged();
-    // The views that showed it go first; they are to be deleted later already.
+    // What showed its dialogs goes first; it is to be deleted later already.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     delete session;
 }

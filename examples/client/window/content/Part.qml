@@ -16,8 +16,9 @@ Item {
     signal expanded
     signal voted(option: int)
 
+    // An item may go before another one of the same kind comes; until then its view stays, empty.
     function refresh() {
-        if (visible && viewName !== loader.viewName)
+        if (visible && viewName !== loader.viewName && (item || !loader.shown))
             load()
     }
     // By name: views of groups show parts themselves.
@@ -27,14 +28,13 @@ Item {
                          { item: item, maxWidth: maxWidth, maxRowCount: maxRowCount })
     }
 
-    // While nobody sees it, it may lose its item, and get another one of the same kind.
     onViewNameChanged: refresh()
     onVisibleChanged: refresh()
     onItemChanged: {
         if (loader.shown)
             loader.shown.item = item
     }
-    Component.onCompleted: load()
+    Component.onCompleted: refresh()
 
     Loader {
         id: loader

@@ -27,7 +27,7 @@ QtObject {
         [ContentItem.MediaGroup]: "MediaGroupView",
         [ContentItem.FileGroup]: "FileGroupView",
     })
-    property list<Component> prepared
+    property var prepared: [] // a list of Components would not keep them
 
     /// By its type's name, without the ending.
     function nameOf(type: int): string {
