@@ -7,13 +7,17 @@
 #include "client/window/feedplayer.h"
 #include "client/window/longhistory.h"
 #include "client/window/messagelistmodel.h"
+#include "client/window/messagerows.h"
 #include "client/window/session.h"
 #include "settings/appsettingmodel.h"
 
 #include <QAbstractItemModelTester>
+#include <QQmlComponent>
+#include <QQmlEngine>
 #include <QSignalSpy>
 #include <QTest>
 
+#include <algorithm>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -200,6 +204,73 @@ private Q_SLOTS:
         QCOMPARE(jumps.takeFirst().first().toInt(), 0);
         QCOMPARE(model.at(0).messageId, 1);
         QVERIFY(!model.at(-1).valid && !model.at(model.count()).valid);
+    }
+
+    /// Older rows come in, messages arrive and are put together, the dialog is changed: in view
+    /// there is one bubble for each row, in its place, with its message.
+    void bubblesStandWhereTheirRowsAre()
+    {
+        Session session(m_account, media);
+        MessageListModel &model = *session.messages();
+        QQmlEngine engine;
+        QQmlComponent bubble(&engine);
+        bubble.setData("import QtQuick\nItem { property var message }", {});
+        MessageRows rows;
+        rows.setSize({500, 0});
+        rows.setProperty("bubble", QVariant::fromValue(&bubble));
+        rows.setModel(&model);
+        rows.setViewHeight(600);
+        int made = 0;
+        const auto verify = [&](double top) {
+            rows.setViewTop(top);
+            rows.ensurePolished();
+            QList<QQuickItem *> shown = rows.childItems();
+            made = std::max(made, int(shown.size()));
+            shown.removeIf([](const QQuickItem *item) { return !item->isVisible(); });
+            std::sort(shown.begin(), shown.end(),
+                      [](const auto *one, const auto *other) { return one->y() < other->y(); });
+            QCOMPARE(rows.first(), model.rowAt(top));
+            QCOMPARE(rows.last(), model.rowAt(top + 599));
+            QCOMPARE(shown.size(), rows.last() - rows.first() + 1);
+            for (int row = rows.first(); row <= rows.last(); ++row) {
+                const QQuickItem *item = shown.at(row - rows.first());
+                QCOMPARE(item->position(), QPointF(0, model.offsetOf(row)));
+                QCOMPARE(item->size(), QSizeF(500, model.heightOf(row)));
+                const auto message = item->property("message").value<MessageRow>();
+                QVERIFY(message == model.at(row) && (!message.item || message.item->type() > 0));
+            }
+        };
+        const auto verifyAll = [&] {
+            for (const double top : {0.0, model.totalHeight() / 3, model.totalHeight() - 600}) {
+                verify(top);
+                if (QTest::currentTestFailed())
+                    return;
+            }
+        };
+        session.open(session.dialogs()->find(u"G-7999"_s));
+        verifyAll();
+        QTRY_VERIFY(model.isComplete());
+        verifyAll();
+        made = 0;
+        for (double top = 0; top < 20'000; top += 540)
+            verify(top);
+        const int before = made;
+        for (double top = 20'000; top > 0; top -= 540)
+            verify(top);
+        QCOMPARE(made, before); // those that left the view were used again
+
+        AppSettingModel::instance()->setThemeFontSize(19);
+        verifyAll();
+        QTest::qWait(300); // what was shown in the other size has gone
+        verifyAll();
+        AppSettingModel::instance()->setThemeFontSize(14);
+        session.open(session.dialogs()->find(lake)); // much shorter
+        verifyAll();
+        session.send(u"One more"_s);
+        verifyAll();
+        session.open(nullptr);
+        rows.ensurePolished();
+        QCOMPARE(rows.first(), -1);
     }
 
     void passcodesOpenWhatTheyAreFor()
