@@ -4,6 +4,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Messenger
+import Messenger.Content
 import im.modelbase
 
 /// The accounts with what they have unread, and the way to the other pages.
@@ -32,6 +33,7 @@ Rectangle {
         }
         contentItem: Text {
             text: button.symbol
+            font.family: Theme.symbolFont
             color: "white"
             font.pixelSize: 22
             horizontalAlignment: Text.AlignHCenter

@@ -20,6 +20,7 @@ Rectangle {
         anchors.centerIn: parent
         text: badge.mark + (badge.count > 999 ? "999+" : badge.count)
         color: badge.textColor
+        font.family: Theme.symbolFont
         font.pixelSize: 12
         font.bold: true
     }

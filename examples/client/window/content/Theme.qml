@@ -44,4 +44,7 @@ QtObject {
     readonly property int fontSize: AppSettingModel.themeFontSize
     readonly property int smallFontSize: Math.max(10, fontSize - 2)
     readonly property int radius: 8
+
+    /// Has symbols in the colour of the text, where the application's font may have emoji.
+    readonly property string symbolFont: "DejaVu Sans"
 }
