@@ -21,7 +21,9 @@ void addBytes(const std::string &subject, double most, std::function<double()> o
               std::function<double()> baseline);
 
 /// Runs every row under a QGuiApplication and prints the table: subject, ours, baseline, ratio,
-/// target. Each side runs five times, interleaved; the medians are compared.
+/// target. The two sides of a row run in turns, a few hundredths of a second each; times and ratio
+/// are medians over these pairs. So what else a machine does meets both sides alike.
+/// --benchmark_filter=REGEX chooses rows by their subjects.
 int run(int argc, char **argv);
 
 } // namespace comparison
