@@ -16,6 +16,8 @@ public:
     explicit Changes(Item *item) : m_item(item) { }
     ~Changes()
     {
+        if (m_item->signalsBlocked()) // as while an item is made: nobody can listen yet
+            return;
         for (Signal signal : m_signals)
             (m_item->*signal)();
     }

@@ -59,7 +59,7 @@ Kind kind(int type)
             return QSharedPointer<Item>::create(map, source, account);
         },
         [](const im::content::Content &content, int source, AccountBase *account) -> ItemPointer {
-            const auto item = QSharedPointer<Item>::create(content, source, account);
+            auto item = QSharedPointer<Item>::create(content, source, account);
             item->keepRemainder(content);
             return item;
         },

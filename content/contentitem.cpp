@@ -349,6 +349,8 @@ void ContentItem::setContent(const im::content::Content &content)
 UserTextBlocks ContentItem::entitiesOf(const im::content::Text &record) const
 {
     UserTextBlocks blocks;
+    if (record.textentity_size() == 0)
+        return blocks;
     blocks.reserve(record.textentity_size());
     for (const im::content::TextEntity &entity : record.textentity())
         blocks.append(deserializeEntity(entity));

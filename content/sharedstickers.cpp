@@ -1,6 +1,5 @@
 #include "content/sharedstickers.h"
 
-#include "base/util.h"
 #include "content/items/stickeritem.h"
 #include "content/remainder_p.h"
 #include "content/stickerdata.h"
@@ -34,7 +33,7 @@ QSharedPointer<ContentItem> SharedStickers::sticker(const im::content::Content &
         item->keepRemainder(content);
         return item;
     }
-    QWeakPointer<StickerItem> &entry = entryOf(Util::fromUtf8(record.sticker_file().id()));
+    QWeakPointer<StickerItem> &entry = entryOf(record.sticker_file().id());
     const auto shared = entry.toStrongRef();
     if (shared && shared->says(record)) {
         shared->setPid(std::max(shared->pid(), record.pid()));
@@ -49,10 +48,10 @@ QSharedPointer<ContentItem> SharedStickers::sticker(const im::content::Content &
 QSharedPointer<ContentItem> SharedStickers::sticker(const QMap<QString, QVariant> &map)
 {
     const auto item = QSharedPointer<StickerItem>::create(map, chatSource, nullptr);
-    const QString fileId = item->file() ? item->file()->fileId() : QString();
     im::content::Content body;
     item->serialize(&body);
-    if (fileId.isEmpty() || hasOwnWords(*item) || Remainder::mayExist(body))
+    const std::string &fileId = body.sticker().sticker_file().id();
+    if (fileId.empty() || hasOwnWords(*item) || Remainder::mayExist(body))
         return item;
 
     QWeakPointer<StickerItem> &entry = entryOf(fileId);
@@ -69,11 +68,11 @@ QSharedPointer<ContentItem> SharedStickers::sticker(const QMap<QString, QVariant
     return shared;
 }
 
-QWeakPointer<StickerItem> &SharedStickers::entryOf(const QString &fileId)
+QWeakPointer<StickerItem> &SharedStickers::entryOf(const std::string &fileId)
 {
     if (m_items.size() >= m_purgeAt) {
-        m_items.removeIf([](const auto &entry) { return entry.value().isNull(); });
-        m_purgeAt = std::max<qsizetype>(64, m_items.size() * 2);
+        std::erase_if(m_items, [](const auto &entry) { return entry.second.isNull(); });
+        m_purgeAt = std::max<std::size_t>(64, m_items.size() * 2);
     }
     return m_items[fileId];
 }

@@ -2,8 +2,10 @@
 
 #include "account/stickerprovider.h"
 
-#include <QHash>
 #include <QWeakPointer>
+
+#include <string>
+#include <unordered_map>
 
 class StickerItem;
 
@@ -27,11 +29,12 @@ public:
     QSharedPointer<ContentItem> sticker(const QMap<QString, QVariant> &map) override;
     /// How many entries there are, those of items that are gone and were not yet forgotten
     /// included.
-    qsizetype entryCount() const { return m_items.size(); }
+    qsizetype entryCount() const { return qsizetype(m_items.size()); }
 
 private:
-    QWeakPointer<StickerItem> &entryOf(const QString &fileId);
+    QWeakPointer<StickerItem> &entryOf(const std::string &fileId);
 
-    QHash<QString, QWeakPointer<StickerItem>> m_items;
-    qsizetype m_purgeAt = 64; // entries at which to look for dead ones next
+    // By the ids as records have them: for each sticker of a history one is looked up.
+    std::unordered_map<std::string, QWeakPointer<StickerItem>> m_items;
+    std::size_t m_purgeAt = 64; // entries at which to look for dead ones next
 };

@@ -17,6 +17,9 @@
 #include <QMetaMethod>
 
 #include <algorithm>
+#include <utility>
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace
 {
@@ -56,20 +59,28 @@ FileItem::UploadState uploadStateOf(const BaseFile &file)
 }
 
 /// As what files of an extension are shown. Kept apart from the vocabularies of ModelBaseUtil,
-/// which differ: TIFF is no picture here, and WMA is a video.
+/// which differ: TIFF is no picture here, and WMA is a video. A list, since comparing lengths costs
+/// less than hashing the extension of every file that arrives.
 FileItem::DisplayClass displayClassOf(const QString &extension)
 {
-    static const auto table = [] {
-        QHash<QString, FileItem::DisplayClass> classes;
-        for (const char *picture : {"jpeg", "jpg", "png", "gif", "webp", "bmp", "heic", "svg"})
-            classes.insert(QString::fromLatin1(picture), FileItem::PictureFile);
-        for (const char *video :
-             {"mp4", "mpeg", "avi", "mov", "wmv", "mkv", "flv", "rmvb", "rm", "3gp", "wma", "m4v"})
-            classes.insert(QString::fromLatin1(video), FileItem::VideoFile);
-        classes.insert(QStringLiteral("pdf"), FileItem::PdfFile);
-        return classes;
-    }();
-    return table.value(extension, FileItem::PlainFile);
+    constexpr std::pair<QLatin1StringView, FileItem::DisplayClass> classes[] = {
+        {"jpeg"_L1, FileItem::PictureFile}, {"jpg"_L1, FileItem::PictureFile},
+        {"png"_L1, FileItem::PictureFile},  {"gif"_L1, FileItem::PictureFile},
+        {"webp"_L1, FileItem::PictureFile}, {"bmp"_L1, FileItem::PictureFile},
+        {"heic"_L1, FileItem::PictureFile}, {"svg"_L1, FileItem::PictureFile},
+        {"mp4"_L1, FileItem::VideoFile},    {"mpeg"_L1, FileItem::VideoFile},
+        {"avi"_L1, FileItem::VideoFile},    {"mov"_L1, FileItem::VideoFile},
+        {"wmv"_L1, FileItem::VideoFile},    {"mkv"_L1, FileItem::VideoFile},
+        {"flv"_L1, FileItem::VideoFile},    {"rmvb"_L1, FileItem::VideoFile},
+        {"rm"_L1, FileItem::VideoFile},     {"3gp"_L1, FileItem::VideoFile},
+        {"wma"_L1, FileItem::VideoFile},    {"m4v"_L1, FileItem::VideoFile},
+        {"pdf"_L1, FileItem::PdfFile},
+    };
+    for (const auto &[known, shownAs] : classes) {
+        if (extension == known)
+            return shownAs;
+    }
+    return FileItem::PlainFile;
 }
 
 } // namespace

@@ -213,7 +213,7 @@ void LocationItem::read(const im::content::Content &content)
     const bool isElsewhere = replaceCoordinates(body.longitude(), body.latitude(), changes);
     changes.set(m_place, Util::fromUtf8(body.title()), &LocationItem::placeChanged);
     changes.set(m_address, Util::fromUtf8(body.address()), &LocationItem::addressChanged);
-    if (isElsewhere)
+    if (isElsewhere && thumbnailFile())
         setThumbnailFile({});
     updateText(body.caption());
 }
