@@ -34,11 +34,9 @@ struct View {
     int rowLimit;
     int maxRowCount;
 
-    /// Twice: Qt shapes some texts (U+0001 before U+2400) otherwise once it has the fonts.
     Size measure(ContentItem &item) const
     {
-        for (int i = 0; i < 2; ++i)
-            item.calcSize(width, rowLimit, maxRowCount, ContentItem::CONTENT_CHANGED, false);
+        item.calcSize(width, rowLimit, maxRowCount, ContentItem::CONTENT_CHANGED, false);
         return {item.contentWidth(), item.contentHeight(), item.lineCount()};
     }
 };

@@ -257,21 +257,31 @@ void layOut(const Paragraphs &paragraphs, const QFont &font, double width, Lines
     }
 }
 
-bool isNewline(QChar c)
+bool isControl(QChar c)
 {
-    return c == u'\n' || c == u'\r' || c == QChar::LineSeparator || c == QChar::ParagraphSeparator;
+    return c < u' ' || (c >= u'\x7f' && c < u'\xa0');
 }
 
-/// What must not reach the layout as it is: other newlines, and the object replacement character,
+/// The mandatory breaks of UAX #14 (LB4, LB5).
+bool isNewline(QChar c)
+{
+    constexpr QChar nextLine = u'\x85';
+    return (c >= u'\n' && c <= u'\r') || c == nextLine || c == QChar::LineSeparator
+        || c == QChar::ParagraphSeparator;
+}
+
+/// What must not reach the layout as it is: other newlines; control characters, which it would shape
+/// with any of the fonts that happen to be loaded by then; and the object replacement character,
 /// whose objects would come from a document that there is not.
 bool isReplaced(QChar c)
 {
-    return c == QChar::ObjectReplacementCharacter || (c != paragraphSeparator && isNewline(c));
+    return c == QChar::ObjectReplacementCharacter
+        || (c != paragraphSeparator && c != u'\t' && (isControl(c) || isNewline(c)));
 }
 
 QChar replacementFor(QChar c)
 {
-    return c == QChar::ObjectReplacementCharacter ? zeroWidthSpace : paragraphSeparator;
+    return isNewline(c) ? paragraphSeparator : zeroWidthSpace;
 }
 
 struct Span {

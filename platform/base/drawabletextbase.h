@@ -24,8 +24,9 @@ public:
     /// Lays `text` out with the formats of `blocks` and gives its size.
     ///
     /// Width is that of the widest line, without the spaces at which it was wrapped; height is the
-    /// sum of the lines' heights, each with its font's leading. CR LF, CR, LF, U+2028 and U+2029
-    /// end a line; a text that ends in one of them has an empty last line.
+    /// sum of the lines' heights, each with its font's leading. CR LF and the mandatory breaks of
+    /// UAX #14 (LF, VT, FF, CR, NEL, U+2028, U+2029) end a line; a text that ends in one of them
+    /// has an empty last line. Other control characters, tabs excepted, are not seen.
     ///
     /// @param maxWidth    pixels to wrap at; 0 or less means no limit, which is some 4 million
     /// @param maxRowCount a text of more lines is elided to this many; 0 or less: never

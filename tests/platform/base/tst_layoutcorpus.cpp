@@ -88,12 +88,9 @@ const Corpus &corpus()
         }
         for (const QString &folder : {u"de"_s, u"es"_s, u"ru"_s, u"zh"_s, u""_s})
             all.texts += fortunes(u"/usr/share/games/fortunes/"_s + folder);
-        // For a control character QTextLayout takes any of the fonts that are loaded by then, so it
-        // does not agree with itself on one.
         QStringList some;
         for (qsizetype i = 0; i < all.texts.size(); i += taken)
-            some.append(all.texts[i].removeIf(
-                [](QChar c) { return c.category() == QChar::Other_Control && !c.isSpace(); }));
+            some.append(all.texts[i]);
         all.texts = some;
         return all;
     }();
@@ -170,8 +167,10 @@ struct Request {
         QString lines = text;
         lines.replace(u"\r\n"_s, u"\n"_s);
         for (QChar &c : lines) {
-            if (c == u'\r' || c == QChar::LineSeparator || c == QChar::ParagraphSeparator)
+            if (u"\r\v\f\x85\u2028\u2029"_s.contains(c))
                 c = u'\n';
+            else if (c.category() == QChar::Other_Control && c != u'\n' && c != u'\t')
+                c = QChar(0x200B);
         }
         QTextOption option;
         option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);

@@ -208,12 +208,26 @@ private Q_SLOTS:
 
     void newlines()
     {
-        for (const QString &newline : {u"\n"_s, u"\r\n"_s, u"\r"_s, u"\u2028"_s, u"\u2029"_s}) {
+        for (const QString &newline : {u"\n"_s, u"\r\n"_s, u"\r"_s, u"\v"_s, u"\f"_s, u"\u0085"_s,
+                                       u"\u2028"_s, u"\u2029"_s}) {
             for (const QString &lines :
                  {u"a\nbb"_s, u"a\n"_s, u"\n"_s, u"\n\n"_s, u"\na\n\nb\n\n"_s, u"wide one \nb "_s})
                 compare(Request{.text = QString(lines).replace(u'\n', newline)}.measure(),
                         reference(lines));
         }
+    }
+
+    void controlCharacters()
+    {
+        // They have no place, and do not make the height depend on which fonts are loaded by then:
+        // the second line here is in need of one that has glyphs for those in the first one.
+        const QString text = u"ly\x05\0f\n\x7f"_s;
+        const Measured first = Request{.text = text, .rowLimit = 1}.measure();
+        compare(first, reference(u"lyf"_s));
+        compare(Request{.text = text}.measure(), reference(u"lyf\n\u200b"_s));
+        compare(Request{.text = text, .rowLimit = 1}.measure(), first);
+        QVERIFY(Request{.text = u"a\tb"_s}.measure().size.width()
+                > reference(u"ab"_s).size.width() + 1);
     }
 
     void styles()
