@@ -23,7 +23,7 @@ constexpr int everyMessage = 5; // of so many gets a reaction
 FeedPlayer::FeedPlayer(const QStringList &feeds, QObject *parent)
     : QObject(parent), m_feeds(feeds), m_next(feeds)
 {
-    connect(&m_timer, &QTimer::timeout, this, &FeedPlayer::next);
+    connect(&m_timer, &QTimer::timeout, this, &FeedPlayer::playOn);
 }
 
 void FeedPlayer::play(int interval)
@@ -38,41 +38,46 @@ void FeedPlayer::playAgain()
     m_timer.start();
 }
 
-void FeedPlayer::next()
+void FeedPlayer::playOn()
+{
+    while (playFrame()) { }
+}
+
+bool FeedPlayer::playFrame()
 {
     if (!m_reactions.empty()) {
         const Frame reaction = m_reactions.front();
         m_reactions.pop();
         Q_EMIT frame(reaction);
-        return;
+        return false;
     }
     if (!m_reader) {
         if (m_next.isEmpty()) {
             m_timer.stop();
             Q_EMIT finished();
-            return;
+            return false;
         }
         m_reader = std::make_unique<FeedReader>(m_next.takeFirst());
     }
-    if (const auto read = m_reader->next()) {
-        push(*read);
-        return;
-    }
+    if (const auto read = m_reader->next())
+        return !push(*read);
     if (!m_reader->error().isEmpty())
         Q_EMIT failed(m_reader->error());
     m_reader.reset();
+    return true;
 }
 
-void FeedPlayer::push(const Frame &read)
+bool FeedPlayer::push(const Frame &read)
 {
     Q_EMIT frame(read);
     im::notif::MessageCreatedNotif notification;
     if (read.type != im::notif::MESSAGE_CREATED
         || !notification.ParseFromArray(read.record.constData(), int(read.record.size())))
-        return;
+        return false;
     const im::Message &message = notification.message();
     if (++m_messages % everyMessage == 0)
         react(message.dialog_id(), message.message_id(), message.sender());
+    return true;
 }
 
 void FeedPlayer::like(const QString &dialogId, int messageId)

@@ -10,8 +10,8 @@
 #include <memory>
 #include <queue>
 
-/// The server's side of what is pushed: it plays feeds, a frame at a time, and has people react to
-/// some of the messages.
+/// The server's side of what is pushed: it plays feeds, a message at a time with what came before
+/// it, and has people react to some of the messages.
 class FeedPlayer : public QObject
 {
     Q_OBJECT
@@ -20,7 +20,7 @@ public:
     explicit FeedPlayer(const QStringList &feeds, QObject *parent = nullptr);
 
     /// Begins, or goes on at another pace.
-    /// @param interval ms between two frames
+    /// @param interval ms between two messages
     void play(int interval);
     /// Plays all feeds once more, for somebody who has not seen them. Those who have will notice.
     void playAgain();
@@ -34,8 +34,12 @@ Q_SIGNALS:
     void finished();
 
 private:
-    void next();
-    void push(const Frame &frame);
+    /// Plays on up to the next thing to look at.
+    void playOn();
+    /// Plays one frame. True when it was none to look at, and the next may come at once.
+    bool playFrame();
+    /// True for a message.
+    bool push(const Frame &frame);
     void react(const std::string &dialogId, int messageId, int sender);
 
     const QStringList m_feeds;

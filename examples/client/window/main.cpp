@@ -28,7 +28,7 @@ Q_IMPORT_QML_PLUGIN(Messenger_ContentPlugin)
 namespace
 {
 
-constexpr int frameInterval = 700; // ms between two notifications
+constexpr int messageInterval = 700; // ms
 
 /// Without a display, nobody can sign in by hand.
 void signIn(Messenger &messenger, const QString &phone)
@@ -115,7 +115,7 @@ int run(Application &app)
         Walk steps(window, &player, parser.value(walk));
         return steps.run();
     }
-    player.play(frameInterval);
+    player.play(messageInterval);
     return app.exec();
 }
 
