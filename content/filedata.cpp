@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace
 {
@@ -95,21 +96,25 @@ struct FileData::Extra {
     QByteArray iv;
     Times times;
     Times cacheTimes;
+    std::optional<qint64> sentSize; // only where it is not size()
     qint64 done = 0;
     quint8 percent = 0;
+    bool isNameLocal = false; // nothing was sent as a name
     /// From the first byte up to the one behind the last; in order, apart from each other.
     std::vector<Range> ranges;
 };
 
 struct FileData::OwnKeys : StoredKeys {
-    QString name, extension, iv, downloadedRange;
+    QString name, localName, extension, sentSize, iv, downloadedRange;
 
     static const OwnKeys &of(ParseType type)
     {
         static const OwnKeys source = {
             sourceKeys(),
             QStringLiteral("fileName"),
+            QStringLiteral("localName"),
             QStringLiteral("fileExtension"),
+            QStringLiteral("sentSize"),
             QStringLiteral("iv"),
             QStringLiteral("downloadedRange"),
         };
@@ -126,7 +131,9 @@ struct FileData::OwnKeys : StoredKeys {
                 false,
             },
             QStringLiteral("thumbnailName"),
+            QStringLiteral("thumbnailLocalName"),
             QStringLiteral("thumbnailExtension"),
+            QStringLiteral("thumbnailSentSize"),
             QStringLiteral("thumbnailIv"),
             QStringLiteral("thumbnailDownloadedRange"),
         };
@@ -220,6 +227,8 @@ void FileData::setNameAndExtension(const QString &name, const QString &extension
     const Locker locker(this);
     const QString before = fileExtension();
     assign(m_fileName, name, NameChange);
+    if (m_extra)
+        m_extra->isNameLocal = false;
     const QString apart = extension == extensionOf(name) ? QString() : extension;
     if (apart != extra().extension)
         ownExtra().extension = apart;
@@ -240,6 +249,28 @@ void FileData::setIv(const QByteArray &iv)
         ownExtra().iv = iv;
 }
 
+// What is sent
+
+void FileData::setSize(qint64 size)
+{
+    const Locker locker(this);
+    if (m_extra)
+        m_extra->sentSize.reset();
+    BaseFile::setSize(size);
+}
+
+QString FileData::sentName() const
+{
+    const ReadLocker locker(m_mutex);
+    return extra().isNameLocal ? QString() : m_fileName;
+}
+
+qint64 FileData::sentSize() const
+{
+    const ReadLocker locker(m_mutex);
+    return extra().sentSize.value_or(size());
+}
+
 // Stored form
 
 void FileData::serialize(QVariantMap &map, bool thumbnail) const
@@ -250,6 +281,10 @@ void FileData::serialize(QVariantMap &map, bool thumbnail) const
     write(map, keys);
     if (!m_fileName.isEmpty() || !thumbnail)
         map.insert(keys.name, m_fileName);
+    if (extra().isNameLocal)
+        map.insert(keys.localName, true);
+    if (extra().sentSize)
+        map.insert(keys.sentSize, *extra().sentSize);
     if (!extra().iv.isEmpty())
         map.insert(keys.iv, QString::fromLatin1(extra().iv.toBase64()));
     if (!extra().ranges.empty())
@@ -269,8 +304,8 @@ void FileData::serialize(im::content::FileInfo *info) const
     info->set_id(fileId().toStdString());
     info->set_key(aesKey().toStdString());
     info->set_checksum(fileMd5().toStdString());
-    info->set_name(m_fileName.toStdString());
-    info->set_size(size());
+    info->set_name(sentName().toStdString());
+    info->set_size(sentSize());
     info->set_version(version());
 }
 
@@ -280,7 +315,7 @@ void FileData::serialize(im::FileInfo *info) const
     info->set_file_id(fileId().toStdString());
     info->set_key(aesKey().toStdString());
     info->set_check_sum(fileMd5().toStdString());
-    info->set_size(size());
+    info->set_size(sentSize());
     info->set_iv(extra().iv.toStdString());
 }
 
@@ -296,6 +331,10 @@ void FileData::parse(const QVariantMap &map, ParseType type, bool all)
         const QString name = all || has(keys.name) ? map.value(keys.name).toString() : m_fileName;
         setNameAndExtension(completed(name, extension), extension);
     }
+    if (map.value(keys.localName).toBool())
+        ownExtra().isNameLocal = true;
+    if (has(keys.sentSize))
+        ownExtra().sentSize = StoredValue::toInt64(map.value(keys.sentSize));
     if (has(keys.iv))
         setIv(StoredValue::toBytes(map.value(keys.iv), keys.iv));
     if (has(keys.downloadedRange))
@@ -307,7 +346,9 @@ void FileData::parse(const QVariantMap &map, ParseType type, bool all)
     if (!DiskFile(path).exists)
         return;
     setFilePath(path);
-    recordFile();
+    recordCopy();
+    if (all && !has(keys.size) && !has(keys.sentSize)) // so nothing is known of what was said of it
+        setSize(size());
     if (fileState() == NotDownloaded) // nothing is known but that it is here
         setFileState(Downloaded);
 }
@@ -355,8 +396,8 @@ bool FileData::isSameRecord(const FileData &other) const
         return true;
     const std::scoped_lock locker(m_mutex, other.m_mutex);
     return fileId() == other.fileId() && aesKey() == other.aesKey() && fileMd5() == other.fileMd5()
-        && m_fileName == other.m_fileName && size() == other.size() && version() == other.version()
-        && extra().iv == other.extra().iv;
+        && sentName() == other.sentName() && sentSize() == other.sentSize()
+        && version() == other.version() && extra().iv == other.extra().iv;
 }
 
 // Place
@@ -396,7 +437,7 @@ void FileData::updateFilePath(const QString &path, bool downloaded, bool check)
         m_extra->times = {};
     setFilePath(path);
     if (check)
-        recordFile();
+        recordCopy();
     if (downloaded)
         setFileState(Downloaded);
 }
@@ -414,6 +455,20 @@ void FileData::recordFile()
         setSize(file.size);
     if (m_fileName.isEmpty())
         setNameAndExtension(QFileInfo(path).fileName(), extra().extension);
+}
+
+void FileData::recordCopy()
+{
+    const Locker locker(this);
+    const QString name = sentName();
+    const qint64 said = sentSize();
+    recordFile();
+    if (fileId().isEmpty())
+        return;
+    if (said != size())
+        ownExtra().sentSize = said;
+    if (name != m_fileName)
+        ownExtra().isNameLocal = true;
 }
 
 bool FileData::updateFile(const FileData &other)

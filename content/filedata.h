@@ -52,7 +52,8 @@ public:
     FileData(const QVariantMap &map, ParseType type, const BaseFile *base = nullptr);
     /// A copy of everything but the use count. Of null: an empty record.
     explicit FileData(const FileData *other);
-    /// Of a file that has a path, name, size and times are taken from the disk.
+    /// Of a file that has a path, name, size and times are taken from the disk, and so is what the
+    /// record says of them.
     explicit FileData(const BaseFile *base);
     explicit FileData(const im::content::FileInfo &info);
     explicit FileData(const im::FileInfo &info);
@@ -71,12 +72,23 @@ public:
     QByteArray iv() const;
     void setIv(const QByteArray &iv);
 
+    // What the record says of the file to others. A file that has an id came with a message, which
+    // may have told no name, or a size that is not the one on this device (of the encrypted file):
+    // name and size of the copy here are shown, but neither are they sent nor do they make it
+    // another file. Of a file without an id, one that is yet to be sent, they are what is said.
+
+    void setSize(qint64 size) override;
+    QString sentName() const;
+    qint64 sentSize() const;
+
     // The stored form. For a source: "aesKey", "fileId", "fileMd5", "fileName", "size",
     // "filePath"; for a thumbnail: "thumbnailAesKey", "thumbnailId", "thumbnailFileMd5",
     // "thumbPath". Keys and checksums are Base64 text. What is not the default is also written as
     // "version", "iv", "fileState", "cachePath", "downloadedRange"; of a thumbnail as
     // "thumbnailName", "thumbnailSize", "thumbnailVersion", "thumbnailIv", "thumbnailFileState",
-    // "thumbnailCachePath", "thumbnailDownloadedRange".
+    // "thumbnailCachePath", "thumbnailDownloadedRange". Where the name is only that of the copy on
+    // this device, "localName" is true, and a size that was sent and is not that copy's is
+    // "sentSize"; of a thumbnail "thumbnailLocalName" and "thumbnailSentSize".
 
     using BaseFile::serialize;
     virtual void serialize(QVariantMap &map, bool thumbnail) const;
@@ -91,8 +103,8 @@ public:
     /// path: the record of an upload that has just got its id is still about the same file.
     void update(const im::content::FileInfo &info);
     void update(const im::FileInfo &info);
-    /// True when both records say the same of what was sent: id, key, checksum, name, size,
-    /// version and vector.
+    /// True when both records say the same of what was sent: id, key, checksum, sentName(),
+    /// sentSize(), version and vector.
     bool isSameRecord(const FileData &other) const;
 
     // Where it lies
@@ -108,7 +120,8 @@ public:
     /// The record is from now on about the file at `path`.
     /// @param downloaded a transfer has just put it there: the state becomes Downloaded
     /// @param check      look at the disk now: existence, times, the size of a regular file and,
-    ///                   where there is no name yet, the name. Otherwise exists() will.
+    ///                   where there is no name yet, the name (but see sentName()). Otherwise
+    ///                   exists() will.
     void updateFilePath(const QString &path, bool downloaded, bool check);
     /// Takes over from another record of the same file where it lies, its state and its cached
     /// copy, unless this record's own file is there. True when it did.
@@ -202,6 +215,7 @@ private:
     void parse(const QVariantMap &map, ParseType type, bool all);
     void setNameAndExtension(const QString &name, const QString &extension);
     void recordFile();
+    void recordCopy();
     const Extra &extra() const;
     Extra &ownExtra();
     void takeRanges(std::vector<Range> &&ranges);

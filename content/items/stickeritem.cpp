@@ -104,6 +104,10 @@ const QList<FileKey> &fileKeys()
          QStringLiteral("animateFileState"), Written::IfOnDevice},
         {QStringLiteral("fileName"), QStringLiteral("fileName"), QStringLiteral("animateName"),
          Written::IfNotEmpty},
+        {QStringLiteral("localName"), QStringLiteral("localName"),
+         QStringLiteral("animateLocalName"), Written::IfNotEmpty},
+        {QStringLiteral("sentSize"), QStringLiteral("sentSize"), QStringLiteral("animateSentSize"),
+         Written::IfNotEmpty},
         {QStringLiteral("version"), QStringLiteral("version"), QStringLiteral("animateVersion"),
          Written::IfNotEmpty},
         {QStringLiteral("iv"), QStringLiteral("iv"), QStringLiteral("animateIv"),
@@ -144,11 +148,7 @@ FilePointer fileOf(const Map &map, bool animated, const FilePointer &held)
         return {};
     const bool isHeld = held && !id.isEmpty() && held->fileId() == id;
     auto file = FilePointer::create(isHeld ? held.data() : nullptr);
-    const QString name = file->fileName();
     file->update(record);
-    // A sticker has no name but the one it was sent with: not that of the place where it was put.
-    const QString nameKey = QStringLiteral("fileName");
-    file->setFileName(record.contains(nameKey) ? record.value(nameKey).toString() : name);
     if (const auto value = map.constFind(formatKey(animated)); value != map.constEnd())
         file->setFormat(value->toString());
     if (animated) {
@@ -268,8 +268,8 @@ bool areSame(const FileData *file, const im::content::FileInfo &info)
     if (!file)
         return info.id().empty();
     return areSame(file->fileId(), info.id()) && areSame(file->aesKey(), info.key())
-        && areSame(file->fileMd5(), info.checksum()) && areSame(file->fileName(), info.name())
-        && file->size() == info.size() && file->version() == info.version();
+        && areSame(file->fileMd5(), info.checksum()) && areSame(file->sentName(), info.name())
+        && file->sentSize() == info.size() && file->version() == info.version();
 }
 
 bool areSame(const StickerData *file, const im::AnimatedSticker &animated)
@@ -279,7 +279,7 @@ bool areSame(const StickerData *file, const im::AnimatedSticker &animated)
         return info.file_id().empty();
     return areSame(file->fileId(), info.file_id()) && areSame(file->aesKey(), info.key())
         && areSame(file->fileMd5(), info.check_sum()) && areSame(file->iv(), info.iv())
-        && areSame(file->format(), animated.file_type()) && file->size() == info.size()
+        && areSame(file->format(), animated.file_type()) && file->sentSize() == info.size()
         && file->width() == animated.width() && file->height() == animated.height();
 }
 

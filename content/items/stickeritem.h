@@ -22,9 +22,10 @@ class Sticker;
 /// "size", "fileMd5", "aesKey", "fileType", and while it is on this device "filePath" and
 /// "fileState"; of the animated one the same as "animateId", "animateSize", "animateFileMd5",
 /// "animateAesKey", "animateFileType", "animatePath" and "animateFileState". What else there is,
-/// where it is not the default: "fileName", "version", "iv", "animateName", "animateVersion",
-/// "animateIv", "animateW", "animateH", "uploadUserId", and of the thumbnail "thumbW", "thumbH",
-/// "thumbNail" (Base64) and the keys of a FileData. Keys, checksums and vectors are Base64 text.
+/// where it is not the default: "fileName", "localName", "sentSize", "version", "iv",
+/// "animateName", "animateLocalName", "animateSentSize", "animateVersion", "animateIv", "animateW",
+/// "animateH", "uploadUserId", and of the thumbnail "thumbW", "thumbH", "thumbNail" (Base64) and
+/// the keys of a FileData. Keys, checksums and vectors are Base64 text.
 class MODELBASE_EXPORT StickerItem : public ContentItem
 {
     Q_OBJECT

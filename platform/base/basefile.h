@@ -59,7 +59,7 @@ public:
     void setFileMd5(const QByteArray &fileMd5);
     /// Bytes, as recorded: what a stranger wrote into a record may be negative.
     qint64 size() const;
-    void setSize(qint64 size);
+    virtual void setSize(qint64 size);
     qint32 version() const;
     void setVersion(qint32 version);
     /// The kind of media folder that the file belongs into, a number of

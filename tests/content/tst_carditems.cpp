@@ -636,6 +636,9 @@ private Q_SLOTS:
         FakeAccount account;
         FakeAccount another;
         Body body = stickerBody();
+        im::FileInfo *animated = body.mutable_sticker()->mutable_animated_file()->mutable_file();
+        animated->set_file_id("a1");
+        animated->set_size(9'000);
         const auto sticker = makeSticker(body, &account);
         body.mutable_sticker()->set_pid(8);
         QCOMPARE(makeSticker(body, &account), sticker);
@@ -645,7 +648,7 @@ private Q_SLOTS:
         QTemporaryDir dir;
         QFile file(dir.filePath(u"wave.png"_s));
         QVERIFY(file.open(QIODevice::WriteOnly));
-        file.resize(4'000);
+        file.resize(4'016); // not what was sent, and neither is the name
         file.close();
         Map map = storedMap(*sticker);
         map.insert(u"filePath"_s, file.fileName());
@@ -653,6 +656,13 @@ private Q_SLOTS:
         QCOMPARE(make<StickerItem>(map, &account), sticker);
         QCOMPARE(sticker->pid(), 8);
         QCOMPARE(sticker->file()->filePath(), file.fileName());
+        for (const auto &record : {sticker->file(), sticker->animatedFile()})
+            record->updateFilePath(file.fileName(), true, true);
+        QCOMPARE(makeSticker(body, &account), sticker);
+        QCOMPARE(make<StickerItem>(storedMap(*sticker), &account), sticker);
+        const auto record = sticker->file();
+        sticker->setContent(body);
+        QCOMPARE(sticker->file(), record);
 
         // What says anything else has an item of its own, and changes none.
         QList<Body> others(4, body);
@@ -675,6 +685,9 @@ private Q_SLOTS:
         const auto copy = copyContent(sticker).dynamicCast<StickerItem>();
         QVERIFY(copy && copy != sticker && copy->file() != sticker->file());
         QCOMPARE(copy->file()->fileId(), sticker->file()->fileId());
+        Body written;
+        copy->serialize(&written);
+        QCOMPARE(written.SerializeAsString(), body.SerializeAsString());
     }
 
     void stickersAreForgotten()

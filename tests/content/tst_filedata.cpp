@@ -491,6 +491,50 @@ private Q_SLOTS:
         QVERIFY(!file.fileExist());
     }
 
+    /// A name that was never sent, and a size that is not that of the sent bytes.
+    void whatIsSaidIsNotOfTheCopyHere()
+    {
+        im::content::FileInfo info;
+        info.set_id("f1");
+        info.set_size(4711);
+        FileRegistry files;
+        const auto file = files.add(QSharedPointer<FileData>::create(info));
+        file->updateFilePath(m_path, true, true);
+        file->setCacheFilePath(m_cached);
+        const auto check = [&](const FileData &same, qint64 size) {
+            QCOMPARE(same.fileName(), u"source.bin"_s);
+            QCOMPARE(same.size(), size);
+            QCOMPARE(sent<im::content::FileInfo>(same), info.SerializeAsString());
+            QVERIFY(file->isSameRecord(same));
+        };
+        check(FileData(file.data()), 6);
+        for (const ParseType type : {ParseType::Source, ParseType::Thumbnail})
+            check(FileData(throughJson(stored(*file, type)), type), 6);
+        QVERIFY(QFile::remove(m_path));
+        QVERIFY(file->exists());
+        check(FileData(throughJson(file->serialize()), ParseType::Source), 11);
+        QCOMPARE(files.add(QSharedPointer<FileData>::create(info)), file);
+        QCOMPARE(files.add(QSharedPointer<FileData>::create(&*file)), file);
+
+        // A later message has the say; and this device has it of what is yet to be sent, and of
+        // what no message told.
+        info.set_name("b");
+        info.set_size(5);
+        file->update(info);
+        QCOMPARE(sent<im::content::FileInfo>(*file), info.SerializeAsString());
+        FileData upload;
+        upload.updateFilePath(m_cached, false, true);
+        upload.setFileId(u"f1"_s);
+        BaseFile base(u"f1"_s);
+        base.setFilePath(m_cached);
+        info.set_name("cached.bin");
+        info.set_size(11);
+        QCOMPARE(sent<im::content::FileInfo>(upload), info.SerializeAsString());
+        QCOMPARE(sent<im::content::FileInfo>(FileData(&base)), info.SerializeAsString());
+        const QVariantMap old{{u"thumbnailId"_s, u"f1"_s}, {u"thumbPath"_s, m_cached}};
+        QCOMPARE(FileData(old, ParseType::Thumbnail).sentSize(), 11);
+    }
+
     void handlersMayAskFromAnotherThread()
     {
         FileData file(QVariantMap{{u"filePath"_s, m_path}}, ParseType::Source);
