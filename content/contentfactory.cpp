@@ -134,6 +134,12 @@ QString typeKey()
     return QStringLiteral("type");
 }
 
+ItemPointer makeOf(const ItemMap &map, int type, int source, AccountBase *account)
+{
+    const Kind *row = findKind(type);
+    return checked(row ? row->fromMap(map, source, account) : ItemPointer());
+}
+
 /// The map with the list "content" that stored JSON stands for.
 ItemMap storedMap(const std::string &json)
 {
@@ -178,13 +184,17 @@ ItemPointer makeContentItem(const ItemMap &map, int source, AccountBase *account
         itemMap.insert(typeKey(), QStringLiteral("system"));
         type = ContentItem::System;
     }
-    return deserializeContent(itemMap, type, source, account);
+    return makeOf(itemMap, type, source, account);
 }
 
 ItemPointer deserializeContent(const ItemMap &map, int type, int source, AccountBase *account)
 {
-    const Kind *row = findKind(type);
-    return checked(row ? row->fromMap(map, source, account) : ItemPointer());
+    if (ModelBaseUtil::messageTypeStrToInt(map.value(typeKey()).toString()) == type)
+        return makeOf(map, type, source, account);
+    // Whatever the map says, an item is of the kind that its class is for.
+    ItemMap typed = map;
+    typed.insert(typeKey(), ModelBaseUtil::messageTypeIntToStr(type));
+    return makeOf(typed, type, source, account);
 }
 
 ItemPointer deserializeContent(const im::content::Content &content, int source,

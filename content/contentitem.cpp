@@ -40,7 +40,7 @@ qint16 saturated(qint64 value)
 qint32 wireId(const QVariant &id)
 {
     using Limits = std::numeric_limits<qint32>;
-    return qint32(std::clamp<qint64>(id.toLongLong(), Limits::min(), Limits::max()));
+    return qint32(std::clamp<qint64>(StoredValue::toInt64(id), Limits::min(), Limits::max()));
 }
 
 bool isFoldable(const UserTextBlock &block)
@@ -225,7 +225,7 @@ void ContentItem::deserialize(const QMap<QString, QVariant> &map)
     update(map.value(QStringLiteral("content")).toString(),
            deserializeEnities(map.value(QStringLiteral("entity")).toList()),
            StoredValue::toInt32(map.value(QStringLiteral("effect"))));
-    setRemainder(Remainder::fromVariant(map.value(remainderKey()), m_type));
+    setRemainder(Remainder::fromVariant(map.value(remainderKey()), isTextMsg() ? Text : m_type));
 }
 
 QList<QVariant> ContentItem::serializeEntities() const
@@ -404,28 +404,26 @@ UserTextBlock ContentItem::deserializeEntity(const im::content::TextEntity &enti
 
 void ContentItem::keepRemainder(const im::content::Content &content)
 {
-    setRemainder(nullptr);
-    if (!Remainder::mayExist(content))
+    const bool mayExist = Remainder::mayExist(content);
+    if (!hasRemainder() && !mayExist)
         return;
-    im::content::Content written;
-    serialize(&written);
-    setRemainder(Remainder::between(content, written));
+    // What is left is looked for beside what the item alone writes.
+    const auto before = std::exchange(ownExtra().remainder, nullptr);
+    if (mayExist) {
+        im::content::Content written;
+        serialize(&written);
+        ownExtra().remainder = Remainder::between(content, written);
+    }
+    if (!Remainder::haveSameButtons(before.get(), extra().remainder.get()))
+        Q_EMIT buttonsChanged();
 }
 
 void ContentItem::setRemainder(std::unique_ptr<im::content::Content> remainder)
 {
-    const auto buttonBytes = [](const im::content::Content *record) {
-        std::string bytes;
-        for (int i = 0; record && i < record->buttons_size(); ++i)
-            record->buttons(i).AppendToString(&bytes);
-        return bytes;
-    };
     if (!hasRemainder() && !remainder)
         return;
-    auto &held = ownExtra().remainder;
-    const std::string before = buttonBytes(held.get());
-    held = std::move(remainder);
-    if (buttonBytes(held.get()) != before)
+    const auto before = std::exchange(ownExtra().remainder, std::move(remainder));
+    if (!Remainder::haveSameButtons(before.get(), extra().remainder.get()))
         Q_EMIT buttonsChanged();
 }
 
@@ -452,20 +450,24 @@ void ContentItem::setContent(const QString &content, const UserTextBlocks &block
 void ContentItem::update(const QString &content, const UserTextBlocks &blocks, qint32 effect)
 {
     // First all values, then all signals: a handler never sees entities of another text.
-    const bool blocksChanged = setExtra(&Extra::textEntity, blocks);
     const bool textChanged = content != m_content;
+    // Hidden ranges end where the text does.
+    const QVariantList hidden = textChanged && hasEntity() ? spoilers() : QVariantList();
+    const bool blocksChanged = setExtra(&Extra::textEntity, blocks);
     if (blocksChanged)
         Remainder::forgetEntities(ownExtra().remainder);
     if (textChanged)
         m_content = content;
     const bool effectIsNew = setExtra(&Extra::effect, effect);
 
-    if (blocksChanged) {
+    if (blocksChanged)
         Q_EMIT textEntityChanged(textEntityVariant());
+    if (blocksChanged || (!hidden.isEmpty() && spoilers() != hidden))
         Q_EMIT spoilersChanged();
-    }
     if (textChanged)
         Q_EMIT contentChanged(m_content);
+    else if (blocksChanged)
+        Q_EMIT needRecalcSize();
     if (effectIsNew)
         Q_EMIT effectChanged();
 }
@@ -492,7 +494,7 @@ QList<qint64> ContentItem::mentionUserIds() const
     for (const UserTextBlock &block : textEntity()) {
         if (block.type != TextEntityType::MentionName)
             continue;
-        if (const qint64 id = block.data.toLongLong(); id >= 1)
+        if (const qint64 id = StoredValue::toInt64(block.data); id >= 1)
             ids.append(id);
     }
     for (const auto &item : innerItems())
@@ -507,7 +509,7 @@ QMap<QString, QVariant> ContentItem::mentionUsers() const
     for (const UserTextBlock &block : textEntity()) {
         if (block.type != TextEntityType::MentionName)
             continue;
-        if (const qint64 id = block.data.toLongLong(); id >= 1)
+        if (const qint64 id = StoredValue::toInt64(block.data); id >= 1)
             ids.append(id);
         else
             users.insert(QStringLiteral("atAll"), 1);

@@ -27,7 +27,8 @@ constexpr int summaryLength = 100;
 auto watch(CombinedItem *item)
 {
     return Watch(item, Watched{&CombinedItem::entries, &CombinedItem::entriesChanged},
-                 Watched{&CombinedItem::total, &CombinedItem::totalChanged});
+                 Watched{&CombinedItem::total, &CombinedItem::totalChanged},
+                 Watched{&CombinedItem::entries, &CombinedItem::needRecalcSize});
 }
 
 CombinedItem *toCombined(ContentItem *item)
@@ -140,13 +141,29 @@ QList<QSharedPointer<ContentItem>> CombinedItem::innerItems() const
 
 void CombinedItem::setSenderName(qint64 senderId, bool isGroup, const QString &name)
 {
-    const auto watching = watch(this);
+    setSenderNames([&](qint64 id, bool ofGroup) -> std::optional<QString> {
+        return id == senderId && ofGroup == isGroup ? std::optional(name) : std::nullopt;
+    });
+}
+
+bool CombinedItem::setSenderNames(const NameOf &nameOf)
+{
+    bool isNew = false;
     for (CombinedEntry &entry : m_entries) {
-        if (entry.senderId == senderId && entry.isGroup == isGroup)
-            entry.senderName = name;
+        const auto name = nameOf(entry.senderId, entry.isGroup);
+        if (name && entry.senderName != *name) {
+            entry.senderName = *name;
+            isNew = true;
+        }
+        // The summary has the names of those inside.
         if (CombinedItem *inner = toCombined(entry.contentItem()))
-            inner->setSenderName(senderId, isGroup, name);
+            isNew |= inner->setSenderNames(nameOf);
     }
+    if (isNew) {
+        Q_EMIT entriesChanged();
+        Q_EMIT needRecalcSize();
+    }
+    return isNew;
 }
 
 QString CombinedItem::title() const
@@ -257,5 +274,6 @@ QSize CombinedItem::calcContentSize(int &lineCount, int maxWidth, int, bool inTh
         size = {std::max(size.width(), text.width()), size.height() + text.height()};
     }
     lineCount = int(lines.size());
+    setLineCount(lineCount);
     return {std::min(size.width(), limit), size.height()};
 }

@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <optional>
 
 /// One of the messages that were combined into one.
 struct MODELBASE_EXPORT CombinedEntry {
@@ -54,6 +55,7 @@ class MODELBASE_EXPORT CombinedItem : public ContentItem
 public:
     /// Decrypts a message and makes its content; null when that cannot be done.
     using Opener = std::function<QSharedPointer<ContentItem>(const im::Message &message)>;
+    using NameOf = std::function<std::optional<QString>(qint64 senderId, bool isGroup)>;
 
     /// From im.Message.combined_messages. `open` is called, before this returns, for each that is
     /// not itself combined.
@@ -73,6 +75,9 @@ public:
     QStringList summary() const;
     /// Names a sender, here and in the combined messages inside.
     Q_INVOKABLE void setSenderName(qint64 senderId, bool isGroup, const QString &name);
+    /// Names all senders at once, here and inside. True when that changed something.
+    /// @param nameOf the name of a user or group; nothing leaves the one there is
+    bool setSenderNames(const NameOf &nameOf);
     /// Takes over the messages that came later, all of them anew.
     void setMessage(const im::Message &message, const Opener &open);
 

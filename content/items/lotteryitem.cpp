@@ -40,7 +40,8 @@ auto watch(LotteryItem *item)
     return Watch(item, Watched{&LotteryItem::titleItem, &LotteryItem::titleChanged},
                  Watched{&LotteryItem::options, &LotteryItem::optionsChanged},
                  Watched{&details, &LotteryItem::lotteryChanged},
-                 Watched{&LotteryItem::prizes, &LotteryItem::prizesChanged});
+                 Watched{&LotteryItem::prizes, &LotteryItem::prizesChanged},
+                 Watched{&LotteryItem::innerItems, &LotteryItem::needRecalcSize});
 }
 
 /// Makes negative numbers 0. True when it had to.
@@ -328,10 +329,15 @@ bool LotteryItem::adopt(const im::Lottery &lottery)
     im::Lottery next = lottery;
     if (next.id().empty())
         next.set_id(m_lottery->id());
-    if (clean(&next, int(titledOptions().options.size())))
-        qCWarning(lcContent, "Details that the lottery cannot have are left out.");
     m_lottery->Swap(&next);
+    cleanDetails();
     return true;
+}
+
+void LotteryItem::cleanDetails()
+{
+    if (clean(m_lottery.get(), int(titledOptions().options.size())))
+        qCWarning(lcContent, "Details that the lottery cannot have are left out.");
 }
 
 void LotteryItem::lottery(im::Lottery *record) const
@@ -351,30 +357,30 @@ void LotteryItem::serialize(QMap<QString, QVariant> &map) const
 void LotteryItem::deserialize(const QMap<QString, QVariant> &map)
 {
     const auto watching = watch(this);
-    titledOptions().read(map);
-    read(map);
-    ContentItem::deserialize(map);
+    if (read(map))
+        ContentItem::deserialize(map);
 }
 
 void LotteryItem::setOptionItems(const QList<QSharedPointer<ContentItem>> &options)
 {
     const auto watching = watch(this);
     titledOptions().setOptions(options);
+    cleanDetails();
 }
 
-void LotteryItem::read(const QMap<QString, QVariant> &map)
+bool LotteryItem::read(const QMap<QString, QVariant> &map)
 {
-    const auto stored = map.constFind(lotteryKey());
-    if (stored == map.constEnd())
-        return;
     im::Lottery lottery;
-    const auto bytes = fromStoredBytes(*stored);
-    if (!bytes)
-        return;
-    if (lottery.ParseFromArray(bytes->constData(), int(bytes->size())))
+    const auto bytes = fromStoredBytes(map.value(lotteryKey()));
+    const bool isWhole = bytes && lottery.ParseFromArray(bytes->constData(), int(bytes->size()));
+    if (isWhole && isOther(lottery))
+        return false;
+    titledOptions().read(map);
+    if (isWhole)
         adopt(lottery);
-    else
+    else if (bytes)
         qCWarning(lcContent, "The stored details of a lottery are damaged.");
+    return true;
 }
 
 void LotteryItem::serialize(im::content::Content *content) const
@@ -402,6 +408,7 @@ void LotteryItem::read(const im::content::Content &content)
 {
     const im::content::Lottery &lottery = content.lottery();
     titledOptions().read(lottery.has_title() ? &lottery.title() : nullptr, lottery.prizes());
+    cleanDetails();
 }
 
 // Layout
@@ -423,5 +430,6 @@ QSize LotteryItem::calcContentSize(int &lineCount, int maxWidth, int, bool inThr
             ContentMetrics::LotteryPrizeSpacing + std::max(MediaBox::leastSide, text.height());
         lineCount += lines;
     }
+    setLineCount(lineCount);
     return {std::min(width, limit), height};
 }

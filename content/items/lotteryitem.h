@@ -117,7 +117,8 @@ public:
     /// An amount with `decimals` digits (0 to 18) after the point: 1234 with 2 is "12.34".
     static QString toText(qint64 amount, int decimals);
 
-    /// Takes over how it goes. False, and no change, for the record of another lottery.
+    /// Takes over how it goes, as far as it speaks of prizes that there are: those are set before.
+    /// False, and no change, for the record of another lottery.
     bool setLottery(const im::Lottery &lottery);
     /// Adds the shares of a further page of them; those that are known are not added twice. False,
     /// and no change, for the page of another lottery or of another kind of lottery.
@@ -144,8 +145,11 @@ private:
     QVariantList shareVariants() const;
     QVariantList prizeVariants() const;
     void read(const im::content::Content &content);
-    void read(const QMap<QString, QVariant> &map);
+    /// False, and no change, for the map of another lottery.
+    bool read(const QMap<QString, QVariant> &map);
     bool adopt(const im::Lottery &lottery);
+    /// Leaves what can be true of a lottery with these prizes.
+    void cleanDetails();
     bool isOther(const im::Lottery &lottery) const;
 
     std::unique_ptr<im::Lottery> m_lottery;

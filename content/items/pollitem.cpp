@@ -46,7 +46,8 @@ auto watch(PollItem *item)
                  Watched{&PollItem::votersTotal, &PollItem::votersTotalChanged},
                  Watched{&PollItem::votedOptions, &PollItem::votedOptionsChanged},
                  Watched{&PollItem::latestVoters, &PollItem::latestVotersChanged},
-                 Watched{&PollItem::answer, &PollItem::answerChanged});
+                 Watched{&PollItem::answer, &PollItem::answerChanged},
+                 Watched{&PollItem::innerItems, &PollItem::needRecalcSize});
 }
 
 QList<int> toList(const Numbers &numbers)
@@ -210,6 +211,7 @@ void PollItem::setOptionItems(const QList<QSharedPointer<ContentItem>> &options)
     const auto watching = watch(this);
     m_options->setOptions(options);
     m_info->set_options_count(int(options.size()));
+    cleanAnswers();
 }
 
 // Settings
@@ -275,14 +277,25 @@ void PollItem::setQuizMode(bool quizMode)
 
 void PollItem::setComment(const QString &comment)
 {
+    if (comment == m_comment)
+        return;
     const auto watching = watch(this);
     m_comment = comment;
+    // What was held of it in cipher is not said any more.
+    m_info->clear_comment();
+    if (m_info->has_result())
+        m_info->mutable_result()->clear_comment();
 }
 
 void PollItem::setExpectedAnswers(const QList<int> &answers)
 {
     const auto watching = watch(this);
     m_info->mutable_expected_answers()->Assign(answers.begin(), answers.end());
+    cleanAnswers();
+}
+
+void PollItem::cleanAnswers()
+{
     if (cleanOptions(m_info->mutable_expected_answers(), optionLimit()))
         qCWarning(lcContent, "Right answers that the poll does not offer are left out.");
 }
@@ -378,11 +391,14 @@ bool PollItem::adopt(const im::PollInfo &info)
     held.clear_result();
     std::swap(*m_info, held);
     m_info->set_options_count(std::max(0, m_info->options_count()));
-    if (cleanOptions(m_info->mutable_expected_answers(), optionLimit()))
-        qCWarning(lcContent, "Right answers that the poll does not offer are left out.");
+    if (m_info->poll_id().empty())
+        m_info->set_poll_id(held.poll_id());
+    cleanAnswers();
     // The settings of who has not voted yet have no answers and no comment.
-    if (m_info->expected_answers().empty())
+    if (m_info->expected_answers().empty()) {
         m_info->mutable_expected_answers()->Swap(held.mutable_expected_answers());
+        cleanAnswers();
+    }
     if (m_info->comment().empty())
         m_info->set_comment(held.comment());
     if (held.has_result())
@@ -490,22 +506,23 @@ void PollItem::serialize(QMap<QString, QVariant> &map) const
 void PollItem::deserialize(const QMap<QString, QVariant> &map)
 {
     const auto watching = watch(this);
-    read(map);
-    ContentItem::deserialize(map);
+    if (read(map))
+        ContentItem::deserialize(map);
 }
 
-void PollItem::read(const QMap<QString, QVariant> &map)
+bool PollItem::read(const QMap<QString, QVariant> &map)
 {
-    m_options->read(map);
-    m_comment = map.value(QStringLiteral("comment")).toString();
-    m_key = fromStoredBytes(map.value(QStringLiteral("aesKey"))).value_or(QByteArray());
-
     im::PollInfo info;
     if (const auto bytes = fromStoredBytes(map.value(QStringLiteral("pollInfo")));
         bytes && !info.ParseFromArray(bytes->constData(), int(bytes->size()))) {
         qCWarning(lcContent, "The stored results of a poll are damaged.");
         info.Clear();
     }
+    if (isOther(info.poll_id()))
+        return false;
+    m_options->read(map);
+    m_comment = map.value(QStringLiteral("comment")).toString();
+    m_key = fromStoredBytes(map.value(QStringLiteral("aesKey"))).value_or(QByteArray());
     info.set_options_count(fromStoredCount(map.value(QStringLiteral("optionCount"))));
     info.set_anonymous(map.value(QStringLiteral("anonymous")).toBool());
     info.set_multiple(map.value(QStringLiteral("multiple")).toBool());
@@ -516,7 +533,7 @@ void PollItem::read(const QMap<QString, QVariant> &map)
         const qint64 number = answer.toLongLong(&isNumber);
         info.add_expected_answers(isNumber && number >= 0 && number <= INT_MAX ? int(number) : -1);
     }
-    adopt(info);
+    return adopt(info);
 }
 
 void PollItem::serialize(im::content::Content *content) const
@@ -546,6 +563,7 @@ void PollItem::read(const im::content::Content &content)
     const im::content::Poll &poll = content.poll();
     m_options->read(poll.has_desc() ? &poll.desc() : nullptr, poll.options());
     m_key = QByteArray::fromStdString(poll.key());
+    cleanAnswers();
     adoptComment();
 }
 
@@ -574,5 +592,6 @@ QSize PollItem::calcContentSize(int &lineCount, int maxWidth, int, bool inThread
                            + ContentMetrics::PollBarHeight);
         lineCount += lines;
     }
+    setLineCount(lineCount);
     return {std::min(width, limit), height};
 }

@@ -114,6 +114,8 @@ public:
     /// The right answers of a quiz.
     QList<int> expectedAnswers() const;
     void setTitleItem(const QSharedPointer<ContentItem> &title);
+    /// To be set before what speaks of options: right answers and results that the poll does not
+    /// offer are left out, with a log line.
     void setOptionItems(const QList<QSharedPointer<ContentItem>> &options);
     void setAnonymous(bool anonymous);
     void setMultiple(bool multiple);
@@ -192,13 +194,16 @@ private:
     QVariantList optionVariants() const;
     /// How many options the lists of the protocol may speak of.
     int optionLimit() const;
-    void read(const QMap<QString, QVariant> &map);
+    /// False, and no change, for the map of another poll.
+    bool read(const QMap<QString, QVariant> &map);
     void read(const im::content::Content &content);
     bool adopt(const im::PollInfo &info);
     bool adopt(const im::PollResult &result);
     bool isOther(const std::string &pollId) const;
     QString decrypted(const std::string &cipher) const;
     void adoptComment();
+    /// Leaves right answers that the poll offers.
+    void cleanAnswers();
 
     std::unique_ptr<TitledOptions> m_options;
     /// Settings and results, checked; the comment as it came.

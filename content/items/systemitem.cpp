@@ -352,7 +352,9 @@ void SystemItem::deserialize(const QMap<QString, QVariant> &map)
 {
     if (const std::unique_ptr<Alert> alert = storedAlert(map))
         setInfo(*alert);
-    ContentItem::deserialize(map);
+    const QString before = text();
+    ContentItem::deserialize(map); // older records have their text as content
+    tellText(before);
 }
 
 void SystemItem::setContent(const im::content::Content &content)

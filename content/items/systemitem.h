@@ -128,8 +128,7 @@ public:
 
 Q_SIGNALS:
     void alertTypeChanged();
-    /// needRecalcSize() follows, except when somebody is renamed or an object of a person goes
-    /// away.
+    /// needRecalcSize() follows.
     void textChanged();
     void dialogFlagsChanged();
     void dismissAtChanged();

@@ -47,12 +47,9 @@ Client::Shown Client::measure(KeptMessage &message)
     Contents::settle();
     message.measure = m_measure;
     if (shown.item) {
-        if (auto *combined = qobject_cast<CombinedItem *>(shown.item.data())) {
-            const QList<CombinedEntry> entries = combined->entries();
-            for (const CombinedEntry &entry : entries)
-                combined->setSenderName(entry.senderId, entry.isGroup,
-                                        describe::userName(entry.senderId, m_names));
-        }
+        if (auto *combined = qobject_cast<CombinedItem *>(shown.item.data()))
+            combined->setSenderNames(
+                [this](qint64 id, bool) { return describe::userName(id, m_names); });
         QElapsedTimer timer;
         timer.start();
         shown.item->calcSize(m_measure.width, 0, maxLineCount, ContentItem::CONTENT_CHANGED, false);

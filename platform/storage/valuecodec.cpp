@@ -76,11 +76,22 @@ bool isContainer(QMetaType type)
         || QMetaType::canConvert(type, QMetaType::fromType<QAssociativeIterable>());
 }
 
-/// The operators of these trust the bytes with more than memory: a region has as many parts as a
-/// number says, and damage makes that an hour; a curve has the address of a function.
+/// The operators of these trust the bytes too far: a region, the dashes of a pen, the stops of a
+/// gradient have as many parts as a number says, and damage makes that an hour or all memory; a
+/// curve has the address of a function.
 bool isUnsafe(QMetaType type)
 {
-    return type.id() == QMetaType::QRegion || type.id() == QMetaType::QEasingCurve;
+    switch (type.id()) {
+    case QMetaType::QRegion:
+    case QMetaType::QPen:
+    case QMetaType::QBrush:
+    case QMetaType::QPalette:
+    case QMetaType::QIcon:
+    case QMetaType::QEasingCurve:
+        return true;
+    default:
+        return false;
+    }
 }
 
 /// Their operators begin with the number of elements, and reserve that many.

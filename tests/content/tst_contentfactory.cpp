@@ -206,6 +206,16 @@ private Q_SLOTS:
         copy->setContent(u"other"_s, {});
         QCOMPARE(item->textEntity().size(), 20);
 
+        // Whatever a map calls itself, an item is what it was made as.
+        for (const int type : {ContentItem::Text, ContentItem::Poll, ContentItem::Lottery}) {
+            for (const char *name : {"poll", "text", "card", ""}) {
+                const auto made = deserializeContent(
+                    QVariantMap{{u"type"_s, QString::fromLatin1(name)}}, type, 1, nullptr);
+                QCOMPARE(made->type(), type);
+                QCOMPARE(copyContent(made)->type(), type);
+            }
+        }
+
         QVERIFY(!copyContent({}));
         QVERIFY(serializeContent({}).isEmpty());
         QList<QVariant> list;

@@ -109,6 +109,14 @@ private Q_SLOTS:
         QCOMPARE(log.take(), u"textEntityChanged spoilersChanged contentChanged effectChanged"_s);
         QCOMPARE(textAtFirstSignal, u"three"_s);
 
+        // Blocks alone may change what it measures, and text alone where a hidden range ends.
+        item->setContent(u"three"_s, {block(TextEntityType::Spoiler, 0, 9)});
+        QCOMPARE(log.take(), u"textEntityChanged spoilersChanged needRecalcSize"_s);
+        item->setContent(u"thr"_s, UserTextBlocks(item->textEntity()));
+        QCOMPARE(log.take(), u"spoilersChanged contentChanged"_s);
+        item->setContent(u"three"_s, {});
+        log.take();
+
         // From the protocol by the same rules; a body of another kind changes nothing.
         im::content::Content content;
         content.mutable_text()->set_text("three");
@@ -219,6 +227,23 @@ private Q_SLOTS:
             QCOMPARE(item->type(), 1);
         }
         init();
+        // What its record carries beside the text is kept while it is shown that way.
+        im::content::Content record;
+        record.mutable_text()->set_text("😀😀");
+        auto *bold = record.mutable_text()->add_textentity();
+        bold->set_type(im::content::TextEntity::BOLD);
+        bold->set_group_id(7);
+        const ItemPointer two = deserializeContent(record, 1, nullptr);
+        measure(two);
+        QCOMPARE(two->type(), 503);
+        QVariantMap map;
+        two->serialize(map);
+        map.insert(u"entity"_s, two->serializeEntities());
+        two->deserialize(map);
+        im::content::Content written;
+        two->serialize(&written);
+        QCOMPARE(written.SerializeAsString(), record.SerializeAsString());
+
         for (const auto &[count, type] : {std::pair{4096, 503}, {4097, 1}}) {
             const ItemPointer item = textItem(u"😀"_s.repeated(count));
             measure(item);

@@ -340,12 +340,13 @@ private Q_SLOTS:
         SignalLog log{{&item}};
         item.setSenderName(7, false, u"Mia"_s);
         item.setSenderName(7, false, u"Mia"_s);
-        QCOMPARE(log.take(), u"entriesChanged"_s);
+        QCOMPARE(log.take(), u"entriesChanged needRecalcSize"_s);
         QCOMPARE(item.title(), u"Mia, Lake club"_s);
         QCOMPARE(item.summary(),
                  (QStringList{u"Mia: hello there"_s, QString(), u"Lake club: Mia"_s}));
         QCOMPARE(item.getKeyword(), u"hello\nthere\ndeep"_s);
         QVERIFY(!measure(item, 300).isEmpty());
+        QCOMPARE(log.take(), u"lineCountChanged"_s);
 
         QMap<QString, QVariant> map;
         item.serialize(map);
@@ -368,6 +369,10 @@ private Q_SLOTS:
 
         CombinedItem copy(&item);
         copy.setSenderName(7, false, u"Li"_s);
+        // The summary has the names of senders that are inside only.
+        const auto innermost = qobject_cast<CombinedItem *>(copy.entries().at(2).contentItem());
+        QVERIFY(innermost);
+        QCOMPARE(innermost->title(), u"Li"_s);
         QCOMPARE(item.title(), u"Mia, Lake club"_s);
         QCOMPARE(item.entries().at(2).contentItem()->property("title"), u"Mia"_s);
     }

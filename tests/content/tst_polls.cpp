@@ -206,6 +206,15 @@ private Q_SLOTS:
         QCOMPARE(poll->comment(), u"because"_s);
         QCOMPARE(restored(poll)->encryptComment(), cipher);
 
+        // One that its author has taken back is neither sent nor read from what was held.
+        im::PollInfo said;
+        said.set_comment(cipher.toStdString());
+        poll->setPollInfo(said);
+        poll->setComment({});
+        poll->pollInfo(&said);
+        QCOMPARE(said.comment(), std::string());
+        QCOMPARE(restored(poll)->comment(), QString());
+
         // The comment may come before the key. Until then it is given back as it came.
         const auto late = make<PollItem>(pollBody({"a"}));
         im::PollInfo info;
@@ -218,6 +227,49 @@ private Q_SLOTS:
         QCOMPARE(late->comment(), u"because"_s);
     }
 
+    void otherPolls()
+    {
+        const auto poll = make<PollItem>(pollBody({"a", "b", "c"}));
+        im::PollInfo info;
+        info.set_poll_id("p");
+        info.add_expected_answers(2);
+        QVERIFY(poll->setPollInfo(info));
+        const auto other = make<PollItem>(pollBody({"d"}));
+        info.set_poll_id("q");
+        info.clear_expected_answers();
+        QVERIFY(other->setPollInfo(info));
+
+        // Neither its map nor its record changes anything; a record that names none is this one's.
+        const auto before = stored(poll);
+        SignalLog log{{poll.data()}};
+        poll->deserialize(stored(other));
+        QCOMPARE(log.take(), QString());
+        QCOMPARE(stored(poll), before);
+        info.clear_poll_id();
+        QVERIFY(poll->setPollInfo(info));
+        QCOMPARE(poll->pollId(), u"p"_s);
+
+        // Answers that are offered no more.
+        const auto options = poll->innerItems();
+        QTest::ignoreMessage(QtWarningMsg,
+                             "Right answers that the poll does not offer are left out.");
+        poll->setOptionItems({options.at(1), options.at(2)});
+        QCOMPARE(poll->expectedAnswers(), QList<int>());
+
+        const auto lottery = QSharedPointer<LotteryItem>::create(1, nullptr);
+        im::Lottery record;
+        record.set_id("l");
+        record.set_total(3);
+        QVERIFY(lottery->setLottery(record));
+        const auto foreign = QSharedPointer<LotteryItem>::create(1, nullptr);
+        record.set_id("m");
+        QVERIFY(foreign->setLottery(record));
+        foreign->setOptionItems({options.at(1)});
+        lottery->deserialize(stored(foreign));
+        QVERIFY(lottery->options().isEmpty());
+        QCOMPARE(lottery->lotteryId(), u"l"_s);
+    }
+
     void updatesKeepWhatIsEqual()
     {
         const auto poll = make<PollItem>(pollBody({"a", "b"}));
@@ -227,7 +279,7 @@ private Q_SLOTS:
         poll->deserialize(stored(poll));
         QCOMPARE(log.take(), QString());
         poll->setContent(pollBody({"a", "c", "d"}));
-        QCOMPARE(log.take(), u"optionsChanged optionCountChanged"_s);
+        QCOMPARE(log.take(), u"optionsChanged optionCountChanged needRecalcSize"_s);
         QCOMPARE(poll->options().at(0).contentItem(), first.data());
         QCOMPARE(poll->getKeyword(), u"Which one?\na\nc\nd"_s);
         poll->setContent(textBody("no poll"));
@@ -411,7 +463,8 @@ private Q_SLOTS:
         QCOMPARE(draw->shares().at(2).prizeIndex, -1);
         QCOMPARE(draw->drawn(), 2);
         draw->setOptionItems({draw->options().at(1).content.toStrongRef()});
-        QCOMPARE(log.take(), u"optionsChanged prizesChanged"_s);
+        QCOMPARE(log.take(), u"optionsChanged lotteryChanged prizesChanged needRecalcSize"_s);
+        QVERIFY(draw->shares().at(0).prizeIndex == -1);
     }
 
     void sizes()

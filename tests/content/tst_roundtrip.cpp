@@ -164,6 +164,32 @@ private Q_SLOTS:
         }
     }
 
+    /// A view drops its buttons only when there are others, however they are spread over rows.
+    void buttonsAreToldOfOnce()
+    {
+        Content sent;
+        sent.mutable_text()->set_text("Coming?");
+        sent.add_buttons()->add_buttons()->set_text("Yes");
+        sent.add_buttons()->add_buttons()->set_text("No");
+        Content oneRow = sent;
+        oneRow.mutable_buttons()->RemoveLast();
+        oneRow.mutable_buttons(0)->add_buttons()->set_text("No");
+
+        const auto item = makeContentItem(sent.SerializeAsString(), 2, 1, nullptr);
+        const auto other = makeContentItem(oneRow.SerializeAsString(), 2, 1, nullptr);
+        QList<qsizetype> rows;
+        connect(item.data(), &ContentItem::buttonsChanged, this,
+                [&] { rows.append(item->buttons().size()); });
+        item->setContent(sent);
+        QCOMPARE(rows, QList<qsizetype>());
+        item->setContent(oneRow);
+        item->setContent(sent);
+        QVariantMap stored;
+        other->serialize(stored);
+        item->deserialize(stored);
+        QCOMPARE(rows, (QList<qsizetype>{1, 2, 1}));
+    }
+
     /// What belonged to the entities of a text goes with them; buttons stay.
     void entitiesThatAreReplaced()
     {

@@ -323,11 +323,8 @@ try {
         item = whole;
     if (!item)
         return {};
-    if (auto *combined = qobject_cast<CombinedItem *>(item.data())) {
-        const QList<CombinedEntry> entries = combined->entries();
-        for (const CombinedEntry &entry : entries)
-            combined->setSenderName(entry.senderId, entry.isGroup, userName(entry.senderId));
-    }
+    if (auto *combined = qobject_cast<CombinedItem *>(item.data()))
+        combined->setSenderNames([this](qint64 id, bool) { return userName(id); });
     item->calcSize(measure().width, 0, 0, ContentItem::CONTENT_CHANGED, false);
     return item;
 } catch (const ClientError &error) {

@@ -5,6 +5,7 @@
 #include <QEasingCurve>
 #include <QFile>
 #include <QFileInfo>
+#include <QPen>
 #include <QRect>
 #include <QRegion>
 #include <QTest>
@@ -242,6 +243,7 @@ private Q_SLOTS:
         QByteArray region = bytes(QRegion(0, 0, 9, 9) + QRegion(50, 50, 9, 9));
         region.replace(8, 4, "\x7f\xff\xff\xff");
         row("endless region", single("QRegion", region));
+        row("dashes without end", single("QPen", bytes(QPen())));
         row("address of a function", single("QEasingCurve", bytes(QEasingCurve())));
     }
     void leavesOutDamagedValues()

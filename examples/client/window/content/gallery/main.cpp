@@ -95,11 +95,8 @@ Items contentsOf(const QString &path, ClientAccount *account)
                 items.append(finished);
         }
         group.add(message, item);
-        if (auto *combined = qobject_cast<CombinedItem *>(item.data())) {
-            const QList<CombinedEntry> entries = combined->entries();
-            for (const CombinedEntry &entry : entries)
-                combined->setSenderName(entry.senderId, false, names.value(int(entry.senderId)));
-        }
+        if (auto *combined = qobject_cast<CombinedItem *>(item.data()))
+            combined->setSenderNames([&](qint64 id, bool) { return names.value(int(id)); });
         items.append(item);
     }
     if (!reader.error().isEmpty())
