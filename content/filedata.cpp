@@ -473,11 +473,11 @@ void FileData::recordCopy()
 
 bool FileData::updateFile(const FileData &other)
 {
-    if (&other == this)
+    if (&other == this || (other.filePath().isEmpty() && other.cacheFilePath().isEmpty()))
         return false;
     const FileData copy(&other); // no two records are locked at a time
     const Locker locker(this);
-    if (fileExist() || (copy.filePath().isEmpty() && copy.cacheFilePath().isEmpty()))
+    if (fileExist() && exists()) // it may have gone since the last look
         return false;
     setFilePath(copy.filePath());
     setCacheFilePath(copy.cacheFilePath());

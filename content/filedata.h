@@ -124,7 +124,7 @@ public:
     ///                   exists() will.
     void updateFilePath(const QString &path, bool downloaded, bool check);
     /// Takes over from another record of the same file where it lies, its state and its cached
-    /// copy, unless this record's own file is there. True when it did.
+    /// copy, unless this record's own file is there (exists()). True when it did.
     bool updateFile(const FileData &other);
 
     /// Whether the recorded file, and no other that has replaced it, is still in its place. If it

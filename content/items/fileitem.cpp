@@ -244,8 +244,11 @@ QSharedPointer<FileData> FileItem::updated(const QSharedPointer<FileData> &held,
 {
     if (!said || said == held)
         return said;
+    FileProvider *provider = fileProvider();
     if (held && held->isSameRecord(*said)) {
         held->updateFile(*said);
+        if (provider) // that of an upload has not been there: it has got its id since
+            provider->add(held);
         return held;
     }
     // The same file, of which more is known by now: an upload that has got its id.
@@ -253,7 +256,6 @@ QSharedPointer<FileData> FileItem::updated(const QSharedPointer<FileData> &held,
         && (held->fileId() == said->fileId()
             || (held->fileId().isEmpty() && !said->aesKey().isEmpty())))
         said->updateFile(*held);
-    FileProvider *provider = fileProvider();
     if (!provider)
         return said;
     const QSharedPointer<FileData> shared = provider->add(said);

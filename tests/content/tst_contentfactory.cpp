@@ -2,6 +2,8 @@
 #include "base/json.h"
 #include "content/contentfactory.h"
 #include "content/contentitem.h"
+#include "content/filedata.h"
+#include "content/items/fileitem.h"
 #include "protocol/message_content.pb.h"
 #include "support/fakeaccount.h"
 
@@ -193,6 +195,24 @@ private Q_SLOTS:
         QCOMPARE(makeContentItem({{u"content"_s, QVariantList{stored}}}, 1, &account),
                  stickers.shared);
         QCOMPARE(stickers.stored, u":bow:"_s);
+    }
+
+    void filesAreShared()
+    {
+        im::content::Content content;
+        content.mutable_file()->mutable_attach_file()->set_id("f1");
+        FakeAccount account;
+        const auto made = [&] {
+            return makeContentItem(content.SerializeAsString(), 2, 1, &account)
+                .dynamicCast<FileItem>();
+        };
+        // That of an upload, once the account has the message.
+        const auto upload = QSharedPointer<FileItem>::create(1, &account);
+        const auto record = QSharedPointer<FileData>::create(content.file().attach_file());
+        upload->setSourceFile(record);
+        upload->setContent(content);
+        QCOMPARE(upload->sourceFile(), record);
+        QCOMPARE(made()->sourceFile(), record);
     }
 
     void copies()

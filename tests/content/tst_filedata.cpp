@@ -487,6 +487,11 @@ private Q_SLOTS:
         QVERIFY(!FileData().updateFile(FileData()));
 
         QVERIFY(QFile::remove(m_path));
+        // So does one whose file has gone without its knowing.
+        FileData moved(filled<im::content::FileInfo>(1));
+        moved.updateFilePath(m_cached, true, true);
+        QVERIFY(other.updateFile(moved));
+        QVERIFY(other.exists());
         file.updateFilePath(m_path, false, true);
         QVERIFY(!file.fileExist());
     }
