@@ -339,8 +339,6 @@ void FileData::parse(const QVariantMap &map, ParseType type, bool all)
         setIv(StoredValue::toBytes(map.value(keys.iv), keys.iv));
     if (has(keys.downloadedRange))
         setDownloadedRange(map.value(keys.downloadedRange).toList());
-    if (has(keys.cachePath))
-        setCacheFilePath(map.value(keys.cachePath).toString());
 
     const QString path = map.value(keys.path).toString();
     if (!DiskFile(path).exists)

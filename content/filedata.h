@@ -45,8 +45,8 @@ public:
     Q_ENUM(ParseType)
 
     FileData();
-    /// From a stored map, on top of `base` (which may be null). Id, key, checksum and name are the
-    /// map's, empty where it has none; everything else is where it has it. A path that leads
+    /// From a stored map, on top of `base` (which may be null). Id, key, checksum, name and size are
+    /// the map's, empty where it has none; everything else stays where it has none. A path that leads
     /// nowhere is passed over; a file that is there is Downloaded, unless a state says otherwise,
     /// and its size is taken from the disk.
     FileData(const QVariantMap &map, ParseType type, const BaseFile *base = nullptr);

@@ -1,5 +1,6 @@
 #include "content/photodata.h"
 
+#include "base/storedvalue.h"
 #include "base/util.h"
 #include "cryptobase/cryptoaes.h"
 #include "protocol/common_data.pb.h"
@@ -17,6 +18,16 @@ namespace
 
 constexpr int keySize = 32;
 
+QString typeKey()
+{
+    return QStringLiteral("photoType");
+}
+
+QString algorithmKey()
+{
+    return QStringLiteral("encryptAlgorithm");
+}
+
 QByteArray bytes(const std::string &bytes)
 {
     return QByteArray(bytes.data(), qsizetype(bytes.size()));
@@ -33,8 +44,13 @@ PhotoData::PhotoData(const QVariantMap &map, const BaseFile *base) : BaseFile(ba
         if (map.contains(own))
             *key = own;
     }
+    setFileId({}); // which, as the key, are never those of the base
+    setAesKey({});
     read(map, keys, false);
-    m_type = extensionOf(map.value(QStringLiteral("fileName")).toString());
+    const auto type = map.constFind(typeKey());
+    m_type = type != map.constEnd() ? type->toString()
+                                    : extensionOf(map.value(QStringLiteral("fileName")).toString());
+    m_encryptAlgorithm = StoredValue::toInt32(map.value(algorithmKey()));
     if (map.contains(keys.path)) {
         setFilePath(Util::toLocalFile(map.value(keys.path).toString()));
         checkFilePath();
@@ -114,6 +130,10 @@ void PhotoData::serialize(QVariantMap &map) const
     map.insert(QStringLiteral("fileExist"), fileExist());
     map.insert(QStringLiteral("percent"), m_percent);
     map.insert(QStringLiteral("fileName"), fileName());
+    if (!m_type.isEmpty() && !isValidExtension(m_type))
+        map.insert(typeKey(), m_type);
+    if (m_encryptAlgorithm != 0)
+        map.insert(algorithmKey(), m_encryptAlgorithm);
 }
 
 void PhotoData::serialize(im::content::FileInfo *info) const

@@ -24,9 +24,10 @@ class MODELBASE_EXPORT PhotoData : public BaseFile
     Q_PROPERTY(quint8 percent READ percent WRITE setPercent NOTIFY percentChanged)
 
 public:
-    /// From a stored map, on top of `base` (which may be null): "aesKey", "photoId", "fileMd5" and
-    /// "photoPath", a path or "file:" URL. What serialize() has written is read, too: its "fileId"
-    /// and "filePath" count where the photo's own keys are missing.
+    /// From a stored map, on top of `base` (which may be null): "aesKey" and "photoId", empty where
+    /// it has none; "fileMd5" and "photoPath", a path or "file:" URL, where it has them. What
+    /// serialize() has written is read, too: its "fileId" and "filePath" count where the photo's
+    /// own keys are missing.
     PhotoData(const QVariantMap &map, const BaseFile *base = nullptr);
     /// Of the name only the extension is kept.
     explicit PhotoData(const im::content::FileInfo &info);
@@ -44,7 +45,8 @@ public:
     void setPercent(quint8 percent);
 
     using BaseFile::serialize;
-    /// The base record's map with "fileExist", "percent" and "fileName".
+    /// The base record's map with "fileExist", "percent" and "fileName"; where the record has such,
+    /// also with "photoType", one that is no extension, and "encryptAlgorithm".
     Q_INVOKABLE QVariantMap serialize() const;
     void serialize(QVariantMap &map) const override;
     void serialize(im::content::FileInfo *info) const;

@@ -133,8 +133,16 @@ QString animateHKey()
     return QStringLiteral("animateH");
 }
 
-/// Null when the map names neither a file nor a path. A map of the file that is `held` changes what
-/// it has keys for.
+/// A record that has neither an id nor a place is none.
+template <typename File>
+QSharedPointer<File> unlessEmpty(const QSharedPointer<File> &file)
+{
+    const bool isEmpty = file->fileId().isEmpty() && file->BaseFile::filePath().isEmpty();
+    return isEmpty ? QSharedPointer<File>() : file;
+}
+
+/// Null when the map names neither a file nor a path that leads to one. A map of the file that is
+/// `held` changes what it has keys for.
 FilePointer fileOf(const Map &map, bool animated, const FilePointer &held)
 {
     QVariantMap record;
@@ -157,7 +165,7 @@ FilePointer fileOf(const Map &map, bool animated, const FilePointer &held)
         if (const auto value = map.constFind(animateHKey()); value != map.constEnd())
             file->setHeight(StoredValue::toInt32(*value));
     }
-    return file;
+    return unlessEmpty(file);
 }
 
 bool isWritten(const FileKey &key, const QVariant &value, bool isOnDevice)
@@ -211,7 +219,8 @@ StickerItem::Thumbnail thumbnailOf(const Map &map)
     StickerItem::Thumbnail thumbnail;
     if (!map.value(thumbnailIdKey()).toString().isEmpty()
         || !map.value(thumbPathKey()).toString().isEmpty()) {
-        thumbnail.file = QSharedPointer<FileData>::create(map, FileData::ParseType::Thumbnail);
+        thumbnail.file =
+            unlessEmpty(QSharedPointer<FileData>::create(map, FileData::ParseType::Thumbnail));
     }
     thumbnail.bytes = StoredValue::toBytes(map.value(thumbNailKey()), thumbNailKey());
     thumbnail.w = StoredValue::toInt32(map.value(thumbWKey()));
@@ -495,7 +504,10 @@ StickerItem::Fields StickerItem::readFavorite(const Map &favorite) const
             map.insert(key, *value);
     }
     for (const auto &[key, storedKey] : otherKeys) {
-        if (const auto value = favorite.constFind(key); value != favorite.constEnd())
+        // Some have both spellings, and nothing under one of them.
+        const auto value = favorite.constFind(key);
+        if (value != favorite.constEnd()
+            && (!value->toString().isEmpty() || !map.contains(storedKey)))
             map.insert(storedKey, *value);
     }
     return read(map, this);

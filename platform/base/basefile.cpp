@@ -252,12 +252,14 @@ void BaseFile::read(const QVariantMap &map, const StoredKeys &keys, bool all)
         setAesKey(StoredValue::toBytes(map.value(keys.aesKey), keys.aesKey));
     if (all || has(keys.md5))
         setFileMd5(StoredValue::toBytes(map.value(keys.md5), keys.md5));
-    if (has(keys.size))
+    if (all || has(keys.size))
         setSize(StoredValue::toInt64(map.value(keys.size)));
     if (has(keys.version))
         setVersion(StoredValue::toInt32(map.value(keys.version)));
     if (const auto state = storedState(map.value(keys.state)))
         setFileState(*state);
+    if (has(keys.cachePath))
+        setCacheFilePath(map.value(keys.cachePath).toString());
 }
 
 // Signals

@@ -166,7 +166,7 @@ protected:
     };
     static const StoredKeys &sourceKeys();
     void write(QVariantMap &map, const StoredKeys &keys) const;
-    /// Reads what every kind of record has, except paths, as StoredValue reads it; with `all` false
+    /// Reads what every kind of record has, but the path, as StoredValue reads it; with `all` false
     /// a key that is not in the map leaves its field alone.
     void read(const QVariantMap &map, const StoredKeys &keys, bool all);
 

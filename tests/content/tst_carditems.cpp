@@ -553,6 +553,8 @@ private Q_SLOTS:
         QVERIFY(restored->file()->exists());
         QCOMPARE(restored->file()->format(), u"webp"_s);
         QVERIFY(QFile::remove(path));
+        const StickerItem gone({{u"filePath"_s, path}, {u"thumbPath"_s, path}}, 1, nullptr);
+        QVERIFY(!gone.file() && !gone.thumbnail().file);
         QVERIFY(!storedMap(*restored).contains(u"filePath"_s));
         // An update with the same file keeps its record, one of another file does not.
         const auto record = restored->file();
@@ -608,7 +610,7 @@ private Q_SLOTS:
 
         sticker.deserializeFavorite(favourite);
         QCOMPARE(log.take(), QString());
-        sticker.deserializeFavorite({{u"pid"_s, 9}, {u"fileId"_s, u"g"_s}});
+        sticker.deserializeFavorite({{u"pid"_s, 9}, {u"fileid"_s, u""_s}, {u"fileId"_s, u"g"_s}});
         QCOMPARE(sticker.pid(), 9);
         QCOMPARE(sticker.file()->fileId(), u"g"_s);
 

@@ -192,6 +192,8 @@ private Q_SLOTS:
             QCOMPARE(sent<im::AnimatedSticker>(StickerData(sticker)), sticker.SerializeAsString());
             const auto photo = filled<im::Photo>(seed);
             QCOMPARE(sent<im::Photo>(PhotoData(photo)), photo.SerializeAsString());
+            const PhotoData stillIt(throughJson(PhotoData(photo).serialize()));
+            QCOMPARE(sent<im::Photo>(stillIt), photo.SerializeAsString());
 
             // What both records say goes through the stored form, too.
             FileData both(content);
@@ -235,10 +237,12 @@ private Q_SLOTS:
         // The base gives what the map is silent about, but not another identity.
         BaseFile base(u"old"_s, 2);
         base.setAesKey("old");
+        base.setSize(7);
         base.setFileState(BaseFile::Local);
-        const FileData onBase(QVariantMap{{u"size"_s, 7}}, ParseType::Source, &base);
+        const FileData onBase(QVariantMap(), ParseType::Source, &base);
         QCOMPARE(onBase.fileId(), QString());
         QCOMPARE(onBase.aesKey(), QByteArray());
+        QCOMPARE(onBase.size(), 0);
         QCOMPARE(onBase.fileType(), 2);
         QCOMPARE(onBase.fileState(), BaseFile::Local);
     }
@@ -666,6 +670,9 @@ private Q_SLOTS:
                              {u"photoPath"_s, QUrl::fromLocalFile(m_path).toString()}});
         QCOMPARE(map.fileName(), u"p1.png"_s);
         QCOMPARE(map.filePath(), m_path);
+        const PhotoData onBase(QVariantMap{{u"cachePath"_s, m_cached}}, &map);
+        QCOMPARE(onBase.fileId() + QString::fromLatin1(onBase.aesKey()), QString());
+        QCOMPARE(onBase.filePath() + onBase.cacheFilePath(), m_path + m_cached);
         const QVariantMap again = map.serialize();
         QCOMPARE(again.value(u"fileExist"_s), true);
         QCOMPARE(again.value(u"percent"_s), 0);
