@@ -6,6 +6,7 @@
 #include "base/storedvalue.h"
 #include "base/util.h"
 #include "content/contentmetrics.h"
+#include "content/filedata.h"
 #include "content/modelbaseutil.h"
 #include "content/remainder_p.h"
 #include "protocol/common_data.pb.h"
@@ -56,6 +57,13 @@ QString remainderKey()
 bool isLink(const UserTextBlock &block)
 {
     return block.type == TextEntityType::Url || block.type == TextEntityType::Hyperlink;
+}
+
+QList<QSharedPointer<FileData>> filesOf(ContentItem *item)
+{
+    QList<QSharedPointer<FileData>> files;
+    item->getFile(files);
+    return files;
 }
 
 } // namespace
@@ -591,8 +599,10 @@ void ContentItem::getFile(QList<QSharedPointer<FileData>> &files)
 
 void ContentItem::getFileIdsByExistCache(QList<QString> &ids)
 {
-    for (const auto &item : innerItems())
-        item->getFileIdsByExistCache(ids);
+    for (const auto &file : filesOf(this)) {
+        if (!file->fileId().isEmpty() && file->cacheFileExist())
+            ids.append(file->fileId());
+    }
 }
 
 QSharedPointer<FileData> ContentItem::getThumbFile()
@@ -606,8 +616,10 @@ QSharedPointer<FileData> ContentItem::getThumbFile()
 
 void ContentItem::initFileStateWithCloudDriveFile()
 {
-    for (const auto &item : innerItems())
-        item->initFileStateWithCloudDriveFile();
+    for (const auto &file : filesOf(this)) {
+        if (file->awaitsUpload() && !file->fileId().isEmpty())
+            file->setFileState(file->exists() ? BaseFile::Downloaded : BaseFile::NotDownloaded);
+    }
 }
 
 // Measuring

@@ -235,11 +235,18 @@ public:
     virtual bool spoiler() const { return false; }
     virtual void setSpoiler(bool) { }
 
-    // What items with files fill in, see FileItem. The base asks the contents inside: each of them,
-    // or for a thumbnail the first that has one.
+    // The files of an item. Kinds with files override getFile() and getThumbFile(), the base asks
+    // the contents inside; the other two go by getFile().
+
+    /// Appends the records of all files of the item.
     virtual void getFile(QList<QSharedPointer<FileData>> &files);
+    /// Appends the ids of the files of which there is a copy in the cache. Looks at the disk.
     virtual void getFileIdsByExistCache(QList<QString> &ids);
+    /// The first thumbnail that there is; null when there is none.
     virtual QSharedPointer<FileData> getThumbFile();
+    /// For content made of files that the cloud drive has already: there is nothing to upload, so
+    /// files with an id that waited for it become Downloaded where they are on this device and
+    /// NotDownloaded where they are not.
     virtual void initFileStateWithCloudDriveFile();
 
 Q_SIGNALS:

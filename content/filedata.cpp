@@ -500,8 +500,7 @@ bool FileData::exists()
     const FileState state = fileState();
     if (cacheFileExist()) {
         updateFilePath(cacheFilePath(), false, true);
-        if (state != WaitingForUpload && state != Uploading && state != UploadFailed
-            && state != Uploaded && state != UploadPaused)
+        if (state != Uploaded && !awaitsUpload())
             setFileState(Downloaded);
         return fileExist();
     }
@@ -564,6 +563,13 @@ void FileData::setCacheFileTimes(qint64 createTime, qint64 lastModified)
 }
 
 // Transfer
+
+bool FileData::awaitsUpload() const
+{
+    const FileState state = fileState();
+    return state == WaitingForUpload || state == Uploading || state == UploadFailed
+        || state == UploadPaused;
+}
 
 QString FileData::progress() const
 {

@@ -152,6 +152,8 @@ public:
 
     // How far a transfer has come
 
+    /// Whether there is an upload that is not done: waiting, under way, paused or failed.
+    bool awaitsUpload() const;
     /// The bytes that were transferred, for people (Util::intToSizeStr).
     QString progress() const;
     /// 0 to 100; 100 only when nothing is missing.

@@ -484,26 +484,6 @@ void FileItem::getFile(QList<QSharedPointer<FileData>> &files)
         files.append(m_thumbnailFile);
 }
 
-void FileItem::getFileIdsByExistCache(QList<QString> &ids)
-{
-    QList<QSharedPointer<FileData>> files;
-    getFile(files);
-    for (const auto &file : files) {
-        if (!file->fileId().isEmpty() && file->cacheFileExist())
-            ids.append(file->fileId());
-    }
-}
-
-void FileItem::initFileStateWithCloudDriveFile()
-{
-    QList<QSharedPointer<FileData>> files;
-    getFile(files);
-    for (const auto &file : files) {
-        if (uploadStateOf(*file) != NoUpload && !file->fileId().isEmpty())
-            file->setFileState(file->exists() ? BaseFile::Downloaded : BaseFile::NotDownloaded);
-    }
-}
-
 QString FileItem::getKeyword() const
 {
     QStringList words{ContentItem::getKeyword(), m_displayName,

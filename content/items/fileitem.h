@@ -113,13 +113,7 @@ public:
     /// Appends the records of all files of the item: source, thumbnail, and those that a kind has
     /// besides.
     void getFile(QList<QSharedPointer<FileData>> &files) override;
-    /// Appends the ids of the files of which there is a copy in the cache. Looks at the disk.
-    void getFileIdsByExistCache(QList<QString> &ids) override;
     QSharedPointer<FileData> getThumbFile() override { return m_thumbnailFile; }
-    /// For content made of files that the cloud drive has already: there is nothing to upload, so
-    /// files with an id that waited for it become Downloaded where they are on this device and
-    /// NotDownloaded where they are not.
-    void initFileStateWithCloudDriveFile() override;
 
 Q_SIGNALS:
     void sourceFileChanged();

@@ -639,13 +639,3 @@ void StickerItem::getFile(QList<QSharedPointer<FileData>> &files)
             files.append(file);
     }
 }
-
-void StickerItem::getFileIdsByExistCache(QList<QString> &ids)
-{
-    QList<QSharedPointer<FileData>> files;
-    getFile(files);
-    for (const auto &file : files) {
-        if (!file->fileId().isEmpty() && file->cacheFileExist())
-            ids.append(file->fileId());
-    }
-}

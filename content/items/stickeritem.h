@@ -113,8 +113,6 @@ public:
 
     /// The pictures' records and the thumbnail's.
     void getFile(QList<QSharedPointer<FileData>> &files) override;
-    /// Those of which there is a copy in the cache. Looks at the disk.
-    void getFileIdsByExistCache(QList<QString> &ids) override;
     QSharedPointer<FileData> getThumbFile() override { return m_thumbnail.file; }
 
 Q_SIGNALS:

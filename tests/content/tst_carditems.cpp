@@ -552,6 +552,9 @@ private Q_SLOTS:
         const auto restored = QSharedPointer<StickerItem>::create(stored, 1, nullptr);
         QVERIFY(restored->file()->exists());
         QCOMPARE(restored->file()->format(), u"webp"_s);
+        restored->file()->setFileState(BaseFile::UploadPaused);
+        restored->initFileStateWithCloudDriveFile();
+        QCOMPARE(restored->file()->fileState(), BaseFile::Downloaded);
         QVERIFY(QFile::remove(path));
         const StickerItem gone({{u"filePath"_s, path}, {u"thumbPath"_s, path}}, 1, nullptr);
         QVERIFY(!gone.file() && !gone.thumbnail().file);
