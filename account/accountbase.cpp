@@ -60,11 +60,6 @@ QByteArray passwordKey(QString password)
     return key;
 }
 
-QByteArray bytes(const std::string &text)
-{
-    return QByteArray(text.data(), qsizetype(text.size()));
-}
-
 } // namespace
 
 AccountBase::AccountBase(QObject *parent)
@@ -342,7 +337,7 @@ bool AccountBase::decrypt(QByteArray &out, const std::string &data, const QStrin
             QStringLiteral("Decrypt failed: no secure key (%1_%2)").arg(keyId).arg(version));
         return false;
     }
-    out = m_aes->decrypt(bytes(data), key, Define::comIV());
+    out = m_aes->decrypt(QByteArray::fromStdString(data), key, Define::comIV());
     return true;
 }
 
@@ -374,7 +369,7 @@ QByteArray AccountBase::getMissingChatKeys(const QString &dialogId, int fromVers
             entry->set_key(key.constData(), std::size_t(key.size()));
         }
     }
-    return bytes(patch.SerializeAsString());
+    return QByteArray::fromStdString(patch.SerializeAsString());
 }
 
 QVariantMap AccountBase::veirifyKey(qint64 myUserId, qint64 contactsUserId, QByteArray sha256) const
@@ -390,7 +385,7 @@ QVariantMap AccountBase::veirifyKey(qint64 myUserId, qint64 contactsUserId, QByt
 
     return {{QStringLiteral("emoji"), verificationEmoji(sha256)},
             {QStringLiteral("hex"), QString::fromLatin1(sha256.toHex().toUpper())},
-            {QStringLiteral("link"), QString::fromLatin1(bytes(link).toHex())}};
+            {QStringLiteral("link"), QString::fromLatin1(QByteArray::fromStdString(link).toHex())}};
 }
 
 // Features

@@ -54,6 +54,11 @@ QString remainderKey()
     return QStringLiteral("rest");
 }
 
+Remainder::Record storedRemainder(const QVariant &value, int type)
+{
+    return Remainder::fromBytes(StoredValue::toBytes(value, remainderKey()), type);
+}
+
 bool isLink(const UserTextBlock &block)
 {
     return block.type == TextEntityType::Url || block.type == TextEntityType::Hyperlink;
@@ -131,7 +136,7 @@ ContentItem::ContentItem(const QMap<QString, QVariant> &map, int source, Account
     }
     setExtra(&Extra::textEntity, entities);
     if (const auto rest = map.constFind(remainderKey()); rest != map.constEnd()) {
-        if (auto remainder = Remainder::fromVariant(*rest, m_type))
+        if (auto remainder = storedRemainder(*rest, m_type))
             ownExtra().remainder = std::move(remainder);
     }
 }
@@ -233,7 +238,7 @@ void ContentItem::deserialize(const QMap<QString, QVariant> &map)
     update(map.value(QStringLiteral("content")).toString(),
            deserializeEnities(map.value(QStringLiteral("entity")).toList()),
            StoredValue::toInt32(map.value(QStringLiteral("effect"))));
-    setRemainder(Remainder::fromVariant(map.value(remainderKey()), isTextMsg() ? Text : m_type));
+    setRemainder(storedRemainder(map.value(remainderKey()), isTextMsg() ? Text : m_type));
 }
 
 QList<QVariant> ContentItem::serializeEntities() const

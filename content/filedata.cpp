@@ -17,11 +17,6 @@
 namespace
 {
 
-QByteArray bytes(const std::string &bytes)
-{
-    return QByteArray(bytes.data(), qsizetype(bytes.size()));
-}
-
 /// The name with the extension that its record names beside it.
 QString completed(const QString &name, const QString &extension)
 {
@@ -180,17 +175,17 @@ FileData::FileData(const BaseFile *base) : BaseFile(base)
 }
 
 FileData::FileData(const im::content::FileInfo &info)
-    : BaseFile(Identity{Util::fromUtf8(info.id()), bytes(info.key()), bytes(info.checksum()),
-                        info.size(), info.version()}),
+    : BaseFile(Identity{Util::fromUtf8(info.id()), QByteArray::fromStdString(info.key()),
+                        QByteArray::fromStdString(info.checksum()), info.size(), info.version()}),
       m_fileName(Util::fromUtf8(info.name()))
 {
 }
 
 FileData::FileData(const im::FileInfo &info)
-    : BaseFile(Identity{Util::fromUtf8(info.file_id()), bytes(info.key()), bytes(info.check_sum()),
-                        info.size()})
+    : BaseFile(Identity{Util::fromUtf8(info.file_id()), QByteArray::fromStdString(info.key()),
+                        QByteArray::fromStdString(info.check_sum()), info.size()})
 {
-    setIv(bytes(info.iv()));
+    setIv(QByteArray::fromStdString(info.iv()));
 }
 
 FileData::~FileData()
@@ -362,9 +357,9 @@ void FileData::update(const im::content::FileInfo &info)
     if (!info.id().empty())
         setFileId(Util::fromUtf8(info.id()));
     if (!info.key().empty())
-        setAesKey(bytes(info.key()));
+        setAesKey(QByteArray::fromStdString(info.key()));
     if (!info.checksum().empty())
-        setFileMd5(bytes(info.checksum()));
+        setFileMd5(QByteArray::fromStdString(info.checksum()));
     if (!info.name().empty())
         setFileName(Util::fromUtf8(info.name()));
     if (info.size() != 0)
@@ -379,13 +374,13 @@ void FileData::update(const im::FileInfo &info)
     if (!info.file_id().empty())
         setFileId(Util::fromUtf8(info.file_id()));
     if (!info.key().empty())
-        setAesKey(bytes(info.key()));
+        setAesKey(QByteArray::fromStdString(info.key()));
     if (!info.check_sum().empty())
-        setFileMd5(bytes(info.check_sum()));
+        setFileMd5(QByteArray::fromStdString(info.check_sum()));
     if (info.size() != 0)
         setSize(info.size());
     if (!info.iv().empty())
-        setIv(bytes(info.iv()));
+        setIv(QByteArray::fromStdString(info.iv()));
 }
 
 bool FileData::isSameRecord(const FileData &other) const

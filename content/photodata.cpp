@@ -28,11 +28,6 @@ QString algorithmKey()
     return QStringLiteral("encryptAlgorithm");
 }
 
-QByteArray bytes(const std::string &bytes)
-{
-    return QByteArray(bytes.data(), qsizetype(bytes.size()));
-}
-
 } // namespace
 
 PhotoData::PhotoData(const QVariantMap &map, const BaseFile *base) : BaseFile(base)
@@ -58,16 +53,16 @@ PhotoData::PhotoData(const QVariantMap &map, const BaseFile *base) : BaseFile(ba
 }
 
 PhotoData::PhotoData(const im::content::FileInfo &info)
-    : BaseFile(Identity{Util::fromUtf8(info.id()), bytes(info.key()), bytes(info.checksum()),
-                        info.size(), info.version()}),
+    : BaseFile(Identity{Util::fromUtf8(info.id()), QByteArray::fromStdString(info.key()),
+                        QByteArray::fromStdString(info.checksum()), info.size(), info.version()}),
       m_type(extensionOf(Util::fromUtf8(info.name())))
 {
     keepFromQml();
 }
 
 PhotoData::PhotoData(const im::Photo &photo)
-    : BaseFile(Identity{Util::fromUtf8(photo.file_id()), bytes(photo.key()),
-                        bytes(photo.checksum()), photo.size()}),
+    : BaseFile(Identity{Util::fromUtf8(photo.file_id()), QByteArray::fromStdString(photo.key()),
+                        QByteArray::fromStdString(photo.checksum()), photo.size()}),
       m_type(Util::fromUtf8(photo.type())), m_encryptAlgorithm(photo.encrypt_algorithm())
 {
     keepFromQml();

@@ -297,16 +297,12 @@ QVariant Remainder::toVariant(const im::content::Content &remainder)
     return QString::fromLatin1(QByteArray::fromStdString(remainder.SerializeAsString()).toBase64());
 }
 
-Remainder::Record Remainder::fromVariant(const QVariant &value, int type)
+Remainder::Record Remainder::fromBytes(const QByteArray &bytes, int type)
 {
-    const QByteArray encoded = value.toByteArray();
-    if (encoded.isEmpty())
+    if (bytes.isEmpty())
         return nullptr;
-    const auto bytes =
-        QByteArray::fromBase64Encoding(encoded, QByteArray::AbortOnBase64DecodingErrors);
     auto record = std::make_unique<im::content::Content>();
-    const bool isWhole =
-        bytes && record->ParseFromArray(bytes.decoded.constData(), int(bytes.decoded.size()));
+    const bool isWhole = record->ParseFromArray(bytes.constData(), int(bytes.size()));
     const int body = isWhole ? int(record->data_case()) : 0;
     // A folder has the body of a file.
     const int expected = type == ContentItem::Folder ? int(ContentItem::File) : type;

@@ -26,8 +26,8 @@ void forgetEntities(Record &remainder);
 
 /// For the stored map: Base64.
 QVariant toVariant(const im::content::Content &remainder);
-/// Null, with a log line when `value` is not what toVariant() makes.
-Record fromVariant(const QVariant &value, int type);
+/// Null for no bytes, and with a log line when they are not those that toVariant() makes text of.
+Record fromBytes(const QByteArray &bytes, int type);
 
 /// The rows of inline buttons: lists of maps {"id", "text"} with "url" or "callbackData" (bytes).
 QVariantList buttons(const im::content::Content *remainder);

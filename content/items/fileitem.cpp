@@ -1,6 +1,7 @@
 #include "content/items/fileitem.h"
 
 #include "account/accountbase.h"
+#include "base/storedvalue.h"
 #include "base/util.h"
 #include "content/changes_p.h"
 #include "content/fileprovider.h"
@@ -25,9 +26,6 @@ namespace
 {
 
 Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
-
-/// The file type of images, thumbnails among them.
-constexpr int imageFileType = 2;
 
 bool isEmpty(const im::content::FileInfo &info)
 {
@@ -98,11 +96,7 @@ QSharedPointer<FileData> storedFile(const QVariantMap &map, FileData::ParseType 
 
 QByteArray storedBytes(const QVariantMap &map, const QString &key)
 {
-    const auto bytes = QByteArray::fromBase64Encoding(map.value(key).toByteArray(),
-                                                      QByteArray::AbortOnBase64DecodingErrors);
-    if (!bytes)
-        qCWarning(lcContent, "The stored \"%s\" is no Base64.", qUtf8Printable(key));
-    return bytes ? bytes.decoded : QByteArray();
+    return StoredValue::toBytes(map.value(key), key);
 }
 
 QSharedPointer<FileData> fileForUpload(const QString &path, int fileType)

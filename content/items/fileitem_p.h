@@ -8,6 +8,9 @@
 
 // What the kinds of content with files share.
 
+/// The file type of images, thumbnails and covers among them.
+constexpr int imageFileType = 2;
+
 /// The record of a file that a stored map holds; null when it holds none, or an empty one.
 QSharedPointer<FileData> storedFile(const QVariantMap &map,
                                     FileData::ParseType type = FileData::ParseType::Source);

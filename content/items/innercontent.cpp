@@ -62,16 +62,6 @@ QString toStoredBytes(const std::string &bytes)
     return QString::fromLatin1(QByteArray::fromStdString(bytes).toBase64());
 }
 
-std::optional<QByteArray> fromStoredBytes(const QVariant &value)
-{
-    auto bytes = QByteArray::fromBase64Encoding(value.toByteArray(),
-                                                QByteArray::AbortOnBase64DecodingErrors);
-    if (bytes)
-        return std::move(bytes.decoded);
-    qCWarning(lcContent, "Stored bytes of a content are not Base64.");
-    return std::nullopt;
-}
-
 int fromStoredCount(const QVariant &value)
 {
     return std::max(0, StoredValue::toInt32(value));
@@ -123,7 +113,7 @@ bool InnerContent::read(const QVariant &value, int source, AccountBase *account)
     const QVariantMap map = value.toMap();
     if (const auto body = map.constFind(bodyKey()); body != map.constEnd()) {
         im::content::Content record;
-        const auto bytes = fromStoredBytes(*body);
+        const auto bytes = StoredValue::readBytes(*body, bodyKey());
         if (bytes && parse(*bytes, &record))
             return read(record, source, account);
     } else if (value.metaType().id() == QMetaType::QString) {

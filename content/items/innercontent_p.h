@@ -7,7 +7,6 @@
 
 #include <google/protobuf/repeated_ptr_field.h>
 
-#include <optional>
 #include <string>
 #include <variant>
 
@@ -17,9 +16,6 @@ using ItemList = QList<QSharedPointer<ContentItem>>;
 
 /// The base64 text that bytes are stored as.
 QString toStoredBytes(const std::string &bytes);
-/// The bytes of a stored text; nothing, with a log line, when `value` is not Base64. What is not
-/// there is empty.
-std::optional<QByteArray> fromStoredBytes(const QVariant &value);
 /// A stored number that cannot be negative: what is none is 0, what is too large the greatest.
 int fromStoredCount(const QVariant &value);
 

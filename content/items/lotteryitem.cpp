@@ -1,5 +1,6 @@
 #include "content/items/lotteryitem.h"
 
+#include "base/storedvalue.h"
 #include "base/util.h"
 #include "content/items/innercontent_p.h"
 #include "content/items/mediabox_p.h"
@@ -371,7 +372,7 @@ void LotteryItem::setOptionItems(const QList<QSharedPointer<ContentItem>> &optio
 bool LotteryItem::read(const QMap<QString, QVariant> &map)
 {
     im::Lottery lottery;
-    const auto bytes = fromStoredBytes(map.value(lotteryKey()));
+    const auto bytes = StoredValue::readBytes(map.value(lotteryKey()), lotteryKey());
     const bool isWhole = bytes && lottery.ParseFromArray(bytes->constData(), int(bytes->size()));
     if (isWhole && isOther(lottery))
         return false;

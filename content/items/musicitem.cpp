@@ -18,9 +18,6 @@ namespace
 
 Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
-/// The file type of images, covers among them.
-constexpr int imageFileType = 2;
-
 } // namespace
 
 MusicItem::MusicItem(int source, AccountBase *account) : FileItem(source, account)

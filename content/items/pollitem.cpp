@@ -1,6 +1,7 @@
 #include "content/items/pollitem.h"
 
 #include "base/define.h"
+#include "base/storedvalue.h"
 #include "base/util.h"
 #include "content/items/innercontent_p.h"
 #include "content/items/mediabox_p.h"
@@ -512,9 +513,12 @@ void PollItem::deserialize(const QMap<QString, QVariant> &map)
 
 bool PollItem::read(const QMap<QString, QVariant> &map)
 {
+    const auto bytes = [&](const QString &key) {
+        return StoredValue::toBytes(map.value(key), key);
+    };
     im::PollInfo info;
-    if (const auto bytes = fromStoredBytes(map.value(QStringLiteral("pollInfo")));
-        bytes && !info.ParseFromArray(bytes->constData(), int(bytes->size()))) {
+    if (const QByteArray results = bytes(QStringLiteral("pollInfo"));
+        !info.ParseFromArray(results.constData(), int(results.size()))) {
         qCWarning(lcContent, "The stored results of a poll are damaged.");
         info.Clear();
     }
@@ -522,7 +526,7 @@ bool PollItem::read(const QMap<QString, QVariant> &map)
         return false;
     m_options->read(map);
     m_comment = map.value(QStringLiteral("comment")).toString();
-    m_key = fromStoredBytes(map.value(QStringLiteral("aesKey"))).value_or(QByteArray());
+    m_key = bytes(QStringLiteral("aesKey"));
     info.set_options_count(fromStoredCount(map.value(QStringLiteral("optionCount"))));
     info.set_anonymous(map.value(QStringLiteral("anonymous")).toBool());
     info.set_multiple(map.value(QStringLiteral("multiple")).toBool());

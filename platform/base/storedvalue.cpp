@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace
 {
@@ -47,12 +48,17 @@ QVariant StoredValue::fromBytes(const QByteArray &bytes)
     return QString::fromLatin1(bytes.toBase64());
 }
 
+std::optional<QByteArray> StoredValue::readBytes(const QVariant &value, const QString &key)
+{
+    auto bytes = QByteArray::fromBase64Encoding(value.toByteArray(),
+                                                QByteArray::AbortOnBase64DecodingErrors);
+    if (bytes)
+        return std::move(bytes.decoded);
+    ImLog::error(lcStored(), QStringLiteral("A stored \"%1\" is no Base64, refused").arg(key));
+    return std::nullopt;
+}
+
 QByteArray StoredValue::toBytes(const QVariant &value, const QString &key)
 {
-    const auto decoded = QByteArray::fromBase64Encoding(value.toByteArray(),
-                                                        QByteArray::AbortOnBase64DecodingErrors);
-    if (decoded)
-        return decoded.decoded;
-    ImLog::error(lcStored(), QStringLiteral("A stored \"%1\" is no Base64, refused").arg(key));
-    return {};
+    return readBytes(value, key).value_or(QByteArray());
 }

@@ -5,6 +5,8 @@
 #include <QByteArray>
 #include <QVariant>
 
+#include <optional>
+
 /// Values of stored maps, which may be of any type: what a map says about itself is not trusted.
 namespace StoredValue
 {
@@ -16,8 +18,10 @@ BASE_EXPORT qint32 toInt32(const QVariant &value);
 
 /// Bytes are stored as Base64 text (RFC 4648, section 4).
 BASE_EXPORT QVariant fromBytes(const QByteArray &bytes);
-/// The bytes of a stored text; none, with a log line that names the key and never the value, when
-/// it is no Base64. `key` is what the value stands under.
+/// The bytes of a stored text; nothing, with a log line that names the key and never the value, when
+/// it is no Base64. `key` is what the value stands under. What is not there is empty.
+BASE_EXPORT std::optional<QByteArray> readBytes(const QVariant &value, const QString &key);
+/// The same, and none instead of nothing.
 BASE_EXPORT QByteArray toBytes(const QVariant &value, const QString &key);
 
 } // namespace StoredValue
