@@ -114,12 +114,12 @@ QString LocationItem::gps() const
 
 void LocationItem::setPlace(const QString &place)
 {
-    Changes<LocationItem>(this).set(m_place, place, &LocationItem::placeChanged);
+    Update<LocationItem>(this).set(m_place, place, &LocationItem::placeChanged);
 }
 
 void LocationItem::setAddress(const QString &address)
 {
-    Changes<LocationItem>(this).set(m_address, address, &LocationItem::addressChanged);
+    Update<LocationItem>(this).set(m_address, address, &LocationItem::addressChanged);
 }
 
 // Map image
@@ -177,7 +177,7 @@ void LocationItem::read(const QMap<QString, QVariant> &map, Changes<LocationItem
 
 void LocationItem::deserialize(const QMap<QString, QVariant> &map)
 {
-    Changes<LocationItem> changes(this);
+    Update<LocationItem> changes(this);
     read(map, changes);
     MediaFileItem::deserialize(map);
 }
@@ -209,7 +209,7 @@ void LocationItem::setContent(const im::content::Content &content)
 void LocationItem::read(const im::content::Content &content)
 {
     const im::content::Location &body = content.location();
-    Changes<LocationItem> changes(this);
+    Update<LocationItem> changes(this);
     const bool isElsewhere = replaceCoordinates(body.longitude(), body.latitude(), changes);
     changes.set(m_place, Util::fromUtf8(body.title()), &LocationItem::placeChanged);
     changes.set(m_address, Util::fromUtf8(body.address()), &LocationItem::addressChanged);
@@ -230,6 +230,11 @@ QString LocationItem::getKeyword() const
 QSize LocationItem::mapSize(int maxWidth, bool inThread) const
 {
     return MediaBox::box(naturalMapSize, MediaBox::messageWidth(maxWidth, inThread));
+}
+
+QVariantList LocationItem::measured() const
+{
+    return {m_place, m_address};
 }
 
 QSize LocationItem::mediaSize(int maxWidth, bool inThread) const

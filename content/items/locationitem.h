@@ -74,6 +74,9 @@ Q_SIGNALS:
     void placeChanged();
     void addressChanged();
 
+protected:
+    QVariantList measured() const override;
+
 private:
     void read(const QMap<QString, QVariant> &map, Changes<LocationItem> &changes);
     void read(const im::content::Content &content);

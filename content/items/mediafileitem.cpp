@@ -27,12 +27,12 @@ MediaFileItem::MediaFileItem(const MediaFileItem *other)
 
 void MediaFileItem::setSize(qint32 w, qint32 h)
 {
-    Changes<MediaFileItem>(this).set(m_size, {w, h}, &MediaFileItem::sizeChanged);
+    Update<MediaFileItem>(this).set(m_size, {w, h}, &MediaFileItem::sizeChanged);
 }
 
 void MediaFileItem::setThumbSize(qint32 w, qint32 h)
 {
-    Changes<MediaFileItem>(this).set(m_thumbSize, {w, h}, &MediaFileItem::thumbSizeChanged);
+    Update<MediaFileItem>(this).set(m_thumbSize, {w, h}, &MediaFileItem::thumbSizeChanged);
 }
 
 void MediaFileItem::serialize(QMap<QString, QVariant> &map) const
@@ -55,7 +55,7 @@ void MediaFileItem::read(const QMap<QString, QVariant> &map, Changes<MediaFileIt
 
 void MediaFileItem::deserialize(const QMap<QString, QVariant> &map)
 {
-    Changes<MediaFileItem> changes(this);
+    Update<MediaFileItem> changes(this);
     read(map, changes);
     FileItem::deserialize(map);
 }
@@ -64,7 +64,7 @@ void MediaFileItem::updateMedia(const im::content::FileInfo &file, qint32 w, qin
                                 const im::content::FileThumb &thumb,
                                 const im::content::Text &caption)
 {
-    Changes<MediaFileItem> changes(this);
+    Update<MediaFileItem> changes(this);
     changes.set(m_size, {w, h}, &MediaFileItem::sizeChanged);
     changes.set(m_thumbSize, {thumb.width(), thumb.height()}, &MediaFileItem::thumbSizeChanged);
     updateFiles(file, thumb.thumb_file(), thumb.thumb_nail(), caption);
@@ -92,6 +92,11 @@ void MediaFileItem::takeOver(const Thumbnail &thumbnail)
     setThumbSize(thumbnail.size.width(), thumbnail.size.height());
     if (m_size.isEmpty() && !thumbnail.natural.isEmpty())
         setSize(thumbnail.natural.width(), thumbnail.natural.height());
+}
+
+QVariantList MediaFileItem::measured() const
+{
+    return {m_size, m_size.isEmpty() ? m_thumbSize : QSize()};
 }
 
 QSize MediaFileItem::mediaSize(int maxWidth, bool inThread) const

@@ -54,7 +54,11 @@ Q_SIGNALS:
     void titleChanged();
     void authorChanged();
 
+protected:
+    QVariantList measured() const override;
+
 private:
+    QStringList rowTexts() const { return {m_title.isEmpty() ? name() : m_title, m_author}; }
     void read(const QMap<QString, QVariant> &map, Changes<MusicItem> &changes);
     void read(const im::content::Content &content);
     void useCover(const QString &path);
