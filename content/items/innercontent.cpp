@@ -1,5 +1,6 @@
 #include "content/items/innercontent_p.h"
 
+#include "base/storedvalue.h"
 #include "content/contentfactory.h"
 #include "protocol/message_content.pb.h"
 #include "settings/appsettingmodel.h"
@@ -73,7 +74,7 @@ std::optional<QByteArray> fromStoredBytes(const QVariant &value)
 
 int fromStoredCount(const QVariant &value)
 {
-    return int(std::clamp<qint64>(value.toLongLong(), 0, INT_MAX));
+    return std::max(StoredValue::toInt32(value), 0);
 }
 
 Nesting::Nesting()

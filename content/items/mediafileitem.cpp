@@ -1,5 +1,6 @@
 #include "content/items/mediafileitem.h"
 
+#include "base/storedvalue.h"
 #include "content/changes_p.h"
 #include "content/items/fileitem_p.h"
 #include "content/items/mediabox_p.h"
@@ -46,7 +47,7 @@ void MediaFileItem::serialize(QMap<QString, QVariant> &map) const
 
 void MediaFileItem::read(const QMap<QString, QVariant> &map, Changes<MediaFileItem> &changes)
 {
-    const auto number = [&](const QString &key) { return map.value(key).toInt(); };
+    const auto number = [&](const QString &key) { return StoredValue::toInt32(map.value(key)); };
     changes.set(m_size, {number(QStringLiteral("w")), number(QStringLiteral("h"))},
                 &MediaFileItem::sizeChanged);
     changes.set(m_thumbSize, {number(QStringLiteral("thumbW")), number(QStringLiteral("thumbH"))},

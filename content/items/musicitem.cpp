@@ -1,6 +1,7 @@
 #include "content/items/musicitem.h"
 
 #include "account/accountbase.h"
+#include "base/storedvalue.h"
 #include "base/util.h"
 #include "content/changes_p.h"
 #include "content/fileprovider.h"
@@ -132,7 +133,7 @@ void MusicItem::serialize(QMap<QString, QVariant> &map) const
 
 void MusicItem::read(const QMap<QString, QVariant> &map, Changes<MusicItem> &changes)
 {
-    changes.set(m_duration, map.value(QStringLiteral("duration")).toInt(),
+    changes.set(m_duration, StoredValue::toInt32(map.value(QStringLiteral("duration"))),
                 &MusicItem::durationChanged);
     changes.set(m_title, map.value(QStringLiteral("title")).toString(), &MusicItem::titleChanged);
     changes.set(m_author, map.value(QStringLiteral("author")).toString(),

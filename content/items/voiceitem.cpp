@@ -1,5 +1,6 @@
 #include "content/items/voiceitem.h"
 
+#include "base/storedvalue.h"
 #include "content/changes_p.h"
 #include "content/items/fileitem_p.h"
 #include "content/items/mediabox_p.h"
@@ -66,7 +67,7 @@ void VoiceItem::serialize(QMap<QString, QVariant> &map) const
 
 void VoiceItem::read(const QMap<QString, QVariant> &map, Changes<VoiceItem> &changes)
 {
-    changes.set(m_duration, map.value(QStringLiteral("duration")).toInt(),
+    changes.set(m_duration, StoredValue::toInt32(map.value(QStringLiteral("duration"))),
                 &VoiceItem::durationChanged);
     changes.set(m_sample, storedBytes(map, QStringLiteral("sample")), &VoiceItem::sampleChanged);
 }
