@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QtEndian>
 #include <QTest>
 #include <QThreadPool>
 
@@ -55,7 +56,9 @@ private Q_SLOTS:
             ThreadManager::getInstance()->threadPool()->waitForDone();
             QCoreApplication::processEvents();
         };
+        SignalLog first{{item.data()}};
         look(*item);
+        QCOMPARE(first.take(), u"titleChanged authorChanged needRecalcSize thumbnailFileChanged"_s);
         const auto cover = item->thumbnailFile();
         QVERIFY(cover && cover->exists());
         QCOMPARE(cover->fileId(), u"Msong"_s);
@@ -82,6 +85,27 @@ private Q_SLOTS:
         QVERIFY(again->thumbnailFile() && !again->thumbnailFile()->exists());
         look(*again);
         QVERIFY(again->thumbnailFile()->exists());
+    }
+
+    /// A message says how large the video is, not its thumbnail.
+    void largeVideos()
+    {
+        QFile small(media(u"wink.gif"_s));
+        QFile large(m_media.filePath(u"large.gif"_s));
+        QVERIFY(small.open(QIODevice::ReadOnly) && large.open(QIODevice::WriteOnly));
+        QByteArray bytes = small.readAll();
+        qToLittleEndian<quint16>(1280, bytes.data() + 6);
+        qToLittleEndian<quint16>(720, bytes.data() + 8);
+        large.write(bytes);
+        large.close();
+        const auto item = makeOutgoingFile(large.fileName(), ContentItem::Video, 1, nullptr);
+        QSignalSpy captured(item.data(), &FileItem::thumbnailCaptured);
+        QSignalSpy recalc(item.data(), &ContentItem::needRecalcSize);
+        QTRY_COMPARE(captured.size(), 1);
+        QCOMPARE(recalc.size(), 1);
+        QCOMPARE(item->property("thumbW"), 640);
+        QCOMPARE(item->property("w"), 1280);
+        QCOMPARE(item->property("h"), 720);
     }
 
     void theEndIsTold_data()
