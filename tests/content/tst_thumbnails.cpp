@@ -9,11 +9,13 @@
 #include "support/signallog.h"
 
 #include <QDir>
+#include <QSemaphore>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtEndian>
 #include <QTest>
 #include <QThreadPool>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -106,6 +108,25 @@ private Q_SLOTS:
         QCOMPARE(item->property("thumbW"), 640);
         QCOMPARE(item->property("w"), 1280);
         QCOMPARE(item->property("h"), 720);
+    }
+
+    /// The pool is closed before it comes to the work.
+    void theEndIsToldOfWorkThatIsDropped()
+    {
+        ThreadManager *threads = ThreadManager::getInstance();
+        QSemaphore busy;
+        threads->threadPool()->setMaxThreadCount(1);
+        ThreadManager::run([&busy] { busy.acquire(); }, true);
+        const auto item = makeOutgoingFile(media(u"lake.jpg"_s), ContentItem::Image, 1, nullptr);
+        QSignalSpy captured(item.data(), &FileItem::thumbnailCaptured);
+        QTimer::singleShot(0, [&busy] { busy.release(); });
+        threads->quitAll();
+        threads->init();
+        QTRY_COMPARE(captured.size(), 1);
+        QVERIFY(!captured.takeFirst().at(0).toBool());
+        item->captureThumbnail();
+        QTRY_COMPARE(captured.size(), 1);
+        QVERIFY(captured.takeFirst().at(0).toBool());
     }
 
     void theEndIsTold_data()
