@@ -107,6 +107,12 @@ void MusicItem::useCover(const QString &path)
     FileProvider *provider = fileProvider();
     if (!provider)
         return;
+    // All songs without an id would have the same cover.
+    if (sourceFile()->fileId().isEmpty()) {
+        if (const auto cover = localThumbnail(path))
+            setThumbnailFile(cover);
+        return;
+    }
     const QString id = u'M' + sourceFile()->fileId();
     QSharedPointer<FileData> cover = provider->file(id);
     // A file of the server may happen to have such an id; it is none of ours.

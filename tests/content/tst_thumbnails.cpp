@@ -87,6 +87,16 @@ private Q_SLOTS:
         QVERIFY(again->thumbnailFile() && !again->thumbnailFile()->exists());
         look(*again);
         QVERIFY(again->thumbnailFile()->exists());
+
+        // Songs without an id share nothing.
+        const auto one = QSharedPointer<MusicItem>::create(1, &account);
+        const auto other = QSharedPointer<MusicItem>::create(1, &account);
+        for (const auto &song : {one, other}) {
+            song->setSourceFile(downloaded(u"morning.mp3"_s, {}));
+            look(*song);
+            QVERIFY(song->thumbnailFile() && song->thumbnailFile()->exists());
+        }
+        QVERIFY(one->thumbnailFile() != other->thumbnailFile());
     }
 
     /// A message says how large the video is, not its thumbnail.
