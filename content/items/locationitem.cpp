@@ -140,8 +140,10 @@ void LocationItem::fetchMapImage()
     fetcher()(self, m_longitude, m_latitude, naturalMapSize);
 }
 
-bool LocationItem::setMapImage(const QString &path)
+bool LocationItem::setMapImage(const QString &path, double longitude, double latitude)
 {
+    if (!isSame(longitude, m_longitude) || !isSame(latitude, m_latitude))
+        return false;
     if (pictureSize(path).isEmpty()) {
         qCWarning(lcContent, "\"%s\" is no image of a map.", qUtf8Printable(path));
         return false;

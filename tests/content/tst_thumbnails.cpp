@@ -2,6 +2,7 @@
 #include "base/json.h"
 #include "content/contentfactory.h"
 #include "content/filedata.h"
+#include "content/items/locationitem.h"
 #include "content/items/musicitem.h"
 #include "content/items/outgoingfile.h"
 #include "settings/appdirmanager.h"
@@ -97,6 +98,22 @@ private Q_SLOTS:
             QVERIFY(song->thumbnailFile() && song->thumbnailFile()->exists());
         }
         QVERIFY(one->thumbnailFile() != other->thumbnailFile());
+    }
+
+    void mapsAreOfThePlace()
+    {
+        const auto item = QSharedPointer<LocationItem>::create(1, nullptr);
+        int asked = 0;
+        LocationItem::setMapImageFetcher([&](auto...) { ++asked; });
+        item->setCoordinates(8, 47);
+        item->fetchMapImage();
+        item->setCoordinates(9, 46);
+        item->fetchMapImage();
+        QCOMPARE(asked, 2);
+        QVERIFY(item->setMapImage(media(u"map.png"_s), 9, 46));
+        QVERIFY(!item->setMapImage(media(u"lake.jpg"_s), 8, 47));
+        QCOMPARE(item->thumbnailFile()->fileName(), u"map.png"_s);
+        LocationItem::setMapImageFetcher({});
     }
 
     /// A message says how large the video is, not its thumbnail.
