@@ -28,7 +28,8 @@ constexpr int summaryLength = 100;
 auto watch(CombinedItem *item)
 {
     return Watch(item, Watched{&CombinedItem::entries, &CombinedItem::entriesChanged},
-                 Watched{&CombinedItem::total, &CombinedItem::totalChanged});
+                 Watched{&CombinedItem::total, &CombinedItem::totalChanged},
+                 Watched{&CombinedItem::entries, &CombinedItem::needRecalcSize});
 }
 
 CombinedItem *toCombined(ContentItem *item)

@@ -40,7 +40,8 @@ auto watch(LotteryItem *item)
     return Watch(item, Watched{&LotteryItem::titleItem, &LotteryItem::titleChanged},
                  Watched{&LotteryItem::options, &LotteryItem::optionsChanged},
                  Watched{&details, &LotteryItem::lotteryChanged},
-                 Watched{&LotteryItem::prizes, &LotteryItem::prizesChanged});
+                 Watched{&LotteryItem::prizes, &LotteryItem::prizesChanged},
+                 Watched{&LotteryItem::innerItems, &LotteryItem::needRecalcSize});
 }
 
 /// Makes negative numbers 0. True when it had to.

@@ -46,7 +46,8 @@ auto watch(PollItem *item)
                  Watched{&PollItem::votersTotal, &PollItem::votersTotalChanged},
                  Watched{&PollItem::votedOptions, &PollItem::votedOptionsChanged},
                  Watched{&PollItem::latestVoters, &PollItem::latestVotersChanged},
-                 Watched{&PollItem::answer, &PollItem::answerChanged});
+                 Watched{&PollItem::answer, &PollItem::answerChanged},
+                 Watched{&PollItem::innerItems, &PollItem::needRecalcSize});
 }
 
 QList<int> toList(const Numbers &numbers)

@@ -9,7 +9,8 @@ namespace
 auto watch(WithOptionsItem *item)
 {
     return Watch(item, Watched{&WithOptionsItem::titleItem, &WithOptionsItem::titleChanged},
-                 Watched{&WithOptionsItem::options, &WithOptionsItem::optionsChanged});
+                 Watched{&WithOptionsItem::options, &WithOptionsItem::optionsChanged},
+                 Watched{&WithOptionsItem::innerItems, &WithOptionsItem::needRecalcSize});
 }
 
 } // namespace

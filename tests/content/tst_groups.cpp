@@ -410,7 +410,7 @@ private Q_SLOTS:
         SignalLog log{{&item}};
         item.setSenderName(7, false, u"Mia"_s);
         item.setSenderName(7, false, u"Mia"_s);
-        QCOMPARE(log.take(), u"entriesChanged"_s);
+        QCOMPARE(log.take(), u"entriesChanged needRecalcSize"_s);
         QCOMPARE(item.title(), u"Mia, Lake club"_s);
         QCOMPARE(item.summary(),
                  (QStringList{u"Mia: hello there"_s, QString(), u"Lake club: Mia"_s}));

@@ -227,7 +227,7 @@ private Q_SLOTS:
         poll->deserialize(stored(poll));
         QCOMPARE(log.take(), QString());
         poll->setContent(pollBody({"a", "c", "d"}));
-        QCOMPARE(log.take(), u"optionsChanged optionCountChanged"_s);
+        QCOMPARE(log.take(), u"optionsChanged optionCountChanged needRecalcSize"_s);
         QCOMPARE(poll->options().at(0).contentItem(), first.data());
         QCOMPARE(poll->getKeyword(), u"Which one?\na\nc\nd"_s);
         poll->setContent(textBody("no poll"));
@@ -411,7 +411,7 @@ private Q_SLOTS:
         QCOMPARE(draw->shares().at(2).prizeIndex, -1);
         QCOMPARE(draw->drawn(), 2);
         draw->setOptionItems({draw->options().at(1).content.toStrongRef()});
-        QCOMPARE(log.take(), u"optionsChanged prizesChanged"_s);
+        QCOMPARE(log.take(), u"optionsChanged prizesChanged needRecalcSize"_s);
     }
 
     void sizes()
