@@ -8,9 +8,9 @@
 #include <memory>
 
 /// Does `work` on the thread pool and hands what it gives to `done` on the thread of `object`,
-/// unless that is gone by then, or the pool was closed before it came to the work. With a pool that
-/// is never before the call returns, however fast it was, so that a caller can still connect to what
-/// `done` emits; without one it always is.
+/// unless that is gone by then; an empty result where the pool was closed before it came to the
+/// work. With a pool that is never before the call returns, however fast it was, so that a caller
+/// can still connect to what `done` emits; without one it always is.
 template <typename Work, typename Done>
 void runInBackground(QObject *object, Work work, Done done)
 {
@@ -26,8 +26,7 @@ void runInBackground(QObject *object, Work work, Done done)
         },
         true);
     const auto take = [done = std::move(done)](const QFuture<Result> &finished) {
-        if (finished.resultCount() > 0)
-            done(finished.result());
+        done(finished.resultCount() > 0 ? finished.result() : Result());
     };
     if (!hasPool && future.isFinished()) {
         take(future);

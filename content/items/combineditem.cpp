@@ -1,6 +1,7 @@
 #include "content/items/combineditem.h"
 
 #include "account/accountbase.h"
+#include "base/storedvalue.h"
 #include "base/util.h"
 #include "content/contentfactory.h"
 #include "content/items/innercontent_p.h"
@@ -239,11 +240,11 @@ void CombinedItem::read(const QMap<QString, QVariant> &map)
             break;
         const QVariantMap stored = element.toMap();
         CombinedEntry entry;
-        entry.messageId = stored.value(QStringLiteral("messageId")).toLongLong();
-        entry.senderId = stored.value(QStringLiteral("senderId")).toLongLong();
+        entry.messageId = StoredValue::toInt64(stored.value(QStringLiteral("messageId")));
+        entry.senderId = StoredValue::toInt64(stored.value(QStringLiteral("senderId")));
         entry.isGroup = stored.value(QStringLiteral("isGroup")).toBool();
         entry.senderName = stored.value(QStringLiteral("senderName")).toString();
-        entry.time = stored.value(QStringLiteral("time")).toLongLong();
+        entry.time = StoredValue::toInt64(stored.value(QStringLiteral("time")));
         if (const auto item = stored.value(QStringLiteral("item")).toMap(); !item.isEmpty())
             hold(entry,
                  restoreContent({{QStringLiteral("content"), QVariantList{item}}}, source(),

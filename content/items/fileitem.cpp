@@ -190,25 +190,25 @@ QString FileItem::name() const
 
 void FileItem::setSourceFile(const QSharedPointer<FileData> &file)
 {
-    Changes<FileItem> changes(this);
+    Update<FileItem> changes(this);
     setFiles(file, m_thumbnailFile, m_thumbNail, changes);
 }
 
 void FileItem::setThumbnailFile(const QSharedPointer<FileData> &file)
 {
-    Changes<FileItem> changes(this);
+    Update<FileItem> changes(this);
     setFiles(m_sourceFile, file, m_thumbNail, changes);
 }
 
 void FileItem::setThumbNail(const QByteArray &thumbNail)
 {
-    Changes<FileItem> changes(this);
+    Update<FileItem> changes(this);
     setFiles(m_sourceFile, m_thumbnailFile, thumbNail, changes);
 }
 
 void FileItem::setDisplayName(const QString &displayName)
 {
-    Changes<FileItem>(this).set(m_displayName, displayName, &FileItem::displayNameChanged);
+    Update<FileItem>(this).set(m_displayName, displayName, &FileItem::displayNameChanged);
 }
 
 void FileItem::setFiles(const QSharedPointer<FileData> &source,
@@ -269,7 +269,7 @@ void FileItem::updateFiles(const im::content::FileInfo &file,
                            const im::content::FileInfo &thumbnail, const std::string &thumbNail,
                            const im::content::Text &caption)
 {
-    Changes<FileItem> changes(this);
+    Update<FileItem> changes(this);
     const QSharedPointer<FileData> source = updated(m_sourceFile, file);
     QSharedPointer<FileData> image = updated(m_thumbnailFile, thumbnail);
     // Messages know nothing of a thumbnail that was made here.
@@ -300,7 +300,7 @@ qint16 FileItem::displayClass() const
 
 void FileItem::calcFileType()
 {
-    Changes<FileItem>(this).set(m_fileType, displayClass(), &FileItem::emitFileType);
+    Update<FileItem>(this).set(m_fileType, displayClass(), &FileItem::emitFileType);
 }
 
 // Upload
@@ -405,6 +405,7 @@ bool FileItem::useThumbnail(const Thumbnail &thumbnail)
         isSent ? fileForUpload(thumbnail.path, imageFileType) : localThumbnail(thumbnail.path);
     if (!file)
         return false;
+    const Measured measured(this);
     {
         Changes<FileItem> changes(this);
         setFiles(m_sourceFile, file, isSent ? thumbnail.preview : m_thumbNail, changes);
@@ -437,7 +438,7 @@ void FileItem::read(const QMap<QString, QVariant> &map, Changes<FileItem> &chang
 
 void FileItem::deserialize(const QMap<QString, QVariant> &map)
 {
-    Changes<FileItem> changes(this);
+    Update<FileItem> changes(this);
     read(map, changes);
     ContentItem::deserialize(map);
 }
@@ -492,10 +493,18 @@ QString FileItem::getKeyword() const
 QSize FileItem::mediaSize(int maxWidth, bool inThread) const
 {
     const int limit = MediaBox::messageWidth(maxWidth, inThread);
-    const bool hasImage = m_fileType == PictureFile || m_fileType == VideoFile;
-    const int side = hasImage ? ContentMetrics::FileThumbnailSide : ContentMetrics::FileIconSide;
-    const QString size = m_sourceFile ? Util::intToSizeStr(m_sourceFile->size()) : QString();
-    return MediaBox::row(side, {name(), size}, limit);
+    const int side = hasImage() ? ContentMetrics::FileThumbnailSide : ContentMetrics::FileIconSide;
+    return MediaBox::row(side, rowTexts(), limit);
+}
+
+QStringList FileItem::rowTexts() const
+{
+    return {name(), m_sourceFile ? Util::intToSizeStr(m_sourceFile->size()) : QString()};
+}
+
+QVariantList FileItem::measured() const
+{
+    return {hasImage(), rowTexts()};
 }
 
 QSize FileItem::calcContentSize(int &lineCount, int maxWidth, int maxRowCount, bool inThread)

@@ -129,6 +129,9 @@ Q_SIGNALS:
 
 protected:
     struct Thumbnail;
+    class Measured;
+    template <typename Item>
+    class Update;
 
     AccountBase *account() const;
     /// Null without an account.
@@ -160,6 +163,8 @@ protected:
     /// To be called when a file other than source and thumbnail was replaced and no update of these
     /// follows.
     void filesReplaced();
+    /// What mediaSize() follows from: while that stays equal, so does the size.
+    virtual QVariantList measured() const;
     /// A thumbnail was made and is already in place.
     virtual void takeOver(const Thumbnail &) { }
 
@@ -172,6 +177,8 @@ private:
     void setFiles(const QSharedPointer<FileData> &source, const QSharedPointer<FileData> &thumbnail,
                   const QByteArray &thumbNail, Changes<FileItem> &changes);
     qint16 displayClass() const;
+    bool hasImage() const { return m_fileType == PictureFile || m_fileType == VideoFile; }
+    QStringList rowTexts() const;
     bool useThumbnail(const Thumbnail &thumbnail); ///< @return whether its image is still there
     void watchFiles();
     void noteUploadState();
@@ -183,7 +190,8 @@ private:
     QString m_displayName;
     QPointer<AccountBase> m_account;
     qint16 m_fileType = PlainFile;
-    bool m_isWatched = false; ///< somebody wants to know of the upload state
-    bool m_isCapturing = false;
+    bool m_isWatched : 1 = false; ///< somebody wants to know of the upload state
+    bool m_isCapturing : 1 = false;
+    bool m_isUpdating : 1 = false;             ///< see Measured
     UploadState m_notedUploadState = NoUpload; ///< that was last signalled, while watched
 };

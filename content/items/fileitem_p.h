@@ -1,6 +1,8 @@
 #pragma once
 
+#include "content/changes_p.h"
 #include "content/filedata.h"
+#include "content/items/fileitem.h"
 
 #include <QSharedPointer>
 
@@ -10,6 +12,42 @@
 
 /// The file type of images, thumbnails and covers among them.
 constexpr int imageFileType = 2;
+
+/// Asks for a new size at the end of an update that has changed what the item measures: once, when
+/// the outermost of the updates that it is made of ends.
+class FileItem::Measured
+{
+public:
+    explicit Measured(FileItem *item)
+        : m_item(item->m_isUpdating || item->signalsBlocked() ? nullptr : item)
+    {
+        if (!m_item)
+            return;
+        m_before = m_item->measured();
+        m_item->m_isUpdating = true;
+    }
+    ~Measured()
+    {
+        if (!m_item)
+            return;
+        m_item->m_isUpdating = false;
+        if (m_item->measured() != m_before)
+            Q_EMIT m_item->needRecalcSize();
+    }
+    Q_DISABLE_COPY_MOVE(Measured)
+
+private:
+    FileItem *m_item;
+    QVariantList m_before;
+};
+
+/// Changes of what the item may measure: their own signals come first.
+template <typename Item>
+class FileItem::Update : Measured, public Changes<Item>
+{
+public:
+    explicit Update(Item *item) : Measured(item), Changes<Item>(item) { }
+};
 
 /// The record of a file that a stored map holds; null when it holds none, or an empty one.
 QSharedPointer<FileData> storedFile(const QVariantMap &map,

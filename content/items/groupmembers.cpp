@@ -1,8 +1,9 @@
 #include "content/items/groupmembers_p.h"
 
 #include <QLoggingCategory>
-#include <QMetaProperty>
 #include <QSet>
+
+#include <memory>
 
 namespace
 {
@@ -50,23 +51,22 @@ QList<QObject *> GroupMembers::objects() const
 void GroupMembers::connectTo(ContentItem *member)
 {
     QObject::connect(member, &ContentItem::needRecalcSize, m_group, &ContentItem::needRecalcSize);
-    const auto followText = [this] {
-        if (updateCaption())
+    QObject::connect(member, &ContentItem::textEntityChanged, m_group, [this] { updateCaption(); });
+    // A text and its entities are new at once, but have a signal each. Entities that are new have
+    // that of the spoilers, too; a block that was folded has not, and asks by itself.
+    const auto text = std::make_shared<QString>(member->content());
+    QObject::connect(member, &ContentItem::contentChanged, m_group, [this, member, text] {
+        *text = member->content();
+        updateCaption();
+        Q_EMIT m_group->needRecalcSize();
+    });
+    QObject::connect(member, &ContentItem::spoilersChanged, m_group, [this, member, text] {
+        if (*text == member->content())
             Q_EMIT m_group->needRecalcSize();
-    };
-    QObject::connect(member, &ContentItem::contentChanged, m_group, followText);
-    QObject::connect(member, &ContentItem::textEntityChanged, m_group, followText);
-    // Media tell of another picture by their natural size.
-    const QMetaObject *meta = member->metaObject();
-    static const int recalc = ContentItem::staticMetaObject.indexOfSignal("needRecalcSize()");
-    for (const char *name : {"w", "h"}) {
-        if (const int index = meta->indexOfProperty(name); index >= 0)
-            QMetaObject::connect(member, meta->property(index).notifySignalIndex(), m_group,
-                                 recalc);
-    }
+    });
 }
 
-bool GroupMembers::updateCaption()
+void GroupMembers::updateCaption()
 {
     // With texts at several members, each belongs to its own picture and none to the group.
     QSharedPointer<ContentItem> member;
@@ -79,7 +79,5 @@ bool GroupMembers::updateCaption()
         }
         member = item;
     }
-    const QString before = m_caption->content();
     m_caption->setMember(member);
-    return m_caption->content() != before;
 }

@@ -20,7 +20,7 @@ public:
 
 private:
     void connectTo(ContentItem *member);
-    bool updateCaption(); ///< @return whether its text is another one now
+    void updateCaption();
 
     ContentItem *m_group;
     ItemList m_items;

@@ -114,12 +114,12 @@ QString LocationItem::gps() const
 
 void LocationItem::setPlace(const QString &place)
 {
-    Changes<LocationItem>(this).set(m_place, place, &LocationItem::placeChanged);
+    Update<LocationItem>(this).set(m_place, place, &LocationItem::placeChanged);
 }
 
 void LocationItem::setAddress(const QString &address)
 {
-    Changes<LocationItem>(this).set(m_address, address, &LocationItem::addressChanged);
+    Update<LocationItem>(this).set(m_address, address, &LocationItem::addressChanged);
 }
 
 // Map image
@@ -140,8 +140,10 @@ void LocationItem::fetchMapImage()
     fetcher()(self, m_longitude, m_latitude, naturalMapSize);
 }
 
-bool LocationItem::setMapImage(const QString &path)
+bool LocationItem::setMapImage(const QString &path, double longitude, double latitude)
 {
+    if (!isSame(longitude, m_longitude) || !isSame(latitude, m_latitude))
+        return false;
     if (pictureSize(path).isEmpty()) {
         qCWarning(lcContent, "\"%s\" is no image of a map.", qUtf8Printable(path));
         return false;
@@ -177,7 +179,7 @@ void LocationItem::read(const QMap<QString, QVariant> &map, Changes<LocationItem
 
 void LocationItem::deserialize(const QMap<QString, QVariant> &map)
 {
-    Changes<LocationItem> changes(this);
+    Update<LocationItem> changes(this);
     read(map, changes);
     MediaFileItem::deserialize(map);
 }
@@ -209,7 +211,7 @@ void LocationItem::setContent(const im::content::Content &content)
 void LocationItem::read(const im::content::Content &content)
 {
     const im::content::Location &body = content.location();
-    Changes<LocationItem> changes(this);
+    Update<LocationItem> changes(this);
     const bool isElsewhere = replaceCoordinates(body.longitude(), body.latitude(), changes);
     changes.set(m_place, Util::fromUtf8(body.title()), &LocationItem::placeChanged);
     changes.set(m_address, Util::fromUtf8(body.address()), &LocationItem::addressChanged);
@@ -230,6 +232,11 @@ QString LocationItem::getKeyword() const
 QSize LocationItem::mapSize(int maxWidth, bool inThread) const
 {
     return MediaBox::box(naturalMapSize, MediaBox::messageWidth(maxWidth, inThread));
+}
+
+QVariantList LocationItem::measured() const
+{
+    return {m_place, m_address};
 }
 
 QSize LocationItem::mediaSize(int maxWidth, bool inThread) const

@@ -7,8 +7,8 @@
 /// A place on a map.
 ///
 /// The stored map has "longitude", "latitude", "place", "address" and "gps" after the keys of
-/// MediaFileItem. Coordinates may be anything and are kept as they came; a number that JSON has no
-/// form for is stored as text ("nan", "inf", "-inf"). "gps" is for readers of the map.
+/// MediaFileItem. Coordinates may be anything and are kept as they came; of a number that JSON has no
+/// form for, the bits are stored ("0x7ff8000000000000"). "gps" is for readers of the map.
 class MODELBASE_EXPORT LocationItem : public MediaFileItem
 {
     Q_OBJECT
@@ -52,9 +52,9 @@ public:
     /// Asks for the map image, unless the item has one, has been asked before, or has no
     /// coordinates to show. A view calls it when the item comes into sight.
     Q_INVOKABLE void fetchMapImage();
-    /// Takes an image file on this device as the thumbnail. False, with a log line, when it cannot
-    /// be read as an image.
-    bool setMapImage(const QString &path);
+    /// Takes an image file on this device as the thumbnail. False when the item is about another
+    /// place than the image by now, and, with a log line, when it cannot be read as an image.
+    bool setMapImage(const QString &path, double longitude, double latitude);
 
     /// The map, and below it lines for place and address.
     QSize mediaSize(int maxWidth, bool inThread) const override;
@@ -73,6 +73,9 @@ Q_SIGNALS:
     void coordinatesChanged();
     void placeChanged();
     void addressChanged();
+
+protected:
+    QVariantList measured() const override;
 
 private:
     void read(const QMap<QString, QVariant> &map, Changes<LocationItem> &changes);

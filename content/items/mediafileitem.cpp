@@ -1,5 +1,6 @@
 #include "content/items/mediafileitem.h"
 
+#include "base/storedvalue.h"
 #include "content/changes_p.h"
 #include "content/items/fileitem_p.h"
 #include "content/items/mediabox_p.h"
@@ -27,12 +28,12 @@ MediaFileItem::MediaFileItem(const MediaFileItem *other)
 
 void MediaFileItem::setSize(qint32 w, qint32 h)
 {
-    Changes<MediaFileItem>(this).set(m_size, {w, h}, &MediaFileItem::sizeChanged);
+    Update<MediaFileItem>(this).set(m_size, {w, h}, &MediaFileItem::sizeChanged);
 }
 
 void MediaFileItem::setThumbSize(qint32 w, qint32 h)
 {
-    Changes<MediaFileItem>(this).set(m_thumbSize, {w, h}, &MediaFileItem::thumbSizeChanged);
+    Update<MediaFileItem>(this).set(m_thumbSize, {w, h}, &MediaFileItem::thumbSizeChanged);
 }
 
 void MediaFileItem::serialize(QMap<QString, QVariant> &map) const
@@ -46,7 +47,7 @@ void MediaFileItem::serialize(QMap<QString, QVariant> &map) const
 
 void MediaFileItem::read(const QMap<QString, QVariant> &map, Changes<MediaFileItem> &changes)
 {
-    const auto number = [&](const QString &key) { return map.value(key).toInt(); };
+    const auto number = [&](const QString &key) { return StoredValue::toInt32(map.value(key)); };
     changes.set(m_size, {number(QStringLiteral("w")), number(QStringLiteral("h"))},
                 &MediaFileItem::sizeChanged);
     changes.set(m_thumbSize, {number(QStringLiteral("thumbW")), number(QStringLiteral("thumbH"))},
@@ -55,7 +56,7 @@ void MediaFileItem::read(const QMap<QString, QVariant> &map, Changes<MediaFileIt
 
 void MediaFileItem::deserialize(const QMap<QString, QVariant> &map)
 {
-    Changes<MediaFileItem> changes(this);
+    Update<MediaFileItem> changes(this);
     read(map, changes);
     FileItem::deserialize(map);
 }
@@ -64,7 +65,7 @@ void MediaFileItem::updateMedia(const im::content::FileInfo &file, qint32 w, qin
                                 const im::content::FileThumb &thumb,
                                 const im::content::Text &caption)
 {
-    Changes<MediaFileItem> changes(this);
+    Update<MediaFileItem> changes(this);
     changes.set(m_size, {w, h}, &MediaFileItem::sizeChanged);
     changes.set(m_thumbSize, {thumb.width(), thumb.height()}, &MediaFileItem::thumbSizeChanged);
     updateFiles(file, thumb.thumb_file(), thumb.thumb_nail(), caption);
@@ -92,6 +93,11 @@ void MediaFileItem::takeOver(const Thumbnail &thumbnail)
     setThumbSize(thumbnail.size.width(), thumbnail.size.height());
     if (m_size.isEmpty() && !thumbnail.natural.isEmpty())
         setSize(thumbnail.natural.width(), thumbnail.natural.height());
+}
+
+QVariantList MediaFileItem::measured() const
+{
+    return {m_size, m_size.isEmpty() ? m_thumbSize : QSize()};
 }
 
 QSize MediaFileItem::mediaSize(int maxWidth, bool inThread) const

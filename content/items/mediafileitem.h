@@ -54,6 +54,7 @@ protected:
     /// Whether there is anything of a thumbnail to write.
     bool hasThumb() const;
     void writeThumb(im::content::FileThumb *thumb) const;
+    QVariantList measured() const override;
     void takeOver(const Thumbnail &thumbnail) override;
 
 private:

@@ -1,6 +1,7 @@
 #include "content/items/musicitem.h"
 
 #include "account/accountbase.h"
+#include "base/storedvalue.h"
 #include "base/util.h"
 #include "content/changes_p.h"
 #include "content/fileprovider.h"
@@ -53,12 +54,12 @@ void MusicItem::setDuration(qint32 duration)
 
 void MusicItem::setTitle(const QString &title)
 {
-    Changes<MusicItem>(this).set(m_title, title, &MusicItem::titleChanged);
+    Update<MusicItem>(this).set(m_title, title, &MusicItem::titleChanged);
 }
 
 void MusicItem::setAuthor(const QString &author)
 {
-    Changes<MusicItem>(this).set(m_author, author, &MusicItem::authorChanged);
+    Update<MusicItem>(this).set(m_author, author, &MusicItem::authorChanged);
 }
 
 // What the file tells
@@ -84,15 +85,17 @@ void MusicItem::audioInfo()
             // Meanwhile the item may have become one of another file.
             if (sourceFile() != file)
                 return;
+            {
+                Update<MusicItem> changes(this);
+                if (const QString title = info.album.value(QStringLiteral("Name")).toString();
+                    !title.isEmpty())
+                    changes.set(m_title, title, &MusicItem::titleChanged);
+                if (const QString author = info.album.value(QStringLiteral("Artist")).toString();
+                    !author.isEmpty())
+                    changes.set(m_author, author, &MusicItem::authorChanged);
+            }
             if (!info.cover.isEmpty() && QFileInfo::exists(info.cover) && lacksThumbnail())
                 useCover(info.cover);
-            Changes<MusicItem> changes(this);
-            if (const QString title = info.album.value(QStringLiteral("Name")).toString();
-                !title.isEmpty())
-                changes.set(m_title, title, &MusicItem::titleChanged);
-            if (const QString author = info.album.value(QStringLiteral("Artist")).toString();
-                !author.isEmpty())
-                changes.set(m_author, author, &MusicItem::authorChanged);
         });
 }
 
@@ -101,6 +104,12 @@ void MusicItem::useCover(const QString &path)
     FileProvider *provider = fileProvider();
     if (!provider)
         return;
+    // All songs without an id would have the same cover.
+    if (sourceFile()->fileId().isEmpty()) {
+        if (const auto cover = localThumbnail(path))
+            setThumbnailFile(cover);
+        return;
+    }
     const QString id = u'M' + sourceFile()->fileId();
     QSharedPointer<FileData> cover = provider->file(id);
     // A file of the server may happen to have such an id; it is none of ours.
@@ -127,7 +136,7 @@ void MusicItem::serialize(QMap<QString, QVariant> &map) const
 
 void MusicItem::read(const QMap<QString, QVariant> &map, Changes<MusicItem> &changes)
 {
-    changes.set(m_duration, map.value(QStringLiteral("duration")).toInt(),
+    changes.set(m_duration, StoredValue::toInt32(map.value(QStringLiteral("duration"))),
                 &MusicItem::durationChanged);
     changes.set(m_title, map.value(QStringLiteral("title")).toString(), &MusicItem::titleChanged);
     changes.set(m_author, map.value(QStringLiteral("author")).toString(),
@@ -136,7 +145,7 @@ void MusicItem::read(const QMap<QString, QVariant> &map, Changes<MusicItem> &cha
 
 void MusicItem::deserialize(const QMap<QString, QVariant> &map)
 {
-    Changes<MusicItem> changes(this);
+    Update<MusicItem> changes(this);
     read(map, changes);
     FileItem::deserialize(map);
 }
@@ -172,7 +181,7 @@ void MusicItem::setContent(const im::content::Content &content)
 void MusicItem::read(const im::content::Content &content)
 {
     const im::content::Audio &body = content.audio();
-    Changes<MusicItem> changes(this);
+    Update<MusicItem> changes(this);
     changes.set(m_duration, body.duration(), &MusicItem::durationChanged);
     changes.set(m_title, Util::fromUtf8(body.title()), &MusicItem::titleChanged);
     changes.set(m_author, Util::fromUtf8(body.authors()), &MusicItem::authorChanged);
@@ -186,9 +195,13 @@ QString MusicItem::getKeyword() const
     return words.join(u'\n');
 }
 
+QVariantList MusicItem::measured() const
+{
+    return {rowTexts()};
+}
+
 QSize MusicItem::mediaSize(int maxWidth, bool inThread) const
 {
-    return MediaBox::row(ContentMetrics::MusicCoverSide,
-                         {m_title.isEmpty() ? name() : m_title, m_author},
+    return MediaBox::row(ContentMetrics::MusicCoverSide, rowTexts(),
                          MediaBox::messageWidth(maxWidth, inThread));
 }

@@ -30,7 +30,8 @@ public:
 
     /// Takes title and author from the file on this device, and, where it was downloaded and the
     /// item has no thumbnail's record yet or its cover has gone from this device, the cover as the
-    /// thumbnail: a record with the id "M" and the id of the audio file, which stays on this device.
+    /// thumbnail: a record that stays on this device, with the id "M" and that of the audio file
+    /// where it has one.
     /// Does nothing without an account (which has the file provider) or without a file.
     ///
     /// The work is done on the thread pool (ThreadManager::run()), what it finds is taken over on
@@ -54,7 +55,11 @@ Q_SIGNALS:
     void titleChanged();
     void authorChanged();
 
+protected:
+    QVariantList measured() const override;
+
 private:
+    QStringList rowTexts() const { return {m_title.isEmpty() ? name() : m_title, m_author}; }
     void read(const QMap<QString, QVariant> &map, Changes<MusicItem> &changes);
     void read(const im::content::Content &content);
     void useCover(const QString &path);

@@ -114,7 +114,7 @@ std::optional<FileItem::Thumbnail> FileItem::Thumbnail::make(const QString &file
         const auto frame = VideoCapture::capture(file, made.path, longestSide);
         if (!frame)
             return std::nullopt;
-        made.natural = frame->size;
+        made.natural = frame->natural;
         made.duration = frame->duration;
         image.load(made.path);
         break;

@@ -1,5 +1,6 @@
 #include "content/items/videoitem.h"
 
+#include "base/storedvalue.h"
 #include "content/changes_p.h"
 #include "content/items/fileitem_p.h"
 #include "content/items/thumbnail_p.h"
@@ -79,7 +80,7 @@ void VideoItem::serialize(QMap<QString, QVariant> &map) const
 
 void VideoItem::read(const QMap<QString, QVariant> &map, Changes<VideoItem> &changes)
 {
-    changes.set(m_duration, map.value(QStringLiteral("duration")).toInt(),
+    changes.set(m_duration, StoredValue::toInt32(map.value(QStringLiteral("duration"))),
                 &VideoItem::durationChanged);
     changes.set(m_spoiler, map.value(QStringLiteral("spoiler")).toBool(),
                 &VideoItem::spoilerChanged);

@@ -1,5 +1,6 @@
 #include "content/items/voiceitem.h"
 
+#include "base/storedvalue.h"
 #include "content/changes_p.h"
 #include "content/items/fileitem_p.h"
 #include "content/items/mediabox_p.h"
@@ -49,7 +50,7 @@ VoiceItem::VoiceItem(const VoiceItem *other)
 
 void VoiceItem::setDuration(qint32 duration)
 {
-    Changes<VoiceItem>(this).set(m_duration, duration, &VoiceItem::durationChanged);
+    Update<VoiceItem>(this).set(m_duration, duration, &VoiceItem::durationChanged);
 }
 
 void VoiceItem::setSample(const QByteArray &sample)
@@ -66,14 +67,14 @@ void VoiceItem::serialize(QMap<QString, QVariant> &map) const
 
 void VoiceItem::read(const QMap<QString, QVariant> &map, Changes<VoiceItem> &changes)
 {
-    changes.set(m_duration, map.value(QStringLiteral("duration")).toInt(),
+    changes.set(m_duration, StoredValue::toInt32(map.value(QStringLiteral("duration"))),
                 &VoiceItem::durationChanged);
     changes.set(m_sample, storedBytes(map, QStringLiteral("sample")), &VoiceItem::sampleChanged);
 }
 
 void VoiceItem::deserialize(const QMap<QString, QVariant> &map)
 {
-    Changes<VoiceItem> changes(this);
+    Update<VoiceItem> changes(this);
     read(map, changes);
     FileItem::deserialize(map);
 }
@@ -103,11 +104,16 @@ void VoiceItem::setContent(const im::content::Content &content)
 void VoiceItem::read(const im::content::Content &content)
 {
     const im::content::Voice &body = content.voice();
-    Changes<VoiceItem> changes(this);
+    Update<VoiceItem> changes(this);
     changes.set(m_duration, body.duration(), &VoiceItem::durationChanged);
     changes.set(m_sample, QByteArray(body.waveform().data(), qsizetype(body.waveform().size())),
                 &VoiceItem::sampleChanged);
     updateFiles(body.voice_file(), im::content::FileInfo::default_instance(), {}, body.caption());
+}
+
+QVariantList VoiceItem::measured() const
+{
+    return {std::clamp(m_duration, 0, longDuration)};
 }
 
 QSize VoiceItem::mediaSize(int maxWidth, bool inThread) const

@@ -41,6 +41,9 @@ Q_SIGNALS:
     void durationChanged();
     void sampleChanged();
 
+protected:
+    QVariantList measured() const override;
+
 private:
     void read(const QMap<QString, QVariant> &map, Changes<VoiceItem> &changes);
     void read(const im::content::Content &content);

@@ -19,19 +19,33 @@ constexpr int greatestThumbnail = 4096;
 /// A captured frame, or why there is none.
 struct Decoded {
     QImage image;
+    QSize natural;
     qint64 duration = 0;
     QString why;
 };
+
+/// The size of an image that was not made smaller than the `own` pixels of its video. Those may have
+/// been turned, and stretched: the image knows, but its sides are rounded.
+QSize naturalSize(QSize own, QSize image)
+{
+    for (const QSize &upright : {own, own.transposed()}) {
+        const QSize off = upright.scaled(image, Qt::KeepAspectRatioByExpanding) - image;
+        if (off.width() <= 1 && off.height() <= 1)
+            return upright;
+    }
+    const int side = std::max(own.width(), own.height());
+    return image.scaled(side, side, Qt::KeepAspectRatio);
+}
 
 /// What the library throws, goes through.
 Decoded decode(QFile *file, int greatestSide)
 {
     VideoInput examined(file);
     if (!examined.open() || !examined.examine())
-        return {{}, 0, examined.why()};
+        return {{}, {}, 0, examined.why()};
     VideoInput input(file);
     if (!input.open())
-        return {{}, 0, input.why()};
+        return {{}, {}, 0, input.why()};
     const QSize own = examined.size();
     const int side = std::min(greatestSide, std::max(own.width(), own.height()));
     ffmpegthumbnailer::VideoThumbnailer thumbnailer(side, false, true, 10, false);
@@ -41,14 +55,16 @@ Decoded decode(QFile *file, int greatestSide)
     const auto info = thumbnailer.generateThumbnail("-", Rgb, pixels, input.context());
     const qint64 line = qint64(info.width) * 3;
     if (info.width <= 0 || info.height <= 0 || qint64(pixels.size()) < line * info.height)
-        return {{}, 0, QStringLiteral("no frame can be decoded")};
+        return {{}, {}, 0, QStringLiteral("no frame can be decoded")};
     const QImage image(pixels.data(), info.width, info.height, line, QImage::Format_RGB888);
+    const QSize natural = naturalSize(own, image.size());
     // Of a video whose pixels are not square, the library bounds the shorter side.
     if (std::max(info.width, info.height) > side)
         return {image.scaled(side, side, Qt::KeepAspectRatio, Qt::SmoothTransformation),
+                natural,
                 examined.duration(),
                 {}};
-    return {image.copy(), examined.duration(), {}};
+    return {image.copy(), natural, examined.duration(), {}};
 }
 
 /// The same of a path; the image is null, and there is a log line, on failure.
@@ -108,5 +124,5 @@ std::optional<VideoCapture::Frame> VideoCapture::capture(const QString &videoPat
         logFailure(purpose, imagePath, file.errorString());
         return std::nullopt;
     }
-    return Frame{decoded.image.size(), decoded.duration};
+    return Frame{decoded.image.size(), decoded.natural, decoded.duration};
 }

@@ -13,6 +13,7 @@ class MULTIMEDIA_EXPORT VideoCapture
 public:
     struct Frame {
         QSize size;          ///< of the stored image, in pixels
+        QSize natural;       ///< the same, were it as large as the video's own pixels
         qint64 duration = 0; ///< of the video, in milliseconds; 0 when it does not tell
     };
 

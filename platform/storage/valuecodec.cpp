@@ -76,21 +76,28 @@ bool isContainer(QMetaType type)
         || QMetaType::canConvert(type, QMetaType::fromType<QAssociativeIterable>());
 }
 
-/// The operators of these trust the bytes too far: a region, the dashes of a pen, the stops of a
-/// gradient have as many parts as a number says, and damage makes that an hour or all memory; a
-/// curve has the address of a function.
+/// The operators of these trust the bytes too far: a curve has the address of a function; the
+/// families of a font, the dashes of a pen, the stops of a gradient, the parts of a region are as
+/// many as a number says, and damage makes that an hour or all memory. Of what is drawn with, only
+/// types of one length and those that beginsWithCount() are read.
 bool isUnsafe(QMetaType type)
 {
     switch (type.id()) {
-    case QMetaType::QRegion:
-    case QMetaType::QPen:
-    case QMetaType::QBrush:
-    case QMetaType::QPalette:
-    case QMetaType::QIcon:
     case QMetaType::QEasingCurve:
         return true;
-    default:
+    case QMetaType::QColor:
+    case QMetaType::QTransform:
+    case QMetaType::QMatrix4x4:
+    case QMetaType::QVector2D:
+    case QMetaType::QVector3D:
+    case QMetaType::QVector4D:
+    case QMetaType::QQuaternion:
+    case QMetaType::QPolygon:
+    case QMetaType::QPolygonF:
+    case QMetaType::QKeySequence:
         return false;
+    default:
+        return type.id() >= QMetaType::FirstGuiType && type.id() <= QMetaType::LastGuiType;
     }
 }
 

@@ -1,12 +1,15 @@
 #include "base/json.h"
 #include "content/contentfactory.h"
+#include "content/filedata.h"
 #include "content/items/captionitem.h"
 #include "content/items/combineditem.h"
 #include "content/items/filegroupitem.h"
 #include "content/items/imageitem.h"
+#include "content/items/locationitem.h"
 #include "content/items/mediagroupitem.h"
 #include "content/items/musicitem.h"
 #include "content/items/videoitem.h"
+#include "content/items/voiceitem.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 #include "support/signallog.h"
@@ -25,8 +28,8 @@ namespace
 class Member : public ContentItem
 {
     Q_OBJECT
-    Q_PROPERTY(int w MEMBER m_width NOTIFY wChanged)
-    Q_PROPERTY(int h MEMBER m_height NOTIFY hChanged)
+    Q_PROPERTY(int w MEMBER m_width NOTIFY needRecalcSize)
+    Q_PROPERTY(int h MEMBER m_height NOTIFY needRecalcSize)
 
 public:
     explicit Member(QSize size, qint32 type = Image, const QString &text = {})
@@ -41,10 +44,6 @@ public:
         return {m_width, m_height};
     }
 
-Q_SIGNALS:
-    void wChanged();
-    void hChanged();
-
 private:
     int m_width;
     int m_height;
@@ -56,6 +55,13 @@ QSharedPointer<ContentItem> member(QSize size, qint32 type = ContentItem::Image,
                                    const QString &text = {})
 {
     return QSharedPointer<Member>::create(size, type, text);
+}
+
+QSharedPointer<FileData> fileOf(const char *name)
+{
+    im::content::FileInfo info;
+    info.set_name(name);
+    return QSharedPointer<FileData>::create(info);
 }
 
 QSize measure(ContentItem &item, int maxWidth)
@@ -209,6 +215,70 @@ private Q_SLOTS:
         group.caption()->calcSize(300, 0, 0, ContentItem::CONTENT_CHANGED, false);
         QCOMPARE(group.caption()->type(), ContentItem::Text);
         QVERIFY(group.caption()->calcContentSize(lines, 300, 0, false).height() < 60);
+    }
+
+    /// An item asks when it measures another size, and only then; its group also when the text is
+    /// another one. Each asks once for an update.
+    void sizesAreAskedFor()
+    {
+        const auto image = QSharedPointer<ImageItem>::create(1, nullptr);
+        const auto file = QSharedPointer<FileItem>::create(1, nullptr);
+        const auto voice = QSharedPointer<VoiceItem>::create(1, nullptr);
+        const auto music = QSharedPointer<MusicItem>::create(1, nullptr);
+        const auto place = QSharedPointer<LocationItem>::create(1, nullptr);
+        const MediaGroupItem media({image, member({4, 3}, ContentItem::Image, u"two"_s)}, 1,
+                                   nullptr);
+        const FileGroupItem files({file, voice, music}, 1, nullptr);
+
+        im::content::Content song;
+        song.mutable_audio()->mutable_audio_file()->set_name("a long name.mp3");
+        song.mutable_audio()->set_title("Morning");
+        song.mutable_audio()->set_authors("Mia");
+        song.mutable_audio()->mutable_caption()->set_text("at dawn");
+        const UserTextBlock code{0, 2, TextEntityType::CodeBlock, {}};
+
+        const std::pair<std::function<void()>, QString> changes[] = {
+            {[&] { image->setSize(10, 20); }, u"image media"_s},
+            {[&] { image->setThumbSize(20, 20); }, {}},
+            {[&] { image->setDisplayName(u"a.png"_s); }, {}},
+            {[&] {
+                 image->deserialize({{u"w"_s, 30}, {u"thumbW"_s, 40}});
+             },
+             u"image media"_s},
+            {[&] { image->setContent(u"one"_s, {code}); }, u"media"_s},
+            {[&] { image->setContent(u"one"_s, {}); }, u"media"_s},
+            {[&] { image->setContent(u"1"_s, {}); }, u"media"_s},
+            {[&] { file->setSourceFile(fileOf("a.png")); }, u"file files"_s},
+            {[&] { file->setDisplayName(u"b.png"_s); }, u"file files"_s},
+            {[&] { file->setSourceFile(fileOf("c.png")); }, {}},
+            {[&] { file->setDisplayName({}); }, u"file files"_s},
+            {[&] { file->setThumbNail("a few bytes"); }, u"file files"_s},
+            {[&] { file->setContent(u"1\n2"_s, {}); }, u"files"_s},
+            {[&] { voice->setContent(u"3"_s, {code}); }, u"files"_s},
+            {[&] { voice->setCollapsed(0, true); }, u"files voice"_s},
+            {[&] { voice->setDuration(60); }, u"files voice"_s},
+            {[&] { voice->setDuration(61); }, {}},
+            {[&] { music->setSourceFile(fileOf("a.mp3")); }, u"files music"_s},
+            {[&] { music->setTitle(u"Morning"_s); }, u"files music"_s},
+            {[&] { music->setSourceFile(fileOf("b.mp3")); }, {}},
+            {[&] { music->setTitle({}); }, u"files music"_s},
+            {[&] { music->setContent(song); }, u"files files music"_s}, // text and size
+            {[&] { place->setPlace(u"The lake"_s); }, u"place"_s},
+            {[&] { place->setSize(10, 20); }, {}},
+        };
+        QStringList asked;
+        QObject listener;
+        const std::pair<const ContentItem *, QString> items[] = {
+            {image.data(), u"image"_s}, {file.data(), u"file"_s},   {voice.data(), u"voice"_s},
+            {music.data(), u"music"_s}, {place.data(), u"place"_s}, {&media, u"media"_s},
+            {&files, u"files"_s}};
+        for (const auto &[item, name] : items)
+            connect(item, &ContentItem::needRecalcSize, &listener, [&, name] { asked += name; });
+        for (const auto &[change, expected] : changes) {
+            change();
+            asked.sort();
+            QCOMPARE(std::exchange(asked, {}).join(u' '), expected);
+        }
     }
 
     void storedFormIsThatOfTheMembers()

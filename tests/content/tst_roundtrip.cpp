@@ -152,6 +152,19 @@ private Q_SLOTS:
         }
     }
 
+    /// What is beyond the range is as much as may be.
+    void largeNumbers()
+    {
+        for (const char *type : {"image", "video", "voice", "music"}) {
+            for (const char *key : {"w", "h", "thumbW", "thumbH", "duration"}) {
+                const auto json = QByteArray("{\"type\":\"") + type + "\",\"" + key + "\":1e12}";
+                const auto item = makeContentItem(json.toStdString(), 1, 1, nullptr);
+                const QVariant number = item->property(key);
+                QVERIFY2(!number.isValid() || number == INT_MAX, json);
+            }
+        }
+    }
+
     void storedRemaindersOfNothing()
     {
         for (const QString &rest : {QStringLiteral("t"), QString(), QStringLiteral("~")}) {

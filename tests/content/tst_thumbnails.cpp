@@ -2,6 +2,7 @@
 #include "base/json.h"
 #include "content/contentfactory.h"
 #include "content/filedata.h"
+#include "content/items/locationitem.h"
 #include "content/items/musicitem.h"
 #include "content/items/outgoingfile.h"
 #include "settings/appdirmanager.h"
@@ -9,10 +10,13 @@
 #include "support/signallog.h"
 
 #include <QDir>
+#include <QSemaphore>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QtEndian>
 #include <QTest>
 #include <QThreadPool>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -55,7 +59,9 @@ private Q_SLOTS:
             ThreadManager::getInstance()->threadPool()->waitForDone();
             QCoreApplication::processEvents();
         };
+        SignalLog first{{item.data()}};
         look(*item);
+        QCOMPARE(first.take(), u"titleChanged authorChanged needRecalcSize thumbnailFileChanged"_s);
         const auto cover = item->thumbnailFile();
         QVERIFY(cover && cover->exists());
         QCOMPARE(cover->fileId(), u"Msong"_s);
@@ -82,6 +88,72 @@ private Q_SLOTS:
         QVERIFY(again->thumbnailFile() && !again->thumbnailFile()->exists());
         look(*again);
         QVERIFY(again->thumbnailFile()->exists());
+
+        // Songs without an id share nothing.
+        const auto one = QSharedPointer<MusicItem>::create(1, &account);
+        const auto other = QSharedPointer<MusicItem>::create(1, &account);
+        for (const auto &song : {one, other}) {
+            song->setSourceFile(downloaded(u"morning.mp3"_s, {}));
+            look(*song);
+            QVERIFY(song->thumbnailFile() && song->thumbnailFile()->exists());
+        }
+        QVERIFY(one->thumbnailFile() != other->thumbnailFile());
+    }
+
+    void mapsAreOfThePlace()
+    {
+        const auto item = QSharedPointer<LocationItem>::create(1, nullptr);
+        int asked = 0;
+        LocationItem::setMapImageFetcher([&](auto...) { ++asked; });
+        item->setCoordinates(8, 47);
+        item->fetchMapImage();
+        item->setCoordinates(9, 46);
+        item->fetchMapImage();
+        QCOMPARE(asked, 2);
+        QVERIFY(item->setMapImage(media(u"map.png"_s), 9, 46));
+        QVERIFY(!item->setMapImage(media(u"lake.jpg"_s), 8, 47));
+        QCOMPARE(item->thumbnailFile()->fileName(), u"map.png"_s);
+        LocationItem::setMapImageFetcher({});
+    }
+
+    /// A message says how large the video is, not its thumbnail.
+    void largeVideos()
+    {
+        QFile small(media(u"wink.gif"_s));
+        QFile large(m_media.filePath(u"large.gif"_s));
+        QVERIFY(small.open(QIODevice::ReadOnly) && large.open(QIODevice::WriteOnly));
+        QByteArray bytes = small.readAll();
+        qToLittleEndian<quint16>(1280, bytes.data() + 6);
+        qToLittleEndian<quint16>(720, bytes.data() + 8);
+        large.write(bytes);
+        large.close();
+        const auto item = makeOutgoingFile(large.fileName(), ContentItem::Video, 1, nullptr);
+        QSignalSpy captured(item.data(), &FileItem::thumbnailCaptured);
+        QSignalSpy recalc(item.data(), &ContentItem::needRecalcSize);
+        QTRY_COMPARE(captured.size(), 1);
+        QCOMPARE(recalc.size(), 1);
+        QCOMPARE(item->property("thumbW"), 640);
+        QCOMPARE(item->property("w"), 1280);
+        QCOMPARE(item->property("h"), 720);
+    }
+
+    /// The pool is closed before it comes to the work.
+    void theEndIsToldOfWorkThatIsDropped()
+    {
+        ThreadManager *threads = ThreadManager::getInstance();
+        QSemaphore busy;
+        threads->threadPool()->setMaxThreadCount(1);
+        ThreadManager::run([&busy] { busy.acquire(); }, true);
+        const auto item = makeOutgoingFile(media(u"lake.jpg"_s), ContentItem::Image, 1, nullptr);
+        QSignalSpy captured(item.data(), &FileItem::thumbnailCaptured);
+        QTimer::singleShot(0, [&busy] { busy.release(); });
+        threads->quitAll();
+        threads->init();
+        QTRY_COMPARE(captured.size(), 1);
+        QVERIFY(!captured.takeFirst().at(0).toBool());
+        item->captureThumbnail();
+        QTRY_COMPARE(captured.size(), 1);
+        QVERIFY(captured.takeFirst().at(0).toBool());
     }
 
     void theEndIsTold_data()

@@ -43,6 +43,7 @@ private Q_SLOTS:
             const auto frame = VideoCapture::capture(each.video, each.image, each.side);
             QVERIFY(frame);
             QCOMPARE(frame->size, each.expected);
+            QCOMPARE(frame->natural, QSize(192, 120));
             QVERIFY(qAbs(frame->duration - 2000) < 60);
             QVERIFY(content(each.image).startsWith(each.magic));
             const QImage image(each.image);
@@ -74,6 +75,7 @@ private Q_SLOTS:
         const auto frame = VideoCapture::capture(path, in(u"turned.png"_s), 96);
         QVERIFY(frame);
         QCOMPARE(frame->size, QSize(60, 96));
+        QCOMPARE(frame->natural, QSize(120, 192));
     }
 
     // The width in the track's head, which is what a player shows it at, is not that of the pixels.
@@ -85,11 +87,11 @@ private Q_SLOTS:
             video.replace(video.indexOf(stored), stored.size(), QByteArray::fromHex(shown));
             const QString path = write(in(u"stretched.mp4"_s), video);
             const auto frame = VideoCapture::capture(path, in(u"stretched.png"_s), 96);
-            return frame ? frame->size : QSize();
+            return frame ? QList{frame->size, frame->natural} : QList<QSize>();
         };
-        QCOMPARE(capture("01800000 00780000"), QSize(96, 30));
-        QCOMPARE(capture("00c00000 00f00000"), QSize(76, 96));
-        QCOMPARE(capture("00c00000 00010000"), QSize());
+        QCOMPARE(capture("01800000 00780000"), (QList{QSize(96, 30), QSize(192, 60)}));
+        QCOMPARE(capture("00c00000 00f00000"), (QList{QSize(76, 96), QSize(152, 192)}));
+        QCOMPARE(capture("00c00000 00010000"), QList<QSize>());
     }
 
     void hugeFrames()

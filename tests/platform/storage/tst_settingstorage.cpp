@@ -5,6 +5,7 @@
 #include <QEasingCurve>
 #include <QFile>
 #include <QFileInfo>
+#include <QImage>
 #include <QPen>
 #include <QRect>
 #include <QRegion>
@@ -244,6 +245,7 @@ private Q_SLOTS:
         region.replace(8, 4, "\x7f\xff\xff\xff");
         row("endless region", single("QRegion", region));
         row("dashes without end", single("QPen", bytes(QPen())));
+        row("pixels without end", single("QImage", bytes(QImage())));
         row("address of a function", single("QEasingCurve", bytes(QEasingCurve())));
     }
     void leavesOutDamagedValues()
