@@ -1,26 +1,14 @@
 #include "content/items/filegroupitem.h"
 
-#include "content/items/groupmembers_p.h"
+#include "content/items/innercontent_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/items/mediagroupitem.h"
-#include "protocol/message_content.pb.h"
-
-#include <QLoggingCategory>
 
 #include <limits>
-#include <utility>
-
-namespace
-{
-
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
-
-} // namespace
 
 FileGroupItem::FileGroupItem(int source, AccountBase *account)
-    : ContentItem(source, account), m_members(std::make_unique<GroupMembers>(this, source))
+    : GroupItem(FileGroup, source, account)
 {
-    setType(FileGroup);
 }
 
 FileGroupItem::FileGroupItem(const QList<QSharedPointer<ContentItem>> &members, int source,
@@ -30,13 +18,10 @@ FileGroupItem::FileGroupItem(const QList<QSharedPointer<ContentItem>> &members, 
     setMembers(members);
 }
 
-FileGroupItem::FileGroupItem(const FileGroupItem *other)
-    : ContentItem(other), m_members(std::make_unique<GroupMembers>(this, 1))
+FileGroupItem::FileGroupItem(const FileGroupItem *other) : GroupItem(other)
 {
     setMembers(Inner::copies(other->members()));
 }
-
-FileGroupItem::~FileGroupItem() = default;
 
 bool FileGroupItem::canHold(const ContentItem &item)
 {
@@ -51,58 +36,13 @@ bool FileGroupItem::canHold(const ContentItem &item)
     }
 }
 
-void FileGroupItem::setMembers(const QList<QSharedPointer<ContentItem>> &members)
-{
-    if (!m_members->set(members, canHold))
-        return;
-    Q_EMIT membersChanged();
-    Q_EMIT needRecalcSize();
-}
-
-QList<QSharedPointer<ContentItem>> FileGroupItem::innerItems() const
-{
-    return m_members->items();
-}
-
-QList<QObject *> FileGroupItem::memberObjects() const
-{
-    return m_members->objects();
-}
-
-QSharedPointer<CaptionItem> FileGroupItem::caption() const
-{
-    return m_members->caption();
-}
-
-QVariantList FileGroupItem::rectVariants() const
-{
-    return Inner::toVariants(m_rects);
-}
-
-QVariantList FileGroupItem::rectVariantsInThread() const
-{
-    return Inner::toVariants(m_rectsInThread);
-}
-
-void FileGroupItem::serialize(im::content::Content *content) const
-{
-    qCWarning(lcContent, "A group has no body; its members have.");
-    content->Clear();
-}
-
-void FileGroupItem::serializes(QList<QVariant> &list) const
-{
-    for (const auto &member : m_members->items())
-        member->serializes(list);
-}
-
 QSize FileGroupItem::calcContentSize(int &lineCount, int maxWidth, int maxRowCount, bool inThread)
 {
     const int width = MediaBox::messageWidth(maxWidth, inThread);
     lineCount = 0;
     QList<QRect> rows;
     QSize size(0, 0);
-    for (const auto &member : m_members->items()) {
+    for (const auto &member : members()) {
         int lines = 0;
         const QSize content = member->calcContentSize(lines, width, maxRowCount, inThread);
         const QSize row = content.expandedTo({MediaBox::leastSide, MediaBox::leastSide})
@@ -114,7 +54,6 @@ QSize FileGroupItem::calcContentSize(int &lineCount, int maxWidth, int maxRowCou
     }
     for (QRect &row : rows)
         row.setWidth(size.width());
-    if (std::exchange(inThread ? m_rectsInThread : m_rects, rows) != rows)
-        inThread ? Q_EMIT rectsInThreadChanged() : Q_EMIT rectsChanged();
+    setRects(rows, inThread);
     return size;
 }

@@ -6,12 +6,11 @@
 #include "content/items/captionitem.h"
 #include "content/items/carditem.h"
 #include "content/items/combineditem.h"
-#include "content/items/filegroupitem.h"
 #include "content/items/folderitem.h"
+#include "content/items/groupitem.h"
 #include "content/items/imageitem.h"
 #include "content/items/locationitem.h"
 #include "content/items/lotteryitem.h"
-#include "content/items/mediagroupitem.h"
 #include "content/items/meetingitem.h"
 #include "content/items/musicitem.h"
 #include "content/items/pollitem.h"
@@ -294,13 +293,10 @@ QString words(const ContentItem &item)
         return lottery(static_cast<const LotteryItem &>(item));
     case ContentItem::Combined:
         return combined(static_cast<const CombinedItem &>(item));
-    case ContentItem::MediaGroup: {
-        const auto &media = static_cast<const MediaGroupItem &>(item);
-        return group(media.count(), *media.caption());
-    }
+    case ContentItem::MediaGroup:
     case ContentItem::FileGroup: {
-        const auto &files = static_cast<const FileGroupItem &>(item);
-        return group(files.count(), *files.caption());
+        const auto &together = static_cast<const GroupItem &>(item);
+        return group(together.count(), *together.caption());
     }
     default:
         return {};
@@ -351,14 +347,10 @@ QStringList describe::details(const ContentItem &item, const Names &names)
     case ContentItem::Combined:
         lines = entries(static_cast<const CombinedItem &>(item), names);
         break;
-    case ContentItem::MediaGroup: {
-        const auto &media = static_cast<const MediaGroupItem &>(item);
-        lines = cells(media.members(), media.rects());
-        break;
-    }
+    case ContentItem::MediaGroup:
     case ContentItem::FileGroup: {
-        const auto &files = static_cast<const FileGroupItem &>(item);
-        lines = cells(files.members(), files.rects());
+        const auto &together = static_cast<const GroupItem &>(item);
+        lines = cells(together.members(), together.rects());
         break;
     }
     default:

@@ -246,7 +246,7 @@ private Q_SLOTS:
              },
              u"image media"_s},
             {[&] { image->setContent(u"one"_s, {code}); }, u"media"_s},
-            {[&] { image->setContent(u"one"_s, {}); }, u"media"_s},
+            {[&] { image->setContent(u"one"_s, {}); }, u"image media"_s},
             {[&] { image->setContent(u"1"_s, {}); }, u"media"_s},
             {[&] { file->setSourceFile(fileOf("a.png")); }, u"file files"_s},
             {[&] { file->setDisplayName(u"b.png"_s); }, u"file files"_s},

@@ -1,0 +1,123 @@
+#include "content/items/groupitem.h"
+
+#include "content/items/captionitem.h"
+#include "content/items/innercontent_p.h"
+#include "protocol/message_content.pb.h"
+
+#include <QLoggingCategory>
+#include <QSet>
+
+#include <utility>
+
+namespace
+{
+
+Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
+
+} // namespace
+
+GroupItem::GroupItem(Type type, int source, AccountBase *account)
+    : ContentItem(source, account), m_caption(QSharedPointer<CaptionItem>::create(source, nullptr))
+{
+    setType(type);
+}
+
+GroupItem::GroupItem(const GroupItem *other)
+    : ContentItem(other), m_caption(QSharedPointer<CaptionItem>::create(1, nullptr))
+{
+}
+
+GroupItem::~GroupItem() = default;
+
+// Members
+
+void GroupItem::setMembers(const QList<QSharedPointer<ContentItem>> &members)
+{
+    ItemList accepted;
+    QSet<const ContentItem *> seen; // stored groups may be of any size
+    for (const auto &item : members) {
+        if (!item || !accepts(*item) || seen.contains(item.data()))
+            continue;
+        seen.insert(item.data());
+        accepted.append(item);
+    }
+    if (accepted.size() != members.size())
+        qCWarning(lcContent, "What cannot be a member of a group is left out.");
+    if (accepted == m_members)
+        return;
+    for (const auto &item : std::as_const(m_members))
+        item->disconnect(this);
+    m_members = accepted;
+    for (const auto &item : std::as_const(m_members))
+        connectTo(item.data());
+    updateCaption();
+    Q_EMIT membersChanged();
+    Q_EMIT needRecalcSize();
+}
+
+void GroupItem::connectTo(ContentItem *member)
+{
+    connect(member, &ContentItem::needRecalcSize, this, &ContentItem::needRecalcSize);
+    connect(member, &ContentItem::textEntityChanged, this, &GroupItem::updateCaption);
+    // Of another text a member tells by this signal alone.
+    connect(member, &ContentItem::contentChanged, this, [this] {
+        updateCaption();
+        Q_EMIT needRecalcSize();
+    });
+}
+
+void GroupItem::updateCaption()
+{
+    // With texts at several members, each belongs to its own picture and none to the group.
+    QSharedPointer<ContentItem> member;
+    for (const auto &item : std::as_const(m_members)) {
+        if (item->content().isEmpty())
+            continue;
+        if (member) {
+            member.reset();
+            break;
+        }
+        member = item;
+    }
+    m_caption->setMember(member);
+}
+
+QList<QObject *> GroupItem::memberObjects() const
+{
+    QList<QObject *> list;
+    for (const auto &item : m_members)
+        list.append(item.data());
+    return list;
+}
+
+// Stored form
+
+void GroupItem::serialize(im::content::Content *content) const
+{
+    qCWarning(lcContent, "A group has no body; its members have.");
+    content->Clear();
+}
+
+void GroupItem::serializes(QList<QVariant> &list) const
+{
+    for (const auto &member : m_members)
+        member->serializes(list);
+}
+
+// Layout
+
+void GroupItem::setRects(const QList<QRect> &rects, bool inThread)
+{
+    if (std::exchange(inThread ? m_rectsInThread : m_rects, rects) != rects)
+        inThread ? Q_EMIT rectsInThreadChanged() : Q_EMIT rectsChanged();
+}
+
+QVariantList GroupItem::rectVariants() const
+{
+    return Inner::toVariants(m_rects);
+}
+
+QVariantList GroupItem::rectVariantsInThread() const
+{
+    return Inner::toVariants(m_rectsInThread);
+}
