@@ -39,9 +39,9 @@ public:
     ~SettingStorage();
 
     /// False for values that no row can hold: of a type that QDataStream does not know (pointers,
-    /// functions, most application types) or cannot read back safely (QEasingCurve, and what
-    /// is drawn with: fonts, pens, images; colours and transforms can), or nested deeper than 100
-    /// levels.
+    /// functions, most application types) or cannot read back safely (QEasingCurve, QBitArray, and
+    /// what is drawn with: fonts, pens, images; colours and transforms can), or nested deeper than
+    /// 100 levels.
     static bool isStorable(const QVariant &value);
 
     /// False while every other call would fail.

@@ -76,14 +76,15 @@ bool isContainer(QMetaType type)
         || QMetaType::canConvert(type, QMetaType::fromType<QAssociativeIterable>());
 }
 
-/// The operators of these trust the bytes too far: a curve has the address of a function; the
-/// families of a font, the dashes of a pen, the stops of a gradient, the parts of a region are as
+/// The operators of these trust the bytes too far: a curve has the address of a function; bits may
+/// be fewer than none; the families of a font, the dashes of a pen, the stops of a gradient, the parts of a region are as
 /// many as a number says, and damage makes that an hour or all memory. Of what is drawn with, only
 /// types of one length and those that beginsWithCount() are read.
 bool isUnsafe(QMetaType type)
 {
     switch (type.id()) {
     case QMetaType::QEasingCurve:
+    case QMetaType::QBitArray:
         return true;
     case QMetaType::QColor:
     case QMetaType::QTransform:

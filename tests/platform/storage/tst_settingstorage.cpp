@@ -244,6 +244,7 @@ private Q_SLOTS:
         QByteArray region = bytes(QRegion(0, 0, 9, 9) + QRegion(50, 50, 9, 9));
         region.replace(8, 4, "\x7f\xff\xff\xff");
         row("endless region", single("QRegion", region));
+        row("fewer bits than none", single("QBitArray", QByteArray(15, '\xdd')));
         row("dashes without end", single("QPen", bytes(QPen())));
         row("pixels without end", single("QImage", bytes(QImage())));
         row("address of a function", single("QEasingCurve", bytes(QEasingCurve())));
