@@ -400,7 +400,9 @@ void tst_Killed::losesNothing()
     m_lost = 0;
     m_torn = 0;
     wipe();
-    for (int round = 0; round < rounds; ++round) {
+    // On a busy machine a process may be killed too early to have done anything.
+    const auto isMissing = [&](int round) { return m_acknowledged == 0 && round < 20 * rounds; };
+    for (int round = 0; round < rounds || isMissing(round); ++round) {
         if (anew)
             wipe();
         QByteArray output;

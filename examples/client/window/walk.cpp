@@ -66,6 +66,9 @@ int Walk::run()
     pages();
     accounts();
     lock();
+    // Textures of images that are forgotten after the last frame would never be freed.
+    m_window->releaseResources();
+    m_window->grabWindow();
 
     QStringList kinds(m_kinds.cbegin(), m_kinds.cend());
     kinds.sort();
