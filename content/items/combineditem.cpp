@@ -156,8 +156,11 @@ bool CombinedItem::setSenderNames(const NameOf &nameOf)
             entry.senderName = *name;
             isNew = true;
         }
-        // The summary has the names of those inside.
-        if (CombinedItem *inner = toCombined(entry.contentItem()))
+    }
+    // The summary has the names of those inside. What hears of them may change this item.
+    const auto contents = m_contents;
+    for (const auto &content : contents) {
+        if (CombinedItem *inner = toCombined(content.data()))
             isNew |= inner->setSenderNames(nameOf);
     }
     if (isNew) {
