@@ -281,7 +281,7 @@ void FileData::serialize(QVariantMap &map, bool thumbnail) const
     if (extra().sentSize)
         map.insert(keys.sentSize, *extra().sentSize);
     if (!extra().iv.isEmpty())
-        map.insert(keys.iv, QString::fromLatin1(extra().iv.toBase64()));
+        map.insert(keys.iv, StoredValue::fromBytes(extra().iv));
     if (!extra().ranges.empty())
         map.insert(keys.downloadedRange, downloadedRange());
 }

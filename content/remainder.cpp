@@ -1,5 +1,6 @@
 #include "content/remainder_p.h"
 
+#include "base/storedvalue.h"
 #include "base/usertextblock.h"
 #include "base/util.h"
 #include "content/contentitem.h"
@@ -294,7 +295,7 @@ void Remainder::forgetEntities(Record &remainder)
 
 QVariant Remainder::toVariant(const im::content::Content &remainder)
 {
-    return QString::fromLatin1(QByteArray::fromStdString(remainder.SerializeAsString()).toBase64());
+    return StoredValue::fromBytes(QByteArray::fromStdString(remainder.SerializeAsString()));
 }
 
 Remainder::Record Remainder::fromBytes(const QByteArray &bytes, int type)

@@ -419,7 +419,7 @@ bool FileItem::useThumbnail(const Thumbnail &thumbnail)
 void FileItem::serialize(QMap<QString, QVariant> &map) const
 {
     ContentItem::serialize(map);
-    map.insert(QStringLiteral("thumbNail"), QString::fromLatin1(m_thumbNail.toBase64()));
+    map.insert(QStringLiteral("thumbNail"), StoredValue::fromBytes(m_thumbNail));
     map.insert(QStringLiteral("displayName"), m_displayName);
     if (m_sourceFile)
         m_sourceFile->serialize(map, false);

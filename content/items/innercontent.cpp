@@ -57,11 +57,6 @@ bool readList(QList<InnerContent> &parts, const List &source, Read read)
 
 } // namespace
 
-QString toStoredBytes(const std::string &bytes)
-{
-    return QString::fromLatin1(QByteArray::fromStdString(bytes).toBase64());
-}
-
 int fromStoredCount(const QVariant &value)
 {
     return std::max(0, StoredValue::toInt32(value));
@@ -181,7 +176,7 @@ QVariant InnerContent::stored() const
         return map;
     }
     if (const auto *bytes = std::get_if<std::string>(&m_value))
-        return QVariantMap{{bodyKey(), toStoredBytes(*bytes)}};
+        return QVariantMap{{bodyKey(), StoredValue::fromBytes(QByteArray::fromStdString(*bytes))}};
     const auto *value = std::get_if<QVariant>(&m_value);
     return value ? *value : QVariant();
 }

@@ -14,8 +14,6 @@
 
 using ItemList = QList<QSharedPointer<ContentItem>>;
 
-/// The base64 text that bytes are stored as.
-QString toStoredBytes(const std::string &bytes);
 /// A stored number that cannot be negative: what is none is 0, what is too large the greatest.
 int fromStoredCount(const QVariant &value);
 

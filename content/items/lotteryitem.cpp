@@ -352,7 +352,9 @@ void LotteryItem::serialize(QMap<QString, QVariant> &map) const
 {
     WithOptionsItem::serialize(map);
     if (m_lottery->ByteSizeLong() > 0)
-        map.insert(lotteryKey(), toStoredBytes(m_lottery->SerializeAsString()));
+        map.insert(
+            lotteryKey(),
+            StoredValue::fromBytes(QByteArray::fromStdString(m_lottery->SerializeAsString())));
 }
 
 void LotteryItem::deserialize(const QMap<QString, QVariant> &map)

@@ -491,7 +491,7 @@ void PollItem::serialize(QMap<QString, QVariant> &map) const
     map.insert(QStringLiteral("quizMode"), quizMode());
     map.insert(QStringLiteral("comment"), m_comment);
     map.insert(QStringLiteral("expectedAnswers"), answers);
-    map.insert(QStringLiteral("aesKey"), toStoredBytes(m_key.toStdString()));
+    map.insert(QStringLiteral("aesKey"), StoredValue::fromBytes(m_key));
     m_options->write(map);
 
     im::PollInfo rest = *m_info;
@@ -501,7 +501,8 @@ void PollItem::serialize(QMap<QString, QVariant> &map) const
     rest.clear_quiz_mode();
     rest.clear_expected_answers();
     if (rest.ByteSizeLong() > 0)
-        map.insert(QStringLiteral("pollInfo"), toStoredBytes(rest.SerializeAsString()));
+        map.insert(QStringLiteral("pollInfo"),
+                   StoredValue::fromBytes(QByteArray::fromStdString(rest.SerializeAsString())));
 }
 
 void PollItem::deserialize(const QMap<QString, QVariant> &map)

@@ -62,7 +62,7 @@ void VoiceItem::serialize(QMap<QString, QVariant> &map) const
 {
     FileItem::serialize(map);
     map.insert(QStringLiteral("duration"), m_duration);
-    map.insert(QStringLiteral("sample"), QString::fromLatin1(m_sample.toBase64()));
+    map.insert(QStringLiteral("sample"), StoredValue::fromBytes(m_sample));
 }
 
 void VoiceItem::read(const QMap<QString, QVariant> &map, Changes<VoiceItem> &changes)
