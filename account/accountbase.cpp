@@ -1,6 +1,7 @@
 #include "account/accountbase.h"
 
 #include "account/accountdevicemodel.h"
+#include "account/accountmanager.h"
 #include "account/accountservices.h"
 #include "account/verificationemoji_p.h"
 #include "base/define.h"
@@ -82,6 +83,7 @@ AccountBase::AccountBase(QObject *parent)
 
 AccountBase::~AccountBase()
 {
+    AccountManager::accountDeleted(this);
     // The models write what they still hold, so they go before the store does.
     delete m_accountSettingModel;
     delete m_deviceModel;
@@ -205,7 +207,7 @@ void AccountBase::setAuthorized(bool authorized)
 
 void AccountBase::setState(int state)
 {
-    if (std::exchange(m_state, state) == state)
+    if (m_state.exchange(state) == state)
         return;
     const bool connected = state == NORMAL || state == UPDATING;
     const bool connectedChanged = std::exchange(m_isConnected, connected) != connected;

@@ -44,9 +44,10 @@ class UserStorageProvider;
 /// openStorage(), setAuthorized() and AccountManager::addAccount(); at the end logout(),
 /// deleteAccount() or release().
 ///
-/// Thread: the main thread, but for accountId() and the encryption operations, which may be called
-/// from any thread. Ownership: the AccountManager is the parent; storage, keys and models belong to
-/// the account; QML never deletes one. Every setter signals on a change only.
+/// Thread: the main thread, but for accountId(), state(), autoReconnect() and the encryption
+/// operations, which may be called from any thread. Ownership: the AccountManager is the parent;
+/// storage, keys and models belong to the account; QML never deletes one. The application may delete
+/// one: the manager then takes it off its list. Every setter signals on a change only.
 class MODELBASE_EXPORT AccountBase : public QObject
 {
     Q_OBJECT
@@ -114,11 +115,11 @@ public:
     virtual void initialize() = 0;
     /// Opens a stored account: `params` is {"userId": id}, `reason` the application's own number, 0
     /// from the manager. An account that could be opened is authorized() when this returns; any
-    /// other is not listed.
+    /// other is not listed but given up, by release(false, true).
     virtual void restore(QVariantMap params, bool connectNow, int reason) = 0;
-    /// Gives up an object that is in no list: at shut-down (`logOut` false), or because somebody
-    /// turned away from signing in (true). `deleteThis`, always true from the manager, is as for
-    /// logout().
+    /// Gives up an object that is in no list, once: at shut-down or because it could not be restored
+    /// (`logOut` false), or because its sign-in ends or is refused (true). `deleteThis`, always true
+    /// from the manager, is as for logout().
     virtual void release(bool logOut, bool deleteThis) = 0;
     /// The account has the user's attention from now on, or has no longer.
     virtual void setActive(bool active) = 0;
@@ -172,8 +173,7 @@ public:
     /// Whether the account is to connect again by itself; on, but for the notebook account.
     bool autoReconnect() const { return m_autoReconnect; }
     void setAutoReconnect(bool autoReconnect) { m_autoReconnect = autoReconnect; }
-    /// Messages that the user has not read, and those that mention the user. The manager adds up
-    /// what changes while the account is listed: set them after addAccount().
+    /// Messages that the user has not read, and those that mention the user.
     int totalUnreadCount() const { return m_totalUnreadCount; }
     void setTotalUnreadCount(int count);
     int totalAtMeCount() const { return m_totalAtMeCount; }
@@ -314,16 +314,20 @@ protected:
     void closeStorage();
 
 private:
+    friend class AccountManager;
+
     std::atomic<qint64> m_accountId = 0;
     int m_totalUnreadCount = 0;
     int m_totalAtMeCount = 0;
-    int m_state = DISCONNECTED;
+    std::atomic<int> m_state = DISCONNECTED;
     int m_maxDeviceCount = 5;
     int m_deviceId = 0;
     BannedState m_bannedState = NOT_BANNED;
     bool m_isConnected = false;
     bool m_authorized = false;
-    bool m_autoReconnect = true;
+    std::atomic<bool> m_autoReconnect = true;
+    /// The manager's: it logs out, was given up or is being deleted, and is not taken in again.
+    bool m_leaving = false;
     QString m_phone;
     QString m_countryCode;
     QString m_email;

@@ -8,11 +8,14 @@
 #include "settings/appsettingmodel.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QJSEngine>
 #include <QLoggingCategory>
 #include <QNetworkProxy>
 
 #include <algorithm>
+#include <limits>
+#include <optional>
 #include <utility>
 
 namespace
@@ -38,6 +41,17 @@ void setAppLocked(bool locked)
 void processEvents()
 {
     QCoreApplication::processEvents(QEventLoop::AllEvents, waitMilliseconds);
+}
+
+void logRefusal(const char *reason)
+{
+    ImLog::error(lcAccounts(), QStringLiteral("AccountManager: %1").arg(QLatin1StringView(reason)));
+}
+
+/// True when something of the account lies on this machine, whether or not it can be opened.
+bool hasData(const AccountBase *account)
+{
+    return !QDir(account->userStatusDataPath()).isEmpty();
 }
 
 } // namespace
@@ -69,8 +83,13 @@ AccountManager::AccountManager()
 
 AccountManager::~AccountManager()
 {
+    m_closing = true;
     reset();
     m_fileTransferThread->wait();
+    // The accounts report their end to the manager, and what cleans up after them may use them.
+    m_resetThreadPool->waitForDone();
+    while (const auto *account = findChild<AccountBase *>({}, Qt::FindDirectChildrenOnly))
+        delete account;
 }
 
 // Start-up
@@ -78,6 +97,8 @@ AccountManager::~AccountManager()
 void AccountManager::init(Factory factory)
 {
     ImLog::info(lcAccounts(), QStringLiteral("AccountManager::init start"));
+    if (!factory)
+        return logRefusal("init() needs a function that makes accounts");
     AppSettingModel *settings = AppSettingModel::instance();
     m_newDeviceLoginManager->init();
     AppDirManager::instance()->init();
@@ -87,11 +108,14 @@ void AccountManager::init(Factory factory)
                 if (ids.isEmpty())
                     setAppLocked(false);
             });
-    connect(settings, &AppSettingModel::infoPanelViewModeChanged, this,
-            &AccountManager::infoPanelVisibleChanged);
+    connect(settings, &AppSettingModel::infoPanelViewModeChanged, this, [this] {
+        m_infoPanelVisible = infoPanelVisible();
+        Q_EMIT infoPanelVisibleChanged();
+    });
     connect(settings, &AppSettingModel::infoPanelWidthChanged, this, [this](int width) {
         // The panel's margins while it is dragged; at start-up they are 96.
         setMaxMsgItemWidthInThread(width - 104);
+        updateInfoPanelVisible();
     });
     m_accountFactory = std::move(factory);
 
@@ -109,20 +133,43 @@ void AccountManager::init(Factory factory)
     }
 
     setAppLocked(!settings->passcode().isEmpty());
-    for (qint64 id : std::as_const(ids)) {
-        AccountBase *account = createAccount(true);
-        account->restore({{QStringLiteral("userId"), id}}, true, 0);
-        addAccount(account);
-    }
+    m_restoring = true;
+    for (qint64 id : std::as_const(ids))
+        restore(id);
+    m_restoring = false;
+    if (std::exchange(m_saveAfterRestoring, false))
+        saveAccounts();
     if (count() == 0) {
-        setLoginAccount(createAccount(true));
-        if (!storedIds.isEmpty())
+        addAccount();
+        if (!storedIds.isEmpty() && m_absentIds.isEmpty())
             settings->reset();
     }
     m_notebookAccount = createAccount(false);
     m_appDataMove->resume();
     initGeometry();
     ImLog::info(lcAccounts(), QStringLiteral("AccountManager::init end"));
+}
+
+void AccountManager::restore(qint64 id)
+{
+    const Account account(createAccount(true));
+    if (account) {
+        m_restored = account;
+        account->restore({{QStringLiteral("userId"), id}}, true, 0);
+        if (account && !isListed(account))
+            addAccount(account);
+        m_restored = nullptr;
+    }
+    if (getAccount(id))
+        return;
+    if (!account || (isUsable(account) && hasData(account))) {
+        ImLog::error(
+            lcAccounts(),
+            QStringLiteral("Account %1 could not be opened; the next start tries it again.")
+                .arg(id));
+        m_absentIds.append(id);
+    }
+    giveUp(account, false);
 }
 
 void AccountManager::initGeometry()
@@ -140,6 +187,7 @@ void AccountManager::initGeometry()
         ? std::max(width - 112, minMsgItemWidth)
         : std::max(std::min(width - 144, 560), minMsgItemWidth);
     m_maxMsgItemWidthInThread = std::max(settings->infoPanelWidth() - 96, minMsgItemWidth);
+    m_infoPanelVisible = infoPanelVisible();
 }
 
 // The list
@@ -170,7 +218,7 @@ int AccountManager::count() const
 AccountBase *AccountManager::getAccount(qint64 accountId) const
 {
     for (AccountBase *account : m_accounts) {
-        if (account->isAccountId(accountId))
+        if (account && account->isAccountId(accountId))
             return account;
     }
     return nullptr;
@@ -183,7 +231,7 @@ AccountBase *AccountManager::getAccountByIndex(int index) const
 
 int AccountManager::accountIndex(AccountBase *account) const
 {
-    return int(m_accounts.indexOf(account));
+    return account ? int(m_accounts.indexOf(account)) : -1;
 }
 
 QList<qint64> AccountManager::getAccountIds() const
@@ -191,7 +239,7 @@ QList<qint64> AccountManager::getAccountIds() const
     QList<qint64> ids;
     const std::lock_guard lock(m_lock);
     for (const AccountBase *account : m_accounts) {
-        if (const qint64 id = account->accountId(); id > 0)
+        if (const qint64 id = account ? account->accountId() : 0; id > 0)
             ids.append(id);
     }
     return ids;
@@ -200,39 +248,101 @@ QList<qint64> AccountManager::getAccountIds() const
 bool AccountManager::containsAccount(AccountBase *account) const
 {
     const std::lock_guard lock(m_lock);
-    return m_accounts.contains(account);
+    return account && m_accounts.contains(account);
 }
 
-QList<AccountManager::Account> AccountManager::snapshot() const
+bool AccountManager::isListed(const AccountBase *account) const
 {
-    return {m_accounts.cbegin(), m_accounts.cend()};
+    return account && m_accounts.contains(account);
 }
 
-QList<AccountManager::Account> AccountManager::snapshotWithLogin() const
+bool AccountManager::isUsable(const AccountBase *account)
 {
-    QList<Account> accounts = snapshot();
-    accounts.prepend(m_loginAccount);
+    return account && !account->m_leaving;
+}
+
+bool AccountManager::isHeld(const AccountBase *account) const
+{
+    return account == m_currentAccount || account == m_loginAccount || account == m_notebookAccount
+        || isListed(account);
+}
+
+QList<AccountManager::Account> AccountManager::snapshot(bool withLogin) const
+{
+    QList<Account> accounts;
+    if (withLogin && m_loginAccount)
+        accounts.append(m_loginAccount);
+    for (AccountBase *account : m_accounts) {
+        if (account && !accounts.contains(account))
+            accounts.append(account);
+    }
     return accounts;
+}
+
+void AccountManager::forEach(bool withLogin, const std::function<void(AccountBase *)> &call)
+{
+    for (const Account &account : snapshot(withLogin)) {
+        if (isListed(account) || (withLogin && account && account == m_loginAccount))
+            call(account);
+    }
 }
 
 AccountBase *AccountManager::createAccount(bool autoReconnect)
 {
-    AccountBase *account = m_accountFactory(this);
+    const Account account(m_accountFactory ? m_accountFactory(this) : nullptr);
+    if (!account) {
+        logRefusal("there is no account without a function that makes them, see init()");
+        return nullptr;
+    }
     account->setAutoReconnect(autoReconnect);
     account->initialize();
     return account;
 }
 
+// Changes of rows
+
+bool AccountManager::postponed(std::function<void()> operation)
+{
+    if (m_changingRows)
+        m_postponed.push_back(std::move(operation));
+    return m_changingRows;
+}
+
+void AccountManager::rowsChanged()
+{
+    m_changingRows = false;
+    while (!m_postponed.empty() && !m_changingRows) {
+        const std::function<void()> operation = std::move(m_postponed.front());
+        m_postponed.pop_front();
+        operation();
+    }
+}
+
 bool AccountManager::addAccount()
 {
+    if (!m_accountFactory) {
+        //% "The accounts have not been loaded yet."
+        Q_EMIT error(0, translated(QT_TRID_NOOP("accounts_not_loaded")), 0);
+        return false;
+    }
     if (count() >= maxAccounts) {
         //% "No more than %1 accounts can be signed in on one device."
         Q_EMIT error(0, translated(QT_TRID_NOOP("max_supported_accounts")).arg(maxAccounts), 0);
         return false;
     }
+    if (postponed([this] { addAccount(); }))
+        return true;
     qCDebug(lcAccounts, "AccountManager::addAccount");
-    if (!m_loginAccount)
-        setLoginAccount(createAccount(true));
+    if (m_loginAccount && !isListed(m_loginAccount))
+        return true;
+    // Somebody who signed out may have stayed, without being asked to sign in again.
+    Account account = m_currentAccount;
+    if (!isUsable(account) || account == m_notebookAccount || isListed(account))
+        account = createAccount(true);
+    if (!account)
+        return false;
+    setLoginAccount(account);
+    giveUp(account);
     return true;
 }
 
@@ -240,75 +350,210 @@ void AccountManager::addAccount(AccountBase *account)
 {
     if (!account || !account->authorized())
         return;
+    if (postponed([this, guard = Account(account)] { addAccount(guard.data()); }))
+        return;
+    if (!isUsable(account) || account == m_notebookAccount)
+        return logRefusal("an account that was given up, or the notebook's, is not listed");
+    if (m_entering.contains(account) || (!isListed(account) && !mayBeListed(account)))
+        return;
     connect(account, &AccountBase::totalUnreadCountChanged, this,
             &AccountManager::accountUnreadCountChanged, Qt::UniqueConnection);
     connect(account, &AccountBase::totalAtMeCountChanged, this,
             &AccountManager::accountAtMeCountChanged, Qt::UniqueConnection);
 
-    const Account guard(account);
-    const bool signedIn = account == m_loginAccount;
-    if (signedIn || !m_currentAccount)
+    const bool wasLogin = account == m_loginAccount;
+    m_entering.append(account);
+    if (wasLogin || !m_currentAccount)
         setCurrentAccount(account, false);
-    if (!guard || m_accounts.contains(account))
+    if (!m_entering.removeOne(account))
         return;
-    beginInsertRows({}, count(), count());
-    {
-        const std::lock_guard lock(m_lock);
-        m_accounts.append(account);
+    if (!isListed(account)) {
+        if (!account->authorized()) {
+            if (account == m_currentAccount && !m_loginAccount)
+                setLoginAccount(account);
+            else if (wasLogin)
+                giveUp(account);
+            return;
+        }
+        if (!mayBeListed(account))
+            return;
+        const bool restored = account == m_restored;
+        m_absentIds.removeAll(account->accountId());
+        m_changingRows = true;
+        beginInsertRows({}, count(), count());
+        {
+            const std::lock_guard lock(m_lock);
+            m_accounts.append(account);
+        }
+        updateTotals();
+        Q_EMIT countChanged(count());
+        endInsertRows();
+        rowsChanged();
+        if (restored)
+            return;
     }
-    Q_EMIT countChanged(count());
-    endInsertRows();
-    if (signedIn)
-        saveAccounts();
+    saveAccounts();
+}
+
+bool AccountManager::mayBeListed(AccountBase *account)
+{
+    const bool listedAlready = account->accountId() > 0 && getAccount(account->accountId());
+    const bool wiping = m_deleteAll && count() > 0;
+    if (!listedAlready && !wiping)
+        return true;
+    logRefusal(listedAlready ? "an account is not listed twice"
+                             : "nobody signs in while the accounts are wiped");
+    const Account guard(account);
+    turnAway(account);
+    if (guard && guard == m_loginAccount) { // a veto cannot keep it
+        setLogin(nullptr);
+        Q_EMIT loginAccountChanged();
+        giveUp(guard);
+    }
+    if (listedAlready) {
+        //% "This account is already signed in on this device."
+        Q_EMIT error(0, translated(QT_TRID_NOOP("account_already_signed_in")), 0);
+    }
+    return false;
 }
 
 void AccountManager::removeAccount(int index)
 {
     if (index < 0 || index >= count())
         return;
+    m_changingRows = true;
     beginRemoveRows({}, index, index);
     AccountBase *account;
     {
         const std::lock_guard lock(m_lock);
         account = m_accounts.takeAt(index);
     }
-    const Account guard(account);
-    setTotalUnreadCount(std::max(m_totalUnreadCount - account->totalUnreadCount(), 0));
-    if (guard)
-        setTotalAtMeCount(m_totalAtMeCount - account->totalAtMeCount());
-    if (guard) {
-        disconnect(account, &AccountBase::totalUnreadCountChanged, this,
-                   &AccountManager::accountUnreadCountChanged);
-        disconnect(account, &AccountBase::totalAtMeCountChanged, this,
-                   &AccountManager::accountAtMeCountChanged);
-    }
+    updateTotals();
     Q_EMIT countChanged(count());
     endRemoveRows();
     if (m_lastAccount == account)
         m_lastAccount = nullptr;
+    rowsChanged();
+}
+
+QVariantList AccountManager::idsToSave() const
+{
+    QVariantList ids;
+    for (const AccountBase *account : m_accounts) {
+        if (account && account->authorized() && account->accountId() > 0)
+            ids.append(account->accountId());
+    }
+    for (qint64 id : m_absentIds) {
+        if (!ids.contains(id))
+            ids.append(id);
+    }
+    return ids;
 }
 
 void AccountManager::saveAccounts()
 {
-    if (m_deleteAll)
+    if (m_restoring)
+        m_saveAfterRestoring = true;
+    if (m_deleteAll || m_restoring)
         return;
+    // An empty list resets all settings, once its signal has been delivered, and with them what a
+    // handler of that has stored.
     QVariantList ids;
-    for (const AccountBase *account : std::as_const(m_accounts)) {
-        if (account->authorized() && account->accountId() > 0)
-            ids.append(account->accountId());
+    do {
+        ids = idsToSave();
+        AppSettingModel::instance()->setAccountIds(ids, true);
+    } while (!m_deleteAll && ids != idsToSave());
+}
+
+// The end of an object
+
+void AccountManager::giveUp(AccountBase *account, bool logOut)
+{
+    if (!isUsable(account) || isHeld(account) || m_entering.contains(account))
+        return;
+    account->m_leaving = true;
+    if (m_lastAccount == account)
+        m_lastAccount = nullptr;
+    if (m_activeAccount == account)
+        m_activeAccount = nullptr;
+    account->release(logOut, true);
+}
+
+void AccountManager::accountDeleted(AccountBase *account)
+{
+    account->m_leaving = true;
+    if (theInstance)
+        theInstance->forget(account);
+}
+
+void AccountManager::forget(AccountBase *account)
+{
+    m_entering.removeAll(account);
+    for (Account *pointer : {&m_lastAccount, &m_activeAccount, &m_notebookAccount}) {
+        if (*pointer == account)
+            *pointer = nullptr;
     }
-    AppSettingModel::instance()->setAccountIds(ids, true);
+    const bool wasCurrent = m_currentAccount == account;
+    if (wasCurrent)
+        m_currentAccount = nullptr;
+    const bool wasLogin = m_loginAccount == account;
+    if (wasLogin)
+        setLogin(nullptr);
+    const int row = accountIndex(account);
+    if (row >= 0) {
+        const qint64 id = account->accountId();
+        if (account->authorized() && id > 0 && !m_absentIds.contains(id))
+            m_absentIds.append(id);
+        const std::lock_guard lock(m_lock);
+        m_accounts[row] = nullptr;
+    }
+    if (row < 0 && !wasCurrent && !wasLogin)
+        return;
+
+    const auto close = [this, row, wasCurrent, wasLogin] {
+        removeEmptyRows();
+        if (wasLogin)
+            Q_EMIT loginAccountChanged();
+        if (wasCurrent)
+            chooseCurrentAccount(row);
+        else
+            setActiveAccount(m_currentAccount);
+        if (m_deleteAll && count() == 0)
+            finishWipe();
+    };
+    if (!postponed(close))
+        close();
 }
 
-void AccountManager::accountUnreadCountChanged(int newCount, int oldCount)
+void AccountManager::removeEmptyRows()
 {
-    setTotalUnreadCount(std::max(m_totalUnreadCount - oldCount + newCount, 0));
+    for (qsizetype row = 0; (row = m_accounts.indexOf(nullptr)) >= 0;)
+        removeAccount(int(row));
 }
 
-void AccountManager::accountAtMeCountChanged(int newCount, int oldCount)
+// Totals
+
+void AccountManager::accountUnreadCountChanged(int, int)
 {
-    // Not clamped: a mark that comes in before its mention evens out when that arrives.
-    setTotalAtMeCount(m_totalAtMeCount - oldCount + newCount);
+    updateTotals();
+}
+
+void AccountManager::accountAtMeCountChanged(int, int)
+{
+    updateTotals();
+}
+
+void AccountManager::updateTotals()
+{
+    const auto sum = [this](int (AccountBase::*countOf)() const, qint64 least) {
+        qint64 total = 0;
+        for (const AccountBase *account : std::as_const(m_accounts))
+            total += account ? (account->*countOf)() : 0;
+        return int(std::clamp<qint64>(total, least, std::numeric_limits<int>::max()));
+    };
+    setTotalUnreadCount(sum(&AccountBase::totalUnreadCount, 0));
+    // Below 0 as well: a mark that comes in before its mention evens out when that arrives.
+    setTotalAtMeCount(sum(&AccountBase::totalAtMeCount, std::numeric_limits<int>::min()));
 }
 
 void AccountManager::setTotalUnreadCount(int count)
@@ -337,13 +582,23 @@ void AccountManager::setCurrentItemChangeable(int type, bool changeable)
 
 bool AccountManager::mayChangeCurrentItem(bool forced, AccountBase *newCurrent)
 {
+    // A change that a handler asks for has a veto of its own.
+    const std::optional<bool> outer =
+        m_asking ? std::optional(currentItemChangeable(AccountItem)) : std::nullopt;
+    ++m_asking;
     m_itemChangeable.insert(AccountItem, true);
     Q_EMIT beginChangeCurrentItem(AccountItem, forced, m_currentAccount, newCurrent);
-    return forced || currentItemChangeable(AccountItem);
+    --m_asking;
+    const bool changeable = currentItemChangeable(AccountItem);
+    if (outer)
+        m_itemChangeable.insert(AccountItem, *outer);
+    return forced || changeable;
 }
 
 void AccountManager::setCurrentAccount(qint64 accountId)
 {
+    if (postponed([this, accountId] { setCurrentAccount(accountId); }))
+        return;
     if (AccountBase *account = getAccount(accountId))
         setCurrentAccount(account, false);
 }
@@ -355,71 +610,166 @@ void AccountManager::setCurrentAccount(AccountBase *account, bool forced)
             resetLoginAccount();
         return;
     }
+    // Handlers may change everything. Whoever was made current by one stays that.
     const Account guard(account);
-    if (!mayChangeCurrentItem(forced, account) || (account && !guard))
+    const Account previous = m_currentAccount;
+    const auto overtaken = [&] {
+        if (m_currentAccount != previous)
+            return true;
+        if (!account || isUsable(guard))
+            return false;
+        chooseCurrentAccount(0);
+        return true;
+    };
+    if (!mayChangeCurrentItem(forced, account) || overtaken())
         return;
 
-    if (m_currentAccount != m_notebookAccount || !m_currentAccount)
+    if (!m_currentAccount || m_currentAccount != m_notebookAccount)
         m_lastAccount = m_currentAccount;
     if (m_lastAccount && !m_lastAccount->authorized())
         m_lastAccount = nullptr;
-    if (account && account->accountId() > 0)
+    // An account that logged out may still have its id.
+    if (account && account->authorized() && account->accountId() > 0) {
         AppSettingModel::instance()->setCurrentAccountId(account->accountId(), true);
+        if (overtaken())
+            return;
+    }
     m_currentAccount = guard;
     Q_EMIT currentAccountChanged(m_currentAccount, m_lastAccount);
 
     if (const Account login = m_loginAccount) {
-        setLoginAccount(nullptr);
-        if (login && login != m_currentAccount)
-            login->release(true, true);
+        // One that is shown and not signed in yet goes on signing in.
+        if (login != m_currentAccount || login->authorized())
+            endLogin();
     }
+    giveUp(previous);
     setActiveAccount(m_currentAccount);
     m_newDeviceLoginManager->activeAccount(m_currentAccount);
 }
 
+AccountBase *AccountManager::successor(int row) const
+{
+    if (isListed(m_lastAccount) && m_lastAccount->authorized())
+        return m_lastAccount;
+    const QList<Account> listed = snapshot(false);
+    if (!listed.isEmpty())
+        return listed.at(std::clamp<qsizetype>(row, 0, listed.size() - 1));
+    return m_loginAccount;
+}
+
+void AccountManager::chooseCurrentAccount(int row)
+{
+    if (m_currentAccount || m_closing)
+        return;
+    if (AccountBase *account = successor(row))
+        setCurrentAccount(account, true);
+    else if (m_accountFactory && !m_restoring)
+        addAccount();
+    else
+        Q_EMIT currentAccountChanged(nullptr, nullptr);
+}
+
+void AccountManager::setLogin(AccountBase *account)
+{
+    const std::lock_guard lock(m_lock);
+    m_loginAccount = account;
+}
+
 void AccountManager::setLoginAccount(AccountBase *account)
 {
-    if (account == m_loginAccount) {
+    if (account == m_loginAccount && !m_changingRows) {
         if (account)
             setActiveAccount(account);
         return;
     }
     const Account guard(account);
+    const bool ends = !account;
+    if (postponed([this, guard, ends] {
+            if (guard || ends)
+                setLoginAccount(guard);
+        }))
+        return;
+    if (account && (!isUsable(account) || account == m_notebookAccount))
+        return logRefusal("an account that was given up, or the notebook's, does not sign in");
+    const Account before(m_loginAccount);
     if (m_currentAccount) {
         if (!mayChangeCurrentItem(false, account))
             return;
     } else {
         setCurrentAccount(account, true);
     }
-    m_loginAccount = guard;
-    if (guard)
-        setActiveAccount(guard);
+    // A handler may have ended the account, or begun another sign-in.
+    if ((account && !isUsable(guard)) || (m_loginAccount && m_loginAccount != before))
+        return;
+    setLogin(account);
+    if (account)
+        setActiveAccount(account);
     Q_EMIT loginAccountChanged();
+    if (!ends)
+        giveUp(before);
+}
+
+void AccountManager::endLogin()
+{
+    const Account login(m_loginAccount);
+    setLoginAccount(nullptr);
+    giveUp(login);
 }
 
 void AccountManager::resetLoginAccount()
 {
-    if (const Account login = m_loginAccount) {
-        setLoginAccount(nullptr);
-        if (login && login != m_currentAccount)
-            login->release(true, true);
-    }
+    if (m_loginAccount)
+        endLogin();
     setActiveAccount(m_currentAccount);
+}
+
+void AccountManager::turnAway(AccountBase *account)
+{
+    const Account guard(account);
+    m_entering.removeAll(account);
+    if (account == m_currentAccount)
+        setCurrentAccount(successor(0), true);
+    else if (account == m_loginAccount)
+        resetLoginAccount();
+    giveUp(guard);
+}
+
+void AccountManager::cancelSignIn()
+{
+    if (postponed([this] { cancelSignIn(); }))
+        return;
+    const Account login(m_loginAccount);
+    if (!login)
+        return;
+    if (count() > 0)
+        return isListed(login) ? resetLoginAccount() : turnAway(login);
+    const Account fresh(createAccount(true));
+    if (!fresh)
+        return;
+    setLoginAccount(fresh);
+    if (login && login == m_currentAccount && fresh && fresh == m_loginAccount)
+        setCurrentAccount(fresh, true);
+    giveUp(fresh);
 }
 
 void AccountManager::setActiveAccount(AccountBase *account)
 {
-    if (account == m_activeAccount)
+    if (account == m_activeAccount || (account && !isUsable(account)))
         return;
     const Account guard(account);
     const Account previous = m_activeAccount;
     if (account)
         account->setActive(true);
+    if (m_activeAccount != previous) { // the account has handed it on
+        if (guard && guard != m_activeAccount)
+            guard->setActive(false);
+        return;
+    }
     qCDebug(lcAccounts, "AccountManager::setActiveAccount %lld",
             guard ? guard->accountId() : qint64(0));
     if (previous && previous->authorized())
         previous->setActive(false);
-    m_activeAccount = guard;
+    m_activeAccount = isUsable(guard) ? guard : nullptr;
 }
 
 bool AccountManager::setActiveAccountById(qint64 accountId)
@@ -432,6 +782,8 @@ bool AccountManager::setActiveAccountById(qint64 accountId)
 
 void AccountManager::activeNextAccount()
 {
+    if (postponed([this] { activeNextAccount(); }))
+        return;
     const int size = count();
     if (size < 2)
         return;
@@ -451,86 +803,161 @@ void AccountManager::activeNextAccount()
 
 void AccountManager::logout(AccountBase *account)
 {
-    if (!account)
+    if (!isUsable(account))
         return;
     const Account guard(account);
+    if (postponed([this, guard] { logout(guard); }))
+        return;
     if (account->authorized())
         m_newDeviceLoginManager->deviceLogout(account->accountId());
-    const int before = count();
-    const bool wasLogin = account == m_loginAccount;
-    const int index = wasLogin ? -1 : accountIndex(account);
-
-    if (index >= 0) {
-        removeAccount(index);
-        if (before > 1 && account == m_currentAccount) {
-            m_currentAccount = nullptr;
-            if (m_lastAccount && m_lastAccount->authorized())
-                setCurrentAccount(m_lastAccount, true);
-            else
-                setCurrentAccount(getAccountByIndex(std::min(index, before - 2)), true);
-        }
-        if (guard && !m_deleteAll) {
-            ImLog::info(lcAccounts(),
-                        QStringLiteral("Logout account [%1.%2].")
-                            .arg(account->accountId())
-                            .arg(account->deviceId()));
-        }
-        if (guard)
-            account->logout(before > 1);
-        // The only account stays, and the sign-in page takes it over.
-        if (guard && before == 1)
-            setLoginAccount(account);
-        saveAccounts();
-    } else if (wasLogin && before > 0) {
-        resetLoginAccount();
-    }
+    if (isListed(guard))
+        logoutListed(guard);
+    else if (m_entering.contains(guard))
+        logoutEntering(guard);
+    else if (guard && guard == m_loginAccount && count() > 0)
+        turnAway(guard);
 
     if (m_deleteAll && count() == 0)
         finishWipe();
 }
 
+void AccountManager::logoutListed(AccountBase *account)
+{
+    const Account guard(account);
+    const qint64 id = account->accountId();
+    const bool wasOnly = count() == 1;
+    const int index = accountIndex(account);
+    account->m_leaving = true;
+    removeAccount(index);
+
+    // The only account stays, and the sign-in page takes it over.
+    const bool stays = count() == 0 && (wasOnly || !successor(index));
+    if (!stays) {
+        if (guard && account == m_loginAccount) {
+            setLogin(nullptr);
+            Q_EMIT loginAccountChanged();
+        }
+        if (guard && account == m_currentAccount) {
+            m_currentAccount = nullptr;
+            chooseCurrentAccount(index);
+        }
+    }
+    if (guard && !m_deleteAll) {
+        ImLog::info(lcAccounts(),
+                    QStringLiteral("Logout account [%1.%2].")
+                        .arg(account->accountId())
+                        .arg(account->deviceId()));
+    }
+    if (guard)
+        account->logout(!stays);
+    if (guard && stays)
+        keepSignedOut(account);
+    if (id > 0 && !getAccount(id) && AppSettingModel::instance()->currentAccountId() == id)
+        AppSettingModel::instance()->setCurrentAccountId(0, true);
+    saveAccounts();
+}
+
+void AccountManager::logoutEntering(AccountBase *account)
+{
+    const Account guard(account);
+    m_entering.removeAll(account);
+    account->m_leaving = true;
+    const bool stays = count() == 0;
+    if (!stays) {
+        if (account == m_currentAccount)
+            setCurrentAccount(successor(0), true);
+        else if (account == m_loginAccount)
+            resetLoginAccount();
+    }
+    if (guard)
+        account->logout(!stays);
+    if (guard && stays)
+        keepSignedOut(account);
+}
+
+void AccountManager::keepSignedOut(AccountBase *account)
+{
+    const Account guard(account);
+    account->m_leaving = false;
+    if (count() == 0 || account == m_currentAccount)
+        setLoginAccount(account);
+    giveUp(guard);
+}
+
 void AccountManager::finishWipe()
 {
+    if (std::exchange(m_finishingWipe, true))
+        return;
     AppSettingModel::instance()->setAccountIds({}, true);
     logoutAll();
-    setTotalUnreadCount(0);
-    setTotalAtMeCount(0);
+    updateTotals();
+    m_finishingWipe = false;
+    m_deleteAll = false;
+    // Who signed in meanwhile, in a handler, stays.
+    if (count() > 0)
+        saveAccounts();
     QMetaObject::invokeMethod(this, &AccountManager::afterUnlockApp, Qt::QueuedConnection);
 }
 
 void AccountManager::logoutAll()
 {
+    if (postponed([this] { logoutAll(); }))
+        return;
+    m_absentIds.clear();
     AppSettingModel::instance()->setAccountIds({}, true);
     m_lastAccount = nullptr;
     if (m_currentAccount && m_currentAccount == m_notebookAccount && count() > 0)
         m_currentAccount = m_accounts.first();
     Q_EMIT currentAccountChanged(m_currentAccount, m_lastAccount);
 
+    if (count() > 0)
+        removeAll();
+
+    if (!m_currentAccount) {
+        setCurrentAccount(nullptr, true);
+        const Account login(m_loginAccount);
+        setLogin(nullptr);
+        Q_EMIT loginAccountChanged();
+        giveUp(login);
+    } else if (m_currentAccount != m_notebookAccount && !isListed(m_currentAccount)) {
+        setLoginAccount(m_currentAccount);
+    }
+    saveAccounts();
+    if (m_deleteAll && count() == 0)
+        finishWipe();
+}
+
+void AccountManager::removeAll()
+{
     // Views were made for the row behind the last one: it has always been announced.
+    m_changingRows = true;
     beginRemoveRows({}, 0, count());
     while (count() > 0) {
-        AccountBase *account;
+        Account account;
         {
             const std::lock_guard lock(m_lock);
             account = m_accounts.takeFirst();
         }
-        account->logout(account != m_currentAccount);
+        if (!account)
+            continue;
+        const bool stays = account == m_currentAccount;
+        if (!stays && account == m_loginAccount)
+            setLogin(nullptr);
+        account->m_leaving = true;
+        account->logout(!stays);
+        if (account && stays)
+            account->m_leaving = false;
     }
+    updateTotals();
     Q_EMIT countChanged(0);
     endRemoveRows();
-
-    if (m_currentAccount) {
-        setLoginAccount(m_currentAccount);
-    } else {
-        setCurrentAccount(nullptr, true);
-        m_loginAccount = nullptr;
-        Q_EMIT loginAccountChanged();
-    }
-    saveAccounts();
+    rowsChanged();
 }
 
 void AccountManager::unlockApp(bool destroy, bool notebookMode)
 {
+    if (postponed([this, destroy, notebookMode] { unlockApp(destroy, notebookMode); }))
+        return;
     ImLog::info(lcAccounts(), QStringLiteral("Unlock application."));
     if (!destroy) {
         if (notebookMode) {
@@ -540,7 +967,9 @@ void AccountManager::unlockApp(bool destroy, bool notebookMode)
         } else if (m_notebookAccount && m_currentAccount == m_notebookAccount) {
             AccountBase *target = m_lastAccount;
             if (!target)
-                target = count() > 0 ? m_accounts.first() : m_loginAccount.data();
+                target = count() > 0 ? m_accounts.first() : m_loginAccount;
+            if (!target && addAccount())
+                target = m_loginAccount;
             setCurrentAccount(target, false);
         }
         setNotebookMode(notebookMode);
@@ -554,89 +983,77 @@ void AccountManager::unlockApp(bool destroy, bool notebookMode)
     m_deleteAll = true;
     Q_EMIT currentAccountChanged(m_currentAccount, nullptr);
     const bool recoverable = AppSettingModel::instance()->destructRecoverable();
-    for (const Account &account : snapshot()) {
-        if (account)
-            account->deleteAccount(false, 5, true, recoverable);
-    }
+    forEach(false, [recoverable](AccountBase *account) {
+        account->deleteAccount(false, 5, true, recoverable);
+    });
     AppSettingModel::instance()->setCurrentAccountId(0, true);
-    if (nothingListed)
+    if (nothingListed && m_deleteAll)
         finishWipe();
 }
 
 void AccountManager::afterUnlockApp()
 {
-    m_deleteAll = false;
     Q_EMIT appWiped();
 }
 
 void AccountManager::recordScreenLockLog(int sceneType, int unlockType, int result)
 {
-    for (const Account &account : snapshot()) {
-        if (account)
-            account->recordScreenLockLog(sceneType, unlockType, result);
-    }
+    forEach(false, [=](AccountBase *account) {
+        account->recordScreenLockLog(sceneType, unlockType, result);
+    });
 }
 
 // Connection
 
 void AccountManager::reconnectToServer()
 {
-    for (const Account &account : snapshotWithLogin()) {
-        if (account)
-            account->reconnectToServer(true);
-    }
+    forEach(true, [](AccountBase *account) { account->reconnectToServer(true); });
     Q_EMIT sigReconnectToServer();
 }
 
 void AccountManager::abortAndReconnect(bool resetAutoReconnect, qint64 accountId)
 {
-    const QList<Account> listed = snapshot();
-    if (m_loginAccount && accountId <= 0)
-        m_loginAccount->abortAndReconnect(resetAutoReconnect);
-    for (const Account &account : listed) {
-        if (account && (accountId < 0 || account->isAccountId(accountId)))
+    forEach(true, [=, this](AccountBase *account) {
+        const bool signsIn = account == m_loginAccount && accountId <= 0;
+        const bool named = accountId < 0 || account->isAccountId(accountId);
+        if (signsIn || (named && isListed(account)))
             account->abortAndReconnect(resetAutoReconnect);
-    }
+    });
     Q_EMIT sigReconnectToServer();
 }
 
 void AccountManager::resetCurrentServer()
 {
-    for (const Account &account : snapshotWithLogin()) {
-        if (account)
-            account->resetCurrentServer();
-    }
+    forEach(true, [](AccountBase *account) { account->resetCurrentServer(); });
 }
 
 void AccountManager::setProxy(const QNetworkProxy &proxy)
 {
-    for (const Account &account : snapshotWithLogin()) {
-        if (account)
-            account->setProxy(proxy);
-    }
+    forEach(true, [&proxy](AccountBase *account) { account->setProxy(proxy); });
 }
 
 void AccountManager::updateUserCacheDataPath()
 {
-    for (const Account &account : snapshotWithLogin()) {
-        if (account)
-            account->updateUserCacheDataPath();
-    }
+    forEach(true, [](AccountBase *account) { account->updateUserCacheDataPath(); });
 }
 
 bool AccountManager::hasDisconnectedTcp() const
 {
-    const QList<Account> accounts = snapshotWithLogin();
-    return std::any_of(accounts.cbegin(), accounts.cend(), [](const Account &account) {
+    const auto isDisconnected = [](const AccountBase *account) {
         return account && account->autoReconnect() && account->state() != AccountBase::NORMAL
             && account->state() != AccountBase::UPDATING;
-    });
+    };
+    const std::lock_guard lock(m_lock);
+    return isDisconnected(m_loginAccount)
+        || std::any_of(m_accounts.cbegin(), m_accounts.cend(), isDisconnected);
 }
 
 // Life
 
 void AccountManager::reset()
 {
+    if (!m_closing && postponed([this] { reset(); }))
+        return;
     Q_EMIT beginReset();
     ImLog::info(lcAccounts(), QStringLiteral("AccountManager::reset"));
     m_newDeviceLoginManager->reset();
@@ -646,32 +1063,48 @@ void AccountManager::reset()
     Q_EMIT currentAccountChanged(nullptr, nullptr);
 
     if (count() > 0) {
+        // Should somebody sign in afterwards, that does not forget them on the disk.
+        m_absentIds.clear();
+        for (const QVariant &id : idsToSave())
+            m_absentIds.append(id.toLongLong());
+        m_changingRows = true;
         beginRemoveRows({}, 0, count() - 1);
-        const QList<Account> listed = snapshot();
+        const QList<Account> listed = snapshot(false);
         {
             const std::lock_guard lock(m_lock);
             m_accounts.clear();
         }
         endRemoveRows();
+        updateTotals();
         Q_EMIT countChanged(0);
-        for (const Account &account : listed) {
-            if (account)
-                account->release(false, true);
-        }
+        rowsChanged();
+        for (const Account &account : listed)
+            release(account);
     }
     m_appDataMove->reset();
 
     if (const Account login = m_loginAccount) {
-        if (!m_currentAccount || mayChangeCurrentItem(false, nullptr)) {
-            m_loginAccount = nullptr;
-            Q_EMIT loginAccountChanged();
-        }
-        if (login)
-            login->release(false, true);
+        if (m_currentAccount)
+            mayChangeCurrentItem(false, nullptr);
+        setLogin(nullptr);
+        Q_EMIT loginAccountChanged();
+        release(login);
     }
-    if (const Account notebook = std::exchange(m_notebookAccount, nullptr))
-        notebook->release(false, true);
+    release(std::exchange(m_notebookAccount, nullptr));
+    m_deleteAll = false;
     m_fileTransferThread->quit();
+}
+
+void AccountManager::release(AccountBase *account)
+{
+    if (!isUsable(account))
+        return;
+    for (Account *pointer : {&m_currentAccount, &m_lastAccount, &m_activeAccount}) {
+        if (*pointer == account)
+            *pointer = nullptr;
+    }
+    m_entering.removeAll(account);
+    giveUp(account, false);
 }
 
 void AccountManager::waitForFinished()
@@ -691,8 +1124,10 @@ void AccountManager::closeAllDbInCrash()
     AppSettingModel::instance()->closeGlobalStorage();
     if (m_loginAccount)
         m_loginAccount->closeDbInCrash();
-    for (AccountBase *account : std::as_const(m_accounts))
-        account->closeDbInCrash();
+    for (AccountBase *account : std::as_const(m_accounts)) {
+        if (account)
+            account->closeDbInCrash();
+    }
     m_accounts.clear();
     ImLog::info(lcAccounts(), QStringLiteral("AccountManager::closeAllDbInCrash"));
 }
@@ -703,10 +1138,20 @@ void AccountManager::setMeetingModel(MeetingModelBase *meetingModel)
 {
     if (m_meetingModel == meetingModel)
         return;
-    m_meetingModel = meetingModel;
-    Q_EMIT meetingModelChanged(meetingModel);
+    setMeeting(meetingModel);
     if (!meetingModel)
         setJoiningMeeting(false);
+}
+
+void AccountManager::setMeeting(MeetingModelBase *meeting)
+{
+    disconnect(m_meetingEnd);
+    m_meetingModel = meeting;
+    if (meeting) {
+        m_meetingEnd =
+            connect(meeting, &QObject::destroyed, this, [this] { setMeetingModel(nullptr); });
+    }
+    Q_EMIT meetingModelChanged(meeting);
 }
 
 void AccountManager::meetingFinished(bool ok, MeetingModelBase *meeting,
@@ -715,8 +1160,7 @@ void AccountManager::meetingFinished(bool ok, MeetingModelBase *meeting,
     if (ok) {
         if (m_meetingModel == meeting)
             return;
-        m_meetingModel = meeting;
-        Q_EMIT meetingModelChanged(meeting);
+        setMeeting(meeting);
         if (meeting)
             return;
     } else {
@@ -779,14 +1223,19 @@ bool AccountManager::infoPanelVisible() const
         && m_dialogWindowSize.width() >= settings->infoPanelWidth() + roomBesideInfoPanel;
 }
 
+void AccountManager::updateInfoPanelVisible()
+{
+    const bool visible = infoPanelVisible();
+    if (std::exchange(m_infoPanelVisible, visible) != visible)
+        Q_EMIT infoPanelVisibleChanged();
+}
+
 void AccountManager::setDialogWindowSize(const QSize &size)
 {
     if (size == m_dialogWindowSize)
         return;
-    const bool wasVisible = infoPanelVisible();
     m_dialogWindowSize = size;
-    if (infoPanelVisible() != wasVisible)
-        Q_EMIT infoPanelVisibleChanged();
+    updateInfoPanelVisible();
     Q_EMIT dialogWindowSizeChanged();
 }
 

@@ -13,6 +13,7 @@
 #include <QThread>
 #include <QThreadPool>
 
+#include <deque>
 #include <functional>
 #include <mutex>
 
@@ -24,14 +25,33 @@ class NewDeviceLoginManager;
 /// the current one, in the application settings. From init() on there is a current account: a
 /// listed one, or, while nobody is signed in, the login account.
 ///
+/// What is kept: the id of an account that signed in stays in the settings until it logs out, by
+/// logout(), logoutAll() or a destroying unlockApp(). One that could not be opened at start-up
+/// although its data are there, and one whose object the application deleted, are not listed, but
+/// tried again at the next start.
+///
 /// The dynamic property "appLocked" of the application object tells whether a passcode is asked
 /// for: init() sets it when there is one, unlockApp() and the end of the last account clear it.
 ///
-/// Thread: the main thread, but for getAccountIds() and containsAccount(), which may be called from
-/// any. No lock is held while anything is called out: a handler of any signal may call every public
-/// operation at once.
-/// Ownership: the manager is the parent of the accounts. An account that leaves the list deletes
-/// itself, or is deleted by its release operation; the manager then forgets it.
+/// Thread: the main thread, but for getAccountIds(), containsAccount() and hasDisconnectedTcp(),
+/// which may be called from any. No lock is held while anything is called out: a handler of any
+/// signal may call every public operation, and may delete an account.
+///
+/// While rows are inserted or removed, views must not see another change: from rowsAboutToBeInserted
+/// to rowsInserted (likewise for removals), countChanged and the totals' signals included, these
+/// operations return at once and are carried out right after, in their order: addAccount(),
+/// setLoginAccount(), cancelSignIn(), logout(), logoutAll(), setCurrentAccount(),
+/// activeNextAccount(), unlockApp() and reset(). Those that return something say what.
+/// In all other moments they are carried out at once. When several nested ones choose a current
+/// account, the one that was asked for last stays.
+///
+/// Ownership: the manager is the parent of the accounts. It owns the listed ones, the current, the
+/// login and the notebook account, and gives an object up once it is none of these any more, by
+/// AccountBase::logout() or AccountBase::release(), each at most once; that object deletes itself and
+/// is not taken in again. A listed account is never released. The application may delete any
+/// account, as long as none of its functions is running: a listed one comes off the list, and the
+/// current one gives way as after a logout(). createAccount() and setLoginAccount(nullptr) leave the
+/// object to the caller.
 class MODELBASE_EXPORT AccountManager : public QAbstractListModel
 {
     Q_OBJECT
@@ -82,7 +102,10 @@ public:
     /// Restores the stored accounts, the one that was current first; offers a login account when
     /// there are none. When accounts were stored and none of them could be restored, all
     /// application settings are reset. Once, on the main thread, with a QCoreApplication, after
-    /// AppSettingModel::loadGlobalData(). `factory` is kept, and never gives null.
+    /// AppSettingModel::loadGlobalData(). `factory` is kept, and never gives null; an empty one is
+    /// refused with a log line, and nothing is restored or reset. The settings are kept, too, where
+    /// the data of a stored account are there. Stores no list, unless somebody signs in or out in
+    /// a handler.
     void init(Factory factory);
 
     int rowCount(const QModelIndex &parent = {}) const override;
@@ -90,12 +113,18 @@ public:
 
     // Accounts
 
-    /// Lists an account that is signed in; does nothing unless it is authorized(). The login
-    /// account, and the first one of all, becomes the current one. The application's class calls
-    /// this at the end of a sign-in.
+    /// Lists an account that is signed in, and stores its id; does nothing unless it is
+    /// authorized(), nor with the notebook account or one that was given up. The login account, and
+    /// the first one of all, becomes the current one. The application's class calls this at the end
+    /// of a sign-in; containsAccount() then tells whether it is listed.
+    ///
+    /// An account whose id is listed already is refused with error(), one that comes while a
+    /// destroying unlock wipes the others is refused, too: both are given up. An account that a
+    /// handler switches away from meanwhile is listed all the same; one that a handler logs out, or
+    /// takes the authorisation of, is not.
     void addAccount(AccountBase *account);
     /// A fresh account object, initialised and belonging to the manager; what becomes of it is the
-    /// caller's decision.
+    /// caller's decision. Null, with a log line, without a factory.
     AccountBase *createAccount(bool autoReconnect);
     bool containsAccount(AccountBase *account) const;
     AccountBase *currentAccount() const { return m_currentAccount; }
@@ -107,12 +136,17 @@ public:
     /// True while a destroying unlock wipes the accounts.
     bool deleteAll() const { return m_deleteAll; }
     /// Makes an account the one that signs in, unless a listener vetoes it; without a current
-    /// account it becomes that as well. Null ends the sign-in; the object stays.
+    /// account it becomes that as well. One that was signing in before is given up. Null ends the
+    /// sign-in; the object stays, and is the caller's unless it is listed or current.
     void setLoginAccount(AccountBase *account);
 
     /// Starts a new sign-in, or goes on with the one under way. False, with error(), when there are
-    /// maxAccounts already.
+    /// maxAccounts already, and before init(). True also where a listener vetoes it: then nobody
+    /// signs in. While rows change the answer is about the list as it is.
     Q_INVOKABLE bool addAccount();
+    /// Ends the sign-in under way, unless a listener vetoes it. Its account is given up; if it was
+    /// current, a listed account is, or, where nobody is listed, a fresh login account.
+    Q_INVOKABLE void cancelSignIn();
     /// The first listed account of that id, or null.
     Q_INVOKABLE AccountBase *getAccount(qint64 accountId) const;
     /// Null for an index outside the list.
@@ -123,10 +157,11 @@ public:
     Q_INVOKABLE QList<qint64> getAccountIds() const;
     /// Takes an account off the list and calls its logout(); if it was current, the one before it
     /// is current again, or a neighbour in the list. The last account stays as the login account,
-    /// and with its id all application settings are reset. Of the login account: the sign-in ends,
-    /// where accounts are listed.
+    /// and with its id all application settings are reset. Of a login account that is not listed:
+    /// the sign-in ends, where accounts are listed.
     Q_INVOKABLE void logout(AccountBase *account);
-    /// The same of all accounts. The current one stays as the login account.
+    /// The same of all accounts, as one removal of the rows 0 to count(), one more than there are.
+    /// The current one stays as the login account, and a sign-in under way ends for it.
     Q_INVOKABLE void logoutAll();
     /// Shows a listed account, unless a listener vetoes it, and ends a sign-in under way. Nothing
     /// happens for an id that is not listed.
@@ -146,11 +181,13 @@ public:
     /// The user has given a passcode, which the application has checked. With `notebookMode` the
     /// notebook account is shown from now on; without, it gives way to the account before it. With
     /// `destroy` every account is deleted instead (AccountBase::deleteAccount()), and the last one
-    /// to log out ends in appWiped().
+    /// to log out ends in appWiped(). Where there is nothing to go back to from the notebook, a new
+    /// sign-in is.
     Q_INVOKABLE void unlockApp(bool destroy, bool notebookMode);
     /// The end of a wipe, queued by it; emits appWiped().
     Q_INVOKABLE void afterUnlockApp();
-    /// Passed on to the listed accounts.
+    /// Passed on to the listed accounts. Here and in all that is passed on: not to an account that
+    /// leaves before its turn.
     Q_INVOKABLE void recordScreenLockLog(int sceneType, int unlockType, int result);
     /// Passed on to the listed accounts and the login account, as all of "Connection" is.
     void updateUserCacheDataPath();
@@ -163,12 +200,13 @@ public:
     void reconnectToServer();
     void resetCurrentServer();
     void setProxy(const QNetworkProxy &proxy);
-    /// True when one that is to connect by itself is not connected.
+    /// True when one that is to connect by itself is not connected. From any thread.
     bool hasDisconnectedTcp() const;
 
     // Life
 
-    /// Gives all accounts up. Run by the destructor.
+    /// Gives all accounts up; what is stored of them stays. A veto does not count. Run by the
+    /// destructor.
     void reset();
     /// Waits for what runs in the reset pool, in 100 rounds of at most 40 ms in which events of the
     /// calling thread are processed, then at most 3 s for the file transfer thread, which is
@@ -188,7 +226,7 @@ public:
 
     // Totals, meeting, geometry
 
-    /// Of the listed accounts together, as far as they changed while they were listed.
+    /// The sum over the listed accounts; that of the unread counts is at least 0.
     int totalUnreadCount() const { return m_totalUnreadCount; }
     int totalAtMeCount() const { return m_totalAtMeCount; }
     /// Which page the interface shows: its own number, in memory only.
@@ -197,8 +235,9 @@ public:
     bool notebookMode() const { return m_notebookMode; }
     void setNotebookMode(bool notebookMode);
 
-    /// The meeting that the user is in, not owned; null without one. joiningMeeting() is true from
-    /// the moment that one is asked for: it ends with a failure, or with the meeting.
+    /// The meeting that the user is in, not owned; null without one, and once it is deleted.
+    /// joiningMeeting() is true from the moment that one is asked for: it ends with a failure, or
+    /// with the meeting.
     MeetingModelBase *meetingModel() const { return m_meetingModel; }
     Q_INVOKABLE void setMeetingModel(MeetingModelBase *meetingModel);
     bool joiningMeeting() const { return m_joiningMeeting; }
@@ -298,45 +337,98 @@ private Q_SLOTS:
     void accountUnreadCountChanged(int newCount, int oldCount);
 
 private:
+    friend class AccountBase;
     using Account = QPointer<AccountBase>;
 
     AccountManager();
     ~AccountManager() override;
 
+    /// Called first thing in the destructor of an account.
+    static void accountDeleted(AccountBase *account);
+    void forget(AccountBase *account);
+
     bool mayChangeCurrentItem(bool forced, AccountBase *newCurrent);
+    bool isListed(const AccountBase *account) const;
+    /// False for null, and for an account that is on its way out.
+    static bool isUsable(const AccountBase *account);
+    /// True when the manager owns it.
+    bool isHeld(const AccountBase *account) const;
+    /// Releases an object that the manager does not hold any more, and no other.
+    void giveUp(AccountBase *account, bool logOut = true);
+    /// The same of one that only these pointers still hold, at the end.
+    void release(AccountBase *account);
+    void restore(qint64 id);
+    bool mayBeListed(AccountBase *account);
+    /// Ends a sign-in where accounts are listed, and makes one of them current.
+    void turnAway(AccountBase *account);
+    void logoutListed(AccountBase *account);
+    void logoutEntering(AccountBase *account);
+    /// Makes one that logged out, and was the only one, the login account.
+    void keepSignedOut(AccountBase *account);
+    void endLogin();
+    void setLogin(AccountBase *account);
+    /// Which account is to be current when the one of that row is not any more; may be null.
+    AccountBase *successor(int row) const;
+    /// Makes the successor current, or a new login account, where none is.
+    void chooseCurrentAccount(int row);
+    /// True while rows change: then the operation is carried out by rowsChanged().
+    bool postponed(std::function<void()> operation);
+    void rowsChanged();
+    void removeEmptyRows();
+    void removeAll();
+    void updateTotals();
+    QVariantList idsToSave() const;
     void saveAccounts();
     void finishWipe();
     void initGeometry();
-    /// The listed accounts, each null once it is deleted.
-    QList<Account> snapshot() const;
-    QList<Account> snapshotWithLogin() const;
+    void updateInfoPanelVisible();
+    void setMeeting(MeetingModelBase *meeting);
+    /// The accounts of the list, and the login account if that is wanted, each null once deleted.
+    QList<Account> snapshot(bool withLogin) const;
+    /// Passes something on, but not to those that leave before their turn.
+    void forEach(bool withLogin, const std::function<void(AccountBase *)> &call);
     void meetingFinished(bool ok, MeetingModelBase *meeting,
                          const std::function<void()> &signalFailure);
 
     Factory m_accountFactory;
+    /// In the order of the rows; null for one that was deleted while rows changed.
     QList<AccountBase *> m_accounts;
+    AccountBase *m_loginAccount = nullptr;
+    /// Guards m_accounts and m_loginAccount against readers in other threads; only the main thread
+    /// writes, and it lets go before it calls anything.
+    mutable std::mutex m_lock;
     Account m_currentAccount;
     Account m_lastAccount;
     Account m_activeAccount;
-    Account m_loginAccount;
     Account m_notebookAccount;
-    /// Guards m_accounts against readers in other threads; only the main thread writes, and it lets
-    /// go before it calls anything.
-    mutable std::mutex m_lock;
+    /// Being listed by addAccount(), which tells by them whether one was turned away meanwhile.
+    QList<AccountBase *> m_entering;
+    /// Stored ids without a listed account.
+    QList<qint64> m_absentIds;
+    bool m_changingRows = false;
+    std::deque<std::function<void()>> m_postponed; // until the rows have changed
+    const AccountBase *m_restored = nullptr;       // that is being restored
+    bool m_restoring = false;
+    bool m_saveAfterRestoring = false;
+    bool m_closing = false;
     int m_totalUnreadCount = 0;
     int m_totalAtMeCount = 0;
     int m_viewIndex = 0;
     bool m_deleteAll = false;
+    bool m_finishingWipe = false;
     QHash<int, bool> m_itemChangeable;
+    int m_asking = 0; // for a veto, nested
     QThreadPool *m_resetThreadPool;
     QThread *m_fileTransferThread;
-    QPointer<MeetingModelBase> m_meetingModel;
+    MeetingModelBase *m_meetingModel = nullptr;
+    QMetaObject::Connection m_meetingEnd;
     NewDeviceLoginManager *m_newDeviceLoginManager;
     AppDataMove *m_appDataMove;
     bool m_joiningMeeting = false;
     QString m_joiningMeetingId;
     bool m_notebookMode = false;
     QSize m_dialogWindowSize;
+    bool m_infoPanelVisible = false; // as it was announced last
     int m_maxMsgItemWidth = 425;
     int m_maxMsgItemWidthInThread = 224;
 };

@@ -5,6 +5,8 @@
 #include "base/json.h"
 #include "settings/appsettingmodel.h"
 
+#include <QPointer>
+
 #include <algorithm>
 
 namespace
@@ -22,10 +24,16 @@ NewDeviceLoginManager::NewDeviceLoginManager(QObject *parent) : QObject(parent) 
 void NewDeviceLoginManager::init()
 {
     m_shown.clear();
-    const QVariantMap stored = jsonToMap(AppSettingModel::instance()->newDeviceLoginRemind());
+    AppSettingModel *settings = AppSettingModel::instance();
+    connect(settings, &AppSettingModel::accountIdsChanged, this,
+            &NewDeviceLoginManager::accountIdsChanged, Qt::UniqueConnection);
+    QSet<qint64> accounts;
+    for (const QVariant &id : settings->accountIds())
+        accounts.insert(id.toLongLong());
+    const QVariantMap stored = jsonToMap(settings->newDeviceLoginRemind());
     for (auto it = stored.cbegin(); it != stored.cend(); ++it) {
         const qint64 accountId = it.key().toLongLong();
-        if (accountId < 1)
+        if (accountId < 1 || !accounts.contains(accountId))
             continue;
         for (const QVariant &id : it.value().toList())
             m_shown[accountId].insert(id.toInt());
@@ -34,9 +42,10 @@ void NewDeviceLoginManager::init()
 
 void NewDeviceLoginManager::deviceLogin(AccountBase *account, const QVariantMap &newDevice)
 {
-    if (!account || m_shown.value(account->accountId()).contains(deviceId(newDevice)))
+    if (!account || account->accountId() < 1
+        || m_shown.value(account->accountId()).contains(deviceId(newDevice)))
         return;
-    if (account == m_active) {
+    if (account == AccountManager::getInstance()->currentAccount()) {
         show(account, newDevice);
         return;
     }
@@ -57,7 +66,6 @@ void NewDeviceLoginManager::deviceLogout(qint64 accountId)
 
 void NewDeviceLoginManager::activeAccount(AccountBase *account)
 {
-    m_active = account;
     if (!account)
         return;
     // A handler of the signal may turn to another account, and then the rest waits again, or
@@ -70,7 +78,14 @@ void NewDeviceLoginManager::activeAccount(AccountBase *account)
 void NewDeviceLoginManager::reset()
 {
     m_waiting.clear();
-    m_active = nullptr;
+}
+
+void NewDeviceLoginManager::accountIdsChanged(const QVariantList &ids)
+{
+    if (!ids.isEmpty())
+        return;
+    m_shown.clear();
+    m_waiting.clear();
 }
 
 void NewDeviceLoginManager::show(AccountBase *account, const QVariantMap &newDevice)

@@ -5,7 +5,6 @@
 
 #include <QHash>
 #include <QObject>
-#include <QPointer>
 #include <QSet>
 #include <QVariant>
 
@@ -25,23 +24,24 @@ class MODELBASE_EXPORT NewDeviceLoginManager : public QObject
 public:
     explicit NewDeviceLoginManager(QObject *parent);
 
-    /// Reads what was shown before. Once, after the application settings were loaded.
+    /// Reads what was shown before of the stored accounts. Once, after the application settings were
+    /// loaded. From then on everything is forgotten when the last stored account goes.
     void init();
     /// Reports a sign-in; a device map as AccountDeviceModel makes it, told apart by its
-    /// "deviceId".
+    /// "deviceId". Nothing happens for an account without an id.
     void deviceLogin(AccountBase *account, const QVariantMap &newDevice);
     /// Forgets what is known of an account that logs out.
     void deviceLogout(qint64 accountId);
-    /// The account that is shown from now on; may be null.
+    /// Tells what waits for the account, which is shown from now on; may be null.
     void activeAccount(AccountBase *account);
-    /// Forgets what waits and which account is shown; what is stored stays.
+    /// Forgets what waits; what is stored stays.
     void reset();
 
 private:
+    void accountIdsChanged(const QVariantList &ids);
     void show(AccountBase *account, const QVariantMap &newDevice);
     void save() const;
 
     QHash<qint64, QSet<int>> m_shown;      // by account id
     QHash<qint64, QVariantList> m_waiting; // by account id
-    QPointer<AccountBase> m_active;
 };

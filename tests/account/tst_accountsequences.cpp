@@ -1,0 +1,613 @@
+#include "account/threadmanager.h"
+#include "settings/appsettingmodel.h"
+#include "support/fakeaccount.h"
+#include "support/sequences.h"
+
+#include <QAbstractItemModelTester>
+#include <QDir>
+#include <QMetaMethod>
+#include <QScopedValueRollback>
+#include <QSortFilterProxyModel>
+#include <QStandardPaths>
+#include <QTest>
+
+// Random sequences of everything that can be done to the accounts, with handlers that veto, delete
+// and call back at every signal and in every function of an account. What must hold is derived from
+// what happens to the accounts themselves: who signed in and was neither logged out nor given up
+// nor deleted is listed, stored and counted, and nobody else.
+
+#define CHECK(condition) QTest::qVerify(bool(condition), #condition, "", __FILE__, __LINE__)
+
+namespace
+{
+
+AccountManager *manager()
+{
+    return AccountManager::getInstance();
+}
+
+AppSettingModel *settings()
+{
+    return AppSettingModel::instance();
+}
+
+QSet<qint64> storedIds()
+{
+    QSet<qint64> ids;
+    for (const QVariant &id : settings()->accountIds())
+        ids.insert(id.toLongLong());
+    return ids;
+}
+
+void react();
+
+class WatchedAccount : public FakeAccount
+{
+    Q_OBJECT
+
+public:
+    enum Stage { SignedOut, SignedIn, Gone };
+
+    explicit WatchedAccount(QObject *parent);
+    ~WatchedAccount() override;
+
+    void logout(bool deleteThis) override
+    {
+        const QScopedValueRollback<int> running(busy, busy + 1);
+        CHECK(stage == SignedIn && !manager()->containsAccount(this));
+        stage = deleteThis ? Gone : SignedOut;
+        FakeAccount::logout(deleteThis);
+        react();
+    }
+    void release(bool logOut, bool deleteThis) override
+    {
+        const QScopedValueRollback<int> running(busy, busy + 1);
+        CHECK(stage != Gone && !manager()->containsAccount(this));
+        CHECK(manager()->currentAccount() != this && manager()->loginAccount() != this);
+        stage = Gone;
+        FakeAccount::release(logOut, deleteThis);
+        react();
+    }
+    void deleteAccount(bool, int, bool, bool) override
+    {
+        const QScopedValueRollback<int> running(busy, busy + 1);
+        CHECK(manager()->containsAccount(this));
+        react();
+        if (!slow)
+            manager()->logout(this);
+    }
+    void initialize() override { called(); }
+    void restore(QVariantMap params, bool connectNow, int reason) override;
+    void setActive(bool) override { called(); }
+    void enterNotebookMode() override { called(); }
+    void reconnectToServer(bool) override { passedOn(); }
+    void abortAndReconnect(bool) override { passedOn(); }
+    void setProxy(const QNetworkProxy &) override { passedOn(); }
+    void recordScreenLockLog(int, int, int) override { passedOn(); }
+
+    /// Runs `set`, in whose signals the object must not be deleted.
+    template <typename Set>
+    void run(Set set)
+    {
+        const QScopedValueRollback<int> running(busy, busy + 1);
+        set();
+    }
+
+    Stage stage = SignedOut;
+    int busy = 0;      // how many of its functions run
+    bool mine = false; // the test's own, not the manager's
+    bool slow = false; // its deletion needs an answer of the server
+
+private:
+    void called()
+    {
+        const QScopedValueRollback<int> running(busy, busy + 1);
+        react();
+    }
+    void passedOn()
+    {
+        CHECK(stage != Gone);
+        CHECK(manager()->containsAccount(this) || manager()->loginAccount() == this);
+        called();
+    }
+};
+
+using Account = QPointer<WatchedAccount>;
+
+/// All accounts that exist.
+QList<WatchedAccount *> accounts;
+
+QList<WatchedAccount *> listed()
+{
+    QList<WatchedAccount *> list;
+    for (int row = 0; row < manager()->rowCount(); ++row) {
+        const QVariant data = manager()->data(manager()->index(row), AccountManager::ModelDataRole);
+        list.append(static_cast<WatchedAccount *>(data.value<AccountBase *>()));
+    }
+    return list;
+}
+
+/// A view of the list that believes what it is told.
+class Mirror
+{
+public:
+    explicit Mirror(AccountManager *model) : rows(listed())
+    {
+        m_connections = {QObject::connect(model, &AccountManager::rowsInserted, model,
+                                          [this](const QModelIndex &, int first, int last) {
+                                              const QList<WatchedAccount *> now = listed();
+                                              for (int row = first; row <= last; ++row)
+                                                  rows.insert(row, now.value(row));
+                                          }),
+                         QObject::connect(model, &AccountManager::rowsRemoved, model,
+                                          [this](const QModelIndex &, int first, int last) {
+                                              rows.remove(first,
+                                                          std::min(last, int(rows.size()) - 1)
+                                                              - first + 1);
+                                          }),
+                         // The tester does not know that logoutAll() announces one row too many.
+                         QObject::connect(model, &AccountManager::rowsAboutToBeRemoved, model,
+                                          [this, model](const QModelIndex &, int, int last) {
+                                              if (last >= model->rowCount()) {
+                                                  tester.reset();
+                                                  sorted.reset();
+                                              }
+                                          })};
+    }
+    ~Mirror()
+    {
+        for (const auto &connection : m_connections)
+            QObject::disconnect(connection);
+    }
+    Q_DISABLE_COPY_MOVE(Mirror)
+
+    void check()
+    {
+        CHECK(rows == listed());
+        if (!sorted) {
+            sorted = std::make_unique<QSortFilterProxyModel>();
+            sorted->setSourceModel(manager());
+            sorted->sort(0);
+            tester = std::make_unique<QAbstractItemModelTester>(manager());
+        }
+        CHECK(sorted->rowCount() == rows.size());
+        for (int row = 0; row < rows.size(); ++row) {
+            const QModelIndex there = sorted->mapFromSource(manager()->index(row));
+            CHECK(there.isValid() && sorted->mapToSource(there).row() == row);
+        }
+    }
+
+    QList<WatchedAccount *> rows;
+    std::unique_ptr<QAbstractItemModelTester> tester;
+    std::unique_ptr<QSortFilterProxyModel> sorted;
+
+private:
+    QList<QMetaObject::Connection> m_connections;
+};
+
+/// Runs a handler at every signal that an object has.
+class Handlers : public QObject
+{
+    Q_OBJECT
+
+public:
+    void watch(QObject *object)
+    {
+        const QMetaObject *meta = object->metaObject();
+        const QMetaMethod slot = metaObject()->method(metaObject()->indexOfSlot("handle()"));
+        for (int i = QObject::staticMetaObject.methodCount(); i < meta->methodCount(); ++i) {
+            if (meta->method(i).methodType() == QMetaMethod::Signal)
+                connect(object, meta->method(i), this, slot, Qt::DirectConnection);
+        }
+    }
+
+private Q_SLOTS:
+    void handle() { react(); }
+};
+
+/// What the application does, and what it knows of its accounts.
+class Application
+{
+public:
+    explicit Application(Sequence &sequence) : m_sequence(sequence) { the = this; }
+    ~Application() { the = nullptr; }
+    Q_DISABLE_COPY_MOVE(Application)
+
+    void run()
+    {
+        start();
+        while (m_sequence.next()) {
+            if (m_closed || m_sequence.chance(6))
+                restart();
+            else
+                operate();
+            settle();
+            check();
+        }
+        stop();
+    }
+
+    void react()
+    {
+        if (m_depth >= 3 || !m_sequence.chance(m_stopping ? 2 : 7))
+            return;
+        const QScopedValueRollback<int> depth(m_depth, m_depth + 1);
+        operate();
+    }
+    /// Whether the store of an account opens that is restored.
+    bool opens(qint64 id)
+    {
+        if (!m_sequence.chance(10))
+            return true;
+        note(QStringLiteral("%1 does not open").arg(id));
+        m_absent.insert(id);
+        return false;
+    }
+
+    static inline Application *the = nullptr;
+    Handlers handlers;
+
+private:
+    void note(const QString &what)
+    {
+        m_sequence.note(QString(m_depth * 2, QLatin1Char(' ')) + what);
+    }
+
+    void start()
+    {
+        note(QStringLiteral("start"));
+        ThreadManager::getInstance()->init();
+        settings()->loadGlobalData();
+        m_closed = false;
+        QObject::connect(settings(), &AppSettingModel::accountIdsChanged, manager(),
+                         [this](const QVariantList &ids) {
+                             if (ids.isEmpty())
+                                 m_absent.clear();
+                         });
+        QObject::connect(manager(), &AccountManager::appWiped, manager(),
+                         [this] { m_wiping = false; });
+        QObject::connect(manager(), &AccountManager::beginReset, manager(), [this] {
+            m_wiping = false;
+            m_closed = true;
+        });
+        m_mirror = std::make_unique<Mirror>(manager());
+        handlers.watch(manager());
+        handlers.watch(settings());
+        manager()->init([](QObject *parent) { return new WatchedAccount(parent); });
+    }
+
+    void stop()
+    {
+        note(QStringLiteral("stop"));
+        const QScopedValueRollback<bool> stopping(m_stopping, true);
+        for (const Account &account : ofStage([](WatchedAccount *one) { return one->mine; }))
+            delete account;
+        manager()->waitForFinished();
+        m_mirror->sorted.reset();
+        m_mirror->tester.reset();
+        AccountManager::releaseInstance();
+        m_absent.clear();
+        m_storedIds = settings()->accountIds();
+        m_storedCurrentId = settings()->currentAccountId();
+        AppSettingModel::releaseInstance();
+        ThreadManager::getInstance()->quitAll();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        m_mirror.reset();
+        CHECK(accounts.isEmpty());
+    }
+
+    void restart();
+
+    /// What the event loop would do next.
+    static void settle()
+    {
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+
+    template <typename Filter>
+    static QList<Account> ofStage(Filter filter)
+    {
+        QList<Account> found;
+        for (WatchedAccount *account : std::as_const(accounts)) {
+            if (account->stage != WatchedAccount::Gone && filter(account))
+                found.append(account);
+        }
+        return found;
+    }
+    Account any()
+    {
+        XX
+    }
+    Account anyListed()
+    {
+        return m_sequence.pick(
+            ofStage([](WatchedAccount *one) { return manager()->containsAccount(one); })
+            << nullptr);
+    }
+    static QString name(WatchedAccount *account)
+    {
+        return account
+            ? QStringLiteral("%1%2%3%4")
+                  .arg(account->accountId())
+                  .arg(QLatin1StringView(account == manager()->currentAccount()     ? "c"
+                                             : account == manager()->loginAccount() ? "l"
+                                                                                    : ""))
+                  .arg(QLatin1StringView(manager()->containsAccount(account) ? "+" : ""))
+                  .arg(QLatin1StringView(account->mine ? "m" : ""))
+            : QStringLiteral("null");
+    }
+
+    void signIn(const Account &account)
+    {
+        if (!account || account->stage != WatchedAccount::SignedOut
+            || account == manager()->notebookAccount())
+            return;
+        const qint64 id = 1 + m_sequence.below(7);
+        note(QStringLiteral("%1 signs in as %2").arg(name(account)).arg(id));
+        account->run([&] {
+            account->setAccountId(id);
+            account->setTotalUnreadCount(m_sequence.below(4));
+            CHECK(account->openStorage(true));
+            account->setAuthorized(true);
+        });
+        if (account->stage != WatchedAccount::SignedOut)
+            return;
+        account->stage = WatchedAccount::SignedIn;
+        manager()->addAccount(account);
+    }
+    void operate();
+    void check();
+
+    Sequence &m_sequence;
+    int m_depth = 0;
+    bool m_stopping = false;
+    bool m_closed = false;
+    bool m_wiping = false;
+    QSet<qint64> m_absent;
+    QVariantList m_storedIds;
+    qint64 m_storedCurrentId = 0;
+    std::unique_ptr<Mirror> m_mirror;
+};
+
+void react()
+{
+    if (Application::the)
+        Application::the->react();
+}
+
+WatchedAccount::WatchedAccount(QObject *parent) : FakeAccount(parent)
+{
+    accounts.append(this);
+    Application::the->handlers.watch(this);
+}
+
+WatchedAccount::~WatchedAccount()
+{
+    accounts.removeOne(this);
+    CHECK(busy == 0);
+}
+
+void WatchedAccount::restore(QVariantMap params, bool connectNow, int reason)
+{
+    const QScopedValueRollback<int> running(busy, busy + 1);
+    const qint64 id = params.value(QStringLiteral("userId")).toLongLong();
+    if (Application::the->opens(id))
+        FakeAccount::restore(params, connectNow, reason);
+    else
+        setAccountId(id);
+    if (stage != Gone)
+        stage = authorized() ? SignedIn : SignedOut;
+}
+
+void Application::operate()
+{
+    const auto call = [this](const char *what, const auto &operation) {
+        note(QLatin1StringView(what));
+        operation();
+    };
+    switch (m_sequence.below(27)) {
+    case 0:
+    case 1:
+        return call("addAccount", [] { manager()->addAccount(); });
+    case 2:
+    case 3:
+    case 4:
+    case 5:
+        if (!manager()->loginAccount())
+            manager()->addAccount();
+        return signIn(static_cast<WatchedAccount *>(manager()->loginAccount()));
+    case 6: {
+        const Account account(static_cast<WatchedAccount *>(manager()->createAccount(true)));
+        if (account && account->stage != WatchedAccount::Gone)
+            account->mine = true;
+        return signIn(account);
+    }
+    case 7:
+        return signIn(any());
+    case 8:
+        // The session ends before the sign-in does.
+        for (const Account &account : ofStage([](WatchedAccount *one) {
+                 return one->stage == WatchedAccount::SignedIn && !manager()->containsAccount(one);
+             })) {
+            note(QStringLiteral("revoke %1").arg(name(account)));
+            account->stage = WatchedAccount::SignedOut;
+            account->run([&] { account->setAuthorized(false); });
+            return;
+        }
+        return;
+    case 9:
+    case 10:
+        if (const Account account = anyListed()) {
+            note(QStringLiteral("show %1").arg(name(account)));
+            manager()->setCurrentAccount(account->accountId());
+        }
+        return;
+    case 11:
+    case 12: {
+        const Account account = m_sequence.chance(70) ? anyListed() : any();
+        note(QStringLiteral("log out %1").arg(name(account)));
+        return manager()->logout(account);
+    }
+    case 13: {
+        const Account account = any();
+        if (!account || account->busy > 0)
+            return;
+        note(QStringLiteral("delete %1").arg(name(account)));
+        if (account->stage == WatchedAccount::SignedIn && manager()->containsAccount(account))
+            m_absent.insert(account->accountId());
+        delete account;
+        return;
+    }
+    case 14:
+        return m_sequence.chance(50) ? call("logoutAll", [] { manager()->logoutAll(); }) : void();
+    case 15:
+        if (m_sequence.chance(40)) {
+            for (const Account &account : ofStage([](WatchedAccount *) { return true; }))
+                account->slow = m_sequence.chance(30);
+            m_wiping = true;
+            call("wipe", [] { manager()->unlockApp(true, false); });
+        }
+        return;
+    case 16:
+        return call("notebook", [] { manager()->unlockApp(false, true); });
+    case 17:
+        return call("leave notebook", [] { manager()->unlockApp(false, false); });
+    case 18:
+        if (const Account account = anyListed()) {
+            account->run([&] {
+                account->setTotalUnreadCount(m_sequence.below(9) - 2);
+                account->setTotalAtMeCount(m_sequence.below(9) - 2);
+            });
+        }
+        return;
+    case 19:
+        if (const Account account = anyListed()) {
+            note(QStringLiteral("list %1 again").arg(name(account)));
+            manager()->addAccount(account);
+        }
+        return;
+    case 20:
+        return call("cancel", [] { manager()->cancelSignIn(); });
+    case 21:
+        if (m_sequence.chance(50)) {
+            if (const Account login = static_cast<WatchedAccount *>(manager()->loginAccount()))
+                login->mine = true;
+            call("setLoginAccount null", [] { manager()->setLoginAccount(nullptr); });
+        } else if (const Account account = any();
+                   account && account->stage == WatchedAccount::SignedOut) {
+            note(QStringLiteral("setLoginAccount %1").arg(name(account)));
+            manager()->setLoginAccount(account);
+        }
+        return;
+    case 22:
+        call("activeNextAccount", [] { manager()->activeNextAccount(); });
+        return manager()->setActiveAccount(any());
+    case 23:
+        return call("pass on", [] {
+            manager()->reconnectToServer();
+            manager()->abortAndReconnect(true, -1);
+            manager()->setProxy({});
+            manager()->recordScreenLockLog(1, 2, 3);
+            manager()->hasDisconnectedTcp();
+        });
+    case 24:
+        // Answers come in to those that are being deleted.
+        for (const Account &account : ofStage([](WatchedAccount *one) { return one->slow; })) {
+            if (manager()->deleteAll() && manager()->containsAccount(account)) {
+                note(QStringLiteral("%1 is deleted at last").arg(name(account)));
+                return manager()->logout(account);
+            }
+        }
+        return;
+    case 25:
+        return m_sequence.chance(10) ? call("reset", [] { manager()->reset(); }) : void();
+    default:
+        return call("veto", [] { manager()->setCurrentItemChangeable(0, false); });
+    }
+}
+
+void Application::restart()
+{
+    stop();
+    if (QTest::currentTestFailed())
+        return;
+    const QVariantList stored = m_storedIds;
+    const qint64 current = m_storedCurrentId;
+    // Without handlers the next start gives what was stored, and nothing else.
+    const QScopedValueRollback<int> quiet(m_depth, m_sequence.chance(50) ? 3 : 0);
+    start();
+    if (m_depth == 0)
+        return;
+    QList<qint64> expected;
+    for (const QVariant &value : stored) {
+        if (const qint64 id = value.toLongLong(); !m_absent.contains(id))
+            expected.insert(id == current ? 0 : expected.size(), id);
+    }
+    CHECK(manager()->getAccountIds() == expected);
+    CHECK(settings()->accountIds() == stored);
+}
+
+void Application::check()
+{
+    if (QTest::currentTestFailed())
+        return;
+    m_mirror->check();
+    const QList<WatchedAccount *> rows = listed();
+    QSet<qint64> ids;
+    qint64 unread = 0;
+    qint64 atMe = 0;
+    for (WatchedAccount *account : rows) {
+        CHECK(accounts.contains(account) && account->stage == WatchedAccount::SignedIn);
+        CHECK(!ids.contains(account->accountId()));
+        ids.insert(account->accountId());
+        unread += account->totalUnreadCount();
+        atMe += account->totalAtMeCount();
+        account->mine = false;
+    }
+    CHECK(manager()->totalUnreadCount() == std::max<qint64>(unread, 0));
+    CHECK(manager()->totalAtMeCount() == atMe);
+
+    const auto *current = static_cast<WatchedAccount *>(manager()->currentAccount());
+    const auto *login = static_cast<WatchedAccount *>(manager()->loginAccount());
+    for (WatchedAccount *account : std::as_const(accounts)) {
+        CHECK(account->stage != WatchedAccount::Gone);
+        const bool isListed = rows.contains(account);
+        CHECK(isListed == (account->stage == WatchedAccount::SignedIn));
+        CHECK(isListed || account == current || account == login
+              || account == manager()->notebookAccount() || account->mine);
+    }
+    CHECK(!current || accounts.contains(current));
+    CHECK(!login || accounts.contains(login));
+    if (m_closed)
+        return;
+    CHECK(current);
+    CHECK(m_wiping == manager()->deleteAll());
+    if (!manager()->deleteAll()) {
+        m_absent -= ids;
+        CHECK(storedIds() == ids + m_absent);
+        const qint64 currentId = settings()->currentAccountId();
+        CHECK(currentId == 0 || storedIds().contains(currentId));
+    }
+}
+
+} // namespace
+
+class TestAccountSequences : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void sequences()
+    {
+        const QDir home(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation));
+        runSequences("accounts", 300, 30, [&](Sequence &sequence) {
+            for (const QString &file : home.entryList(QDir::Files))
+                QFile::remove(home.filePath(file));
+            Application(sequence).run();
+        });
+    }
+};
+
+QTEST_GUILESS_MAIN(TestAccountSequences)
+#include "tst_accountsequences.moc"
