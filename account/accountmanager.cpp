@@ -87,6 +87,12 @@ void AccountManager::init(Factory factory)
                 if (ids.isEmpty())
                     setAppLocked(false);
             });
+    // The account that stays for the next sign-in; those that are still listed have yet to clear
+    // what they have.
+    connect(settings, &AppSettingModel::paramsBeReseted, this, [this] {
+        if (m_loginAccount)
+            m_loginAccount->updateUserCacheDataPath();
+    });
     connect(settings, &AppSettingModel::infoPanelViewModeChanged, this,
             &AccountManager::infoPanelVisibleChanged);
     connect(settings, &AppSettingModel::infoPanelWidthChanged, this, [this](int width) {
