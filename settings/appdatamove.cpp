@@ -361,8 +361,7 @@ private:
         m_plan.accounts.remove(id);
         store();
         removeMedia(m_plan.target, id);
-        std::erase_if(m_report.problems,
-                      [&](const Problem &problem) { return problem.id == id; });
+        std::erase_if(m_report.problems, [&](const Problem &problem) { return problem.id == id; });
     }
 
     FolderMove::Result carryAll(const QStringList &ids)

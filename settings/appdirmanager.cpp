@@ -5,6 +5,7 @@
 #include "settings/appsettingmodel.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QStandardPaths>
 
 namespace
@@ -106,11 +107,12 @@ void AppDirManager::addRenamed(const QString &source, const QString &name, const
         if (present == name)
             present = newName;
     }
-    // What was called so in another place is this file, too, unless it is known to be another. In
-    // the directory in use, something else has that name.
+    // What was called so in another place is this file, too, unless it is known to be another, or
+    // still there. In the directory in use, something else has that name.
     const QString inUse = m_mediaDirs.isEmpty() ? QString() : cleanDir(m_mediaDirs.first());
     for (const QString &dir : m_formerDirs + QStringList{sourceDir}) {
-        if (dir != inUse && !m_renamed.contains(dir + name))
+        if (dir != inUse && !m_renamed.contains(dir + name)
+            && (dir == sourceDir || !QFileInfo::exists(dir + name)))
             m_renamed.insert(dir + name, newName);
     }
     m_hasRenamed = true;

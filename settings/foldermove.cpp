@@ -385,6 +385,7 @@ bool FolderMove::removeOriginal(const Copy &copy)
             isRemoved = file.remove()
                 || (file.setPermissions(QFile::ReadOwner | QFile::WriteOwner) && file.remove());
             reason = file.errorString();
+            isStale = !isRemoved && !QFileInfo::exists(path); // somebody was quicker
         }
     });
     if (isRemoved) {
