@@ -357,7 +357,9 @@ private:
 
     void forget(const QString &id)
     {
+        // As long as the map names the account, also a kill is followed by another attempt.
         removeMedia(m_plan.source, id);
+        removeMedia(m_plan.target, id);
         m_plan.accounts.remove(id);
         store();
         removeMedia(m_plan.target, id);
@@ -595,8 +597,14 @@ bool AppDataMove::skip()
     const QByteArray info = settings->movedDataInfo();
     if (m_running || m_problems.empty() || info.isEmpty())
         return false;
+    const bool isAllInUse =
+        std::all_of(m_problems.cbegin(), m_problems.cend(), [](const Problem &problem) {
+            return problem.cause == FileCause::BeingWritten;
+        });
     QVariantMap accounts = jsonToMap(info);
     for (const Problem &problem : m_problems) {
+        if (problem.cause == FileCause::BeingWritten && !isAllInUse)
+            continue;
         QVariantList entries = fromJsonText(accounts.value(problem.id));
         for (QVariant &entry : entries) {
             QVariantMap fields = entry.toMap();

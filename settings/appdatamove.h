@@ -119,9 +119,9 @@ public:
     Q_INVOKABLE void resume();
     /// Once a move has failed: tries again what has been left, as resume() does.
     Q_INVOKABLE void retry() { resume(); }
-    /// Once a move has failed: leaves what problems() names at the old place for good, where their
-    /// records still find them, and goes on with the rest. False when there is no such move, or it
-    /// cannot be stored.
+    /// Once a move has failed: leaves what problems() names at the old place for good, where its
+    /// records still find it, and goes on with the rest. Files that are being written are skipped
+    /// only when no others are named. False when there is no such move, or it cannot be stored.
     Q_INVOKABLE bool skip();
     /// Ends an unfinished move, also one under way: what has not been moved stays at the old place,
     /// where its records still find it, and the new place stays in use. A move under way still ends

@@ -22,6 +22,8 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
+#include <QTimer>
 
 #include <algorithm>
 #include <cstdio>
@@ -304,28 +306,72 @@ private:
     int m_last = 0;
 };
 
+constexpr qint64 leavingId = 10003;
+
+QString downloadPath()
+{
+    return AppDirManager::instance()->defaultCacheDataDir() + u"10001/file/film.mp4"_s;
+}
+
+QByteArray downloadPart(int number)
+{
+    return QByteArray::number(number).rightJustified(8, '0');
+}
+
+/// Goes on with a download, wherever its file is, and says how far it is.
+void goOnWithDownload()
+{
+    const QString stored = downloadPath();
+    const auto find = [&] {
+        return FileData(QVariantMap{{u"filePath"_s, stored}}, FileData::ParseType::Source)
+            .BaseFile::filePath();
+    };
+    QString path = find();
+    const FileInUse use(path);
+    QFile file(path);
+    if (path.isEmpty() || path != find() || !file.open(QIODevice::Append | QIODevice::Unbuffered))
+        return; // another time
+    for (int i = 0; i < 50; ++i) {
+        const int number = int(file.size() / 8);
+        file.write(downloadPart(number));
+        std::printf("wrote %d\n", number);
+        std::fflush(stdout);
+        QThread::msleep(1);
+    }
+}
+
 /// What a process does that is started to be killed: it starts up, which goes on with a move that
-/// is stored, moves the data unless they are there, and ends when all of them are.
+/// is stored, moves the data unless they are there, and ends when all of them are that can be.
+/// Meanwhile a download goes on, and an account signs out.
 int moveAsChild(const QString &target)
 {
     ThreadManager::getInstance()->init();
     AppSettingModel *settings = AppSettingModel::instance();
     settings->loadGlobalData();
-    settings->setAccountIds({accountIds.cbegin(), accountIds.cend()});
+    if (settings->accountIds().isEmpty())
+        settings->setAccountIds({accountIds.at(0), accountIds.at(1), leavingId});
     startUp();
     AppDataMove *move = AccountManager::getInstance()->appDataMove();
     std::puts("ready");
     std::fflush(stdout);
+    std::thread download(goOnWithDownload);
+    const auto leave = [] {
+        AccountManager *manager = AccountManager::getInstance();
+        manager->logout(manager->getAccount(leavingId));
+    };
+    QTimer::singleShot(QRandomGenerator::global()->bounded(30), qApp, leave);
     QObject::connect(
-        move, &AppDataMove::finished, qApp, [](bool ok) { qApp->exit(ok ? 0 : 2); },
+        move, &AppDataMove::finished, qApp,
+        [move](bool ok) {
+            if (ok || !move->skip())
+                qApp->exit(ok ? 0 : 2);
+        },
         Qt::QueuedConnection);
-    if (!move->running()) {
-        if (QDir(settings->cacheDataPath()) == QDir(target))
-            return 0;
-        if (!move->moveTo(target))
-            return 3;
-    }
-    const int result = qApp->exec();
+    int result = 0;
+    if (move->running() || QDir(settings->cacheDataPath()) != QDir(target))
+        result = move->running() || move->moveTo(target) ? qApp->exec() : 3;
+    leave();
+    download.join();
     shutDown();
     return result;
 }
@@ -1054,12 +1100,29 @@ private Q_SLOTS:
         int kills = 0;
         int halfway = 0; // of these, with files at both places
         constexpr int rounds = 24;
+        const QString longName = QString(84, QChar(0x4e2d)) + u"abc"_s;
         for (int round = 0; round < rounds; ++round) {
             const QTemporaryDir home;
             const QString data = home.path() + u"/data/"_s + QCoreApplication::applicationName();
-            QVERIFY(QDir().mkpath(home.path() + u"/new"_s));
+            const QString target = home.path() + u"/new"_s;
             fillMedia(data, quint32(100 + 10 * round), 3);
-            const MediaTree before = readMedia(data);
+            MediaTree::fill(data + u"/10003/photo"_s, 3, quint32(round));
+            MediaTree::write(data + u"/10001/video/"_s + longName, "from there");
+            const QString locked = data + u"/10002/photo/locked"_s;
+            MediaTree::write(locked + u"/secret"_s, "secret");
+            MediaTree before = readMedia(data);
+            before.files.remove(u"10002/photo/locked/secret"_s);
+            const QString film = u"10001/file/film.mp4"_s;
+            MediaTree::write(data + u'/' + film, downloadPart(0));
+            MediaTree::write(target + u"/10001/video/"_s + longName, "from here");
+            QVERIFY(QFile::setPermissions(locked, {}));
+            int written = 0; // of the download, as it was told
+            const auto readAll = [&](QProcess &child) {
+                for (const QByteArray &line : child.readAllStandardOutput().split('\n')) {
+                    if (line.startsWith("wrote "))
+                        written = std::max(written, line.mid(6).toInt());
+                }
+            };
             for (int start = round % 3; start < 3 && round > 0; ++start) {
                 const std::unique_ptr<QProcess> child = startChild(home.path());
                 QElapsedTimer timer;
@@ -1068,19 +1131,42 @@ private Q_SLOTS:
                 while (timer.nsecsElapsed() / 1000 < moment) { }
                 child->kill();
                 kills += run(*child) == -1;
-                halfway += !readMedia(data).files.isEmpty()
-                    && !readMedia(home.path() + u"/new"_s).files.isEmpty();
+                readAll(*child);
+                QFile::setPermissions(locked, QFile::ReadOwner | QFile::ExeOwner);
+                halfway += readMedia(data).files.size() > 2 && readMedia(target).files.size() > 1;
+                QFile::setPermissions(locked, {});
             }
             const std::unique_ptr<QProcess> child = startChild(home.path());
             QElapsedTimer timer;
             timer.start();
             QCOMPARE(run(*child), 0);
+            readAll(*child);
             if (round == 0)
                 duration = timer.nsecsElapsed() / 1000;
-            QCOMPARE(readMedia(home.path() + u"/new"_s), before);
-            QVERIFY(readMedia(data).files.isEmpty());
+
+            QVERIFY(QFile::setPermissions(locked,
+                                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+            MediaTree after = readMedia(target);
+            const QByteArray download = after.files.take(film).content;
+            QVERIFY(download.size() / 8 > written);
+            for (int i = 0; i < download.size() / 8; ++i)
+                QCOMPARE(download.mid(8 * i, 8), downloadPart(i));
+            const QString from = u"10001/video/"_s + longName;
+            QCOMPARE(after.files.take(from).content, "from here"_ba);
+            const MediaTree::File renamed = before.files.take(from);
+            int found = 0;
+            for (const MediaTree::File &file : std::as_const(after.files))
+                found += file.content == renamed.content;
+            QCOMPARE(found, 1);
+            after.files.removeIf([&](auto file) { return file.value() == renamed; });
+            QCOMPARE(after, before);
+            const MediaTree left = readMedia(data);
+            QCOMPARE(left.files.keys(), QStringList{u"10002/photo/locked/secret"_s});
+            QVERIFY(!QFileInfo::exists(target + u"/10003"_s));
+            QVERIFY(!QFileInfo::exists(data + u"/10003/photo"_s));
         }
-        qInfo("%d kills within %lld ms, %d of them halfway", kills, duration / 1000, halfway);
+        qInfo("%d kills within %lld ms, %d of them halfway, 0 lost", kills, duration / 1000,
+              halfway);
         QVERIFY(halfway > rounds / 4);
     }
 };
