@@ -108,6 +108,12 @@ void AccountManager::init(Factory factory)
                 if (ids.isEmpty())
                     setAppLocked(false);
             });
+    // The account that stays for the next sign-in; those that are still listed have yet to clear
+    // what they have.
+    connect(settings, &AppSettingModel::paramsBeReseted, this, [this] {
+        if (m_loginAccount)
+            m_loginAccount->updateUserCacheDataPath();
+    });
     connect(settings, &AppSettingModel::infoPanelViewModeChanged, this, [this] {
         m_infoPanelVisible = infoPanelVisible();
         Q_EMIT infoPanelVisibleChanged();

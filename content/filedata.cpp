@@ -2,6 +2,7 @@
 
 #include "base/storedvalue.h"
 #include "base/util.h"
+#include "content/mediaplace_p.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 
@@ -335,9 +336,13 @@ void FileData::parse(const QVariantMap &map, ParseType type, bool all)
     if (has(keys.downloadedRange))
         setDownloadedRange(map.value(keys.downloadedRange).toList());
 
-    const QString path = map.value(keys.path).toString();
-    if (!DiskFile(path).exists)
+    const QString path = findMediaFile(map.value(keys.path).toString());
+    if (path.isEmpty()) {
+        const FileState state = fileState();
+        if ((state == Downloaded || state == Uploaded) && !fileExist())
+            exists();
         return;
+    }
     setFilePath(path);
     recordCopy();
     if (all && !has(keys.size) && !has(keys.sentSize)) // so nothing is known of what was said of it
@@ -468,7 +473,8 @@ bool FileData::updateFile(const FileData &other)
 {
     if (&other == this || (other.filePath().isEmpty() && other.cacheFilePath().isEmpty()))
         return false;
-    const FileData copy(&other); // no two records are locked at a time
+    FileData copy(&other); // no two records are locked at a time
+    copy.forgetFollowedTimes();
     const Locker locker(this);
     if (fileExist() && exists()) // it may have gone since the last look
         return false;
@@ -485,7 +491,14 @@ bool FileData::updateFile(const FileData &other)
 bool FileData::exists()
 {
     const Locker locker(this);
-    const DiskFile file(filePath());
+    forgetFollowedTimes();
+    DiskFile file(filePath());
+    if (!file.exists) {
+        if (const QString place = findMediaFile(filePath()); !place.isEmpty()) {
+            setFilePath(place);
+            file = DiskFile(place);
+        }
+    }
     if (file.exists && !extra().times.areKnown())
         ownExtra().times = file.times;
     if (file.exists && file.times.match(extra().times)) {
@@ -510,11 +523,26 @@ bool FileData::exists()
 bool FileData::cacheFileExist()
 {
     const Locker locker(this);
-    const DiskFile copy(cacheFilePath());
+    forgetFollowedTimes();
+    DiskFile copy(cacheFilePath());
+    if (!copy.exists) {
+        if (const QString place = findMediaFile(cacheFilePath()); !place.isEmpty()) {
+            setCacheFilePath(place);
+            copy = DiskFile(place);
+        }
+    }
     if (copy.exists && !extra().cacheTimes.areKnown())
         ownExtra().cacheTimes = copy.times;
     m_cacheFileExist = copy.exists && copy.times.match(extra().cacheTimes);
     return m_cacheFileExist;
+}
+
+void FileData::forgetFollowedTimes()
+{
+    if (takeFollowed(FilePlace) && m_extra)
+        m_extra->times = {};
+    if (takeFollowed(CachePlace) && m_extra)
+        m_extra->cacheTimes = {};
 }
 
 bool FileData::hasCacheFile() const

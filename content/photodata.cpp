@@ -2,6 +2,7 @@
 
 #include "base/storedvalue.h"
 #include "base/util.h"
+#include "content/mediaplace_p.h"
 #include "cryptobase/cryptoaes.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
@@ -47,8 +48,13 @@ PhotoData::PhotoData(const QVariantMap &map, const BaseFile *base) : BaseFile(ba
                                     : extensionOf(map.value(QStringLiteral("fileName")).toString());
     m_encryptAlgorithm = StoredValue::toInt32(map.value(algorithmKey()));
     if (map.contains(keys.path)) {
-        setFilePath(Util::toLocalFile(map.value(keys.path).toString()));
+        const QString path = Util::toLocalFile(map.value(keys.path).toString());
+        const QString place = findMediaFile(path);
+        setFilePath(place.isEmpty() ? path : place);
         checkFilePath();
+    }
+    if (!fileExist() && (fileState() == Downloaded || fileState() == Uploaded)) {
+        setFileState(Missing);
     }
 }
 

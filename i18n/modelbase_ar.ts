@@ -554,6 +554,54 @@
         <source>Missed call while you were busy</source>
         <translation>مكالمة فائتة أثناء انشغالك</translation>
     </message>
+    <message id="storage_file_in_use_tip">
+        <source>It is still being written.</source>
+        <translation>لا يزال قيد الكتابة.</translation>
+    </message>
+    <message id="storage_file_unreadable_tip">
+        <source>It cannot be read.</source>
+        <translation>تتعذر قراءته.</translation>
+    </message>
+    <message id="storage_file_not_writable_tip">
+        <source>It cannot be written at the new place.</source>
+        <translation>تتعذر كتابته في الموقع الجديد.</translation>
+    </message>
+    <message id="storage_file_in_the_way_tip">
+        <source>Something else is in its way at the new place.</source>
+        <translation>يوجد شيء آخر في مكانه في الموقع الجديد.</translation>
+    </message>
+    <message id="storage_file_not_removable_tip">
+        <source>It has been copied, but cannot be removed from the old place.</source>
+        <translation>تم نسخه، لكن تتعذر إزالته من الموقع القديم.</translation>
+    </message>
+    <message id="storage_move_running_tip">
+        <source>A move is under way.</source>
+        <translation>توجد عملية نقل جارية.</translation>
+    </message>
+    <message id="storage_move_unfinished_tip">
+        <source>The last move has not finished yet.</source>
+        <translation>لم تكتمل عملية النقل السابقة بعد.</translation>
+    </message>
+    <message id="storage_place_missing_tip">
+        <source>The new place does not exist.</source>
+        <translation>الموقع الجديد غير موجود.</translation>
+    </message>
+    <message id="storage_place_no_directory_tip">
+        <source>The new place is not a directory.</source>
+        <translation>الموقع الجديد ليس مجلدًا.</translation>
+    </message>
+    <message id="storage_place_same_tip">
+        <source>The files are there already.</source>
+        <translation>الملفات موجودة هناك بالفعل.</translation>
+    </message>
+    <message id="storage_place_inside_tip">
+        <source>The new place lies inside the present one.</source>
+        <translation>يقع الموقع الجديد داخل الموقع الحالي.</translation>
+    </message>
+    <message id="storage_place_around_tip">
+        <source>The present place lies inside the new one.</source>
+        <translation>يقع الموقع الحالي داخل الموقع الجديد.</translation>
+    </message>
     <message id="storage_space_insufficient_tip">
         <source>There is not enough space at the new place.</source>
         <translation>لا توجد مساحة كافية في الموقع الجديد.</translation>
@@ -562,13 +610,13 @@
         <source>The new place cannot be written to.</source>
         <translation>لا يمكن الكتابة في الموقع الجديد.</translation>
     </message>
-    <message id="storage_places_overlap_tip">
-        <source>The new place must lie neither in the present one nor around it.</source>
-        <translation>يجب ألا يقع الموقع الجديد داخل الموقع الحالي ولا أن يحتويه.</translation>
+    <message id="storage_files_left_tip">
+        <source>Some files could not be moved.</source>
+        <translation>تعذر نقل بعض الملفات.</translation>
     </message>
-    <message id="storage_move_unfinished_tip">
-        <source>The last move has not finished yet.</source>
-        <translation>لم تكتمل عملية النقل السابقة بعد.</translation>
+    <message id="storage_files_in_use_tip">
+        <source>Some files are still being written. They follow later.</source>
+        <translation>لا تزال بعض الملفات قيد الكتابة، وستُنقل لاحقًا.</translation>
     </message>
 </context>
 </TS>

@@ -534,6 +534,54 @@
         <source>Missed call while you were busy</source>
         <translation>Missed call while you were busy</translation>
     </message>
+    <message id="storage_file_in_use_tip">
+        <source>It is still being written.</source>
+        <translation>It is still being written.</translation>
+    </message>
+    <message id="storage_file_unreadable_tip">
+        <source>It cannot be read.</source>
+        <translation>It cannot be read.</translation>
+    </message>
+    <message id="storage_file_not_writable_tip">
+        <source>It cannot be written at the new place.</source>
+        <translation>It cannot be written at the new place.</translation>
+    </message>
+    <message id="storage_file_in_the_way_tip">
+        <source>Something else is in its way at the new place.</source>
+        <translation>Something else is in its way at the new place.</translation>
+    </message>
+    <message id="storage_file_not_removable_tip">
+        <source>It has been copied, but cannot be removed from the old place.</source>
+        <translation>It has been copied, but cannot be removed from the old place.</translation>
+    </message>
+    <message id="storage_move_running_tip">
+        <source>A move is under way.</source>
+        <translation>A move is under way.</translation>
+    </message>
+    <message id="storage_move_unfinished_tip">
+        <source>The last move has not finished yet.</source>
+        <translation>The last move has not finished yet.</translation>
+    </message>
+    <message id="storage_place_missing_tip">
+        <source>The new place does not exist.</source>
+        <translation>The new place does not exist.</translation>
+    </message>
+    <message id="storage_place_no_directory_tip">
+        <source>The new place is not a directory.</source>
+        <translation>The new place is not a directory.</translation>
+    </message>
+    <message id="storage_place_same_tip">
+        <source>The files are there already.</source>
+        <translation>The files are there already.</translation>
+    </message>
+    <message id="storage_place_inside_tip">
+        <source>The new place lies inside the present one.</source>
+        <translation>The new place lies inside the present one.</translation>
+    </message>
+    <message id="storage_place_around_tip">
+        <source>The present place lies inside the new one.</source>
+        <translation>The present place lies inside the new one.</translation>
+    </message>
     <message id="storage_space_insufficient_tip">
         <source>There is not enough space at the new place.</source>
         <translation>There is not enough space at the new place.</translation>
@@ -542,13 +590,13 @@
         <source>The new place cannot be written to.</source>
         <translation>The new place cannot be written to.</translation>
     </message>
-    <message id="storage_places_overlap_tip">
-        <source>The new place must lie neither in the present one nor around it.</source>
-        <translation>The new place must lie neither in the present one nor around it.</translation>
+    <message id="storage_files_left_tip">
+        <source>Some files could not be moved.</source>
+        <translation>Some files could not be moved.</translation>
     </message>
-    <message id="storage_move_unfinished_tip">
-        <source>The last move has not finished yet.</source>
-        <translation>The last move has not finished yet.</translation>
+    <message id="storage_files_in_use_tip">
+        <source>Some files are still being written. They follow later.</source>
+        <translation>Some files are still being written. They follow later.</translation>
     </message>
 </context>
 </TS>

@@ -529,6 +529,54 @@
         <source>Missed call while you were busy</source>
         <translation>忙线时的未接来电</translation>
     </message>
+    <message id="storage_file_in_use_tip">
+        <source>It is still being written.</source>
+        <translation>该文件仍在写入。</translation>
+    </message>
+    <message id="storage_file_unreadable_tip">
+        <source>It cannot be read.</source>
+        <translation>无法读取。</translation>
+    </message>
+    <message id="storage_file_not_writable_tip">
+        <source>It cannot be written at the new place.</source>
+        <translation>无法写入新位置。</translation>
+    </message>
+    <message id="storage_file_in_the_way_tip">
+        <source>Something else is in its way at the new place.</source>
+        <translation>新位置上有其他内容占用了它的位置。</translation>
+    </message>
+    <message id="storage_file_not_removable_tip">
+        <source>It has been copied, but cannot be removed from the old place.</source>
+        <translation>已复制，但无法从旧位置删除。</translation>
+    </message>
+    <message id="storage_move_running_tip">
+        <source>A move is under way.</source>
+        <translation>正在移动。</translation>
+    </message>
+    <message id="storage_move_unfinished_tip">
+        <source>The last move has not finished yet.</source>
+        <translation>上一次移动尚未完成。</translation>
+    </message>
+    <message id="storage_place_missing_tip">
+        <source>The new place does not exist.</source>
+        <translation>新位置不存在。</translation>
+    </message>
+    <message id="storage_place_no_directory_tip">
+        <source>The new place is not a directory.</source>
+        <translation>新位置不是文件夹。</translation>
+    </message>
+    <message id="storage_place_same_tip">
+        <source>The files are there already.</source>
+        <translation>文件已在该位置。</translation>
+    </message>
+    <message id="storage_place_inside_tip">
+        <source>The new place lies inside the present one.</source>
+        <translation>新位置在当前位置之内。</translation>
+    </message>
+    <message id="storage_place_around_tip">
+        <source>The present place lies inside the new one.</source>
+        <translation>当前位置在新位置之内。</translation>
+    </message>
     <message id="storage_space_insufficient_tip">
         <source>There is not enough space at the new place.</source>
         <translation>新位置的空间不足。</translation>
@@ -537,13 +585,13 @@
         <source>The new place cannot be written to.</source>
         <translation>无法写入新位置。</translation>
     </message>
-    <message id="storage_places_overlap_tip">
-        <source>The new place must lie neither in the present one nor around it.</source>
-        <translation>新位置不能位于当前位置之内，也不能包含当前位置。</translation>
+    <message id="storage_files_left_tip">
+        <source>Some files could not be moved.</source>
+        <translation>部分文件无法移动。</translation>
     </message>
-    <message id="storage_move_unfinished_tip">
-        <source>The last move has not finished yet.</source>
-        <translation>上一次移动尚未完成。</translation>
+    <message id="storage_files_in_use_tip">
+        <source>Some files are still being written. They follow later.</source>
+        <translation>部分文件仍在写入，稍后会继续移动。</translation>
     </message>
 </context>
 </TS>

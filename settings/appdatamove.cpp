@@ -2,6 +2,7 @@
 
 #include "account/accountmanager.h"
 #include "account/threadmanager.h"
+#include "base/basefile.h"
 #include "base/json.h"
 #include "base/util.h"
 #include "content/modelbaseutil.h"
@@ -10,6 +11,7 @@
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
 #include "settings/foldermove_p.h"
+#include "storage/globalstorageprovider.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -17,8 +19,10 @@
 #include <QLoggingCategory>
 #include <QSet>
 #include <QStorageInfo>
+#include <QThread>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <utility>
@@ -35,6 +39,22 @@ struct AppDataMove::Plan {
     QByteArray undoneInfo;
 };
 
+/// A file that stays, and where the stored map has its folder.
+struct AppDataMove::Problem {
+    QString id;     // of the account
+    QString folder; // below the account's
+    QString name;   // below that
+    QString path;
+    FileCause cause;
+};
+
+struct AppDataMove::Report {
+    FolderMove::Result result = FolderMove::Done;
+    qint64 movedBytes = 0;
+    qint64 totalBytes = 0;
+    std::vector<Problem> problems;
+};
+
 namespace
 {
 
@@ -43,29 +63,80 @@ Q_LOGGING_CATEGORY(lcMove, "im.settingmodel.move")
 constexpr int progressMs = 50;
 /// How often a folder is gone over in which files change meanwhile.
 constexpr int rounds = 3;
+/// How often files that are being written are come back for, and after how long.
+constexpr int patientRounds = 8;
+constexpr int patienceMs = 250;
+constexpr int laterMs = 10'000;
 
-QString spaceText()
+using FileCause = AppDataMove::FileCause;
+using Reason = AppDataMove::Reason;
+
+QString textOf(FileCause cause)
 {
-    //% "There is not enough space at the new place."
-    return translated(QT_TRID_NOOP("storage_space_insufficient_tip"));
+    switch (cause) {
+    case FileCause::BeingWritten:
+        //% "It is still being written."
+        return translated(QT_TRID_NOOP("storage_file_in_use_tip"));
+    case FileCause::Unreadable:
+        //% "It cannot be read."
+        return translated(QT_TRID_NOOP("storage_file_unreadable_tip"));
+    case FileCause::NotWritable:
+        //% "It cannot be written at the new place."
+        return translated(QT_TRID_NOOP("storage_file_not_writable_tip"));
+    case FileCause::InTheWay:
+        //% "Something else is in its way at the new place."
+        return translated(QT_TRID_NOOP("storage_file_in_the_way_tip"));
+    case FileCause::NotRemovable:
+        break;
+    }
+    //% "It has been copied, but cannot be removed from the old place."
+    return translated(QT_TRID_NOOP("storage_file_not_removable_tip"));
 }
 
-QString permissionText()
+/// What a person is told, and the log.
+std::pair<QString, const char *> textsOf(Reason reason)
 {
-    //% "The new place cannot be written to."
-    return translated(QT_TRID_NOOP("storage_no_permissions__tip"));
-}
-
-QString overlapText()
-{
-    //% "The new place must lie neither in the present one nor around it."
-    return translated(QT_TRID_NOOP("storage_places_overlap_tip"));
-}
-
-QString unfinishedText()
-{
-    //% "The last move has not finished yet."
-    return translated(QT_TRID_NOOP("storage_move_unfinished_tip"));
+    switch (reason) {
+    case Reason::Running:
+        //% "A move is under way."
+        return {translated(QT_TRID_NOOP("storage_move_running_tip")), "one is under way"};
+    case Reason::LastUnfinished:
+        //% "The last move has not finished yet."
+        return {translated(QT_TRID_NOOP("storage_move_unfinished_tip")),
+                "the last one has not finished"};
+    case Reason::NoTarget:
+        //% "The new place does not exist."
+        return {translated(QT_TRID_NOOP("storage_place_missing_tip")), "no such directory"};
+    case Reason::TargetNotDirectory:
+        //% "The new place is not a directory."
+        return {translated(QT_TRID_NOOP("storage_place_no_directory_tip")), "not a directory"};
+    case Reason::SamePlace:
+        //% "The files are there already."
+        return {translated(QT_TRID_NOOP("storage_place_same_tip")), "it is the present place"};
+    case Reason::TargetInside:
+        //% "The new place lies inside the present one."
+        return {translated(QT_TRID_NOOP("storage_place_inside_tip")),
+                "it lies in the present place"};
+    case Reason::TargetAround:
+        //% "The present place lies inside the new one."
+        return {translated(QT_TRID_NOOP("storage_place_around_tip")),
+                "the present place lies in it"};
+    case Reason::NoSpace:
+        //% "There is not enough space at the new place."
+        return {translated(QT_TRID_NOOP("storage_space_insufficient_tip")), "too little space"};
+    case Reason::NoPermission:
+        //% "The new place cannot be written to."
+        return {translated(QT_TRID_NOOP("storage_no_permissions__tip")), "it cannot be written to"};
+    case Reason::FilesLeft:
+        //% "Some files could not be moved."
+        return {translated(QT_TRID_NOOP("storage_files_left_tip")), "some files cannot be moved"};
+    case Reason::FilesInUse:
+        //% "Some files are still being written. They follow later."
+        return {translated(QT_TRID_NOOP("storage_files_in_use_tip")), "some files are in use"};
+    case Reason::None:
+        break;
+    }
+    return {QString(), "done"};
 }
 
 // Members of an entry of the map.
@@ -80,6 +151,12 @@ QString fileTypeKey()
 QString movedKey()
 {
     return QStringLiteral("moved");
+}
+
+/// Names of files that a person has skipped; only where there are some.
+QString skippedKey()
+{
+    return QStringLiteral("skipped");
 }
 
 /// The combinations of model source type and file type, each with its folder below an account's.
@@ -183,9 +260,38 @@ bool isWithin(const QString &path, const QString &folder)
     return true;
 }
 
-bool overlap(const QString &source, const QString &target)
+/// Why the media cannot be moved from the one to the other.
+Reason obstacle(const QString &source, const QString &target)
 {
-    return isWithin(source, target) || isWithin(target, source);
+    const bool isInside = isWithin(target, source);
+    const bool isAround = isWithin(source, target);
+    if (isInside && isAround)
+        return Reason::SamePlace;
+    if (isInside || isAround)
+        return isInside ? Reason::TargetInside : Reason::TargetAround;
+    const QFileInfo info(target);
+    if (!info.exists())
+        return Reason::NoTarget;
+    return info.isDir() ? Reason::None : Reason::TargetNotDirectory;
+}
+
+QString folderOf(const QVariantMap &entry)
+{
+    return ModelBaseUtil::makeMediaPath({}, entry.value(modelTypeKey()).toInt(),
+                                        entry.value(fileTypeKey()).toInt());
+}
+
+/// Deletes what an account has there; its database, which may lie beside, belongs to the account.
+void removeMedia(const QString &root, const QString &id)
+{
+    const QString account = root + accountFolder(id);
+    if (!QFileInfo::exists(account + QStringLiteral("userstatus"))) {
+        Util::removeLocalFolder(account);
+        return;
+    }
+    QFile::remove(account + QStringLiteral(".moving"));
+    for (const MediaFolder &folder : mediaFolders())
+        Util::removeLocalFolder(account + folder.path);
 }
 
 } // namespace
@@ -196,11 +302,12 @@ class AppDataMove::Carrier
 public:
     Carrier(AppDataMove *move, Plan &&plan)
         : m_move(move), m_manager(move->m_manager), m_cancelled(move->m_cancelled),
-          m_settings(AppSettingModel::instance()), m_plan(std::move(plan))
+          m_abandoned(move->m_abandoned), m_settings(AppSettingModel::instance()),
+          m_plan(std::move(plan))
     {
     }
 
-    FolderMove::Result run()
+    Report run()
     {
         // Without a map, because the stored one was damaged, all that is still there is to be moved.
         if (m_plan.accounts.isEmpty()) {
@@ -208,32 +315,37 @@ public:
                 m_plan.accounts.insert(QString::number(id), QVariant());
         }
         const QStringList ids = m_plan.accounts.keys();
-        m_plan.bytes = 0;
         for (const QString &id : ids) {
-            if (m_cancelled)
-                return FolderMove::Cancelled;
-            const QVariantList entries = surveyAccount(m_plan.source, id, &m_plan.bytes);
+            if (isStopped())
+                break;
+            const QVariantList entries = surveyAccount(m_plan.source, id, &m_report.totalBytes);
             if (m_plan.accounts.value(id).isNull())
                 m_plan.accounts.insert(id, toJsonText(entries));
         }
         m_sinceShown.start();
 
-        FolderMove::Result result = FolderMove::Done;
-        for (const QString &id : ids) {
-            const FolderMove::Result ofAccount = carryAccount(id);
-            if (isGone(id))
-                forget(id);
-            else if (m_cancelled)
-                return FolderMove::Cancelled;
-            else if (result == FolderMove::Done)
-                result = ofAccount;
+        m_report.result = carryAll(ids);
+        for (int round = 0; round < patientRounds && m_report.result == FolderMove::InUse;
+             ++round) {
+            for (int slept = 0; slept < patienceMs && !isStopped(); slept += 10)
+                QThread::msleep(10);
+            m_report.result = carryAll(ids);
         }
-        return result;
+        return std::move(m_report);
     }
 
-    qint64 totalBytes() const { return m_plan.bytes; }
+    /// Of the accounts that are gone.
+    void clean()
+    {
+        for (const QString &id : m_plan.accounts.keys()) {
+            if (isGone(id))
+                forget(id);
+        }
+    }
 
 private:
+    bool isStopped() const { return m_cancelled || m_abandoned; }
+
     bool isGone(const QString &id) const
     {
         // An account that could not be opened this time is still one of those signed in. The flag
@@ -245,17 +357,39 @@ private:
 
     void forget(const QString &id)
     {
+        // As long as the map names the account, also a kill is followed by another attempt.
+        removeMedia(m_plan.source, id);
+        removeMedia(m_plan.target, id);
         m_plan.accounts.remove(id);
         store();
-        Util::removeLocalFolder(m_plan.target + accountFolder(id));
+        removeMedia(m_plan.target, id);
+        std::erase_if(m_report.problems, [&](const Problem &problem) { return problem.id == id; });
+    }
+
+    FolderMove::Result carryAll(const QStringList &ids)
+    {
+        m_report.problems.clear();
+        FolderMove::Result worst = FolderMove::Done;
+        for (const QString &id : ids) {
+            if (isStopped())
+                break;
+            if (!m_plan.accounts.contains(id))
+                continue;
+            const FolderMove::Result ofAccount = carryAccount(id);
+            if (!isGone(id))
+                worst = std::max(worst, ofAccount);
+        }
+        clean(); // whoever has signed out meanwhile
+        return isStopped() ? FolderMove::Cancelled : worst;
     }
 
     FolderMove::Result carryAccount(const QString &id)
     {
+        FolderMove::Result worst = FolderMove::Done;
         QVariantList entries = fromJsonText(m_plan.accounts.value(id));
         for (QVariant &entry : entries) {
             if (isGone(id))
-                return FolderMove::Cancelled;
+                return worst;
             QVariantMap fields = entry.toMap();
             const auto markMoved = [&] {
                 fields.insert(movedKey(), true);
@@ -264,10 +398,11 @@ private:
                 return store();
             };
             const FolderMove::Result result = carryFolder(id, fields, markMoved);
-            if (result != FolderMove::Done)
-                return result;
+            worst = std::max(worst, result);
+            if (result > FolderMove::InUse)
+                break;
         }
-        return FolderMove::Done;
+        return worst;
     }
 
     /// A folder that is marked as moved may have files left: some without bytes, originals that a
@@ -276,58 +411,93 @@ private:
     FolderMove::Result carryFolder(const QString &id, const QVariantMap &fields,
                                    MarkMoved markMoved)
     {
-        const FolderMove::Task task = {
-            m_plan.source, m_plan.target,
-            ModelBaseUtil::makeMediaPath(accountFolder(id), fields.value(modelTypeKey()).toInt(),
-                                         fields.value(fileTypeKey()).toInt()),
-            m_plan.target + accountFolder(id) + QStringLiteral(".moving")};
+        const QString folder = folderOf(fields);
+        const FolderMove::Task task = {m_plan.source, m_plan.target, accountFolder(id) + folder,
+                                       m_plan.target + accountFolder(id)
+                                           + QStringLiteral(".moving"),
+                                       fields.value(skippedKey()).toStringList()};
         for (int round = 0; round < rounds; ++round) {
             FolderMove move(task, [this](qint64 count) { return advance(count); });
-            if (const FolderMove::Result result = move.copy(); result != FolderMove::Done)
-                return result;
-            if (m_cancelled)
+            if (move.copy() >= FolderMove::NoSpace)
+                return move.worst();
+            if (isStopped())
                 return FolderMove::Cancelled;
+            for (const auto &[name, newName] : move.renamed()) {
+                const QString path = QDir::fromNativeSeparators(task.folder);
+                AppDirManager::instance()->addRenamed(m_plan.source, path + name, path + newName);
+                m_settings->setValue(QStringLiteral("moved_file_names"),
+                                     AppDirManager::instance()->renamedFiles(), true);
+            }
             // The originals go only after what says so is on the disk.
-            if (!fields.value(movedKey()).toBool() && !markMoved())
+            const bool isMarked = move.worst() != FolderMove::Done
+                || fields.value(movedKey()).toBool() || markMoved();
+            if (!isMarked || (move.hasCopies() && !sync()))
                 return FolderMove::NoSpace;
-            if (move.removeOriginals())
-                return FolderMove::Done;
+            const bool all = move.removeOriginals();
+            tell(move.moved());
+            if (!all && round + 1 < rounds)
+                continue;
+            for (const FolderMove::Problem &problem : move.problems()) {
+                m_report.problems.push_back(
+                    {id, folder, move.nameOf(problem), problem.path, FileCause(problem.cause)});
+            }
+            return all ? move.worst() : std::max(move.worst(), FolderMove::InUse);
         }
-        ImLog::error(lcMove(), QStringLiteral("A data move is behind files that keep changing"));
-        return FolderMove::Failed;
+        return FolderMove::InUse;
     }
 
     bool store()
     {
+        if (m_abandoned)
+            return true;
         m_settings->setMovedDataInfo(mapToJson(m_plan.accounts));
         return m_settings->flush();
     }
 
+    bool sync()
+    {
+        return m_abandoned || (m_settings->flush() && m_settings->globalStorage()->sync());
+    }
+
+    void tell(const QStringList &paths)
+    {
+        if (!paths.isEmpty()) {
+            QMetaObject::invokeMethod(
+                m_move, [paths] { BaseFile::tellFollowers(paths); }, Qt::QueuedConnection);
+        }
+    }
+
     bool advance(qint64 count)
     {
-        m_movedBytes += count;
+        m_report.movedBytes += count;
         if (m_sinceShown.elapsed() >= progressMs) {
             m_sinceShown.start();
             QMetaObject::invokeMethod(
                 m_move,
-                [move = m_move, moved = m_movedBytes, total = m_plan.bytes] {
+                [move = m_move, moved = m_report.movedBytes, total = m_report.totalBytes] {
                     move->setProgress(moved, total);
                 },
                 Qt::QueuedConnection);
         }
-        return !m_cancelled;
+        return !isStopped();
     }
 
     AppDataMove *const m_move;
     const AccountManager *const m_manager;
     const std::atomic<bool> &m_cancelled;
+    const std::atomic<bool> &m_abandoned;
     AppSettingModel *const m_settings;
     Plan m_plan;
-    qint64 m_movedBytes = 0;
+    Report m_report;
     QElapsedTimer m_sinceShown;
 };
 
-AppDataMove::AppDataMove(QObject *parent) : QObject(parent) { }
+AppDataMove::AppDataMove(QObject *parent) : QObject(parent)
+{
+    m_again.setSingleShot(true);
+    m_again.setInterval(laterMs);
+    connect(&m_again, &QTimer::timeout, this, &AppDataMove::resume);
+}
 
 AppDataMove::~AppDataMove()
 {
@@ -337,30 +507,25 @@ AppDataMove::~AppDataMove()
 bool AppDataMove::moveTo(const QString &targetDirectory)
 {
     m_manager = AccountManager::getInstance();
-    const auto refuse = [this](const char *reason, const QString &text) {
-        ImLog::error(lcMove(), QStringLiteral("Data move refused: ") + QLatin1String(reason));
-        Q_EMIT m_manager->error(0, text, 0);
-        return false;
-    };
-
     if (m_running)
-        return refuse("the last one has not finished", unfinishedText());
+        return refuse(Reason::Running);
     Plan plan;
     plan.source = AppDirManager::instance()->cacheDataDir();
     const QString path = Util::toLocalFile(targetDirectory);
     if (plan.source.isEmpty() || path.isEmpty() || !path.isValidUtf16())
-        return refuse("no directory", permissionText());
+        return refuse(Reason::NoTarget);
     plan.target = QDir::toNativeSeparators(QDir::cleanPath(QFileInfo(path).absoluteFilePath()));
     if (!plan.target.endsWith(Util::separator()))
         plan.target += Util::separator();
-    if (overlap(plan.source, plan.target))
-        return refuse("one directory holds the other", overlapText());
+    if (const Reason reason = obstacle(plan.source, plan.target); reason != Reason::None)
+        return refuse(reason);
+    dropStored();
     const AppSettingModel *settings = AppSettingModel::instance();
     // A move that has not finished can be taken back; and without its old place it never will be.
     if (const QDir oldPlace(settings->oldCacheDataPath());
         !settings->movedDataInfo().isEmpty() && oldPlace.exists()) {
         if (oldPlace != QDir(plan.target))
-            return refuse("the last one has not finished", unfinishedText());
+            return refuse(Reason::LastUnfinished);
         plan.undoneSource = settings->oldCacheDataPath();
         plan.undoneInfo = settings->movedDataInfo();
     }
@@ -368,15 +533,38 @@ bool AppDataMove::moveTo(const QString &targetDirectory)
     for (const qint64 id : m_manager->getAccountIds())
         plan.accounts.insert(QString::number(id), QVariant());
     begin();
-    run(plan, &AppDataMove::survey);
+    run([this, plan] { survey(plan); });
     return true;
+}
+
+void AppDataMove::measure(const QString &targetDirectory)
+{
+    const QString source = AppDirManager::instance()->cacheDataDir();
+    const QList<qint64> ids = AccountManager::getInstance()->getAccountIds();
+    run([this, source, ids, targetDirectory] {
+        qint64 needed = 0;
+        for (const qint64 id : ids)
+            surveyAccount(source, QString::number(id), &needed);
+        const QString target = Util::toLocalFile(targetDirectory);
+        const qint64 available =
+            QFileInfo(target).isDir() ? QStorageInfo(target).bytesAvailable() : -1;
+        QMetaObject::invokeMethod(
+            this,
+            [this, targetDirectory, needed, available] {
+                Q_EMIT measured(targetDirectory, needed, available);
+            },
+            Qt::QueuedConnection);
+    });
 }
 
 void AppDataMove::resume()
 {
+    if (m_running)
+        return;
+    dropStored();
     AppSettingModel *settings = AppSettingModel::instance();
     const QByteArray info = settings->movedDataInfo();
-    if (m_running || info.isEmpty())
+    if (info.isEmpty())
         return;
     m_manager = AccountManager::getInstance();
     Plan plan;
@@ -385,30 +573,122 @@ void AppDataMove::resume()
     plan.accounts = readAccounts(info);
 
     // A disk that is not there may come back.
-    if (plan.source.isEmpty() || !QFileInfo(plan.source).isDir()) {
+    if (!QFileInfo(plan.source).isDir()) {
         ImLog::error(lcMove(),
                      QStringLiteral("A data move cannot go on: the old place is not there"));
         return;
     }
     begin();
-    if (!QFileInfo(plan.target).isDir())
-        fail("the new place is not there", permissionText());
-    else if (overlap(plan.source, plan.target))
-        fail("one directory holds the other", overlapText());
+    if (const Reason reason = obstacle(plan.source, plan.target); reason != Reason::None)
+        fail(reason);
     else
-        run(plan, &AppDataMove::carryOver);
+        run([this, plan] { carryOver(plan); });
 }
 
 void AppDataMove::cancel()
 {
     m_cancelled = true;
+    m_again.stop();
+}
+
+bool AppDataMove::skip()
+{
+    AppSettingModel *settings = AppSettingModel::instance();
+    const QByteArray info = settings->movedDataInfo();
+    if (m_running || m_problems.empty() || info.isEmpty())
+        return false;
+    const bool isAllInUse =
+        std::all_of(m_problems.cbegin(), m_problems.cend(), [](const Problem &problem) {
+            return problem.cause == FileCause::BeingWritten;
+        });
+    QVariantMap accounts = jsonToMap(info);
+    for (const Problem &problem : m_problems) {
+        if (problem.cause == FileCause::BeingWritten && !isAllInUse)
+            continue;
+        QVariantList entries = fromJsonText(accounts.value(problem.id));
+        for (QVariant &entry : entries) {
+            QVariantMap fields = entry.toMap();
+            if (folderOf(fields) != problem.folder)
+                continue;
+            fields.insert(skippedKey(),
+                          fields.value(skippedKey()).toStringList() + QStringList{problem.name});
+            entry = fields;
+        }
+        accounts.insert(problem.id, toJsonText(entries));
+    }
+    settings->setMovedDataInfo(mapToJson(accounts));
+    if (!settings->flush())
+        return false;
+    resume();
+    return m_running;
+}
+
+void AppDataMove::giveUp()
+{
+    m_again.stop();
+    if (m_running) {
+        m_givingUp = true;
+        cancel();
+    } else if (unfinished()) {
+        AppSettingModel::instance()->setMovedDataInfo({});
+        m_ids.clear();
+        setOutcome(Outcome::GivenUp, Reason::None);
+    }
 }
 
 void AppDataMove::reset()
 {
     cancel();
-    if (m_task.valid())
-        m_task.wait();
+    for (const std::future<void> &task : m_tasks)
+        task.wait();
+    m_tasks.clear();
+}
+
+bool AppDataMove::unfinished() const
+{
+    return m_running || !AppSettingModel::instance()->movedDataInfo().isEmpty();
+}
+
+QString AppDataMove::reasonText() const
+{
+    return textsOf(m_reason).first;
+}
+
+QVariantList AppDataMove::problems() const
+{
+    QVariantList list;
+    for (const Problem &problem : m_problems) {
+        list.append(QVariantMap{{QStringLiteral("path"), QDir::toNativeSeparators(problem.path)},
+                                {QStringLiteral("cause"), QVariant::fromValue(problem.cause)},
+                                {QStringLiteral("text"), textOf(problem.cause)}});
+    }
+    return list;
+}
+
+/// A stored move without an old place is none: the settings were reset under it.
+void AppDataMove::dropStored()
+{
+    AppSettingModel *settings = AppSettingModel::instance();
+    if (settings->movedDataInfo().isEmpty() || !settings->oldCacheDataPath().isEmpty())
+        return;
+    ImLog::error(lcMove(), QStringLiteral("A stored data move has no old place and is dropped"));
+    settings->setMovedDataInfo({});
+}
+
+/// The settings have been reset: nobody is signed in, and the stored move is gone.
+void AppDataMove::abandon()
+{
+    m_abandoned = true;
+    m_again.stop();
+    if (m_running || m_ids.isEmpty())
+        return;
+    m_cancelled = false;
+    Plan plan;
+    plan.source = m_source;
+    plan.target = m_target;
+    for (const QString &id : std::exchange(m_ids, {}))
+        plan.accounts.insert(id, QVariant());
+    run([this, plan] { Carrier(this, Plan(plan)).clean(); });
 }
 
 void AppDataMove::begin()
@@ -416,18 +696,28 @@ void AppDataMove::begin()
     // The manager forgets its accounts when it is given up: none of them is gone then.
     connect(m_manager, &AccountManager::beginReset, this, &AppDataMove::cancel,
             Qt::UniqueConnection);
+    connect(AppSettingModel::instance(), &AppSettingModel::paramsBeReseted, this,
+            &AppDataMove::abandon, Qt::UniqueConnection);
+    m_again.stop();
     m_cancelled = false;
+    m_abandoned = false;
+    m_givingUp = false;
     m_running = true;
+    m_problems.clear();
+    m_ids.clear();
+    setOutcome(Outcome::None, Reason::None);
     Q_EMIT runningChanged();
     setProgress(0, 0);
 }
 
-void AppDataMove::run(const Plan &plan, void (AppDataMove::*work)(Plan))
+void AppDataMove::run(const std::function<void()> &work)
 {
+    std::erase_if(m_tasks, [](const std::future<void> &task) {
+        return task.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+    });
     // Also a task that is dropped unrun makes the future ready.
-    const auto task =
-        std::make_shared<std::packaged_task<void()>>([this, plan, work] { (this->*work)(plan); });
-    m_task = task->get_future();
+    const auto task = std::make_shared<std::packaged_task<void()>>(work);
+    m_tasks.push_back(task->get_future());
     ThreadManager::run([task] { (*task)(); }, true);
 }
 
@@ -444,31 +734,37 @@ void AppDataMove::survey(Plan plan)
 
 void AppDataMove::switchOver(const Plan &plan)
 {
-    if (m_cancelled)
-        return end(false);
+    if (m_cancelled || m_abandoned)
+        return end(Outcome::Cancelled);
     setProgress(0, plan.bytes);
     const QStorageInfo storage(plan.target);
     if (!storage.isValid() || storage.bytesAvailable() < plan.bytes)
-        return fail("too little space", spaceText());
+        return fail(Reason::NoSpace);
 
     // Stored in one step first, so that no kill leaves new paths without the map, or half of them.
     AppSettingModel *settings = AppSettingModel::instance();
+    AppDirManager *dirs = AppDirManager::instance();
     const QByteArray info = mapToJson(plan.accounts);
+    dirs->addFormerDir(plan.source);
+    const QByteArray names = dirs->renamedFiles();
     settings->saveToConfig({{QStringLiteral("cache_data_path"), plan.target},
                             {QStringLiteral("old_cache_data_path"), plan.source},
+                            {QStringLiteral("moved_file_names"), names},
                             {QStringLiteral("moved_data_info"), info}});
     settings->setCacheDataPath(plan.target, true);
     settings->setOldCacheDataPath(plan.source);
+    settings->setValue(QStringLiteral("moved_file_names"), names, true);
     settings->setMovedDataInfo(info);
-    AppDirManager::instance()->updateCacheDataDir(plan.target, plan.source);
+    dirs->updateCacheDataDir(plan.target, plan.source);
     m_manager->updateUserCacheDataPath();
 
     const bool stored = settings->flush();
     if (stored && !plan.accounts.isEmpty()
         && Util::mkpath(plan.target + accountFolder(plan.accounts.firstKey())))
-        return run(plan, &AppDataMove::carryOver);
+        return run([this, plan] { carryOver(plan); });
 
-    Q_EMIT m_manager->error(0, stored ? permissionText() : spaceText(), 0);
+    const Reason reason = stored ? Reason::NoPermission : Reason::NoSpace;
+    tell(reason);
     settings->saveToConfig({{QStringLiteral("cache_data_path"), plan.source},
                             {QStringLiteral("old_cache_data_path"), plan.undoneSource},
                             {QStringLiteral("moved_data_info"), plan.undoneInfo}});
@@ -476,51 +772,98 @@ void AppDataMove::switchOver(const Plan &plan)
     settings->setOldCacheDataPath(plan.undoneSource);
     settings->setMovedDataInfo(plan.undoneInfo);
     m_running = false;
-    AppDirManager::instance()->updateCacheDataDir(plan.source, plan.undoneSource);
+    dirs->updateCacheDataDir(plan.source, plan.undoneSource);
     m_manager->updateUserCacheDataPath();
     settings->flush();
-    end(false);
+    end(Outcome::Failed, reason);
 }
 
 void AppDataMove::carryOver(Plan plan)
 {
-    Carrier carrier(this, std::move(plan));
-    const FolderMove::Result result = carrier.run();
     QMetaObject::invokeMethod(
-        this, [this, result, bytes = carrier.totalBytes()] { complete(result, bytes); },
+        this,
+        [this, source = plan.source, target = plan.target, ids = plan.accounts.keys()] {
+            m_source = source;
+            m_target = target;
+            m_ids = ids;
+        },
         Qt::QueuedConnection);
+    Carrier carrier(this, std::move(plan));
+    const Report report = carrier.run();
+    QMetaObject::invokeMethod(
+        this, [this, report] { complete(report); }, Qt::QueuedConnection);
 }
 
-void AppDataMove::complete(int result, qint64 bytes)
+void AppDataMove::complete(const Report &report)
 {
-    switch (result) {
-    case FolderMove::Done:
-        AppSettingModel::instance()->setMovedDataInfo({});
-        setProgress(bytes, bytes);
-        return end(true);
-    case FolderMove::Cancelled:
-        return end(false);
-    case FolderMove::NoSpace:
-        return fail("too little space", spaceText());
-    default:
-        return fail("something could not be moved", permissionText());
+    AppSettingModel *settings = AppSettingModel::instance();
+    m_problems = report.problems;
+    if (m_abandoned) { // it may have been stored once more behind the reset
+        settings->setMovedDataInfo({});
+        m_ids.clear();
     }
+    const bool isDone = report.result == FolderMove::Done && !m_abandoned;
+    setProgress(isDone ? report.totalBytes : report.movedBytes, report.totalBytes);
+    if (isDone) {
+        settings->setMovedDataInfo({});
+        m_ids.clear();
+        return end(Outcome::Moved);
+    }
+    if (m_abandoned || report.result == FolderMove::Cancelled)
+        return end(Outcome::Cancelled);
+    if (report.result == FolderMove::InUse)
+        m_again.start();
+    fail(report.result == FolderMove::NoSpace     ? Reason::NoSpace
+             : report.result == FolderMove::InUse ? Reason::FilesInUse
+                                                  : Reason::FilesLeft);
 }
 
-void AppDataMove::fail(const char *reason, const QString &text)
+bool AppDataMove::refuse(Reason reason)
 {
-    ImLog::error(lcMove(), QStringLiteral("Data move: ") + QLatin1String(reason));
+    const auto [text, words] = textsOf(reason);
+    ImLog::error(lcMove(), QStringLiteral("Data move refused: ") + QLatin1String(words));
+    if (!m_running)
+        setOutcome(Outcome::Refused, reason);
     Q_EMIT m_manager->error(0, text, 0);
-    end(false);
+    return false;
 }
 
-void AppDataMove::end(bool ok)
+void AppDataMove::tell(Reason reason)
+{
+    const auto [text, words] = textsOf(reason);
+    ImLog::error(lcMove(), QStringLiteral("Data move: ") + QLatin1String(words));
+    Q_EMIT m_manager->error(0, text, 0);
+}
+
+void AppDataMove::fail(Reason reason)
+{
+    tell(reason);
+    end(Outcome::Failed, reason);
+}
+
+void AppDataMove::end(Outcome outcome, Reason reason)
 {
     m_running = false;
+    if (std::exchange(m_givingUp, false) && unfinished()) {
+        AppSettingModel::instance()->setMovedDataInfo({});
+        m_ids.clear();
+        m_again.stop();
+        outcome = Outcome::GivenUp;
+        reason = Reason::None;
+    }
+    setOutcome(outcome, reason);
+    const bool ok = outcome == Outcome::Moved;
     if (ok && std::exchange(m_percent, 100) != 100)
         Q_EMIT percentChanged();
     Q_EMIT runningChanged();
     Q_EMIT finished(ok);
+}
+
+void AppDataMove::setOutcome(Outcome outcome, Reason reason)
+{
+    m_outcome = outcome;
+    m_reason = reason;
+    Q_EMIT outcomeChanged();
 }
 
 void AppDataMove::setProgress(qint64 movedBytes, qint64 totalBytes)

@@ -1,7 +1,9 @@
 #include "settings/foldermove_p.h"
 
+#include "base/basefile.h"
 #include "base/util.h"
 #include "imlog/imlog.h"
+#include "settings/fileinuse.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -12,6 +14,7 @@
 #include <QScopeGuard>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 
 namespace
@@ -22,6 +25,8 @@ Q_LOGGING_CATEGORY(lcMove, "im.settingmodel.move")
 constexpr qsizetype bufferSize = 1 << 20;
 /// How often a file is copied that changes meanwhile.
 constexpr int attempts = 3;
+/// As coarse as the times of a file system may be (FAT's are).
+constexpr std::chrono::seconds coarseTime(2);
 
 /// With one kind of slashes and without "..", so that paths below it can be cut off.
 QString cleanFolder(const QString &path)
@@ -52,14 +57,10 @@ QString folderOf(const QString &path)
     return path.left(path.lastIndexOf(QLatin1Char('/')) + 1);
 }
 
-/// "name (2).jpg" for 2, the name itself for 0.
 QString numbered(const QString &path, int number)
 {
-    if (number == 0)
-        return path;
-    const qsizetype dot = path.lastIndexOf(QLatin1Char('.'));
-    const qsizetype end = dot > folderOf(path).size() ? dot : path.size();
-    return path.left(end) + QStringLiteral(" (%1)").arg(number) + path.mid(end);
+    const QString folder = folderOf(path);
+    return folder + Util::numberedFileName(path.mid(folder.size()), number);
 }
 
 /// Fills the buffer as far as the file goes; -1 when it cannot be read.
@@ -79,27 +80,81 @@ qint64 fill(QIODevice &file, QByteArray &buffer)
 
 } // namespace
 
+/// What there is in a folder.
+struct FolderMove::Listing {
+    QStringList files;   // below the folder
+    QStringList folders; // likewise, with "/" at the end; those around come before those inside
+    QStringList unreadable;
+    qsizetype links = 0;
+};
+
 FolderMove::FolderMove(const Task &task, Advance advance)
     : m_sourceRoot(cleanFolder(task.sourceRoot)), m_targetRoot(cleanFolder(task.targetRoot)),
       m_source(cleanFolder(task.sourceRoot + task.folder)),
       m_target(cleanFolder(task.targetRoot + task.folder)), m_scratch(task.scratch),
-      m_advance(std::move(advance)), m_buffer(bufferSize, Qt::Uninitialized),
-      m_otherBuffer(bufferSize, Qt::Uninitialized)
+      m_skipped(task.skipped), m_advance(std::move(advance)),
+      m_buffer(bufferSize, Qt::Uninitialized), m_otherBuffer(bufferSize, Qt::Uninitialized)
 {
+}
+
+FolderMove::Listing FolderMove::list(const QString &root, const QString &folder,
+                                     const QStringList &skipped)
+{
+    using Type = std::filesystem::file_type;
+    const auto typeOf = [](const QFileInfo &info) {
+        std::error_code error;
+        return std::filesystem::symlink_status(info.filesystemFilePath(), error).type();
+    };
+    const auto isUnknown = [](Type type) { return type == Type::none || type == Type::unknown; };
+
+    Listing listing;
+    if (skipped.contains(QString()))
+        return listing;
+    if (leadsThroughLink(root, folder))
+        listing.links = 1;
+    else if (const Type type = typeOf(QFileInfo(folder.chopped(1))); isUnknown(type))
+        listing.unreadable.append(QString());
+    else if (type == Type::directory)
+        listing.folders.append(QString());
+    for (qsizetype i = 0; i < listing.folders.size(); ++i) {
+        const QString path = folder + listing.folders.at(i);
+        // Qt's iterator says nothing of a folder that it cannot read.
+        std::error_code error;
+        std::filesystem::directory_iterator(QFileInfo(path).filesystemFilePath(), error);
+        if (error) {
+            if (QFileInfo::exists(path))
+                listing.unreadable.append(listing.folders.at(i));
+            continue;
+        }
+        QDirIterator entry(path,
+                           QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+        while (entry.hasNext()) {
+            entry.next();
+            const QFileInfo info = entry.fileInfo();
+            const QString name = entry.filePath().mid(folder.size());
+            if (skipped.contains(name))
+                continue;
+            if (isLink(info))
+                ++listing.links;
+            else if (info.isDir())
+                listing.folders.append(name + QLatin1Char('/'));
+            else if (info.isFile())
+                listing.files.append(name);
+            else if (const Type type = typeOf(info); isUnknown(type))
+                listing.unreadable.append(name);
+            else if (type != Type::not_found)
+                ++listing.links; // a pipe or the like, which stays as well
+        }
+    }
+    return listing;
 }
 
 qint64 FolderMove::size(const QString &root, const QString &folder)
 {
     const QString path = cleanFolder(root + folder);
-    if (leadsThroughLink(cleanFolder(root), path))
-        return 0;
     qint64 size = 0;
-    QDirIterator entry(path, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-    while (entry.hasNext()) {
-        entry.next();
-        if (!isLink(entry.fileInfo()))
-            size += entry.fileInfo().size();
-    }
+    for (const QString &name : list(cleanFolder(root), path, {}).files)
+        size += QFileInfo(path + name).size();
     return size;
 }
 
@@ -117,48 +172,62 @@ std::optional<FolderMove::Stamp> FolderMove::stampOf(const QString &path)
     return error ? std::nullopt : std::optional(stamp);
 }
 
-QStringList FolderMove::files(bool logLinks) const
+bool FolderMove::isFresh(const Stamp &stamp)
 {
-    QStringList names;
-    qsizetype links = 0;
-    if (leadsThroughLink(m_sourceRoot, m_source)) {
-        links = 1;
-    } else {
-        QDirIterator entry(
-            m_source, QDir::Files | QDir::Dirs | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-            QDirIterator::Subdirectories);
-        while (entry.hasNext()) {
-            entry.next();
-            if (isLink(entry.fileInfo()))
-                ++links;
-            else if (entry.fileInfo().isFile())
-                names.append(entry.filePath().mid(m_source.size()));
-        }
-    }
-    if (links > 0 && logLinks)
-        log("links are left where they are", QString::number(links));
-    return names;
+    return stamp.modified + coarseTime > std::filesystem::file_time_type::clock::now();
+}
+
+bool FolderMove::isInUse(const QString &path) const
+{
+    return FileInUse::contains(path) || Util::isOpenForWriting(path);
 }
 
 FolderMove::Result FolderMove::copy()
 {
     m_copies.clear();
-    for (const QString &name : files(true)) {
-        if (const Result result = copyFile(name); result != Done)
-            return result;
+    m_problems.clear();
+    m_worst = Done;
+    const Listing listing = list(m_sourceRoot, m_source, m_skipped);
+    if (listing.links > 0)
+        log("links are left where they are", QString::number(listing.links));
+    for (const QString &name : listing.unreadable)
+        note(m_source + name, Unreadable);
+    for (const QString &name : listing.files) {
+        m_worst = std::max(m_worst, copyFile(name));
+        if (m_worst >= NoSpace)
+            return m_worst;
     }
     if (!m_copies.isEmpty() && !Util::syncFolder(m_target)) {
         log("the copies do not reach the disk");
-        return Failed;
+        m_copies.clear();
+        m_worst = NoSpace;
     }
-    return Done;
+    return m_worst;
+}
+
+QString FolderMove::nameOf(const Problem &problem) const
+{
+    QString name = problem.path.mid(m_source.size());
+    return name.endsWith(QLatin1Char('/')) ? name.chopped(1) : name;
+}
+
+QList<std::pair<QString, QString>> FolderMove::renamed() const
+{
+    QList<std::pair<QString, QString>> names;
+    for (const Copy &copy : m_copies) {
+        if (const QString name = copy.path.mid(m_target.size()); name != copy.name)
+            names.append({copy.name, name});
+    }
+    return names;
 }
 
 FolderMove::Result FolderMove::copyFile(const QString &name)
 {
     const QString from = m_source + name;
+    if (isInUse(from))
+        return note(from, BeingWritten);
     if (!makeFolder(folderOf(m_target + name)))
-        return Failed;
+        return note(from, InTheWay);
     for (int attempt = 0; attempt < attempts; ++attempt) {
         const std::optional<Stamp> stamp = stampOf(from);
         if (!stamp)
@@ -173,18 +242,17 @@ FolderMove::Result FolderMove::copyFile(const QString &name)
                 break;
             const std::optional<Stamp> presentStamp = stampOf(to);
             if (presentStamp && presentStamp->size == stamp->size && hasSameContent(from, to)) {
-                m_copies.append({name, *stamp, to, {}});
+                m_copies.append({name, *stamp, to, {}, isFresh(*stamp)});
                 return m_advance(stamp->size) ? Done : Cancelled;
             }
         }
         if (const std::optional<Result> result = copyContent(from, to, *stamp)) {
             if (*result == Done)
-                m_copies.append({name, *stamp, to, stampOf(to)});
+                m_copies.append({name, *stamp, to, stampOf(to), isFresh(*stamp)});
             return *result;
         }
     }
-    log("a file changes too often to be copied");
-    return Failed;
+    return note(from, BeingWritten);
 }
 
 std::optional<FolderMove::Result> FolderMove::copyContent(const QString &from, const QString &to,
@@ -194,14 +262,12 @@ std::optional<FolderMove::Result> FolderMove::copyContent(const QString &from, c
     if (!in.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
         if (!stampOf(from))
             return {};
-        log("a file cannot be read", in.errorString());
-        return Failed;
+        return note(from, Unreadable, in.errorString());
     }
     QFile::remove(m_scratch);
     QFile out(m_scratch);
     if (!out.open(QIODevice::ReadWrite | QIODevice::NewOnly | QIODevice::Unbuffered)) {
-        log("a file cannot be made", out.errorString());
-        return Failed;
+        return note(from, NotWritable, out.errorString());
     }
     qint64 written = 0;
     auto undo = qScopeGuard([&] {
@@ -211,10 +277,8 @@ std::optional<FolderMove::Result> FolderMove::copyContent(const QString &from, c
 
     while (true) {
         const qint64 count = fill(in, m_buffer);
-        if (count < 0) {
-            log("a file cannot be read", in.errorString());
-            return Failed;
-        }
+        if (count < 0)
+            return note(from, Unreadable, in.errorString());
         if (count == 0)
             break;
         if (out.write(m_buffer.constData(), count) != count) {
@@ -242,8 +306,7 @@ std::optional<FolderMove::Result> FolderMove::copyContent(const QString &from, c
     if (!QFile::rename(m_scratch, to)) {
         if (QFileInfo::exists(to))
             return {};
-        log("a file cannot be named");
-        return Failed;
+        return note(from, NotWritable);
     }
     undo.dismiss();
     return Done;
@@ -289,48 +352,82 @@ bool FolderMove::hasSameContent(QIODevice &left, QIODevice &right)
 
 bool FolderMove::removeOriginals()
 {
-    qsizetype kept = 0;
-    for (const Copy &copy : std::as_const(m_copies)) {
-        const QString path = m_source + copy.name;
-        const std::optional<Stamp> stamp = stampOf(path);
-        if (stamp == copy.original) {
-            QFile file(path);
-            // A file that is read-only can be removed on some systems only once it is not.
-            if (!file.remove()
-                && (!file.setPermissions(QFile::ReadOwner | QFile::WriteOwner) || !file.remove())) {
-                if (kept++ == 0)
-                    log("originals cannot be removed and are left", file.errorString());
-            }
-        } else if (stamp && copy.made && stampOf(copy.path) == copy.made) {
-            // The copy of what the file was; it must not take the name from what it is now.
-            QFile::remove(copy.path);
-        }
-    }
+    m_moved.clear();
+    bool all = true;
+    for (const Copy &copy : std::as_const(m_copies))
+        all = removeOriginal(copy) && all;
     m_copies.clear();
     removeEmptyFolders();
-    return files(false).size() <= kept;
+    QStringList known = m_skipped;
+    for (const Problem &problem : std::as_const(m_problems))
+        known.append(nameOf(problem));
+    return all && list(m_sourceRoot, m_source, known).files.isEmpty();
+}
+
+bool FolderMove::removeOriginal(const Copy &copy)
+{
+    const QString path = m_source + copy.name;
+    // The stamp does not tell of a change within the same tick of the clock.
+    const bool isSame = !copy.isFresh || hasSameContent(path, copy.path);
+    bool isRemoved = false;
+    bool isStale = false;
+    QString reason;
+    FileInUse::unlessUsed(path, [&] {
+        const std::optional<Stamp> stamp = stampOf(path);
+        if (!isSame || stamp != copy.original) {
+            // What has been deleted, or given another name, must not come back. But a disk that has
+            // been unplugged is no reason to destroy anything.
+            isStale = stamp || QFileInfo(folderOf(path)).isDir();
+        } else if (!Util::isOpenForWriting(path)) {
+            BaseFile::followFile(path, copy.path);
+            QFile file(path);
+            // A file that is read-only can be removed on some systems only once it is not.
+            isRemoved = file.remove()
+                || (file.setPermissions(QFile::ReadOwner | QFile::WriteOwner) && file.remove());
+            reason = file.errorString();
+            isStale = !isRemoved && !QFileInfo::exists(path); // somebody was quicker
+        }
+    });
+    if (isRemoved) {
+        m_moved.append(copy.path);
+        return true;
+    }
+    if (isStale) {
+        // It must not take the name from what the file is now.
+        if (copy.made && stampOf(copy.path) == copy.made)
+            QFile::remove(copy.path);
+        return !QFileInfo::exists(path);
+    }
+    if (QFileInfo::exists(path))
+        note(path, reason.isEmpty() ? BeingWritten : NotRemovable, reason);
+    return true;
 }
 
 void FolderMove::removeEmptyFolders()
 {
     if (leadsThroughLink(m_sourceRoot, m_source))
         return;
-    QStringList folders;
-    QDirIterator entry(m_source, QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot,
-                       QDirIterator::Subdirectories);
-    while (entry.hasNext()) {
-        entry.next();
-        if (!isLink(entry.fileInfo()))
-            folders.append(entry.filePath());
-    }
+    QStringList folders = list(m_sourceRoot, m_source, m_skipped).folders;
+    std::reverse(folders.begin(), folders.end());
+    for (const QString &folder : std::as_const(folders))
+        QDir().rmdir(m_source + folder);
     for (qsizetype end = m_source.size() - 1; end >= m_sourceRoot.size();
          end = m_source.lastIndexOf(QLatin1Char('/'), end - 1))
-        folders.append(m_source.left(end));
-    // Those inside come before those around them.
-    std::sort(folders.begin(), folders.end(),
-              [](const QString &a, const QString &b) { return a.size() > b.size(); });
-    for (const QString &folder : std::as_const(folders))
-        QDir().rmdir(folder);
+        QDir().rmdir(m_source.left(end));
+}
+
+FolderMove::Result FolderMove::note(const QString &path, Cause cause, const QString &reason)
+{
+    static constexpr const char *texts[] = {
+        "a file is being written and is left for later", "a file or folder cannot be read",
+        "a file cannot be made at the target",           "something is in the way at the target",
+        "an original cannot be removed and is left",
+    };
+    log(texts[cause], reason);
+    m_problems.append({path, cause});
+    const Result result = cause == BeingWritten ? InUse : cause == NotRemovable ? Done : Failed;
+    m_worst = std::max(m_worst, result);
+    return result;
 }
 
 void FolderMove::log(const char *problem, const QString &reason) const

@@ -3,10 +3,15 @@
 #include "base/storedvalue.h"
 #include "base/util.h"
 
+#include <QDir>
 #include <QFileInfo>
+#include <QMultiHash>
 
 #include <algorithm>
+#include <condition_variable>
+#include <list>
 #include <optional>
+#include <thread>
 #include <utility>
 
 namespace
@@ -25,6 +30,87 @@ std::optional<BaseFile::FileState> storedState(const QVariant &value)
 }
 
 } // namespace
+
+/// The records that have paths, by these. A record that something is done with is pinned: it may
+/// leave the list meanwhile, but another thread that destroys it waits.
+class BaseFile::Followers
+{
+public:
+    static Followers &instance()
+    {
+        static Followers *all = new Followers; // records may outlive everything static
+        return *all;
+    }
+
+    void enter(BaseFile *record, const QString &path)
+    {
+        if (path.isEmpty())
+            return;
+        const QString key = keyOf(path);
+        const std::lock_guard lock(m_mutex);
+        m_records.insert(key, record);
+    }
+
+    /// False when it was not listed with that path.
+    bool leave(BaseFile *record, const QString &path)
+    {
+        if (path.isEmpty())
+            return false;
+        const QString key = keyOf(path);
+        const std::lock_guard lock(m_mutex);
+        const auto entry = m_records.constFind(key, record);
+        if (entry == m_records.constEnd())
+            return false;
+        m_records.erase(entry); // one: the cached copy may have the same path
+        return true;
+    }
+
+    /// Of a record that has left with all its paths.
+    void waitUntilUnpinned(const BaseFile *record)
+    {
+        const auto thread = std::this_thread::get_id();
+        std::unique_lock lock(m_mutex);
+        m_unpinned.wait(lock, [&] {
+            return std::none_of(m_pins.cbegin(), m_pins.cend(), [&](const Pin &pin) {
+                return pin.record == record && pin.thread != thread;
+            });
+        });
+    }
+
+    /// Calls `work` with each record that has this path.
+    template <typename Work>
+    void each(const QString &path, Work work)
+    {
+        const QString key = keyOf(path);
+        std::unique_lock lock(m_mutex);
+        for (BaseFile *record : m_records.values(key)) {
+            if (!m_records.contains(key, record)) // gone, by what was done with another one
+                continue;
+            const auto pin = m_pins.insert(m_pins.end(), {record, std::this_thread::get_id()});
+            lock.unlock();
+            work(record);
+            lock.lock();
+            m_pins.erase(pin);
+            m_unpinned.notify_all();
+        }
+    }
+
+    static QString keyOf(const QString &path)
+    {
+        return QDir::cleanPath(QDir::fromNativeSeparators(path));
+    }
+
+private:
+    struct Pin {
+        BaseFile *record;
+        std::thread::id thread;
+    };
+
+    std::mutex m_mutex; // a record's mutex may be held when this one is taken, never the reverse
+    std::condition_variable m_unpinned;
+    QMultiHash<QString, BaseFile *> m_records;
+    std::list<Pin> m_pins;
+};
 
 BaseFile::BaseFile(QObject *parent) : QObject(parent) { }
 
@@ -51,9 +137,26 @@ BaseFile::BaseFile(const BaseFile *other)
     m_fileType = other->m_fileType;
     m_fileState = other->m_fileState;
     m_fileExist = other->m_fileExist;
+    m_followed = other->m_followed;
+    m_listed = !m_filePath.isEmpty() || !m_cacheFilePath.isEmpty();
+    if (m_listed) {
+        Followers::instance().enter(this, m_filePath);
+        Followers::instance().enter(this, m_cacheFilePath);
+    }
 }
 
-BaseFile::~BaseFile() = default;
+BaseFile::~BaseFile()
+{
+    // What another thread does with a follower uses nothing but what is still there.
+    if (!m_listed)
+        return;
+    {
+        const ReadLocker locker(m_mutex);
+        Followers::instance().leave(this, m_filePath);
+        Followers::instance().leave(this, m_cacheFilePath);
+    }
+    Followers::instance().waitUntilUnpinned(this);
+}
 
 // Fields
 
@@ -142,7 +245,7 @@ QString BaseFile::filePath() const
 
 void BaseFile::setFilePath(const QString &path)
 {
-    assign(m_filePath, path, PathChange);
+    setPlace(FilePlace, path, PathChange);
 }
 
 QString BaseFile::cacheFilePath() const
@@ -153,7 +256,7 @@ QString BaseFile::cacheFilePath() const
 
 void BaseFile::setCacheFilePath(const QString &path)
 {
-    assign(m_cacheFilePath, path, NoChange);
+    setPlace(CachePlace, path, NoChange);
 }
 
 bool BaseFile::fileExist() const
@@ -165,6 +268,72 @@ bool BaseFile::fileExist() const
 void BaseFile::setFileExist(bool exist)
 {
     assign(m_fileExist, exist, ExistChange);
+}
+
+// Following
+
+void BaseFile::setPlace(Place place, const QString &path, quint16 change)
+{
+    const Locker locker(this);
+    QString &field = place == FilePlace ? m_filePath : m_cacheFilePath;
+    if (field == path)
+        return;
+    const QString before = std::exchange(field, path);
+    m_followed &= ~place;
+    m_listed = true;
+    Followers::instance().leave(this, before);
+    Followers::instance().enter(this, path);
+    noteChange(change);
+}
+
+void BaseFile::followFile(const QString &from, const QString &to)
+{
+    Followers::instance().each(from, [&](BaseFile *record) { record->follow(from, to); });
+}
+
+void BaseFile::tellFollowers(const QStringList &paths)
+{
+    for (const QString &path : paths)
+        Followers::instance().each(path, [](BaseFile *record) { record->tellPath(); });
+}
+
+// The two below may meet a record of which another thread has destroyed all but this class.
+
+void BaseFile::follow(const QString &from, const QString &to)
+{
+    const ReadLocker locker(m_mutex);
+    const QString key = Followers::keyOf(from);
+    for (const Place place : {FilePlace, CachePlace}) {
+        QString &field = place == FilePlace ? m_filePath : m_cacheFilePath;
+        if (field.isEmpty() || Followers::keyOf(field) != key
+            || !Followers::instance().leave(this, field))
+            continue;
+        Followers::instance().enter(this, to);
+        field = to;
+        m_followed |= place;
+        if (place == FilePlace)
+            m_changes |= PathChange;
+    }
+}
+
+void BaseFile::tellPath()
+{
+    QString path;
+    {
+        const ReadLocker locker(m_mutex);
+        if (m_depth > 0 || !(m_changes & PathChange))
+            return;
+        m_changes &= ~PathChange;
+        path = m_filePath;
+    }
+    Q_EMIT filePathChanged(path); // nothing after it: a handler may have destroyed the record
+}
+
+bool BaseFile::takeFollowed(Place place)
+{
+    const bool followed = m_followed & place;
+    m_followed &= ~place;
+    return followed;
 }
 
 // Names and checks

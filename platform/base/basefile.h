@@ -79,6 +79,16 @@ public:
     /// Whether the file was there when the disk was last looked at.
     bool fileExist() const;
 
+    // A file of ours that is put elsewhere takes its records along. Paths are absolute; how their
+    // slashes are written does not matter.
+
+    /// To be called before the file at `from` goes, when it is at `to` as well: every record that
+    /// had it at `from`, or its cached copy, has it at `to` when the call returns. No signal fires.
+    static void followFile(const QString &from, const QString &to);
+    /// Has filePathChanged() fired, on the calling thread, for the records that followFile() has
+    /// brought to one of these paths, where nothing else has fired it since.
+    static void tellFollowers(const QStringList &paths);
+
     /// Without the dot, in the letter case that it came in; empty when there is none.
     virtual QString fileExtension() const;
     /// What people call the file, as it was sent. The base class has nothing better than the id.
@@ -158,6 +168,10 @@ protected:
         noteChange(change);
     }
     void setFileExist(bool exist);
+    enum Place : quint8 { FilePlace = 1, CachePlace = 2 };
+    /// Whether followFile() has changed that path since it was set, or since this was asked last:
+    /// what was recorded of the file's times is not that of the copy. Under the mutex.
+    bool takeFollowed(Place place);
 
     /// The names that a stored map has for the fields of one of its files.
     struct StoredKeys {
@@ -173,6 +187,12 @@ protected:
     mutable std::recursive_mutex m_mutex;
 
 private:
+    class Followers;
+
+    void setPlace(Place place, const QString &path, quint16 change);
+    void follow(const QString &from, const QString &to);
+    void tellPath();
+
     QString m_fileId;
     QByteArray m_aesKey;
     QByteArray m_fileMd5;
@@ -183,6 +203,8 @@ private:
     qint32 m_fileType = 0;
     FileState m_fileState = NotDownloaded;
     bool m_fileExist = false;
+    quint8 m_followed = 0; // Places whose paths followFile() has changed
+    bool m_listed = false; // among the followers, once it had a path
     quint16 m_depth = 0;   // of Lockers
     quint16 m_changes = 0; // whose signals are due
 };

@@ -59,6 +59,9 @@ public:
     /// On Linux that is all the file system has to write, and may take seconds. False when there is
     /// no such directory, or the system reports that it could not be written.
     static bool syncFolder(const QString &path);
+    /// Whether some process, this one included, has the file open for writing. False where the
+    /// system does not tell: that it is only known on Linux, for files of one's own.
+    static bool isOpenForWriting(const QString &path);
     /// A local path from a path or a "file:" URL. A path is returned as it is.
     static QString toLocalFile(const QString &pathOrUrl);
     /// A name that a file can be given on any system, made of one that came from somewhere else.
@@ -70,6 +73,9 @@ public:
     /// extension, whole characters of it as people see them. Never empty, ".", or ".."; a safe name
     /// comes back as it is.
     static QString safeFileName(const QString &name);
+    /// "name (2).jpg" of "name.jpg" and 2; the name itself for 0. Where that is longer than 255
+    /// bytes in UTF-8, the end of what stands before the number is cut off, as safeFileName() does.
+    static QString numberedFileName(const QString &name, int number);
     /// A size for people, in steps of 1024 with one digit after the point: "0 B", "1.5 KB",
     /// "12.0 MB". Negative sizes count as 0.
     static QString intToSizeStr(qint64 bytes);

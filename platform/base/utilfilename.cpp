@@ -116,3 +116,15 @@ QString Util::safeFileName(const QString &name)
         safe = withoutDevice(shortened(safe)); // cut down to a device, "CON      x"
     return safe.isEmpty() ? QStringLiteral("_") : safe;
 }
+
+QString Util::numberedFileName(const QString &name, int number)
+{
+    if (number == 0)
+        return name;
+    const QString extension = BaseFile::extensionOf(name);
+    QString tail = QStringLiteral(" (%1)").arg(number);
+    if (!extension.isEmpty())
+        tail += u'.' + extension;
+    const QString stem = extension.isEmpty() ? name : name.chopped(extension.size() + 1);
+    return cut(stem, maxBytes - tail.toUtf8().size()) + tail;
+}

@@ -6,6 +6,8 @@
 #ifdef Q_OS_WIN
 #    include <io.h>
 #else
+#    include <cerrno>
+#    include <csignal>
 #    include <fcntl.h>
 #    include <unistd.h>
 #endif
@@ -24,7 +26,32 @@ bool Util::syncFolder(const QString &path)
     return done;
 }
 
+bool Util::isOpenForWriting(const QString &path)
+{
+    const int file =
+        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
+    if (file < 0)
+        return false;
+    // A lease for reading is refused as long as somebody writes. Who opens the file in this moment
+    // waits until it is given back, and has the holder told, by SIGIO unless another is asked for:
+    // that would end the process.
+    bool isWritten = false;
+    if (::fcntl(file, F_SETSIG, SIGURG) == 0) {
+        if (::fcntl(file, F_SETLEASE, F_RDLCK) == 0)
+            ::fcntl(file, F_SETLEASE, F_UNLCK);
+        else
+            isWritten = errno == EAGAIN;
+    }
+    ::close(file);
+    return isWritten;
+}
+
 #else
+
+bool Util::isOpenForWriting(const QString &)
+{
+    return false;
+}
 
 bool Util::syncFolder(const QString &path)
 {

@@ -224,6 +224,19 @@ bool Database::write(const char *what, const Work &work)
     return run(what, true, work);
 }
 
+bool Database::sync()
+{
+    // Under synchronous=NORMAL the log reaches the disk only with a checkpoint.
+    return read("sync", [this] {
+        SQLite::Statement &checkpoint = statement("PRAGMA wal_checkpoint(FULL)");
+        checkpoint.executeStep();
+        const bool isBlocked = checkpoint.getColumn(0).getInt() != 0;
+        const bool isPartial = checkpoint.getColumn(1).getInt() != checkpoint.getColumn(2).getInt();
+        if (isBlocked || isPartial)
+            throw std::runtime_error("another process is using it");
+    });
+}
+
 bool Database::run(const char *what, bool transaction, const Work &work)
 {
     QString path = QStringLiteral("the database");

@@ -58,6 +58,9 @@ public:
     bool read(const char *what, const Work &work);
     /// The same in one transaction: true when all of it was committed, false when none was.
     bool write(const char *what, const Work &work);
+    /// Returns when all that was committed is on the disk, where a power cut does not harm it. False
+    /// when it is not.
+    bool sync();
     /// Only inside `work`: the statement, compiled once for as long as the database is open, with
     /// nothing bound.
     SQLite::Statement &statement(std::string_view sql);

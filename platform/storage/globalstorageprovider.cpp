@@ -31,6 +31,11 @@ bool GlobalStorageProvider::recovered() const
     return m_database->recovered();
 }
 
+bool GlobalStorageProvider::sync()
+{
+    return m_database->sync();
+}
+
 void GlobalStorageProvider::close()
 {
     m_database->close();

@@ -16,8 +16,8 @@ class SettingStorage;
 /// The machine-wide store: one SQLite database, "global.db" in the application data directory
 /// (QStandardPaths::AppDataLocation) or another that is set.
 ///
-/// Thread: the one that owns the provider; isOpen(), closeInCrash(), settingStorage() and what that
-/// returns may be used from any.
+/// Thread: the one that owns the provider; isOpen(), sync(), closeInCrash(), settingStorage() and
+/// what that returns may be used from any.
 class STORAGE_EXPORT GlobalStorageProvider : public QObject
 {
     Q_OBJECT
@@ -36,6 +36,10 @@ public:
     bool isOpen() const;
     /// True when the last open() found a damaged file.
     bool recovered() const;
+    /// Returns when everything that was saved is on the disk, where not even a power cut takes it
+    /// back. False, with a log line, when that cannot be done. Slow: for what must be known before
+    /// something else is destroyed.
+    bool sync();
     /// Waits for calls that are under way in other threads. It can be opened again.
     void close();
     /// For a crash handler, on any thread: from now on every call fails. Takes no lock and does not

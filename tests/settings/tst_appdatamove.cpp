@@ -1,12 +1,19 @@
 #include "account/accountmanager.h"
 #include "account/threadmanager.h"
 #include "base/json.h"
+#include "base/util.h"
+#include "content/filedata.h"
+#include "content/photodata.h"
 #include "settings/appdatamove.h"
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
+#include "settings/fileinuse.h"
+#include "storage/globalstorageprovider.h"
+#include "storage/settingstorage.h"
 
 #include "support/fakeaccount.h"
 #include "support/mediatree.h"
+#include "support/sequences.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
@@ -15,8 +22,13 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
+#include <QTimer>
 
+#include <algorithm>
 #include <cstdio>
+#include <thread>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -25,9 +37,13 @@ namespace
 
 const QList<qint64> accountIds = {10001, 10002};
 
+using Outcome = AppDataMove::Outcome;
+using Reason = AppDataMove::Reason;
+using FileCause = AppDataMove::FileCause;
+
 const QString noSpace = u"There is not enough space at the new place."_s;
 const QString notWritable = u"The new place cannot be written to."_s;
-const QString overlap = u"The new place must lie neither in the present one nor around it."_s;
+const QString filesLeft = u"Some files could not be moved."_s;
 const QString unfinished = u"The last move has not finished yet."_s;
 
 /// An account that opens its store wherever it is.
@@ -39,6 +55,11 @@ public:
     {
         setAccountId(params.value(u"userId"_s).toLongLong());
         setAuthorized(openStorage(true));
+    }
+    void logout(bool deleteThis) override
+    {
+        Util::removeLocalFolder(userCacheDataPath());
+        FakeAccount::logout(deleteThis);
     }
 };
 
@@ -84,28 +105,273 @@ void fillMedia(const QString &root, quint32 seed, int count = 6)
     }
 }
 
+/// The media of an application: what it has stored of each, a record of some, and what the file
+/// must hold. Each content begins with a number of its own.
+class Media
+{
+public:
+    explicit Media(Sequence &sequence) : m_sequence(sequence) { }
+
+    void add(bool download)
+    {
+        static const QStringList names = {u"a.jpg"_s, u"b"_s, QString(85, QChar(0x4e2d))};
+        AccountManager *manager = AccountManager::getInstance();
+        AccountBase *account = manager->getAccountByIndex(m_sequence.below(manager->count()));
+        if (!account)
+            return;
+        const QString path = account->userCacheDataPath()
+            + m_sequence.pick(QStringList{u"photo/"_s, u"photo/sub/"_s, u"clouddrive/video/"_s})
+            + m_sequence.pick(names);
+        // A name that is used again may be what was stored of the file that had it.
+        if (m_used.contains(path) || QFileInfo::exists(path))
+            return;
+        m_used.insert(path);
+        Item item;
+        item.account = account->accountId();
+        item.row = path;
+        item.number = ++m_last;
+        item.content = bytes(item.number);
+        QDir().mkpath(QFileInfo(path).path());
+        if (download) {
+            item.use = m_sequence.chance(50) ? std::make_unique<FileInUse>(path) : nullptr;
+            item.writer = std::make_unique<QFile>(path);
+            if (!item.writer->open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+                qFatal("No download can be begun");
+            item.writer->write(item.content);
+        } else {
+            MediaTree::write(path, item.content);
+        }
+        if (m_sequence.chance(70)) {
+            item.record = std::make_unique<FileData>();
+            item.record->updateFilePath(path, true, true);
+        }
+        m_sequence.note(
+            (download ? u"download %1 to %2"_s : u"add %1 as %2"_s).arg(item.number).arg(path));
+        m_items.push_back(std::move(item));
+    }
+
+    /// A download gets more, or its end; another file is written anew, or taken away.
+    void change()
+    {
+        if (m_items.empty())
+            return;
+        const auto item = m_items.begin() + m_sequence.below(qsizetype(m_items.size()));
+        if (item->isBlocked)
+            return;
+        if (item->writer) {
+            if (m_sequence.chance(50)) {
+                const QByteArray more = bytes(item->number);
+                item->writer->write(more);
+                item->content += more;
+            } else {
+                finish(*item);
+            }
+        } else if (m_sequence.chance(60)) {
+            m_sequence.note(u"rewrite %1"_s.arg(item->number));
+            item->content = bytes(item->number);
+            for (QString path = placeOf(*item);;) {
+                const FileInUse use(path);
+                if (const QString now = placeOf(*item); std::exchange(path, now) != now)
+                    continue;
+                MediaTree::write(path, item->content);
+                break;
+            }
+            if (item->record)
+                item->record->updateFilePath(placeOf(*item), true, true);
+        } else {
+            m_sequence.note(u"delete %1"_s.arg(item->number));
+            while (!QFile::remove(placeOf(*item))) { }
+            m_items.erase(item);
+        }
+    }
+
+    /// Makes a file unreadable, or readable again.
+    void block()
+    {
+        if (m_items.empty())
+            return;
+        Item &item = m_items.at(std::size_t(m_sequence.below(qsizetype(m_items.size()))));
+        if (item.writer)
+            return;
+        m_sequence.note(u"block or unblock %1"_s.arg(item.number));
+        setBlocked(item, !item.isBlocked);
+    }
+
+    void forget(qint64 account)
+    {
+        for (const Item &item : m_items) {
+            if (item.account == account)
+                m_forgotten.insert(item.number);
+        }
+        std::erase_if(m_items, [&](const Item &item) { return item.account == account; });
+    }
+
+    void settle()
+    {
+        for (Item &item : m_items) {
+            finish(item);
+            setBlocked(item, false);
+        }
+    }
+
+    /// Every file is found, by what was stored and by its record.
+    void check()
+    {
+        for (const Item &item : m_items) {
+            const QByteArray number = QByteArray::number(item.number);
+            QVERIFY2(isFound(item, [&] { return placeOf(item); }), number);
+            if (!item.record)
+                continue;
+            QVERIFY2(isFound(item, [&] { return item.record->filePath(true, false); }), number);
+            QCOMPARE(item.record->fileState(), BaseFile::Downloaded);
+        }
+    }
+
+    /// All files are there once, and nothing else.
+    void checkOnce(const QStringList &places) const
+    {
+        QMap<int, int> counts;
+        for (const QString &place : places) {
+            const MediaTree media = readMedia(place);
+            for (const MediaTree::File &file : media.files)
+                ++counts[file.content.left(8).toInt()];
+        }
+        for (const int number : m_forgotten)
+            counts.remove(number);
+        QMap<int, int> wanted;
+        for (const Item &item : m_items)
+            wanted.insert(item.number, 1);
+        QCOMPARE(counts, wanted);
+    }
+
+private:
+    struct Item {
+        qint64 account = 0;
+        QString row;
+        int number = 0;
+        QByteArray content;
+        std::unique_ptr<FileData> record;
+        std::unique_ptr<FileInUse> use;
+        std::unique_ptr<QFile> writer;
+        bool isBlocked = false;
+    };
+
+    QByteArray bytes(int number)
+    {
+        return QByteArray::number(number).rightJustified(8, '0')
+            + QByteArray(m_sequence.below(30'000), char('a' + m_sequence.below(26)));
+    }
+
+    static QString placeOf(const Item &item)
+    {
+        return FileData(QVariantMap{{u"filePath"_s, item.row}}, FileData::ParseType::Source)
+            .BaseFile::filePath();
+    }
+
+    static bool isFound(const Item &item, const std::function<QString()> &find)
+    {
+        for (int attempt = 0; attempt < 20; ++attempt) { // it may be moved meanwhile
+            QFile file(find());
+            if (item.isBlocked || item.writer
+                    ? file.exists()
+                    : file.open(QIODevice::ReadOnly) && file.readAll() == item.content)
+                return true;
+        }
+        return false;
+    }
+
+    void finish(Item &item)
+    {
+        if (!item.writer)
+            return;
+        m_sequence.note(u"download of %1 ends"_s.arg(item.number));
+        item.writer.reset();
+        item.use.reset();
+        if (item.record)
+            item.record->updateFilePath(placeOf(item), true, true);
+    }
+
+    static void setBlocked(Item &item, bool blocked)
+    {
+        const QFile::Permissions permissions =
+            blocked ? QFile::Permissions() : QFile::ReadOwner | QFile::WriteOwner;
+        while (item.isBlocked != blocked && !QFile::setPermissions(placeOf(item), permissions)) { }
+        item.isBlocked = blocked;
+    }
+
+    Sequence &m_sequence;
+    std::vector<Item> m_items;
+    QSet<QString> m_used;
+    QSet<int> m_forgotten;
+    int m_last = 0;
+};
+
+constexpr qint64 leavingId = 10003;
+
+QString downloadPath()
+{
+    return AppDirManager::instance()->defaultCacheDataDir() + u"10001/file/film.mp4"_s;
+}
+
+QByteArray downloadPart(int number)
+{
+    return QByteArray::number(number).rightJustified(8, '0');
+}
+
+/// Goes on with a download, wherever its file is, and says how far it is.
+void goOnWithDownload()
+{
+    const QString stored = downloadPath();
+    const auto find = [&] {
+        return FileData(QVariantMap{{u"filePath"_s, stored}}, FileData::ParseType::Source)
+            .BaseFile::filePath();
+    };
+    QString path = find();
+    const FileInUse use(path);
+    QFile file(path);
+    if (path.isEmpty() || path != find() || !file.open(QIODevice::Append | QIODevice::Unbuffered))
+        return; // another time
+    for (int i = 0; i < 50; ++i) {
+        const int number = int(file.size() / 8);
+        file.write(downloadPart(number));
+        std::printf("wrote %d\n", number);
+        std::fflush(stdout);
+        QThread::msleep(1);
+    }
+}
+
 /// What a process does that is started to be killed: it starts up, which goes on with a move that
-/// is stored, moves the data unless they are there, and ends when all of them are.
+/// is stored, moves the data unless they are there, and ends when all of them are that can be.
+/// Meanwhile a download goes on, and an account signs out.
 int moveAsChild(const QString &target)
 {
     ThreadManager::getInstance()->init();
     AppSettingModel *settings = AppSettingModel::instance();
     settings->loadGlobalData();
-    settings->setAccountIds({accountIds.cbegin(), accountIds.cend()});
+    if (settings->accountIds().isEmpty())
+        settings->setAccountIds({accountIds.at(0), accountIds.at(1), leavingId});
     startUp();
     AppDataMove *move = AccountManager::getInstance()->appDataMove();
     std::puts("ready");
     std::fflush(stdout);
+    std::thread download(goOnWithDownload);
+    const auto leave = [] {
+        AccountManager *manager = AccountManager::getInstance();
+        manager->logout(manager->getAccount(leavingId));
+    };
+    QTimer::singleShot(QRandomGenerator::global()->bounded(30), qApp, leave);
     QObject::connect(
-        move, &AppDataMove::finished, qApp, [](bool ok) { qApp->exit(ok ? 0 : 2); },
+        move, &AppDataMove::finished, qApp,
+        [move](bool ok) {
+            if (ok || !move->skip())
+                qApp->exit(ok ? 0 : 2);
+        },
         Qt::QueuedConnection);
-    if (!move->running()) {
-        if (QDir(settings->cacheDataPath()) == QDir(target))
-            return 0;
-        if (!move->moveTo(target))
-            return 3;
-    }
-    const int result = qApp->exec();
+    int result = 0;
+    if (move->running() || QDir(settings->cacheDataPath()) != QDir(target))
+        result = move->running() || move->moveTo(target) ? qApp->exec() : 3;
+    leave();
+    download.join();
     shutDown();
     return result;
 }
@@ -142,6 +408,14 @@ class TestAppDataMove : public QObject
             && !dataMove()->running();
     }
 
+    /// Starts a move that comes to something in its way in the first account.
+    bool moveIntoObstacle()
+    {
+        MediaTree::write(target() + u"10001/sticker"_s, "a file in the way");
+        return dataMove()->moveTo(target()) && !finish() && takeError() == filesLeft
+            && dataMove()->reason() == Reason::FilesLeft;
+    }
+
     QString takeError()
     {
         return m_errors->size() == 1 ? m_errors->takeFirst().at(1).toString() : QString();
@@ -154,6 +428,8 @@ class TestAppDataMove : public QObject
             && AccountManager::getInstance()->getAccount(10001)->userCacheDataPath()
             == source() + u"10001/"_s;
     }
+
+    static qint64 leftBytes() { return readMedia(source()).bytes(); }
 
     /// The stored flags of an account, true ones first.
     static QList<bool> flags(qint64 id)
@@ -191,10 +467,94 @@ class TestAppDataMove : public QObject
         return child.exitStatus() == QProcess::NormalExit ? child.exitCode() : -1;
     }
 
+    void doSomething(Sequence &sequence, Media &media, const QStringList &places)
+    {
+        AccountManager *manager = AccountManager::getInstance();
+        AppDataMove *move = dataMove();
+        switch (sequence.below(16)) {
+        case 0:
+        case 1: {
+            const QString place = sequence.pick(places);
+            const bool isFree = !move->running();
+            const bool mayGo = isFree && place != settings()->cacheDataPath()
+                && (!move->unfinished() || place == settings()->oldCacheDataPath());
+            sequence.note(u"move to %1"_s.arg(place));
+            QCOMPARE(move->moveTo(place), mayGo);
+            QCOMPARE(move->outcome() == Outcome::Refused, !mayGo && isFree);
+            break;
+        }
+        case 2:
+            sequence.note(u"cancel"_s);
+            move->cancel();
+            break;
+        case 3:
+            sequence.note(u"retry"_s);
+            move->retry();
+            break;
+        case 4: {
+            sequence.note(u"skip"_s);
+            const bool mayGo =
+                !move->running() && move->unfinished() && !move->problems().isEmpty();
+            QCOMPARE(move->skip(), mayGo);
+            break;
+        }
+        case 5:
+            if (sequence.chance(50)) {
+                sequence.note(u"give up"_s);
+                move->giveUp();
+            }
+            break;
+        case 6:
+            if (AccountBase *account = manager->getAccountByIndex(sequence.below(manager->count()));
+                account && sequence.chance(30)) {
+                sequence.note(u"sign %1 out"_s.arg(account->accountId()));
+                media.forget(account->accountId());
+                manager->logout(account);
+            }
+            break;
+        case 7:
+            for (const qint64 id : accountIds) {
+                if (manager->getAccount(id) || !manager->addAccount())
+                    continue;
+                sequence.note(u"sign %1 in"_s.arg(id));
+                QVERIFY(qobject_cast<FakeAccount *>(manager->loginAccount())->signIn(id));
+                break;
+            }
+            break;
+        case 8:
+            if (sequence.chance(50)) {
+                sequence.note(u"restart"_s);
+                shutDown();
+                start();
+            }
+            break;
+        case 9:
+            media.block();
+            break;
+        case 10:
+            media.add(true);
+            break;
+        case 11:
+            sequence.note(u"wait for the end"_s);
+            QTRY_VERIFY_WITH_TIMEOUT(!dataMove()->running(), 60'000);
+            break;
+        case 12:
+        case 13:
+            media.change();
+            break;
+        default:
+            media.add(false);
+        }
+        QTest::qWait(sequence.below(20));
+    }
+
 private Q_SLOTS:
     void init()
     {
-        m_home = std::make_unique<QTemporaryDir>();
+        // Where there are two file systems, two.
+        m_home = std::make_unique<QTemporaryDir>(u"/dev/shm/datamove-XXXXXX"_s);
+        if (!m_home->isValid())
+            m_home = std::make_unique<QTemporaryDir>();
         QVERIFY(QDir().mkpath(target()));
         ThreadManager::getInstance()->init();
         settings()->loadGlobalData();
@@ -234,8 +594,10 @@ private Q_SLOTS:
         QVERIFY(dataMove()->moveTo(QUrl::fromLocalFile(target()).toString()));
         QVERIFY(dataMove()->running());
         QVERIFY(!dataMove()->moveTo(m_home->path()));
-        QCOMPARE(takeError(), unfinished);
+        QCOMPARE(takeError(), u"A move is under way."_s);
         QVERIFY(finish());
+        QCOMPARE(dataMove()->outcome(), Outcome::Moved);
+        QVERIFY(!dataMove()->unfinished());
 
         QVERIFY(switchedFirst);
         QCOMPARE(readMedia(target()), before);
@@ -264,22 +626,44 @@ private Q_SLOTS:
         QVERIFY(m_errors->isEmpty());
     }
 
-    void refusesPlacesThatOverlap()
+    void refusesWithAReason()
     {
         fillMedia(source(), 2);
         const MediaTree before = readMedia(source());
         const QString parent = QFileInfo(QDir::cleanPath(source())).path();
         QVERIFY(QFile::link(source(), m_home->path() + u"/link"_s));
         QVERIFY(QFile::link(parent, m_home->path() + u"/parent"_s));
-        for (const QString &place :
-             {source(), source() + u"10001"_s, source() + u"not/there"_s, parent, u"/"_s,
-              source() + u"10001/../.."_s, m_home->path() + u"/link"_s,
-              m_home->path() + u"/link/10001/photo"_s, m_home->path() + u"/parent"_s}) {
-            QVERIFY2(!dataMove()->moveTo(place), qUtf8Printable(place));
-            QCOMPARE(takeError(), overlap);
+        MediaTree::write(m_home->path() + u"/file"_s, "file");
+        const QString here = u"The files are there already."_s;
+        const QString inside = u"The new place lies inside the present one."_s;
+        const QString around = u"The present place lies inside the new one."_s;
+        const QString missing = u"The new place does not exist."_s;
+        const struct {
+            QString place;
+            Reason reason;
+            QString text;
+        } rows[] = {
+            {source(), Reason::SamePlace, here},
+            {m_home->path() + u"/link"_s, Reason::SamePlace, here},
+            {source() + u"10001"_s, Reason::TargetInside, inside},
+            {source() + u"not/there"_s, Reason::TargetInside, inside},
+            {m_home->path() + u"/link/10001/photo"_s, Reason::TargetInside, inside},
+            {parent, Reason::TargetAround, around},
+            {u"/"_s, Reason::TargetAround, around},
+            {source() + u"10001/../.."_s, Reason::TargetAround, around},
+            {m_home->path() + u"/parent"_s, Reason::TargetAround, around},
+            {m_home->path() + u"/not there"_s, Reason::NoTarget, missing},
+            {QString(), Reason::NoTarget, missing},
+            {m_home->path() + u"/file"_s, Reason::TargetNotDirectory,
+             u"The new place is not a directory."_s},
+        };
+        for (const auto &row : rows) {
+            QVERIFY2(!dataMove()->moveTo(row.place), qUtf8Printable(row.place));
+            QCOMPARE(dataMove()->outcome(), Outcome::Refused);
+            QCOMPARE(dataMove()->reason(), row.reason);
+            QCOMPARE(takeError(), row.text);
+            QCOMPARE(dataMove()->reasonText(), row.text);
         }
-        QVERIFY(!dataMove()->moveTo({}));
-        QCOMPARE(takeError(), notWritable);
         QVERIFY(usesSource());
         QCOMPARE(readMedia(source()), before);
         QVERIFY(m_finished->isEmpty());
@@ -297,11 +681,19 @@ private Q_SLOTS:
         QCOMPARE(takeError(), noSpace);
         QVERIFY(usesSource());
         QVERIFY(QDir(target()).isEmpty());
+        QCOMPARE(dataMove()->reason(), Reason::NoSpace);
 
-        QVERIFY(dataMove()->moveTo(m_home->path() + u"/not there"_s));
-        QVERIFY(!finish());
-        QCOMPARE(takeError(), noSpace);
-        QVERIFY(usesSource());
+        // As one could have known.
+        QSignalSpy measured(dataMove(), &AppDataMove::measured);
+        dataMove()->measure(target());
+        dataMove()->measure(m_home->path() + u"/not there"_s);
+        QTRY_COMPARE(measured.size(), 2);
+        std::sort(measured.begin(), measured.end(), [&](const auto &left, const auto &) {
+            return left.at(0).toString() == target();
+        });
+        QVERIFY(measured.at(0).at(1).toLongLong() > qint64(1) << 43);
+        QVERIFY(measured.at(0).at(2).toLongLong() > 0);
+        QCOMPARE(measured.at(1).at(2).toLongLong(), -1);
     }
 
     void undoesTheSwitch()
@@ -325,25 +717,63 @@ private Q_SLOTS:
         QVERIFY(!dataMove()->running());
     }
 
+    // What a person can do about a file that cannot be moved.
+    void goesOnAfterAnObstacle_data()
+    {
+        QTest::addColumn<QString>("choice");
+        for (const char *choice : {"retry", "next start", "skip", "give up"})
+            QTest::newRow(choice) << QString::fromLatin1(choice);
+    }
     void goesOnAfterAnObstacle()
     {
+        QFETCH(QString, choice);
         fillMedia(source(), 5);
-        const MediaTree before = readMedia(source());
-        MediaTree::write(target() + u"10001/sticker"_s, "a file in the way");
-        QVERIFY(dataMove()->moveTo(target()));
-        QVERIFY(!finish());
-        QCOMPARE(takeError(), notWritable);
+        MediaTree before = readMedia(source());
+        QVERIFY(moveIntoObstacle());
+        QCOMPARE(dataMove()->outcome(), Outcome::Failed);
+        QCOMPARE(dataMove()->movedBytes(), dataMove()->totalBytes() - leftBytes());
+        const QVariantList problems = dataMove()->problems();
+        QCOMPARE(problems.size(), 6);
+        const QVariantMap problem = problems.first().toMap();
+        QVERIFY(problem.value(u"path"_s).toString().startsWith(source() + u"10001/sticker/"_s));
+        QCOMPARE(problem.value(u"cause"_s).value<FileCause>(), FileCause::InTheWay);
+        QVERIFY(!problem.value(u"text"_s).toString().isEmpty());
         QCOMPARE(settings()->cacheDataPath(), target());
         QVERIFY(flags(10001).contains(false));
         QVERIFY(!flags(10002).contains(false));
         // Only a way back is open as long as it waits.
         QVERIFY(!dataMove()->moveTo(m_home->path() + u"/other"_s));
-        QCOMPARE(takeError(), unfinished);
+        QDir(m_home->path()).mkdir(u"other"_s);
+        QVERIFY(!dataMove()->moveTo(m_home->path() + u"/other"_s));
+        QCOMPARE(dataMove()->reason(), Reason::LastUnfinished);
+        m_errors->clear();
 
+        if (choice == u"skip"_s || choice == u"give up"_s) {
+            const bool skips = choice == u"skip"_s;
+            if (skips) {
+                QVERIFY(dataMove()->skip());
+                QVERIFY(finish());
+            } else {
+                dataMove()->giveUp();
+                QCOMPARE(dataMove()->outcome(), Outcome::GivenUp);
+            }
+            QCOMPARE(readMedia(source()).files.size(), skips ? 6 : 12);
+            QVERIFY(!dataMove()->unfinished());
+            shutDown();
+            start();
+            QVERIFY(!dataMove()->running());
+            QVERIFY(dataMove()->moveTo(m_home->path() + u"/other"_s));
+            QVERIFY(finish());
+            return;
+        }
         QVERIFY(QFile::remove(target() + u"10001/sticker"_s));
-        shutDown();
-        start();
-        QVERIFY(dataMove()->running());
+        if (choice == u"next start"_s) {
+            shutDown();
+            start();
+            QVERIFY(dataMove()->running());
+        } else {
+            dataMove()->retry();
+        }
         QVERIFY(finish());
         QCOMPARE(readMedia(target()), before);
         QVERIFY(readMedia(source()).files.isEmpty());
@@ -353,9 +783,7 @@ private Q_SLOTS:
     {
         fillMedia(source(), 6);
         const MediaTree before = readMedia(source());
-        MediaTree::write(target() + u"10001/sticker"_s, "a file in the way");
-        QVERIFY(dataMove()->moveTo(target()));
-        QVERIFY(!finish());
+        QVERIFY(moveIntoObstacle());
         QVERIFY(!readMedia(target()).files.isEmpty());
         m_errors->clear();
 
@@ -376,49 +804,68 @@ private Q_SLOTS:
         QVERIFY(usesSource());
     }
 
-    // Whatever point it has reached.
-    void isCancelledAndGoesOn()
+    // Everybody signs out: while a move is under way, while it waits, and after it.
+    void everybodySignsOut_data()
     {
-        fillMedia(source(), 7);
-        const MediaTree before = readMedia(source());
-        const auto moved = [&] { return !readMedia(target()).files.isEmpty(); };
-        QVERIFY(dataMove()->moveTo(target()));
-        dataMove()->cancel();
-        QVERIFY(!finish());
-        QVERIFY(usesSource());
+        QTest::addColumn<QString>("when");
+        QTest::addColumn<bool>("atOnce");
+        for (const char *when : {"under way", "waiting", "after it"}) {
+            QTest::addRow("%s", when) << QString::fromLatin1(when) << true;
+            QTest::addRow("%s, one by one", when) << QString::fromLatin1(when) << false;
+        }
+    }
+    void everybodySignsOut()
+    {
+        QFETCH(QString, when);
+        QFETCH(bool, atOnce);
+        fillMedia(source(), 8, 20);
+        if (when == u"waiting"_s)
+            QVERIFY(moveIntoObstacle());
+        else
+            QVERIFY(dataMove()->moveTo(target()));
+        if (when == u"under way"_s)
+            QVERIFY(QTest::qWaitFor([&] { return !readMedia(target()).files.isEmpty(); }));
+        else if (when == u"after it"_s)
+            QVERIFY(finish());
+        AccountManager *manager = AccountManager::getInstance();
+        if (atOnce)
+            manager->logoutAll();
+        else
+            while (manager->count() > 0)
+                manager->logout(manager->getAccountByIndex(0));
+        QTRY_VERIFY(!dataMove()->running());
 
+        // Nothing of them is left, and the next session goes where the next start looks.
+        QTRY_VERIFY(readMedia(source()).files.isEmpty());
+        QTRY_VERIFY(!QFileInfo::exists(target() + u"10001"_s));
+        QVERIFY(!QFileInfo::exists(target() + u"10002"_s));
+        QVERIFY(!dataMove()->unfinished());
+        QCOMPARE(settings()->cacheDataPath(), source());
+        QCOMPARE(AppDirManager::instance()->cacheDataDir(), source());
+        QCOMPARE(AppDirManager::instance()->oldCacheDataDir(), QString());
+        auto *account = qobject_cast<FakeAccount *>(manager->loginAccount());
+        QVERIFY(account);
+        const qint64 id = account->accountId() > 0 ? account->accountId() : 10001;
+        QVERIFY(account->signIn(id));
+        QCOMPARE(account->userCacheDataPath(), source() + QString::number(id) + u'/');
+        MediaTree::write(account->userCacheDataPath() + u"photo/new"_s, "new");
+        m_finished->clear();
         QVERIFY(dataMove()->moveTo(target()));
-        QVERIFY(QTest::qWaitFor(moved));
-        dataMove()->cancel();
-        const bool done = finish(); // when the files were quicker
-        QVERIFY(m_errors->isEmpty());
-        dataMove()->resume();
-        QCOMPARE(dataMove()->running(), !done);
-        QVERIFY(done || finish());
-        QCOMPARE(readMedia(target()), before);
-        QVERIFY(readMedia(source()).files.isEmpty());
+        QVERIFY(finish());
+        QCOMPARE(MediaTree::read(target()).files.size(), 1);
     }
 
-    // The manager gives its accounts up before the move; they are not gone for that.
-    void endsWithTheApplication()
+    // What a kill leaves that comes between the reset of the settings and the end of a move.
+    void storedMoveWithoutAPlace()
     {
-        fillMedia(source(), 8);
-        const MediaTree before = readMedia(source());
-        for (int pause = 0; pause < 100; pause += 10) {
-            if (!dataMove()->running() && settings()->cacheDataPath() != target())
-                QVERIFY(dataMove()->moveTo(target()));
-            QTest::qWait(pause);
-            shutDown();
-            QCOMPARE(readMedia(source()).files.size() > 0
-                         || readMedia(target()).files.size() == before.files.size(),
-                     true);
-            start();
-        }
-        if (dataMove()->running())
-            QVERIFY(finish());
-        QCOMPARE(settings()->cacheDataPath(), target());
-        QCOMPARE(readMedia(target()), before);
-        QVERIFY(readMedia(source()).files.isEmpty());
+        fillMedia(source(), 9);
+        settings()->setMovedDataInfo(mapToJson({{u"777"_s, u"[]"_s}}));
+        shutDown();
+        start();
+        QVERIFY(!dataMove()->unfinished());
+        settings()->setMovedDataInfo("{}");
+        QVERIFY(dataMove()->moveTo(target()));
+        QVERIFY(finish());
     }
 
     void accountsThatAreGone()
@@ -426,17 +873,15 @@ private Q_SLOTS:
         fillMedia(source(), 9);
         MediaTree kept = readMedia(source());
         kept.files.removeIf([](const auto &file) { return !file.key().startsWith(u"10002/"_s); });
-        MediaTree::write(target() + u"10001/sticker"_s, "a file in the way");
-        QVERIFY(dataMove()->moveTo(target()));
-        QVERIFY(!finish());
-        QVERIFY(readMedia(target()).files.size() > kept.files.size());
-
+        QVERIFY(moveIntoObstacle());
         AccountManager *manager = AccountManager::getInstance();
         manager->logout(manager->getAccount(10001));
         dataMove()->resume();
         QVERIFY(finish());
         QVERIFY(!QFileInfo::exists(target() + u"10001"_s));
         QCOMPARE(readMedia(target()), kept);
+        QVERIFY(readMedia(source()).files.isEmpty());
+        QVERIFY(QFileInfo::exists(source() + u"10001/userstatus"_s));
     }
 
     // One that could not be opened this time is not gone.
@@ -444,9 +889,7 @@ private Q_SLOTS:
     {
         fillMedia(source(), 10);
         const MediaTree before = readMedia(source());
-        MediaTree::write(target() + u"10001/sticker"_s, "a file in the way");
-        QVERIFY(dataMove()->moveTo(target()));
-        QVERIFY(!finish());
+        QVERIFY(moveIntoObstacle());
         QVERIFY(QFile::remove(target() + u"10001/sticker"_s));
         AccountManager *manager = AccountManager::getInstance();
         manager->logout(manager->getAccount(10001));
@@ -513,7 +956,8 @@ private Q_SLOTS:
         settings()->setMovedDataInfo(info);
         dataMove()->resume();
         QVERIFY(!finish());
-        QCOMPARE(takeError(), notWritable);
+        QCOMPARE(dataMove()->reason(), Reason::NoTarget);
+        m_errors->clear();
         QVERIFY(!QFileInfo::exists(m_home->path() + u"/unplugged"_s));
         settings()->setOldCacheDataPath(m_home->path() + u"/unplugged/"_s);
         settings()->setCacheDataPath(target());
@@ -525,9 +969,107 @@ private Q_SLOTS:
         settings()->setCacheDataPath(m_home->path() + u"/link/"_s);
         dataMove()->resume();
         QVERIFY(!finish());
-        QCOMPARE(takeError(), overlap);
+        QCOMPARE(dataMove()->reason(), Reason::SamePlace);
         QCOMPARE(settings()->movedDataInfo(), info);
         QCOMPARE(readMedia(source()), before);
+    }
+
+    // A power cut takes what was not synced, as the write-ahead log. The file systems are two.
+    void tellsTheDiskFirst()
+    {
+        fillMedia(source(), 14);
+        const qsizetype count = readMedia(source()).files.size();
+        QString storedPath;
+        qsizetype storedMoved = -1;
+        std::thread witness([&, file = settings()->globalStorage()->filePath()] {
+            while (readMedia(source()).files.size() == count)
+                QThread::usleep(200);
+            const QString copy = m_home->path() + u"/global.db"_s;
+            QFile::copy(file, copy);
+            storage::GlobalStorageProvider store;
+            store.setDirectory(m_home->path());
+            store.open();
+            for (const storage::SettingInfo &row : store.settingStorage()->allInfos()) {
+                if (row.key == u"cache_data_path"_s)
+                    storedPath = row.value.toString();
+                if (row.key == u"moved_data_info"_s)
+                    storedMoved = row.value.toByteArray().count("true");
+            }
+        });
+        QVERIFY(dataMove()->moveTo(target()));
+        const bool ok = finish();
+        witness.join();
+        QVERIFY(ok);
+        QCOMPARE(storedPath, target());
+        QVERIFY(storedMoved >= 0);
+    }
+
+    // Where a place of media leads that is stored.
+    void storedPaths()
+    {
+        MediaTree::write(source() + u"10001/photo/sub/a.jpg"_s, "a");
+        QVERIFY(dataMove()->moveTo(target()));
+        QVERIFY(finish());
+        const QString name = u"10001/photo/sub/a.jpg"_s;
+        const auto restored = [](const QString &path, const QString &cachePath = {}) {
+            return std::make_unique<FileData>(
+                QVariantMap{{u"fileState"_s, int(BaseFile::Downloaded)},
+                            {u"filePath"_s, path},
+                            {u"cachePath"_s, cachePath}},
+                FileData::ParseType::Source);
+        };
+        const QString missing = m_home->path() + u"/missing/"_s;
+        for (const QString &path :
+             {source() + name, target() + name, u"/home/2024/photo/x/"_s + name,
+              u"C:\\Users\\me\\10001\\photo\\sub\\a.jpg"_s,
+              u"\\\\host\\share\\"_s + QString(name).replace(u'/', u'\\')}) {
+            QCOMPARE(restored(path)->filePath(), target() + name);
+            QCOMPARE(restored(path)->fileState(), BaseFile::Downloaded);
+            QCOMPARE(restored(missing, path)->filePath(), target() + name);
+            const PhotoData photo(QVariantMap{{u"photoPath"_s, path}});
+            QCOMPARE(photo.filePath(), target() + name);
+            QVERIFY(photo.fileExist());
+        }
+        for (const QString &path :
+             {missing + u"10001/photo/sub/b.jpg"_s, missing + u"10001/sub/a.jpg"_s, missing,
+              missing + u"10001/photo/../photo/sub"_s + u"/../../sub/a.jpg"_s, QString(),
+              missing + u"010001/photo/sub/a.jpg"_s}) {
+            QCOMPARE(restored(path)->filePath(), QString());
+            QCOMPARE(restored(path)->fileState(), BaseFile::Missing);
+            const PhotoData photo(
+                QVariantMap{{u"photoPath"_s, path}, {u"fileState"_s, int(BaseFile::Downloaded)}});
+            QCOMPARE(photo.fileState(), BaseFile::Missing);
+        }
+        FileData record;
+        record.update({{u"fileState"_s, int(BaseFile::Downloaded)}});
+        QCOMPARE(record.fileState(), BaseFile::Missing);
+    }
+
+    void randomSequences()
+    {
+        const auto run = [this](Sequence &sequence) {
+            cleanup();
+            init();
+            Media media(sequence);
+            const QString third = m_home->path() + u"/third/"_s;
+            QVERIFY(QDir().mkpath(third));
+            const QStringList places = {source(), target(), third};
+            while (sequence.next()) {
+                doSomething(sequence, media, places);
+                media.check();
+            }
+            if (QTest::currentTestFailed())
+                return;
+            media.settle();
+            for (int i = 0; i < 4 && dataMove()->unfinished(); ++i) {
+                QTRY_VERIFY_WITH_TIMEOUT(!dataMove()->running(), 60'000);
+                dataMove()->retry();
+            }
+            QTRY_VERIFY(!dataMove()->unfinished());
+            media.check();
+            media.checkOnce(places);
+        };
+        runSequences("data move", 60, 30, run);
     }
 
     void writesThatFail()
@@ -558,12 +1100,29 @@ private Q_SLOTS:
         int kills = 0;
         int halfway = 0; // of these, with files at both places
         constexpr int rounds = 24;
+        const QString longName = QString(84, QChar(0x4e2d)) + u"abc"_s;
         for (int round = 0; round < rounds; ++round) {
             const QTemporaryDir home;
             const QString data = home.path() + u"/data/"_s + QCoreApplication::applicationName();
-            QVERIFY(QDir().mkpath(home.path() + u"/new"_s));
+            const QString target = home.path() + u"/new"_s;
             fillMedia(data, quint32(100 + 10 * round), 3);
-            const MediaTree before = readMedia(data);
+            MediaTree::fill(data + u"/10003/photo"_s, 3, quint32(round));
+            MediaTree::write(data + u"/10001/video/"_s + longName, "from there");
+            const QString locked = data + u"/10002/photo/locked"_s;
+            MediaTree::write(locked + u"/secret"_s, "secret");
+            MediaTree before = readMedia(data);
+            before.files.remove(u"10002/photo/locked/secret"_s);
+            const QString film = u"10001/file/film.mp4"_s;
+            MediaTree::write(data + u'/' + film, downloadPart(0));
+            MediaTree::write(target + u"/10001/video/"_s + longName, "from here");
+            QVERIFY(QFile::setPermissions(locked, {}));
+            int written = 0; // of the download, as it was told
+            const auto readAll = [&](QProcess &child) {
+                for (const QByteArray &line : child.readAllStandardOutput().split('\n')) {
+                    if (line.startsWith("wrote "))
+                        written = std::max(written, line.mid(6).toInt());
+                }
+            };
             for (int start = round % 3; start < 3 && round > 0; ++start) {
                 const std::unique_ptr<QProcess> child = startChild(home.path());
                 QElapsedTimer timer;
@@ -572,25 +1131,49 @@ private Q_SLOTS:
                 while (timer.nsecsElapsed() / 1000 < moment) { }
                 child->kill();
                 kills += run(*child) == -1;
-                halfway += !readMedia(data).files.isEmpty()
-                    && !readMedia(home.path() + u"/new"_s).files.isEmpty();
+                readAll(*child);
+                QFile::setPermissions(locked, QFile::ReadOwner | QFile::ExeOwner);
+                halfway += readMedia(data).files.size() > 2 && readMedia(target).files.size() > 1;
+                QFile::setPermissions(locked, {});
             }
             const std::unique_ptr<QProcess> child = startChild(home.path());
             QElapsedTimer timer;
             timer.start();
             QCOMPARE(run(*child), 0);
+            readAll(*child);
             if (round == 0)
                 duration = timer.nsecsElapsed() / 1000;
-            QCOMPARE(readMedia(home.path() + u"/new"_s), before);
-            QVERIFY(readMedia(data).files.isEmpty());
+
+            QVERIFY(QFile::setPermissions(locked,
+                                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+            MediaTree after = readMedia(target);
+            const QByteArray download = after.files.take(film).content;
+            QVERIFY(download.size() / 8 > written);
+            for (int i = 0; i < download.size() / 8; ++i)
+                QCOMPARE(download.mid(8 * i, 8), downloadPart(i));
+            const QString from = u"10001/video/"_s + longName;
+            QCOMPARE(after.files.take(from).content, "from here"_ba);
+            const MediaTree::File renamed = before.files.take(from);
+            int found = 0;
+            for (const MediaTree::File &file : std::as_const(after.files))
+                found += file.content == renamed.content;
+            QCOMPARE(found, 1);
+            after.files.removeIf([&](auto file) { return file.value() == renamed; });
+            QCOMPARE(after, before);
+            const MediaTree left = readMedia(data);
+            QCOMPARE(left.files.keys(), QStringList{u"10002/photo/locked/secret"_s});
+            QVERIFY(!QFileInfo::exists(target + u"/10003"_s));
+            QVERIFY(!QFileInfo::exists(data + u"/10003/photo"_s));
         }
-        qInfo("%d kills within %lld ms, %d of them halfway", kills, duration / 1000, halfway);
+        qInfo("%d kills within %lld ms, %d of them halfway, 0 lost", kills, duration / 1000,
+              halfway);
         QVERIFY(halfway > rounds / 4);
     }
 };
 
 int main(int argc, char *argv[])
 {
+    respectPermissions(argv);
     QGuiApplication app(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() == 3 && arguments.at(1) == u"move"_s)

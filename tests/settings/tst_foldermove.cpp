@@ -1,12 +1,17 @@
+#include "base/basefile.h"
+#include "settings/fileinuse.h"
 #include "settings/foldermove_p.h"
 
 #include "support/mediatree.h"
 
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <filesystem>
+#include <thread>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -19,10 +24,12 @@ class TestFolderMove : public QObject
     QString source(const QString &name = {}) const { return m_home->path() + u"/old/a/"_s + name; }
     QString target(const QString &name = {}) const { return m_home->path() + u"/new/a/"_s + name; }
 
-    FolderMove makeMove(FolderMove::Advance advance = [](qint64) { return true; }) const
+    FolderMove makeMove(
+        FolderMove::Advance advance = [](qint64) { return true; },
+        const QStringList &skipped = {}) const
     {
         return FolderMove({m_home->path() + u"/old/"_s, m_home->path() + u"/new/"_s, u"a/"_s,
-                           m_home->path() + u"/new/.moving"_s},
+                           m_home->path() + u"/new/.moving"_s, skipped},
                           std::move(advance));
     }
 
@@ -129,8 +136,8 @@ private Q_SLOTS:
         QCOMPARE(move.copy(), FolderMove::Done);
         move.removeOriginals();
         QVERIFY(moveAll());
-        MediaTree after = MediaTree::read(target());
-        after.files.remove(u"vanishes"_s); // whether it was quicker than the copy
+        // What has been deleted stays deleted.
+        const MediaTree after = MediaTree::read(target());
         QCOMPARE(after.files.keys(), (QStringList{u"comes"_s, u"grows"_s, u"stays"_s}));
         QCOMPARE(after.files.value(u"grows"_s).content, "new content"_ba);
         QVERIFY(!QFileInfo::exists(source()));
@@ -154,6 +161,192 @@ private Q_SLOTS:
         QCOMPARE(after.files.value(u"a.txt"_s).content, "newer"_ba);
         QCOMPARE(after.files.value(u"b (1).txt"_s).content, "newer"_ba);
         QCOMPARE(after.files.value(u"b.txt"_s).content, "the client's own"_ba);
+    }
+
+    void filesInUse_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("announced"); // by a FileInUse; otherwise the file is just open
+        QTest::addColumn<bool>("late");      // it begins when there is a copy
+        for (const bool late : {false, true}) {
+            const char *when = late ? "later" : "before";
+            QTest::addRow("announced %s", when) << u"film.mp4"_s << true << late;
+            QTest::addRow("beside it %s", when) << u"film.mp4.part"_s << true << late;
+            QTest::addRow("open %s", when) << u"film.mp4"_s << false << late;
+        }
+    }
+    void filesInUse()
+    {
+        QFETCH(QString, name);
+        QFETCH(bool, announced);
+        QFETCH(bool, late);
+#ifndef Q_OS_LINUX
+        if (!announced)
+            QSKIP("Only Linux tells what is open");
+#endif
+        MediaTree::write(source(name), "begun, ");
+        MediaTree::write(source(u"film.mp3"_s), "song");
+        FolderMove move = makeMove();
+        if (late)
+            QCOMPARE(move.copy(), FolderMove::Done);
+        auto use = announced ? std::make_unique<FileInUse>(source(u"//film.mp4"_s)) : nullptr;
+        QFile writer(source(name));
+        QVERIFY(writer.open(announced ? QIODevice::ReadOnly : QIODevice::Append));
+        if (!late)
+            QCOMPARE(move.copy(), FolderMove::InUse);
+        QVERIFY(move.removeOriginals());
+        QCOMPARE(move.worst(), FolderMove::InUse);
+        QCOMPARE(move.problems().size(), 1);
+        QCOMPARE(move.problems().first().path, source(name));
+        QCOMPARE(MediaTree::read(source()).files.keys(), QStringList{name});
+        writer.close();
+        QVERIFY(writer.open(QIODevice::Append));
+        writer.write("and finished");
+        writer.close();
+        use.reset();
+
+        QVERIFY(moveAll());
+        const MediaTree after = MediaTree::read(target());
+        QCOMPARE(after.files.keys(), (QStringList{u"film.mp3"_s, name}));
+        QCOMPARE(after.files.value(name).content, "begun, and finished"_ba);
+    }
+
+    // Within one tick of the clock, of the same size: the file looks as before.
+    void changesThatDoNotShow()
+    {
+        MediaTree::write(source(u"a.txt"_s), "old");
+        FolderMove move = makeMove();
+        QCOMPARE(move.copy(), FolderMove::Done);
+        const QDateTime time = QFileInfo(source(u"a.txt"_s)).lastModified();
+        MediaTree::write(source(u"a.txt"_s), "new");
+        QFile file(source(u"a.txt"_s));
+        QVERIFY(file.open(QIODevice::ReadWrite)
+                && file.setFileTime(time, QFile::FileModificationTime));
+        file.close();
+        move.removeOriginals();
+        QVERIFY(moveAll());
+        QCOMPARE(MediaTree::read(target()).files.first().content, "new"_ba);
+    }
+
+    void oneThatFailsStopsNoOther_data()
+    {
+        QTest::addColumn<QString>("place"); // at the source, made unreadable
+        QTest::addColumn<QString>("named");
+        QTest::newRow("file") << u"sub/secret"_s << u"sub/secret"_s;
+        QTest::newRow("folder") << u"sub"_s << u"sub"_s;
+        QTest::newRow("its parent") << u".."_s << u""_s;
+    }
+    void oneThatFailsStopsNoOther()
+    {
+        QFETCH(QString, place);
+        QFETCH(QString, named);
+        MediaTree::write(source(u"sub/secret"_s), "secret");
+        MediaTree::write(source(u"a"_s), "a");
+        MediaTree::write(source(u"z"_s), "z");
+        const QFile::Permissions permissions = QFile::permissions(source(place));
+        QVERIFY(QFile::setPermissions(source(place), {}));
+        const auto restore =
+            qScopeGuard([&] { QFile::setPermissions(source(place), permissions); });
+        if (QDir(source(u"sub"_s)).isReadable()
+            && QFile(source(u"sub/secret"_s)).open(QFile::ReadOnly))
+            QSKIP("Nothing is unreadable here");
+        FolderMove move = makeMove();
+        QCOMPARE(move.copy(), FolderMove::Failed);
+        QCOMPARE(move.problems().size(), 1);
+        QCOMPARE(move.problems().first().cause, FolderMove::Unreadable);
+        QCOMPARE(move.nameOf(move.problems().first()), named);
+        QVERIFY(move.removeOriginals());
+        const bool others = place != u".."_s;
+        QCOMPARE(MediaTree::read(target()).files.size(), others ? 2 : 0);
+
+        FolderMove skipping = makeMove([](qint64) { return true; }, {named});
+        QCOMPARE(skipping.copy(), FolderMove::Done);
+        QVERIFY(skipping.removeOriginals());
+        QFile::setPermissions(source(place), permissions);
+        QCOMPARE(MediaTree::read(source()).files.size(), others ? 1 : 3);
+        QVERIFY(moveAll());
+        QCOMPARE(MediaTree::read(target()).files.size(), 3);
+    }
+
+    // As long as a name may be, which has no room for a number.
+    void longNamesThatAreTaken()
+    {
+        const QString cut(83, QChar(0x4e2d));
+        const QString name = cut + u"abc.jp"_s; // 255 bytes in UTF-8
+        QCOMPARE(name.toUtf8().size(), 255);
+        MediaTree::write(source(name), "content");
+        MediaTree::write(target(name), "CONTENT");
+        QVERIFY(moveAll());
+        const MediaTree after = MediaTree::read(target());
+        QCOMPARE(after.files.size(), 2);
+        for (auto file = after.files.cbegin(); file != after.files.cend(); ++file) {
+            if (file.key() == name)
+                continue;
+            QVERIFY(file.key().startsWith(cut.chopped(1)));
+            QVERIFY(file.key().endsWith(u" (1).jp"_s));
+            QVERIFY(file.key().toUtf8().size() <= 255);
+            QCOMPARE(file.value().content, "content"_ba);
+        }
+    }
+
+    // Records follow each file, before its original goes; those who listen are told afterwards.
+    void recordsFollow()
+    {
+        MediaTree::write(source(u"a.jpg"_s), "content");
+        MediaTree::write(target(u"a.jpg"_s), "CONTENT");
+        BaseFile record;
+        record.setFilePath(source(u"a.jpg"_s));
+        record.setCacheFilePath(source(u"./a.jpg"_s));
+        BaseFile listed(&record);
+        auto gone = std::make_unique<BaseFile>(&record);
+        BaseFile other;
+        other.setFilePath(source(u"b.jpg"_s));
+        QStringList told;
+        for (BaseFile *file : {&record, &listed, gone.get()}) {
+            connect(file, &BaseFile::filePathChanged, this, [&](const QString &path) {
+                told.append(path);
+                gone.reset();
+            });
+        }
+        FolderMove move = makeMove();
+        QCOMPARE(move.copy(), FolderMove::Done);
+        QCOMPARE(record.filePath(), source(u"a.jpg"_s));
+        QVERIFY(move.removeOriginals());
+        const QString now = target(u"a (1).jpg"_s);
+        for (const BaseFile *file : {&record, &listed}) {
+            QCOMPARE(file->filePath(), now);
+            QCOMPARE(file->cacheFilePath(), now);
+        }
+        QCOMPARE(other.filePath(), source(u"b.jpg"_s));
+        QVERIFY(told.isEmpty());
+        BaseFile::tellFollowers(move.moved());
+        BaseFile::tellFollowers(move.moved());
+        QVERIFY(!gone);
+        QVERIFY(told.size() >= 2 && told.size() <= 3);
+        QCOMPARE(told.first(), now);
+    }
+
+    // Records come, change and go while files move.
+    void recordsOfManyThreads()
+    {
+        const auto work = [&](int seed) {
+            QRandomGenerator random(seed);
+            for (int i = 0; i < 2000; ++i) {
+                const auto path = [&] { return source(QString::number(random.bounded(4))); };
+                BaseFile record;
+                record.setFilePath(path());
+                const BaseFile copy(&record);
+                BaseFile::followFile(path(), path());
+                record.setCacheFilePath(path());
+                BaseFile::tellFollowers({path()});
+                record.setFilePath(random.bounded(2) ? path() : QString());
+            }
+        };
+        std::vector<std::thread> threads;
+        for (int i = 1; i <= 4; ++i)
+            threads.emplace_back(work, i);
+        for (std::thread &thread : threads)
+            thread.join();
     }
 
     void namesThatAreTaken()
@@ -237,5 +430,12 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFolderMove)
+int main(int argc, char *argv[])
+{
+    respectPermissions(argv);
+    QCoreApplication app(argc, argv);
+    TestFolderMove test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_foldermove.moc"

@@ -8,6 +8,25 @@
 #include <QRandomGenerator>
 #include <QTest>
 
+#ifdef Q_OS_LINUX
+#    include <linux/capability.h>
+#    include <sys/prctl.h>
+#    include <unistd.h>
+#endif
+
+/// To be called by main(): for the superuser nothing is unreadable, so the program starts itself
+/// again without that right. Nothing happens where it has none.
+inline void respectPermissions([[maybe_unused]] char **argv)
+{
+#ifdef Q_OS_LINUX
+    if (::prctl(PR_CAPBSET_READ, CAP_DAC_OVERRIDE) != 1 || ::geteuid() != 0)
+        return;
+    ::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
+    ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
+    ::execv("/proc/self/exe", argv);
+#endif
+}
+
 /// The files below a folder: what tests of moving them make, and compare.
 struct MediaTree {
     struct File {
