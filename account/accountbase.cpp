@@ -16,14 +16,17 @@
 #include "protocol/common_data.pb.h"
 #include "settings/accountsettingmodel.h"
 #include "settings/appdirmanager.h"
+#include "settings/storedvalues_p.h"
 #include "storage/configstorage.h"
 #include "storage/userstorageprovider.h"
 
 #include <QJSEngine>
 #include <QLoggingCategory>
+#include <QPointer>
 #include <QtEndian>
 
 #include <algorithm>
+#include <mutex>
 #include <utility>
 
 namespace
@@ -32,23 +35,35 @@ namespace
 Q_LOGGING_CATEGORY(lcAccount, "im.modelbase")
 
 constexpr int keySize = 32;
+constexpr int defaultMaxDevices = 5;
 /// Secure keys are synchronised between devices in this version.
 constexpr int syncedSecureKeyVersion = 3;
 
-/// The account's synchronised configuration, kept in its own store.
+/// The account's synchronised configuration, kept in its own store, while that is `entered`.
 class StoredConfiguration : public ConfigurationService
 {
 public:
-    explicit StoredConfiguration(storage::ConfigStorage *rows) : m_rows(rows) { }
+    StoredConfiguration(storage::ConfigStorage *rows, const std::atomic_bool &entered)
+        : m_rows(rows), m_entered(entered)
+    {
+    }
 
     QByteArray value(const QString &name) const override
     {
-        return m_rows->value(name).toByteArray();
+        return m_entered ? m_rows->value(name).toByteArray() : QByteArray();
     }
-    void save(const QString &name, const QByteArray &json) override { m_rows->save({name, json}); }
+    void save(const QString &name, const QByteArray &json) override
+    {
+        if (m_entered)
+            m_rows->save({name, json});
+        else
+            ImLog::error(lcAccount(),
+                         QStringLiteral("\"%1\" is not stored: no store is open").arg(name));
+    }
 
 private:
-    storage::ConfigStorage *m_rows;
+    storage::ConfigStorage *const m_rows;
+    const std::atomic_bool &m_entered;
 };
 
 /// A key for a password. The password's bytes replace as many bytes as it has characters, so that a
@@ -63,27 +78,63 @@ QByteArray passwordKey(QString password)
 
 } // namespace
 
+/// How other threads reach the account: its event loop runs what they post, as long as it lives.
+class AccountBase::Mailbox
+{
+public:
+    explicit Mailbox(AccountBase *account) : m_account(account) { }
+
+    void post(std::function<void(AccountBase *)> task)
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!m_account)
+            return;
+        QMetaObject::invokeMethod(
+            m_account, [account = m_account, task = std::move(task)] { task(account); },
+            Qt::QueuedConnection);
+    }
+    void close()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_account = nullptr;
+    }
+
+private:
+    std::mutex m_mutex;
+    AccountBase *m_account; // null once its destruction has begun
+};
+
 AccountBase::AccountBase(QObject *parent)
     : QObject(parent), m_aes(std::make_unique<CryptoAES>(2)),
       m_storage(std::make_unique<storage::UserStorageProvider>()),
       m_signalStore(std::make_unique<crypto::Store>(m_storage->keyStorage())),
       m_ownFiles(std::make_unique<FileRegistry>()),
       m_ownStickers(std::make_unique<SharedStickers>()),
-      m_ownConfiguration(std::make_unique<StoredConfiguration>(m_storage->syncConfigStorage())),
+      m_ownConfiguration(
+          std::make_unique<StoredConfiguration>(m_storage->syncConfigStorage(), m_storeEntered)),
       m_dataInfoModel(new DataInfoModel(this)), m_deviceModel(new AccountDeviceModel(this)),
-      m_accountSettingModel(new AccountSettingModel(this))
+      m_accountSettingModel(new AccountSettingModel(this)),
+      m_mailbox(std::make_shared<Mailbox>(this))
 {
     QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
     setAccountId(0);
     updateUserCacheDataPath();
-    m_storage->setUpdateGroupInfoMethod([](qint64 groupId) {
-        qCDebug(lcAccount, "Group %lld wants its information refreshed.", groupId);
+    m_storage->setUpdateGroupInfoMethod([mailbox = m_mailbox](qint64 groupId) {
+        mailbox->post([groupId](AccountBase *account) { account->refreshGroupInfo(groupId); });
+    });
+    m_signalStore->setOpenedHandler([mailbox = m_mailbox] {
+        mailbox->post([](AccountBase *account) {
+            if (account->m_userInfoWaits)
+                account->storeUserInfo();
+            Q_EMIT account->signalStoreOpened();
+        });
     });
 }
 
 AccountBase::~AccountBase()
 {
     AccountManager::accountDeleted(this);
+    m_mailbox->close();
     // The models write what they still hold, so they go before the store does.
     delete m_accountSettingModel;
     delete m_deviceModel;
@@ -91,24 +142,81 @@ AccountBase::~AccountBase()
     m_storage->close();
 }
 
+// The store
+
 bool AccountBase::openStorage(bool create)
 {
+    if (m_pathId != m_accountId) {
+        ImLog::error(lcAccount(),
+                     QStringLiteral("Account %1 has no store: its directory is that of account %2")
+                         .arg(m_accountId)
+                         .arg(m_pathId));
+        return false;
+    }
+    if (m_storePath != m_userStatusDataPath && !leaveStore()) {
+        ImLog::error(
+            lcAccount(),
+            QStringLiteral("The store of account %1 is not opened: changes in %2 cannot be "
+                           "written now")
+                .arg(m_accountId)
+                .arg(m_storePath));
+        return false;
+    }
     if (!m_storage->open(m_userStatusDataPath, create))
         return false;
-    // What was found out about the keys of another database says nothing about this one's.
-    if (m_signalStore->state() != crypto::Store::State::NotOpened)
-        m_signalStore->open();
+    m_storePath = m_userStatusDataPath;
+    m_storeEntered = true;
+    m_personId = m_accountId;
+    m_dataInfoModel->m_values->enter();
+    m_accountSettingModel->m_values->enter();
+    m_signalStore->reopen();
+
+    const QPointer<AccountBase> guard(this);
     m_dataInfoModel->loadLocalData(false);
     m_accountSettingModel->loadLocalData(false);
-    readFeatures();
-    return true;
+    if (guard && m_storeEntered)
+        readFeatures();
+    if (guard && m_storeEntered && m_userInfoWaits)
+        storeUserInfo();
+    return guard && m_storeEntered;
 }
 
 void AccountBase::closeStorage()
 {
-    m_accountSettingModel->flush();
-    m_dataInfoModel->flush();
-    m_storage->close();
+    suspendStore();
+    if (m_storage->isOpen()) {
+        m_accountSettingModel->flush();
+        m_dataInfoModel->flush();
+        m_storage->close();
+    }
+    endSession();
+}
+
+/// From now on no change reaches the store, and the keys answer nothing.
+void AccountBase::suspendStore()
+{
+    m_storeEntered = false;
+    m_accountSettingModel->m_values->suspend();
+    m_dataInfoModel->m_values->suspend();
+    m_signalStore->close();
+}
+
+/// Ends all that has to do with the present store. False, with the store still open, when its
+/// changes cannot be written.
+bool AccountBase::leaveStore()
+{
+    suspendStore();
+    if (m_storage->isOpen()) {
+        if (!m_accountSettingModel->flush() || !m_dataInfoModel->flush())
+            return false;
+        m_storage->close();
+    }
+    if (!m_accountSettingModel->m_values->leave() || !m_dataInfoModel->m_values->leave())
+        return false;
+    m_accountSettingModel->clear();
+    m_dataInfoModel->clearData(true);
+    m_storePath.clear();
+    return true;
 }
 
 void AccountBase::closeDbInCrash()
@@ -128,13 +236,89 @@ void AccountBase::setAccountId(qint64 accountId)
 {
     const qint64 old = m_accountId.exchange(accountId);
     if (m_userStatusDataPath.isEmpty() || (old != accountId && accountId > 0)) {
+        m_pathId = accountId;
         m_userStatusDataPath = AppDirManager::instance()->defaultCacheDataDir()
             + QString::number(accountId) + Util::separator() + QStringLiteral("userstatus")
             + Util::separator();
         updateUserCacheDataPath();
     }
-    if (old != accountId)
+    if (old == accountId)
+        return;
+    suspendStore();
+    const bool isAnother = std::exchange(m_personId, accountId) > 0;
+    if (!isAnother)
+        return Q_EMIT accountIdChanged();
+    const QPointer<AccountBase> guard(this);
+    const std::function<void()> announce = forgetPerson();
+    if (guard)
         Q_EMIT accountIdChanged();
+    if (guard)
+        announce();
+}
+
+void AccountBase::endSession()
+{
+    if (!m_inSession || m_authorized || m_storage->isOpen())
+        return;
+    m_personId = 0;
+    const QPointer<AccountBase> guard(this);
+    const std::function<void()> announce = forgetPerson();
+    if (guard)
+        announce();
+}
+
+/// Forgets whom the account belonged to; what is returned emits the account's signals and those of
+/// its settings.
+std::function<void()> AccountBase::forgetPerson()
+{
+    m_inSession = false;
+    m_userInfoWaits = false;
+    QList<void (AccountBase::*)()> changes;
+    const auto reset = [&](auto &member, auto value, auto signal) {
+        if (std::exchange(member, value) != value)
+            changes.append(signal);
+    };
+    reset(m_deviceId, 0, &AccountBase::deviceIdChanged);
+    reset(m_phone, QString(), &AccountBase::phoneChanged);
+    reset(m_countryCode, QString(), &AccountBase::countryCodeChanged);
+    reset(m_email, QString(), &AccountBase::emailChanged);
+    reset(m_verificationEmail, QString(), &AccountBase::verificationEmailChanged);
+    reset(m_verificationEnabled, false, &AccountBase::verificationEnabledChanged);
+    reset(m_verificationResetAt, 0, &AccountBase::verificationResetAtChanged);
+    reset(m_maxDeviceCount, defaultMaxDevices, &AccountBase::maxDeviceCountChanged);
+    reset(m_bannedState, NOT_BANNED, &AccountBase::bannedStateChanged);
+    reset(m_features, QMap<int, FeatureState>(), &AccountBase::featuresChanged);
+    const int unread = std::exchange(m_totalUnreadCount, 0);
+    const int atMe = std::exchange(m_totalAtMeCount, 0);
+    m_ownFiles->clear();
+    m_ownStickers->clear();
+    const QVariantList settings = m_accountSettingModel->propertyValues();
+    m_accountSettingModel->clear();
+    m_dataInfoModel->clearData(true);
+    // Nobody comes back to what still waits to be written.
+    if (!m_storage->isOpen())
+        leaveStore();
+
+    // The last, for its signals are part of it.
+    const QPointer<AccountBase> guard(this);
+    const bool hadDevice = !m_deviceModel->currentDevice().isEmpty();
+    m_deviceModel->clearData(true);
+    if (guard)
+        m_deviceModel->setDeviceDeleteTimer(AccountDeviceModel::Never);
+    if (guard && hadDevice)
+        Q_EMIT m_deviceModel->currentDeviceChanged({});
+
+    return [this, guard, changes, unread, atMe, settings] {
+        m_accountSettingModel->announceChanges(settings);
+        if (guard && unread != 0)
+            Q_EMIT totalUnreadCountChanged(m_totalUnreadCount, unread);
+        if (guard && atMe != 0)
+            Q_EMIT totalAtMeCountChanged(m_totalAtMeCount, atMe);
+        for (const auto change : changes) {
+            if (guard)
+                Q_EMIT(this->*change)();
+        }
+    };
 }
 
 void AccountBase::updateUserCacheDataPath()
@@ -164,13 +348,24 @@ void AccountBase::updatePhone(const QString &phone, const QString &countryCode)
 {
     const bool phoneIsNew = std::exchange(m_phone, phone) != phone;
     const bool countryIsNew = std::exchange(m_countryCode, countryCode) != countryCode;
-    if (!phoneIsNew && !countryIsNew)
-        return;
-    m_signalStore->updateUserInfo({m_accountId, phone, countryCode});
+    // Memory may have had them already, from setPhone().
+    storeUserInfo();
+    const QPointer<AccountBase> guard(this);
     if (phoneIsNew)
         Q_EMIT phoneChanged();
-    if (countryIsNew)
+    if (guard && countryIsNew)
         Q_EMIT countryCodeChanged();
+}
+
+void AccountBase::storeUserInfo()
+{
+    m_userInfoWaits = true;
+    if (!m_storeEntered)
+        return;
+    const crypto::UserInfo info{m_accountId, m_phone, m_countryCode};
+    const std::optional<crypto::UserInfo> stored = m_signalStore->userInfo();
+    if (m_signalStore->state() != crypto::Store::State::Opening)
+        m_userInfoWaits = stored != info && !m_signalStore->updateUserInfo(info);
 }
 
 void AccountBase::updateEmail(const QString &email)
@@ -201,8 +396,13 @@ void AccountBase::setVerificationResetAt(qint64 time)
 
 void AccountBase::setAuthorized(bool authorized)
 {
-    if (std::exchange(m_authorized, authorized) != authorized)
-        Q_EMIT authorizedChanged();
+    if (std::exchange(m_authorized, authorized) == authorized)
+        return;
+    m_inSession = m_inSession || authorized;
+    const QPointer<AccountBase> guard(this);
+    Q_EMIT authorizedChanged();
+    if (guard)
+        endSession();
 }
 
 void AccountBase::setState(int state)
@@ -253,6 +453,11 @@ FileProvider *AccountBase::fileProvider() const
 ConfigurationService *AccountBase::configurationService() const
 {
     return m_configuration ? m_configuration : m_ownConfiguration.get();
+}
+
+void AccountBase::refreshGroupInfo(qint64 groupId)
+{
+    qCDebug(lcAccount, "Group %lld wants its information refreshed.", groupId);
 }
 
 // Dialogs

@@ -13,6 +13,7 @@
 #include <QVariant>
 
 #include <atomic>
+#include <concepts>
 #include <functional>
 #include <memory>
 #include <string>
@@ -23,8 +24,10 @@ class ConfigurationService;
 class CryptoAES;
 class DataInfoModel;
 class FileProvider;
+class FileRegistry;
 class DeviceMessageHandler;
 class QNetworkProxy;
+class SharedStickers;
 class StickerProvider;
 
 namespace crypto
@@ -44,10 +47,20 @@ class UserStorageProvider;
 /// openStorage(), setAuthorized() and AccountManager::addAccount(); at the end logout(),
 /// deleteAccount() or release().
 ///
-/// Thread: the main thread, but for accountId(), state(), autoReconnect() and the encryption
-/// operations, which may be called from any thread. Ownership: the AccountManager is the parent;
-/// storage, keys and models belong to the account; QML never deletes one. The application may delete
-/// one: the manager then takes it off its list. Every setter signals on a change only.
+/// A session lasts from setAuthorized(true) until the account is neither authorized nor its store
+/// open: logout() needs setAuthorized(false) and closeStorage(), in any order. At its end, and when
+/// another id follows one above 0, the account forgets the person: phone and country code, e-mail
+/// and verification, device id, totals, features, banned state, maxDeviceCount(), devices, settings,
+/// data ranges, the keys in memory, and the records of its own file and sticker providers. What is
+/// stored stays. Not forgotten: the id itself, what the application chose (services, proxy,
+/// autoReconnect()), state() and authorized(). The signals come when all is gone, in this order:
+/// those of deviceModel(), accountIdChanged() with another id, those of accountSettingModel(), those
+/// of the account. What a first sign-in sets before setAccountId() stays.
+///
+/// Thread: the main thread, but for accountId(), isMyUserId(), state(), autoReconnect() and the
+/// encryption operations, which may be called from any thread. Ownership: the AccountManager is the
+/// parent; storage, keys and models belong to the account; QML never deletes one. The application
+/// may delete one: the manager then takes it off its list. Every setter signals on a change only.
 class MODELBASE_EXPORT AccountBase : public QObject
 {
     Q_OBJECT
@@ -128,13 +141,20 @@ public:
     virtual void recordScreenLockLog(int sceneType, int unlockType, int result) = 0;
     /// Called of the notebook account, before it becomes the current one.
     virtual void enterNotebookMode() = 0;
+    /// The storage layer wants the information of a group fetched anew, see
+    /// storage::UserStorageProvider::updateGroupInfo(). Whoever asks, on whatever thread, this is
+    /// called on the account's thread, by its event loop; not any more once ~AccountBase() has
+    /// begun. Writes a debug line unless overridden.
+    virtual void refreshGroupInfo(qint64 groupId);
 
     // Identity.
 
     /// The user's id; 0 before a sign-in.
     qint64 accountId() const { return m_accountId; }
     /// Also chooses the directories below: those named after the id. With an id below 1 they stay
-    /// what they are, at first those of the id 0. Opens and moves nothing.
+    /// what they are, at first those of the id 0. Opens and moves nothing; but an open store is that
+    /// of the id before: until openStorage(), the keys answer nothing and settings and data ranges
+    /// stay in memory. Another id after one above 0 forgets the person, see above.
     void setAccountId(qint64 accountId);
     bool isAccountId(qint64 id) const { return id == m_accountId; }
     /// True for this account's id and for the ids of its other identities: those of which the key
@@ -147,6 +167,7 @@ public:
     const QString &countryCode() const { return m_countryCode; }
     Q_INVOKABLE void setCountryCode(QString countryCode);
     /// Sets both and stores them with the keys, where crypto::Store::userInfo() finds them again.
+    /// What cannot be stored now is tried again when the store or its keys are opened.
     void updatePhone(const QString &phone, const QString &countryCode);
     const QString &email() const { return m_email; }
     void updateEmail(const QString &email);
@@ -187,7 +208,10 @@ public:
     // Store, keys and models; all owned by the account and never null. Until openStorage() there is
     // nothing in them.
 
+    /// Opened and closed by openStorage() and closeStorage() only.
     storage::UserStorageProvider *storage() const { return m_storage.get(); }
+    /// While a keychain is asked for its master key, it is Opening and has no keys; see
+    /// signalStoreOpened().
     crypto::Store *signalStore() const { return m_signalStore.get(); }
     DataInfoModel *dataInfoModel() const { return m_dataInfoModel; }
     AccountDeviceModel *deviceModel() const { return m_deviceModel; }
@@ -241,6 +265,9 @@ public:
     /// by a new random one, which the caller stores with the message or file. Empty data give an
     /// empty result and leave the key alone.
     QByteArray encrypt(const QByteArray &data, QByteArray &key) const;
+    /// A key that cannot be handed back is no password either.
+    template <std::same_as<QByteArray> Key>
+    QByteArray encrypt(const QByteArray &data, const Key &key) const = delete;
     QByteArray decrypt(const QByteArray &data, const QByteArray &key) const;
     /// Under a password, whose first 32 characters count. It is the key: nothing is derived from
     /// it.
@@ -303,18 +330,35 @@ Q_SIGNALS:
     void verificationEnabledChanged();
     void verificationResetAtChanged();
     void bannedStateChanged();
+    /// A keychain that had to be asked for the keys has answered: signalStore()->state() tells what
+    /// came of it.
+    void signalStoreOpened();
 
 protected:
     /// Opens the account's database in userStatusDataPath() and loads what lies there: settings,
     /// data ranges, features. False, with a log line, when it cannot be opened. With `create`
     /// false, as for restore(), an account without a database is refused. The keys are opened by
     /// the first call that needs them, see crypto::Store.
+    ///
+    /// The store of another id that is still open is closed first, with its changes written. When
+    /// they cannot be written, the call is refused and that store stays open, so that it can be
+    /// tried again; what could not be written before closeStorage() is lost now, and named in the
+    /// log. No change ever reaches the store of another id.
     bool openStorage(bool create);
-    /// Writes what is pending and closes the database; the models keep what they hold.
+    /// Writes what is pending and closes the database; the models keep what they hold, unless it is
+    /// the end of a session. What cannot be written waits for the same store to be opened again, or
+    /// is lost, and named in the log, when the session ends.
     void closeStorage();
 
 private:
     friend class AccountManager;
+    class Mailbox;
+
+    void suspendStore();
+    bool leaveStore();
+    void storeUserInfo();
+    void endSession();
+    std::function<void()> forgetPerson();
 
     std::atomic<qint64> m_accountId = 0;
     int m_totalUnreadCount = 0;
@@ -337,14 +381,21 @@ private:
     const std::unique_ptr<CryptoAES> m_aes;
     const std::unique_ptr<storage::UserStorageProvider> m_storage;
     const std::unique_ptr<crypto::Store> m_signalStore;
-    const std::unique_ptr<FileProvider> m_ownFiles;
-    const std::unique_ptr<StickerProvider> m_ownStickers;
+    const std::unique_ptr<FileRegistry> m_ownFiles;
+    const std::unique_ptr<SharedStickers> m_ownStickers;
     const std::unique_ptr<ConfigurationService> m_ownConfiguration;
     DataInfoModel *m_dataInfoModel;
     AccountDeviceModel *m_deviceModel;
     AccountSettingModel *m_accountSettingModel;
     QString m_userStatusDataPath;
     QString m_userCacheDataPath;
+    qint64 m_pathId = 0; // whose directories these are
+    QString m_storePath; // directory of the store that is open, or that changes still wait for
+    std::atomic_bool m_storeEntered = false; // it is open, and that of this id
+    qint64 m_personId = 0; // whose details these are; 0: nobody's, or of who is signing in
+    bool m_inSession = false;
+    bool m_userInfoWaits = false; // phone and country code are still to be stored
+    const std::shared_ptr<Mailbox> m_mailbox;
     QMap<int, FeatureState> m_features;
     StickerProvider *m_stickerProvider = nullptr;
     FileProvider *m_fileProvider = nullptr;

@@ -36,6 +36,12 @@ QSharedPointer<FileData> FileRegistry::add(const QSharedPointer<FileData> &recor
     return held && held->isSameRecord(*record) ? held : record;
 }
 
+void FileRegistry::clear()
+{
+    const std::lock_guard lock(m_mutex);
+    m_records.clear();
+}
+
 qsizetype FileRegistry::entryCount() const
 {
     const std::lock_guard lock(m_mutex);

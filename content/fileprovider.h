@@ -42,6 +42,8 @@ public:
     /// How many entries there are, those of records that are gone and were not yet forgotten
     /// included.
     qsizetype entryCount() const;
+    /// Forgets all records, also those that somebody holds.
+    void clear();
 
 private:
     mutable std::mutex m_mutex;

@@ -30,6 +30,8 @@ public:
     /// How many entries there are, those of items that are gone and were not yet forgotten
     /// included.
     qsizetype entryCount() const { return qsizetype(m_items.size()); }
+    /// Forgets all items, also those that somebody holds.
+    void clear() { m_items.clear(); }
 
 private:
     QWeakPointer<StickerItem> &entryOf(const std::string &fileId);

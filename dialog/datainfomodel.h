@@ -53,8 +53,9 @@ public:                                                                         
 /// A value is there for every reader as soon as its setter returns. On the main thread the store is
 /// written later, by the save thread; a caller on another thread has it written before the setter
 /// returns. Changes of one key reach the store in the order in which they reach memory. Failures of
-/// the store are logged, and what could not be written is tried again with the next change. While
-/// the store is closed, changes stay in memory until the next load.
+/// the store are logged, and what could not be written is tried again with the next change. A change
+/// belongs to the store that is open when it is made; while none is open for the account's id, it
+/// stays in memory until the next load.
 ///
 /// Thread: any, but for loadLocalData() and flush(), which belong to the account's thread.
 class MODELBASE_EXPORT DataInfoModel : public QObject, public ModelBase
@@ -139,6 +140,8 @@ public:
     bool flush();
 
 private:
+    friend class AccountBase; // which opens and closes the store
+
     bool getDataInfo(const QString &key, bool fallback) const;
     qint64 getDataInfo(const QString &key, qint64 fallback) const;
     QByteArray getDataInfo(const QString &key, const QByteArray &fallback) const;

@@ -11,6 +11,8 @@
 #include <QCoreApplication>
 #include <QJSEngine>
 #include <QJSValue>
+#include <QMetaProperty>
+#include <QPointer>
 #include <QStandardPaths>
 
 #include <algorithm>
@@ -157,7 +159,44 @@ void AccountSettingModel::loadLocalData(bool skip)
 
 void AccountSettingModel::clearData(bool)
 {
+    const QVariantList before = propertyValues();
+    clear();
+    announceChanges(before);
+}
+
+void AccountSettingModel::clear()
+{
     m_values->clear();
+    m_notification.clear();
+    m_chatFolder.clear();
+}
+
+QVariantList AccountSettingModel::propertyValues() const
+{
+    QVariantList values;
+    const QMetaObject &meta = staticMetaObject;
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i)
+        values.append(meta.property(i).read(this));
+    return values;
+}
+
+/// Emits the signals of the properties that are not what they were.
+void AccountSettingModel::announceChanges(const QVariantList &before)
+{
+    const QMetaObject &meta = staticMetaObject;
+    const QVariantList values = propertyValues();
+    const QPointer<AccountSettingModel> guard(this);
+    for (qsizetype i = 0; i < values.size() && guard; ++i) {
+        if (values.at(i) == before.at(i))
+            continue;
+        const QVariant &value = values.at(i);
+        const QMetaMethod changed = meta.property(meta.propertyOffset() + int(i)).notifySignal();
+        if (changed.parameterCount() == 0)
+            changed.invoke(this, Qt::DirectConnection);
+        else
+            changed.invoke(this, Qt::DirectConnection,
+                           QGenericArgument(value.typeName(), value.constData()));
+    }
 }
 
 bool AccountSettingModel::flush()

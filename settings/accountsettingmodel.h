@@ -49,8 +49,8 @@ Q_SIGNALS:                                                                      
                   name##Changed(value))
 
 /// The settings of one account. Most are rows of the account's store, cached and written through as
-/// AppSettingModel's are; while the store is closed, changes of them stay in memory until the next
-/// load. What concerns notifications and chat folders is shared by the account's devices: two maps,
+/// AppSettingModel's are. A change belongs to the store that is open when it is made; while none is
+/// open for the account's id, it stays in memory until the next load. What concerns notifications and chat folders is shared by the account's devices: two maps,
 /// read from and handed to AccountBase::configurationService() as JSON under the names
 /// "mobileNotification" and "dialog_folder_config".
 ///
@@ -170,7 +170,8 @@ public:
     /// stored elsewhere over, and announces what may be shown already. Does nothing when `skip` is
     /// true.
     void loadLocalData(bool skip) override;
-    /// Empties the cache; what is stored stays. The argument does not matter.
+    /// Empties the cache and the two shared maps, then announces the properties that differ; what is
+    /// stored stays. The argument does not matter.
     void clearData(bool clear) override;
     /// Writes what is pending on the calling thread, as before the store is closed. True when
     /// nothing is left to write.
@@ -229,6 +230,11 @@ Q_SIGNALS:
     void openNotebookChanged(bool);
 
 private:
+    friend class AccountBase; // which opens and closes the store
+
+    void clear();
+    QVariantList propertyValues() const;
+    void announceChanges(const QVariantList &before);
     bool read(const QString &key, bool fallback) const;
     int read(const QString &key, int fallback) const;
     qint64 read(const QString &key, qint64 fallback) const;

@@ -3,22 +3,28 @@
 #include "settings/settingmodel_p.h"
 #include "settings/storewriter_p.h"
 
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <unordered_set>
 #include <utility>
 
 /// The values of one of an account's stores in memory, written through in the background. What is
-/// changed while the store is closed stays in memory only: it may be opened next for another
-/// account.
+/// changed while no store is open for the account stays in memory only.
 ///
-/// Thread: any; load() by one at a time. The store is never called under the lock, and the two see
-/// changes of a key in the same order.
+/// A change belongs to the store that was open when it was made: it has the writer of that store,
+/// and a store that is left takes its writer, and what that could not write, with it.
+///
+/// Thread: any; load() and all that concerns the store by one at a time. The store is never called
+/// under the lock, and the two see changes of a key in the same order.
 template <typename Storage, typename Info>
 class StoredValues
 {
 public:
-    explicit StoredValues(Storage *storage) : m_storage(storage), m_writer(storage) { }
+    explicit StoredValues(Storage *storage)
+        : m_storage(storage), m_writer(std::make_shared<Writer>(storage))
+    {
+    }
 
     template <typename T>
     T value(const QString &key, const T &fallback) const
@@ -43,8 +49,8 @@ public:
     /// Changes a value; false when it is equal to the present one.
     bool change(const QString &key, const QVariant &value, bool save)
     {
-        save = save && m_writer.accepts(key, value);
-        bool first = false;
+        save = save && Writer::accepts(key, value);
+        std::shared_ptr<Writer> writer;
         {
             const std::lock_guard lock(m_mutex);
             const auto found = m_values.find(key);
@@ -55,58 +61,72 @@ public:
             else
                 found->second = value;
             touch(key);
-            first = save && m_storage->isOpen() && m_writer.put(info(key, value));
+            if (save && isStoreOpen() && m_writer->put(info(key, value)))
+                writer = m_writer;
         }
-        if (first)
-            m_writer.write();
+        if (writer)
+            writer->write();
         return true;
     }
 
     /// Sets a value and saves it, equal or not. About `async` see StoreWriter::write().
     void set(const QString &key, const QVariant &value, bool async)
     {
-        bool save = m_writer.accepts(key, value);
-        bool first = false;
+        const bool save = Writer::accepts(key, value);
+        std::shared_ptr<Writer> writer;
         {
             const std::lock_guard lock(m_mutex);
             m_values.insert_or_assign(key, value);
             touch(key);
-            save = save && m_storage->isOpen();
-            first = save && m_writer.put(info(key, value));
+            if (save && isStoreOpen() && (m_writer->put(info(key, value)) || !async))
+                writer = m_writer;
         }
-        if (first || (save && !async))
-            m_writer.write(async);
+        if (writer)
+            writer->write(async);
     }
 
     /// Does nothing where there is no such value.
     void remove(const QString &key, bool async)
     {
-        bool save = false;
-        bool first = false;
+        std::shared_ptr<Writer> writer;
         {
             const std::lock_guard lock(m_mutex);
             if (m_values.erase(key) == 0)
                 return;
             touch(key);
-            save = m_storage->isOpen();
-            first = save && m_writer.putRemoval(key);
+            if (isStoreOpen() && (m_writer->putRemoval(key) || !async))
+                writer = m_writer;
         }
-        if (first || (save && !async))
-            m_writer.write(async);
+        if (writer)
+            writer->write(async);
     }
 
     /// Writes one row, bypassing the memory.
     void saveStored(const QString &key, const QVariant &value)
     {
-        if (m_storage->isOpen())
-            m_writer.save(info(key, value));
+        if (!Writer::accepts(key, value))
+            return;
+        std::shared_ptr<Writer> writer;
+        {
+            const std::lock_guard lock(m_mutex);
+            if (isStoreOpen() && m_writer->put(info(key, value)))
+                writer = m_writer;
+        }
+        if (writer)
+            writer->write();
     }
 
     /// Removes one row; the value in memory stays until the next load.
     void removeStored(const QString &key)
     {
-        if (m_storage->isOpen())
-            m_writer.remove(key);
+        std::shared_ptr<Writer> writer;
+        {
+            const std::lock_guard lock(m_mutex);
+            if (isStoreOpen() && m_writer->putRemoval(key))
+                writer = m_writer;
+        }
+        if (writer)
+            writer->write();
     }
 
     /// Reads the store in place of what is in memory. `upgrade` may alter the rows first.
@@ -118,7 +138,7 @@ public:
             m_touched.emplace();
         }
         ValueCache values;
-        QList<Info> rows = m_writer.allInfos();
+        QList<Info> rows = m_writer->allInfos();
         values.reserve(std::size_t(rows.size()));
         for (Info &info : rows)
             values.insert_or_assign(std::move(info.key), std::move(info.value));
@@ -141,9 +161,41 @@ public:
         m_values.clear();
     }
 
-    bool flush() { return m_writer.flush(); }
+    bool flush() { return m_writer->flush(); }
+
+    // A store's life. Its storage is opened before enter() and closed after suspend().
+
+    /// Changes go to the store from now on.
+    void enter()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_entered = true;
+    }
+    /// Changes stay in memory from now on; what is pending is still this store's.
+    void suspend()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_entered = false;
+    }
+    /// Lets go of a suspended store: what could not be written is lost, and named in the log. False
+    /// when a write hangs; nothing has happened then, and no other store may be opened.
+    bool leave()
+    {
+        if (!m_writer->close())
+            return false;
+        auto next = std::make_shared<Writer>(m_storage);
+        const std::lock_guard lock(m_mutex);
+        m_writer.swap(next);
+        return true;
+    }
 
 private:
+    using Writer = StoreWriter<Storage, Info>;
+
+    // Asked under the lock: what is changed while it is false is over, then, before a load that
+    // follows its opening begins.
+    bool isStoreOpen() const { return m_entered && m_storage->isOpen(); }
+
     void touch(const QString &key)
     {
         if (m_touched)
@@ -158,11 +210,10 @@ private:
         return info;
     }
 
-    // Asked under the lock whether it is open: what is changed while it is not is over, then, before
-    // a load that follows its opening begins.
     Storage *const m_storage;
-    StoreWriter<Storage, Info> m_writer;
-    mutable std::mutex m_mutex; // guards what follows
+    mutable std::mutex m_mutex;       // guards what follows
+    std::shared_ptr<Writer> m_writer; // replaced by leave() only
+    bool m_entered = false;
     ValueCache m_values;
     std::optional<std::unordered_set<QString>> m_touched; // while a load reads: keys changed since
 };

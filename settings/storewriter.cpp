@@ -149,27 +149,30 @@ public:
             write();
     }
 
-    bool flush(bool close)
+    bool flush()
     {
         if (!m_writing.tryLock(flushMs)) {
             ImLog::error(lcWriter(),
                          QStringLiteral("A write to a store hangs; later changes may be lost"));
             return false;
         }
-        bool done = true;
-        if (m_storage) {
-            done = write();
-            if (close)
-                m_storage = nullptr;
-        }
+        const bool done = !m_storage || write();
         m_writing.unlock();
         return done;
     }
 
-    qsizetype pendingCount()
+    bool close()
     {
-        const QMutexLocker lock(&m_mutex);
-        return qsizetype(m_pending.changes.size()) + m_pending.wipe;
+        if (!m_writing.tryLock(flushMs)) {
+            ImLog::error(lcWriter(), QStringLiteral("A write to a store hangs"));
+            return false;
+        }
+        if (m_storage && m_storage->isOpen())
+            write();
+        m_storage = nullptr;
+        m_writing.unlock();
+        logLost();
+        return true;
     }
 
     QList<Info> allInfos()
@@ -180,6 +183,29 @@ public:
         const QList<Info> stored = m_storage->allInfos();
         const QMutexLocker pendingLock(&m_mutex);
         return m_pending.appliedTo(stored);
+    }
+
+    /// Names what is pending and forgets it.
+    void logLost()
+    {
+        Pending<Info> lost;
+        {
+            const QMutexLocker lock(&m_mutex);
+            lost = std::exchange(m_pending, {});
+        }
+        if (lost.isEmpty())
+            return;
+        constexpr qsizetype named = 20;
+        lost.compact();
+        QStringList keys;
+        for (const Change<Info> &change : lost.changes) {
+            if (keys.size() < named)
+                keys.append(change.info.key.left(64));
+        }
+        ImLog::error(lcWriter(),
+                     QStringLiteral("Changes that could not be stored are lost: %1 (%2)")
+                         .arg(qsizetype(lost.changes.size()) + lost.wipe)
+                         .arg(keys.join(QStringLiteral(", "))));
     }
 
 private:
@@ -226,10 +252,8 @@ StoreWriter<Storage, Info>::StoreWriter(Storage *storage) : d(std::make_shared<S
 template <typename Storage, typename Info>
 StoreWriter<Storage, Info>::~StoreWriter()
 {
-    d->flush(true);
-    if (const qsizetype lost = d->pendingCount())
-        ImLog::error(lcWriter(),
-                     QStringLiteral("Changes that could not be stored are lost: %1").arg(lost));
+    if (!close())
+        d->logLost();
 }
 
 template <typename Storage, typename Info>
@@ -307,7 +331,13 @@ void StoreWriter<Storage, Info>::removeAll(const QList<Info> &kept)
 template <typename Storage, typename Info>
 bool StoreWriter<Storage, Info>::flush()
 {
-    return d->flush(false);
+    return d->flush();
+}
+
+template <typename Storage, typename Info>
+bool StoreWriter<Storage, Info>::close()
+{
+    return d->close();
 }
 
 template <typename Storage, typename Info>

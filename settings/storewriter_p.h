@@ -30,7 +30,7 @@ class StoreWriter
 public:
     /// @param storage where to write; not owned, has to outlive the writer
     explicit StoreWriter(Storage *storage);
-    /// Flushes. What cannot be written now is lost, with a log line.
+    /// As close().
     ~StoreWriter();
 
     // In steps, for callers that order their changes by a lock of their own:
@@ -57,6 +57,9 @@ public:
     /// Writes what is pending on the calling thread, after waiting for a write under way. True when
     /// nothing is left to write.
     bool flush();
+    /// Lets go of the store for good: flushes where it is open; what cannot be written then is lost,
+    /// and named in the log. False when a write hangs, so that it may still reach the store.
+    bool close();
     /// All rows as they are once what is pending has been written, which is tried first.
     QList<Info> allInfos();
 

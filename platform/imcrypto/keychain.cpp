@@ -92,14 +92,22 @@ std::shared_ptr<Outcome> runJob(const QString &what, const QString &entry,
 
 } // namespace
 
+bool isPossible()
+{
+#if defined(Q_OS_UNIX) && !defined(Q_OS_DARWIN)
+    return !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")
+        || (!qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")
+            && QFileInfo::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus")));
+#else
+    return true;
+#endif
+}
+
 bool isAvailable()
 {
 #if defined(Q_OS_UNIX) && !defined(Q_OS_DARWIN)
     // Without an address, asking for the bus would start one.
-    if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")
-        && (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")
-            || !QFileInfo::exists(qEnvironmentVariable("XDG_RUNTIME_DIR")
-                                  + QStringLiteral("/bus"))))
+    if (!isPossible())
         return false;
     constexpr int busTimeoutMs = 3000;
     const auto running = std::make_shared<bool>(false);

@@ -11,6 +11,9 @@
 namespace crypto::keychain
 {
 
+/// False where no keychain can run: without a session bus. Asks nobody.
+bool isPossible();
+
 /// Whether a keychain runs, or would be started for us. Without a session bus the answer comes at
 /// once.
 bool isAvailable();

@@ -2,15 +2,17 @@
 
 #include "imcrypto/keychain_p.h"
 #include "imcrypto/log_p.h"
+#include "imcrypto/masterkey_p.h"
 
 #include "cryptobase/cryptoaes.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLockFile>
 #include <QStandardPaths>
 
-#include <filesystem>
+#include <algorithm>
 
 #if defined(Q_OS_WIN)
 #    include <io.h>
@@ -52,13 +54,57 @@ void flushDirectory([[maybe_unused]] const QString &path)
 #endif
 }
 
+std::error_code hardLink(const std::filesystem::path &file, const std::filesystem::path &name)
+{
+    std::error_code error;
+    std::filesystem::create_hard_link(file, name, error);
+    return error;
+}
+
+/// What file systems without hard links (FAT, many a network or phone) answer.
+bool meansNoLinks(const std::error_code &error)
+{
+    constexpr std::errc answers[] = {
+        std::errc::operation_not_permitted, std::errc::operation_not_supported,
+        std::errc::not_supported,           std::errc::function_not_supported,
+        std::errc::permission_denied,       std::errc::too_many_links,
+    };
+    return std::ranges::any_of(answers, [&](std::errc answer) { return error == answer; });
+}
+
+/// Renames a file unless the name is taken. A rename replaces what is there, so all who do this
+/// take turns; whoever died on its turn is passed over.
+std::error_code renameInTurn(const QFile &file, const QString &name)
+{
+    constexpr int turnTimeoutMs = 5000;
+    QLockFile turn(name + QStringLiteral(".lock"));
+    if (!turn.tryLock(turnTimeoutMs))
+        return make_error_code(std::errc::device_or_resource_busy);
+    if (QFileInfo::exists(name))
+        return make_error_code(std::errc::file_exists);
+    std::error_code error;
+    std::filesystem::rename(file.filesystemFileName(), QFile(name).filesystemFileName(), error);
+    return error;
+}
+
 /// Unbuffered throughout: Qt's buffers would keep the key.
 class KeyFile : public MasterKey
 {
 public:
-    KeyFile(const QString &filePath, bool preferKeychain)
-        : m_filePath(filePath), m_preferKeychain(preferKeychain)
+    KeyFile(const QString &filePath, bool preferKeychain, Link link = hardLink)
+        : m_filePath(filePath), m_preferKeychain(preferKeychain), m_link(std::move(link))
     {
+    }
+
+    bool mayWait() const override
+    {
+        QFile file(m_filePath);
+        if (!file.exists())
+            return m_preferKeychain && keychain::isPossible();
+        if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+            return false;
+        const SecureBytes begin(file.read(entryMark.size())); // perhaps of the key itself
+        return QByteArray(begin) == entryMark;
     }
 
     Answer load() override
@@ -130,7 +176,7 @@ private:
     }
 
     /// Writes a whole file beside it, then links it to its name: that fails where one is, however
-    /// close the race. True when the file is there and ours.
+    /// close the race. Nobody ever finds half a file. True when the file is there and ours.
     bool publish(const QByteArray &content) const
     {
         const QString directory = QFileInfo(m_filePath).absolutePath();
@@ -144,8 +190,9 @@ private:
         file.close();
         std::error_code error;
         if (written) {
-            std::filesystem::create_hard_link(file.filesystemFileName(),
-                                              QFile(m_filePath).filesystemFileName(), error);
+            error = m_link(file.filesystemFileName(), QFile(m_filePath).filesystemFileName());
+            if (meansNoLinks(error))
+                error = renameInTurn(file, m_filePath);
             reason = QString::fromStdString(error.message());
         }
         file.remove();
@@ -159,6 +206,7 @@ private:
 
     const QString m_filePath;
     const bool m_preferKeychain;
+    const Link m_link;
 };
 
 } // namespace
@@ -168,6 +216,11 @@ MasterKey::~MasterKey() = default;
 std::shared_ptr<MasterKey> MasterKey::inFile(const QString &filePath)
 {
     return std::make_shared<KeyFile>(filePath, false);
+}
+
+std::shared_ptr<MasterKey> keyFile(const QString &filePath, Link link)
+{
+    return std::make_shared<KeyFile>(filePath, false, std::move(link));
 }
 
 std::shared_ptr<MasterKey> MasterKey::installation()

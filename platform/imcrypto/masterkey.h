@@ -13,9 +13,9 @@ namespace crypto
 
 /// Where the 32 bytes come from that all of this installation's keys are sealed under.
 ///
-/// Thread: any. A keychain may ask the user to unlock it, and both calls wait for that: up to half a
-/// minute for each answer, of which load() needs one and create() several. Keep them away from the
-/// GUI thread where a keychain is in use.
+/// Thread: any. A keychain may ask the user to unlock it, and load() and create() wait for that: up
+/// to half a minute for each answer, of which load() needs one and create() several. Whoever must
+/// not wait asks mayWait() first, and calls them on another thread.
 class IMCRYPTO_EXPORT MasterKey
 {
 public:
@@ -32,6 +32,9 @@ public:
 
     virtual ~MasterKey();
 
+    /// Whether load() or create() may have to ask somebody, now. Answers at once; false unless
+    /// overridden.
+    virtual bool mayWait() const { return false; }
     virtual Answer load() = 0;
     /// Makes the key where load() says None, and never in place of another. When two processes or
     /// threads do so at once, both get the same key. Never answers None.

@@ -7,10 +7,16 @@
 #include "cryptobase/sealing.h"
 #include "storage/keystorage.h"
 
+#include <QCoreApplication>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QThread>
 
 #include <algorithm>
+#include <condition_variable>
+#include <system_error>
+#include <thread>
+#include <utility>
 
 using cryptobase::SecureBytes;
 using storage::KeyInfo;
@@ -71,14 +77,56 @@ const char *reason(Store::State state)
         return "there are sealed rows, but their master key is gone";
     case Store::State::MasterKeyWrong:
         return "there are sealed rows, and the master key opens none of them";
+    case Store::State::Opening:
+        return "the keychain is being asked";
     case Store::State::NotOpened:
     case Store::State::Ready:
         break;
     }
-    return "";
+    return "the store is closed";
+}
+
+bool onMainThread()
+{
+    const QCoreApplication *app = QCoreApplication::instance();
+    return app && QThread::currentThread() == app->thread();
 }
 
 } // namespace
+
+/// What became of the master key; `key` is null unless it was found.
+struct Store::Fetched {
+    MasterKey::Status status = MasterKey::Status::Unavailable;
+    Key key;
+};
+
+/// A master key on its way. Shared with the thread that fetches it, which may outlive the store.
+class Store::Opening
+{
+public:
+    void finish(Fetched fetched)
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_fetched = std::move(fetched);
+        }
+        m_finished.notify_all();
+    }
+
+    /// Nothing, when it is not there and nobody is to wait.
+    std::optional<Fetched> fetched(bool wait)
+    {
+        std::unique_lock lock(m_mutex);
+        if (wait)
+            m_finished.wait(lock, [this] { return m_fetched.has_value(); });
+        return m_fetched;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_finished;
+    std::optional<Fetched> m_fetched;
+};
 
 /// A row as it was found: absent, present but not to be opened (`key` is empty), or whole.
 struct Store::Row {
@@ -95,53 +143,147 @@ Store::~Store() = default;
 
 Store::State Store::open()
 {
-    SecureBytes key;
-    const State state = unlock(key);
-    if (state != State::Ready) {
+    reopen();
+    return attempt();
+}
+
+Store::State Store::state()
+{
+    std::optional<Fetched> fetched;
+    int generation;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_opening)
+            fetched = m_opening->fetched(false);
+        if (!fetched)
+            return m_state;
+        generation = m_generation;
+    }
+    return conclude(unlock(*fetched), fetched->key, generation);
+}
+
+void Store::setOpenedHandler(std::function<void()> handler)
+{
+    m_openedHandler = std::move(handler);
+}
+
+void Store::close()
+{
+    const std::lock_guard lock(m_mutex);
+    forget(State::NotOpened);
+    m_closed = true;
+}
+
+void Store::reopen()
+{
+    const std::lock_guard lock(m_mutex);
+    m_closed = false;
+}
+
+/// To be called under the lock.
+void Store::forget(State state)
+{
+    ++m_generation;
+    m_state = state;
+    m_masterKey.reset();
+    m_opening.reset();
+    m_userIds.reset();
+}
+
+Store::State Store::attempt()
+{
+    const bool mayWait = !onMainThread();
+    std::shared_ptr<Opening> opening;
+    int generation;
+    {
+        const std::lock_guard lock(m_mutex);
+        opening = m_opening;
+        generation = m_generation;
+    }
+    if (!opening) {
+        // Before the keychain is troubled.
+        bool mayCreate = false;
+        if (!m_storage->value(checkKind, checkId, 1)) {
+            const std::optional<QList<KeyInfo>> rows =
+                m_storage->isOpen() ? m_storage->allInfos() : std::nullopt;
+            if (!rows)
+                return conclude(State::StorageUnavailable, nullptr, generation);
+            mayCreate = rows->isEmpty();
+        }
+        if (mayWait || !m_source->mayWait()) {
+            const Fetched fetched = fetch(*m_source, mayCreate);
+            return conclude(unlock(fetched), fetched.key, generation);
+        }
+        opening = std::make_shared<Opening>();
+        {
+            const std::lock_guard lock(m_mutex);
+            if (m_generation != generation)
+                return m_state;
+            m_opening = opening;
+            m_state = State::Opening;
+        }
+        try {
+            std::thread([source = m_source, opening, mayCreate, handler = m_openedHandler] {
+                opening->finish(fetch(*source, mayCreate));
+                if (handler)
+                    handler();
+            }).detach();
+        } catch (const std::system_error &) {
+            opening->finish({});
+        }
+    }
+    const std::optional<Fetched> fetched = opening->fetched(mayWait);
+    if (!fetched)
+        return State::Opening;
+    return conclude(unlock(*fetched), fetched->key, generation);
+}
+
+Store::Fetched Store::fetch(MasterKey &source, bool mayCreate)
+{
+    MasterKey::Answer answer = source.load();
+    if (answer.status == MasterKey::Status::None && mayCreate)
+        answer = source.create();
+    if (answer.status != MasterKey::Status::Found)
+        return {answer.status, nullptr};
+    return {answer.status, std::make_shared<const SecureBytes>(std::move(answer.key))};
+}
+
+/// Takes the outcome of an attempt over, unless the store was closed in the meantime.
+Store::State Store::conclude(State state, Key key, int generation)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_generation != generation)
+            return m_state;
+        forget(state);
+        if (state == State::Ready)
+            m_masterKey = std::move(key);
+    }
+    if (state != State::Ready)
         logFailure(
             QStringLiteral("the store is closed: %1").arg(QString::fromLatin1(reason(state))));
-    }
-    Key opened =
-        state == State::Ready ? std::make_shared<const SecureBytes>(std::move(key)) : nullptr;
-    const std::lock_guard lock(m_mutex);
-    m_state = state;
-    m_masterKey = std::move(opened);
     return state;
 }
 
-Store::State Store::state() const
+/// Tries the master key on what is stored.
+Store::State Store::unlock(const Fetched &fetched) const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_state;
-}
-
-Store::State Store::unlock(SecureBytes &key) const
-{
+    if (fetched.status == MasterKey::Status::None)
+        return State::MasterKeyMissing;
+    if (!fetched.key)
+        return State::MasterKeyUnavailable;
+    const SecureBytes &key = *fetched.key;
     const auto check = [this] { return m_storage->value(checkKind, checkId, 1); };
     const auto opens = [&key](const std::optional<QByteArray> &value) {
         return value && unsealed({checkKind, checkId, 1, *value}, key);
     };
-
-    // Before the keychain is troubled.
     const std::optional<QByteArray> stored = check();
-    std::optional<QList<KeyInfo>> rows;
-    if (!stored && !(rows = m_storage->allInfos()))
-        return State::StorageUnavailable;
-
-    MasterKey::Answer master = m_source->load();
-    if (master.status == MasterKey::Status::None) {
-        if (stored || !rows->isEmpty())
-            return State::MasterKeyMissing;
-        master = m_source->create();
-    }
-    if (master.status != MasterKey::Status::Found)
-        return State::MasterKeyUnavailable;
-    key = std::move(master.key);
     if (opens(stored))
         return State::Ready;
 
     // The check row is missing or damaged: any other row tells as well.
-    if (!rows && !(rows = m_storage->allInfos()))
+    const std::optional<QList<KeyInfo>> rows = m_storage->allInfos();
+    if (!rows)
         return State::StorageUnavailable;
     if (!rows->isEmpty() && std::none_of(rows->cbegin(), rows->cend(), [&key](const KeyInfo &row) {
             return unsealed(row, key).has_value();
@@ -158,12 +300,31 @@ Store::State Store::unlock(SecureBytes &key) const
 
 Store::Key Store::masterKey()
 {
+    const bool isOpen = m_storage->isOpen();
     {
         const std::lock_guard lock(m_mutex);
-        if (m_state != State::NotOpened && m_state != State::StorageUnavailable)
+        if (m_closed)
+            return nullptr;
+        switch (m_state) {
+        case State::Ready:
+        case State::NotOpened:
+        case State::Opening:
+        case State::StorageUnavailable:
+            // As before the account's id is known, and after it signed out: nothing has failed.
+            if (!isOpen) {
+                forget(State::StorageUnavailable);
+                return nullptr;
+            }
+            if (m_state != State::Ready)
+                break;
+            [[fallthrough]];
+        case State::MasterKeyUnavailable:
+        case State::MasterKeyMissing:
+        case State::MasterKeyWrong:
             return m_masterKey;
+        }
     }
-    open();
+    attempt();
     const std::lock_guard lock(m_mutex);
     return m_masterKey;
 }
@@ -188,8 +349,11 @@ std::optional<KeyInfo> Store::sealed(const QString &kind, const QString &id, int
                                      const QByteArray &bytes)
 {
     const Key master = masterKey();
-    if (!master)
+    if (!master) {
+        logFailure(QStringLiteral("%1 is not stored: %2")
+                       .arg(describe(kind, id, version), QString::fromLatin1(reason(state()))));
         return std::nullopt;
+    }
     QByteArray value = cryptobase::seal(bytes, *master, place(kind, id, version));
     if (value.isEmpty())
         return std::nullopt;
@@ -251,7 +415,32 @@ SecureBytes Store::userKey(const UserAddress &address)
 
 bool Store::containsUserKey(const UserAddress &address)
 {
-    return !userKey(address).isEmpty();
+    const Key master = masterKey();
+    if (!master)
+        return false;
+    const QString id = addressId(address);
+    int saved;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_userIds)
+            return m_userIds->contains(id);
+        saved = m_userKeysSaved;
+    }
+    const std::optional<QList<KeyInfo>> rows = m_storage->allInfos(userKind);
+    if (!rows)
+        return false;
+    QSet<QString> ids;
+    for (const KeyInfo &row : *rows) {
+        if (unsealed(row, *master))
+            ids.insert(row.id);
+        else
+            logUnreadable(row.kind, row.id, row.version);
+    }
+    const bool found = ids.contains(id);
+    const std::lock_guard lock(m_mutex);
+    if (m_masterKey == master && m_userKeysSaved == saved)
+        m_userIds = std::move(ids);
+    return found;
 }
 
 bool Store::saveUserKey(const UserAddress &address, const QByteArray &key)
@@ -263,7 +452,13 @@ bool Store::saveUserKey(const UserAddress &address, const QByteArray &key)
         return false;
     }
     const std::optional<KeyInfo> info = sealed(userKind, addressId(address), 1, key);
-    return info && m_storage->save(*info);
+    if (!info || !m_storage->save(*info))
+        return false;
+    const std::lock_guard lock(m_mutex);
+    ++m_userKeysSaved;
+    if (m_userIds)
+        m_userIds->insert(info->id);
+    return true;
 }
 
 SecureBytes Store::chatKey(const QString &dialogId, int version)
@@ -319,8 +514,7 @@ bool Store::removeAll()
     if (!m_storage->removeAll())
         return false;
     const std::lock_guard lock(m_mutex);
-    m_state = State::NotOpened;
-    m_masterKey.reset();
+    forget(State::NotOpened);
     return true;
 }
 

@@ -6,8 +6,10 @@
 #include "cryptobase/securebytes.h"
 
 #include <QByteArray>
+#include <QSet>
 #include <QString>
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -39,6 +41,8 @@ struct UserInfo {
     qint64 userId = 0;
     QString phone;
     QString countryCode;
+
+    bool operator==(const UserInfo &) const = default;
 };
 
 /// The end-to-end keys of one account: rows of its database, each sealed with AES-256-GCM under the
@@ -46,16 +50,22 @@ struct UserInfo {
 /// another's place.
 ///
 /// Every call opens the store where that has not been done. While it is not Ready, reads find
-/// nothing and writes return false. A row that does not open (someone changed it) reads as missing,
-/// with a log line; creating does not replace it.
+/// nothing, without a log line, and writes return false, with one. A row that does not open (someone
+/// changed it) reads as missing, with a log line; creating does not replace it.
 ///
-/// Keys are handed out in memory that is cleansed when it dies; nothing is kept but the master key.
-/// Thread: any. Nothing here throws. The master key's source may wait for the user, see MasterKey.
+/// Where a keychain has the master key, its answer may take half a minute and more (see MasterKey).
+/// The main thread never waits for it: the store is Opening then, a thread of its own asks, and the
+/// handler of setOpenedHandler() is called at the end. Calls on other threads wait. Where the key is
+/// in a file, no call waits.
+///
+/// Keys are handed out in memory that is cleansed when it dies; nothing is kept but the master key,
+/// and which user keys there are. Thread: any. Nothing here throws.
 class IMCRYPTO_EXPORT Store
 {
 public:
     enum class State {
         NotOpened,
+        Opening, ///< a keychain is being asked; see above
         Ready,
         StorageUnavailable, ///< the rows can be neither read nor written, as while the database is
                             ///< closed; the next call tries again
@@ -71,11 +81,19 @@ public:
 
     /// Gets the master key, making it where neither a key nor a sealed row exists, and tries it on
     /// what is stored. Where it is unavailable, missing or wrong, what is sealed stays as it is and
-    /// the state stays until this is called again. To be called, too, when `storage` has been opened
-    /// on another database.
+    /// the state stays until this is called again, or close(). To be called, too, when `storage` has
+    /// been opened on another database.
     State open();
-    /// What the last attempt to open came to. Logged, if it was not Ready.
-    State state() const;
+    /// What the last attempt to open came to. Logged, if it was neither Ready nor Opening.
+    State state();
+    /// Called when the keychain has been asked, on the thread that asked, with nothing held; state()
+    /// then tells what came of it. The store may be gone by then. To be set before the first call.
+    void setOpenedHandler(std::function<void()> handler);
+    /// Forgets the master key and all that was found out. As long as nobody calls open() or
+    /// reopen(), reads find nothing and writes are refused.
+    void close();
+    /// Lifts close(): the next call opens the store.
+    void reopen();
 
     /// The secure key, 32 bytes where it was made here; empty when there is none. With `create` a
     /// missing one is made and stored first: whoever asks for it at the same time, in another thread
@@ -89,6 +107,7 @@ public:
 
     /// The user's key; empty when there is none.
     cryptobase::SecureBytes userKey(const UserAddress &address);
+    /// Reads the rows once, when it is first called, and does not look at the disk again.
     bool containsUserKey(const UserAddress &address);
     /// Stores the key, 1 to 4096 bytes, in place of the one before.
     bool saveUserKey(const UserAddress &address, const QByteArray &key);
@@ -118,9 +137,15 @@ public:
 private:
     Q_DISABLE_COPY_MOVE(Store)
     using Key = std::shared_ptr<const cryptobase::SecureBytes>;
+    class Opening;
+    struct Fetched;
     struct Row;
 
-    State unlock(cryptobase::SecureBytes &key) const;
+    static Fetched fetch(MasterKey &source, bool mayCreate);
+    State attempt();
+    State unlock(const Fetched &fetched) const;
+    State conclude(State state, Key key, int generation);
+    void forget(State state);
     Key masterKey();
     Row read(const QString &kind, const QString &id, int version);
     std::optional<storage::KeyInfo> sealed(const QString &kind, const QString &id, int version,
@@ -130,9 +155,15 @@ private:
 
     storage::KeyStorage *const m_storage;
     const std::shared_ptr<MasterKey> m_source;
+    std::function<void()> m_openedHandler;
     mutable std::mutex m_mutex; ///< guards what follows; not held while anything is called
     State m_state = State::NotOpened;
     Key m_masterKey;
+    std::shared_ptr<Opening> m_opening; ///< while a keychain is being asked for the main thread
+    bool m_closed = false;
+    int m_generation = 0;                   ///< what was begun in an earlier one changes nothing
+    std::optional<QSet<QString>> m_userIds; ///< ids of the user keys, once somebody asked
+    int m_userKeysSaved = 0;
 };
 
 } // namespace crypto

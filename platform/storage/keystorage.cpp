@@ -49,6 +49,11 @@ KeyStorage::KeyStorage(std::shared_ptr<Database> database) : m_database(std::mov
 
 KeyStorage::~KeyStorage() = default;
 
+bool KeyStorage::isOpen() const
+{
+    return m_database->isOpen();
+}
+
 std::optional<QByteArray> KeyStorage::value(const QString &kind, const QString &id,
                                             int version) const
 {
@@ -89,6 +94,18 @@ std::optional<QList<KeyInfo>> KeyStorage::allInfos() const
     m_database->read(reading, [&] {
         infos = readInfos(m_database->statement(
             "SELECT kind, id, version, value FROM keys ORDER BY kind, id, version"));
+    });
+    return infos;
+}
+
+std::optional<QList<KeyInfo>> KeyStorage::allInfos(const QString &kind) const
+{
+    std::optional<QList<KeyInfo>> infos;
+    m_database->read(reading, [&] {
+        SQLite::Statement &rows = m_database->statement(
+            "SELECT kind, id, version, value FROM keys WHERE kind = ? ORDER BY id, version");
+        codec::bindText(rows, 1, kind);
+        infos = readInfos(rows);
     });
     return infos;
 }

@@ -30,13 +30,16 @@ public:
     explicit KeyStorage(std::shared_ptr<Database> database);
     ~KeyStorage();
 
+    /// False while every other call would fail.
+    bool isOpen() const;
     std::optional<QByteArray> value(const QString &kind, const QString &id, int version) const;
     bool contains(const QString &kind, const QString &id, int version) const;
     /// Rows of one id with fromVersion <= version <= toVersion, ascending.
     QList<KeyInfo> infos(const QString &kind, const QString &id, int fromVersion,
                          int toVersion) const;
-    /// Every row; nothing, and not an empty list, when they cannot be read.
+    /// Every row, and every row of a kind; nothing, and not an empty list, when they cannot be read.
     std::optional<QList<KeyInfo>> allInfos() const;
+    std::optional<QList<KeyInfo>> allInfos(const QString &kind) const;
     /// Writes the row, in place of one of the same kind, id and version.
     bool save(const KeyInfo &info);
     /// Writes only where no row is yet; true when a row is there afterwards. For keys that two

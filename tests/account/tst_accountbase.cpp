@@ -1,18 +1,37 @@
+// As an application may be built: then a key would turn into a password by itself.
+#undef QT_NO_CAST_FROM_ASCII
+#undef QT_NO_CAST_TO_ASCII
+
+#include "account/accountdevicemodel.h"
 #include "account/accountmanager.h"
+#include "account/threadmanager.h"
 #include "account/verificationemoji_p.h"
 #include "dialog/datainfomodel.h"
 #include "imcrypto/store.h"
 #include "protocol/common_data.pb.h"
+#include "protocol/user_service.pb.h"
+#include "settings/accountsettingmodel.h"
 #include "settings/appdirmanager.h"
+#include "storage/configstorage.h"
 #include "storage/keystorage.h"
+#include "storage/settingstorage.h"
 #include "storage/userstorageprovider.h"
 #include "support/fakeaccount.h"
+#include "support/signallog.h"
 
 #include <QCryptographicHash>
+#include <QDir>
 #include <QJSEngine>
+#include <QMutex>
+#include <QScopeGuard>
+#include <QSemaphore>
 #include <QSignalSpy>
 #include <QtEndian>
 #include <QTest>
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -39,6 +58,64 @@ QStringList emojiOf(const QByteArray &hash)
     return texts;
 }
 
+/// What is logged while it lives.
+class Messages
+{
+public:
+    Messages() : m_before(qInstallMessageHandler(note)) { texts().clear(); }
+    ~Messages() { qInstallMessageHandler(m_before); }
+    Q_DISABLE_COPY_MOVE(Messages)
+
+    static QStringList &texts()
+    {
+        static QStringList all;
+        return all;
+    }
+
+private:
+    static void note(QtMsgType type, const QMessageLogContext &, const QString &text)
+    {
+        static QMutex mutex;
+        const QMutexLocker lock(&mutex);
+        if (type != QtDebugMsg)
+            texts().append(text);
+    }
+
+    const QtMessageHandler m_before;
+};
+
+/// What another process would find in the account's store.
+QStringList storedKeys(qint64 id)
+{
+    FakeAccount account;
+    account.setAccountId(id);
+    storage::UserStorageProvider provider;
+    QStringList keys;
+    if (!provider.open(account.userStatusDataPath(), false))
+        return {u"no store"_s};
+    for (const auto &info : provider.settingStorage()->allInfos())
+        keys.append(info.key);
+    for (const auto &info : provider.bufferConfigStorage()->allInfos())
+        keys.append(info.key);
+    for (const auto &info : provider.syncConfigStorage()->allInfos())
+        keys.append(info.key);
+    keys.sort();
+    return keys;
+}
+
+// A key that the function cannot hand back must not become a password.
+template <typename Key>
+concept Encrypts = requires(const AccountBase &account, const QByteArray &data, Key &&key)
+{
+    account.encrypt(data, std::forward<Key>(key));
+};
+static_assert(
+    Encrypts<
+        QByteArray
+            &> && Encrypts<QString> && Encrypts<const QString &> && Encrypts<const char (&)[7]>);
+static_assert(
+    !Encrypts<QByteArray> && !Encrypts<const QByteArray &> && !Encrypts<const QByteArray>);
+
 } // namespace
 
 class TestAccountBase : public QObject
@@ -48,10 +125,17 @@ class TestAccountBase : public QObject
 private Q_SLOTS:
     void init()
     {
+        for (const qint64 id : {3, 4})
+            QDir(AppDirManager::instance()->defaultCacheDataDir() + QString::number(id))
+                .removeRecursively();
         account = std::make_unique<FakeAccount>();
         account->setAccountId(3);
     }
-    void cleanup() { account.reset(); }
+    void cleanup()
+    {
+        account.reset();
+        ThreadManager::getInstance()->quitAll();
+    }
 
     void identity()
     {
@@ -125,7 +209,236 @@ private Q_SLOTS:
         QVERIFY(account->signalStore()->saveUserKey({5, 2, 1}, QByteArray(32, 'k')));
         QVERIFY(!account->isMyUserId(5));
         account->setAccountId(0);
-        QVERIFY(!account->isMyUserId(0));
+        QVERIFY(!account->isMyUserId(0) && !account->isMyUserId(4));
+    }
+
+    void changesStayWithTheirStore_data()
+    {
+        QTest::addColumn<QByteArray>("trouble");
+        QTest::addColumn<bool>("close");
+        QTest::newRow("while the save thread is busy") << QByteArray() << false;
+        QTest::newRow("while the first is locked") << QByteArray("BEGIN EXCLUSIVE") << false;
+        const QByteArray refuse = "CREATE TRIGGER r1 BEFORE INSERT ON settings BEGIN SELECT "
+                                  "RAISE(ABORT, 'x'); END; CREATE TRIGGER r2 BEFORE INSERT ON "
+                                  "buffer_config BEGIN SELECT RAISE(ABORT, 'x'); END";
+        QTest::newRow("closed while the first is full") << refuse << true;
+    }
+    void changesStayWithTheirStore()
+    {
+        QFETCH(const QByteArray, trouble);
+        QFETCH(const bool, close);
+        const auto change = [this](const QString &key) {
+            account->accountSettingModel()->setValue(key + u" setting"_s, 1, true);
+            account->accountSettingModel()->saveToCoreDb(key + u" row"_s, 1, true);
+            account->dataInfoModel()->saveMissRange(key + u" range"_s, "x");
+        };
+        const QStringList first{u"first range"_s, u"first row"_s, u"first setting"_s};
+        QVERIFY(account->openStorage(true));
+        const QString firstPath = account->storage()->filePath();
+        ThreadManager::getInstance()->init();
+        QSemaphore held;
+        const auto release = qScopeGuard([&] { held.release(); });
+        ThreadManager::invoke([&] { held.acquire(); }, true);
+        change(u"first"_s);
+        std::optional<SQLite::Database> other(std::in_place, firstPath.toStdString(),
+                                              SQLite::OPEN_READWRITE);
+        const auto run = [&](const char *sql) { other->exec(sql); };
+        if (!trouble.isEmpty())
+            run(trouble);
+
+        const Messages log;
+        if (close) {
+            account->closeStorage();
+            // It is the same one again: nothing was lost.
+            run("DROP TRIGGER r1; DROP TRIGGER r2");
+            QVERIFY(account->openStorage(true));
+            QCOMPARE(storedKeys(3), first);
+            run(trouble);
+            change(u"lost"_s);
+            account->closeStorage();
+        }
+        account->setAccountId(4);
+        // No store is open for this one yet.
+        change(u"early"_s);
+        account->accountSettingModel()->setNotifyReply(false);
+        if (!trouble.isEmpty() && !close) {
+            QVERIFY(!account->openStorage(true));
+            QVERIFY(account->storage()->isOpen());
+            QCOMPARE(account->storage()->filePath(), firstPath);
+            QVERIFY(log.texts().join(u' ').contains(u"3"_s));
+            other.reset();
+        }
+        QVERIFY(account->openStorage(true));
+        QVERIFY(!account->accountSettingModel()->getValue(u"first setting"_s, {}).isValid());
+        change(u"second"_s);
+        held.release();
+        ThreadManager::getInstance()->quitAll();
+        QCOMPARE(storedKeys(4),
+                 QStringList({u"second range"_s, u"second row"_s, u"second setting"_s}));
+        QCOMPARE(storedKeys(3), first);
+        if (close) {
+            const QString text = log.texts().join(u' ');
+            for (const char *key : {"lost setting", "lost row", "lost range"})
+                QVERIFY2(text.contains(QLatin1StringView(key)), qPrintable(text));
+        }
+    }
+
+    void nothingOfAPersonStays_data()
+    {
+        QTest::addColumn<bool>("signOut");
+        QTest::newRow("signed out") << true;
+        QTest::newRow("another id") << false;
+    }
+    void nothingOfAPersonStays()
+    {
+        QFETCH(const bool, signOut);
+        // What a sign-in sets before the id is known is that person's own.
+        FakeAccount person;
+        person.setPhone(u"5550100"_s);
+        person.setCountryCode(u"49"_s);
+        person.setAccountId(3);
+        QCOMPARE(person.phone(), u"5550100"_s);
+        QVERIFY(person.openStorage(true));
+        person.setAuthorized(true);
+        person.setDeviceId(7);
+        person.updateEmail(u"a@b"_s);
+        person.setVerificationEmail(u"c@d"_s);
+        person.setVerificationEnabled(true);
+        person.setVerificationResetAt(5);
+        person.setTotalUnreadCount(8);
+        person.setTotalAtMeCount(2);
+        person.setMaxDeviceCount(9);
+        person.setBannedState(AccountBase::TEMPORARY);
+        person.updateFeature(4, AccountBase::Feature_ENABLED);
+        AccountSettingModel &settings = *person.accountSettingModel();
+        settings.setLeftTabWidth(90);
+        settings.setNotifyAite(false);
+        settings.setChatFolderIconOnly(true);
+        person.dataInfoModel()->saveDialogOffset(5);
+        im::user::ListDevicesResp devices;
+        devices.add_devices()->set_device_id(7);
+        devices.add_devices()->set_device_id(8);
+        devices.set_delete_timer(im::GlobalEnums::THREE_MONTHS);
+        person.deviceModel()->setDeviceList(devices);
+        QVERIFY(person.signalStore()->saveUserKey({12, 1, 1}, QByteArray(32, 'k')));
+        QVERIFY(person.isMyUserId(12));
+
+        const FakeAccount fresh;
+        const auto compare = [&] {
+            const QMetaObject *meta = &AccountBase::staticMetaObject;
+            for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i) {
+                const QMetaProperty property = meta->property(i);
+                if (QByteArrayView(property.name()) == "authorized" && !signOut)
+                    continue;
+                if (QByteArrayView(property.name()) != "accountId"
+                    && property.metaType().flags().testFlag(QMetaType::PointerToQObject) == false)
+                    QVERIFY2(property.read(&person) == property.read(&fresh), property.name());
+            }
+            QCOMPARE(settings.leftTabWidth(), 72);
+            QVERIFY(settings.notifyAite() && !settings.chatFolderIconOnly());
+            QCOMPARE(person.dataInfoModel()->dialogOffset(), 0);
+            QCOMPARE(person.deviceModel()->count(), 0);
+            QVERIFY(person.deviceModel()->currentDevice().isEmpty());
+            QCOMPARE(person.deviceModel()->deviceDeleteTimer(), int(AccountDeviceModel::Never));
+            QVERIFY(!person.isMyUserId(12));
+            QVERIFY(!person.signalStore()->userInfo());
+        };
+        // Everything is gone by the time the first handler hears of it.
+        int heard = 0;
+        for (const auto signal : {&AccountBase::phoneChanged, &AccountBase::emailChanged,
+                                  &AccountBase::featuresChanged}) {
+            connect(&person, signal, this, [&] {
+                ++heard;
+                compare();
+            });
+        }
+        const SignalLog settingSignals{&settings};
+        QSignalSpy unread(&person, &AccountBase::totalUnreadCountChanged);
+        if (signOut)
+            person.logout(false);
+        else
+            person.setAccountId(4);
+        compare();
+        QCOMPARE(heard, 3);
+        QCOMPARE(unread.size(), 1);
+        QCOMPARE(unread[0], (QVariantList{0, 8}));
+        QStringList names = settingSignals.names();
+        names.sort();
+        QCOMPARE(names,
+                 QStringList({u"chatFolderIconOnlyChanged"_s, u"leftTabWidthChanged"_s,
+                              u"notifyAiteChanged"_s}));
+
+        person.disconnect(this);
+        // The next person's are theirs, and the first one's are there again for that one.
+        person.setPhone(u"5550200"_s);
+        person.setAccountId(4);
+        QVERIFY(person.openStorage(true));
+        QCOMPARE(person.phone(), u"5550200"_s);
+        QVERIFY(!person.isMyUserId(12));
+        QCOMPARE(settings.leftTabWidth(), 72);
+        FakeAccount first;
+        first.restore({{u"userId"_s, 3}}, true, 0);
+        QCOMPARE(first.accountSettingModel()->leftTabWidth(), 90);
+        QCOMPARE(first.dataInfoModel()->dialogOffset(), 5);
+        QCOMPARE(first.features().size(), 1);
+    }
+
+    void phoneIsStoredWithTheKeys()
+    {
+        // Also when memory has it already, and when the store opens only later.
+        account->setPhone(u"5550100"_s);
+        account->setCountryCode(u"49"_s);
+        QSignalSpy phones(account.get(), &AccountBase::phoneChanged);
+        account->updatePhone(u"5550100"_s, u"49"_s);
+        QVERIFY(account->openStorage(true));
+        const auto stored = [] {
+            FakeAccount next;
+            next.setAccountId(3);
+            return next.openStorage(false) ? next.signalStore()->userInfo() : std::nullopt;
+        };
+        QVERIFY(stored());
+        QCOMPARE(stored()->userId, 3);
+        QCOMPARE(stored()->phone, u"5550100"_s);
+        QCOMPARE(stored()->countryCode, u"49"_s);
+        account->setPhone(u"5550200"_s);
+        account->updatePhone(u"5550200"_s, u"43"_s);
+        QCOMPARE(stored()->phone, u"5550200"_s);
+        QCOMPARE(stored()->countryCode, u"43"_s);
+        QCOMPARE(phones.size(), 1);
+    }
+
+    void questionsToAClosedStoreAreQuiet()
+    {
+        const auto ask = [this] {
+            const Messages log;
+            if (account->isMyUserId(4) || account->containsSecureKey(u"notes"_s, 1)
+                || account->signalStore()->userInfo()
+                || !account->getMissingChatKeys(u"C-3-5"_s, 1, 9, u"notes"_s).isEmpty())
+                qFatal("answered");
+            return log.texts();
+        };
+        QCOMPARE(ask(), QStringList());
+        QVERIFY(account->openStorage(true));
+        QVERIFY(account->signalStore()->saveUserKey({4, 1, 1}, "k"));
+        account->closeStorage();
+        QCOMPARE(ask(), QStringList());
+        // What is refused is told, once.
+        const Messages log;
+        QVERIFY(!account->signalStore()->saveUserKey({5, 1, 1}, "k"));
+        QCOMPARE(log.texts().size(), 1);
+    }
+
+    void identitiesAreReadOnce()
+    {
+        QVERIFY(account->openStorage(true));
+        QVERIFY(!account->isMyUserId(12));
+        QVERIFY(account->signalStore()->saveUserKey({12, 1, 1}, QByteArray(32, 'k')));
+        QVERIFY(account->isMyUserId(12));
+        // Sentences in a list ask for each of their people, each time: the disk is left alone.
+        QVERIFY(account->storage()->keyStorage()->remove(u"user"_s, u"12.1.1"_s, 1));
+        QVERIFY(account->isMyUserId(12));
+        QVERIFY(account->signalStore()->removeAll());
+        QVERIFY(!account->isMyUserId(12));
     }
 
     void encryptionUnderAKey()
