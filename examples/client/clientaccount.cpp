@@ -26,6 +26,7 @@ const QString deviceIdKey = QStringLiteral("sample_client_device_id");
 ClientAccount::ClientAccount(ScriptedServer *server, QObject *parent)
     : AccountBase(parent), m_connection(server)
 {
+    connect(this, &AccountBase::signalStoreOpened, this, &ClientAccount::readUser);
 }
 
 // Signing in and starting again
@@ -81,13 +82,19 @@ void ClientAccount::restore(QVariantMap params, bool connectNow, int)
         closeStorage();
         return;
     }
+    readUser();
+    setAuthorized(true);
+    if (connectNow)
+        reconnectToServer(true);
+}
+
+// Where a keychain is locked, its keys come only when the user has opened it.
+void ClientAccount::readUser()
+{
     if (const auto user = signalStore()->userInfo()) {
         setPhone(user->phone);
         setCountryCode(user->countryCode);
     }
-    setAuthorized(true);
-    if (connectNow)
-        reconnectToServer(true);
 }
 
 // The session
@@ -222,8 +229,6 @@ void ClientAccount::closeSession()
     m_connection.setUserId(0);
     setState(DISCONNECTED);
     setAuthorized(false);
-    deviceModel()->clearData(true);
-    setTotalUnreadCount(0);
     closeStorage();
 }
 

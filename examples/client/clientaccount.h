@@ -51,6 +51,7 @@ public:
     void recordScreenLockLog(int sceneType, int unlockType, int result) override;
 
 private:
+    void readUser();
     void connectToServer();
     void fetchDialogs();
     void closeSession();

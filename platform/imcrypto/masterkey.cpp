@@ -6,11 +6,13 @@
 
 #include "cryptobase/cryptoaes.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QLockFile>
 #include <QStandardPaths>
+#include <QThread>
 
 #include <algorithm>
 
@@ -76,10 +78,13 @@ bool meansNoLinks(const std::error_code &error)
 /// take turns; whoever died on its turn is passed over.
 std::error_code renameInTurn(const QFile &file, const QString &name)
 {
-    constexpr int turnTimeoutMs = 5000;
+    const QDeadlineTimer timeout(5000);
     QLockFile turn(name + QStringLiteral(".lock"));
-    if (!turn.tryLock(turnTimeoutMs))
-        return make_error_code(std::errc::device_or_resource_busy);
+    while (!QFileInfo::exists(name) && !turn.tryLock(0)) {
+        if (timeout.hasExpired())
+            return make_error_code(std::errc::device_or_resource_busy);
+        QThread::msleep(5); // a turn takes less
+    }
     if (QFileInfo::exists(name))
         return make_error_code(std::errc::file_exists);
     std::error_code error;

@@ -26,8 +26,10 @@
 #include <QScopeGuard>
 #include <QSemaphore>
 #include <QSignalSpy>
+#include <QStandardPaths>
 #include <QtEndian>
 #include <QTest>
+#include <QThread>
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
@@ -439,6 +441,69 @@ private Q_SLOTS:
         QVERIFY(account->isMyUserId(12));
         QVERIFY(account->signalStore()->removeAll());
         QVERIFY(!account->isMyUserId(12));
+    }
+
+    void groupsAreRefreshedOnTheAccountsThread()
+    {
+        class Refreshing : public FakeAccount
+        {
+        public:
+            explicit Refreshing(QList<qint64> &asked) : m_asked(asked) { }
+            void refreshGroupInfo(qint64 groupId) override
+            {
+                if (QThread::currentThread() == thread())
+                    m_asked.append(groupId);
+            }
+
+        private:
+            QList<qint64> &m_asked;
+        };
+        QList<qint64> asked;
+        auto refreshing = std::make_unique<Refreshing>(asked);
+        refreshing->storage()->updateGroupInfo(7);
+        std::jthread([&] { refreshing->storage()->updateGroupInfo(8); }).join();
+        QVERIFY(asked.isEmpty());
+        QCoreApplication::processEvents();
+        QCOMPARE(asked, QList<qint64>({7, 8}));
+        refreshing->storage()->updateGroupInfo(9);
+        refreshing.reset();
+        QCoreApplication::processEvents();
+        QCOMPARE(asked.size(), 2);
+    }
+
+    void keychainsAreAskedInTheBackground()
+    {
+        // Its entry is in a keychain; here, none runs.
+        const QString path =
+            QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) + u"/master.key"_s;
+        const bool hadKey = QFile::rename(path, path + u".away"_s);
+        const auto restore = qScopeGuard([&] {
+            QFile::remove(path);
+            if (hadKey)
+                QFile::rename(path + u".away"_s, path);
+        });
+        const auto writeKey = [&](const QByteArray &content) {
+            QFile file(path);
+            return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+        };
+        QVERIFY(writeKey("keychain:master-0"));
+        QVERIFY(account->openStorage(true));
+        QSignalSpy opened(account.get(), &AccountBase::signalStoreOpened);
+        account->updatePhone(u"5550100"_s, u"49"_s);
+        QCOMPARE(account->signalStore()->state(), crypto::Store::State::Opening);
+        QVERIFY(opened.isEmpty());
+        // Stored as soon as there is a key.
+        QVERIFY(QTest::qWaitFor([&] { return !opened.isEmpty(); }));
+        QCOMPARE(account->signalStore()->state(), crypto::Store::State::MasterKeyUnavailable);
+        QVERIFY(writeKey(QByteArray(32, 'm')));
+        account->closeStorage();
+        QVERIFY(account->openStorage(true));
+        QCOMPARE(account->signalStore()->userInfo()->phone, u"5550100"_s);
+        // Whoever dies while it is asked is not told.
+        QVERIFY(writeKey("keychain:master-0"));
+        QCOMPARE(account->signalStore()->open(), crypto::Store::State::Opening);
+        account.reset();
+        QTest::qWait(50);
     }
 
     void encryptionUnderAKey()

@@ -150,9 +150,13 @@ private Q_SLOTS:
     {
         model().setDeviceList(answer({device(4), device(ownId)}));
         const SignalLog order({&model()});
+        QSignalSpy count(&model(), &AccountDeviceModel::countChanged);
         model().loadLocalData(false);
         QVERIFY(order.names().isEmpty());
         model().clearData(true);
+        QCOMPARE(count, (QList<QVariantList>{{0}}));
+        model().clearData(true);
+        QCOMPARE(count.size(), 1);
         QCOMPARE(model().rowCount(), 0);
         QVERIFY(!model().valid());
         QVERIFY(model().currentDevice().isEmpty());

@@ -10,11 +10,15 @@
 #include "content/photodata.h"
 #include "content/sharedstickers.h"
 #include "content/stickerdata.h"
+#include "imcrypto/store.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
+#include "storage/keystorage.h"
+#include "storage/userstorageprovider.h"
 #include "support/fakeaccount.h"
 #include "support/signallog.h"
 
+#include <QRegularExpression>
 #include <QSet>
 #include <QTemporaryDir>
 #include <QTest>
@@ -333,6 +337,25 @@ private Q_SLOTS:
         anna.rename(u"Mother"_s);
         nameless.rename(u"N"_s);
         QCOMPARE(log.take(), QString());
+    }
+
+    void peopleAreLookedUpOnce()
+    {
+        FakeAccount account;
+        account.setAccountId(myId);
+        QVERIFY(account.openStorage(true));
+        account.setAuthorized(true);
+        QVERIFY(account.signalStore()->saveUserKey({5, 1, 1}, QByteArray(32, 'k')));
+        SystemItem item(1, &account);
+        item.setInfo(alertOf(Alert::UPGRADED, 5));
+        const QString text = item.text();
+        QVERIFY2(text.startsWith(u"You "_s), qPrintable(text));
+        QVERIFY(account.storage()->keyStorage()->remove(u"user"_s, u"5.1.1"_s, 1));
+        QCOMPARE(item.text(), text);
+        // Signed out, it is nobody's sentence, and nothing to complain about.
+        account.logout(false);
+        QTest::failOnWarning(QRegularExpression(u".*"_s));
+        QVERIFY(!item.text().startsWith(u"You "_s));
     }
 
     void alertsAreUpdated()

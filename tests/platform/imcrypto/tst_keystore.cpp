@@ -5,12 +5,14 @@
 #include "storage/keystorage_p.h"
 
 #include <QFile>
+#include <QSemaphore>
 #include <QSet>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include <atomic>
 #include <barrier>
 #include <limits>
 #include <thread>
@@ -35,9 +37,11 @@ QByteArray filled(char byte)
 /// An account's directory, as a start of the program finds it.
 struct Account {
     explicit Account(const QTemporaryDir &directory,
-                     const QString &masterKey = QStringLiteral("master.key"))
+                     const QString &masterKey = QStringLiteral("master.key"),
+                     std::shared_ptr<MasterKey> source = nullptr)
         : path(directory.filePath(QStringLiteral("account.db"))),
-          keyPath(directory.filePath(masterKey))
+          keyPath(directory.filePath(masterKey)),
+          store(&rows, source ? std::move(source) : MasterKey::inFile(keyPath))
     {
         database->open(path);
     }
@@ -47,8 +51,41 @@ struct Account {
     const std::shared_ptr<storage::Database> database =
         std::make_shared<storage::Database>(storage::SchemaSteps{storage::keySchema});
     storage::KeyStorage rows{database};
-    Store store{&rows, MasterKey::inFile(keyPath)};
+    Store store;
 };
+
+/// A keychain that is asked until answer() lets each question go.
+class Keychain : public MasterKey
+{
+public:
+    explicit Keychain(Status status) : m_status(status) { }
+
+    bool mayWait() const override { return true; }
+    Answer load() override
+    {
+        ++questions;
+        m_answers.acquire();
+        if (m_status == Status::Found)
+            return {Status::Found, cryptobase::SecureBytes(filled('m'))};
+        return {m_status, {}};
+    }
+    Answer create() override
+    {
+        ++creations;
+        m_status = Status::Found;
+        return {Status::Found, cryptobase::SecureBytes(filled('m'))};
+    }
+    void answer() { m_answers.release(); }
+
+    std::atomic_int questions = 0;
+    std::atomic_int creations = 0;
+
+private:
+    std::atomic<Status> m_status;
+    QSemaphore m_answers;
+};
+
+constexpr int patienceMs = 20000;
 
 /// The bytes of every row, to see that nothing was touched.
 QByteArray allBytes(const storage::KeyStorage &rows)
@@ -77,6 +114,7 @@ private Q_SLOTS:
     void nothingLegibleOnDisk();
     void swappedRows();
     void changedRows();
+    void masterKeyLost_data();
     void masterKeyLost();
     void masterKeyWrong();
     void masterKeyUnavailable();
@@ -85,6 +123,9 @@ private Q_SLOTS:
     void badKeys();
     void missingChatKeys();
     void storesAtOnce();
+    void keychainThatIsAsked_data();
+    void keychainThatIsAsked();
+    void storeThatGoesWhileTheKeychainIsAsked();
     void kdf();
 
 private:
@@ -201,8 +242,16 @@ void TestKeyStore::changedRows()
     QCOMPARE(QByteArray(store.secureKey(keyId, 1)), made);
 }
 
+void TestKeyStore::masterKeyLost_data()
+{
+    QTest::addColumn<bool>("checkRow");
+    QTest::newRow("with the check row") << true;
+    QTest::newRow("without it") << false;
+}
+
 void TestKeyStore::masterKeyLost()
 {
+    QFETCH(const bool, checkRow);
     const QTemporaryDir directory;
     QByteArray made;
     {
@@ -213,6 +262,8 @@ void TestKeyStore::masterKeyLost()
     QVERIFY(QFile::rename(keyPath, keyPath + QStringLiteral(".away")));
 
     Account account(directory);
+    if (!checkRow)
+        QVERIFY(account.rows.remove(QStringLiteral("check"), QStringLiteral("master"), 1));
     const QByteArray before = allBytes(account.rows);
     QVERIFY(account.store.secureKey(keyId, 1, true).isEmpty());
     QVERIFY(account.store.secureKey(keyId, 2, true).isEmpty());
@@ -383,6 +434,79 @@ void TestKeyStore::storesAtOnce()
             QCOMPARE(made[t][i], made[0][i]);
         QCOMPARE(QByteArray(later.store.secureKey(keyId, i)), made[0][i]);
     }
+}
+
+void TestKeyStore::keychainThatIsAsked_data()
+{
+    QTest::addColumn<int>("answer");
+    QTest::addColumn<int>("state");
+    QTest::newRow("it has the key") << int(MasterKey::Status::Found) << int(State::Ready);
+    QTest::newRow("it has none yet") << int(MasterKey::Status::None) << int(State::Ready);
+    QTest::newRow("it stays locked")
+        << int(MasterKey::Status::Unavailable) << int(State::MasterKeyUnavailable);
+}
+
+void TestKeyStore::keychainThatIsAsked()
+{
+    QFETCH(const int, answer);
+    QFETCH(const int, state);
+    const QTemporaryDir directory;
+    const auto keychain = std::make_shared<Keychain>(MasterKey::Status(answer));
+    Account account(directory, {}, keychain);
+    Store &store = account.store;
+    QSemaphore opened;
+    store.setOpenedHandler([&] { opened.release(); });
+
+    // The main thread never waits, however often it asks ...
+    for (int i = 0; i < 3; ++i) {
+        QVERIFY(store.secureKey(keyId, 1, true).isEmpty());
+        QVERIFY(!store.containsUserKey({5}));
+        QVERIFY(!store.saveUserKey({5}, "key"));
+    }
+    QCOMPARE(store.state(), State::Opening);
+    QCOMPARE(store.open(), State::Opening);
+    QVERIFY(account.rows.allInfos().value().isEmpty());
+    // ... and others wait for the same answer.
+    QByteArray made;
+    std::jthread worker([&] { made = store.secureKey(keyId, 1, true); });
+    QTest::qSleep(50);
+    QVERIFY(!opened.available());
+    keychain->answer();
+    worker.join();
+    QVERIFY(opened.tryAcquire(1, patienceMs));
+    QCOMPARE(store.state(), State(state));
+    QCOMPARE(QByteArray(store.secureKey(keyId, 1)), made);
+    QCOMPARE(made.size(), state == int(State::Ready) ? 32 : 0);
+    QCOMPARE(keychain->questions.load(), 1);
+    QCOMPARE(keychain->creations.load(), answer == int(MasterKey::Status::None) ? 1 : 0);
+    // Asked again, it is asked in the background again.
+    QCOMPARE(store.open(), State::Opening);
+    keychain->answer();
+    QVERIFY(opened.tryAcquire(1, patienceMs));
+    QCOMPARE(store.state(), State(state));
+}
+
+void TestKeyStore::storeThatGoesWhileTheKeychainIsAsked()
+{
+    const QTemporaryDir directory;
+    const auto keychain = std::make_shared<Keychain>(MasterKey::Status::Found);
+    QSemaphore opened;
+    {
+        Account account(directory, {}, keychain);
+        account.store.setOpenedHandler([&] { opened.release(); });
+        QCOMPARE(account.store.open(), State::Opening);
+        // What was asked for the account before is no answer for the next one.
+        account.store.close();
+        keychain->answer();
+        QVERIFY(opened.tryAcquire(1, patienceMs));
+        QCOMPARE(account.store.state(), State::NotOpened);
+        QVERIFY(!account.store.saveUserKey({5}, "key"));
+        account.store.reopen();
+        QVERIFY(!account.store.containsUserKey({5}));
+        QCOMPARE(account.store.state(), State::Opening);
+    }
+    keychain->answer();
+    QVERIFY(opened.tryAcquire(1, patienceMs));
 }
 
 void TestKeyStore::kdf()

@@ -1,7 +1,9 @@
 #include "imcrypto/masterkey.h"
+#include "imcrypto/masterkey_p.h"
 
 #include <QDir>
 #include <QFile>
+#include <QLockFile>
 #include <QProcess>
 #include <QSet>
 #include <QTemporaryDir>
@@ -40,6 +42,18 @@ QStringList files(const QString &directory)
     return QDir(directory).entryList(QDir::Files | QDir::Hidden);
 }
 
+/// A key on a file system that answers a wish for a hard link with `error`.
+std::shared_ptr<MasterKey> keyWithoutLinks(const QString &path,
+                                           std::errc error = std::errc::operation_not_permitted)
+{
+    return keyFile(path, [error](const auto &, const auto &) { return make_error_code(error); });
+}
+
+std::shared_ptr<MasterKey> keyAt(const QString &path, bool links)
+{
+    return links ? MasterKey::inFile(path) : keyWithoutLinks(path);
+}
+
 } // namespace
 
 class TestMasterKey : public QObject
@@ -50,7 +64,10 @@ private Q_SLOTS:
     void damagedFile_data();
     void damagedFile();
     void unwritableDirectory();
+    void withoutHardLinks();
+    void threadsAtOnce_data();
     void threadsAtOnce();
+    void processesAtOnce_data();
     void processesAtOnce();
 };
 
@@ -106,8 +123,44 @@ void TestMasterKey::unwritableDirectory()
     QCOMPARE(blocked->create().status, Status::Unavailable);
 }
 
+void TestMasterKey::withoutHardLinks()
+{
+    for (const std::errc error :
+         {std::errc::operation_not_permitted, std::errc::operation_not_supported,
+          std::errc::function_not_supported, std::errc::permission_denied}) {
+        const QTemporaryDir directory;
+        const QString path = directory.filePath(QStringLiteral("master.key"));
+        const QByteArray made = key(keyWithoutLinks(path, error)->create());
+        QCOMPARE(made.size(), 32);
+        QCOMPARE(key(keyWithoutLinks(path, error)->create()), made);
+        QCOMPARE(key(MasterKey::inFile(path)->load()), made);
+        QCOMPARE(files(directory.path()).size(), 1);
+        QVERIFY(!(QFile::permissions(path) & (QFile::ReadGroup | QFile::ReadOther)));
+    }
+    const QTemporaryDir directory;
+    const QString path = directory.filePath(QStringLiteral("master.key"));
+    // Another trouble is no reason to do without.
+    QCOMPARE(keyWithoutLinks(path, std::errc::no_space_on_device)->create().status,
+             Status::Unavailable);
+    QVERIFY(files(directory.path()).isEmpty());
+    // Somebody died while it was making the key.
+    QCOMPARE(
+        QProcess::execute(QCoreApplication::applicationFilePath(), {QStringLiteral("die"), path}),
+        0);
+    QCOMPARE(files(directory.path()).size(), 1);
+    QCOMPARE(key(keyWithoutLinks(path)->create()).size(), 32);
+}
+
+void TestMasterKey::threadsAtOnce_data()
+{
+    QTest::addColumn<bool>("links");
+    QTest::newRow("hard links") << true;
+    QTest::newRow("none") << false;
+}
+
 void TestMasterKey::threadsAtOnce()
 {
+    QFETCH(const bool, links);
     constexpr int count = 8;
     for (int round = 0; round < 20; ++round) {
         const QTemporaryDir directory;
@@ -119,7 +172,7 @@ void TestMasterKey::threadsAtOnce()
             for (QByteArray &mine : made) {
                 threads.emplace_back([&] {
                     start.arrive_and_wait();
-                    mine = key(MasterKey::inFile(path)->create());
+                    mine = key(keyAt(path, links)->create());
                 });
             }
         }
@@ -129,15 +182,21 @@ void TestMasterKey::threadsAtOnce()
     }
 }
 
+void TestMasterKey::processesAtOnce_data()
+{
+    threadsAtOnce_data();
+}
+
 void TestMasterKey::processesAtOnce()
 {
+    QFETCH(const bool, links);
     const QTemporaryDir directory;
     const QString path = directory.filePath(QStringLiteral("master.key"));
     std::vector<std::unique_ptr<QProcess>> processes;
     for (int i = 0; i < 4; ++i) {
         processes.push_back(std::make_unique<QProcess>());
         processes.back()->start(QCoreApplication::applicationFilePath(),
-                                {QStringLiteral("create"), path});
+                                {QLatin1StringView(links ? "create" : "createWithoutLinks"), path});
     }
     QSet<QByteArray> made;
     for (const std::unique_ptr<QProcess> &process : processes) {
@@ -151,9 +210,14 @@ void TestMasterKey::processesAtOnce()
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
+    if (argc == 3 && QByteArrayView(argv[1]) == "die") {
+        QLockFile turn(QString::fromLocal8Bit(argv[2]) + QStringLiteral(".lock"));
+        std::_Exit(turn.tryLock() ? 0 : 1);
+    }
     // What processesAtOnce() starts.
-    if (argc == 3 && QByteArrayView(argv[1]) == "create") {
-        const QByteArray made = key(MasterKey::inFile(QString::fromLocal8Bit(argv[2]))->create());
+    if (argc == 3 && QByteArrayView(argv[1]).startsWith("create")) {
+        const bool links = QByteArrayView(argv[1]) == "create";
+        const QByteArray made = key(keyAt(QString::fromLocal8Bit(argv[2]), links)->create());
         return std::fputs(made.toHex().constData(), stdout) < 0;
     }
     TestMasterKey test;
