@@ -150,6 +150,7 @@ void AccountManager::init(Factory factory)
         if (!storedIds.isEmpty() && m_absentIds.isEmpty())
             settings->reset();
     }
+    chooseCurrentAccount(0);
     m_notebookAccount = createAccount(false);
     m_appDataMove->resume();
     initGeometry();
@@ -164,11 +165,12 @@ void AccountManager::restore(qint64 id)
         account->restore({{QStringLiteral("userId"), id}}, true, 0);
         if (account && !isListed(account))
             addAccount(account);
+        const bool loggedOut = !m_restored;
         m_restored = nullptr;
+        if (loggedOut)
+            return;
     }
-    if (getAccount(id))
-        return;
-    if (!account || (isUsable(account) && hasData(account))) {
+    if (!getAccount(id) && (!account || (isUsable(account) && hasData(account)))) {
         ImLog::error(
             lcAccounts(),
             QStringLiteral("Account %1 could not be opened; the next start tries it again.")
@@ -464,11 +466,18 @@ void AccountManager::saveAccounts()
         return;
     // An empty list resets all settings, once its signal has been delivered, and with them what a
     // handler of that has stored.
+    AppSettingModel *settings = AppSettingModel::instance();
     QVariantList ids;
     do {
         ids = idsToSave();
-        AppSettingModel::instance()->setAccountIds(ids, true);
+        settings->setAccountIds(ids, true);
     } while (!m_deleteAll && ids != idsToSave());
+    // The one that was shown may have logged out behind the notebook.
+    const qint64 currentId = settings->currentAccountId();
+    const bool entering = m_currentAccount && m_currentAccount->authorized()
+        && m_currentAccount->isAccountId(currentId);
+    if (currentId != 0 && !entering && !idsToSave().contains(currentId))
+        settings->setCurrentAccountId(0, true);
 }
 
 // The end of an object
@@ -482,7 +491,7 @@ void AccountManager::giveUp(AccountBase *account, bool logOut)
         m_lastAccount = nullptr;
     if (m_activeAccount == account)
         m_activeAccount = nullptr;
-    account->release(logOut, true);
+    account->release(logOut && account != m_restored, true);
 }
 
 void AccountManager::accountDeleted(AccountBase *account)
@@ -830,7 +839,6 @@ void AccountManager::logout(AccountBase *account)
 void AccountManager::logoutListed(AccountBase *account)
 {
     const Account guard(account);
-    const qint64 id = account->accountId();
     const bool wasOnly = count() == 1;
     const int index = accountIndex(account);
     account->m_leaving = true;
@@ -858,8 +866,6 @@ void AccountManager::logoutListed(AccountBase *account)
         account->logout(!stays);
     if (guard && stays)
         keepSignedOut(account);
-    if (id > 0 && !getAccount(id) && AppSettingModel::instance()->currentAccountId() == id)
-        AppSettingModel::instance()->setCurrentAccountId(0, true);
     saveAccounts();
 }
 
@@ -867,6 +873,10 @@ void AccountManager::logoutEntering(AccountBase *account)
 {
     const Account guard(account);
     m_entering.removeAll(account);
+    if (account == m_restored) {
+        m_restored = nullptr;
+        m_saveAfterRestoring = true;
+    }
     account->m_leaving = true;
     const bool stays = count() == 0;
     if (!stays) {
@@ -900,7 +910,7 @@ void AccountManager::finishWipe()
     m_finishingWipe = false;
     m_deleteAll = false;
     // Who signed in meanwhile, in a handler, stays.
-    if (count() > 0)
+    if (!idsToSave().isEmpty())
         saveAccounts();
     QMetaObject::invokeMethod(this, &AccountManager::afterUnlockApp, Qt::QueuedConnection);
 }
@@ -969,7 +979,8 @@ void AccountManager::unlockApp(bool destroy, bool notebookMode)
         if (notebookMode) {
             if (m_notebookAccount)
                 m_notebookAccount->enterNotebookMode();
-            setCurrentAccount(m_notebookAccount, true);
+            if (m_notebookAccount)
+                setCurrentAccount(m_notebookAccount, true);
         } else if (m_notebookAccount && m_currentAccount == m_notebookAccount) {
             AccountBase *target = m_lastAccount;
             if (!target)
@@ -1064,7 +1075,7 @@ void AccountManager::reset()
     ImLog::info(lcAccounts(), QStringLiteral("AccountManager::reset"));
     m_newDeviceLoginManager->reset();
     m_lastAccount = nullptr;
-    m_currentAccount = nullptr;
+    const Account current = std::exchange(m_currentAccount, nullptr);
     m_activeAccount = nullptr;
     Q_EMIT currentAccountChanged(nullptr, nullptr);
 
@@ -1097,6 +1108,7 @@ void AccountManager::reset()
         release(login);
     }
     release(std::exchange(m_notebookAccount, nullptr));
+    release(current);
     m_deleteAll = false;
     m_fileTransferThread->quit();
 }

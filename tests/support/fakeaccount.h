@@ -17,7 +17,8 @@ public:
     using AccountBase::closeStorage;
     using AccountBase::openStorage;
 
-    /// Signs in: makes the account's store and lists it with the manager.
+    /// Signs in: makes the account's store and lists it with the manager. False when it could not
+    /// be opened, or is not listed.
     bool signIn(qint64 id)
     {
         setAccountId(id);
@@ -25,7 +26,7 @@ public:
             return false;
         setAuthorized(true);
         AccountManager::getInstance()->addAccount(this);
-        return true;
+        return AccountManager::getInstance()->containsAccount(this);
     }
 
     void logout(bool deleteThis) override
