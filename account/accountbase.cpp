@@ -31,6 +31,7 @@ namespace
 Q_LOGGING_CATEGORY(lcAccount, "im.modelbase")
 
 constexpr int keySize = 32;
+constexpr int closeMs = 5000;
 /// Secure keys are synchronised between devices in this version.
 constexpr int syncedSecureKeyVersion = 3;
 
@@ -82,11 +83,11 @@ AccountBase::AccountBase(QObject *parent)
 
 AccountBase::~AccountBase()
 {
-    // The models write what they still hold, so they go before the store does.
+    closeStorage();
+    // The models name what they still hold then.
     delete m_accountSettingModel;
     delete m_deviceModel;
     delete m_dataInfoModel;
-    m_storage->close();
 }
 
 bool AccountBase::openStorage(bool create)
@@ -104,9 +105,11 @@ bool AccountBase::openStorage(bool create)
 
 void AccountBase::closeStorage()
 {
-    m_accountSettingModel->flush();
-    m_dataInfoModel->flush();
-    m_storage->close();
+    // One for all: the exit waits for each account.
+    const QDeadlineTimer deadline(closeMs);
+    m_accountSettingModel->flush(deadline);
+    m_dataInfoModel->flush(deadline);
+    m_storage->close(deadline);
 }
 
 void AccountBase::closeDbInCrash()

@@ -84,6 +84,7 @@ public:
     Q_ENUM(BannedState)
 
     explicit AccountBase(QObject *parent = nullptr);
+    /// Closes the account's storage, see closeStorage(); what cannot be written is named in the log.
     ~AccountBase() override;
 
     // What the application's class does. The manager calls all of this but setPhone(), and looks at
@@ -192,7 +193,8 @@ public:
     DataInfoModel *dataInfoModel() const { return m_dataInfoModel; }
     AccountDeviceModel *deviceModel() const { return m_deviceModel; }
     AccountSettingModel *accountSettingModel() const { return m_accountSettingModel; }
-    /// For a crash handler: closes the database without taking a lock.
+    /// For a crash handler: closes the database without taking a lock. AccountManager's
+    /// closeAllDbInCrash() closes those of all accounts without going through them.
     void closeDbInCrash();
 
     /// Directory for media, "<id>" in AppDirManager::cacheDataDir(), with which it moves; ends in a
@@ -310,7 +312,9 @@ protected:
     /// false, as for restore(), an account without a database is refused. The keys are opened by
     /// the first call that needs them, see crypto::Store.
     bool openStorage(bool create);
-    /// Writes what is pending and closes the database; the models keep what they hold.
+    /// Writes what is pending and closes the database; the models keep what they hold. Returns after
+    /// 5 seconds at most, whatever the disk and other threads do; what takes longer ends in the
+    /// background.
     void closeStorage();
 
 private:

@@ -6,6 +6,7 @@
 #include "imlog/imlog.h"
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
+#include "storage/globalstorageprovider.h"
 
 #include <QCoreApplication>
 #include <QJSEngine>
@@ -13,6 +14,8 @@
 #include <QNetworkProxy>
 
 #include <algorithm>
+#include <cstddef>
+#include <new>
 #include <utility>
 
 namespace
@@ -26,6 +29,7 @@ constexpr int roomBesideInfoPanel = 380;
 /// Rounds of processing events and waiting, 20 ms each, before a thread is given up.
 constexpr int waitRounds = 100;
 constexpr int waitMilliseconds = 20;
+constexpr int fileTransferMilliseconds = 3000;
 
 AccountManager *theInstance = nullptr;
 
@@ -70,7 +74,31 @@ AccountManager::AccountManager()
 AccountManager::~AccountManager()
 {
     reset();
-    m_fileTransferThread->wait();
+    finishResetPool(waitRounds * waitMilliseconds);
+    finishFileTransferThread();
+}
+
+/// A pool or thread that is destroyed while it hangs would wait, or abort the process: it is left to
+/// itself instead.
+void AccountManager::finishResetPool(int milliseconds)
+{
+    if (m_resetThreadPool->waitForDone(milliseconds))
+        return;
+    ImLog::error(lcAccounts(),
+                 QStringLiteral("Tasks of the reset pool that hang and are given up: %1")
+                     .arg(m_resetThreadPool->activeThreadCount()));
+    m_resetThreadPool->setParent(nullptr);
+}
+
+void AccountManager::finishFileTransferThread()
+{
+    if (!m_fileTransferThread->parent())
+        return;
+    m_fileTransferThread->quit();
+    if (m_fileTransferThread->wait(fileTransferMilliseconds))
+        return;
+    ImLog::error(lcAccounts(), QStringLiteral("The file transfer thread hangs and is given up"));
+    m_fileTransferThread->setParent(nullptr);
 }
 
 // Start-up
@@ -681,20 +709,20 @@ void AccountManager::waitForFinished()
         m_resetThreadPool->waitForDone(waitMilliseconds);
     }
     processEvents();
-    m_fileTransferThread->quit();
-    if (!m_fileTransferThread->wait(3000))
-        m_fileTransferThread->terminate();
+    finishFileTransferThread();
 }
 
+// In a signal handler: no lock, nothing that allocates or frees, no list that another thread may be
+// changing.
 void AccountManager::closeAllDbInCrash()
 {
-    AppSettingModel::instance()->closeGlobalStorage();
-    if (m_loginAccount)
-        m_loginAccount->closeDbInCrash();
-    for (AccountBase *account : std::as_const(m_accounts))
-        account->closeDbInCrash();
-    m_accounts.clear();
-    ImLog::info(lcAccounts(), QStringLiteral("AccountManager::closeAllDbInCrash"));
+    storage::GlobalStorageProvider::closeAllInCrash();
+    if (QThread::currentThreadId() == m_thread) {
+        using List = decltype(m_accounts);
+        alignas(List) static std::byte list[sizeof(List)]; // never destroyed
+        new (list) List(std::move(m_accounts));
+    }
+    ImLog::infoInCrash("AccountManager::closeAllDbInCrash");
 }
 
 // Meeting

@@ -62,7 +62,7 @@ public:
         return true;
     }
 
-    /// Sets a value and saves it, equal or not. About `async` see StoreWriter::write().
+    /// Sets a value and saves it, equal or not; with `async` false before the call returns.
     void set(const QString &key, const QVariant &value, bool async)
     {
         bool save = m_writer.accepts(key, value);
@@ -74,8 +74,10 @@ public:
             save = save && m_storage->isOpen();
             first = save && m_writer.put(info(key, value));
         }
-        if (first || (save && !async))
-            m_writer.write(async);
+        if (first)
+            m_writer.write();
+        if (save && !async)
+            m_writer.flush();
     }
 
     /// Does nothing where there is no such value.
@@ -91,8 +93,10 @@ public:
             save = m_storage->isOpen();
             first = save && m_writer.putRemoval(key);
         }
-        if (first || (save && !async))
-            m_writer.write(async);
+        if (first)
+            m_writer.write();
+        if (save && !async)
+            m_writer.flush();
     }
 
     /// Writes one row, bypassing the memory.
@@ -142,6 +146,7 @@ public:
     }
 
     bool flush() { return m_writer.flush(); }
+    bool flush(QDeadlineTimer deadline) { return m_writer.flush(deadline); }
 
 private:
     void touch(const QString &key)
