@@ -147,6 +147,8 @@ public:
     bool add(Alter change)
     {
         const QMutexLocker lock(&m_mutex);
+        if (m_closed)
+            return false;
         change(m_pending);
         return !std::exchange(m_posted, true);
     }

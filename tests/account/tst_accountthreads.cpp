@@ -219,9 +219,11 @@ private Q_SLOTS:
             left.release();
         };
         auto *object = new QObject;
-        object->moveToThread(manager->fileTransferThread());
+        QThread *thread = manager->fileTransferThread();
+        QThreadPool *pool = manager->getResetThreadPool();
+        object->moveToThread(thread);
         QMetaObject::invokeMethod(object, hang);
-        manager->getResetThreadPool()->start(hang);
+        pool->start(hang);
         reached.acquire(2);
         QElapsedTimer timer;
         timer.start();
@@ -234,6 +236,10 @@ private Q_SLOTS:
         QVERIFY(timer.elapsed() < 4500);
         hold.release(2);
         left.acquire(2);
+        QVERIFY(thread->wait());
+        delete object;
+        delete thread;
+        delete pool;
     }
 
 private:
