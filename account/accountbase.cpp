@@ -36,6 +36,7 @@ Q_LOGGING_CATEGORY(lcAccount, "im.modelbase")
 
 constexpr int keySize = 32;
 constexpr int defaultMaxDevices = 5;
+constexpr int closeMs = 5000;
 /// Secure keys are synchronised between devices in this version.
 constexpr int syncedSecureKeyVersion = 3;
 
@@ -135,11 +136,11 @@ AccountBase::~AccountBase()
 {
     AccountManager::accountDeleted(this);
     m_mailbox->close();
-    // The models write what they still hold, so they go before the store does.
+    closeStore();
+    // The models name what they still hold then.
     delete m_accountSettingModel;
     delete m_deviceModel;
     delete m_dataInfoModel;
-    m_storage->close();
 }
 
 // The store
@@ -183,13 +184,20 @@ bool AccountBase::openStorage(bool create)
 
 void AccountBase::closeStorage()
 {
-    suspendStore();
-    if (m_storage->isOpen()) {
-        m_accountSettingModel->flush();
-        m_dataInfoModel->flush();
-        m_storage->close();
-    }
+    closeStore();
     endSession();
+}
+
+void AccountBase::closeStore()
+{
+    suspendStore();
+    if (!m_storage->isOpen())
+        return;
+    // One for all: the exit waits for each account.
+    const QDeadlineTimer deadline(closeMs);
+    m_accountSettingModel->flush(deadline);
+    m_dataInfoModel->flush(deadline);
+    m_storage->close(deadline);
 }
 
 /// From now on no change reaches the store, and the keys answer nothing.

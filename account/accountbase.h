@@ -98,6 +98,7 @@ public:
     Q_ENUM(BannedState)
 
     explicit AccountBase(QObject *parent = nullptr);
+    /// Closes the account's storage, see closeStorage(); what cannot be written is named in the log.
     ~AccountBase() override;
 
     // What the application's class does. The manager calls all of this but setPhone(), and looks at
@@ -216,7 +217,8 @@ public:
     DataInfoModel *dataInfoModel() const { return m_dataInfoModel; }
     AccountDeviceModel *deviceModel() const { return m_deviceModel; }
     AccountSettingModel *accountSettingModel() const { return m_accountSettingModel; }
-    /// For a crash handler: closes the database without taking a lock.
+    /// For a crash handler: closes the database without taking a lock. AccountManager's
+    /// closeAllDbInCrash() closes those of all accounts without going through them.
     void closeDbInCrash();
 
     /// Directory for media, "<id>" in AppDirManager::cacheDataDir(), with which it moves; ends in a
@@ -347,13 +349,15 @@ protected:
     bool openStorage(bool create);
     /// Writes what is pending and closes the database; the models keep what they hold, unless it is
     /// the end of a session. What cannot be written waits for the same store to be opened again, or
-    /// is lost, and named in the log, when the session ends.
+    /// is lost, and named in the log, when the session ends. Returns after 5 seconds at most, whatever
+    /// the disk and other threads do; what takes longer ends in the background.
     void closeStorage();
 
 private:
     friend class AccountManager;
     class Mailbox;
 
+    void closeStore();
     void suspendStore();
     bool leaveStore();
     void storeUserInfo();

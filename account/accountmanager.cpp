@@ -6,6 +6,7 @@
 #include "imlog/imlog.h"
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
+#include "storage/globalstorageprovider.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -14,7 +15,9 @@
 #include <QNetworkProxy>
 
 #include <algorithm>
+#include <cstddef>
 #include <limits>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -29,6 +32,7 @@ constexpr int roomBesideInfoPanel = 380;
 /// Rounds of processing events and waiting, 20 ms each, before a thread is given up.
 constexpr int waitRounds = 100;
 constexpr int waitMilliseconds = 20;
+constexpr int fileTransferMilliseconds = 3000;
 
 AccountManager *theInstance = nullptr;
 
@@ -85,11 +89,34 @@ AccountManager::~AccountManager()
 {
     m_closing = true;
     reset();
-    m_fileTransferThread->wait();
     // The accounts report their end to the manager, and what cleans up after them may use them.
-    m_resetThreadPool->waitForDone();
+    finishResetPool(waitRounds * waitMilliseconds);
+    finishFileTransferThread();
     while (const auto *account = findChild<AccountBase *>({}, Qt::FindDirectChildrenOnly))
         delete account;
+}
+
+/// A pool or thread that is destroyed while it hangs would wait, or abort the process: it is left to
+/// itself instead.
+void AccountManager::finishResetPool(int milliseconds)
+{
+    if (m_resetThreadPool->waitForDone(milliseconds))
+        return;
+    ImLog::error(lcAccounts(),
+                 QStringLiteral("Tasks of the reset pool that hang and are given up: %1")
+                     .arg(m_resetThreadPool->activeThreadCount()));
+    m_resetThreadPool->setParent(nullptr);
+}
+
+void AccountManager::finishFileTransferThread()
+{
+    if (!m_fileTransferThread->parent())
+        return;
+    m_fileTransferThread->quit();
+    if (m_fileTransferThread->wait(fileTransferMilliseconds))
+        return;
+    ImLog::error(lcAccounts(), QStringLiteral("The file transfer thread hangs and is given up"));
+    m_fileTransferThread->setParent(nullptr);
 }
 
 // Start-up
@@ -1132,22 +1159,20 @@ void AccountManager::waitForFinished()
         m_resetThreadPool->waitForDone(waitMilliseconds);
     }
     processEvents();
-    m_fileTransferThread->quit();
-    if (!m_fileTransferThread->wait(3000))
-        m_fileTransferThread->terminate();
+    finishFileTransferThread();
 }
 
+// In a signal handler: no lock, nothing that allocates or frees, no list that another thread may be
+// changing.
 void AccountManager::closeAllDbInCrash()
 {
-    AppSettingModel::instance()->closeGlobalStorage();
-    if (m_loginAccount)
-        m_loginAccount->closeDbInCrash();
-    for (AccountBase *account : std::as_const(m_accounts)) {
-        if (account)
-            account->closeDbInCrash();
+    storage::GlobalStorageProvider::closeAllInCrash();
+    if (QThread::currentThreadId() == m_thread) {
+        using List = decltype(m_accounts);
+        alignas(List) static std::byte list[sizeof(List)]; // never destroyed
+        new (list) List(std::move(m_accounts));
     }
-    m_accounts.clear();
-    ImLog::info(lcAccounts(), QStringLiteral("AccountManager::closeAllDbInCrash"));
+    ImLog::infoInCrash("AccountManager::closeAllDbInCrash");
 }
 
 // Meeting

@@ -96,7 +96,10 @@ public:
     /// Made by the first call, on the main thread.
     static AccountManager *getInstance();
     /// Deletes the manager and, with it, every account. Call waitForFinished() first, and
-    /// AppSettingModel::releaseInstance() afterwards.
+    /// AppSettingModel::releaseInstance() afterwards. Takes at most 5 s for each account (see
+    /// AccountBase::closeStorage()), besides what the application's own release() does, 2 s for what
+    /// still runs in the reset pool, and 3 s for the file transfer thread unless it was given up
+    /// before. What takes longer is left to itself, with a log line.
     static void releaseInstance();
 
     /// Restores the stored accounts, the one that was current first; offers a login account when
@@ -209,12 +212,23 @@ public:
     /// destructor.
     void reset();
     /// Waits for what runs in the reset pool, in 100 rounds of at most 40 ms in which events of the
-    /// calling thread are processed, then at most 3 s for the file transfer thread, which is
-    /// terminated when it still runs and not started again.
+    /// calling thread are processed, then at most 3 s for the file transfer thread, which is not
+    /// started again. One that still runs is never terminated, since that may abort the process: a
+    /// log line tells of it, and it is left to itself.
     void waitForFinished();
-    /// For a crash handler: closes the databases of the settings and of the accounts, and empties
-    /// the list without a signal. Those of the accounts are closed without taking a lock; the
-    /// settings are written first, as by AppSettingModel::closeGlobalStorage().
+    /// For a crash handler, on any thread and at any moment: a signal handler may call it. From now
+    /// on everything that is stored or read by any database of this process fails, the notebook's
+    /// included, so that a process in an unknown state writes nothing more. It takes no lock,
+    /// allocates nothing, makes no instance, and waits for nobody.
+    ///
+    /// All that was reported as saved, by AppSettingModel::flush() and the like, is found at the
+    /// next start. What is still pending is not: it cannot be written without locks. A transaction
+    /// that another thread is in the middle of is stored whole or not at all.
+    ///
+    /// On the main thread the list of accounts is emptied, too, without a signal; on another one it
+    /// stays as it is, since the main thread may be changing it. The log line goes to the log's file
+    /// and to standard error without passing any handler. Only the manager's own address is needed:
+    /// a handler should not call getInstance(), which makes one where there is none.
     Q_INVOKABLE void closeAllDbInCrash();
     /// A thread for the application's uploads and downloads, which it moves its own objects to.
     /// Runs from the making of the manager to reset() or waitForFinished().
@@ -383,6 +397,8 @@ private:
     void initGeometry();
     void updateInfoPanelVisible();
     void setMeeting(MeetingModelBase *meeting);
+    void finishResetPool(int milliseconds);
+    void finishFileTransferThread();
     /// The accounts of the list, and the login account if that is wanted, each null once deleted.
     QList<Account> snapshot(bool withLogin) const;
     /// Passes something on, but not to those that leave before their turn.
@@ -418,6 +434,7 @@ private:
     bool m_finishingWipe = false;
     QHash<int, bool> m_itemChangeable;
     int m_asking = 0; // for a veto, nested
+    const Qt::HANDLE m_thread = QThread::currentThreadId(); ///< the main one
     QThreadPool *m_resetThreadPool;
     QThread *m_fileTransferThread;
     MeetingModelBase *m_meetingModel = nullptr;

@@ -9,6 +9,12 @@
 #include <QThread>
 #include <QThreadPool>
 
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
 #if defined(__has_feature)
 #    if __has_feature(thread_sanitizer)
 #        define MODELBASE_TSAN
@@ -26,39 +32,34 @@ namespace
 
 Q_LOGGING_CATEGORY(lcThreads, "im.modelbase.threads")
 
-constexpr int quitRounds = 100;
+constexpr int hangRounds = 100;
+constexpr int quitRounds = 300;
 constexpr int roundMs = 20; // for the events, and again for the wait
 
-/// Waits by rounds until `isDone(ms)`, which waits up to `ms` itself. False after the last round.
+/// One round of waiting; true when `isDone(ms)`, which waits up to `ms` itself.
 template <typename IsDone>
-bool waitByRounds(IsDone isDone)
+bool isDoneInRound(IsDone isDone)
 {
-    bool done = isDone(0);
-    for (int round = 0; round < quitRounds && !done; ++round) {
-        // A task may be waiting for the calling thread: keep its events going.
-        QCoreApplication::processEvents(QEventLoop::AllEvents, roundMs);
-        done = isDone(roundMs);
-    }
-    return done;
+    // A task may be waiting for the calling thread: keep its events going.
+    QCoreApplication::processEvents(QEventLoop::AllEvents, roundMs);
+    return isDone(roundMs);
 }
+
+/// Set on the threads that run tasks.
+thread_local bool isWorker = false;
 
 class SaveThread : public QThread
 {
 public:
-    explicit SaveThread(std::function<void()> &&loop) : m_loop(std::move(loop)) { }
-
-    /// Termination is for tasks that hang; it must not hit what the thread does besides.
-    static void runTerminable(const std::function<void()> &task)
+    explicit SaveThread(std::function<void()> &&loop) : m_loop(std::move(loop))
     {
-        setTerminationEnabled(true);
-        task();
-        setTerminationEnabled(false);
+        setObjectName(QStringLiteral("save_thread"));
     }
 
 protected:
     void run() override
     {
-        setTerminationEnabled(false);
+        isWorker = true;
         m_loop();
     }
 
@@ -75,6 +76,7 @@ public:
     void run() override
     {
         __tsan_acquire(this);
+        isWorker = true;
         m_fn();
     }
 
@@ -84,13 +86,43 @@ private:
 
 } // namespace
 
+/// Outlives the manager, since threads that were given up may come to it at any later time.
+class ThreadManager::Private
+{
+public:
+    void init();
+    bool post(std::function<void()> &fn);
+    bool run(std::function<void()> &fn);
+    void quitPool();
+    void quitSaveThread();
+
+    std::mutex mutex; // guards all below; no task runs while it is held
+    bool quitting = false;
+    std::unique_ptr<QThreadPool> threadPool;
+    std::unique_ptr<QThread> saveThread;
+
+private:
+    void startSaveThread();
+    void runSaveTasks();
+    std::size_t finishedCount();
+    std::size_t giveSaveThreadUp();
+
+    std::deque<std::function<void()>> m_tasks; // of the save thread, oldest first
+    std::size_t m_finished = 0;                // save tasks so far
+    bool m_accepting = false;                  // tasks go to the save thread
+    bool m_closing = false;              // the save thread ends once it has nothing left to do
+    Qt::HANDLE m_saveThreadId = nullptr; // set by the save thread while it takes tasks
+    QAbstractEventDispatcher *m_dispatcher = nullptr; // of the save thread, likewise
+    std::vector<std::unique_ptr<QThread>> m_givenUp;  // may never end
+};
+
 ThreadManager *ThreadManager::getInstance()
 {
     static ThreadManager instance;
     return &instance;
 }
 
-ThreadManager::ThreadManager() = default;
+ThreadManager::ThreadManager() : d(new Private) { }
 
 ThreadManager::~ThreadManager()
 {
@@ -99,30 +131,47 @@ ThreadManager::~ThreadManager()
 
 void ThreadManager::init()
 {
-    const std::lock_guard lock(m_mutex);
-    if (!m_threadPool) {
-        m_threadPool = std::make_unique<QThreadPool>();
-        m_threadPool->setObjectName(QStringLiteral("im_thread_pool"));
-        m_threadPool->setMaxThreadCount(8);
+    bool quitting;
+    {
+        const std::lock_guard lock(d->mutex);
+        quitting = d->quitting;
+        if (!quitting)
+            d->init();
     }
-    if (!m_saveThread) {
-        m_saveThread = std::make_unique<SaveThread>([this] { runSaveTasks(); });
-        m_saveThread->setObjectName(QStringLiteral("save_thread"));
+    if (quitting)
+        ImLog::error(lcThreads(), QStringLiteral("init() is called during quitAll(): ignored"));
+}
+
+void ThreadManager::Private::init()
+{
+    if (!threadPool) {
+        threadPool = std::make_unique<QThreadPool>();
+        threadPool->setObjectName(QStringLiteral("im_thread_pool"));
+        threadPool->setMaxThreadCount(8);
+    }
+    if (!saveThread) {
         m_closing = false;
         m_accepting = true;
-        m_saveThread->start(QThread::InheritPriority);
+        startSaveThread();
     }
+}
+
+/// The mutex is held.
+void ThreadManager::Private::startSaveThread()
+{
+    saveThread = std::make_unique<SaveThread>([this] { runSaveTasks(); });
+    saveThread->start(QThread::InheritPriority);
 }
 
 void ThreadManager::invoke(std::function<void()> &&fn, bool async)
 {
-    if (!async || !getInstance()->post(fn))
+    if (!async || !getInstance()->d->post(fn))
         fn();
 }
 
-bool ThreadManager::post(std::function<void()> &fn)
+bool ThreadManager::Private::post(std::function<void()> &fn)
 {
-    std::unique_lock lock(m_mutex);
+    std::unique_lock lock(mutex);
     if (!m_accepting || m_saveThreadId == QThread::currentThreadId())
         return false;
     m_tasks.push_back(std::move(fn));
@@ -138,22 +187,23 @@ bool ThreadManager::post(std::function<void()> &fn)
 
 // An event loop of our own: QThread::exec() would neither drain the tasks when it is told to quit
 // nor deliver anything in a process that has no QCoreApplication, or has it no more.
-void ThreadManager::runSaveTasks()
+void ThreadManager::Private::runSaveTasks()
 {
     const Qt::HANDLE self = QThread::currentThreadId();
     QAbstractEventDispatcher *dispatcher = QAbstractEventDispatcher::instance();
-    std::unique_lock lock(m_mutex);
+    std::unique_lock lock(mutex);
     m_saveThreadId = self;
     m_dispatcher = dispatcher;
-    // quitAll() clears the id when it gives this thread up.
+    // The id is another's, or nobody's, once this thread was given up.
     while (m_saveThreadId == self) {
         if (!m_tasks.empty()) {
             std::function<void()> task = std::move(m_tasks.front());
             m_tasks.pop_front();
             lock.unlock();
-            SaveThread::runTerminable(task);
-            task = nullptr; // what it holds may be costly to destroy: not under the lock
+            task();
+            task = nullptr; // what it holds may post, or be costly to destroy: not under the lock
             lock.lock();
+            ++m_finished;
         } else if (!m_closing) {
             lock.unlock();
             dispatcher->processEvents(QEventLoop::WaitForMoreEvents);
@@ -172,80 +222,132 @@ void ThreadManager::runSaveTasks()
 
 void ThreadManager::run(std::function<void()> &&fn, bool async)
 {
-    if (async) {
-        ThreadManager *self = getInstance();
-        const std::lock_guard lock(self->m_mutex);
-        if (self->m_threadPool) {
-            self->m_threadPool->start(new PoolTask(std::move(fn)), 0);
-            return;
-        }
-    }
-    fn();
+    if (!async || !getInstance()->d->run(fn))
+        fn();
+}
+
+bool ThreadManager::Private::run(std::function<void()> &fn)
+{
+    const std::lock_guard lock(mutex);
+    if (!threadPool)
+        return false;
+    threadPool->start(new PoolTask(std::move(fn)), 0);
+    return true;
 }
 
 void ThreadManager::quitAll()
 {
-    quitPool();
-    quitSaveThread();
+    if (isWorker) {
+        ImLog::error(lcThreads(), QStringLiteral("quitAll() is called by a task: ignored"));
+        return;
+    }
+    {
+        const std::lock_guard lock(d->mutex);
+        if (std::exchange(d->quitting, true))
+            return;
+    }
+    d->quitPool();
+    d->quitSaveThread();
+    const std::lock_guard lock(d->mutex);
+    d->quitting = false;
 }
 
-void ThreadManager::quitPool()
+void ThreadManager::Private::quitPool()
 {
     std::unique_ptr<QThreadPool> pool;
     {
-        const std::lock_guard lock(m_mutex);
-        pool = std::move(m_threadPool);
+        const std::lock_guard lock(mutex);
+        pool = std::move(threadPool);
     }
     if (!pool)
         return;
     pool->clear();
-    waitByRounds([&](int ms) { return pool->waitForDone(ms); });
+    bool done = pool->waitForDone(0);
+    for (int round = 0; round < hangRounds && !done; ++round)
+        done = isDoneInRound([&](int ms) { return pool->waitForDone(ms); });
+    if (done)
+        return;
+    // Its destructor would wait for what hangs.
+    ImLog::error(
+        lcThreads(),
+        QStringLiteral("Pool tasks that hang and are given up: %1").arg(pool->activeThreadCount()));
+    static_cast<void>(pool.release());
 }
 
-void ThreadManager::quitSaveThread()
+void ThreadManager::Private::quitSaveThread()
 {
-    QThread *thread = nullptr;
     {
-        const std::lock_guard lock(m_mutex);
-        if (!m_saveThread || m_closing)
+        const std::lock_guard lock(mutex);
+        if (!saveThread)
             return;
-        thread = m_saveThread.get();
         m_closing = true;
         if (m_dispatcher)
             m_dispatcher->wakeUp();
     }
-    const auto finished = [&](int ms) { return thread->wait(QDeadlineTimer(ms)); };
-    if (!waitByRounds(finished)) {
-        std::deque<std::function<void()>> dropped;
-        {
-            const std::lock_guard lock(m_mutex);
-            dropped.swap(m_tasks);
-            m_accepting = false;
-            m_saveThreadId = nullptr;
-            m_dispatcher = nullptr;
+    const auto isDone = [this](int ms) { return saveThread->wait(QDeadlineTimer(ms)); };
+    bool done = isDone(0);
+    std::size_t finished = finishedCount();
+    int idleRounds = 0;
+    for (int round = 0; round < quitRounds && !done; ++round) {
+        done = isDoneInRound(isDone);
+        const std::size_t before = std::exchange(finished, finishedCount());
+        idleRounds = finished == before ? idleRounds + 1 : 0;
+        if (!done && idleRounds == hangRounds) {
+            const std::size_t waiting = giveSaveThreadUp();
+            ImLog::error(lcThreads(),
+                         QStringLiteral("A save task hangs and is given up; behind it wait: %1")
+                             .arg(waiting));
+            done = waiting == 0;
+            idleRounds = 0;
         }
-        ImLog::error(lcThreads(),
-                     QStringLiteral("The save thread hangs and is terminated; tasks lost: %1")
-                         .arg(dropped.size() + 1));
-        thread->terminate();
     }
-    const bool gone = waitByRounds(finished);
-    const std::lock_guard lock(m_mutex);
-    // Where even terminating fails, the thread is left to the end of the process: deleting a
-    // running QThread would end it now.
-    if (!gone)
-        Q_UNUSED(m_saveThread.release());
-    m_saveThread.reset();
+    std::deque<std::function<void()>> dropped;
+    {
+        const std::lock_guard lock(mutex);
+        m_accepting = false;
+        dropped.swap(m_tasks);
+        if (done)
+            saveThread.reset();
+    }
+    if (done)
+        return;
+    giveSaveThreadUp();
+    ImLog::error(lcThreads(),
+                 QStringLiteral("The save thread does not come to its end and is given up; tasks "
+                                "lost: %1")
+                     .arg(dropped.size()));
+}
+
+std::size_t ThreadManager::Private::finishedCount()
+{
+    const std::lock_guard lock(mutex);
+    return m_finished;
+}
+
+/// Leaves the save thread to itself, and what waits behind its task to a new one. The number of
+/// those tasks.
+std::size_t ThreadManager::Private::giveSaveThreadUp()
+{
+    const std::lock_guard lock(mutex);
+    m_saveThreadId = nullptr;
+    m_dispatcher = nullptr;
+    std::erase_if(m_givenUp, [](const auto &thread) { return thread->isFinished(); });
+    m_givenUp.push_back(std::move(saveThread));
+    if (m_tasks.empty())
+        m_accepting = false;
+    else
+        startSaveThread();
+    return m_tasks.size();
 }
 
 QThread *ThreadManager::thread() const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_saveThread.get();
+    const std::lock_guard lock(d->mutex);
+    return d->saveThread.get();
 }
 
 QThreadPool *ThreadManager::threadPool() const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_threadPool.get();
+    const std::lock_guard lock(d->mutex);
+    return d->threadPool.get();
 }

@@ -5,12 +5,8 @@
 
 #include <QObject>
 
-#include <deque>
 #include <functional>
-#include <memory>
-#include <mutex>
 
-class QAbstractEventDispatcher;
 class QThread;
 class QThreadPool;
 
@@ -44,13 +40,22 @@ public:
     /// before the call returns.
     static void run(std::function<void()> &&fn, bool async);
 
-    /// Stops both. Tasks that wait in the pool are dropped; running ones are given 100 rounds of at
-    /// most 40 ms while events of the calling thread are processed, then the pool is deleted, which
-    /// waits for what still runs in it.
+    /// Stops both, and returns after at most 100 rounds for the pool and 300 for the save thread. A
+    /// round takes at most 40 ms: 20 in which events of the calling thread are processed, 20 of
+    /// waiting. So it is 16 s at the very most, and no time where nothing hangs.
     ///
-    /// The save thread runs everything that was posted before it ends, within another 100 such
-    /// rounds; a task that hangs longer is terminated with its thread, and what waited behind it is
-    /// dropped with a log line. Not to be called from a task.
+    /// Tasks that wait in the pool are dropped; running ones are waited for, then the pool is
+    /// deleted. The save thread runs everything that was posted before it ends.
+    ///
+    /// No thread is ever terminated, since that would abort the process in most places, and leave
+    /// locks taken in others: what still runs in the pool after 100 rounds is left to itself, and so
+    /// is a save task after 100 rounds in which no task came to its end. A new thread then runs
+    /// what waited behind it. Only what is left after all 300 rounds is dropped. Log lines tell of
+    /// each, with the number of tasks. A task that was left to itself may end at any later time; it
+    /// must not use what is destroyed by then.
+    ///
+    /// On any thread that is not one of the two: from a task it is refused, with a log line. While
+    /// one call is under way another one returns at once, and init() does nothing, with a log line.
     void quitAll();
 
     /// The save thread; null while it does not run. It delivers events to objects that live on it.
@@ -67,17 +72,6 @@ private:
     ~ThreadManager() override;
     Q_DISABLE_COPY_MOVE(ThreadManager)
 
-    bool post(std::function<void()> &fn);
-    void runSaveTasks();
-    void quitPool();
-    void quitSaveThread();
-
-    mutable std::mutex m_mutex; // guards all below; no task runs while it is held
-    std::unique_ptr<QThreadPool> m_threadPool;
-    std::unique_ptr<QThread> m_saveThread;
-    std::deque<std::function<void()>> m_tasks; // of the save thread, oldest first
-    bool m_accepting = false;                  // tasks go to the save thread
-    bool m_closing = false;              // the save thread ends once it has nothing left to do
-    Qt::HANDLE m_saveThreadId = nullptr; // set by the save thread while it takes tasks
-    QAbstractEventDispatcher *m_dispatcher = nullptr; // of the save thread, likewise
+    class Private;
+    Private *const d; // never deleted: threads that were given up may still use it
 };

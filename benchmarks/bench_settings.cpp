@@ -29,8 +29,8 @@ public:
     }
     ~Model()
     {
-        ThreadManager::getInstance()->quitAll();
         AppSettingModel::releaseInstance();
+        ThreadManager::getInstance()->quitAll();
     }
     Q_DISABLE_COPY_MOVE(Model)
 

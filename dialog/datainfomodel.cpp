@@ -77,6 +77,11 @@ bool DataInfoModel::flush()
     return m_values->flush();
 }
 
+bool DataInfoModel::flush(QDeadlineTimer deadline)
+{
+    return m_values->flush(deadline);
+}
+
 bool DataInfoModel::getDataInfo(const QString &key, bool fallback) const
 {
     return m_values->value(key, fallback);

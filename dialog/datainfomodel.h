@@ -5,6 +5,7 @@
 #include "modelbase_qml.h"
 
 #include <QByteArray>
+#include <QDeadlineTimer>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -138,6 +139,8 @@ public:
     /// Writes what is pending on the calling thread, as before the store is closed. True when
     /// nothing is left to write.
     bool flush();
+    /// The same on a thread of its own, until `deadline` at most, whatever the disk does.
+    bool flush(QDeadlineTimer deadline);
 
 private:
     friend class AccountBase; // which opens and closes the store

@@ -204,6 +204,11 @@ bool AccountSettingModel::flush()
     return m_values->flush();
 }
 
+bool AccountSettingModel::flush(QDeadlineTimer deadline)
+{
+    return m_values->flush(deadline);
+}
+
 // Older versions' settings
 
 void AccountSettingModel::upgradeSetting(const ValueCache &rows)

@@ -6,6 +6,7 @@
 #include "settings/settingmacros.h"
 #include "settings/valuecache.h"
 
+#include <QDeadlineTimer>
 #include <QObject>
 #include <QString>
 #include <QVariant>
@@ -176,6 +177,8 @@ public:
     /// Writes what is pending on the calling thread, as before the store is closed. True when
     /// nothing is left to write.
     bool flush();
+    /// The same on a thread of its own, until `deadline` at most, whatever the disk does.
+    bool flush(QDeadlineTimer deadline);
 
     /// As AppSettingModel::getValue(), about the reference too.
     Q_INVOKABLE const QVariant &getValue(const QString &key, const QVariant &defaultValue) const;

@@ -26,7 +26,9 @@ namespace
 {
 
 std::atomic<AppSettingModel *> theModel = nullptr;
-std::mutex theModelMutex; // guards the making of it
+std::mutex theModelMutex; // guards the making of it, and what follows
+bool isReleasing = false;
+constexpr int closeMs = 5000;
 
 const char defaultConsoleOptions[] = "[{\"uri\": \"im.base\", \"enable\": true}, "
                                      "{\"uri\": \"im.component\", \"enable\": true}, "
@@ -110,6 +112,30 @@ QString toText(const QJsonArray &array)
 
 } // namespace
 
+/// Holds the lock while settings change. Once the last of them lets go, what was put for saving
+/// meanwhile is handed on: the task may run at once, and nobody is to wait for the disk then.
+class AppSettingModel::Change
+{
+public:
+    explicit Change(AppSettingModel *model) : m_model(model)
+    {
+        model->m_mutex.lock();
+        ++model->m_changes;
+    }
+    ~Change()
+    {
+        const bool write = --m_model->m_changes == 0 && std::exchange(m_model->m_writeDue, false)
+            && !m_model->m_isStandIn;
+        m_model->m_mutex.unlock();
+        if (write)
+            m_model->m_writer->write();
+    }
+    Q_DISABLE_COPY_MOVE(Change)
+
+private:
+    AppSettingModel *const m_model;
+};
+
 AppSettingModel *AppSettingModel::instance()
 {
     if (AppSettingModel *model = theModel.load(std::memory_order_acquire))
@@ -122,8 +148,30 @@ AppSettingModel *AppSettingModel::instance()
 
 void AppSettingModel::releaseInstance()
 {
-    const std::lock_guard lock(theModelMutex);
-    delete theModel.exchange(nullptr);
+    AppSettingModel *model;
+    AppSettingModel *standIn;
+    {
+        const std::lock_guard lock(theModelMutex);
+        model = theModel;
+        if (!model || std::exchange(isReleasing, true))
+            return;
+        standIn = new AppSettingModel;
+        standIn->m_isStandIn = true;
+        {
+            const std::lock_guard values(model->m_mutex);
+            standIn->m_cache = model->m_cache;
+        }
+        standIn->m_lineHeight = model->m_lineHeight.load();
+        theModel = standIn;
+    }
+    delete model;
+    standIn->m_writer->close(QDeadlineTimer(closeMs)); // names what was set meanwhile
+    {
+        const std::lock_guard lock(theModelMutex);
+        theModel = nullptr;
+        isReleasing = false;
+    }
+    delete standIn;
 }
 
 AppSettingModel::AppSettingModel()
@@ -137,8 +185,8 @@ AppSettingModel::AppSettingModel()
 
 AppSettingModel::~AppSettingModel()
 {
+    closeStorage();
     m_writer.reset();
-    m_storage->close();
     delete m_storage;
 }
 
@@ -215,7 +263,8 @@ bool AppSettingModel::setValue(const QString &key, const QVariant &value, bool n
     if (value.metaType() == QMetaType::fromType<QJSValue>())
         return setValue(key, value.value<QJSValue>().toVariant(), needSave);
 
-    const std::lock_guard lock(m_mutex);
+    const bool save = needSave && SettingWriter::accepts(key, value);
+    const Change change(this);
     const auto found = m_cache.find(key);
     if (found != m_cache.end() && found->second == value)
         return false;
@@ -227,8 +276,8 @@ bool AppSettingModel::setValue(const QString &key, const QVariant &value, bool n
         m_cache.insert_or_assign(key, value);
     else
         found->second = value;
-    if (needSave)
-        m_writer->save({key, value, {}});
+    if (save)
+        put({key, value, {}});
     if (bracketed)
         Q_EMIT endConfig(key, value);
     return true;
@@ -241,8 +290,17 @@ void AppSettingModel::saveToConfig(QString key, QVariant value, bool needSave)
 
 void AppSettingModel::saveToConfig(QString key, QVariant value, QString remark, bool needSave)
 {
-    if (needSave)
-        m_writer->save({std::move(key), std::move(value), std::move(remark)});
+    if (!needSave || !SettingWriter::accepts(key, value))
+        return;
+    const Change change(this);
+    put({std::move(key), std::move(value), std::move(remark)});
+}
+
+/// Inside a Change, with what the writer accepts.
+void AppSettingModel::put(storage::SettingInfo &&row)
+{
+    if (m_writer->put(std::move(row)))
+        m_writeDue = true;
 }
 
 void AppSettingModel::saveToConfig(const QVariantMap &rows)
@@ -263,13 +321,14 @@ void AppSettingModel::reset()
     QVariant keptVersion;
     QByteArray keptServerConfig;
     {
-        const std::lock_guard lock(m_mutex);
+        const Change change(this);
         keptServerConfig = serverConfig();
         keptVersion = getValue(databaseVersionKey(), 1);
         m_cache.clear();
         // What is kept goes with the wipe: a kill between the two must not lose it.
-        m_writer->removeAll(
-            {{databaseVersionKey(), keptVersion, {}}, {serverConfigKey(), keptServerConfig, {}}});
+        if (m_writer->putRemovalOfAll({{databaseVersionKey(), keptVersion, {}},
+                                       {serverConfigKey(), keptServerConfig, {}}}))
+            m_writeDue = true;
     }
     setValue(databaseVersionKey(), keptVersion, true);
     setServerConfig(keptServerConfig, true);
@@ -459,12 +518,15 @@ QVariantMap AppSettingModel::upgradeInfo() const
 
 void AppSettingModel::setUpgradeInfo(QVariantMap value, bool needSave)
 {
-    const std::lock_guard lock(m_mutex);
+    storage::SettingInfo row{upgradeKey(), value.value(QStringLiteral("value")),
+                             value.value(QStringLiteral("remark")).toString()};
+    const bool save = needSave && SettingWriter::accepts(row.key, row.value);
+    const Change change(this);
     const auto found = m_cache.find(upgradeKey());
     if (found != m_cache.end() && found->second.toMap() == value)
         return;
-    saveToConfig(upgradeKey(), value.value(QStringLiteral("value")),
-                 value.value(QStringLiteral("remark")).toString(), needSave);
+    if (save)
+        put(std::move(row));
     m_cache.insert_or_assign(upgradeKey(), value);
     Q_EMIT upgradeInfoChanged(value);
 }
@@ -552,7 +614,7 @@ int AppSettingModel::emojiSkinIndex(QString emoji) const
 
 void AppSettingModel::setEmojiSkinIndex(QString emoji, int index)
 {
-    const std::lock_guard lock(m_mutex);
+    const Change change(this);
     parseSkinIndexes();
     QJsonObject indexes = m_skinIndexes.object();
     if (index == -1)
@@ -640,6 +702,12 @@ storage::GlobalStorageProvider *AppSettingModel::globalStorage() const
 
 void AppSettingModel::closeGlobalStorage()
 {
-    m_writer->flush();
-    m_storage->close();
+    closeStorage();
+}
+
+void AppSettingModel::closeStorage()
+{
+    const QDeadlineTimer deadline(closeMs);
+    m_writer->flush(deadline);
+    m_storage->close(deadline);
 }

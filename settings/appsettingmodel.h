@@ -18,7 +18,8 @@
 namespace storage
 {
 class GlobalStorageProvider;
-}
+struct SettingInfo;
+} // namespace storage
 class SettingWriter;
 class Translations;
 
@@ -169,8 +170,12 @@ class MODELBASE_EXPORT AppSettingModel : public QObject
 public:
     /// The process-wide model, made by the first call, which is the main thread's.
     static AppSettingModel *instance();
-    /// Writes what is still to be written and deletes the model. On the main thread, after
-    /// AccountManager::releaseInstance() and before ThreadManager::quitAll().
+    /// Writes what is still to be written, within 5 seconds, whatever the disk and other threads do,
+    /// and deletes the model; the log names the keys of what could not be written. On the main
+    /// thread, after AccountManager::releaseInstance() and before ThreadManager::quitAll().
+    ///
+    /// Until it returns, message handlers and slots on destroyed() find a stand-in by instance():
+    /// it reads as the model did, and forgets what is set. Afterwards instance() makes a new model.
     static void releaseInstance();
 
     /// Opens the store and fills the cache; to be called once at start-up, before the getters mean
@@ -278,9 +283,9 @@ public:
 
     /// The store; owned by the model.
     storage::GlobalStorageProvider *globalStorage() const;
-    /// Writes what is pending and closes the store. Later changes stay in memory until
-    /// loadGlobalData() opens it again. A crash handler closes globalStorage() itself instead, as
-    /// this waits for a write under way.
+    /// Writes what is pending and closes the store, within 5 seconds, whatever the disk and other
+    /// threads do. Later changes stay in memory until loadGlobalData() opens it again. Not for a
+    /// crash handler, see AccountManager::closeAllDbInCrash().
     void closeGlobalStorage();
 
 Q_SIGNALS:
@@ -320,9 +325,16 @@ private:
     void switchLanguage();
     void retranslate();
     void parseSkinIndexes() const;
+    void put(storage::SettingInfo &&row);
+    void closeStorage();
+
+    class Change;
 
     // Recursive, so that a slot on the signals that are emitted under it can read the settings.
     mutable std::recursive_mutex m_mutex;
+    int m_changes = 0;        // under way on the thread that holds the lock
+    bool m_writeDue = false;  // at their end
+    bool m_isStandIn = false; // see releaseInstance(); never written
     ValueCache m_cache;
     storage::GlobalStorageProvider *const m_storage;
     std::unique_ptr<SettingWriter> m_writer;

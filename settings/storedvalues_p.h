@@ -69,36 +69,48 @@ public:
         return true;
     }
 
-    /// Sets a value and saves it, equal or not. About `async` see StoreWriter::write().
+    /// Sets a value and saves it, equal or not; with `async` false before the call returns.
     void set(const QString &key, const QVariant &value, bool async)
     {
         const bool save = Writer::accepts(key, value);
         std::shared_ptr<Writer> writer;
+        bool first = false;
         {
             const std::lock_guard lock(m_mutex);
             m_values.insert_or_assign(key, value);
             touch(key);
-            if (save && isStoreOpen() && (m_writer->put(info(key, value)) || !async))
-                writer = m_writer;
+            if (save && isStoreOpen()) {
+                first = m_writer->put(info(key, value));
+                if (first || !async)
+                    writer = m_writer;
+            }
         }
-        if (writer)
-            writer->write(async);
+        if (first)
+            writer->write();
+        if (writer && !async)
+            writer->flush();
     }
 
     /// Does nothing where there is no such value.
     void remove(const QString &key, bool async)
     {
         std::shared_ptr<Writer> writer;
+        bool first = false;
         {
             const std::lock_guard lock(m_mutex);
             if (m_values.erase(key) == 0)
                 return;
             touch(key);
-            if (isStoreOpen() && (m_writer->putRemoval(key) || !async))
-                writer = m_writer;
+            if (isStoreOpen()) {
+                first = m_writer->putRemoval(key);
+                if (first || !async)
+                    writer = m_writer;
+            }
         }
-        if (writer)
-            writer->write(async);
+        if (first)
+            writer->write();
+        if (writer && !async)
+            writer->flush();
     }
 
     /// Writes one row, bypassing the memory.
@@ -162,6 +174,7 @@ public:
     }
 
     bool flush() { return m_writer->flush(); }
+    bool flush(QDeadlineTimer deadline) { return m_writer->flush(deadline); }
 
     // A store's life. Its storage is opened before enter() and closed after suspend().
 
@@ -178,15 +191,14 @@ public:
         m_entered = false;
     }
     /// Lets go of a suspended store: what could not be written is lost, and named in the log. False
-    /// when a write hangs; nothing has happened then, and no other store may be opened.
+    /// when a write still hangs in another thread.
     bool leave()
     {
-        if (!m_writer->close())
-            return false;
+        const bool done = m_writer->close();
         auto next = std::make_shared<Writer>(m_storage);
         const std::lock_guard lock(m_mutex);
         m_writer.swap(next);
-        return true;
+        return done;
     }
 
 private:

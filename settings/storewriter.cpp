@@ -11,6 +11,11 @@
 #include <QThread>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -23,8 +28,10 @@ Q_LOGGING_CATEGORY(lcWriter, "im.settingmodel.writer")
 // save thread waits this long for it, so that neither it nor the disk works on each change alone.
 constexpr int gatherMs = 1;
 
-// A write that hangs must not take the closing application with it.
-constexpr int flushMs = 5000;
+// For a write under way in another thread, and for the last one of all.
+constexpr int waitMs = 5000;
+
+constexpr int namedKeys = 20; // at most, in the log
 
 /// One row that is to change.
 template <typename Info>
@@ -82,6 +89,17 @@ struct Pending {
         compact();
     }
 
+    QStringList keys()
+    {
+        compact();
+        QStringList keys;
+        if (wipe)
+            keys.append(QStringLiteral("all"));
+        for (const Change<Info> &change : changes)
+            keys.append(change.info.key.left(64));
+        return keys;
+    }
+
     storage::Changes<Info> toChanges() const
     {
         storage::Changes<Info> result;
@@ -116,144 +134,232 @@ struct Pending {
 
 } // namespace
 
+/// Whoever writes is the only one meanwhile, and holds no lock: a handler of what the store logs may
+/// call anything, and a write that hangs keeps nobody but those who wait for it.
 template <typename Storage, typename Info>
 class StoreWriter<Storage, Info>::State : public std::enable_shared_from_this<State>
 {
 public:
-    explicit State(Storage *storage) : m_storage(storage) { }
+    explicit State(const Storage &storage) : m_storage(storage) { }
 
     /// Lets `change` alter the pending set. True when no task is under way that will write it.
     template <typename Alter>
     bool add(Alter change)
     {
         const QMutexLocker lock(&m_mutex);
+        if (m_closed)
+            return false;
         change(m_pending);
         return !std::exchange(m_posted, true);
     }
 
-    void post(bool async)
+    void post()
     {
         ThreadManager::invoke(
-            [state = this->shared_from_this(), caller = QThread::currentThreadId()] {
-                if (QThread::currentThreadId() != caller)
-                    QThread::msleep(gatherMs);
-                state->run();
+            [task = std::make_shared<Task>(this->shared_from_this()),
+             caller = QThread::currentThreadId()] {
+                task->run(QThread::currentThreadId() != caller);
             },
-            async);
+            true);
     }
 
-    void run()
+    bool flush(QDeadlineTimer deadline, bool bounded)
     {
-        const QMutexLocker lock(&m_writing);
-        if (m_storage)
-            write();
-    }
-
-    bool flush()
-    {
-        if (!m_writing.tryLock(flushMs)) {
+        switch (begin(deadline)) {
+        case Begun::No:
             ImLog::error(lcWriter(),
                          QStringLiteral("A write to a store hangs; later changes may be lost"));
             return false;
+        case Begun::Inside:
+            return false;
+        case Begun::Yes:
+            break;
         }
-        const bool done = !m_storage || write();
-        m_writing.unlock();
-        return done;
+        return write(bounded ? deadline : std::optional<QDeadlineTimer>());
     }
 
-    bool close()
+    bool close(QDeadlineTimer deadline)
     {
-        if (!m_writing.tryLock(flushMs)) {
-            ImLog::error(lcWriter(), QStringLiteral("A write to a store hangs"));
-            return false;
+        if (m_storage.isOpen())
+            flush(deadline, true);
+        QStringList lost;
+        bool hangs;
+        {
+            const QMutexLocker lock(&m_mutex);
+            m_closed = true;
+            hangs = m_writing;
+            m_pending.prepend(std::exchange(m_taken, {}));
+            lost = std::exchange(m_pending, {}).keys();
         }
-        if (m_storage && m_storage->isOpen())
-            write();
-        m_storage = nullptr;
-        m_writing.unlock();
-        logLost();
-        return true;
+        if (!lost.isEmpty()) {
+            ImLog::error(lcWriter(),
+                         QStringLiteral("Changes that could not be stored are lost: %1 (%2)")
+                             .arg(lost.size())
+                             .arg(lost.mid(0, namedKeys).join(QStringLiteral(", "))));
+        }
+        return !hangs;
     }
 
     QList<Info> allInfos()
     {
         // Meanwhile nobody takes what is pending, so that each change is in one of the two.
-        const QMutexLocker lock(&m_writing);
-        write();
-        const QList<Info> stored = m_storage->allInfos();
-        const QMutexLocker pendingLock(&m_mutex);
-        return m_pending.appliedTo(stored);
-    }
-
-    /// Names what is pending and forgets it.
-    void logLost()
-    {
-        Pending<Info> lost;
+        const bool begun = begin(QDeadlineTimer(waitMs)) == Begun::Yes;
+        if (begun)
+            writeOnce({});
+        const QList<Info> stored = m_storage.allInfos();
+        QList<Info> infos;
         {
             const QMutexLocker lock(&m_mutex);
-            lost = std::exchange(m_pending, {});
+            infos = m_pending.appliedTo(stored);
         }
-        if (lost.isEmpty())
-            return;
-        constexpr qsizetype named = 20;
-        lost.compact();
-        QStringList keys;
-        for (const Change<Info> &change : lost.changes) {
-            if (keys.size() < named)
-                keys.append(change.info.key.left(64));
-        }
-        ImLog::error(lcWriter(),
-                     QStringLiteral("Changes that could not be stored are lost: %1 (%2)")
-                         .arg(qsizetype(lost.changes.size()) + lost.wipe)
-                         .arg(keys.join(QStringLiteral(", "))));
+        while (begun && !end(true))
+            writeOnce({});
+        return infos;
     }
 
 private:
-    /// Writes what is pending; `m_writing` is held and the storage is there.
-    bool write()
+    class Task
+    {
+    public:
+        explicit Task(std::shared_ptr<State> state) : m_state(std::move(state)) { }
+        ~Task()
+        {
+            if (m_hasRun)
+                return;
+            // It was dropped: the next change posts another.
+            const QMutexLocker lock(&m_state->m_mutex);
+            m_state->m_posted = false;
+        }
+        Q_DISABLE_COPY_MOVE(Task)
+        void run(bool gather)
+        {
+            m_hasRun = true;
+            m_state->run(gather);
+        }
+
+    private:
+        const std::shared_ptr<State> m_state;
+        bool m_hasRun = false;
+    };
+
+    /// Does not wait for another thread that writes: that one goes on with what is pending.
+    void run(bool gather)
+    {
+        {
+            QMutexLocker lock(&m_mutex);
+            if (gather && !m_pending.isEmpty()) {
+                lock.unlock();
+                QThread::msleep(gatherMs);
+                lock.relock();
+            }
+            m_posted = false;
+            m_again = m_writing;
+            if (m_writing || m_closed || m_pending.isEmpty())
+                return;
+            m_writing = true;
+            m_writingThread = QThread::currentThreadId();
+        }
+        write({});
+    }
+
+    enum class Begun { Yes, No, Inside };
+    /// Makes this thread the one that writes once no other does. No: `deadline` has passed, or others
+    /// have waited as long in vain. Inside: a handler is called by what this thread is writing.
+    Begun begin(QDeadlineTimer deadline)
+    {
+        const Qt::HANDLE self = QThread::currentThreadId();
+        std::unique_lock lock(m_mutex);
+        if (m_writing && m_writingThread == self)
+            return Begun::Inside;
+        const auto left = m_hangs ? 0 : std::max<qint64>(deadline.remainingTime(), 0);
+        m_hangs = !m_changed.wait_for(lock, std::chrono::milliseconds(left),
+                                      [this] { return !m_writing; });
+        if (m_hangs)
+            return Begun::No;
+        m_writing = true;
+        m_writingThread = self;
+        return Begun::Yes;
+    }
+
+    /// False when it goes on: more was to be written meanwhile.
+    bool end(bool mayGoOn = false)
+    {
+        const QMutexLocker lock(&m_mutex);
+        if (std::exchange(m_again, false) && mayGoOn && !m_closed)
+            return false;
+        m_writing = false;
+        m_hangs = false;
+        m_changed.notify_all();
+        return true;
+    }
+
+    /// Writes what is pending, after begin(), and ends it.
+    bool write(std::optional<QDeadlineTimer> deadline)
+    {
+        bool done;
+        do {
+            done = writeOnce(deadline);
+        } while (!end(done));
+        if (m_failing.exchange(!done) || done)
+            return done;
+        ImLog::error(lcWriter(),
+                     QStringLiteral("Changes cannot be stored now; they are tried again later"));
+        return false;
+    }
+
+    bool writeOnce(std::optional<QDeadlineTimer> deadline)
     {
         Pending<Info> taken;
         {
             const QMutexLocker lock(&m_mutex);
             taken = std::exchange(m_pending, {});
-            m_posted = false;
         }
         if (taken.isEmpty())
             return true;
         taken.compact();
-        if (m_storage->apply(taken.toChanges())) {
-            m_failing = false;
-            return true;
+        const storage::Changes<Info> changes = taken.toChanges();
+        {
+            const QMutexLocker lock(&m_mutex);
+            m_taken = std::move(taken);
         }
-        if (!std::exchange(m_failing, true))
-            ImLog::error(
-                lcWriter(),
-                QStringLiteral("Changes cannot be stored now; they are tried again later"));
+        const bool done = deadline ? m_storage.apply(changes, *deadline) : m_storage.apply(changes);
         const QMutexLocker lock(&m_mutex);
-        m_pending.prepend(std::move(taken));
-        return false;
+        taken = std::exchange(m_taken, {});
+        if (!done && !m_closed)
+            m_pending.prepend(std::move(taken));
+        return done;
     }
 
-    // Held over the taking of a pending set and its transaction, which keeps the order of sets.
-    QMutex m_writing;
-    Storage *m_storage;     // null once closed
-    bool m_failing = false; // the last transaction failed, which has been logged
+    Storage m_storage; // a copy: it may be needed longer than the provider is there
+    std::atomic_bool m_failing = false; // the last write failed, which has been logged
 
-    QMutex m_mutex; // guards what follows; held for moments only
+    QMutex m_mutex;                        // guards what follows; held for moments only
+    std::condition_variable_any m_changed; // a thread has written
     Pending<Info> m_pending;
-    bool m_posted = false; // who set this lets a task take the pending set
+    Pending<Info> m_taken; // by the thread that writes
+    bool m_posted = false; // a task is under way that will take the pending set
+    bool m_writing = false;
+    bool m_again = false; // what came while one writes is to be written by it
+    bool m_hangs = false; // somebody has waited for the one that writes in vain
+    bool m_closed = false;
+    Qt::HANDLE m_writingThread = nullptr;
 };
 
 template <typename Storage, typename Info>
-StoreWriter<Storage, Info>::StoreWriter(Storage *storage) : d(std::make_shared<State>(storage))
+StoreWriter<Storage, Info>::StoreWriter(Storage *storage) : d(std::make_shared<State>(*storage))
 {
 }
 
 template <typename Storage, typename Info>
 StoreWriter<Storage, Info>::~StoreWriter()
 {
-    if (!close())
-        d->logLost();
+    close();
+}
+
+template <typename Storage, typename Info>
+bool StoreWriter<Storage, Info>::close(QDeadlineTimer deadline)
+{
+    return d->close(deadline);
 }
 
 template <typename Storage, typename Info>
@@ -284,9 +390,9 @@ bool StoreWriter<Storage, Info>::putRemoval(const QString &key)
 }
 
 template <typename Storage, typename Info>
-void StoreWriter<Storage, Info>::write(bool async)
+void StoreWriter<Storage, Info>::write()
 {
-    d->post(async);
+    d->post();
 }
 
 template <typename Storage, typename Info>
@@ -316,28 +422,33 @@ void StoreWriter<Storage, Info>::remove(const QString &key)
 }
 
 template <typename Storage, typename Info>
-void StoreWriter<Storage, Info>::removeAll(const QList<Info> &kept)
+bool StoreWriter<Storage, Info>::putRemovalOfAll(const QList<Info> &kept)
 {
-    const bool first = d->add([&](Pending<Info> &pending) {
+    return d->add([&](Pending<Info> &pending) {
         pending = {};
         pending.wipe = true;
         for (const Info &info : kept)
             pending.append({info});
     });
-    if (first)
+}
+
+template <typename Storage, typename Info>
+void StoreWriter<Storage, Info>::removeAll(const QList<Info> &kept)
+{
+    if (putRemovalOfAll(kept))
         write();
 }
 
 template <typename Storage, typename Info>
 bool StoreWriter<Storage, Info>::flush()
 {
-    return d->flush();
+    return d->flush(QDeadlineTimer(waitMs), false);
 }
 
 template <typename Storage, typename Info>
-bool StoreWriter<Storage, Info>::close()
+bool StoreWriter<Storage, Info>::flush(QDeadlineTimer deadline)
 {
-    return d->close();
+    return d->flush(deadline, true);
 }
 
 template <typename Storage, typename Info>

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDeadlineTimer>
 #include <QList>
 #include <QString>
 #include <QVariant>
@@ -23,15 +24,21 @@ struct SettingInfo;
 /// When the store refuses (full disk, database closed), the changes stay pending and are tried
 /// again with the next change and by flush(); one log line tells of it.
 ///
-/// Thread: any. The writer may be destroyed while a task of it still waits.
+/// Thread: any. No lock is held while the store is called: handlers of what it logs may use the
+/// writer. Whoever writes waits 5 seconds for another thread that does, and then no more until that
+/// one is through. The writer may be destroyed while a task of it still waits or hangs.
 template <typename Storage, typename Info>
 class StoreWriter
 {
 public:
-    /// @param storage where to write; not owned, has to outlive the writer
+    /// @param storage where to write; copied, see SettingStorage
     explicit StoreWriter(Storage *storage);
-    /// As close().
+    /// Closes, within 5 seconds.
     ~StoreWriter();
+    /// Lets go of the store for good: flushes where it is open, until `deadline` at most, whatever the
+    /// disk does. What is not written by then is lost, with a log line that names the keys, and what
+    /// comes later is never written. False when a write still hangs in another thread.
+    bool close(QDeadlineTimer deadline = QDeadlineTimer(5000));
 
     // In steps, for callers that order their changes by a lock of their own:
 
@@ -42,11 +49,13 @@ public:
     /// calls write() once the lock is let go: nobody else does.
     [[nodiscard]] bool put(Info info);
     [[nodiscard]] bool putRemoval(const QString &key);
-    /// Has what is pending written: by a task, or with `async` false before the call returns, after
-    /// what other threads are writing.
-    void write(bool async = true);
+    /// Of all rows but `kept`.
+    [[nodiscard]] bool putRemovalOfAll(const QList<Info> &kept);
+    /// Has what is pending written by a task.
+    void write();
 
-    /// All of these.
+    // All of these in one:
+
     void save(Info info);
     /// Rows that go into one transaction.
     void save(QList<Info> infos);
@@ -57,9 +66,8 @@ public:
     /// Writes what is pending on the calling thread, after waiting for a write under way. True when
     /// nothing is left to write.
     bool flush();
-    /// Lets go of the store for good: flushes where it is open; what cannot be written then is lost,
-    /// and named in the log. False when a write hangs, so that it may still reach the store.
-    bool close();
+    /// The same on a thread of its own, until `deadline` at most, whatever the disk does.
+    bool flush(QDeadlineTimer deadline);
     /// All rows as they are once what is pending has been written, which is tried first.
     QList<Info> allInfos();
 

@@ -1,5 +1,7 @@
 #include "imlog/imlog.h"
 
+#include "imlog/crashline_p.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -45,7 +47,12 @@ try {
     const QString file = directory + QStringLiteral("/im.log");
     if (const QFileInfo info(file); info.exists() && !(info.isFile() && info.isWritable()))
         return nullptr;
-    auto sink = std::make_shared<Sink>(nativePath(file), maxFileBytes, maxOldFiles);
+    spdlog::file_event_handlers handlers;
+    handlers.after_open = [](const spdlog::filename_t &, std::FILE *opened) {
+        crashline::setFile(opened);
+    };
+    auto sink =
+        std::make_shared<Sink>(nativePath(file), maxFileBytes, maxOldFiles, false, handlers);
     sink->set_pattern("%Y-%m-%d %H:%M:%S.%e %z [%t] %l: %v");
     return sink;
 } catch (const std::exception &) {
@@ -245,6 +252,11 @@ void ImLog::error(const QLoggingCategory &category, const QString &text)
     if (category.isWarningEnabled())
         QMessageLogger().warning(category).noquote() << text;
     error(text);
+}
+
+void ImLog::infoInCrash(const char *line) noexcept
+{
+    crashline::write(line);
 }
 
 QString ImLog::directory() const

@@ -34,6 +34,12 @@ public:
     static void info(const QLoggingCategory &category, const QString &text);
     static void error(const QLoggingCategory &category, const QString &text);
 
+    /// For a crash handler, also for a signal's: writes the line to the log's file and to standard
+    /// error at once. It takes no lock and allocates nothing; lines that are still waiting come
+    /// later or never. The time is in UTC. Before there is a file the line goes to standard error
+    /// only.
+    static void infoInCrash(const char *line) noexcept;
+
     /// The directory the files are written to; empty while there is no file.
     QString directory() const;
     /// Closes the current file and goes on in `directory`, which is made when missing. False when it

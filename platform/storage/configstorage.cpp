@@ -6,9 +6,11 @@ namespace storage
 {
 
 ConfigStorage::ConfigStorage(std::shared_ptr<Database> database, const char *table)
-    : m_rows(std::make_unique<RowTable<ConfigInfo>>(std::move(database), table))
+    : m_rows(std::make_shared<RowTable<ConfigInfo>>(std::move(database), table))
 {
 }
+
+ConfigStorage::ConfigStorage(const ConfigStorage &) = default;
 
 ConfigStorage::~ConfigStorage() = default;
 
@@ -40,6 +42,11 @@ bool ConfigStorage::remove(const QString &key)
 bool ConfigStorage::apply(const ConfigChanges &changes)
 {
     return m_rows->apply(changes);
+}
+
+bool ConfigStorage::apply(const ConfigChanges &changes, QDeadlineTimer deadline)
+{
+    return m_rows->apply(changes, deadline);
 }
 
 } // namespace storage

@@ -3,6 +3,7 @@
 #include "storage/changes.h"
 #include "storage/storage_export.h"
 
+#include <QDeadlineTimer>
 #include <QList>
 #include <QString>
 #include <QVariant>
@@ -31,6 +32,7 @@ class STORAGE_EXPORT ConfigStorage
 public:
     /// `table` is one of the tables that the account's schema makes.
     ConfigStorage(std::shared_ptr<Database> database, const char *table);
+    ConfigStorage(const ConfigStorage &);
     ~ConfigStorage();
 
     /// False while every other call would fail.
@@ -41,10 +43,10 @@ public:
     bool save(const ConfigInfo &info);
     bool remove(const QString &key);
     bool apply(const ConfigChanges &changes);
+    bool apply(const ConfigChanges &changes, QDeadlineTimer deadline);
 
 private:
-    Q_DISABLE_COPY_MOVE(ConfigStorage)
-    const std::unique_ptr<RowTable<ConfigInfo>> m_rows;
+    const std::shared_ptr<RowTable<ConfigInfo>> m_rows;
 };
 
 } // namespace storage

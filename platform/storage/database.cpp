@@ -12,10 +12,16 @@
 #include <sqlite3.h>
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
 #include <functional>
+#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <thread>
 #include <unordered_map>
 
 namespace storage
@@ -44,6 +50,10 @@ namespace
 {
 
 constexpr int busyTimeoutMs = 2000;
+// Counts from 1; see closeAllInCrash().
+std::atomic_uint crashes = 1;
+static_assert(std::atomic_uint::is_always_lock_free);
+constexpr char heldReason[] = "another thread's call hangs in it";
 constexpr qint64 headerBytes = 100; // SQLite's file format, section 1.3
 
 /// Describes the exception that is being handled; never empty.
@@ -149,7 +159,7 @@ Database::Database(SchemaSteps steps) : m_steps(std::move(steps)) { }
 
 Database::~Database()
 {
-    m_open = false;
+    m_openedIn = 0;
     // Not held: nobody is inside, as it should be. Held: a thread died inside after closeInCrash(),
     // and closing is left to the operating system.
     const std::unique_lock lock(m_mutex, std::try_to_lock);
@@ -159,14 +169,39 @@ Database::~Database()
         m_connection.reset();
 }
 
+bool Database::isOpen() const
+{
+    return m_openedIn == crashes;
+}
+
+bool Database::lock(QDeadlineTimer deadline)
+{
+    const auto left = m_held ? 0 : std::max<qint64>(deadline.remainingTime(), 0);
+    m_held = !m_mutex.tryLock(int(left));
+    return !m_held;
+}
+
+void Database::unlock()
+{
+    if (m_abandoned.exchange(false))
+        m_connection.reset();
+    m_held = false;
+    m_mutex.unlock();
+}
+
 bool Database::open(const QString &filePath, bool create)
 {
-    if (m_open)
+    if (isOpen())
         return true;
+    // An opening under way in a crash ends closed.
+    const unsigned now = crashes;
     QString damage;
     QString failure;
-    {
-        const std::lock_guard lock(m_mutex);
+    if (!lock(QDeadlineTimer(waitMs))) {
+        failure = QString::fromLatin1(heldReason);
+    } else {
+        const auto unlocked = qScopeGuard([this] { unlock(); });
+        m_abandoned = false;
         bool created = false;
         try {
             m_connection.reset();
@@ -188,7 +223,8 @@ bool Database::open(const QString &filePath, bool create)
             }
             QFile::setPermissions(filePath, QFile::ReadOwner | QFile::WriteOwner);
             m_connection.reset(new Connection{std::move(connection), {}});
-            m_open = true;
+            ++m_openings;
+            m_openedIn = now;
         } catch (...) {
             failure = currentReason();
             if (created)
@@ -202,16 +238,52 @@ bool Database::open(const QString &filePath, bool create)
     return failure.isEmpty();
 }
 
-void Database::close()
+bool Database::close(QDeadlineTimer deadline)
 {
-    m_open = false;
-    const std::lock_guard lock(m_mutex);
-    m_connection.reset();
+    m_openedIn = 0;
+    if (!lock(deadline)) {
+        m_abandoned = true;
+        logFailure("close", m_filePath, QString::fromLatin1(heldReason));
+        return false;
+    }
+    std::shared_ptr<Connection> connection = std::move(m_connection);
+    unlock();
+    return !connection
+        || runUntil(deadline, [closed = std::move(connection)]() mutable { closed.reset(); });
 }
 
 void Database::closeInCrash()
 {
-    m_open = false;
+    m_openedIn = 0;
+}
+
+void Database::closeAllInCrash()
+{
+    ++crashes;
+}
+
+bool Database::runUntil(QDeadlineTimer deadline, std::function<void()> call)
+{
+    struct Progress {
+        std::mutex mutex;
+        std::condition_variable changed;
+        bool done = false;
+    };
+    const auto progress = std::make_shared<Progress>();
+    try {
+        std::thread([progress, call = std::move(call)]() mutable {
+            call();
+            call = nullptr; // what it holds may take its time to go
+            const std::lock_guard lock(progress->mutex);
+            progress->done = true;
+            progress->changed.notify_all();
+        }).detach();
+    } catch (const std::system_error &) {
+        return false; // no more threads to be had
+    }
+    std::unique_lock lock(progress->mutex);
+    return progress->changed.wait_for(lock, std::chrono::milliseconds(deadline.remainingTime()),
+                                      [&] { return progress->done; });
 }
 
 bool Database::read(const char *what, const Work &work)
@@ -242,10 +314,14 @@ bool Database::run(const char *what, bool transaction, const Work &work)
     QString path = QStringLiteral("the database");
     const QString failure = [&] {
         // Asked before locking as well: after closeInCrash() the lock may be held for ever.
-        std::unique_lock lock(m_mutex, std::defer_lock);
-        if (m_open)
-            lock.lock();
-        if (!m_open)
+        const unsigned opening = m_openings;
+        if (!isOpen())
+            return QStringLiteral("it is closed");
+        if (!lock(QDeadlineTimer(waitMs)))
+            return QString::fromLatin1(heldReason);
+        const auto unlocked = qScopeGuard([this] { unlock(); });
+        // Opened anew it may be another file.
+        if (!isOpen() || opening != m_openings)
             return QStringLiteral("it is closed");
         // A statement that is not reset keeps its read transaction, and what is bound to it.
         const auto reset = qScopeGuard([this] {

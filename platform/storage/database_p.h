@@ -2,12 +2,13 @@
 
 #include "storage/storage_export.h"
 
+#include <QDeadlineTimer>
+#include <QMutex>
 #include <QString>
 
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string_view>
 #include <vector>
 
@@ -27,8 +28,10 @@ using SchemaSteps = std::vector<const char *>;
 
 /// One SQLite file and its one connection: WAL, synchronous=NORMAL, foreign keys.
 ///
-/// Thread: open() and close() belong to one thread; everything else may be called from any. Nothing
-/// here throws: what fails gives false and one log line with the path and the reason.
+/// Thread: open() and close() belong to one thread; everything else may be called from any. A call
+/// waits for another thread's for waitMs at most. One that has waited that long in vain fails, and
+/// so do others at once until that thread is through. Nothing here throws: what fails gives false
+/// and one log line with the path and the reason.
 class STORAGE_EXPORT Database
 {
 public:
@@ -40,15 +43,18 @@ public:
     /// failures and damaged files. With `create` false nothing is made: there must be a file. True
     /// at once when it is open already.
     bool open(const QString &filePath, bool create = true);
-    bool isOpen() const { return m_open; }
+    bool isOpen() const;
     bool recovered() const { return m_recovered; }
-    /// Waits for a call that is under way in another thread.
-    void close();
+    /// Waits for a call that is under way in another thread and for the disk, until `deadline` at
+    /// most. What takes longer goes on in the background and closes the file at its end; false then.
+    bool close(QDeadlineTimer deadline = QDeadlineTimer(waitMs));
     /// From now on every call fails; no lock is taken and the connection is not touched, since the
     /// thread that crashed may be inside SQLite. A transaction that is under way either reaches its
     /// commit or is rolled back by whoever opens the file next; what was committed is in the file
     /// or its write-ahead log. open() afterwards is allowed and starts anew.
     void closeInCrash();
+    /// The same of all databases of the process; only one atomic number is changed.
+    static void closeAllInCrash();
     /// The path that was opened last; inside `work`, or on the thread that opens.
     QString filePath() const { return m_filePath; }
 
@@ -61,6 +67,9 @@ public:
     /// Returns when all that was committed is on the disk, where a power cut does not harm it. False
     /// when it is not.
     bool sync();
+    /// Runs `call` on a thread of its own and waits for it, until `deadline` at most; then it goes on
+    /// in the background. True when it came to its end in time.
+    static bool runUntil(QDeadlineTimer deadline, std::function<void()> call);
     /// Only inside `work`: the statement, compiled once for as long as the database is open, with
     /// nothing bound.
     SQLite::Statement &statement(std::string_view sql);
@@ -68,16 +77,23 @@ public:
     /// One line to the Qt log ("modelbase.storage") and to ImLog. Not inside `work`.
     static void log(const QString &text);
 
+    static constexpr int waitMs = 5000;
+
 private:
     Q_DISABLE_COPY_MOVE(Database)
     struct Connection;
     bool run(const char *what, bool transaction, const Work &work);
+    bool lock(QDeadlineTimer deadline);
+    void unlock();
 
     const SchemaSteps m_steps;
     QString m_filePath;
-    std::atomic_bool m_open = false;
+    std::atomic_uint m_openedIn = 0; ///< 0 while closed; else the count of crashes it was opened in
+    std::atomic_uint m_openings = 0; ///< so far; a call is for the one that it began in
+    std::atomic_bool m_held = false; ///< a call has waited for the mutex in vain
+    std::atomic_bool m_abandoned = false; ///< close() has: whoever holds the mutex closes
     bool m_recovered = false;
-    std::mutex m_mutex; ///< guards what follows
+    QMutex m_mutex; ///< guards what follows
     std::unique_ptr<Connection> m_connection;
 };
 

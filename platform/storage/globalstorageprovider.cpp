@@ -14,7 +14,10 @@ GlobalStorageProvider::GlobalStorageProvider(QObject *parent)
 {
 }
 
-GlobalStorageProvider::~GlobalStorageProvider() = default;
+GlobalStorageProvider::~GlobalStorageProvider()
+{
+    close();
+}
 
 bool GlobalStorageProvider::open()
 {
@@ -36,14 +39,19 @@ bool GlobalStorageProvider::sync()
     return m_database->sync();
 }
 
-void GlobalStorageProvider::close()
+bool GlobalStorageProvider::close(QDeadlineTimer deadline)
 {
-    m_database->close();
+    return m_database->close(deadline);
 }
 
 void GlobalStorageProvider::closeInCrash()
 {
     m_database->closeInCrash();
+}
+
+void GlobalStorageProvider::closeAllInCrash()
+{
+    Database::closeAllInCrash();
 }
 
 QString GlobalStorageProvider::filePath() const

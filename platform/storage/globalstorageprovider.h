@@ -2,6 +2,7 @@
 
 #include "storage/storage_export.h"
 
+#include <QDeadlineTimer>
 #include <QObject>
 #include <QString>
 
@@ -40,11 +41,16 @@ public:
     /// back. False, with a log line, when that cannot be done. Slow: for what must be known before
     /// something else is destroyed.
     bool sync();
-    /// Waits for calls that are under way in other threads. It can be opened again.
-    void close();
+    /// Waits for calls that are under way in other threads and for the disk, until `deadline` at
+    /// most, 5 seconds by default. What takes longer ends in the background; false then. It can be
+    /// opened again. The destructor does the same.
+    bool close(QDeadlineTimer deadline = QDeadlineTimer(5000));
     /// For a crash handler, on any thread: from now on every call fails. Takes no lock and does not
     /// touch the file, in which there is all that was saved.
     void closeInCrash();
+    /// The same for every database that this process has open or is about to open, accounts'
+    /// included; it only counts up an atomic number. What is opened afterwards works as usual.
+    static void closeAllInCrash();
 
     /// Path of the database file; while it is closed, of the one that open() would open.
     QString filePath() const;

@@ -4,12 +4,15 @@
 #include "storage/database_p.h"
 #include "storage/valuecodec_p.h"
 
+#include <QDeadlineTimer>
 #include <QString>
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include <atomic>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -27,7 +30,7 @@ constexpr const char *configSchema =
 /// One table of values by key, with a remark where Info has one. See the storages on threads and
 /// failures.
 template <typename Info>
-class RowTable
+class RowTable : public std::enable_shared_from_this<RowTable<Info>>
 {
 public:
     RowTable(std::shared_ptr<Database> database, const std::string &table)
@@ -96,9 +99,27 @@ public:
         return {};
     }
 
-    bool apply(const Changes<Info> &changes)
+    bool apply(const Changes<Info> &changes, QDeadlineTimer deadline)
+    {
+        struct Attempt {
+            std::atomic_bool done = false;
+            std::atomic_bool givenUp = false;
+        };
+        const auto attempt = std::make_shared<Attempt>();
+        const bool inTime =
+            Database::runUntil(deadline, [rows = this->shared_from_this(), changes, attempt] {
+                attempt->done = rows->apply(changes, attempt->givenUp);
+            });
+        attempt->givenUp = true;
+        return inTime && attempt->done;
+    }
+
+    bool apply(const Changes<Info> &changes, const std::atomic_bool &givenUp = false)
     {
         return m_database->write(m_writing.c_str(), [&] {
+            // Changes that came later may be written by now.
+            if (givenUp)
+                throw std::runtime_error("it has taken too long");
             if (changes.removeAll)
                 m_database->statement(m_removeAll).exec();
             for (const QString &key : changes.removed) {

@@ -6,9 +6,11 @@ namespace storage
 {
 
 SettingStorage::SettingStorage(std::shared_ptr<Database> database)
-    : m_rows(std::make_unique<RowTable<SettingInfo>>(std::move(database), "settings"))
+    : m_rows(std::make_shared<RowTable<SettingInfo>>(std::move(database), "settings"))
 {
 }
+
+SettingStorage::SettingStorage(const SettingStorage &) = default;
 
 SettingStorage::~SettingStorage() = default;
 
@@ -45,6 +47,11 @@ bool SettingStorage::removeAll()
 bool SettingStorage::apply(const SettingChanges &changes)
 {
     return m_rows->apply(changes);
+}
+
+bool SettingStorage::apply(const SettingChanges &changes, QDeadlineTimer deadline)
+{
+    return m_rows->apply(changes, deadline);
 }
 
 } // namespace storage

@@ -3,6 +3,7 @@
 #include "storage/changes.h"
 #include "storage/storage_export.h"
 
+#include <QDeadlineTimer>
 #include <QList>
 #include <QString>
 #include <QVariant>
@@ -27,8 +28,10 @@ using SettingChanges = Changes<SettingInfo>;
 
 /// The setting rows of one database, see GlobalStorageProvider and UserStorageProvider.
 ///
-/// Thread: any. A call waits for the disk, and up to 2 seconds for another process that writes to
-/// the same file. It returns true only when the change is durable: it survives the end of the
+/// Copies speak of the same rows, and may outlive the provider.
+///
+/// Thread: any. A call waits for the disk, up to 2 seconds for another process that writes to the
+/// same file, and up to 5 for other threads. It returns true only when the change is durable: it survives the end of the
 /// process at any later moment (a power cut may cost the last changes, never the file). While the
 /// database is closed, when the disk refuses, and for a value that no row can hold, calls return
 /// false (allInfos() an empty list), log one line, and change nothing.
@@ -36,6 +39,7 @@ class STORAGE_EXPORT SettingStorage
 {
 public:
     explicit SettingStorage(std::shared_ptr<Database> database);
+    SettingStorage(const SettingStorage &);
     ~SettingStorage();
 
     /// False for values that no row can hold: of a type that QDataStream does not know (pointers,
@@ -55,10 +59,13 @@ public:
     bool remove(const QString &key);
     bool removeAll();
     bool apply(const SettingChanges &changes);
+    /// The same on a thread of its own, for which it waits until `deadline` at most, whatever the
+    /// disk does. False then: the changes may come to be stored later, but not after what is saved
+    /// by calls that come later.
+    bool apply(const SettingChanges &changes, QDeadlineTimer deadline);
 
 private:
-    Q_DISABLE_COPY_MOVE(SettingStorage)
-    const std::unique_ptr<RowTable<SettingInfo>> m_rows;
+    const std::shared_ptr<RowTable<SettingInfo>> m_rows;
 };
 
 } // namespace storage

@@ -34,7 +34,10 @@ UserStorageProvider::UserStorageProvider(QObject *parent)
 {
 }
 
-UserStorageProvider::~UserStorageProvider() = default;
+UserStorageProvider::~UserStorageProvider()
+{
+    close();
+}
 
 bool UserStorageProvider::open(const QString &directory, bool create)
 {
@@ -54,9 +57,9 @@ bool UserStorageProvider::recovered() const
     return d->database->recovered();
 }
 
-void UserStorageProvider::close()
+bool UserStorageProvider::close(QDeadlineTimer deadline)
 {
-    d->database->close();
+    return d->database->close(deadline);
 }
 
 void UserStorageProvider::closeInCrash()

@@ -2,6 +2,7 @@
 
 #include "storage/storage_export.h"
 
+#include <QDeadlineTimer>
 #include <QObject>
 #include <QString>
 
@@ -37,7 +38,7 @@ public:
     /// True when the last open() found a damaged file.
     bool recovered() const;
     /// As GlobalStorageProvider's.
-    void close();
+    bool close(QDeadlineTimer deadline = QDeadlineTimer(5000));
     void closeInCrash();
     /// Path of the database file; empty before the first open().
     QString filePath() const;

@@ -3,13 +3,24 @@
 #include "settings/accountsettingmodel.h"
 #include "settings/appsettingmodel.h"
 #include "storage/configstorage.h"
+#include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
 #include "storage/userstorageprovider.h"
 #include "support/fakeaccount.h"
+#include "support/stuckdisk.h"
 
+#include <QElapsedTimer>
+#include <QRegularExpression>
+#include <QSemaphore>
 #include <QTest>
 
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <array>
 #include <atomic>
+#include <functional>
+#include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -20,6 +31,7 @@ class TestAccountThreads : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void initTestCase() { StuckDisk::install(".db"); }
     void init()
     {
         AppSettingModel::instance()->loadGlobalData();
@@ -30,9 +42,9 @@ private Q_SLOTS:
     }
     void cleanup()
     {
-        ThreadManager::getInstance()->quitAll();
         m_account.reset();
         AppSettingModel::releaseInstance();
+        ThreadManager::getInstance()->quitAll();
     }
 
     void eightThreads_data()
@@ -118,16 +130,22 @@ private Q_SLOTS:
     {
         DataInfoModel &ranges = *m_account->dataInfoModel();
         std::atomic_bool stop = false;
+        std::array<std::atomic_int, 4> written{};
         std::vector<std::jthread> workers;
         for (int thread = 0; thread < 4; ++thread) {
             workers.emplace_back([&, thread] {
-                for (int i = 0; !stop; ++i)
-                    ranges.saveMissRange(u"k%1"_s.arg(thread), QByteArray::number(i));
+                for (; !stop; ++written[thread])
+                    ranges.saveMissRange(u"k%1"_s.arg(thread), QByteArray::number(written[thread]));
             });
         }
         for (int i = 0; i < 10; ++i) {
             m_account->closeStorage();
             QVERIFY(m_account->openStorage(false));
+        }
+        // What was changed while the store was closed is in memory only: each writes once more.
+        for (std::atomic_int &count : written) {
+            const int now = count;
+            QTRY_VERIFY(count > now + 1);
         }
         stop = true;
         workers.clear();
@@ -140,7 +158,99 @@ private Q_SLOTS:
         }
     }
 
+    void theExitWithStoresThatCannotBeWritten_data()
+    {
+        QTest::addColumn<bool>("stuck");
+        QTest::addRow("locked by another process") << false;
+        QTest::addRow("on a disk that no longer answers") << true;
+    }
+    void theExitWithStoresThatCannotBeWritten()
+    {
+        QFETCH(const bool, stuck);
+        // In one process locks hold between connections as they do between processes.
+        std::vector<std::unique_ptr<SQLite::Database>> others;
+        std::optional<StuckDisk> disk;
+        if (stuck)
+            disk.emplace();
+        for (const QString &path : {AppSettingModel::instance()->globalStorage()->filePath(),
+                                    m_account->storage()->filePath()}) {
+            if (stuck)
+                continue;
+            others.push_back(
+                std::make_unique<SQLite::Database>(path.toStdString(), SQLite::OPEN_READWRITE));
+            others.back()->exec("BEGIN EXCLUSIVE");
+        }
+        AppSettingModel::instance()->setSaveasPath(u"secret"_s);
+        m_account->accountSettingModel()->setLastLocation(u"secret"_s);
+        m_account->dataInfoModel()->saveMissRange(u"range"_s, "secret");
+        messages.clear();
+        const QtMessageHandler before = qInstallMessageHandler(collect);
+        QElapsedTimer timer;
+        std::array<qint64, 3> took{};
+        const std::array<std::function<void()>, 3> steps{
+            [this] { m_account.reset(); }, AppSettingModel::releaseInstance,
+            [] { ThreadManager::getInstance()->quitAll(); }};
+        for (std::size_t i = 0; i < steps.size(); ++i) {
+            timer.start();
+            steps[i]();
+            took[i] = timer.elapsed();
+        }
+        qInstallMessageHandler(before);
+        qInfo("An account: %lld ms, the settings: %lld ms, the threads: %lld ms", took[0], took[1],
+              took[2]);
+        QVERIFY(took[0] < 5500 && took[1] < 5500 && took[2] < 12500);
+        QVERIFY(!messages.contains(u"secret"));
+        for (const char *key : {"saveas_path", "last_latlog", "range"})
+            QVERIFY2(messages.contains(QLatin1StringView(key)), key);
+        disk.reset();
+        others.clear();
+    }
+
+    void theExitWithThreadsThatDoNotEnd()
+    {
+        AccountManager *manager = AccountManager::getInstance();
+        // Left to the end of the process, as such threads are.
+        static QSemaphore hold;
+        static QSemaphore reached;
+        static QSemaphore left;
+        const auto hang = [] {
+            reached.release();
+            hold.acquire();
+            left.release();
+        };
+        auto *object = new QObject;
+        QThread *thread = manager->fileTransferThread();
+        QThreadPool *pool = manager->getResetThreadPool();
+        object->moveToThread(thread);
+        QMetaObject::invokeMethod(object, hang);
+        pool->start(hang);
+        reached.acquire(2);
+        QElapsedTimer timer;
+        timer.start();
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"file transfer thread.*given up"_s));
+        manager->waitForFinished();
+        QVERIFY(timer.elapsed() < 7500);
+        timer.start();
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"reset pool.*given up"_s));
+        AccountManager::releaseInstance();
+        QVERIFY(timer.elapsed() < 4500);
+        hold.release(2);
+        left.acquire(2);
+        QVERIFY(thread->wait());
+        delete object;
+        delete thread;
+        delete pool;
+    }
+
 private:
+    static void collect(QtMsgType, const QMessageLogContext &, const QString &text)
+    {
+        static std::mutex mutex;
+        const std::lock_guard lock(mutex);
+        messages += text + u'\n';
+    }
+
+    static inline QString messages;
     std::unique_ptr<FakeAccount> m_account;
 };
 

@@ -13,6 +13,7 @@
 #include <QMap>
 #include <QProcess>
 #include <QRandomGenerator>
+#include <QSemaphore>
 #include <QStandardPaths>
 #include <QTest>
 
@@ -24,6 +25,13 @@
 #include <thread>
 #include <utility>
 #include <vector>
+
+#ifdef Q_OS_UNIX
+#    include <csignal>
+#    include <ctime>
+#    include <pthread.h>
+#    include <unistd.h>
+#endif
 
 #if defined(__has_feature)
 #    if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
@@ -156,17 +164,68 @@ void storeKeys(Stores &stores, qint64 number)
 }
 constexpr int writesWithKeys = 2 * 4;
 
-int writeUntilKilled(qint64 number)
+#ifdef Q_OS_UNIX
+
+AccountManager *crashing = nullptr;
+
+/// As a client's handler: closes, and ends the process. Its code tells whether that took long.
+void handleCrash(int)
+{
+    timespec before{};
+    timespec after{};
+    clock_gettime(CLOCK_MONOTONIC, &before);
+    crashing->closeAllDbInCrash();
+    clock_gettime(CLOCK_MONOTONIC, &after);
+    const bool fast =
+        (after.tv_sec - before.tv_sec) * 1'000'000'000LL + after.tv_nsec - before.tv_nsec
+        < 1'000'000'000LL;
+    _exit(fast ? 77 : 78);
+}
+
+/// Has one of the threads crash at a random moment, wherever it is.
+void crashSoon(const std::vector<pthread_t> &threads)
+{
+    QRandomGenerator random = QRandomGenerator::securelySeeded();
+    QThread::usleep(random.bounded(40'000u));
+    pthread_kill(threads[random.bounded(int(threads.size()))], SIGSEGV);
+}
+
+#endif
+
+int writeUntilKilled(qint64 number, bool crash)
 {
     Stores stores;
     if (!stores.isOpen())
         return 1;
     ThreadManager *threads = ThreadManager::getInstance();
     threads->init();
+    std::thread keys(storeKeys, std::ref(stores), number);
+#ifdef Q_OS_UNIX
+    if (crash) {
+        crashing = AccountManager::getInstance();
+        std::signal(SIGSEGV, handleCrash);
+        std::vector<pthread_t> targets{pthread_self(), keys.native_handle()};
+        QSemaphore posted;
+        ThreadManager::invoke(
+            [&] {
+                targets.push_back(pthread_self());
+                posted.release();
+            },
+            true);
+        posted.acquire();
+        std::thread(crashSoon, targets).detach();
+    }
+#endif
     say("ready", 0);
-    std::thread(storeKeys, std::ref(stores), number).detach();
+    keys.detach();
     QRandomGenerator random = QRandomGenerator::securelySeeded();
     for (;; ++number) {
+        if (crash) {
+            // Accounts come and go.
+            FakeAccount account;
+            account.setAccountId(3);
+            account.openStorage(true);
+        }
         say("step", number);
         stores.write(number);
         switch (random.bounded(5)) {
@@ -177,6 +236,8 @@ int writeUntilKilled(qint64 number)
             say("settled", number);
             break;
         case 2:
+            if (crash) // it holds the save thread's handle
+                break;
             threads->quitAll();
             say("settled", number);
             threads->init();
@@ -225,7 +286,7 @@ struct Said {
 
 } // namespace
 
-/// A process that is killed at any moment loses nothing that it was told is safe, and leaves no
+/// A process that is killed, or crashes, at any moment loses nothing that it was told is safe, and leaves no
 /// store in a state that it never had.
 class tst_Killed : public QObject
 {
@@ -238,7 +299,7 @@ private Q_SLOTS:
 
 private:
     void wipe();
-    void run(bool fromStart, QByteArray &output);
+    void run(bool fromStart, bool crash, QByteArray &output);
     void checkFiles(const Stores &stores);
     void checkSteps(Stores &stores, const Said &said);
     void checkKeys(Stores &stores, const Said &said);
@@ -267,14 +328,30 @@ void tst_Killed::expect(bool holds, int &count, const QString &what)
 }
 
 /// Runs a child and kills it, `fromStart` at a moment that may be before its stores are open.
-void tst_Killed::run(bool fromStart, QByteArray &output)
+void tst_Killed::run(bool fromStart, bool crash, QByteArray &output)
 {
     QProcess child;
-    child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    if (!crash)
+        child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    QFile log(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) + u"/log/im.log"_s);
+    if (crash)
+        log.remove();
     QElapsedTimer timer;
     timer.start();
-    child.start(QCoreApplication::applicationFilePath(), {u"--write"_s, QString::number(m_first)});
+    child.start(QCoreApplication::applicationFilePath(),
+                {crash ? u"--crash"_s : u"--write"_s, QString::number(m_first)});
     QVERIFY(child.waitForStarted());
+    if (crash) {
+        const bool ended = child.waitForFinished();
+        QVERIFY2(ended, "It hangs in its crash");
+        QCOMPARE(child.exitCode(), 77);
+        output = child.readAllStandardOutput();
+        QVERIFY(log.open(QFile::ReadOnly));
+        const QByteArray line = " info: AccountManager::closeAllDbInCrash\n";
+        QVERIFY(log.readAll().contains(line));
+        QVERIFY(child.readAllStandardError().contains(line));
+        return;
+    }
     auto *random = QRandomGenerator::global();
     if (fromStart) {
         QThread::usleep(random->bounded(quint32(m_startMicroseconds * 3 / 2)));
@@ -388,14 +465,19 @@ void tst_Killed::losesNothing_data()
 #endif
     QTest::addColumn<int>("rounds");
     QTest::addColumn<bool>("anew");
-    QTest::addRow("in stores that are being made") << 24 / divisor << true;
-    QTest::addRow("in the same stores, round after round") << 200 / divisor << false;
+    QTest::addColumn<bool>("crash");
+    QTest::addRow("in stores that are being made") << 24 / divisor << true << false;
+    QTest::addRow("in the same stores, round after round") << 200 / divisor << false << false;
+#ifdef Q_OS_UNIX
+    QTest::addRow("by a crash on any thread") << 80 / divisor << false << true;
+#endif
 }
 
 void tst_Killed::losesNothing()
 {
     QFETCH(const int, rounds);
     QFETCH(const bool, anew);
+    QFETCH(const bool, crash);
     m_acknowledged = 0;
     m_lost = 0;
     m_torn = 0;
@@ -406,7 +488,7 @@ void tst_Killed::losesNothing()
         if (anew)
             wipe();
         QByteArray output;
-        run(anew ? round % 8 != 0 : round % 4 == 3, output);
+        run(anew ? round % 8 != 0 : round % 4 == 3, crash, output);
         if (QTest::currentTestFailed())
             return;
         const Said said(output);
@@ -442,8 +524,9 @@ int main(int argc, char **argv)
     // The stores of an installed program stay as they are, and no keychain is asked.
     QStandardPaths::setTestModeEnabled(true);
     const QStringList arguments = app.arguments();
-    if (arguments.value(1) == "--write"_L1)
-        return writeUntilKilled(arguments.value(2).toLongLong());
+    const QString mode = arguments.value(1);
+    if (mode == "--write"_L1 || mode == "--crash"_L1)
+        return writeUntilKilled(arguments.value(2).toLongLong(), mode == "--crash"_L1);
     tst_Killed test;
     return QTest::qExec(&test, argc, argv);
 }

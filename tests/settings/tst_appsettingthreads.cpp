@@ -2,10 +2,14 @@
 #include "settings/appsettingmodel.h"
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
+#include "support/stuckdisk.h"
 
 #include <QCoreApplication>
 #include <QTest>
 
+#include <functional>
+#include <future>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -32,10 +36,11 @@ class TestAppSettingThreads : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void initTestCase() { StuckDisk::install("/global.db"); }
     void cleanup()
     {
-        ThreadManager::getInstance()->quitAll();
         AppSettingModel::releaseInstance();
+        ThreadManager::getInstance()->quitAll();
     }
     void withoutAGraphicalApplication()
     {
@@ -124,6 +129,78 @@ private Q_SLOTS:
         AppSettingModel::releaseInstance();
         model()->loadGlobalData();
         QCOMPARE(model()->emojiSkinIndex(u"\u270B"_s), tone);
+    }
+
+    void nobodyWaitsForTheDisk_data()
+    {
+        using Change = std::function<void()>;
+        QTest::addColumn<Change>("change");
+        const auto row = [](const char *name, const Change &change) {
+            QTest::newRow(name) << change;
+        };
+        row("setValue", [] { model()->setValue(u"a"_s, 1, true); });
+        row("text", [] { model()->saveToConfig(u"a"_s, 1, true); });
+        row("upgrade", [] { model()->setUpgradeInfo({{u"value"_s, 1}}); });
+        row("emoji", [] { model()->setEmojiSkinIndex(u"\u270B"_s, 1); });
+        row("slot", [] {
+            const auto slot = [] { model()->setDarkMode(!model()->darkMode()); };
+            connect(model(), &AppSettingModel::beginConfig, model(), slot);
+            model()->setLargeEmoji(!model()->largeEmoji());
+        });
+        row("reset", [] { model()->reset(); });
+    }
+    void nobodyWaitsForTheDisk()
+    {
+        // While a change is written by its caller, everybody else goes on.
+        QFETCH(const std::function<void()>, change);
+        model()->loadGlobalData();
+        model()->reset();
+        QVERIFY(model()->flush());
+        std::optional<StuckDisk> disk(std::in_place);
+        const auto changed = std::async(std::launch::async, change);
+        QVERIFY(disk->isReached());
+        const auto others = std::async(std::launch::async, [] {
+            model()->setThemeFontSize(17);
+            return model()->themeFontSize();
+        });
+        const bool went = others.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+        disk.reset();
+        QVERIFY(went);
+        changed.wait();
+        QVERIFY(model()->flush());
+        AppSettingModel::releaseInstance();
+        model()->loadGlobalData();
+        QCOMPARE(model()->themeFontSize(), 17);
+    }
+
+    void handlersUseTheModelWhileItIsReleased()
+    {
+        model()->loadGlobalData();
+        model()->setThemeFontSize(17);
+        QVERIFY(model()->flush());
+        model()->globalStorage()->close();
+        static QList<int> sizes;
+        static int heard = 0;
+        const auto use = [] {
+            sizes.append(model()->themeFontSize());
+            model()->setSessionListWidth(++heard);
+        };
+        connect(model(), &QObject::destroyed, use);
+        const auto before =
+            qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {
+                sizes.append(model()->themeFontSize());
+                model()->setSessionListWidth(++heard);
+            });
+        model()->setDarkMode(true); // cannot be written: the handler is called
+        const qsizetype written = sizes.size();
+        AppSettingModel::releaseInstance();
+        qInstallMessageHandler(before);
+        QVERIFY(written > 0 && sizes.size() > written);
+        QCOMPARE(sizes, QList<int>(sizes.size(), 17));
+        // And the next one is a new one.
+        QCOMPARE(model()->themeFontSize(), 14);
+        model()->loadGlobalData();
+        QCOMPARE(model()->themeFontSize(), 17);
     }
 
     void writersStartersAndQuitters()

@@ -1,10 +1,20 @@
 #include "account/threadmanager.h"
 #include "settings/storewriter_p.h"
+#include "storage/configstorage.h"
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
+#include "storage/userstorageprovider.h"
+#include "support/stuckdisk.h"
 
+#include <QElapsedTimer>
+#include <QRegularExpression>
 #include <QSemaphore>
+#include <QTemporaryDir>
 #include <QTest>
+
+#include <functional>
+#include <optional>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -12,6 +22,7 @@ class TestStoreWriter : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void initTestCase() { StuckDisk::install("/global.db"); }
     void init()
     {
         QVERIFY(m_provider.open());
@@ -81,6 +92,116 @@ private Q_SLOTS:
         QCOMPARE(rows[u"0"_s], 9);
         QCOMPARE(rows[u"2999"_s], 2);
         QVERIFY(!rows.contains(u"removed"_s));
+    }
+
+    void aResetWhileWritesFail_data()
+    {
+        QTest::addColumn<bool>("inAHandler");
+        QTest::addRow("between two tries") << false;
+        QTest::addRow("in the middle of one") << true;
+    }
+    void aResetWhileWritesFail()
+    {
+        QFETCH(const bool, inAHandler);
+        SettingWriter writer(storage());
+        m_provider.close();
+        static std::function<void()> reset;
+        reset = [&] { writer.removeAll({{u"kept"_s, 1, {}}}); };
+        if (inAHandler) {
+            // Called inside of save(), where the task runs at once.
+            qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {
+                if (reset)
+                    std::exchange(reset, nullptr)();
+            });
+        }
+        writer.save({u"gone"_s, 0, {}});
+        qInstallMessageHandler(nullptr);
+        QCOMPARE(reset == nullptr, inAHandler);
+        if (reset)
+            std::exchange(reset, nullptr)();
+        writer.save({u"later"_s, 2, {}});
+        QVERIFY(!writer.flush());
+        QVERIFY(m_provider.open());
+        QVERIFY(writer.flush());
+        QCOMPARE(values(), (QMap<QString, QVariant>{{u"kept"_s, 1}, {u"later"_s, 2}}));
+    }
+
+    void pairsOfSaveAndFlushLeaveNothingBehind()
+    {
+        ThreadManager::getInstance()->init();
+        SettingWriter writer(storage());
+        int others = 0;
+        for (int i = 1; i <= 3000; ++i) {
+            writer.save({u"a"_s, i, {}});
+            QVERIFY(writer.flush());
+            if (i % 100 == 0)
+                ThreadManager::invoke([&] { ++others; }, true);
+        }
+        writer.save({u"a"_s, 0, {}});
+        QElapsedTimer timer;
+        timer.start();
+        ThreadManager::getInstance()->quitAll();
+        QVERIFY(timer.elapsed() < 1000);
+        QCOMPARE(others, 30);
+        QCOMPARE(values()[u"a"_s], 0);
+    }
+
+    void savesOnAfterAThreadWasGivenUp()
+    {
+        // Hung in somebody else's task, with a task of the writer behind it.
+        ThreadManager::getInstance()->init();
+        QSemaphore hold;
+        SettingWriter writer(storage());
+        ThreadManager::invoke([&] { hold.acquire(); }, true);
+        writer.save({u"a"_s, 1, {}});
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"hangs and is given up"_s));
+        ThreadManager::getInstance()->quitAll();
+        ThreadManager::getInstance()->init();
+        writer.save({u"b"_s, 2, {}});
+        QTRY_COMPARE(values().size(), 2);
+        hold.release();
+    }
+
+    void aDiskThatNoLongerAnswers()
+    {
+        const QTemporaryDir directory;
+        auto provider = std::make_unique<storage::GlobalStorageProvider>();
+        provider->setDirectory(directory.path());
+        storage::UserStorageProvider other;
+        QVERIFY(provider->open() && other.open(directory.path()));
+        ThreadManager::getInstance()->init();
+        auto writer = std::make_unique<SettingWriter>(provider->settingStorage());
+        StoreWriter<storage::ConfigStorage, storage::ConfigInfo> others(other.syncConfigStorage());
+        std::optional<StuckDisk> disk(std::in_place);
+        writer->save({u"a"_s, 1, {}});
+        QVERIFY(disk->isReached());
+        writer->save({u"b"_s, u"secret"_s, {}});
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"hangs and is given up"_s));
+        ThreadManager::getInstance()->quitAll();
+
+        // A new thread saves for the others, and is not kept by what is lost.
+        ThreadManager::getInstance()->init();
+        writer->save({u"c"_s, u"secret"_s, {}});
+        others.save({u"d"_s, 4});
+        QTRY_COMPARE(other.syncConfigStorage()->value(u"d"_s), 4);
+
+        // Whoever gives up all of it is told what is lost, and goes on.
+        QElapsedTimer timer;
+        timer.start();
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"are lost: 3 \\(a, b, c\\)$"_s));
+        const QDeadlineTimer deadline(5000);
+        QVERIFY(!writer->close(deadline) && !provider->close(deadline));
+        writer.reset();
+        provider.reset();
+        ThreadManager::getInstance()->quitAll();
+        QVERIFY2(timer.elapsed() < 6000, qPrintable(QString::number(timer.elapsed())));
+
+        // What still holds the file in the background lets go of it once it can.
+        disk.reset();
+        storage::GlobalStorageProvider next;
+        next.setDirectory(directory.path());
+        QVERIFY(next.open());
+        QTRY_COMPARE(next.settingStorage()->allInfos().size(), 1);
     }
 
 private:

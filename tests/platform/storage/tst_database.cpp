@@ -198,8 +198,15 @@ private Q_SLOTS:
         QCOMPARE(number(database, countSoundRows), sound + 1);
     }
 
+    void carriesRowsOfTheLog_data()
+    {
+        QTest::addColumn<bool>("header");
+        QTest::addRow("a page of rows lost") << false;
+        QTest::addRow("header lost") << true;
+    }
     void carriesRowsOfTheLog()
     {
+        QFETCH(bool, header);
         {
             Database database(schema);
             QVERIFY(database.open(file("whole.db")));
@@ -214,13 +221,16 @@ private Q_SLOTS:
         QByteArray bytes = contents(file());
         const QByteArray log = contents(file("x.db-wal"));
         QVERIFY(!log.isEmpty());
-        scratchPage(bytes, rowPages(bytes).at(3));
+        if (header)
+            bytes.replace(0, 100, QByteArray(100, 0));
+        else
+            scratchPage(bytes, rowPages(bytes).at(3));
         overwrite(file(), bytes);
 
         Database database(schema);
         QVERIFY(database.open(file()));
         QVERIFY(database.recovered());
-        QVERIFY(number(database, countSoundRows) >= rowCount + 10 - rowsInPage);
+        QVERIFY(number(database, countSoundRows) >= rowCount + 10 - (header ? 0 : rowsInPage));
         QCOMPARE(contents(m_directory->filePath(setAside().at(0))), bytes);
         QCOMPARE(contents(m_directory->filePath(setAside().filter(u"-wal"_s).value(0))), log);
     }
