@@ -379,6 +379,7 @@ private:
     void updateTotals();
     QVariantList idsToSave() const;
     void saveAccounts();
+    void forgetCurrentId();
     void finishWipe();
     void initGeometry();
     void updateInfoPanelVisible();
