@@ -192,7 +192,7 @@ void AccountManager::restore(qint64 id)
         account->restore({{QStringLiteral("userId"), id}}, true, 0);
         if (account && !isListed(account))
             addAccount(account);
-        const bool loggedOut = !m_restored;
+        const bool loggedOut = account && !m_restored;
         m_restored = nullptr;
         if (loggedOut)
             return;
@@ -401,24 +401,28 @@ void AccountManager::addAccount(AccountBase *account)
     if (wasLogin || !m_currentAccount)
         setCurrentAccount(account, false);
     if (!m_entering.removeOne(account))
-        return;
+        return forgetCurrentId();
     if (!isListed(account)) {
         if (!account->authorized()) {
             if (account == m_currentAccount && !m_loginAccount)
                 setLoginAccount(account);
             else if (wasLogin)
                 giveUp(account);
+            saveAccounts(); // and not its id as the current one
             return;
         }
         if (!mayBeListed(account))
             return;
+        const Account guard(account);
         const bool restored = account == m_restored;
         m_absentIds.removeAll(account->accountId());
         m_changingRows = true;
         beginInsertRows({}, count(), count());
+        if (!guard) // deleted this very moment
+            postponed([this] { removeEmptyRows(); });
         {
             const std::lock_guard lock(m_lock);
-            m_accounts.append(account);
+            m_accounts.append(guard);
         }
         updateTotals();
         Q_EMIT countChanged(count());
@@ -499,7 +503,15 @@ void AccountManager::saveAccounts()
         ids = idsToSave();
         settings->setAccountIds(ids, true);
     } while (!m_deleteAll && ids != idsToSave());
-    // The one that was shown may have logged out behind the notebook.
+    forgetCurrentId();
+}
+
+/// The one that was shown may have logged out since, behind the notebook or in a handler.
+void AccountManager::forgetCurrentId()
+{
+    if (m_restoring)
+        return;
+    AppSettingModel *settings = AppSettingModel::instance();
     const qint64 currentId = settings->currentAccountId();
     const bool entering = m_currentAccount && m_currentAccount->authorized()
         && m_currentAccount->isAccountId(currentId);
@@ -531,6 +543,8 @@ void AccountManager::accountDeleted(AccountBase *account)
 void AccountManager::forget(AccountBase *account)
 {
     m_entering.removeAll(account);
+    if (account == m_restored)
+        m_restored = nullptr;
     for (Account *pointer : {&m_lastAccount, &m_activeAccount, &m_notebookAccount}) {
         if (*pointer == account)
             *pointer = nullptr;
@@ -869,6 +883,8 @@ void AccountManager::logoutListed(AccountBase *account)
     const bool wasOnly = count() == 1;
     const int index = accountIndex(account);
     account->m_leaving = true;
+    if (account == m_restored)
+        m_restored = nullptr;
     removeAccount(index);
 
     // The only account stays, and the sign-in page takes it over.
@@ -939,6 +955,8 @@ void AccountManager::finishWipe()
     // Who signed in meanwhile, in a handler, stays.
     if (!idsToSave().isEmpty())
         saveAccounts();
+    else
+        forgetCurrentId();
     QMetaObject::invokeMethod(this, &AccountManager::afterUnlockApp, Qt::QueuedConnection);
 }
 
@@ -987,6 +1005,8 @@ void AccountManager::removeAll()
         if (!stays && account == m_loginAccount)
             setLogin(nullptr);
         account->m_leaving = true;
+        if (account == m_restored)
+            m_restored = nullptr;
         account->logout(!stays);
         if (account && stays)
             account->m_leaving = false;
@@ -1012,9 +1032,12 @@ void AccountManager::unlockApp(bool destroy, bool notebookMode)
             AccountBase *target = m_lastAccount;
             if (!target)
                 target = count() > 0 ? m_accounts.first() : m_loginAccount;
-            if (!target && addAccount())
+            if (!target) {
+                addAccount();
                 target = m_loginAccount;
-            setCurrentAccount(target, false);
+            }
+            if (target && m_currentAccount == m_notebookAccount)
+                setCurrentAccount(target, false);
         }
         setNotebookMode(notebookMode);
         setAppLocked(false);

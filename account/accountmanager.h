@@ -393,6 +393,7 @@ private:
     void updateTotals();
     QVariantList idsToSave() const;
     void saveAccounts();
+    void forgetCurrentId();
     void finishWipe();
     void initGeometry();
     void updateInfoPanelVisible();

@@ -3,9 +3,17 @@
 <TS version="2.1" language="en_US" sourcelanguage="en">
 <context>
     <name></name>
+    <message id="accounts_not_loaded">
+        <source>The accounts have not been loaded yet.</source>
+        <translation>The accounts have not been loaded yet.</translation>
+    </message>
     <message id="max_supported_accounts">
         <source>No more than %1 accounts can be signed in on one device.</source>
         <translation>No more than %1 accounts can be signed in on one device.</translation>
+    </message>
+    <message id="account_already_signed_in">
+        <source>This account is already signed in on this device.</source>
+        <translation>This account is already signed in on this device.</translation>
     </message>
     <message id="system_alert_unsupported">
         <source>This version cannot show what happened here</source>

@@ -3,9 +3,17 @@
 <TS version="2.1" language="zh_CN" sourcelanguage="en">
 <context>
     <name></name>
+    <message id="accounts_not_loaded">
+        <source>The accounts have not been loaded yet.</source>
+        <translation>账号尚未加载。</translation>
+    </message>
     <message id="max_supported_accounts">
         <source>No more than %1 accounts can be signed in on one device.</source>
         <translation>一台设备上最多只能登录 %1 个账号。</translation>
+    </message>
+    <message id="account_already_signed_in">
+        <source>This account is already signed in on this device.</source>
+        <translation>该账号已在此设备上登录。</translation>
     </message>
     <message id="system_alert_unsupported">
         <source>This version cannot show what happened here</source>
