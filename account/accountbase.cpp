@@ -133,11 +133,12 @@ AccountBase::AccountBase(QObject *parent)
 AccountBase::~AccountBase()
 {
     m_mailbox->close();
-    // The models write what they still hold, so they go before the store does.
+    m_inSession = false; // nobody is told any more
+    closeStorage();
+    // The models name what they still hold then.
     delete m_accountSettingModel;
     delete m_deviceModel;
     delete m_dataInfoModel;
-    m_storage->close();
 }
 
 // The store
