@@ -344,8 +344,8 @@ private Q_SLOTS:
         QVERIFY(person.signalStore()->saveUserKey({12, 1, 1}, QByteArray(32, 'k')));
         QVERIFY(person.isMyUserId(12));
 
-        const auto file =
-            QSharedPointer<FileData>::create(QVariantMap{{u"fileId"_s, u"f1"_s}}, FileData::Source);
+        const auto file = QSharedPointer<FileData>::create(QVariantMap{{u"fileId"_s, u"f1"_s}},
+                                                           FileData::ParseType::Source);
         QCOMPARE(person.fileProvider()->add(file), file);
 
         const FakeAccount fresh;
