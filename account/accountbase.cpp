@@ -136,7 +136,8 @@ AccountBase::~AccountBase()
 {
     AccountManager::accountDeleted(this);
     m_mailbox->close();
-    closeStore();
+    m_inSession = false; // nobody is told any more
+    closeStorage();
     // The models name what they still hold then.
     delete m_accountSettingModel;
     delete m_deviceModel;
@@ -184,20 +185,15 @@ bool AccountBase::openStorage(bool create)
 
 void AccountBase::closeStorage()
 {
-    closeStore();
-    endSession();
-}
-
-void AccountBase::closeStore()
-{
     suspendStore();
-    if (!m_storage->isOpen())
-        return;
-    // One for all: the exit waits for each account.
-    const QDeadlineTimer deadline(closeMs);
-    m_accountSettingModel->flush(deadline);
-    m_dataInfoModel->flush(deadline);
-    m_storage->close(deadline);
+    if (m_storage->isOpen()) {
+        // One for all: the exit waits for each account.
+        const QDeadlineTimer deadline(closeMs);
+        m_accountSettingModel->flush(deadline);
+        m_dataInfoModel->flush(deadline);
+        m_storage->close(deadline);
+    }
+    endSession();
 }
 
 /// From now on no change reaches the store, and the keys answer nothing.

@@ -357,7 +357,6 @@ private:
     friend class AccountManager;
     class Mailbox;
 
-    void closeStore();
     void suspendStore();
     bool leaveStore();
     void storeUserInfo();

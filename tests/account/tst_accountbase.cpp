@@ -6,6 +6,8 @@
 #include "account/accountmanager.h"
 #include "account/threadmanager.h"
 #include "account/verificationemoji_p.h"
+#include "content/filedata.h"
+#include "content/fileprovider.h"
 #include "dialog/datainfomodel.h"
 #include "imcrypto/store.h"
 #include "protocol/common_data.pb.h"
@@ -285,6 +287,23 @@ private Q_SLOTS:
         }
     }
 
+    void whatASignOutCannotWriteIsNotWrittenLater()
+    {
+        QVERIFY(account->openStorage(true));
+        account->setAuthorized(true);
+        SQLite::Database other(account->storage()->filePath().toStdString(),
+                               SQLite::OPEN_READWRITE);
+        other.exec("CREATE TRIGGER r BEFORE INSERT ON settings BEGIN SELECT RAISE(ABORT, ''); END");
+        const Messages log;
+        account->accountSettingModel()->setValue(u"lost"_s, 1, true);
+        account->logout(false);
+        QVERIFY(log.texts().join(u' ').contains(u"lost"_s));
+        other.exec("DROP TRIGGER r");
+        QVERIFY(account->openStorage(true));
+        QVERIFY(account->accountSettingModel()->flush());
+        QVERIFY(!storedKeys(3).contains(u"lost"_s));
+    }
+
     void nothingOfAPersonStays_data()
     {
         QTest::addColumn<bool>("signOut");
@@ -325,6 +344,10 @@ private Q_SLOTS:
         QVERIFY(person.signalStore()->saveUserKey({12, 1, 1}, QByteArray(32, 'k')));
         QVERIFY(person.isMyUserId(12));
 
+        const auto file = QSharedPointer<FileData>::create(QVariantMap{{u"fileId"_s, u"f1"_s}},
+                                                           FileData::ParseType::Source);
+        QCOMPARE(person.fileProvider()->add(file), file);
+
         const FakeAccount fresh;
         const auto compare = [&] {
             const QMetaObject *meta = &AccountBase::staticMetaObject;
@@ -344,6 +367,7 @@ private Q_SLOTS:
             QCOMPARE(person.deviceModel()->deviceDeleteTimer(), int(AccountDeviceModel::Never));
             QVERIFY(!person.isMyUserId(12));
             QVERIFY(!person.signalStore()->userInfo());
+            QVERIFY(!person.fileProvider()->file(u"f1"_s));
         };
         // Everything is gone by the time the first handler hears of it.
         int heard = 0;
