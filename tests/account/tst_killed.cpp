@@ -1,6 +1,7 @@
 #include "account/threadmanager.h"
 #include "dialog/datainfomodel.h"
 #include "imcrypto/store.h"
+#include "imlog/imlog.h"
 #include "settings/accountsettingmodel.h"
 #include "settings/appsettingmodel.h"
 #include "storage/globalstorageprovider.h"
@@ -144,6 +145,16 @@ void say(const char *what, qint64 number, const QByteArray &keys = {})
     std::fflush(stdout);
 }
 
+AccountManager *crashing = nullptr;
+
+[[noreturn]] void fail()
+{
+    // In a crash every call fails, until the handler has ended the process.
+    if (crashing)
+        QThread::sleep(100);
+    std::_Exit(2);
+}
+
 /// What is safe as soon as the call returns, from a thread that is not the main one.
 void storeKeys(Stores &stores, qint64 number)
 {
@@ -154,7 +165,7 @@ void storeKeys(Stores &stores, qint64 number)
             crypto::Store *store = account.signalStore();
             if (!store->saveUserKey({7, 1, 1}, bytesOf(number))
                 || !store->saveChatKey(u"G-1"_s, int(number), bytesOf(number)))
-                std::_Exit(2);
+                fail();
             made += QByteArray(store->secureKey(u"id%1"_s.arg(number), 1, true)).toHex();
             account.dataInfoModel()->saveContactsOffset(number);
         }
@@ -165,8 +176,6 @@ void storeKeys(Stores &stores, qint64 number)
 constexpr int writesWithKeys = 2 * 4;
 
 #ifdef Q_OS_UNIX
-
-AccountManager *crashing = nullptr;
 
 /// As a client's handler: closes, and ends the process. Its code tells whether that took long.
 void handleCrash(int)
@@ -203,6 +212,7 @@ int writeUntilKilled(qint64 number, bool crash)
 #ifdef Q_OS_UNIX
     if (crash) {
         crashing = AccountManager::getInstance();
+        ImLog::info(u"start"_s);
         std::signal(SIGSEGV, handleCrash);
         std::vector<pthread_t> targets{pthread_self(), keys.native_handle()};
         QSemaphore posted;
@@ -232,7 +242,7 @@ int writeUntilKilled(qint64 number, bool crash)
         case 0:
         case 1:
             if (!stores.flush())
-                return 2;
+                fail();
             say("settled", number);
             break;
         case 2:

@@ -2,10 +2,13 @@
 #include "settings/appsettingmodel.h"
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
+#include "support/sequences.h"
 #include "support/stuckdisk.h"
 
 #include <QCoreApplication>
 #include <QTest>
+
+#include <SQLiteCpp/SQLiteCpp.h>
 
 #include <functional>
 #include <future>
@@ -201,6 +204,98 @@ private Q_SLOTS:
         QCOMPARE(model()->themeFontSize(), 14);
         model()->loadGlobalData();
         QCOMPARE(model()->themeFontSize(), 17);
+    }
+
+    void fromStartToExit()
+    {
+        runSequences("settings from start to exit", 60, 30, [](Sequence &sequence) {
+            model()->loadGlobalData();
+            model()->reset();
+            QMap<QString, QVariant> memory;
+            QMap<QString, QVariant> saved;
+            std::unique_ptr<SQLite::Database> other;
+            const auto provider = [] { return model()->globalStorage(); };
+            const auto rows = [&](const QList<storage::SettingInfo> &infos) {
+                QMap<QString, QVariant> found;
+                for (const storage::SettingInfo &info : infos) {
+                    if (info.key.startsWith(u"key"))
+                        found.insert(info.key, info.value);
+                }
+                return found;
+            };
+            const auto writable = [&] {
+                other.reset();
+                QVERIFY(provider()->open());
+            };
+            for (int number = 1; sequence.next(); ++number) {
+                const int operation = sequence.below(13);
+                sequence.note(QString::number(operation));
+                switch (operation) {
+                case 0:
+                    ThreadManager::getInstance()->init();
+                    break;
+                case 1:
+                    other.reset();
+                    ThreadManager::getInstance()->quitAll();
+                    break;
+                case 2:
+                    provider()->close();
+                    break;
+                case 3:
+                    writable();
+                    break;
+                case 4: // as long as nobody waits for it
+                    if (provider()->isOpen() && ThreadManager::getInstance()->thread() && !other) {
+                        other = std::make_unique<SQLite::Database>(
+                            provider()->filePath().toStdString(), SQLite::OPEN_READWRITE);
+                        other->exec("BEGIN IMMEDIATE");
+                    }
+                    break;
+                case 5:
+                    writable();
+                    QVERIFY(model()->flush());
+                    QCOMPARE(rows(provider()->settingStorage()->allInfos()), saved);
+                    break;
+                case 6:
+                    writable();
+                    AppSettingModel::releaseInstance();
+                    model()->loadGlobalData();
+                    memory = saved;
+                    break;
+                case 7:
+                    other.reset();
+                    model()->loadGlobalData();
+                    memory = saved;
+                    break;
+                case 8:
+                    other.reset();
+                    model()->reset();
+                    memory.clear();
+                    saved.clear();
+                    break;
+                default: {
+                    if (!ThreadManager::getInstance()->thread())
+                        other.reset();
+                    const QString key = u"key%1"_s.arg(sequence.below(5));
+                    const bool save = sequence.chance(70);
+                    QVERIFY(model()->setValue(key, number, save));
+                    memory[key] = number;
+                    if (save)
+                        saved[key] = number;
+                }
+                }
+                for (int i = 0; i < 5; ++i) {
+                    const QString key = u"key%1"_s.arg(i);
+                    QCOMPARE(model()->getValue(key, {}), memory.value(key));
+                }
+            }
+            writable();
+            AppSettingModel::releaseInstance();
+            ThreadManager::getInstance()->quitAll();
+            model()->loadGlobalData();
+            QCOMPARE(rows(provider()->settingStorage()->allInfos()), saved);
+            AppSettingModel::releaseInstance();
+        });
     }
 
     void writersStartersAndQuitters()

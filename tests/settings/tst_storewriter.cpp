@@ -107,15 +107,18 @@ private Q_SLOTS:
         m_provider.close();
         static std::function<void()> reset;
         reset = [&] { writer.removeAll({{u"kept"_s, 1, {}}}); };
+        QtMessageHandler before = nullptr;
         if (inAHandler) {
             // Called inside of save(), where the task runs at once.
-            qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {
-                if (reset)
-                    std::exchange(reset, nullptr)();
-            });
+            before =
+                qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {
+                    if (reset)
+                        std::exchange(reset, nullptr)();
+                });
         }
         writer.save({u"gone"_s, 0, {}});
-        qInstallMessageHandler(nullptr);
+        if (inAHandler)
+            qInstallMessageHandler(before);
         QCOMPARE(reset == nullptr, inAHandler);
         if (reset)
             std::exchange(reset, nullptr)();

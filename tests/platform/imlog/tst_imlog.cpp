@@ -70,14 +70,17 @@ private Q_SLOTS:
         ImLog::info(u"é {} %s"_s);
         ImLog::error(u"a\n2000-01-01 00:00:00 info: forged\r\nb"_s);
         ImLog::instance()->flush();
+        ImLog::infoInCrash("crash");
         const QStringList all = lines(directory.path());
-        QCOMPARE(all.size(), 2);
+        QCOMPARE(all.size(), 3);
         const QRegularExpression form(
             u"^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} [+-]\\d\\d:\\d\\d "
             "\\[\\d+\\] (\\w+): "_s);
         QCOMPARE(form.match(all[0]).captured(1), u"info"_s);
         QVERIFY(all[0].endsWith(u"é {} %s"_s));
         QCOMPARE(form.match(all[1]).captured(1), u"error"_s);
+        QCOMPARE(form.match(all[2]).captured(1), u"info"_s);
+        QVERIFY(all[2].endsWith(u"crash"_s));
     }
 
     void movesToAnotherDirectory()
@@ -109,6 +112,8 @@ private Q_SLOTS:
         for (int i = 0; i < 30; ++i)
             ImLog::info(text);
         ImLog::instance()->flush();
+        ImLog::infoInCrash("crash");
+        QVERIFY(lines(directory.path()).constLast().endsWith(u"crash"_s));
         const QFileInfoList files = QDir(directory.path()).entryInfoList(QDir::Files);
         QCOMPARE(files.size(), 4);
         for (const QFileInfo &file : files)

@@ -76,6 +76,37 @@ private Q_SLOTS:
         QCOMPARE(provider.settingStorage()->allInfos().size(), saved.load());
     }
 
+    void nothingGoesToTheNextFile()
+    {
+        // What waited while a file was closed and another one opened was meant for the first.
+        QTemporaryDir directory;
+        const SchemaSteps schema = {"CREATE TABLE t (v)"};
+        for (int round = 0; round < 20; ++round) {
+            Database database(schema);
+            QVERIFY(database.open(directory.filePath(u"%1.db"_s.arg(round))));
+            std::promise<void> inside;
+            std::promise<void> goOn;
+            auto first = std::async(std::launch::async, [&] {
+                return database.write("test", [&] {
+                    inside.set_value();
+                    goOn.get_future().wait();
+                });
+            });
+            inside.get_future().wait();
+            auto second = std::async(std::launch::async, [&] {
+                return database.write(
+                    "test", [&] { database.statement("INSERT INTO t VALUES (1)").exec(); });
+            });
+            QTest::qSleep(2);
+            QVERIFY(!database.close(QDeadlineTimer(0)));
+            goOn.set_value();
+            QVERIFY(first.get());
+            QTRY_VERIFY(database.open(directory.filePath(u"next.db"_s)));
+            QVERIFY(!second.get());
+            QCOMPARE(countOf(database), 0);
+        }
+    }
+
     void closeInCrashUnderWay()
     {
         QTemporaryDir directory;
@@ -104,13 +135,19 @@ private Q_SLOTS:
         Database next(schema);
         QVERIFY(next.open(path));
         QVERIFY(!next.recovered());
-        int count = 0;
-        QVERIFY(next.read("test", [&] {
-            SQLite::Statement &rows = next.statement("SELECT count(*) FROM t");
+        QCOMPARE(countOf(next), 1);
+    }
+
+private:
+    static int countOf(Database &database)
+    {
+        int count = -1;
+        database.read("test", [&] {
+            SQLite::Statement &rows = database.statement("SELECT count(*) FROM t");
             rows.executeStep();
             count = rows.getColumn(0).getInt();
-        }));
-        QCOMPARE(count, 1);
+        });
+        return count;
     }
 };
 
