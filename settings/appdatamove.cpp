@@ -269,7 +269,7 @@ Reason obstacle(const QString &source, const QString &target)
         return Reason::SamePlace;
     if (isInside || isAround)
         return isInside ? Reason::TargetInside : Reason::TargetAround;
-    const QFileInfo info(target);
+    const QFileInfo info(QDir::cleanPath(target));
     if (!info.exists())
         return Reason::NoTarget;
     return info.isDir() ? Reason::None : Reason::TargetNotDirectory;
@@ -675,19 +675,25 @@ void AppDataMove::dropStored()
     settings->setMovedDataInfo({});
 }
 
-/// The settings have been reset: nobody is signed in, and the stored move is gone.
+/// The settings have been reset: nobody is going to be signed in, and the stored move is gone.
 void AppDataMove::abandon()
 {
     m_abandoned = true;
     m_again.stop();
-    if (m_running || m_ids.isEmpty())
-        return;
-    m_cancelled = false;
+    // Until the event loop runs again, accounts may still be listed that are about to sign out.
+    if (!m_running && !m_ids.isEmpty())
+        QMetaObject::invokeMethod(this, &AppDataMove::cleanUp, Qt::QueuedConnection);
+}
+
+/// Deletes what the accounts of an abandoned move have left.
+void AppDataMove::cleanUp()
+{
     Plan plan;
     plan.source = m_source;
     plan.target = m_target;
     for (const QString &id : std::exchange(m_ids, {}))
         plan.accounts.insert(id, QVariant());
+    m_cancelled = false;
     run([this, plan] { Carrier(this, Plan(plan)).clean(); });
 }
 
@@ -800,7 +806,7 @@ void AppDataMove::complete(const Report &report)
     m_problems = report.problems;
     if (m_abandoned) { // it may have been stored once more behind the reset
         settings->setMovedDataInfo({});
-        m_ids.clear();
+        cleanUp();
     }
     const bool isDone = report.result == FolderMove::Done && !m_abandoned;
     setProgress(isDone ? report.totalBytes : report.movedBytes, report.totalBytes);

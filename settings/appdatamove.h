@@ -180,6 +180,7 @@ private:
     void setOutcome(Outcome outcome, Reason reason);
     void dropStored();
     void abandon();
+    void cleanUp();
     void setProgress(qint64 movedBytes, qint64 totalBytes);
 
     AccountManager *m_manager = nullptr;    // known once a move begins

@@ -392,15 +392,17 @@ bool FolderMove::removeOriginal(const Copy &copy)
         m_moved.append(copy.path);
         return true;
     }
-    if (isStale) {
-        // It must not take the name from what the file is now.
-        if (copy.made && stampOf(copy.path) == copy.made)
-            QFile::remove(copy.path);
-        return !QFileInfo::exists(path);
+    const bool isInPlace = QFileInfo::exists(path);
+    if (!isStale && isInPlace && !reason.isEmpty()) {
+        note(path, NotRemovable, reason);
+        return true;
     }
-    if (QFileInfo::exists(path))
-        note(path, reason.isEmpty() ? BeingWritten : NotRemovable, reason);
-    return true;
+    // The copy must not take the name from what the file is now, or is going to be.
+    if ((isStale || isInPlace) && copy.made && stampOf(copy.path) == copy.made)
+        QFile::remove(copy.path);
+    if (!isStale && isInPlace)
+        note(path, BeingWritten);
+    return !isStale || !isInPlace;
 }
 
 void FolderMove::removeEmptyFolders()

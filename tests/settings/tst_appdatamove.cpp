@@ -58,9 +58,12 @@ public:
     }
     void logout(bool deleteThis) override
     {
-        Util::removeLocalFolder(userCacheDataPath());
+        if (!keepsMedia)
+            Util::removeLocalFolder(userCacheDataPath());
         FakeAccount::logout(deleteThis);
     }
+
+    static inline bool keepsMedia = false;
 };
 
 /// One start of the application, with the stored accounts.
@@ -220,7 +223,7 @@ public:
         for (const Item &item : m_items) {
             const QByteArray number = QByteArray::number(item.number);
             QVERIFY2(isFound(item, [&] { return placeOf(item); }), number);
-            if (!item.record)
+            if (!item.record || item.writer) // what changes is not the recorded file
                 continue;
             QVERIFY2(isFound(item, [&] { return item.record->filePath(true, false); }), number);
             QCOMPARE(item.record->fileState(), BaseFile::Downloaded);
@@ -757,7 +760,11 @@ private Q_SLOTS:
                 dataMove()->giveUp();
                 QCOMPARE(dataMove()->outcome(), Outcome::GivenUp);
             }
-            QCOMPARE(readMedia(source()).files.size(), skips ? 6 : 12);
+            MediaTree after = readMedia(source());
+            QCOMPARE(after.files.size() == 6, skips);
+            after.files.insert(readMedia(target()).files);
+            after.files.remove(u"10001/sticker"_s);
+            QCOMPARE(after, before);
             QVERIFY(!dataMove()->unfinished());
             shutDown();
             start();
@@ -892,7 +899,9 @@ private Q_SLOTS:
         QVERIFY(moveIntoObstacle());
         QVERIFY(QFile::remove(target() + u"10001/sticker"_s));
         AccountManager *manager = AccountManager::getInstance();
+        MediaAccount::keepsMedia = true;
         manager->logout(manager->getAccount(10001));
+        MediaAccount::keepsMedia = false;
         settings()->setAccountIds({accountIds.cbegin(), accountIds.cend()});
         dataMove()->resume();
         QVERIFY(finish());
@@ -1147,7 +1156,15 @@ private Q_SLOTS:
             QVERIFY(QFile::setPermissions(locked,
                                           QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
             MediaTree after = readMedia(target);
-            const QByteArray download = after.files.take(film).content;
+            // A kill behind its copying leaves the beginning of it, too.
+            QByteArray download;
+            after.files.removeIf([&](auto file) {
+                if (!file.key().startsWith(u"10001/file/film"_s))
+                    return false;
+                if (file.value().content.size() > download.size())
+                    download = file.value().content;
+                return true;
+            });
             QVERIFY(download.size() / 8 > written);
             for (int i = 0; i < download.size() / 8; ++i)
                 QCOMPARE(download.mid(8 * i, 8), downloadPart(i));

@@ -240,13 +240,14 @@ private Q_SLOTS:
     {
         QFETCH(QString, place);
         QFETCH(QString, named);
+        const bool others = place != u".."_s;
+        const QString locked = QDir::cleanPath(source(place));
         MediaTree::write(source(u"sub/secret"_s), "secret");
         MediaTree::write(source(u"a"_s), "a");
         MediaTree::write(source(u"z"_s), "z");
-        const QFile::Permissions permissions = QFile::permissions(source(place));
-        QVERIFY(QFile::setPermissions(source(place), {}));
-        const auto restore =
-            qScopeGuard([&] { QFile::setPermissions(source(place), permissions); });
+        const QFile::Permissions permissions = QFile::permissions(locked);
+        QVERIFY(QFile::setPermissions(locked, {}));
+        const auto restore = qScopeGuard([&] { QFile::setPermissions(locked, permissions); });
         if (QDir(source(u"sub"_s)).isReadable()
             && QFile(source(u"sub/secret"_s)).open(QFile::ReadOnly))
             QSKIP("Nothing is unreadable here");
@@ -256,13 +257,12 @@ private Q_SLOTS:
         QCOMPARE(move.problems().first().cause, FolderMove::Unreadable);
         QCOMPARE(move.nameOf(move.problems().first()), named);
         QVERIFY(move.removeOriginals());
-        const bool others = place != u".."_s;
         QCOMPARE(MediaTree::read(target()).files.size(), others ? 2 : 0);
 
         FolderMove skipping = makeMove([](qint64) { return true; }, {named});
         QCOMPARE(skipping.copy(), FolderMove::Done);
         QVERIFY(skipping.removeOriginals());
-        QFile::setPermissions(source(place), permissions);
+        QFile::setPermissions(locked, permissions);
         QCOMPARE(MediaTree::read(source()).files.size(), others ? 1 : 3);
         QVERIFY(moveAll());
         QCOMPARE(MediaTree::read(target()).files.size(), 3);

@@ -55,7 +55,9 @@ struct MediaTree {
             QFile file(entry.next());
             if (entry.fileInfo().isSymLink())
                 continue;
-            if (!file.open(QIODevice::ReadOnly))
+            if (!file.open(QIODevice::ReadOnly) && !file.exists())
+                continue; // it is being moved
+            if (!file.isOpen())
                 qFatal("%s cannot be read", qUtf8Printable(file.fileName()));
             tree.files.insert(QDir(folder).relativeFilePath(file.fileName()),
                               {file.readAll(), file.fileTime(QFile::FileModificationTime)});
