@@ -24,7 +24,7 @@
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcThreads, "im.modelbase.threads")
+Q_LOGGING_CATEGORY(lcThreads, "im.modelbase")
 
 constexpr int quitRounds = 100;
 constexpr int roundMs = 20; // for the events, and again for the wait
