@@ -30,7 +30,7 @@
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcThreads, "im.modelbase.threads")
+Q_LOGGING_CATEGORY(lcThreads, "im.modelbase")
 
 constexpr int hangRounds = 100;
 constexpr int quitRounds = 300;

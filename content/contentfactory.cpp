@@ -22,6 +22,7 @@
 #include "content/items/videoitem.h"
 #include "content/items/voiceitem.h"
 #include "content/modelbaseutil.h"
+#include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 
@@ -120,7 +121,7 @@ const Kind *findKind(int type)
 ItemPointer checked(ItemPointer item)
 {
     if (!item)
-        qCDebug(lcContent, "makeContentItem version or content error.");
+        ImLog::info(lcContent(), QStringLiteral("makeContentItem version or content error."));
     return item;
 }
 
@@ -163,7 +164,7 @@ ItemPointer makeContentItem(const std::string &bytes, int version, int source, A
         google::protobuf::Arena arena(block, sizeof block);
         auto *content = google::protobuf::Arena::CreateMessage<im::content::Content>(&arena);
         if (bytes.size() > INT_MAX || !content->ParseFromString(bytes)) {
-            qCDebug(lcContent, "makeContentItem parse pbContent failed.");
+            ImLog::info(lcContent(), QStringLiteral("makeContentItem parse pbContent failed."));
             return {};
         }
         return deserializeContent(*content, source, account);
@@ -228,7 +229,8 @@ ItemPointer makeGroupItem(const QList<ItemPointer> &members, int source, Account
         return QSharedPointer<MediaGroupItem>::create(items, source, account);
     if (fitInto(FileGroupItem::canHold))
         return QSharedPointer<FileGroupItem>::create(items, source, account);
-    qCWarning(lcContent, "Contents that no group can hold are not shown as one.");
+    ImLog::error(lcContent(),
+                 QStringLiteral("Contents that no group can hold are not shown as one."));
     return {};
 }
 

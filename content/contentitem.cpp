@@ -9,6 +9,7 @@
 #include "content/filedata.h"
 #include "content/modelbaseutil.h"
 #include "content/remainder_p.h"
+#include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 #include "settings/appsettingmodel.h"
@@ -691,7 +692,8 @@ QSize ContentItem::calcTextSize(int &lineCount, int maxWidth, int rowLimit, int 
                                 int fontPixelSize, int extraHeight, bool plainText)
 {
     if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
-        qCWarning(lcContent, "A text cannot be measured without a QGuiApplication.");
+        ImLog::error(lcContent(),
+                     QStringLiteral("A text cannot be measured without a QGuiApplication."));
         lineCount = 0;
         return {};
     }

@@ -4,6 +4,7 @@
 #include "base/usertextblock.h"
 #include "base/util.h"
 #include "content/contentitem.h"
+#include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 
@@ -308,7 +309,9 @@ Remainder::Record Remainder::fromBytes(const QByteArray &bytes, int type)
     // A folder has the body of a file.
     const int expected = type == ContentItem::Folder ? int(ContentItem::File) : type;
     if (!isWhole || (body != 0 && body != expected)) {
-        qCWarning(lcContent, "The remainder of a stored content of type %d is damaged.", type);
+        ImLog::error(
+            lcContent(),
+            QStringLiteral("The remainder of a stored content of type %1 is damaged.").arg(type));
         return nullptr;
     }
     return record->ByteSizeLong() > 0 ? std::move(record) : nullptr;

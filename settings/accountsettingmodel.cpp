@@ -10,7 +10,6 @@
 
 #include <QCoreApplication>
 #include <QJSEngine>
-#include <QJSValue>
 #include <QMetaProperty>
 #include <QPointer>
 #include <QStandardPaths>
@@ -74,50 +73,47 @@ qsizetype indexOfDialog(const QVariantList &entries, const QString &dialogId)
 /// Where an older version's setting of this account goes: for all accounts of the machine.
 struct MovedSetting {
     const char *key;
-    void (*set)(AppSettingModel *settings, const QVariant &value);
+    const char *target; ///< its key there
+    /// Sets it there without saving it; gives the value, or none where this is no such value.
+    QVariant (*set)(AppSettingModel *settings, const QVariant &value);
 };
 
-template <auto setter>
-void setBool(AppSettingModel *settings, const QVariant &value)
+template <typename T, auto setter>
+QVariant take(AppSettingModel *settings, const QVariant &value)
 {
-    (settings->*setter)(value.toBool(), true);
-}
-template <auto setter>
-void setInt(AppSettingModel *settings, const QVariant &value)
-{
-    (settings->*setter)(value.toInt(), true);
+    const std::optional<T> taken = convertedTo<T>(value);
+    if (!taken)
+        return {};
+    (settings->*setter)(*taken, false);
+    return *taken;
 }
 
 constexpr std::array movedSettings = {
-    MovedSetting{"auto_download_media", setBool<&AppSettingModel::setAutoDownloadMedia>},
-    MovedSetting{"auto_download_private_chats",
-                 setBool<&AppSettingModel::setAutoDownloadImagePrivateChats>},
-    MovedSetting{"auto_download_group_chats",
-                 setBool<&AppSettingModel::setAutoDownloadImageGroupChats>},
-    MovedSetting{"auto_download_photo_limit", setInt<&AppSettingModel::setAutoDownloadImageLimit>},
-    MovedSetting{"auto_download_video_private_chats",
-                 setBool<&AppSettingModel::setAutoDownloadVideoPrivateChats>},
-    MovedSetting{"auto_download_video_group_chats",
-                 setBool<&AppSettingModel::setAutoDownloadVideoGroupChats>},
-    MovedSetting{"auto_download_video_limit", setInt<&AppSettingModel::setAutoDownloadVideoLimit>},
-    MovedSetting{"auto_download_file_private_chats",
-                 setBool<&AppSettingModel::setAutoDownloadFilePrivateChats>},
-    MovedSetting{"auto_download_file_group_chats",
-                 setBool<&AppSettingModel::setAutoDownloadFileGroupChats>},
-    MovedSetting{"auto_download_file_limit", setInt<&AppSettingModel::setAutoDownloadFileLimit>},
+    // clang-format off
+    MovedSetting{"auto_download_media",               "auto_download_media",               take<bool, &AppSettingModel::setAutoDownloadMedia>},
+    MovedSetting{"auto_download_private_chats",       "auto_download_image_private_chats", take<bool, &AppSettingModel::setAutoDownloadImagePrivateChats>},
+    MovedSetting{"auto_download_group_chats",         "auto_download_image_group_chats",   take<bool, &AppSettingModel::setAutoDownloadImageGroupChats>},
+    MovedSetting{"auto_download_photo_limit",         "auto_download_image_limit",         take<int,  &AppSettingModel::setAutoDownloadImageLimit>},
+    MovedSetting{"auto_download_video_private_chats", "auto_download_video_private_chats", take<bool, &AppSettingModel::setAutoDownloadVideoPrivateChats>},
+    MovedSetting{"auto_download_video_group_chats",   "auto_download_video_group_chats",   take<bool, &AppSettingModel::setAutoDownloadVideoGroupChats>},
+    MovedSetting{"auto_download_video_limit",         "auto_download_video_limit",         take<int,  &AppSettingModel::setAutoDownloadVideoLimit>},
+    MovedSetting{"auto_download_file_private_chats",  "auto_download_file_private_chats",  take<bool, &AppSettingModel::setAutoDownloadFilePrivateChats>},
+    MovedSetting{"auto_download_file_group_chats",    "auto_download_file_group_chats",    take<bool, &AppSettingModel::setAutoDownloadFileGroupChats>},
+    MovedSetting{"auto_download_file_limit",          "auto_download_file_limit",          take<int,  &AppSettingModel::setAutoDownloadFileLimit>},
     // These two as well, odd as it is: an upgrade comes out as it always has.
-    MovedSetting{"tabs_view_mode_top",
-                 [](AppSettingModel *settings, const QVariant &value) {
-                     settings->setAutoDownloadFileLimit(int(value.toBool()), true);
-                 }},
-    MovedSetting{"left_tab_width", setInt<&AppSettingModel::setAutoDownloadFileLimit>},
+    MovedSetting{"tabs_view_mode_top",                "auto_download_file_limit",
+        [](AppSettingModel *settings, const QVariant &value) {
+            return take<int, &AppSettingModel::setAutoDownloadFileLimit>(settings, int(value.toBool()));
+        }},
+    MovedSetting{"left_tab_width",                    "auto_download_file_limit",          take<int,  &AppSettingModel::setAutoDownloadFileLimit>},
+    // clang-format on
 };
 
 } // namespace
 
 AccountSettingModel::AccountSettingModel(AccountBase *account)
-    : QObject(account), m_values(std::make_unique<Values>(account->storage()->settingStorage())),
-      m_account(account)
+    : SettingModelBase(account),
+      m_values(std::make_unique<Values>(account->storage()->settingStorage())), m_account(account)
 {
     QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
 }
@@ -214,24 +210,39 @@ bool AccountSettingModel::flush(QDeadlineTimer deadline)
 void AccountSettingModel::upgradeSetting(const ValueCache &rows)
 {
     AppSettingModel *settings = AppSettingModel::instance();
-    if (settings->containsAutoDownloadSetting())
-        return;
-    QStringList moved;
+    // Stored with what was moved, until the rows here are gone: a kill in between ends in the same
+    // state as none.
+    const QString movedFrom = QStringLiteral("auto_download_moved_from");
+    QStringList old;
     for (const MovedSetting &setting : movedSettings) {
-        const auto found = rows.find(QString::fromLatin1(setting.key));
-        if (found != rows.end()) {
-            setting.set(settings, found->second);
-            moved.append(found->first);
-        } else if (&setting == movedSettings.begin()) {
-            settings->setAutoDownloadMedia(true, true);
-        }
+        if (rows.find(QString::fromLatin1(setting.key)) != rows.end())
+            old.append(QString::fromLatin1(setting.key));
     }
-    // The rows go once their values are on disk in the other store; until then, the next start finds
-    // them again.
-    if (!settings->flush())
+    if (!settings->containsAutoDownloadSetting()) {
+        QVariantMap moved;
+        for (const MovedSetting &setting : movedSettings) {
+            const auto found = rows.find(QString::fromLatin1(setting.key));
+            QVariant value;
+            if (found != rows.end())
+                value = setting.set(settings, found->second);
+            if (!value.isValid() && &setting == movedSettings.begin())
+                value = setting.set(settings, true);
+            if (value.isValid())
+                moved.insert(QString::fromLatin1(setting.target), value);
+        }
+        if (!old.isEmpty()) {
+            settings->setValue(movedFrom, m_account->accountId(), false);
+            moved.insert(movedFrom, m_account->accountId());
+        }
+        settings->saveToConfig(moved);
+    }
+    // The rows go once their values are on disk in the other store.
+    if (settings->value(movedFrom, QVariant()) != m_account->accountId() || !settings->flush())
         return;
-    for (const QString &key : moved)
+    for (const QString &key : std::as_const(old))
         removeKey(key);
+    if (m_values->flush())
+        settings->removeKey(movedFrom);
 }
 
 void AccountSettingModel::upgradeFrequentContact(ValueCache &rows)
@@ -292,12 +303,15 @@ const QVariant &AccountSettingModel::getValue(const QString &key,
     return m_values->reference(key, defaultValue);
 }
 
+QVariant AccountSettingModel::value(const QString &key, const QVariant &defaultValue) const
+{
+    return m_values->value(key, defaultValue);
+}
+
 bool AccountSettingModel::setValue(const QString &key, const QVariant &value, bool needSave)
 {
-    // An object from QML must not outlive its engine here, nor reach another thread.
-    if (value.metaType() == QMetaType::fromType<QJSValue>())
-        return setValue(key, value.value<QJSValue>().toVariant(), needSave);
-    return m_values->change(key, value, needSave);
+    const std::optional<QVariant> kept = storable(key, value);
+    return kept && m_values->change(key, *kept, needSave);
 }
 
 void AccountSettingModel::saveToCoreDb(QString key, QVariant value, bool needSave)
@@ -335,7 +349,9 @@ void AccountSettingModel::setOpenNotebook(bool isOpen)
 
 void AccountSettingModel::setNotebookSetting(QVariantMap notebookSetting, bool needSave)
 {
-    setValue(QStringLiteral("notebook_setting"), mapToJson(notebookSetting), needSave);
+    const QString key = QStringLiteral("notebook_setting");
+    if (makeStorable(key, &notebookSetting))
+        setValue(key, mapToJson(notebookSetting), needSave);
 }
 
 bool AccountSettingModel::containsCustomThemeInfo() const
@@ -496,7 +512,8 @@ void AccountSettingModel::updateChatFolderConfig(QByteArray json)
 
 void AccountSettingModel::setTagInfo(QVariantList tags, bool needSave)
 {
-    setValue(tagKey(), listToJson(tags), needSave);
+    if (makeStorable(tagKey(), &tags))
+        setValue(tagKey(), listToJson(tags), needSave);
 }
 
 void AccountSettingModel::updateTagInfo(const QVariantList &tags)

@@ -4,6 +4,7 @@
 #include "modelbase_export.h"
 #include "modelbase_qml.h"
 #include "settings/settingmacros.h"
+#include "settings/settingmodelbase.h"
 #include "settings/valuecache.h"
 
 #include <QDeadlineTimer>
@@ -66,7 +67,7 @@ Q_SIGNALS:                                                                      
 /// emitted on the calling thread, outside of locks.
 ///
 /// Owned by the account; QML never deletes it.
-class MODELBASE_EXPORT AccountSettingModel : public QObject, public ModelBase
+class MODELBASE_EXPORT AccountSettingModel : public SettingModelBase, public ModelBase
 {
     Q_OBJECT
     MODELBASE_QML_TYPE
@@ -181,7 +182,8 @@ public:
     bool flush(QDeadlineTimer deadline);
 
     /// As AppSettingModel::getValue(), about the reference too.
-    Q_INVOKABLE const QVariant &getValue(const QString &key, const QVariant &defaultValue) const;
+    const QVariant &getValue(const QString &key, const QVariant &defaultValue) const;
+    QVariant value(const QString &key, const QVariant &defaultValue) const override;
     /// As AppSettingModel::setValue().
     Q_INVOKABLE bool setValue(const QString &key, const QVariant &value, bool needSave);
     /// Writes one row to the store in the background, bypassing the cache, when `needSave`.

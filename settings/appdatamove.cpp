@@ -58,7 +58,7 @@ struct AppDataMove::Report {
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcMove, "im.settingmodel.move")
+Q_LOGGING_CATEGORY(lcMove, "im.settingmodel")
 
 constexpr int progressMs = 50;
 /// How often a folder is gone over in which files change meanwhile.

@@ -12,11 +12,11 @@
 #include <QGuiApplication>
 #include <QJsonArray>
 #include <QJsonObject>
-#include <QJSValue>
 #include <QLocale>
 #include <QLoggingCategory>
 #include <QMetaMethod>
 #include <QQmlEngine>
+#include <QThread>
 
 #include <algorithm>
 #include <array>
@@ -24,6 +24,8 @@
 
 namespace
 {
+
+Q_LOGGING_CATEGORY(lcSettings, "im.settingmodel")
 
 std::atomic<AppSettingModel *> theModel = nullptr;
 std::mutex theModelMutex; // guards the making of it, and what follows
@@ -50,6 +52,8 @@ const char defaultConsoleOptions[] = "[{\"uri\": \"im.base\", \"enable\": true},
                                      "{\"uri\": \"im.webrtc\", \"enable\": true}, "
                                      "{\"uri\": \"im.settingmodel\", \"enable\": true}]";
 
+constexpr int defaultFontSize = 14;
+constexpr int maximumFontSize = 1000;
 constexpr int infoPanelMinimum = 320;
 constexpr int infoPanelMaximum = 480;
 
@@ -81,12 +85,6 @@ QVariant applicationProperty(const char *name)
 {
     const QCoreApplication *app = QCoreApplication::instance();
     return app ? app->property(name) : QVariant();
-}
-
-void setApplicationProperty(const char *name, const QVariant &value)
-{
-    if (QCoreApplication *app = QCoreApplication::instance())
-        app->setProperty(name, value);
 }
 
 // Members of one console option.
@@ -179,6 +177,9 @@ AppSettingModel::AppSettingModel()
       m_writer(std::make_unique<SettingWriter>(m_storage->settingStorage())),
       m_translations(std::make_unique<Translations>())
 {
+    // What concerns the application object runs where this object lives.
+    if (const QCoreApplication *app = QCoreApplication::instance())
+        moveToThread(app->thread());
     QQmlEngine::setObjectOwnership(this, QQmlEngine::CppOwnership);
     qRegisterMetaType<AppSettingModel *>("AppSettingModel *");
 }
@@ -257,13 +258,17 @@ const QVariant &AppSettingModel::getValue(const QString &key, const QVariant &de
     return found == m_cache.end() ? defaultValue : found->second;
 }
 
-bool AppSettingModel::setValue(const QString &key, const QVariant &value, bool needSave)
+QVariant AppSettingModel::value(const QString &key, const QVariant &defaultValue) const
 {
-    // An object from QML must not outlive its engine here, nor reach another thread.
-    if (value.metaType() == QMetaType::fromType<QJSValue>())
-        return setValue(key, value.value<QJSValue>().toVariant(), needSave);
+    return readAs(key, defaultValue);
+}
 
-    const bool save = needSave && SettingWriter::accepts(key, value);
+bool AppSettingModel::setValue(const QString &key, const QVariant &given, bool needSave)
+{
+    const std::optional<QVariant> kept = storable(key, given);
+    if (!kept)
+        return false;
+    const QVariant &value = *kept;
     const Change change(this);
     const auto found = m_cache.find(key);
     if (found != m_cache.end() && found->second == value)
@@ -276,7 +281,7 @@ bool AppSettingModel::setValue(const QString &key, const QVariant &value, bool n
         m_cache.insert_or_assign(key, value);
     else
         found->second = value;
-    if (save)
+    if (needSave)
         put({key, value, {}});
     if (bracketed)
         Q_EMIT endConfig(key, value);
@@ -309,6 +314,18 @@ void AppSettingModel::saveToConfig(const QVariantMap &rows)
     for (auto row = rows.cbegin(); row != rows.cend(); ++row)
         infos.append({row.key(), row.value(), {}});
     m_writer->save(infos);
+}
+
+void AppSettingModel::removeKey(const QString &key)
+{
+    bool first = false;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_cache.erase(key);
+        first = m_writer->putRemoval(key);
+    }
+    if (first)
+        m_writer->write();
 }
 
 bool AppSettingModel::flush()
@@ -410,7 +427,7 @@ void AppSettingModel::reset()
     for (const auto step : order)
         step(this);
     Q_EMIT paramsBeReseted();
-    ImLog::info(QStringLiteral("AppSettingModel::resetAppSetting"));
+    ImLog::info(lcSettings(), QStringLiteral("AppSettingModel::resetAppSetting"));
 }
 
 void AppSettingModel::resetBadgeCounter()
@@ -439,6 +456,14 @@ void AppSettingModel::setLanguage(QString value, bool needSave)
     }
 }
 
+void AppSettingModel::setApplicationProperty(const char *name, const QVariant &value)
+{
+    QMetaObject::invokeMethod(this, [name, value] {
+        if (QCoreApplication *app = QCoreApplication::instance())
+            app->setProperty(name, value);
+    });
+}
+
 void AppSettingModel::loadTranslations()
 {
     // Translators are the main thread's. On another one this comes before the slots of
@@ -462,11 +487,13 @@ Translations *AppSettingModel::translations() const
 
 void AppSettingModel::switchLanguage()
 {
-    QCoreApplication *app = QCoreApplication::instance();
-    if (app && app->metaObject()->indexOfMethod("switchLanguage(QString)") >= 0) {
-        QMetaObject::invokeMethod(app, "switchLanguage", Qt::DirectConnection,
-                                  Q_ARG(QString, language()));
-    }
+    QMetaObject::invokeMethod(this, [this] {
+        QCoreApplication *app = QCoreApplication::instance();
+        if (app && app->metaObject()->indexOfMethod("switchLanguage(QString)") >= 0) {
+            QMetaObject::invokeMethod(app, "switchLanguage", Qt::DirectConnection,
+                                      Q_ARG(QString, language()));
+        }
+    });
 }
 
 void AppSettingModel::setSendMessageKeys(QString value, bool needSave)
@@ -483,8 +510,18 @@ void AppSettingModel::setNetworkProxyList(QString value, bool needSave)
         setNetworkProxyState(0, true);
 }
 
+int AppSettingModel::themeFontSize() const
+{
+    const int size = read(QStringLiteral("theme_font_size"), defaultFontSize);
+    return size >= 1 && size <= maximumFontSize ? size : defaultFontSize;
+}
+
 void AppSettingModel::setThemeFontSize(int value, bool needSave)
 {
+    if (value < 1 || value > maximumFontSize) {
+        ImLog::error(lcSettings(), QStringLiteral("%1 pixels are no font size").arg(value));
+        return;
+    }
     if (setValue(QStringLiteral("theme_font_size"), value, needSave)) {
         recalcLineHeight();
         Q_EMIT themeFontSizeChanged(value);
@@ -493,7 +530,8 @@ void AppSettingModel::setThemeFontSize(int value, bool needSave)
 
 void AppSettingModel::setScreenCaptureHotkey(QVariantMap value, bool needSave)
 {
-    if (setValue(QStringLiteral("screenCaptureHotKey"), mapToJson(value), needSave))
+    const QString key = QStringLiteral("screenCaptureHotKey");
+    if (makeStorable(key, &value) && setValue(key, mapToJson(value), needSave))
         Q_EMIT screenCaptureHotkeyChanged(screenCaptureHotkey());
 }
 
@@ -518,14 +556,15 @@ QVariantMap AppSettingModel::upgradeInfo() const
 
 void AppSettingModel::setUpgradeInfo(QVariantMap value, bool needSave)
 {
+    if (!makeStorable(upgradeKey(), &value))
+        return;
     storage::SettingInfo row{upgradeKey(), value.value(QStringLiteral("value")),
                              value.value(QStringLiteral("remark")).toString()};
-    const bool save = needSave && SettingWriter::accepts(row.key, row.value);
     const Change change(this);
     const auto found = m_cache.find(upgradeKey());
     if (found != m_cache.end() && found->second.toMap() == value)
         return;
-    if (save)
+    if (needSave)
         put(std::move(row));
     m_cache.insert_or_assign(upgradeKey(), value);
     Q_EMIT upgradeInfoChanged(value);
@@ -538,7 +577,10 @@ QVariantList AppSettingModel::accountIds() const
 
 void AppSettingModel::setAccountIds(QVariantList value, bool needSave)
 {
-    if (setValue(QStringLiteral("accounts"), listToJson(value), needSave))
+    const QString key = QStringLiteral("accounts");
+    if (!makeStorable(key, &value))
+        return;
+    if (setValue(key, listToJson(value), needSave))
         Q_EMIT accountIdsChanged(value);
     if (value.isEmpty())
         reset();
@@ -688,11 +730,20 @@ void AppSettingModel::recalcLineHeight()
 {
     if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
         return;
-    QFont font = QGuiApplication::font();
-    // What was stored may be no font size at all.
-    font.setPixelSize(std::clamp(themeFontSize(), 1, 1000));
-    QGuiApplication::setFont(font);
-    m_lineHeight = int(QFontMetricsF(font).height());
+    const auto measured = [this] {
+        QFont font = QGuiApplication::font();
+        font.setPixelSize(themeFontSize());
+        m_lineHeight = int(QFontMetricsF(font).height());
+        return font;
+    };
+    // Here for slots on this thread. Once more where the font is set, so that of changes on two
+    // threads the later one is measured last.
+    if (QThread::currentThread() != thread())
+        measured();
+    QMetaObject::invokeMethod(this, [measured] {
+        if (qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
+            QGuiApplication::setFont(measured());
+    });
 }
 
 storage::GlobalStorageProvider *AppSettingModel::globalStorage() const

@@ -4,6 +4,7 @@
 #include "modelbase_qml.h"
 #include "settings/appdirmanager.h"
 #include "settings/settingmacros.h"
+#include "settings/settingmodelbase.h"
 #include "settings/valuecache.h"
 
 #include <QJsonDocument>
@@ -37,14 +38,17 @@ class Translations;
 /// Thread: getters, setters and setValue() may be called from any thread, loadGlobalData(), reset()
 /// and everything about the store from the main thread. Signals are emitted on the calling thread,
 /// outside the lock except for beginConfig, endConfig and upgradeInfoChanged: a slot on these may
-/// call back into the model, but must not wait for another thread that does.
+/// call back into the model, but must not wait for another thread that does. What a change does to
+/// the application object (its font, properties, language) is done on that object's thread: at once
+/// where that is the caller's, else by that thread's event loop, in the order of the changes and
+/// before the slots there that the caller's later signals reach.
 ///
 /// Works with a QGuiApplication. Without one the line height is 0; without any application object
 /// nothing of what is kept on that object is set or read. That is, as dynamic properties:
 /// "availableLanguages" (QStringList of locale names) and "productColor", which the application
-/// sets; "fontPixelSize" (int, set by loadGlobalData()) and "autoRun" (false after a reset()),
+/// sets before other threads read settings; "fontPixelSize" (int, set by loadGlobalData()) and "autoRun" (false after a reset()),
 /// which it reads; and its invokable method "switchLanguage(QString)", if it has one.
-class MODELBASE_EXPORT AppSettingModel : public QObject
+class MODELBASE_EXPORT AppSettingModel : public SettingModelBase
 {
     Q_OBJECT
     MODELBASE_QML_SINGLETON(AppSettingModel, instance)
@@ -141,13 +145,14 @@ class MODELBASE_EXPORT AppSettingModel : public QObject
     SETTING_LIST_BARE(rightSessionItemTools, RightSessionItemTools, "right_session_item_tools", "[\"pin\",\"mute\",\"archive\"]")
     SETTING_LIST_BARE(settingSearchHistory,  SettingSearchHistory,  "setting_search_history",   "[]")
 
-    // For the program's own code: no property, no signal, and a setter always saves.
-    SETTING_STORED(QByteArray, lastDeviceIds,        LastDeviceIds,        "last_device_ids",         QByteArray(), deviceIds)
-    SETTING_STORED(QByteArray, newDeviceLoginRemind, NewDeviceLoginRemind, "new_device_login_remind", QByteArray(), devices) // the NewDeviceLoginManager's
-    SETTING_STORED(QByteArray, movedDataInfo,        MovedDataInfo,        "moved_data_info",         QByteArray(), info) // the AppDataMove's
-    SETTING_STORED(QString,    oldCacheDataPath,     OldCacheDataPath,     "old_cache_data_path",     QString(),    path)
-    SETTING_STORED(qint64,     lastDumpLogTime,      LastDumpLogTime,      "last_dump_log_time",      0,            time)
-    SETTING_STORED(qint64,     uploadFileSizeLimit,  UploadFileSizeLimit,  "file_size_limit",         1610612736,   limitSize) // bytes
+    // For the program's own code: no property, no signal, and a setter always saves. Of these, QML may
+    // call the first two setters.
+    SETTING_HANDED(QByteArray, lastDeviceIds,        LastDeviceIds,        "last_device_ids",         QByteArray(), deviceIds)
+    SETTING_HANDED(QByteArray, newDeviceLoginRemind, NewDeviceLoginRemind, "new_device_login_remind", QByteArray(), devices) // the NewDeviceLoginManager's
+    SETTING_STORED(QByteArray, movedDataInfo,        MovedDataInfo,        "moved_data_info",         QByteArray()) // the AppDataMove's
+    SETTING_STORED(QString,    oldCacheDataPath,     OldCacheDataPath,     "old_cache_data_path",     QString())
+    SETTING_STORED(qint64,     lastDumpLogTime,      LastDumpLogTime,      "last_dump_log_time",      0)
+    SETTING_STORED(qint64,     uploadFileSizeLimit,  UploadFileSizeLimit,  "file_size_limit",         1610612736) // bytes
     SETTING_INTERNAL(QString, gradientColor,      "gradient_color",       QString())
     SETTING_INTERNAL(QString, gradientStartColor, "gradient_start_color", QString())
     SETTING_INTERNAL(int,     chatBackgroundMode, "chat_background_mode", 0)
@@ -156,13 +161,13 @@ class MODELBASE_EXPORT AppSettingModel : public QObject
     // Settings with behaviour of their own; declared below, or half of them.
     SETTING_PROPERTY(QString,      language,            Language)
     SETTING_PROPERTY(QString,      consoleOptions,      ConsoleOptions)
+    SETTING_PROPERTY(int,          themeFontSize,       ThemeFontSize)
     SETTING_PROPERTY(int,          infoPanelWidth,      InfoPanelWidth)
     SETTING_PROPERTY(QVariantMap,  upgradeInfo,         UpgradeInfo)
     SETTING_PROPERTY(QVariantList, accountIds,          AccountIds)
     SETTING_PROPERTY(bool,         requestUserLocation, RequestUserLocation)
     SETTING_GETTER(QString, sendMessageKeys,  SendMessageKeys,  "sendMsgKeys",        QStringLiteral("16777221")) // key code of the keypad's Enter
     SETTING_GETTER(QString, networkProxyList, NetworkProxyList, "network_proxy_list", QStringLiteral("[]")) // JSON text
-    SETTING_GETTER(int,     themeFontSize,    ThemeFontSize,    "theme_font_size",    14) // pixels
     SETTING_GETTER(int,     globalSkinIndex,  GlobalSkinIndex,  "global_skin_index",  -1) // -1: no tone
     SETTING_MAP_GETTER(screenCaptureHotkey, ScreenCaptureHotkey, "screenCaptureHotKey")
     // clang-format on
@@ -187,10 +192,15 @@ public:
     ///
     /// The reference points into the cache, or at the argument. It holds until the model is reset,
     /// loaded anew or deleted, and its value changes with the next setValue() of the key: use it at
-    /// once, and on the thread that changes settings. The typed getters return copies.
-    Q_INVOKABLE const QVariant &getValue(const QString &key, const QVariant &defaultValue) const;
-    /// Changes a value, saving it when `needSave`. False when it is equal to the present one: then
-    /// nothing is stored. No property signal is emitted; that is the typed setters' part.
+    /// once, and only where no other thread changes the key. value() and the typed getters return
+    /// copies, and are safe on any thread.
+    const QVariant &getValue(const QString &key, const QVariant &defaultValue) const;
+    QVariant value(const QString &key, const QVariant &defaultValue) const override;
+    /// Changes a value, saving it when `needSave`. False when it is equal to the present one, and,
+    /// with a log line, for what storage::SettingStorage::isStorable() refuses, as a function, a
+    /// QObject, or a map with one: then the value stays. A script's object or array is kept as a map
+    /// or list. No property signal is emitted; that is the typed setters' part. The setters of maps
+    /// and lists refuse the same.
     Q_INVOKABLE bool setValue(const QString &key, const QVariant &value, bool needSave);
     /// Writes one row to the store in the background, bypassing the cache, when `needSave`.
     void saveToConfig(QString key, QVariant value, bool needSave);
@@ -198,6 +208,8 @@ public:
     /// Writes several rows likewise, always, in one step: after a kill either all of them are found
     /// or none.
     void saveToConfig(const QVariantMap &rows);
+    /// Removes a value from memory, and its row in the background. Nothing is announced.
+    void removeKey(const QString &key);
     /// Returns when all changes so far are in the store. False when it cannot be written to: the
     /// changes are kept, and tried again later. From any thread.
     bool flush();
@@ -225,6 +237,11 @@ public:
     Q_INVOKABLE void setSendMessageKeys(QString value, bool needSave = true);
     /// An empty list switches the proxy off.
     Q_INVOKABLE void setNetworkProxyList(QString value, bool needSave = true);
+    /// Pixels, 1 to 1000; 14 where nothing else is stored.
+    int themeFontSize() const;
+    /// The application font and lineHeigt() are of the new size when the change is announced; called
+    /// on another thread than the application's, the font follows there. Another size than these is
+    /// refused, with a log line.
     Q_INVOKABLE void setThemeFontSize(int value, bool needSave = true);
     /// The signal carries the map as it reads back.
     Q_INVOKABLE void setScreenCaptureHotkey(QVariantMap value, bool needSave = true);
@@ -244,7 +261,9 @@ public:
 
     /// Which logging categories write debug lines: a JSON array of {"uri": prefix, "enable": bool}.
     /// Stored choices are completed by the categories that have come since, and applied by each
-    /// call.
+    /// call: they are not in force before somebody asks for them, as an application does right after
+    /// loadGlobalData(). The libraries log under "im.base" (base, cryptobase, imlog), "im.storage"
+    /// (storage, imcrypto), "im.multimedia", "im.settingmodel" (settings) and "im.modelbase".
     QString consoleOptions() const;
     Q_INVOKABLE void setConsoleOptions(QString newConsoleOptions, bool needSave = true);
     /// Switches one category and saves the options. A category not listed before is appended; it
@@ -264,7 +283,7 @@ public:
 
     /// What the server last told this client about itself; outlives a reset.
     QByteArray serverConfig() const;
-    Q_INVOKABLE void setServerConfig(QByteArray serverConfig, bool needSave);
+    void setServerConfig(QByteArray serverConfig, bool needSave);
 
     /// The stored theme colour, or the application's dynamic property "productColor".
     QString themeColor() const;
@@ -278,7 +297,8 @@ public:
 
     /// Pixel height of one text line at the theme's font size; 0 before loadGlobalData().
     int lineHeigt() const;
-    /// Sets the application font to the theme's size and measures it anew.
+    /// Measures a line at the theme's size anew, before it returns, and gives the application font
+    /// that size.
     void recalcLineHeight();
 
     /// The store; owned by the model.
@@ -321,6 +341,7 @@ private:
     QByteArray read(const QString &key, const QByteArray &fallback) const;
     template <typename T>
     T readAs(const QString &key, const T &fallback) const;
+    void setApplicationProperty(const char *name, const QVariant &value);
     void loadTranslations();
     void switchLanguage();
     void retranslate();

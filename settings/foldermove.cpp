@@ -20,7 +20,7 @@
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcMove, "im.settingmodel.move")
+Q_LOGGING_CATEGORY(lcMove, "im.settingmodel")
 
 constexpr qsizetype bufferSize = 1 << 20;
 /// How often a file is copied that changes meanwhile.

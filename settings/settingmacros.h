@@ -7,7 +7,7 @@
 #include <QString>
 #include <QVariant>
 
-// One line a setting. These macros stand in the body of a settings model, which has
+// One line a setting. These macros stand in the body of a settings model, a SettingModelBase with
 //
 //     T read(const QString &key, const T &fallback) const; // for each type T of its settings
 //     bool setValue(const QString &key, const QVariant &value, bool needSave); // it changed
@@ -74,22 +74,28 @@ Q_SIGNALS:                                                                      
 Q_SIGNALS:                                                                                         \
     void name##Changed();
 
-/// No property and no signal; the setter, whose parameter is named, always saves.
-#define SETTING_STORED(type, name, Name, key, fallback, parameter)                                 \
+/// No property and no signal, for the program's own code; the setter always saves.
+#define SETTING_STORED(type, name, Name, key, fallback)                                            \
     SETTING_INTERNAL(type, name, key, fallback)                                                    \
-    SETTING_STORE(type, set##Name, key, parameter)
+    SETTING_STORE(type, set##Name, key, value)
 
-/// As SETTING_STORED, with a setter of any name and a getter that QML may call.
+/// As SETTING_STORED, with a setter that QML may call.
+#define SETTING_HANDED(type, name, Name, key, fallback, parameter)                                 \
+    SETTING_INTERNAL(type, name, key, fallback)                                                    \
+    Q_INVOKABLE SETTING_STORE(type, set##Name, key, parameter)
+
+/// As SETTING_HANDED, with a setter of any name and a getter that QML may call.
 #define SETTING_RECORD(type, name, setter, key, fallback, parameter)                               \
     SETTING_READONLY(type, name, key, fallback)                                                    \
-    SETTING_STORE(type, setter, key, parameter)
+    Q_INVOKABLE SETTING_STORE(type, setter, key, parameter)
 
 /// As SETTING_STORED, for a map that is stored as JSON.
 #define SETTING_MAP_RECORD(name, Name, key, parameter)                                             \
     SETTING_MAP_READONLY(name, key)                                                                \
     Q_INVOKABLE void set##Name(QVariantMap parameter)                                              \
     {                                                                                              \
-        setValue(QStringLiteral(key), mapToJson(parameter), true);                                 \
+        if (makeStorable(QStringLiteral(key), &parameter))                                         \
+            setValue(QStringLiteral(key), mapToJson(parameter), true);                             \
     }
 
 /// As SETTING_READONLY, for a map that is stored as JSON.
@@ -132,7 +138,7 @@ public:                                                                         
     Q_PROPERTY(type name READ name WRITE set##Name NOTIFY name##Changed)
 
 #define SETTING_STORE(type, setter, key, parameter)                                                \
-    Q_INVOKABLE void setter(type parameter)                                                        \
+    void setter(type parameter)                                                                    \
     {                                                                                              \
         setValue(QStringLiteral(key), parameter, true);                                            \
     }
@@ -161,6 +167,7 @@ public:                                                                         
 #define SETTING_JSON_SETTER(type, Name, key, toJson, change)                                       \
     Q_INVOKABLE void set##Name(type value, bool needSave = true)                                   \
     {                                                                                              \
-        if (setValue(QStringLiteral(key), toJson(value), needSave))                                \
+        if (makeStorable(QStringLiteral(key), &value)                                              \
+            && setValue(QStringLiteral(key), toJson(value), needSave))                             \
             Q_EMIT change;                                                                         \
     }

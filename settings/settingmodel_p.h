@@ -6,12 +6,45 @@
 #include <QString>
 #include <QVariant>
 
+#include <cmath>
 #include <mutex>
+#include <optional>
 #include <type_traits>
+#include <utility>
 
 // What the settings models share.
 
-/// The value under `key` as QVariant converts it to T, or `fallback` where there is none.
+/// The value as a T, as far as QVariant converts it; nothing where it is none: a text that is no
+/// number, a number that T cannot hold, a map.
+template <typename T>
+std::optional<T> convertedTo(const QVariant &value)
+{
+    if constexpr (std::is_arithmetic_v<T> && !std::is_same_v<T, bool>) {
+        bool ok = false;
+        const double number = value.toDouble(&ok);
+        if (!ok || !std::isfinite(number))
+            return std::nullopt;
+        if constexpr (std::is_integral_v<T>) {
+            const bool isFraction =
+                value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float;
+            // 2^63 is the first that is too big, and exact.
+            if (std::abs(number) >= 9223372036854775808.0)
+                return std::nullopt;
+            const qint64 whole = isFraction ? qRound64(number) : value.toLongLong(&ok);
+            if (!ok || !std::in_range<T>(whole))
+                return std::nullopt;
+            return T(whole);
+        } else {
+            return number;
+        }
+    }
+    T result = T();
+    if (!QMetaType::convert(value.metaType(), value.constData(), QMetaType::fromType<T>(), &result))
+        return std::nullopt;
+    return result;
+}
+
+/// The value under `key`, or `fallback` where there is none that is a T.
 template <typename T, typename Mutex>
 T readCached(Mutex &mutex, const ValueCache &cache, const QString &key, const T &fallback)
 {
@@ -21,11 +54,14 @@ T readCached(Mutex &mutex, const ValueCache &cache, const QString &key, const T 
         const auto found = cache.find(key);
         if (found == cache.end())
             return fallback;
-        if (found->second.typeId() == qMetaTypeId<T>())
+        if constexpr (std::is_same_v<T, QVariant>)
+            return found->second;
+        // Of fractions, some are no numbers.
+        if (found->second.typeId() == qMetaTypeId<T>() && !std::is_floating_point_v<T>)
             return *static_cast<const T *>(found->second.constData());
         value = found->second;
     }
-    return value.value<T>();
+    return convertedTo<T>(value).value_or(fallback);
 }
 
 /// Emits the change signal of one setting, with its value if the signal carries one.

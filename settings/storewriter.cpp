@@ -22,7 +22,7 @@
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcWriter, "im.settingmodel.writer")
+Q_LOGGING_CATEGORY(lcWriter, "im.settingmodel")
 
 // What changes at all often changes again at once: a window is resized, a page of options applied. The
 // save thread waits this long for it, so that neither it nor the disk works on each change alone.

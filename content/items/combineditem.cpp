@@ -7,6 +7,7 @@
 #include "content/items/innercontent_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/items/watch_p.h"
+#include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 #include "settings/appsettingmodel.h"
@@ -259,7 +260,7 @@ void CombinedItem::read(const QMap<QString, QVariant> &map)
 
 void CombinedItem::serialize(im::content::Content *content) const
 {
-    qCWarning(lcContent, "Combined messages have no body.");
+    ImLog::error(lcContent(), QStringLiteral("Combined messages have no body."));
     content->Clear();
 }
 

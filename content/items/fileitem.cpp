@@ -11,6 +11,7 @@
 #include "content/items/thumbnail_p.h"
 #include "content/modelbaseutil.h"
 #include "cryptobase/cryptoaes.h"
+#include "imlog/imlog.h"
 #include "protocol/message_content.pb.h"
 #include "settings/appdirmanager.h"
 
@@ -104,8 +105,9 @@ QSharedPointer<FileData> fileForUpload(const QString &path, int fileType)
     BaseFile base(QString(), fileType);
     base.setFilePath(path);
     if (!base.checkFilePath()) {
-        qCWarning(lcContent, "\"%s\" cannot be sent: it is no file that can be read.",
-                  qUtf8Printable(path));
+        ImLog::error(
+            lcContent(),
+            QStringLiteral("\"%1\" cannot be sent: it is no file that can be read.").arg(path));
         return {};
     }
     base.setAesKey(CryptoAES::createKey(32));
@@ -118,8 +120,9 @@ QSharedPointer<FileData> localThumbnail(const QString &path)
     BaseFile base(QString(), imageFileType);
     base.setFilePath(path);
     if (!base.checkFilePath()) {
-        qCWarning(lcContent, "\"%s\" cannot be shown: it is no file that can be read.",
-                  qUtf8Printable(path));
+        ImLog::error(
+            lcContent(),
+            QStringLiteral("\"%1\" cannot be shown: it is no file that can be read.").arg(path));
         return {};
     }
     base.setFileState(BaseFile::Local);

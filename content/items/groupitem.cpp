@@ -2,6 +2,7 @@
 
 #include "content/items/captionitem.h"
 #include "content/items/innercontent_p.h"
+#include "imlog/imlog.h"
 #include "protocol/message_content.pb.h"
 
 #include <QLoggingCategory>
@@ -42,7 +43,8 @@ void GroupItem::setMembers(const QList<QSharedPointer<ContentItem>> &members)
         accepted.append(item);
     }
     if (accepted.size() != members.size())
-        qCWarning(lcContent, "What cannot be a member of a group is left out.");
+        ImLog::error(lcContent(),
+                     QStringLiteral("What cannot be a member of a group is left out."));
     if (accepted == m_members)
         return;
     for (const auto &item : std::as_const(m_members))
@@ -94,7 +96,7 @@ QList<QObject *> GroupItem::memberObjects() const
 
 void GroupItem::serialize(im::content::Content *content) const
 {
-    qCWarning(lcContent, "A group has no body; its members have.");
+    ImLog::error(lcContent(), QStringLiteral("A group has no body; its members have."));
     content->Clear();
 }
 

@@ -2,6 +2,7 @@
 
 #include "base/storedvalue.h"
 #include "content/contentfactory.h"
+#include "imlog/imlog.h"
 #include "protocol/message_content.pb.h"
 #include "settings/appsettingmodel.h"
 
@@ -80,7 +81,9 @@ bool Nesting::take()
         return true;
     }
     if (!std::exchange(nested.isReported, true))
-        qCWarning(lcContent, "A content holds too many others, or nested too deep, to show them.");
+        ImLog::error(
+            lcContent(),
+            QStringLiteral("A content holds too many others, or nested too deep, to show them."));
     return false;
 }
 

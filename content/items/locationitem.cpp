@@ -5,6 +5,7 @@
 #include "content/items/fileitem_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/items/thumbnail_p.h"
+#include "imlog/imlog.h"
 #include "protocol/message_content.pb.h"
 
 #include <QLoggingCategory>
@@ -145,7 +146,7 @@ bool LocationItem::setMapImage(const QString &path, double longitude, double lat
     if (!isSame(longitude, m_longitude) || !isSame(latitude, m_latitude))
         return false;
     if (pictureSize(path).isEmpty()) {
-        qCWarning(lcContent, "\"%s\" is no image of a map.", qUtf8Printable(path));
+        ImLog::error(lcContent(), QStringLiteral("\"%1\" is no image of a map.").arg(path));
         return false;
     }
     const auto image = localThumbnail(path);

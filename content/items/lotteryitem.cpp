@@ -5,6 +5,7 @@
 #include "content/items/innercontent_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/items/watch_p.h"
+#include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 
@@ -297,7 +298,8 @@ bool LotteryItem::isOther(const im::Lottery &lottery) const
 {
     if (lottery.id().empty() || m_lottery->id().empty() || lottery.id() == m_lottery->id())
         return false;
-    qCWarning(lcContent, "The record of another lottery does not change this one.");
+    ImLog::error(lcContent(),
+                 QStringLiteral("The record of another lottery does not change this one."));
     return true;
 }
 
@@ -310,7 +312,8 @@ bool LotteryItem::setLottery(const im::Lottery &lottery)
 bool LotteryItem::addShares(const im::Lottery &page)
 {
     if (page.content_case() != m_lottery->content_case()) {
-        qCWarning(lcContent, "The shares of another kind of lottery are left out.");
+        ImLog::error(lcContent(),
+                     QStringLiteral("The shares of another kind of lottery are left out."));
         return false;
     }
     im::Lottery joined = *m_lottery;
@@ -338,7 +341,8 @@ bool LotteryItem::adopt(const im::Lottery &lottery)
 void LotteryItem::cleanDetails()
 {
     if (clean(m_lottery.get(), int(titledOptions().options.size())))
-        qCWarning(lcContent, "Details that the lottery cannot have are left out.");
+        ImLog::error(lcContent(),
+                     QStringLiteral("Details that the lottery cannot have are left out."));
 }
 
 void LotteryItem::lottery(im::Lottery *record) const
@@ -382,7 +386,7 @@ bool LotteryItem::read(const QMap<QString, QVariant> &map)
     if (isWhole)
         adopt(lottery);
     else if (bytes)
-        qCWarning(lcContent, "The stored details of a lottery are damaged.");
+        ImLog::error(lcContent(), QStringLiteral("The stored details of a lottery are damaged."));
     return true;
 }
 

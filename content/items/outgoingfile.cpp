@@ -8,6 +8,7 @@
 #include "content/items/videoitem.h"
 #include "content/items/voiceitem.h"
 #include "content/modelbaseutil.h"
+#include "imlog/imlog.h"
 #include "multimedia/audioplayer.h"
 
 #include <QLoggingCategory>
@@ -21,8 +22,8 @@ QSharedPointer<ImageItem> makeImage(const QString &path, int source, AccountBase
 {
     const QSize size = pictureSize(path);
     if (size.isEmpty()) {
-        qCWarning(lcContent, "\"%s\" cannot be sent as a picture: it is none.",
-                  qUtf8Printable(path));
+        ImLog::error(lcContent(),
+                     QStringLiteral("\"%1\" cannot be sent as a picture: it is none.").arg(path));
         return {};
     }
     auto item = QSharedPointer<ImageItem>::create(source, account);
@@ -62,7 +63,8 @@ QSharedPointer<FileItem> makeItem(const QString &path, ContentItem::Type type, i
     case ContentItem::File:
         return QSharedPointer<FileItem>::create(source, account);
     default:
-        qCWarning(lcContent, "No file can be sent as a content of type %d.", int(type));
+        ImLog::error(lcContent(),
+                     QStringLiteral("No file can be sent as a content of type %1.").arg(int(type)));
         return {};
     }
 }

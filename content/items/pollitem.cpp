@@ -7,6 +7,7 @@
 #include "content/items/mediabox_p.h"
 #include "content/items/watch_p.h"
 #include "cryptobase/cryptoaes.h"
+#include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 
@@ -298,7 +299,8 @@ void PollItem::setExpectedAnswers(const QList<int> &answers)
 void PollItem::cleanAnswers()
 {
     if (cleanOptions(m_info->mutable_expected_answers(), optionLimit()))
-        qCWarning(lcContent, "Right answers that the poll does not offer are left out.");
+        ImLog::error(lcContent(),
+                     QStringLiteral("Right answers that the poll does not offer are left out."));
 }
 
 void PollItem::setAesKey(const QByteArray &key)
@@ -380,7 +382,8 @@ bool PollItem::isOther(const std::string &pollId) const
 {
     if (pollId.empty() || m_info->poll_id().empty() || pollId == m_info->poll_id())
         return false;
-    qCWarning(lcContent, "The record of another poll does not change this one.");
+    ImLog::error(lcContent(),
+                 QStringLiteral("The record of another poll does not change this one."));
     return true;
 }
 
@@ -421,7 +424,8 @@ bool PollItem::adopt(const im::PollResult &result)
     }
     im::PollResult next = result;
     if (clean(&next, optionLimit()))
-        qCWarning(lcContent, "Results that the poll cannot have are left out.");
+        ImLog::error(lcContent(),
+                     QStringLiteral("Results that the poll cannot have are left out."));
     if (!next.with_voted_options()) {
         *next.mutable_voted_options() = held.voted_options();
         next.set_with_voted_options(held.with_voted_options());
@@ -520,7 +524,7 @@ bool PollItem::read(const QMap<QString, QVariant> &map)
     im::PollInfo info;
     if (const QByteArray results = bytes(QStringLiteral("pollInfo"));
         !info.ParseFromArray(results.constData(), int(results.size()))) {
-        qCWarning(lcContent, "The stored results of a poll are damaged.");
+        ImLog::error(lcContent(), QStringLiteral("The stored results of a poll are damaged."));
         info.Clear();
     }
     if (isOther(info.poll_id()))

@@ -1,6 +1,7 @@
 #include "content/items/thumbnail_p.h"
 
 #include "base/util.h"
+#include "imlog/imlog.h"
 #include "multimedia/audioplayer.h"
 #include "multimedia/videocapture.h"
 
@@ -94,7 +95,9 @@ std::optional<FileItem::Thumbnail> FileItem::Thumbnail::make(const QString &file
                                                              const QString &directory)
 {
     const auto refuse = [&](const char *why) {
-        qCWarning(lcContent, "No thumbnail of \"%s\": %s.", qUtf8Printable(file), why);
+        ImLog::error(
+            lcContent(),
+            QStringLiteral("No thumbnail of \"%1\": %2.").arg(file, QLatin1StringView(why)));
         return std::nullopt;
     };
     if (!Util::mkpath(directory))

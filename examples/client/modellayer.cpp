@@ -10,6 +10,8 @@ ModelLayer::ModelLayer(ScriptedServer *server)
 {
     ThreadManager::getInstance()->init();
     AppSettingModel::instance()->loadGlobalData();
+    // Whoever asks for the console options puts those of earlier runs into force.
+    AppSettingModel::instance()->consoleOptions();
     AccountManager::getInstance()->init(
         [server](QObject *parent) { return new ClientAccount(server, parent); });
 }

@@ -1,6 +1,7 @@
 #include "base/json.h"
 
 #include "base/util.h"
+#include "imlog/imlog.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -16,7 +17,7 @@
 namespace
 {
 
-Q_LOGGING_CATEGORY(log, "im.base.json")
+Q_LOGGING_CATEGORY(log, "im.base")
 
 namespace dom = simdjson::dom;
 
@@ -123,9 +124,11 @@ Container read(const QByteArray &json)
         if (document.isArray())
             return document.array().toVariantList();
     }
-    qCWarning(log).noquote() << "Unreadable JSON of" << json.size() << "bytes:"
-                             << (document.isNull() ? error.errorString()
-                                                   : QStringLiteral("wrong kind at the top"));
+    ImLog::error(log(),
+                 QStringLiteral("Unreadable JSON of %1 bytes: %2")
+                     .arg(json.size())
+                     .arg(document.isNull() ? error.errorString()
+                                            : QStringLiteral("wrong kind at the top")));
     return container;
 }
 
@@ -163,7 +166,9 @@ public:
     {
         if (!m_tooDeep)
             return std::move(m_json);
-        qCWarning(log) << "Not written as JSON: nested deeper than" << maximumDepth << "levels";
+        ImLog::error(
+            log(),
+            QStringLiteral("Not written as JSON: nested deeper than %1 levels").arg(maximumDepth));
         return {};
     }
 

@@ -12,7 +12,7 @@
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcStored, "im.base.stored")
+Q_LOGGING_CATEGORY(lcStored, "im.base")
 
 } // namespace
 

@@ -1,5 +1,7 @@
 #include "base/util.h"
 
+#include "imlog/imlog.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QLoggingCategory>
@@ -13,7 +15,7 @@
 
 namespace
 {
-Q_LOGGING_CATEGORY(log, "im.base.util")
+Q_LOGGING_CATEGORY(log, "im.base")
 }
 
 bool Util::isEmojiGame(const QString &text)
@@ -49,7 +51,7 @@ bool Util::mkpath(const QString &path)
 {
     if (!path.isEmpty() && QDir().mkpath(path))
         return true;
-    qCWarning(log) << "Cannot make directory" << path;
+    ImLog::error(log(), QStringLiteral("Cannot make directory \"%1\"").arg(path));
     return false;
 }
 
@@ -58,7 +60,7 @@ bool Util::removeLocalFolder(const QString &path)
     // Without its last slash: "link/" would be what the link points to.
     const QString clean = QDir::cleanPath(path);
     if (clean.isEmpty() || QDir(clean).isRoot()) {
-        qCWarning(log) << "Refused to remove" << path;
+        ImLog::error(log(), QStringLiteral("Refused to remove \"%1\"").arg(path));
         return false;
     }
     const QFileInfo info(clean);
@@ -66,13 +68,15 @@ bool Util::removeLocalFolder(const QString &path)
     if (!info.exists() && !isLink)
         return true;
     if (!info.isDir() && !isLink) {
-        qCWarning(log) << "Not a directory, not removed:" << path;
+        ImLog::error(log(), QStringLiteral("Not a directory, not removed: \"%1\"").arg(path));
         return false;
     }
     std::error_code error;
     std::filesystem::remove_all(info.filesystemFilePath(), error);
     if (error) {
-        qCWarning(log) << "Cannot remove" << path << "-" << error.message().c_str();
+        ImLog::error(log(),
+                     QStringLiteral("Cannot remove \"%1\" - %2")
+                         .arg(path, QString::fromLocal8Bit(error.message().c_str())));
         return false;
     }
     return true;

@@ -11,7 +11,7 @@ namespace cryptobase
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcCrypto, "modelbase.crypto")
+Q_LOGGING_CATEGORY(lcCrypto, "im.base")
 
 } // namespace
 

@@ -9,7 +9,7 @@ namespace crypto
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcKeys, "modelbase.keys")
+Q_LOGGING_CATEGORY(lcKeys, "im.storage")
 
 } // namespace
 

@@ -21,7 +21,7 @@
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcImLog, "modelbase.imlog")
+Q_LOGGING_CATEGORY(lcImLog, "im.base")
 
 constexpr std::size_t maxFileBytes = 5 * 1024 * 1024;
 constexpr std::size_t maxOldFiles = 3;

@@ -14,7 +14,7 @@ class QLoggingCategory;
 /// caller never waits for the disk: when that hangs, the oldest of 8192 waiting lines are dropped.
 /// From the end of the QCoreApplication (or of main()) on, lines are written before the call
 /// returns, so that destructors of static objects may log too. The log never fails its caller: when
-/// no file can be written, the lines go to the Qt debug log ("modelbase.imlog") instead.
+/// no file can be written, the lines go to the Qt debug log ("im.base") instead.
 ///
 /// "im.log" is rotated at 5 MiB to "im.1.log", up to "im.3.log". A line has local time with its
 /// offset from UTC, thread, level, and the text in UTF-8; line feeds in the text become spaces.

@@ -10,7 +10,7 @@ namespace multimedia
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcMultimedia, "modelbase.multimedia")
+Q_LOGGING_CATEGORY(lcMultimedia, "im.multimedia")
 
 } // namespace
 

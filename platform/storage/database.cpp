@@ -151,7 +151,7 @@ std::unique_ptr<SQLite::Database> connect(const QString &filePath, const SchemaS
 
 void Database::log(const QString &text)
 {
-    static const QLoggingCategory category("modelbase.storage");
+    static const QLoggingCategory category("im.storage");
     ImLog::error(category, QStringLiteral("storage: ") + text.simplified());
 }
 

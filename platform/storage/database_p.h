@@ -74,7 +74,7 @@ public:
     /// nothing bound.
     SQLite::Statement &statement(std::string_view sql);
 
-    /// One line to the Qt log ("modelbase.storage") and to ImLog. Not inside `work`.
+    /// One line to the Qt log ("im.storage") and to ImLog. Not inside `work`.
     static void log(const QString &text);
 
     static constexpr int waitMs = 5000;

@@ -42,16 +42,18 @@ public:
     SettingStorage(const SettingStorage &);
     ~SettingStorage();
 
-    /// False for values that no row can hold: of a type that QDataStream does not know (pointers,
-    /// functions, most application types) or cannot read back safely (QEasingCurve, QBitArray, and
-    /// what is drawn with: fonts, pens, images; colours and transforms can), or nested deeper than
-    /// 100 levels.
+    /// True for what a row can hold: nothing at all; numbers, truth values and characters; QString,
+    /// QByteArray, QUuid, QUrl; QDate, QTime, QDateTime; points, sizes, rectangles and lines; QColor;
+    /// QVariantList, QVariantMap and QVariantHash of these, nested up to 100 levels; and QList, and
+    /// QMap and QHash by QString, of any one of these types but QColor. Everything else is refused:
+    /// pointers and functions, enumerations and types of the application, JSON objects, fonts,
+    /// images.
     static bool isStorable(const QVariant &value);
 
     /// False while every other call would fail.
     bool isOpen() const;
     /// In the order in which the keys were first saved. Rows that cannot be read, because they are
-    /// damaged or of a type that this process does not know, are left out, with one log line.
+    /// damaged or of a type that isStorable() refuses, are left out, with one log line.
     QList<SettingInfo> allInfos() const;
     /// Writes the row, in place of one of the same key.
     bool save(const SettingInfo &info);

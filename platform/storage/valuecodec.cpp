@@ -1,10 +1,15 @@
 #include "storage/valuecodec_p.h"
 
-#include <QAssociativeIterable>
 #include <QDataStream>
+#include <QDateTime>
+#include <QHash>
 #include <QIODevice>
-#include <QSequentialIterable>
-#include <QtEndian>
+#include <QLine>
+#include <QList>
+#include <QMap>
+#include <QRect>
+#include <QUrl>
+#include <QUuid>
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
@@ -12,7 +17,10 @@
 #include <cmath>
 #include <stdexcept>
 #include <string_view>
+#include <tuple>
+#include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace storage::codec
 {
@@ -48,102 +56,139 @@ const char *plainName(int id)
 /// own operators: those recurse without a limit and reserve what the bytes tell them to.
 enum class Kind : quint8 { Invalid, Null, Single, List, Map, Hash };
 
-bool holdsVariants(QMetaType type)
+/// A type that values may have, besides lists and maps of any such values.
+struct Listed {
+    QMetaType type;
+    QVariant (*read)(QDataStream &in, QMetaType type); ///< what is wrong, the stream's status tells
+};
+
+/// By the type's own operator. Those of the types listed read a bounded number of bytes, and take
+/// any bits for a value.
+QVariant readOne(QDataStream &in, QMetaType type)
 {
-    switch (type.id()) {
-    case QMetaType::QVariant:
-    case QMetaType::QVariantList:
-    case QMetaType::QVariantMap:
-    case QMetaType::QVariantHash:
-    case QMetaType::QVariantPair:
-    case QMetaType::QTextFormat:
-        return true;
-    default:
-        return false;
+    QVariant value(type);
+    if (!type.load(in, value.data()))
+        in.setStatus(QDataStream::ReadCorruptData);
+    return value;
+}
+
+/// A colour begins with an enumerator, which its operator does not look at.
+QVariant readColour(QDataStream &in, QMetaType type)
+{
+    constexpr char lastSpec = 5;
+    const QByteArray spec = in.device()->peek(1);
+    if (spec.isEmpty() || spec.front() < 0 || spec.front() > lastSpec)
+        in.setStatus(QDataStream::ReadCorruptData);
+    return readOne(in, type);
+}
+
+/// Element by element, here and below: the operators of containers reserve what the bytes tell.
+template <typename T>
+QVariant readList(QDataStream &in, QMetaType)
+{
+    QList<T> list;
+    quint32 size = 0;
+    in >> size;
+    for (quint32 i = 0; i < size && in.status() == QDataStream::Ok; ++i)
+        in >> list.emplaceBack();
+    return QVariant::fromValue(list);
+}
+
+template <typename Map>
+QVariant readMap(QDataStream &in, QMetaType)
+{
+    Map map;
+    quint32 size = 0;
+    in >> size;
+    for (quint32 i = 0; i < size && in.status() == QDataStream::Ok; ++i) {
+        QString key;
+        in >> key;
+        in >> map[key];
     }
+    return QVariant::fromValue(map);
 }
 
-bool isSequence(QMetaType type)
+/// All that is written and read. A font is not: its operator reads as many families as a damaged
+/// number says, as do those of pens, gradients and regions.
+const std::vector<Listed> &listed()
 {
-    if (type.id() == QMetaType::QString || type.id() == QMetaType::QByteArray)
-        return false;
-    return QMetaType::canConvert(type, QMetaType::fromType<QSequentialIterable>());
+    static const std::vector<Listed> all = [] {
+        std::vector<Listed> types;
+        const auto add = [&]<typename... T>(std::type_identity<std::tuple<T...>>) {
+            (types.insert(types.end(),
+                          {{QMetaType::fromType<T>(), readOne},
+                           {QMetaType::fromType<QList<T>>(), readList<T>},
+                           {QMetaType::fromType<QMap<QString, T>>(), readMap<QMap<QString, T>>},
+                           {QMetaType::fromType<QHash<QString, T>>(), readMap<QHash<QString, T>>}}),
+             ...);
+        };
+        add(std::type_identity<
+            std::tuple<bool, short, ushort, int, uint, qint64, quint64, float, double, QChar,
+                       QString, QByteArray, QUuid, QUrl, QDate, QTime, QDateTime, QPoint, QPointF,
+                       QSize, QSizeF, QRect, QRectF, QLine, QLineF>>());
+        for (const auto id : {QMetaType::Char, QMetaType::SChar, QMetaType::UChar, QMetaType::Long,
+                              QMetaType::ULong, QMetaType::Char16, QMetaType::Char32})
+            types.push_back({QMetaType(id), readOne});
+        if (const QMetaType colour(QMetaType::QColor); colour.isValid()) // needs Qt Gui
+            types.push_back({colour, readColour});
+        return types;
+    }();
+    return all;
 }
 
-bool isContainer(QMetaType type)
+const Listed *findListed(QMetaType type)
 {
-    return isSequence(type)
-        || QMetaType::canConvert(type, QMetaType::fromType<QAssociativeIterable>());
+    const auto found = std::find_if(listed().begin(), listed().end(),
+                                    [&](const Listed &known) { return known.type == type; });
+    return found == listed().end() ? nullptr : &*found;
 }
 
-/// The operators of these trust the bytes too far: a curve has the address of a function; bits may
-/// be fewer than none; the families of a font, the dashes of a pen, the stops of a gradient, the parts of a region are as
-/// many as a number says, and damage makes that an hour or all memory. Of what is drawn with, only
-/// types of one length and those that beginsWithCount() are read.
-bool isUnsafe(QMetaType type)
+/// Of those that BLOBs name; no type where it is none of them.
+QMetaType typeNamed(const QByteArray &name)
 {
-    switch (type.id()) {
-    case QMetaType::QEasingCurve:
-    case QMetaType::QBitArray:
-        return true;
-    case QMetaType::QColor:
-    case QMetaType::QTransform:
-    case QMetaType::QMatrix4x4:
-    case QMetaType::QVector2D:
-    case QMetaType::QVector3D:
-    case QMetaType::QVector4D:
-    case QMetaType::QQuaternion:
-    case QMetaType::QPolygon:
-    case QMetaType::QPolygonF:
-    case QMetaType::QKeySequence:
-        return false;
-    default:
-        return type.id() >= QMetaType::FirstGuiType && type.id() <= QMetaType::LastGuiType;
+    for (const int id : {QMetaType::Nullptr, QMetaType::QVariantList, QMetaType::QVariantMap,
+                         QMetaType::QVariantHash}) {
+        if (name == QMetaType(id).name())
+            return QMetaType(id);
     }
+    const auto found = std::find_if(listed().begin(), listed().end(),
+                                    [&](const Listed &known) { return name == known.type.name(); });
+    return found == listed().end() ? QMetaType() : found->type;
 }
 
-/// Their operators begin with the number of elements, and reserve that many.
-bool beginsWithCount(QMetaType type)
+/// True when a row can hold the value and what is in it.
+bool isListed(const QVariant &value, int depth)
 {
-    switch (type.id()) {
-    case QMetaType::QPolygon:
-    case QMetaType::QPolygonF:
-    case QMetaType::QKeySequence:
-        return true;
-    default:
-        return isSequence(type);
-    }
-}
-
-/// May be written and read by the type's own operators: their recursion ends by itself.
-bool isSingle(QMetaType type)
-{
-    if (!type.hasRegisteredDataStreamOperators() || holdsVariants(type) || isUnsafe(type))
-        return false;
-    const auto flat = [](QMetaType element) {
-        return !holdsVariants(element) && !isUnsafe(element) && !isContainer(element);
+    const auto all = [&](const auto &container) {
+        return depth < maxDepth
+            && std::all_of(container.cbegin(), container.cend(),
+                           [&](const QVariant &element) { return isListed(element, depth + 1); });
     };
-    if (flat(type))
+    switch (value.typeId()) {
+    case QMetaType::UnknownType:
         return true;
-    const QVariant empty(type);
-    if (isSequence(type))
-        return flat(empty.value<QSequentialIterable>().metaContainer().valueMetaType());
-    const QMetaAssociation map = empty.value<QAssociativeIterable>().metaContainer();
-    return flat(map.keyMetaType()) && flat(map.mappedMetaType());
+    case QMetaType::QVariantList:
+        return all(*static_cast<const QVariantList *>(value.constData()));
+    case QMetaType::QVariantMap:
+        return all(*static_cast<const QVariantMap *>(value.constData()));
+    case QMetaType::QVariantHash:
+        return all(*static_cast<const QVariantHash *>(value.constData()));
+    case QMetaType::Nullptr:
+        return true;
+    default:
+        return findListed(value.metaType());
+    }
 }
 
-void writeStreamed(QDataStream &out, const QVariant &value, int depth)
+/// Of a value that isListed().
+void writeStreamed(QDataStream &out, const QVariant &value)
 {
     const QMetaType type = value.metaType();
-    const auto begin = [&](Kind kind, qsizetype size) {
-        if (depth >= maxDepth)
-            throw std::runtime_error("a value is nested too deeply");
-        out << quint8(kind) << quint32(size);
-    };
+    const auto begin = [&](Kind kind, qsizetype size) { out << quint8(kind) << quint32(size); };
     const auto writePairs = [&](const auto &map) {
         for (auto it = map.cbegin(); it != map.cend(); ++it) {
             out << it.key();
-            writeStreamed(out, it.value(), depth + 1);
+            writeStreamed(out, it.value());
         }
     };
     if (!value.isValid()) {
@@ -154,7 +199,7 @@ void writeStreamed(QDataStream &out, const QVariant &value, int depth)
         const auto &list = *static_cast<const QVariantList *>(value.constData());
         begin(Kind::List, list.size());
         for (const QVariant &element : list)
-            writeStreamed(out, element, depth + 1);
+            writeStreamed(out, element);
     } else if (type.id() == QMetaType::QVariantMap) {
         const auto &map = *static_cast<const QVariantMap *>(value.constData());
         begin(Kind::Map, map.size());
@@ -165,9 +210,7 @@ void writeStreamed(QDataStream &out, const QVariant &value, int depth)
         writePairs(hash);
     } else {
         out << quint8(Kind::Single) << QByteArray(type.name());
-        if (!isSingle(type) || !type.save(out, value.constData()))
-            throw std::runtime_error("a value of type " + std::string(type.name())
-                                     + " cannot be stored");
+        type.save(out, value.constData());
     }
 }
 
@@ -198,7 +241,7 @@ QVariant readStreamed(QDataStream &in, int depth)
     case Kind::Null: {
         QByteArray name;
         in >> name;
-        const QMetaType type = QMetaType::fromName(name);
+        const QMetaType type = typeNamed(name);
         return type.isValid() ? QVariant(type) : damaged();
     }
     case Kind::List: {
@@ -216,17 +259,8 @@ QVariant readStreamed(QDataStream &in, int depth)
     case Kind::Single: {
         QByteArray name;
         in >> name;
-        const QMetaType type = QMetaType::fromName(name);
-        if (!type.isValid() || !isSingle(type))
-            return damaged();
-        if (beginsWithCount(type)) {
-            const QByteArray count = in.device()->peek(sizeof(quint32));
-            if (count.size() < qsizetype(sizeof(quint32))
-                || qFromBigEndian<quint32>(count.constData()) > in.device()->bytesAvailable())
-                return damaged();
-        }
-        QVariant value(type);
-        return value.isValid() && type.load(in, value.data()) ? value : damaged();
+        const Listed *known = findListed(typeNamed(name));
+        return known ? known->read(in, known->type) : damaged();
     }
     }
     return damaged();
@@ -248,10 +282,13 @@ void bindBytes(SQLite::Statement &statement, int index, const QByteArray &bytes)
 
 QByteArray streamed(const QVariant &value)
 {
+    if (!isListed(value, 0))
+        throw std::runtime_error("a value of type " + std::string(value.typeName())
+                                 + " cannot be stored");
     QByteArray bytes;
     QDataStream out(&bytes, QIODevice::WriteOnly);
     out.setVersion(streamVersion);
-    writeStreamed(out, value, 0);
+    writeStreamed(out, value);
     return bytes;
 }
 
@@ -259,13 +296,9 @@ std::optional<QVariant> fromStreamed(const QByteArray &bytes)
 {
     QDataStream in(bytes);
     in.setVersion(streamVersion);
-    try {
-        const QVariant value = readStreamed(in, 0);
-        if (in.status() == QDataStream::Ok && in.atEnd())
-            return value;
-    } catch (const std::exception &) {
-        // Out of memory: an operator of some type believed a number in damaged bytes.
-    }
+    const QVariant value = readStreamed(in, 0);
+    if (in.status() == QDataStream::Ok && in.atEnd())
+        return value;
     return std::nullopt;
 }
 
@@ -356,14 +389,7 @@ void bindValue(SQLite::Statement &statement, int index, const QVariant &value)
 
 bool isStorable(const QVariant &value)
 {
-    if (plainName(value.typeId()))
-        return true;
-    try {
-        streamed(value);
-        return true;
-    } catch (const std::exception &) {
-        return false;
-    }
+    return plainName(value.typeId()) || isListed(value, 0);
 }
 
 std::optional<QVariant> readValue(const SQLite::Column &type, const SQLite::Column &value)

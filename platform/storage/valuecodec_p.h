@@ -26,12 +26,12 @@ namespace storage::codec
 void bindText(SQLite::Statement &statement, int index, const QString &text);
 QString readText(const SQLite::Column &column);
 
-/// Binds the type at `index` and the value at `index` + 1. Throws std::runtime_error for what
-/// cannot be stored: a type without QDataStream operators, or nesting beyond maxDepth.
+/// Binds the type at `index` and the value at `index` + 1. Throws std::runtime_error for what is not
+/// isStorable(), or bigger than SQLite takes.
 void bindValue(SQLite::Statement &statement, int index, const QVariant &value);
-/// True when bindValue can store `value`.
+/// What a value may be; see SettingStorage::isStorable(). Nothing else is written or read.
 bool isStorable(const QVariant &value);
-/// Nothing when the type is unknown here or the bytes are damaged.
+/// Nothing when the type is none of those, or the bytes are damaged.
 std::optional<QVariant> readValue(const SQLite::Column &type, const SQLite::Column &value);
 
 /// Lists and maps nested deeper than this are neither written nor read.

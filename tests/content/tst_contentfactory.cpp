@@ -4,9 +4,11 @@
 #include "content/contentitem.h"
 #include "content/filedata.h"
 #include "content/items/fileitem.h"
+#include "imlog/imlog.h"
 #include "protocol/message_content.pb.h"
 #include "support/fakeaccount.h"
 
+#include <QFile>
 #include <QJSEngine>
 #include <QRandomGenerator>
 #include <QTest>
@@ -175,6 +177,17 @@ private Q_SLOTS:
         QCOMPARE(lines, once);
         QVERIFY(made([] { return deserializeContent(QVariantMap{}, 1, 1, nullptr); }));
         QCOMPARE(lines, QStringList());
+
+        // Damage is found in the log file, too.
+        QVERIFY(!made([] { return makeContentItem(std::string("\xff"), 2, 1, nullptr); }));
+        const QVariantMap poll{{u"type"_s, u"poll"_s}, {u"pollInfo"_s, u"/w=="_s}};
+        QVERIFY(made([&] { return deserializeContent(poll, 13, 1, nullptr); }));
+        ImLog::instance()->flush();
+        QFile log(ImLog::instance()->directory() + u"/im.log"_s);
+        QVERIFY(log.open(QFile::ReadOnly));
+        const QByteArray written = log.readAll();
+        QVERIFY(written.contains("makeContentItem parse pbContent failed."));
+        QVERIFY(written.contains("The stored results of a poll are damaged."));
     }
 
     void stickersComeFromTheAccount()

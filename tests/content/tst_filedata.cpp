@@ -249,7 +249,7 @@ private Q_SLOTS:
 
     void hostileMaps()
     {
-        QLoggingCategory::setFilterRules(u"im.base.file.warning=false"_s);
+        QLoggingCategory::setFilterRules(u"im.base.warning=false"_s);
         const double infinity = std::numeric_limits<double>::infinity();
         const QVariant values[] = {
             {},

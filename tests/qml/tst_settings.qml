@@ -32,4 +32,20 @@ TestCase {
         AppSettingModel.setThemeFontSize(20, true)
         compare(first.themeFontSize, 20)
     }
+
+    function test_valuesByKey() {
+        compare(AppSettingModel.getValue("page", 7), 7)
+        verify(AppSettingModel.setValue("page", {list: [1, "x"], map: {yes: true}}, true))
+        compare(AppSettingModel.getValue("page", 7), {list: [1, "x"], map: {yes: true}})
+        compare(AppSettingModel.getValue("page", 7).map.yes, true)
+        const refused = [() => 1, {a: () => 1}, [test], /a+/]
+        for (const value of refused) {
+            ignoreWarning(/ cannot be stored: page/)
+            verify(!AppSettingModel.setValue("page", value, true))
+        }
+        ignoreWarning(/ cannot be stored: showImHotKey/)
+        AppSettingModel.setShowImHotkey({a: () => 1}, true)
+        compare(AppSettingModel.showImHotkey, {})
+        compare(AppSettingModel.getValue("page", 7).list, [1, "x"])
+    }
 }

@@ -48,7 +48,7 @@ public:
 private:
     static void take(QtMsgType, const QMessageLogContext &context, const QString &)
     {
-        s_count += qstrcmp(context.category, "modelbase.multimedia") == 0;
+        s_count += qstrcmp(context.category, "im.multimedia") == 0;
     }
     inline static std::atomic<int> s_count = 0;
     QtMessageHandler m_before;
