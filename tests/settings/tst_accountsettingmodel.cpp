@@ -521,8 +521,9 @@ private Q_SLOTS:
         open();
         QCOMPARE(model().leftTabWidth(), 72);
         QVERIFY(rows().isEmpty());
-        // From then on they are settings as any other.
+        // From then on they are settings as any other, at every load.
         model().setLeftTabWidth(100);
+        open();
         open();
         QCOMPARE(model().leftTabWidth(), 100);
         QCOMPARE(app()->autoDownloadFileLimit(), limit);

@@ -63,7 +63,8 @@ private Q_SLOTS:
             model()->loadGlobalData();
             qInstallMessageHandler(before);
 
-            QCOMPARE(messages, QStringList());
+            QCOMPARE(std::exchange(messages, {}),
+                     QStringList{u"AppSettingModel::resetAppSetting"_s});
             QCOMPARE(model()->themeFontSize(), 20);
             QCOMPARE(model()->lineHeigt(), 0);
             QCOMPARE(language, QLocale::system().name());
