@@ -324,8 +324,13 @@ private Q_SLOTS:
         topics.mutable_current_topic()->set_name("Bread");
         item.setInfo(topics);
         QCOMPARE(item.topicUpdateType(), int(SystemItem::TopicCreated));
+        log.take();
         item.setTopicUpdateType(SystemItem::TopicClosed);
+        QCOMPARE(log.take(), u"topicUpdateTypeChanged textChanged needRecalcSize"_s);
         QCOMPARE(item.text(), u"Mum closed the topic “Bread”"_s);
+        topics.mutable_current_topic()->set_name("Rolls");
+        item.setInfo(topics); // which tells of another update
+        QCOMPARE(item.topicUpdateType(), int(SystemItem::TopicCreated));
     }
 
     void olderSystemRecords()

@@ -197,6 +197,12 @@ private Q_SLOTS:
         item->setCollapsed(1, false);
         QCOMPARE(measure(item), open);
 
+        const ItemPointer quote = textItem(u"q"_s, {block(TextEntityType::Quoted, 0, 1)});
+        quote->setCollapsed(0, true);
+        im::content::Content sent;
+        quote->serialize(&sent);
+        QVERIFY(sent.text().textentity(0).collapsed());
+
         log.take();
         for (int index : {-1, 0, 2, INT_MAX})
             item->setCollapsed(index, true);

@@ -248,6 +248,7 @@ private Q_SLOTS:
         const auto poll = make<PollItem>(pollBody({"a", "b", "c"}));
         im::PollInfo info;
         info.set_poll_id("p");
+        info.set_options_count(3);
         info.add_expected_answers(2);
         QVERIFY(poll->setPollInfo(info));
         const auto other = make<PollItem>(pollBody({"d"}));

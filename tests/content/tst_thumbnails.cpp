@@ -107,6 +107,7 @@ private Q_SLOTS:
 
         // A file of the server that has such an id is no cover of ours.
         BaseFile base(u"Mtheirs"_s);
+        base.setAesKey("key");
         const auto theirs = next.fileProvider()->add(QSharedPointer<FileData>::create(&base));
         again->setSourceFile(downloaded(u"morning.mp3"_s, u"theirs"_s));
         again->setThumbnailFile({});

@@ -367,6 +367,14 @@ private Q_SLOTS:
         }
     }
 
+    void rowsOfBlocksAreCounted()
+    {
+        const Request request{.text = u"word word word word word\nend"_s,
+                              .blocks = {block(0, 28, Quoted, true)},
+                              .maxWidth = 50};
+        QCOMPARE(request.measure().lineCount, DrawableTextBase::collapsedRowCount);
+    }
+
     void emojiOnly()
     {
         const QString text = u"😀❤\uFE0F"_s;
