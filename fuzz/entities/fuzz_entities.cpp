@@ -7,8 +7,6 @@
 #include "protocol/message_content.pb.h"
 #include "support/fuzzing.h"
 
-#include <fuzzer/FuzzedDataProvider.h>
-
 using fuzzing::check;
 
 namespace
@@ -17,7 +15,7 @@ namespace
 using Entity = im::content::TextEntity;
 
 /// Measuring is slow, and a longer text breaks nothing that this one does not.
-constexpr qsizetype longestText = 300;
+constexpr int longestText = 300;
 constexpr int mostEntities = 8;
 
 struct Size {
@@ -54,21 +52,20 @@ void loadFonts(ContentItem &item, int width)
 }
 
 /// Mostly inside the text or close to it.
-int anyOffset(FuzzedDataProvider &data)
+int anyOffset(fuzzing::Pieces &data)
 {
-    return data.ConsumeBool() ? data.ConsumeIntegral<int>()
-                              : data.ConsumeIntegralInRange<int>(-2, longestText + 2);
+    return data.flag() ? data.number() : data.number(-2, longestText + 2);
 }
 
-Entity anyEntity(FuzzedDataProvider &data)
+Entity anyEntity(fuzzing::Pieces &data)
 {
     Entity entity;
-    entity.set_type(Entity::Type(data.ConsumeIntegralInRange<int>(-1, Entity::Type_MAX + 1)));
+    entity.set_type(Entity::Type(data.number(-1, Entity::Type_MAX + 1)));
     entity.set_offset(anyOffset(data));
     entity.set_length(anyOffset(data));
-    entity.set_disable_preview(data.ConsumeBool());
-    entity.set_collapsed(data.ConsumeBool());
-    const int number = data.ConsumeIntegral<qint8>();
+    entity.set_disable_preview(data.flag());
+    entity.set_collapsed(data.flag());
+    const int number = data.number(-128, 127);
     entity.set_mention_user_id(number);
     entity.set_video_position(number);
     entity.set_custom_emoji_pack_id(number);
@@ -96,15 +93,12 @@ void read(const ContentItem &item)
 
 void fuzzOne(QByteArrayView input)
 {
-    FuzzedDataProvider data(reinterpret_cast<const uint8_t *>(input.data()), size_t(input.size()));
-    const View view{data.ConsumeIntegralInRange<int>(-1, 500),
-                    data.ConsumeIntegralInRange<int>(-1, 12),
-                    data.ConsumeIntegralInRange<int>(-1, 12)};
+    fuzzing::Pieces data(input);
+    const View view{data.number(-1, 500), data.number(-1, 12), data.number(-1, 12)};
     im::content::Content content;
-    for (int left = data.ConsumeIntegralInRange<int>(0, mostEntities); left > 0; --left)
+    for (int left = data.number(0, mostEntities); left > 0; --left)
         *content.mutable_text()->add_textentity() = anyEntity(data);
-    const std::string rest = data.ConsumeRemainingBytesAsString();
-    const QString text = fuzzing::text(QByteArrayView(rest)).left(longestText);
+    const QString text = fuzzing::text(data.rest()).left(longestText);
 
     const auto item = deserializeContent(content, 1, nullptr);
     if (!item)

@@ -4,28 +4,27 @@
 #include "protocol/errordetails.h"
 #include "support/fuzzing.h"
 
-#include <fuzzer/FuzzedDataProvider.h>
-
 using fuzzing::check;
 
 namespace
 {
 
-int anyCode(FuzzedDataProvider &data)
+int anyCode(fuzzing::Pieces &data)
 {
     const auto *codes = im::Error_descriptor();
-    if (data.ConsumeIntegralInRange<int>(0, 7) == 0)
-        return data.ConsumeIntegral<int>();
-    return codes->value(data.ConsumeIntegralInRange<int>(0, codes->value_count() - 1))->number();
+    if (data.number(0, 7) == 0)
+        return data.number();
+    return codes->value(data.number(0, codes->value_count() - 1))->number();
 }
 
 } // namespace
 
 void fuzzOne(QByteArrayView input)
 {
-    FuzzedDataProvider data(reinterpret_cast<const uint8_t *>(input.data()), size_t(input.size()));
+    fuzzing::Pieces data(input);
     const int code = anyCode(data);
-    const std::string bytes = data.ConsumeRemainingBytesAsString();
+    const QByteArrayView rest = data.rest();
+    const std::string_view bytes(rest.data(), size_t(rest.size()));
     const auto record = protocol::errorDetail(code, bytes);
     if (!record)
         return;

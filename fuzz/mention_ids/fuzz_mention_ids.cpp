@@ -6,8 +6,6 @@
 
 #include <QDataStream>
 
-#include <fuzzer/FuzzedDataProvider.h>
-
 #include <algorithm>
 #include <optional>
 #include <set>
@@ -60,12 +58,12 @@ std::optional<Expected> unpacked(const QByteArray &bytes)
 }
 
 /// So many that they do not all lie together.
-QList<qint64> anyIds(FuzzedDataProvider &data)
+QList<qint64> anyIds(fuzzing::Pieces &data)
 {
-    const qint64 first = data.ConsumeIntegral<int>();
-    const qint64 step = data.ConsumeIntegralInRange<int>(-3, 3);
+    const qint64 first = data.number();
+    const qint64 step = data.number(-3, 3);
     QList<qint64> ids;
-    for (int i = data.ConsumeIntegralInRange<int>(0, 1500); i >= 0; --i)
+    for (int i = data.number(0, 1500); i >= 0; --i)
         ids.append(first + i * step);
     return ids;
 }
@@ -77,11 +75,11 @@ void removeBelow(Ids *ids, qint64 upTo)
 }
 
 /// Changes both in the same way.
-void change(Dialog &dialog, Expected &expected, FuzzedDataProvider &data)
+void change(Dialog &dialog, Expected &expected, fuzzing::Pieces &data)
 {
-    switch (data.ConsumeIntegralInRange<int>(0, 4)) {
+    switch (data.number(0, 4)) {
     case 0: {
-        const QByteArray bytes = QByteArray::fromStdString(data.ConsumeRandomLengthString());
+        const QByteArray bytes = data.bytes(data.number(0, 100)).toByteArray();
         dialog.setMentionIdData(bytes);
         if (auto all = unpacked(bytes))
             expected = *std::move(all);
@@ -106,7 +104,7 @@ void change(Dialog &dialog, Expected &expected, FuzzedDataProvider &data)
         }
         break;
     case 4: {
-        const qint64 upTo = data.ConsumeIntegral<int>();
+        const qint64 upTo = data.number();
         dialog.removeAllMentions(upTo, true);
         removeBelow(&expected.mentions, upTo);
         removeBelow(&expected.reactions, upTo);
@@ -119,14 +117,16 @@ void change(Dialog &dialog, Expected &expected, FuzzedDataProvider &data)
 
 void fuzzOne(QByteArrayView input)
 {
-    FuzzedDataProvider data(reinterpret_cast<const uint8_t *>(input.data()), size_t(input.size()));
+    fuzzing::Pieces data(input);
     Dialog dialog;
     Expected expected;
-    for (int i = 0; i < 12 && data.remaining_bytes() > 0; ++i) {
+    for (int i = 0; i < 12 && !data.isEmpty(); ++i) {
         change(dialog, expected, data);
         check(std::ranges::equal(dialog.atMeMessages(), expected.mentions), "the mentions");
         check(std::ranges::equal(dialog.reactedMessages(), expected.reactions), "the reactions");
-        check(dialog.atMeMessageCount() == int(expected.mentions.size()), "their number");
+        check(dialog.atMeMessageCount() == int(expected.mentions.size())
+                  && dialog.reactedMessageCount() == int(expected.reactions.size()),
+              "their number");
     }
     Dialog other;
     other.setMentionIdData(dialog.getMentionIdData());

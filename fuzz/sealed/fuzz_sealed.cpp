@@ -5,17 +5,15 @@
 #include "cryptobase/sealing.h"
 #include "support/fuzzing.h"
 
-#include <fuzzer/FuzzedDataProvider.h>
-
 using fuzzing::check;
 
 void fuzzOne(QByteArrayView input)
 {
-    FuzzedDataProvider data(reinterpret_cast<const uint8_t *>(input.data()), size_t(input.size()));
-    const auto place = data.ConsumeIntegral<quint32>();
-    const auto bit = data.ConsumeIntegralInRange<int>(0, 7);
-    const QByteArray vector = QByteArray::fromStdString(data.ConsumeRandomLengthString(40));
-    const QByteArray bytes = QByteArray::fromStdString(data.ConsumeRemainingBytesAsString());
+    fuzzing::Pieces data(input);
+    const auto place = quint32(data.number());
+    const auto bit = data.number(0, 7);
+    const QByteArray vector = data.bytes(data.number(0, 40)).toByteArray();
+    const QByteArray bytes = data.rest().toByteArray();
     const QByteArray key(32, 'k');
     const cryptobase::SecureBytes secret(QByteArray(32, 'k'));
 

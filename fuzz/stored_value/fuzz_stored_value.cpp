@@ -4,8 +4,9 @@
 #include "storage/valuecodec_p.h"
 #include "support/fuzzing.h"
 
-#include <fuzzer/FuzzedDataProvider.h>
 #include <SQLiteCpp/SQLiteCpp.h>
+
+#include <bit>
 
 using fuzzing::check;
 
@@ -47,24 +48,24 @@ private:
 
 void fuzzOne(QByteArrayView input)
 {
-    FuzzedDataProvider data(reinterpret_cast<const uint8_t *>(input.data()), size_t(input.size()));
+    fuzzing::Pieces data(input);
     static Row row;
     SQLite::Statement &columns = row.cleared();
-    columns.bind(1, std::string(data.PickValueInArray(types)));
-    switch (data.ConsumeIntegralInRange<int>(0, 8)) {
+    columns.bind(1, std::string(types[data.number(0, int(std::size(types)) - 1)]));
+    switch (data.number(0, 8)) {
     case 0:
-        columns.bind(2, data.ConsumeIntegral<int64_t>());
+        columns.bind(2, int64_t(data.bits()));
         break;
     case 1:
-        columns.bind(2, data.ConsumeFloatingPoint<double>());
+        columns.bind(2, std::bit_cast<double>(data.bits()));
         break;
     case 2:
-        columns.bind(2, data.ConsumeRemainingBytesAsString());
+        columns.bind(2, data.rest().toByteArray().toStdString());
         break;
     case 3:
         break;
     default:
-        const std::string bytes = data.ConsumeRemainingBytesAsString();
+        const QByteArrayView bytes = data.rest();
         columns.bind(2, static_cast<const void *>(bytes.data()), int(bytes.size()));
         break;
     }

@@ -45,7 +45,7 @@ QDir fuzzing::folderWith(const QString &name, QByteArrayView content)
 }
 
 /// What the libraries below Qt keep for as long as the process lives.
-extern "C" const char *__lsan_default_suppressions()
+extern "C" Q_DECL_EXPORT const char *__lsan_default_suppressions()
 {
     return "leak:libfontconfig.so\nleak:libfreetype.so\nleak:libQt6Gui.so\n";
 }

@@ -4,6 +4,8 @@
 #include <QDir>
 #include <QString>
 
+#include <algorithm>
+
 /// What every fuzz target defines: looks at one input. The application is there (offscreen, with
 /// its log silenced); an input that breaks something ends the process.
 void fuzzOne(QByteArrayView input);
@@ -18,6 +20,39 @@ void check(bool holds, const char *what);
 /// A text of any kind, half surrogate pairs included: the first byte says whether the rest is UTF-8
 /// (even) or UTF-16 (odd, little-endian).
 QString text(QByteArrayView input);
+
+/// An input as numbers and bytes, taken from its front; behind its end there are zeros.
+class Pieces
+{
+public:
+    explicit Pieces(QByteArrayView input) : m_left(input) { }
+
+    bool isEmpty() const { return m_left.isEmpty(); }
+    bool flag() { return number(0, 1) == 1; }
+    int number() { return int(bits(sizeof(int))); }
+    int number(int least, int most)
+    {
+        const quint64 range = quint64(qint64(most) - least + 1);
+        return int(least + qint64(bits(range > 256 ? sizeof(int) : 1) % range));
+    }
+    quint64 bits(std::size_t size = sizeof(quint64))
+    {
+        quint64 all = 0;
+        for (const char byte : bytes(qsizetype(size)))
+            all = all << 8 | quint8(byte);
+        return all;
+    }
+    QByteArrayView bytes(qsizetype most)
+    {
+        const QByteArrayView taken = m_left.first(std::min(most, m_left.size()));
+        m_left = m_left.sliced(taken.size());
+        return taken;
+    }
+    QByteArrayView rest() { return bytes(m_left.size()); }
+
+private:
+    QByteArrayView m_left;
+};
 
 /// A directory with one file of this name and content, and nothing else. The same one each time.
 QDir folderWith(const QString &name, QByteArrayView content);

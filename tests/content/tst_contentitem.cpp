@@ -175,6 +175,7 @@ private Q_SLOTS:
         QCOMPARE(item->previewUrls(u"a.example"_s), QStringList{u"https://a.example/hidden"_s});
 
         QVERIFY(item->hasUrl() && item->hasEntity());
+        QVERIFY(textItem(text, {block(2, 0, 3)})->hasUrl()); // an address
         QVERIFY(!textItem(text, {block(7, 0, 3)})->hasUrl());
         QHash<int, QSet<int>> emoji;
         const QVariantMap data{{u"pack_id"_s, 5}, {u"emoji_id"_s, 6}};
@@ -195,6 +196,12 @@ private Q_SLOTS:
         QVERIFY(measure(item).height() < open.height() / 2);
         item->setCollapsed(1, false);
         QCOMPARE(measure(item), open);
+
+        const ItemPointer quote = textItem(u"q"_s, {block(TextEntityType::Quoted, 0, 1)});
+        quote->setCollapsed(0, true);
+        im::content::Content sent;
+        quote->serialize(&sent);
+        QVERIFY(sent.text().textentity(0).collapsed());
 
         log.take();
         for (int index : {-1, 0, 2, INT_MAX})
@@ -356,35 +363,6 @@ private Q_SLOTS:
         QCOMPARE(item->contentWidth(), 32767);
         item->setContentHeight(nullptr);
         QCOMPARE(item->contentHeight(), 120);
-    }
-
-    void offsetsOutsideTheText()
-    {
-        // Kept as they came, yet nothing reads outside the text.
-        UserTextBlocks blocks;
-        for (int type = 0; type <= 20; ++type) {
-            for (const auto &[from, len] : {std::pair{-3, 5},
-                                            {2, -1},
-                                            {3, 100},
-                                            {100, 5},
-                                            {INT_MAX, INT_MAX},
-                                            {INT_MIN, INT_MIN},
-                                            {INT_MIN, INT_MAX},
-                                            {0, INT_MAX}})
-                blocks.append(block(type, from, len, u"https://a.example/x"_s));
-        }
-        const ItemPointer item = textItem(u"a😀b"_s, blocks);
-        QVERIFY(measure(item).height() > 0);
-        item->previewUrls(QString());
-        for (const QVariant &spoiler : item->spoilers()) {
-            const int from = spoiler.toMap().value(u"from"_s).toInt();
-            const int len = spoiler.toMap().value(u"len"_s).toInt();
-            QVERIFY(from >= 0 && len >= 0 && from + len <= 4);
-        }
-        im::content::Content content;
-        item->serialize(&content);
-        QCOMPARE(content.text().textentity_size(), blocks.size());
-        QCOMPARE(content.text().textentity(5).offset(), INT_MIN);
     }
 };
 

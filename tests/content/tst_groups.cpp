@@ -1,9 +1,11 @@
 #include "base/json.h"
 #include "content/contentfactory.h"
 #include "content/filedata.h"
+#include "content/innerfiledata.h"
 #include "content/items/captionitem.h"
 #include "content/items/combineditem.h"
 #include "content/items/filegroupitem.h"
+#include "content/items/folderitem.h"
 #include "content/items/imageitem.h"
 #include "content/items/locationitem.h"
 #include "content/items/mediagroupitem.h"
@@ -281,6 +283,69 @@ private Q_SLOTS:
         }
     }
 
+    /// Each file of an item counts, and no longer those that it had.
+    void uploads()
+    {
+        const auto image = QSharedPointer<ImageItem>::create(1, nullptr);
+        QList<FileItem::UploadState> told;
+        connect(image.data(), &FileItem::uploadStateChanged, this,
+                [&] { told.append(image->uploadState()); });
+        const auto upload = [](BaseFile::FileState state) {
+            const auto file = fileOf("a");
+            file->setFileState(state);
+            return file;
+        };
+        const auto photo = upload(BaseFile::WaitingForUpload);
+        image->setSourceFile(photo);
+        photo->setFileState(BaseFile::Uploading);
+        photo->setFileState(BaseFile::Downloaded);
+        const auto live = upload(BaseFile::UploadPaused);
+        image->setLivePhoto(live);
+        live->setFileState(BaseFile::UploadFailed);
+        image->setThumbnailFile(upload(BaseFile::Uploading)); // less than a failure
+        image->setLivePhoto({});
+        live->setFileState(BaseFile::Uploading);
+        image->setThumbnailFile({});
+        using enum FileItem::UploadState;
+        QCOMPARE(told,
+                 (QList{WaitingForUpload, Uploading, NoUpload, UploadPaused, UploadFailed,
+                        Uploading, NoUpload}));
+    }
+
+    void searchedByWhatIsSeen()
+    {
+        const auto music = QSharedPointer<MusicItem>::create(1, nullptr);
+        music->setSourceFile(fileOf("a.mp3"));
+        music->setDisplayName(u"b.mp3"_s);
+        music->setTitle(u"Morning"_s);
+        music->setAuthor(u"Mia"_s);
+        music->setContent(u"at dawn"_s, {});
+        QCOMPARE(music->getKeyword(), u"at dawn\nb.mp3\na.mp3\nMorning\nMia"_s);
+        const auto place = QSharedPointer<LocationItem>::create(1, nullptr);
+        place->setPlace(u"The lake"_s);
+        place->setAddress(u"Shore Road 1"_s);
+        QCOMPARE(place->getKeyword(), u"The lake\nShore Road 1"_s);
+        place->setCoordinates(8.5, 47.25);
+        QCOMPARE(place->gps(), u"47.250000, 8.500000"_s);
+        place->setCoordinates(8.5, 90.1);
+        QCOMPARE(place->gps(), QString());
+    }
+
+    /// Of a picture that cannot be shown nothing is drawn but the icon of a file.
+    void kindsOfFiles()
+    {
+        const auto file = QSharedPointer<FileItem>::create(1, nullptr);
+        file->setSourceFile(fileOf("a.heic"));
+        QCOMPARE(file->fileType(), FileItem::PlainFile);
+        SignalLog log{file.data()};
+        file->setThumbnailFile(fileOf("a.png"));
+        QVERIFY(log.take().contains(u"fileTypeChanged"));
+        QCOMPARE(file->fileType(), FileItem::PictureFile);
+        const auto image = QSharedPointer<ImageItem>::create(1, nullptr);
+        image->setSourceFile(fileOf("a.GIF"));
+        QVERIFY(image->isAnimated());
+    }
+
     void storedFormIsThatOfTheMembers()
     {
         const auto group = QSharedPointer<MediaGroupItem>::create(
@@ -297,40 +362,34 @@ private Q_SLOTS:
         QCOMPARE(body.ByteSizeLong(), size_t(0));
     }
 
-    void groupsOfMessages_data()
-    {
-        using Types = QList<qint32>; // 0: a message without a content that can be shown
-        QTest::addColumn<Types>("types");
-        QTest::addColumn<qint32>("group"); // 0: none, -1: none, with a warning
-        using enum ContentItem::Type;
-        QTest::addRow("album") << Types{Image, Video, Image} << qint32(MediaGroup);
-        QTest::addRow("files") << Types{Voice, Folder, Music, File} << qint32(FileGroup);
-        QTest::addRow("media among files") << Types{Image, File, Video} << qint32(FileGroup);
-        QTest::addRow("one") << Types{Image} << 0;
-        QTest::addRow("one that can be shown") << Types{0, File, 0} << 0;
-        QTest::addRow("none") << Types{} << 0;
-        QTest::addRow("two that can be shown") << Types{Video, 0, Video} << qint32(MediaGroup);
-        QTest::addRow("a text among media") << Types{Image, Text, Image} << -1;
-        QTest::addRow("a place among files") << Types{File, File, Location} << -1;
-    }
     /// Whatever is sent together, nothing of it goes missing.
     void groupsOfMessages()
     {
-        QFETCH(QList<qint32>, types);
-        QFETCH(qint32, group);
-        Items contents;
-        for (const qint32 type : types)
-            contents.append(type == 0 ? nullptr : member({30, 40}, type));
-        if (group == -1)
-            QTest::ignoreMessage(QtWarningMsg,
-                                 "Contents that no group can hold are not shown as one.");
-        const auto item = makeGroupItem(contents, 8, nullptr);
-        QCOMPARE(item ? item->type() : 0, std::max(group, 0));
-        if (!item)
-            return;
-        contents.removeAll({});
-        QCOMPARE(item->innerItems(), contents);
-        QCOMPARE(item->source(), 8);
+        using enum ContentItem::Type;
+        // 0: a message without a content that can be shown; none: neither is a group.
+        const std::pair<QList<qint32>, qint32> expected[] = {
+            {{Image, Video, Image}, MediaGroup},
+            {{Voice, Folder, Music, File}, FileGroup},
+            {{Image, File, Video}, FileGroup},
+            {{Video, 0, Video}, MediaGroup},
+            {{Image}, 0},
+            {{0, File, 0}, 0},
+            {{}, 0},
+            {{Image, Text, Image}, -1},
+            {{File, File, Location}, -1},
+        };
+        for (const auto &[types, group] : expected) {
+            Items contents;
+            for (const qint32 type : types)
+                contents.append(type == 0 ? nullptr : member({30, 40}, type));
+            if (group == -1)
+                QTest::ignoreMessage(QtWarningMsg,
+                                     "Contents that no group can hold are not shown as one.");
+            const auto item = makeGroupItem(contents, 8, nullptr);
+            QCOMPARE(item ? item->type() : 0, std::max(group, 0));
+            contents.removeAll({});
+            QVERIFY(!item || (item->innerItems() == contents && item->source() == 8));
+        }
     }
 
     void storedGroupsAreRestored()
@@ -342,8 +401,13 @@ private Q_SLOTS:
         video->setContent(u"At the lake"_s, {});
         const auto music = QSharedPointer<MusicItem>::create(1, nullptr);
         music->setTitle(u"Morning"_s);
+        const QVariantList files{QVariantMap{{u"fileId"_s, u"f"_s}, {u"fileName"_s, u"a.txt"_s}}};
+        const QVariantMap inner{{u"name"_s, u"b"_s}, {u"files"_s, files}};
+        const auto folder = QSharedPointer<FolderItem>::create(1, nullptr);
+        folder->setFolders({QVariantMap{
+            {u"name"_s, u"a"_s}, {u"files"_s, files}, {u"folders"_s, QVariantList{inner}}}});
 
-        for (const Items &members : {Items{image, video}, Items{music, image, video}}) {
+        for (const Items &members : {Items{image, video}, Items{music, image, video, folder}}) {
             const auto group = makeGroupItem(members, 1, nullptr);
             const QByteArray stored = mapToJson(serializeContent(group));
             const auto again = restoreContent(stored.toStdString(), 1, 1, nullptr);
@@ -352,6 +416,11 @@ private Q_SLOTS:
             QCOMPARE(again->innerItems().size(), members.size());
             QCOMPARE(again->getKeyword(), group->getKeyword());
             QCOMPARE(mapToJson(serializeContent(again)), stored);
+            const auto last = again->innerItems().last().objectCast<FolderItem>();
+            if (members.last() == folder) {
+                QCOMPARE(last->fileCount(), 2);
+                QCOMPARE(last->innerFiles().last()->innerDiskPath(), u"a/b/a.txt"_s);
+            }
             // Who asks for a body gets that of the first message.
             const auto first = makeContentItem(stored.toStdString(), 1, 1, nullptr);
             QCOMPARE(serializeContent(first), serializeContent(members.first()));
@@ -397,7 +466,9 @@ private Q_SLOTS:
         im::Message *inner = outer.add_combined_messages();
         *inner->add_combined_messages() = message(4, 7, "deep");
         inner->mutable_group_sender()->set_group_id(7);
-        inner->mutable_group_sender()->set_title("Lake club");
+        inner->mutable_group_sender()->set_title("Lake");
+        inner->mutable_group_sender()->set_channel_name("Lake club");
+        inner->mutable_group_sender()->set_send_from_channel(true);
         outer.set_total_combined_messages(9);
 
         const auto made = makeMessageItem(outer, opened, 1, nullptr).objectCast<CombinedItem>();
@@ -443,6 +514,8 @@ private Q_SLOTS:
         const auto innermost = qobject_cast<CombinedItem *>(copy.entries().at(2).contentItem());
         QVERIFY(innermost);
         QCOMPARE(innermost->title(), u"Li"_s);
+        copy.entries().at(0).contentItem()->setContent(u"other"_s, {});
+        QCOMPARE(item.entries().at(0).contentItem()->content(), u"hello\nthere"_s);
         QCOMPARE(item.title(), u"Mia, Lake club"_s);
         QCOMPARE(item.entries().at(2).contentItem()->property("title"), u"Mia"_s);
     }
@@ -489,6 +562,7 @@ private Q_SLOTS:
         const CombinedItem many(wide, nullptr, 1, nullptr);
         QVERIFY(many.count() < 5000);
         QCOMPARE(many.total(), 20'000);
+        QCOMPARE(many.summary().size(), 3);
 
         for (const QVariant &odd :
              {QVariant(), QVariant(u"x"_s), QVariant(-1),

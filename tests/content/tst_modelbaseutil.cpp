@@ -43,6 +43,7 @@ private Q_SLOTS:
     {
         for (const auto &[source, fileType, path] : {std::tuple{4, 2, u"/7/clouddrive/image/"_s},
                                                      {1, 5, u"/7/file/"_s},
+                                                     {128, 4, u"/7/quickreply/video/"_s},
                                                      {256, 13, u"/7/schedule/messagefile/"_s},
                                                      {3, 99, u"/7/"_s}})
             QCOMPARE(ModelBaseUtil::makeMediaPath(u"/7/"_s, source, fileType)
@@ -51,6 +52,8 @@ private Q_SLOTS:
         QCOMPARE(ModelBaseUtil::getFileTypeString(1), ModelBaseUtil::getFileTypeString(11));
 
         // Each kind of message that is uploaded has a folder for its files.
+        QCOMPARE(ModelBaseUtil::uploadTypes(), (QSet<int>{2, 3, 4, 5, 6, 500}));
+        QCOMPARE(ModelBaseUtil::typingTypes(), ModelBaseUtil::uploadTypes() + QSet<int>{1});
         for (int type : ModelBaseUtil::uploadTypes()) {
             const int fileType = ModelBaseUtil::getMsgTypeToFileType(type);
             QVERIFY(ModelBaseUtil::isFileType(type)

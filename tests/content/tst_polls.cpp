@@ -129,6 +129,9 @@ private Q_SLOTS:
         QVERIFY(poll->updateResult(result({1, 4}, 11)));
         QCOMPARE(log.take(), u"optionsChanged votersTotalChanged"_s);
         QCOMPARE(poll->votedOptions(), QList<int>{0});
+        // Two votes of the same moment.
+        QVERIFY(poll->updateResult(result({2, 4}, 11)));
+        QCOMPARE(log.take(), u"optionsChanged"_s);
         // Late and foreign results.
         QVERIFY(!poll->updateResult(result({9, 9}, 10)));
         im::PollResult other = result({9, 9}, 99);
@@ -144,6 +147,17 @@ private Q_SLOTS:
         QCOMPARE(poll->answer(), PollItem::WrongAnswer);
         QVERIFY(poll->options().at(1).right);
 
+        // Whoever has voted knows the right answers, in whichever order.
+        last.set_last_updated(13);
+        last.add_expected_answers(0);
+        last.set_with_voted_options(true);
+        last.add_voted_options(1);
+        last.add_voted_options(0);
+        last.add_voters()->set_has_remaining(true);
+        QVERIFY(poll->updateResult(last));
+        QCOMPARE(poll->answer(), PollItem::RightAnswer);
+        QVERIFY(poll->hasMoreVoters(0) && !poll->hasMoreVoters(1));
+
         const auto again = restored(poll);
         im::PollInfo held;
         im::PollInfo reread;
@@ -151,7 +165,7 @@ private Q_SLOTS:
         again->pollInfo(&reread);
         QCOMPARE(reread.SerializeAsString(), held.SerializeAsString());
         QCOMPARE(again->options().at(1).count, 5);
-        QCOMPARE(copyContent(poll).objectCast<PollItem>()->answer(), PollItem::WrongAnswer);
+        QCOMPARE(copyContent(poll).objectCast<PollItem>()->answer(), PollItem::RightAnswer);
     }
 
     void hostileResults()
@@ -223,6 +237,8 @@ private Q_SLOTS:
         QCOMPARE(late->comment(), QString());
         late->pollInfo(&info);
         QCOMPARE(QByteArray::fromStdString(info.comment()), cipher);
+        // Settings of who has not voted say nothing of it.
+        late->setPollInfo(im::PollInfo());
         late->setContent(pollBody({"a"}, key.toStdString()));
         QCOMPARE(late->comment(), u"because"_s);
     }
@@ -232,6 +248,7 @@ private Q_SLOTS:
         const auto poll = make<PollItem>(pollBody({"a", "b", "c"}));
         im::PollInfo info;
         info.set_poll_id("p");
+        info.set_options_count(3);
         info.add_expected_answers(2);
         QVERIFY(poll->setPollInfo(info));
         const auto other = make<PollItem>(pollBody({"d"}));
@@ -255,6 +272,9 @@ private Q_SLOTS:
                              "Right answers that the poll does not offer are left out.");
         poll->setOptionItems({options.at(1), options.at(2)});
         QCOMPARE(poll->expectedAnswers(), QList<int>());
+
+        poll->setOptionItems({});
+        QCOMPARE(poll->optionCount(), 0);
 
         const auto lottery = QSharedPointer<LotteryItem>::create(1, nullptr);
         im::Lottery record;
@@ -289,6 +309,30 @@ private Q_SLOTS:
         const auto copy = copyContent(poll).objectCast<PollItem>();
         copy->options().at(0).contentItem()->setContent(u"changed"_s, {});
         QCOMPARE(first->content(), u"a"_s);
+    }
+
+    /// Nobody who is mentioned is left out, in whichever option.
+    void mentionsInside()
+    {
+        Content body = pollBody({"@a", "@b @c", "@all"});
+        for (const auto &[option, from, user] :
+             {std::tuple{0, 0, 5}, {1, 0, 7}, {1, 3, 8}, {2, 0, 0}}) {
+            auto *mention =
+                body.mutable_poll()->mutable_options(option)->mutable_text()->add_textentity();
+            mention->set_type(im::content::TextEntity::MENTION_NAME);
+            mention->set_offset(from);
+            mention->set_length(2);
+            mention->set_mention_user_id(user);
+        }
+        auto *emoji = body.mutable_poll()->mutable_desc()->mutable_text()->add_textentity();
+        emoji->set_type(im::content::TextEntity::CUSTOM_EMOJI);
+        emoji->set_custom_emoji_id(6);
+        const auto poll = make<PollItem>(body);
+        QHash<int, QSet<int>> packs;
+        QVERIFY(poll->hasCustomEmoji(packs) && packs[0].contains(6));
+        QCOMPARE(poll->mentionUserIds(), (QList<qint64>{5, 7, 8}));
+        QCOMPARE(poll->mentionUsers(),
+                 (QVariantMap{{u"atAll"_s, 1}, {u"atUsers"_s, QVariantList{5, 7, 8}}}));
     }
 
     /// A poll whose option is a poll whose option is a poll ...
@@ -332,62 +376,6 @@ private Q_SLOTS:
         Content written;
         wide->serialize(&written);
         QCOMPARE(written.poll().options(19'999).text().text(), "x");
-    }
-
-    void oddStoredValues_data()
-    {
-        QTest::addColumn<QString>("type");
-        QTest::addColumn<QString>("key");
-        for (const auto &[type, item] :
-             {std::pair<QString, QSharedPointer<ContentItem>>{u"poll"_s,
-                                                              make<PollItem>(pollBody({"a"}))},
-              {u"lottery"_s, QSharedPointer<LotteryItem>::create(1, nullptr)}}) {
-            QStringList keys = stored(item).keys();
-            keys += {u"title"_s, u"pollInfo"_s, u"lottery"_s, u"rest"_s};
-            for (const QString &key : std::as_const(keys)) {
-                if (key != u"type")
-                    QTest::addRow("%s, %s", qPrintable(type), qPrintable(key)) << type << key;
-            }
-        }
-    }
-    void oddStoredValues()
-    {
-        QFETCH(QString, type);
-        QFETCH(QString, key);
-        const QVariantMap map{{u"type"_s, type}, {u"x"_s, 1}};
-        const QVariantList odd{{},
-                               u"text"_s,
-                               u"%%%"_s,
-                               u"AAAA"_s,
-                               -1,
-                               beyondDouble,
-                               1e300,
-                               true,
-                               qQNaN(),
-                               QVariantList{1, {}},
-                               map,
-                               QVariantList{QVariantList{}, map, -7, u"o"_s},
-                               QByteArray("\xff\0", 2)};
-        for (const QVariant &value : odd) {
-            QVariantMap wrong{{u"type"_s, type},
-                              {u"options"_s, QVariantList{u"one"_s, u"two"_s}},
-                              {u"optionCount"_s, 2}};
-            wrong.insert(key, value);
-            const auto item = makeContentItem({{u"content"_s, QVariantList{wrong}}}, 1, nullptr);
-            QVERIFY(item);
-            item->deserialize(wrong);
-            int lines = 0;
-            QVERIFY(!item->calcContentSize(lines, 300, 0, false).isEmpty());
-            for (const int answer : item->property("expectedAnswers").value<QList<int>>())
-                QVERIFY(answer >= 0 && answer < 2);
-            QVERIFY(item->property("optionCount").toInt() >= 0);
-            // What is written is read back as the same.
-            const auto again = makeContentItem(serializeContent(item), 1, nullptr);
-            QCOMPARE(serializeContent(again), serializeContent(item));
-            Content body;
-            item->serialize(&body);
-            QVERIFY(body.has_poll() || body.has_lottery());
-        }
     }
 
     void amountsAreExact()
@@ -462,6 +450,13 @@ private Q_SLOTS:
         QCOMPARE(draw->prizes().at(1).drawn, 2);
         QCOMPARE(draw->shares().at(2).prizeIndex, -1);
         QCOMPARE(draw->drawn(), 2);
+        QVERIFY(!draw->hasMyShare());
+        lottery.mutable_prize()->mutable_my_share()->set_prize_index(1);
+        draw->setLottery(lottery);
+        QVERIFY(draw->hasMyShare());
+        lottery.mutable_red_packet()->add_results();
+        QVERIFY(!draw->addShares(lottery));
+        log.take();
         draw->setOptionItems({draw->options().at(1).content.toStrongRef()});
         QCOMPARE(log.take(), u"optionsChanged lotteryChanged prizesChanged needRecalcSize"_s);
         QVERIFY(draw->shares().at(0).prizeIndex == -1);

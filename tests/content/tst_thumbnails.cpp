@@ -2,9 +2,11 @@
 #include "base/json.h"
 #include "content/contentfactory.h"
 #include "content/filedata.h"
+#include "content/fileprovider.h"
 #include "content/items/locationitem.h"
 #include "content/items/musicitem.h"
 #include "content/items/outgoingfile.h"
+#include "protocol/message_content.pb.h"
 #include "settings/appdirmanager.h"
 #include "support/fakeaccount.h"
 #include "support/signallog.h"
@@ -73,6 +75,12 @@ private Q_SLOTS:
         look(*item);
         QCOMPARE(log.take(), QString());
 
+        // Messages know nothing of it.
+        im::content::Content sent;
+        item->serialize(&sent);
+        item->setContent(sent);
+        QCOMPARE(item->thumbnailFile(), cover);
+
         QCOMPARE(clearImages(account), 1);
         look(*item);
         QCOMPARE(item->thumbnailFile(), cover);
@@ -88,6 +96,23 @@ private Q_SLOTS:
         QVERIFY(again->thumbnailFile() && !again->thumbnailFile()->exists());
         look(*again);
         QVERIFY(again->thumbnailFile()->exists());
+
+        // The tags are those of the song that it has become.
+        again->setTitle(u"Evening"_s);
+        again->audioInfo();
+        again->setSourceFile(downloaded(u"voice.ogg"_s, u"other"_s));
+        ThreadManager::getInstance()->threadPool()->waitForDone();
+        QCoreApplication::processEvents();
+        QCOMPARE(again->title(), u"Evening"_s);
+
+        // A file of the server that has such an id is no cover of ours.
+        BaseFile base(u"Mtheirs"_s);
+        base.setAesKey("key");
+        const auto theirs = next.fileProvider()->add(QSharedPointer<FileData>::create(&base));
+        again->setSourceFile(downloaded(u"morning.mp3"_s, u"theirs"_s));
+        again->setThumbnailFile({});
+        look(*again);
+        QVERIFY(again->thumbnailFile() && again->thumbnailFile() != theirs);
 
         // Songs without an id share nothing.
         const auto one = QSharedPointer<MusicItem>::create(1, &account);
@@ -113,6 +138,16 @@ private Q_SLOTS:
         QVERIFY(item->setMapImage(media(u"map.png"_s), 9, 46));
         QVERIFY(!item->setMapImage(media(u"lake.jpg"_s), 8, 47));
         QCOMPARE(item->thumbnailFile()->fileName(), u"map.png"_s);
+        im::content::Content sent;
+        item->serialize(&sent);
+        item->setContent(sent);
+        QVERIFY(item->thumbnailFile());
+        sent.mutable_location()->set_latitude(47);
+        item->setContent(sent);
+        QVERIFY(!item->thumbnailFile());
+        QVERIFY(item->setMapImage(media(u"map.png"_s), 9, 47));
+        item->setCoordinates(8, 47);
+        QVERIFY(!item->thumbnailFile());
         LocationItem::setMapImageFetcher({});
     }
 
@@ -135,6 +170,34 @@ private Q_SLOTS:
         QCOMPARE(item->property("thumbW"), 640);
         QCOMPARE(item->property("w"), 1280);
         QCOMPARE(item->property("h"), 720);
+    }
+
+    /// The server gives an upload its id; what is made of another file is of no use.
+    void filesMayBeReplaced()
+    {
+        const auto item = makeOutgoingFile(QUrl::fromLocalFile(media(u"sunrise.mp4"_s)).toString(),
+                                           ContentItem::Video, 1, nullptr);
+        QSignalSpy captured(item.data(), &FileItem::thumbnailCaptured);
+        QTRY_COMPARE(captured.size(), 1);
+        QVERIFY(item->property("duration").toInt() >= 2);
+        const QString path = item->sourceFile()->BaseFile::filePath();
+        QVERIFY(!path.isEmpty() && item->sourceFile()->aesKey().size() == 32);
+        im::content::Content sent;
+        item->serialize(&sent);
+        sent.mutable_video()->mutable_video_file()->set_id("v1");
+        item->setContent(sent);
+        QCOMPARE(item->sourceFile()->fileId(), u"v1"_s);
+        QCOMPARE(item->sourceFile()->BaseFile::filePath(), path);
+
+        item->setThumbnailFile({});
+        item->captureThumbnail();
+        item->setSourceFile(downloaded(u"lake.jpg"_s, u"p1"_s));
+        QTRY_COMPARE(captured.size(), 2);
+        QVERIFY(!captured.last().at(0).toBool() && !item->thumbnailFile());
+
+        const auto song = makeOutgoingFile(media(u"morning.mp3"_s), ContentItem::Music, 1, nullptr);
+        QCOMPARE(song->property("title"), u"Утро у озера — 湖の朝"_s);
+        QVERIFY(song->property("duration").toInt() >= 3);
     }
 
     /// The pool is closed before it comes to the work.

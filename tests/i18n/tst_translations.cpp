@@ -92,24 +92,20 @@ private Q_SLOTS:
         AppSettingModel::releaseInstance();
     }
 
-    void languages_data()
-    {
-        QTest::addColumn<QString>("language");
-        QTest::addColumn<QString>("text");
-        for (const QString &language : {u"en"_s, u"en_GB"_s, u"de_DE"_s, u"tlh"_s, u"C"_s, u"_"_s})
-            QTest::newRow(qPrintable(language)) << language << englishRemoval;
-        for (const QString &language : {u"ar"_s, u"ar_EG"_s, u"ar-SA"_s})
-            QTest::newRow(qPrintable(language)) << language << arabicRemoval;
-        for (const QString &language : {u"zh"_s, u"zh_CN"_s, u"zh_TW"_s, u"zh_Hant_HK"_s})
-            QTest::newRow(qPrintable(language)) << language << chineseRemoval;
-    }
     void languages()
     {
-        QFETCH(QString, language);
-        settings()->setLanguage(language);
-        SystemItem item(1, nullptr);
-        item.setInfo(removal());
-        QTEST(item.text(), "text");
+        const std::pair<const QString &, QStringList> expected[] = {
+            {englishRemoval, {u"en"_s, u"en_GB"_s, u"de_DE"_s, u"tlh"_s, u"C"_s, u"_"_s}},
+            {arabicRemoval, {u"ar"_s, u"ar_EG"_s, u"ar-SA"_s}},
+            {chineseRemoval, {u"zh"_s, u"zh_CN"_s, u"zh_TW"_s, u"zh_Hant_HK"_s}}};
+        for (const auto &[text, languages] : expected) {
+            for (const QString &language : languages) {
+                settings()->setLanguage(language);
+                SystemItem item(1, nullptr);
+                item.setInfo(removal());
+                QCOMPARE(item.text(), text);
+            }
+        }
     }
 
     void shownTextsFollow()
@@ -199,36 +195,25 @@ private Q_SLOTS:
         worker.wait();
     }
 
-    void plurals_data()
-    {
-        QTest::addColumn<QString>("language");
-        QTest::addColumn<int>("count");
-        QTest::addColumn<QString>("text");
-        const auto rows = [](const QString &language,
-                             std::initializer_list<std::pair<int, const char16_t *>> texts) {
-            for (const auto &[count, text] : texts) {
-                QTest::addRow("%s %d", qPrintable(language), count)
-                    << language << count << QString::fromUtf16(text);
-            }
-        };
-        rows(u"en"_s, {{0, u"0 days"}, {1, u"1 day"}, {2, u"2 days"}, {101, u"101 days"}});
-        rows(u"ar"_s,
-             {{0, u"0 يوم"},
-              {1, u"يوم واحد"},
-              {2, u"يومين"},
-              {3, u"3 أيام"},
-              {11, u"11 يومًا"},
-              {100, u"100 يوم"},
-              {103, u"103 أيام"}});
-        rows(u"zh"_s, {{0, u"0 天"}, {1, u"1 天"}, {2, u"2 天"}});
-        rows(u"tlh"_s, {{1, u"1 day"}, {2, u"2 days"}});
-    }
     void plurals()
     {
-        QFETCH(QString, language);
-        QFETCH(int, count);
-        settings()->setLanguage(language);
-        QTEST(translated("system_alert_days", count), "text");
+        const std::pair<QString, QMap<int, QString>> expected[] = {
+            {u"en"_s, {{0, u"0 days"_s}, {1, u"1 day"_s}, {2, u"2 days"_s}, {101, u"101 days"_s}}},
+            {u"ar"_s,
+             {{0, u"0 يوم"_s},
+              {1, u"يوم واحد"_s},
+              {2, u"يومين"_s},
+              {3, u"3 أيام"_s},
+              {11, u"11 يومًا"_s},
+              {100, u"100 يوم"_s},
+              {103, u"103 أيام"_s}}},
+            {u"zh"_s, {{0, u"0 天"_s}, {1, u"1 天"_s}, {2, u"2 天"_s}}},
+            {u"tlh"_s, {{1, u"1 day"_s}, {2, u"2 days"_s}}}};
+        for (const auto &[language, texts] : expected) {
+            settings()->setLanguage(language);
+            for (auto text = texts.cbegin(); text != texts.cend(); ++text)
+                QCOMPARE(translated("system_alert_days", text.key()), *text);
+        }
     }
 
     void datesAreOfTheLanguage()
@@ -259,19 +244,6 @@ private Q_SLOTS:
         alert.add_targets()->set_name("سارة");
         item.setInfo(alert);
         QCOMPARE(item.text(), u"انضم \u2068Ben\u2069، \u2068سارة\u2069 إلى المجموعة"_s);
-    }
-
-    void everyStateOfACall()
-    {
-        settings()->setLanguage(u"ar"_s);
-        CallItem call(1, nullptr);
-        for (int state = CallItem::Unknown; state <= CallItem::Busy; ++state) {
-            for (const bool outgoing : {false, true}) {
-                call.setState(state);
-                call.setOutgoing(outgoing);
-                QVERIFY2(call.text().isRightToLeft(), qPrintable(call.text()));
-            }
-        }
     }
 
     void cataloguesOfTheApplication()

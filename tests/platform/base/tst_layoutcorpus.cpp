@@ -1,5 +1,6 @@
 #include "base/drawabletextbase.h"
 #include "base/wordlayout_p.h"
+#include "referencelayout.h"
 
 #include <QDir>
 #include <QFile>
@@ -7,7 +8,6 @@
 #include <QSet>
 #include <QtEndian>
 #include <QTest>
-#include <QTextLayout>
 #include <QThread>
 
 #include <array>
@@ -128,11 +128,7 @@ struct Request {
         rowLimit = number % 13 == 0 ? 3 : 0;
         const auto length = qint32(text.size());
         const auto block = [](qint32 from, qint32 len, qint32 type) {
-            UserTextBlock made;
-            made.from = from;
-            made.len = len;
-            made.type = type;
-            return made;
+            return UserTextBlock{from, len, type, {}, false};
         };
         if (number % 4 == 1) {
             const qint32 word = qint32(text.indexOf(u' ')) + 1;
@@ -160,35 +156,7 @@ struct Request {
         return measured;
     }
 
-    /// By hand, every paragraph in a layout of its own.
-    Measured reference() const
-    {
-        Measured all;
-        QString lines = text;
-        lines.replace(u"\r\n"_s, u"\n"_s);
-        for (QChar &c : lines) {
-            if (u"\r\v\f\x85\u2028\u2029"_s.contains(c))
-                c = u'\n';
-            else if (c.category() == QChar::Other_Control && c != u'\n' && c != u'\t')
-                c = QChar(0x200B);
-        }
-        QTextOption option;
-        option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-        for (const QString &paragraph : text.isEmpty() ? QStringList() : lines.split(u'\n')) {
-            QTextLayout layout(paragraph, font);
-            layout.setTextOption(option);
-            layout.beginLayout();
-            for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
-                line.setLeadingIncluded(true);
-                line.setLineWidth(width);
-                all.size = {std::max(all.size.width(), line.naturalTextWidth()),
-                            all.size.height() + line.height()};
-                ++all.lineCount;
-            }
-            layout.endLayout();
-        }
-        return all;
-    }
+    Measured reference() const { return referenceLayout(text, width, font); }
 };
 
 /// What a comparison has found.

@@ -1,8 +1,7 @@
-#include "base/drawabletextbase.h"
+#include "referencelayout.h"
 
 #include <QFontMetricsF>
 #include <QTest>
-#include <QTextLayout>
 
 #include <cmath>
 #include <limits>
@@ -79,39 +78,15 @@ struct Request {
     }
 };
 
-/// The same text by hand: every paragraph in a layout of its own, all of it at once.
 Measured reference(const QString &text, double maxWidth = 0, const QFont &font = testFont())
 {
-    Measured all;
-    for (const QString &paragraph : text.split(u'\n')) {
-        QTextLayout layout(paragraph, font);
-        layout.setTextOption([] {
-            QTextOption option;
-            option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-            return option;
-        }());
-        layout.beginLayout();
-        for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
-            line.setLeadingIncluded(true);
-            line.setLineWidth(maxWidth > 0 ? maxWidth : 1000000);
-            all.size = {std::max(all.size.width(), line.naturalTextWidth()),
-                        all.size.height() + line.height()};
-            ++all.lineCount;
-        }
-        layout.endLayout();
-    }
-    return all;
+    return referenceLayout(text, maxWidth, font);
 }
 
 UserTextBlock block(qint32 from, qint32 len, qint32 type, bool collapsed = false)
 {
-    UserTextBlock made;
-    made.from = from;
-    made.len = len;
-    made.type = type;
-    if (collapsed)
-        made.data = QVariantMap{{u"collapsed"_s, true}};
-    return made;
+    const QVariant data = collapsed ? QVariantMap{{u"collapsed"_s, true}} : QVariant();
+    return {from, len, type, data, false};
 }
 
 QString numberedLines(int count)
@@ -145,64 +120,39 @@ class TestTextLayout : public QObject
     const double m_square = m_metrics.height(); // what a custom emoji takes
 
 private Q_SLOTS:
-    void likePlainLayout_data()
-    {
-        QTest::addColumn<QString>("text");
-        // clang-format off
-        QTest::newRow("empty lines") << u"\n\na\n"_s;
-        QTest::newRow("Latin") << u"The quick brown fox – “jumps” over the lazy dog, office AVAVA.\nAgain!"_s;
-        QTest::newRow("long word") << u"See https://example.org/a/very/long/path/without/any/end/to/wrap/at now"_s;
-        QTest::newRow("Arabic") << u"مرحبا، هل يمكنك أن ترسل لي العنوان مرة أخرى؟ room 42 من فضلك"_s;
-        QTest::newRow("Hindi") << u"क्या आप कल मेरे साथ बाज़ार चल सकते हैं? मुझे कुछ सामान खरीदना है।"_s;
-        QTest::newRow("Thai") << u"พรุ่งนี้เราจะไปกินข้าวที่ร้านใหม่ใกล้สถานีรถไฟกันไหม"_s;
-        QTest::newRow("Japanese") << u"明日の会議は午後3時からです。「資料」は先に共有フォルダに入れておきます。"_s;
-        QTest::newRow("emoji") << u"👍🏽👩\u200D💻🇩🇪1\uFE0F\u20E3 🏴\U000E0067\U000E0062\U000E0065\U000E006E\U000E0067\U000E007F❤\uFE0F😀😀😀😀😀"_s;
-        QTest::newRow("tabs and spaces") << u"name\tvalue\n\tindented\t\n  two   and      many          \n     "_s;
-        QTest::newRow("mixed") << u"Meeting 会议 اجتماع पर 😀 at 10:30\nsee 資料"_s;
-        // clang-format on
-    }
     void likePlainLayout()
     {
-        QFETCH(const QString, text);
-        for (const double width : {0.0, -7.0, 1.0, 33.5, 100.0, 250.0, 1e6, 1e300})
-            compare(Request{.text = text, .maxWidth = width}.measure(),
-                    reference(text, std::min(width, 1e6)));
-        compare(Request{.text = text, .maxWidth = std::nan("")}.measure(), reference(text));
-        compare(Request{.text = text, .maxWidth = 40, .wordWrap = false}.measure(),
-                reference(text));
-    }
-
-    void oneLine()
-    {
-        const Measured measured = Request{.text = u"Hello world"_s, .maxWidth = 1000}.measure();
-        QVERIFY(isAbout(measured.size.width(), m_metrics.horizontalAdvance(u"Hello world"_s)));
-        QCOMPARE(measured.size.height(),
-                 std::ceil(m_metrics.height() + std::max(0.0, m_metrics.leading())));
-        QCOMPARE(measured.lineCount, 1);
+        for (
+            const QString &text :
+            {u"\n\na\n"_s, u"See https://example.org/a/very/long/path/without/any/end at"_s,
+             u"name\tvalue\n\tindented\t\n  two   and      many          \n     "_s,
+             u"👍🏽👩\u200D💻🇩🇪1\uFE0F\u20E3 ❤\uFE0F😀😀😀😀😀 اجتماع पर at 10:30\nsee 資料"_s}) {
+            for (const double width : {0.0, -7.0, 1.0, 33.5, 100.0, 250.0, 1e6, 1e300})
+                compare(Request{.text = text, .maxWidth = width}.measure(),
+                        reference(text, std::min(width, 1e6)));
+            compare(Request{.text = text, .maxWidth = std::nan("")}.measure(), reference(text));
+            compare(Request{.text = text, .maxWidth = 40, .wordWrap = false}.measure(),
+                    reference(text));
+        }
         compare(Request{}.measure(), Measured{});
     }
 
-    void longTextsInPieces_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::newRow("words") << u"All work and no play, office. "_s.repeated(300);
-        QTest::newRow("no space") << u"iW"_s.repeated(4500);
-        QTest::newRow("lines") << u"line\n\nof a longer list\n"_s.repeated(300);
-        QTest::newRow("spaces") << u"a"_s + QString(9000, u' ') + u"b"_s;
-        QTest::newRow("Chinese") << u"今天晚上一起吃饭吧?我知道。"_s.repeated(500);
-        QTest::newRow("Arabic") << u"مرحبا، هل يمكنك (42) أن "_s.repeated(250);
-    }
     void longTextsInPieces()
     {
         // Texts far longer than what is laid out in one go measure as if it were one, but for the
         // kerning of two letters between which QTextLayout itself begins a new run.
-        QFETCH(const QString, text);
-        for (const double width : {0.0, 60.0, 320.0, 30000.0}) {
-            const Measured measured = Request{.text = text, .maxWidth = width}.measure();
-            const Measured expected = reference(text, width);
-            QCOMPARE(measured.lineCount, expected.lineCount);
-            QCOMPARE(measured.size.height(), expected.size.height());
-            QVERIFY(std::abs(measured.size.width() - expected.size.width()) < 1);
+        for (const QString &text :
+             {u"All work and no play, office. "_s.repeated(300), u"iW"_s.repeated(4500),
+              u"line\n\nof a longer list\n"_s.repeated(300), u"a"_s + QString(9000, u' ') + u"b"_s,
+              u"今天晚上一起吃饭吧?我知道。"_s.repeated(500),
+              u"مرحبا، هل يمكنك (42) أن "_s.repeated(250)}) {
+            for (const double width : {0.0, 60.0, 320.0, 30000.0}) {
+                const Measured measured = Request{.text = text, .maxWidth = width}.measure();
+                const Measured expected = reference(text, width);
+                QCOMPARE(measured.lineCount, expected.lineCount);
+                QCOMPARE(measured.size.height(), expected.size.height());
+                QVERIFY(std::abs(measured.size.width() - expected.size.width()) < 1);
+            }
         }
     }
 
@@ -417,6 +367,14 @@ private Q_SLOTS:
         }
     }
 
+    void rowsOfBlocksAreCounted()
+    {
+        const Request request{.text = u"word word word word word\nend"_s,
+                              .blocks = {block(0, 28, Quoted, true)},
+                              .maxWidth = 50};
+        QCOMPARE(request.measure().lineCount, DrawableTextBase::collapsedRowCount);
+    }
+
     void emojiOnly()
     {
         const QString text = u"😀❤\uFE0F"_s;
@@ -444,61 +402,44 @@ private Q_SLOTS:
         compare(Request{.text = {}, .blocks = {block(0, 3, CustomEmoji)}}.measure(), {});
     }
 
-    void hostileTexts_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::newRow("no space") << QString(20000, u'x');
-        QTest::newRow("mixed") << u"Hello, 你好世界 مرحبا بالعالم नमस्ते สวัสดี 123 "_s.repeated(1000);
-        QTest::newRow("CR LF") << u"\r\n"_s.repeated(20000);
-        QTest::newRow("spaces") << QString(50000, u' ');
-        QTest::newRow("tabs") << QString(20000, u'\t');
-        QTest::newRow("lone surrogates") << QString(10000, QChar(0xD83D));
-        QTest::newRow("null characters") << QString(10000, QChar(u'\0'));
-        QTest::newRow("objects") << QString(10000, QChar(QChar::ObjectReplacementCharacter));
-        QTest::newRow("combining marks") << u'a' + QString(8000, QChar(0x0301));
-        QTest::newRow("joined without end") << u"👩\u200D"_s.repeated(500);
-        QTest::newRow("regional indicators") << u"🇽"_s.repeated(1000);
-        QTest::newRow("overrides") << QString(10000, QChar(0x202E)) + QString(9, u'x');
-        QTest::newRow("isolates") << QString(10000, QChar(0x2067)) + QString(9, u'x');
-    }
     void hostileTexts()
     {
-        QFETCH(const QString, text);
-        for (const double width : {1.0, 200.0, 0.0}) {
-            Request request{.text = text, .maxWidth = width};
-            const Measured all = request.measure();
-            QVERIFY(all.lineCount >= 1 && all.size.isValid() && all.size.height() > 0);
-            request.maxRowCount = 3;
-            request.tolerance = 1;
-            const Measured few = request.measure();
-            QCOMPARE(few.elided, all.lineCount > 4);
-            QCOMPARE(few.lineCount, few.elided ? 3 : all.lineCount);
+        for (const QString &text :
+             {QString(20000, u'x'),
+              u"Hello, 你好世界 مرحبا بالعالم नमस्ते สวัสดี 123 "_s.repeated(1000),
+              u"\r\n"_s.repeated(20000), QString(50000, u' '), QString(20000, u'\t'),
+              QString(10000, QChar(0xD83D)), QString(10000, QChar(u'\0')),
+              QString(10000, QChar(QChar::ObjectReplacementCharacter)),
+              u'a' + QString(8000, QChar(0x0301)), u"👩\u200D"_s.repeated(500),
+              u"🇽"_s.repeated(1000), QString(10000, QChar(0x202E)) + QString(9, u'x'),
+              QString(10000, QChar(0x2067)) + QString(9, u'x')}) {
+            for (const double width : {1.0, 200.0, 0.0}) {
+                Request request{.text = text, .maxWidth = width};
+                const Measured all = request.measure();
+                QVERIFY(all.lineCount >= 1 && all.size.isValid() && all.size.height() > 0);
+                request.maxRowCount = 3;
+                request.tolerance = 1;
+                const Measured few = request.measure();
+                QCOMPARE(few.elided, all.lineCount > 4);
+                QCOMPARE(few.lineCount, few.elided ? 3 : all.lineCount);
+            }
         }
     }
 
-    void hostileBlocks_data()
-    {
-        QTest::addColumn<int>("step");
-        QTest::addColumn<int>("length");
-        QTest::newRow("side by side") << 1 << 1;
-        QTest::newRow("apart") << 3 << 1;
-        QTest::newRow("all over each other") << 1 << 5000;
-        QTest::newRow("overlapping") << 7 << 10;
-        QTest::newRow("backwards") << -1 << 5;
-    }
     void hostileBlocks()
     {
-        QFETCH(const int, step);
-        QFETCH(const int, length);
-        Request request{.text = u"lorem ipsum\r\ndolor sit "_s.repeated(250), .maxWidth = 200};
-        const std::array<qint32, 6> types{Bold, CustomEmoji, Quoted, Italic, CodeBlock, Monospace};
-        for (int i = 0; i < 5000; ++i) {
-            const int from = step > 0 ? i * step : 5000 + i * step;
-            request.blocks.append(block(from, length, types[size_t(i) % types.size()], i % 4 == 0));
+        // Side by side, apart, all over each other, overlapping, backwards.
+        for (const auto &[step, length] : {std::pair{1, 1}, {3, 1}, {1, 5000}, {7, 10}, {-1, 5}}) {
+            Request request{.text = u"lorem ipsum\r\ndolor sit "_s.repeated(250), .maxWidth = 200};
+            const qint32 types[] = {Bold, CustomEmoji, Quoted, Italic, CodeBlock, Monospace};
+            for (int i = 0; i < 5000; ++i) {
+                const int from = step > 0 ? i * step : 5000 + i * step;
+                request.blocks.append(block(from, length, types[i % 6], i % 4 == 0));
+            }
+            const Measured measured = request.measure();
+            QVERIFY(measured.lineCount >= 1);
+            QVERIFY(measured.size.width() > 0 && measured.size.width() <= 200);
         }
-        const Measured measured = request.measure();
-        QVERIFY(measured.lineCount >= 1);
-        QVERIFY(measured.size.width() > 0 && measured.size.width() <= 200);
     }
 
     /// Where what was given is in what is drawn: behind added newlines, around pictures.

@@ -6,13 +6,12 @@
 #include <QTest>
 
 #include <atomic>
-#include <functional>
 
 #ifdef Q_OS_UNIX
 #    include <sys/stat.h>
 #endif
 
-/// Files to try a reader on: good ones, and what may stand in their place.
+/// Files to try a reader on: good ones, and what may stand in their place. The fuzz targets damage them.
 namespace damaged
 {
 
@@ -69,26 +68,6 @@ inline QStringList notFiles(const QDir &directory)
     paths << pipe << circle << pipeLink << QStringLiteral("/dev/zero");
 #endif
     return paths;
-}
-
-/// Runs `attempt` on copies of a file that are cut off after every `step` bytes, and on copies with
-/// a damaged byte every `step` bytes.
-inline void forEachDamage(const QByteArray &good, int step, const QString &path,
-                          const std::function<void()> &attempt)
-{
-    const Warnings silence;
-    for (qsizetype at = 0; at < good.size(); at += step) {
-        QVERIFY(!write(path, good.first(at)).isEmpty());
-        attempt();
-        for (const char damage : {'\xff', '\x80', '\x01'}) {
-            QByteArray bad = good;
-            bad[at] = char(bad.at(at) ^ damage);
-            QVERIFY(!write(path, bad).isEmpty());
-            attempt();
-        }
-        if (QTest::currentTestFailed())
-            return;
-    }
 }
 
 } // namespace damaged

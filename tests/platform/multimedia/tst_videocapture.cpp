@@ -157,36 +157,6 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(in(u"a.exe"_s)) && !QFileInfo::exists(in(u"none.png"_s)));
     }
 
-    void damagedVideos_data()
-    {
-        QTest::addColumn<int>("step");
-        QTest::newRow("sunrise.mp4") << 127;
-        QTest::newRow("wink.gif") << 97;
-    }
-
-    // Whatever comes back has been stored; the sanitizers watch the rest.
-    void damagedVideos()
-    {
-        QFETCH(int, step);
-        const QByteArray good = content(mediaPath(QTest::currentDataTag()));
-        QVERIFY(!good.isEmpty());
-        const QString path = in(u"damaged"_s);
-        const QString image = in(u"damaged.png"_s);
-        int captured = 0;
-        forEachDamage(good, step, path, [&] {
-            QFile::remove(image);
-            const auto frame = VideoCapture::capture(path, image, 64);
-            QCOMPARE(QFileInfo::exists(image), frame.has_value());
-            if (frame) {
-                ++captured;
-                QCOMPARE(QImage(image).size(), frame->size);
-                QVERIFY(frame->size.width() <= 64 && frame->size.height() <= 64);
-                QVERIFY(frame->duration >= 0);
-            }
-        });
-        QVERIFY(captured > good.size() / step);
-    }
-
     void fromManyThreads()
     {
         std::atomic<int> good = 0;
