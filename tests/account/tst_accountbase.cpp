@@ -253,6 +253,8 @@ private Q_SLOTS:
         const Messages log;
         if (close) {
             account->closeStorage();
+            change(u"late"_s); // stays in memory
+            QVERIFY(account->accountSettingModel()->getValue(u"late setting"_s, {}).isValid());
             // It is the same one again: nothing was lost.
             run("DROP TRIGGER r1; DROP TRIGGER r2");
             QVERIFY(account->openStorage(true));
