@@ -253,6 +253,8 @@ private Q_SLOTS:
         const Messages log;
         if (close) {
             account->closeStorage();
+            change(u"late"_s); // stays in memory
+            QVERIFY(account->accountSettingModel()->getValue(u"late setting"_s, {}).isValid());
             // It is the same one again: nothing was lost.
             run("DROP TRIGGER r1; DROP TRIGGER r2");
             QVERIFY(account->openStorage(true));
@@ -523,11 +525,20 @@ private Q_SLOTS:
         account->closeStorage();
         QVERIFY(account->openStorage(true));
         QCOMPARE(account->signalStore()->userInfo()->phone, u"5550100"_s);
-        // Whoever dies while it is asked is not told.
+        // Whoever dies while it is asked is not told: the answer comes when the account has gone.
         QVERIFY(writeKey("keychain:master-0"));
-        QCOMPARE(account->signalStore()->open(), crypto::Store::State::Opening);
+        static QSemaphore gone;
+        const auto before =
+            qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &text) {
+                if (text.contains(u"none is running"_s))
+                    gone.acquire();
+            });
+        const auto state = account->signalStore()->open();
         account.reset();
+        gone.release();
         QTest::qWait(50);
+        qInstallMessageHandler(before);
+        QCOMPARE(state, crypto::Store::State::Opening);
     }
 
     void encryptionUnderAKey()

@@ -369,22 +369,6 @@ private Q_SLOTS:
         QCOMPARE(stored(*m_account, u"groups_offset"_s), 3);
     }
 
-    void lateChangesReachNoOtherAccount()
-    {
-        model().saveDialogOffset(1);
-        m_account->closeStorage();
-        model().saveDialogOffset(2);
-        model().removeMissRange(u"dialog_offset"_s);
-        model().saveGroupsOffset(3);
-        QCOMPARE(model().groupsOffset(), 3);
-        m_account->setAccountId(accountId + 1);
-        QVERIFY(m_account->openStorage(true));
-        QCOMPARE(model().groupsOffset(), 0);
-        QVERIFY(m_account->storage()->bufferConfigStorage()->allInfos().isEmpty());
-        open();
-        QCOMPARE(model().dialogOffset(), 1);
-    }
-
 private:
     /// The account as the next start of the program has it.
     void open()

@@ -213,18 +213,6 @@ private Q_SLOTS:
         QCOMPARE(app()->autoDownloadImageLimit(), 1048576);
     }
 
-    void lateChangesReachNoOtherAccount()
-    {
-        m_account->closeStorage();
-        QVERIFY(model().setValue(u"late"_s, 1, true));
-        model().saveToCoreDb(u"later"_s, 2, true);
-        QCOMPARE(model().getValue(u"late"_s, {}), 1);
-        QVERIFY(m_account->openStorage(false));
-        QVERIFY(model().flush());
-        QVERIFY(rows().isEmpty());
-        QVERIFY(!model().getValue(u"late"_s, {}).isValid());
-    }
-
     void loadingAnnouncesInOrder()
     {
         model().setLeftTabWidth(90);
