@@ -84,7 +84,8 @@ public:
     Q_ENUM(BannedState)
 
     explicit AccountBase(QObject *parent = nullptr);
-    /// Closes the account's storage, see closeStorage(); what cannot be written is named in the log.
+    /// Closes the account's storage, see closeStorage(); what cannot be written is named in the
+    /// log.
     ~AccountBase() override;
 
     // What the application's class does. The manager calls all of this but setPhone(), and looks at
@@ -312,9 +313,9 @@ protected:
     /// false, as for restore(), an account without a database is refused. The keys are opened by
     /// the first call that needs them, see crypto::Store.
     bool openStorage(bool create);
-    /// Writes what is pending and closes the database; the models keep what they hold. Returns after
-    /// 5 seconds at most, whatever the disk and other threads do; what takes longer ends in the
-    /// background.
+    /// Writes what is pending and closes the database; the models keep what they hold. Returns
+    /// after 5 seconds at most, whatever the disk and other threads do; what takes longer ends in
+    /// the background.
     void closeStorage();
 
 private:

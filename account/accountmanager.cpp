@@ -78,8 +78,8 @@ AccountManager::~AccountManager()
     finishFileTransferThread();
 }
 
-/// A pool or thread that is destroyed while it hangs would wait, or abort the process: it is left to
-/// itself instead.
+/// A pool or thread that is destroyed while it hangs would wait, or abort the process: it is left
+/// to itself instead.
 void AccountManager::finishResetPool(int milliseconds)
 {
     if (m_resetThreadPool->waitForDone(milliseconds))
