@@ -14,6 +14,7 @@
 
 #include <functional>
 #include <optional>
+#include <thread>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -147,6 +148,20 @@ private Q_SLOTS:
         QVERIFY(timer.elapsed() < 1000);
         QCOMPARE(others, 30);
         QCOMPARE(values()[u"a"_s], 0);
+    }
+
+    void whatComesWhileAnotherThreadWrites()
+    {
+        SettingWriter writer(storage());
+        StuckDisk disk;
+        std::jthread first([&] { writer.save({u"a"_s, 1, {}}); });
+        QVERIFY(disk.isReached());
+        ThreadManager::getInstance()->init();
+        writer.save({u"b"_s, 2, {}});
+        ThreadManager::getInstance()->quitAll(); // its task has run
+        disk.release();
+        first.join();
+        QCOMPARE(values().size(), 2);
     }
 
     void savesOnAfterAThreadWasGivenUp()
