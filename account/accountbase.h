@@ -98,7 +98,8 @@ public:
     Q_ENUM(BannedState)
 
     explicit AccountBase(QObject *parent = nullptr);
-    /// Closes the account's storage, see closeStorage(); what cannot be written is named in the log.
+    /// Closes the account's storage, see closeStorage(); what cannot be written is named in the
+    /// log.
     ~AccountBase() override;
 
     // What the application's class does. The manager calls all of this but setPhone(), and looks at
@@ -349,8 +350,8 @@ protected:
     bool openStorage(bool create);
     /// Writes what is pending and closes the database; the models keep what they hold, unless it is
     /// the end of a session. What cannot be written waits for the same store to be opened again, or
-    /// is lost, and named in the log, when the session ends. Returns after 5 seconds at most, whatever
-    /// the disk and other threads do; what takes longer ends in the background.
+    /// is lost, and named in the log, when the session ends. Returns after 5 seconds at most,
+    /// whatever the disk and other threads do; what takes longer ends in the background.
     void closeStorage();
 
 private:

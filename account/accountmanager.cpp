@@ -96,8 +96,8 @@ AccountManager::~AccountManager()
         delete account;
 }
 
-/// A pool or thread that is destroyed while it hangs would wait, or abort the process: it is left to
-/// itself instead.
+/// A pool or thread that is destroyed while it hangs would wait, or abort the process: it is left
+/// to itself instead.
 void AccountManager::finishResetPool(int milliseconds)
 {
     if (m_resetThreadPool->waitForDone(milliseconds))

@@ -97,9 +97,9 @@ public:
     static AccountManager *getInstance();
     /// Deletes the manager and, with it, every account. Call waitForFinished() first, and
     /// AppSettingModel::releaseInstance() afterwards. Takes at most 5 s for each account (see
-    /// AccountBase::closeStorage()), besides what the application's own release() does, 2 s for what
-    /// still runs in the reset pool, and 3 s for the file transfer thread unless it was given up
-    /// before. What takes longer is left to itself, with a log line.
+    /// AccountBase::closeStorage()), besides what the application's own release() does, 2 s for
+    /// what still runs in the reset pool, and 3 s for the file transfer thread unless it was given
+    /// up before. What takes longer is left to itself, with a log line.
     static void releaseInstance();
 
     /// Restores the stored accounts, the one that was current first; offers a login account when
@@ -226,9 +226,9 @@ public:
     /// that another thread is in the middle of is stored whole or not at all.
     ///
     /// On the main thread the list of accounts is emptied, too, without a signal; on another one it
-    /// stays as it is, since the main thread may be changing it. The log line goes to the log's file
-    /// and to standard error without passing any handler. Only the manager's own address is needed:
-    /// a handler should not call getInstance(), which makes one where there is none.
+    /// stays as it is, since the main thread may be changing it. The log line goes to the log's
+    /// file and to standard error without passing any handler. Only the manager's own address is
+    /// needed: a handler should not call getInstance(), which makes one where there is none.
     Q_INVOKABLE void closeAllDbInCrash();
     /// A thread for the application's uploads and downloads, which it moves its own objects to.
     /// Runs from the making of the manager to reset() or waitForFinished().

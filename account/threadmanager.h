@@ -48,8 +48,8 @@ public:
     /// deleted. The save thread runs everything that was posted before it ends.
     ///
     /// No thread is ever terminated, since that would abort the process in most places, and leave
-    /// locks taken in others: what still runs in the pool after 100 rounds is left to itself, and so
-    /// is a save task after 100 rounds in which no task came to its end. A new thread then runs
+    /// locks taken in others: what still runs in the pool after 100 rounds is left to itself, and
+    /// so is a save task after 100 rounds in which no task came to its end. A new thread then runs
     /// what waited behind it. Only what is left after all 300 rounds is dropped. Log lines tell of
     /// each, with the number of tasks. A task that was left to itself may end at any later time; it
     /// must not use what is destroyed by then.

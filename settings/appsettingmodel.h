@@ -175,8 +175,8 @@ class MODELBASE_EXPORT AppSettingModel : public SettingModelBase
 public:
     /// The process-wide model, made by the first call, which is the main thread's.
     static AppSettingModel *instance();
-    /// Writes what is still to be written, within 5 seconds, whatever the disk and other threads do,
-    /// and deletes the model; the log names the keys of what could not be written. On the main
+    /// Writes what is still to be written, within 5 seconds, whatever the disk and other threads
+    /// do, and deletes the model; the log names the keys of what could not be written. On the main
     /// thread, after AccountManager::releaseInstance() and before ThreadManager::quitAll().
     ///
     /// Until it returns, message handlers and slots on destroyed() find a stand-in by instance():

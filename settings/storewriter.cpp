@@ -134,8 +134,8 @@ struct Pending {
 
 } // namespace
 
-/// Whoever writes is the only one meanwhile, and holds no lock: a handler of what the store logs may
-/// call anything, and a write that hangs keeps nobody but those who wait for it.
+/// Whoever writes is the only one meanwhile, and holds no lock: a handler of what the store logs
+/// may call anything, and a write that hangs keeps nobody but those who wait for it.
 template <typename Storage, typename Info>
 class StoreWriter<Storage, Info>::State : public std::enable_shared_from_this<State>
 {
@@ -263,8 +263,9 @@ private:
     }
 
     enum class Begun { Yes, No, Inside };
-    /// Makes this thread the one that writes once no other does. No: `deadline` has passed, or others
-    /// have waited as long in vain. Inside: a handler is called by what this thread is writing.
+    /// Makes this thread the one that writes once no other does. No: `deadline` has passed, or
+    /// others have waited as long in vain. Inside: a handler is called by what this thread is
+    /// writing.
     Begun begin(QDeadlineTimer deadline)
     {
         const Qt::HANDLE self = QThread::currentThreadId();

@@ -35,9 +35,9 @@ public:
     explicit StoreWriter(Storage *storage);
     /// Closes, within 5 seconds.
     ~StoreWriter();
-    /// Lets go of the store for good: flushes where it is open, until `deadline` at most, whatever the
-    /// disk does. What is not written by then is lost, with a log line that names the keys, and what
-    /// comes later is never written. False when a write still hangs in another thread.
+    /// Lets go of the store for good: flushes where it is open, until `deadline` at most, whatever
+    /// the disk does. What is not written by then is lost, with a log line that names the keys, and
+    /// what comes later is never written. False when a write still hangs in another thread.
     bool close(QDeadlineTimer deadline = QDeadlineTimer(5000));
 
     // In steps, for callers that order their changes by a lock of their own:

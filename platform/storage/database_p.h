@@ -46,7 +46,8 @@ public:
     bool isOpen() const;
     bool recovered() const { return m_recovered; }
     /// Waits for a call that is under way in another thread and for the disk, until `deadline` at
-    /// most. What takes longer goes on in the background and closes the file at its end; false then.
+    /// most. What takes longer goes on in the background and closes the file at its end; false
+    /// then.
     bool close(QDeadlineTimer deadline = QDeadlineTimer(waitMs));
     /// From now on every call fails; no lock is taken and the connection is not touched, since the
     /// thread that crashed may be inside SQLite. A transaction that is under way either reaches its
@@ -67,8 +68,8 @@ public:
     /// Returns when all that was committed is on the disk, where a power cut does not harm it. False
     /// when it is not.
     bool sync();
-    /// Runs `call` on a thread of its own and waits for it, until `deadline` at most; then it goes on
-    /// in the background. True when it came to its end in time.
+    /// Runs `call` on a thread of its own and waits for it, until `deadline` at most; then it goes
+    /// on in the background. True when it came to its end in time.
     static bool runUntil(QDeadlineTimer deadline, std::function<void()> call);
     /// Only inside `work`: the statement, compiled once for as long as the database is open, with
     /// nothing bound.

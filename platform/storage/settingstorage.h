@@ -31,10 +31,10 @@ using SettingChanges = Changes<SettingInfo>;
 /// Copies speak of the same rows, and may outlive the provider.
 ///
 /// Thread: any. A call waits for the disk, up to 2 seconds for another process that writes to the
-/// same file, and up to 5 for other threads. It returns true only when the change is durable: it survives the end of the
-/// process at any later moment (a power cut may cost the last changes, never the file). While the
-/// database is closed, when the disk refuses, and for a value that no row can hold, calls return
-/// false (allInfos() an empty list), log one line, and change nothing.
+/// same file, and up to 5 for other threads. It returns true only when the change is durable: it
+/// survives the end of the process at any later moment (a power cut may cost the last changes,
+/// never the file). While the database is closed, when the disk refuses, and for a value that no
+/// row can hold, calls return false (allInfos() an empty list), log one line, and change nothing.
 class STORAGE_EXPORT SettingStorage
 {
 public:

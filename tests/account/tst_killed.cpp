@@ -296,8 +296,8 @@ struct Said {
 
 } // namespace
 
-/// A process that is killed, or crashes, at any moment loses nothing that it was told is safe, and leaves no
-/// store in a state that it never had.
+/// A process that is killed, or crashes, at any moment loses nothing that it was told is safe, and
+/// leaves no store in a state that it never had.
 class tst_Killed : public QObject
 {
     Q_OBJECT

@@ -73,11 +73,12 @@ private:
         const int result = all.vfs->xOpen(all.vfs, name, file, flags, outFlags);
         const std::lock_guard lock(all.mutex);
         if (file->pMethods && name && std::strstr(name, all.part)) {
-            all.write = file->pMethods->xWrite;
-            sqlite3_io_methods &slow = all.slowMethods[file->pMethods];
-            slow = *file->pMethods;
-            slow.xWrite = write;
-            file->pMethods = &slow;
+            if (!all.write)
+                all.write = file->pMethods->xWrite;
+            const auto [slow, isNew] = all.slowMethods.try_emplace(file->pMethods, *file->pMethods);
+            if (isNew)
+                slow->second.xWrite = write;
+            file->pMethods = &slow->second;
         }
         return result;
     }
