@@ -382,10 +382,11 @@ void AccountManager::addAccount(AccountBase *account)
             return;
         const Account guard(account);
         const bool restored = account == m_restored;
-        m_absentIds.removeAll(account->accountId());
         m_changingRows = true;
         beginInsertRows({}, count(), count());
-        if (!guard) // deleted this very moment
+        if (guard)
+            m_absentIds.removeAll(guard->accountId());
+        else // deleted this very moment
             postponed([this] { removeEmptyRows(); });
         {
             const std::lock_guard lock(m_lock);
@@ -404,8 +405,7 @@ void AccountManager::addAccount(AccountBase *account)
 bool AccountManager::mayBeListed(AccountBase *account)
 {
     const bool listedAlready = account->accountId() > 0 && getAccount(account->accountId());
-    const bool wiping = m_deleteAll && count() > 0;
-    if (!listedAlready && !wiping)
+    if (!listedAlready && !m_deleteAll)
         return true;
     logRefusal(listedAlready ? "an account is not listed twice"
                              : "nobody signs in while the accounts are wiped");
@@ -750,10 +750,16 @@ void AccountManager::turnAway(AccountBase *account)
 {
     const Account guard(account);
     m_entering.removeAll(account);
-    if (account == m_currentAccount)
+    if (account == m_currentAccount && count() == 0) {
+        if (account == m_loginAccount)
+            setLogin(nullptr);
+        m_currentAccount = nullptr;
+        chooseCurrentAccount(0);
+    } else if (account == m_currentAccount) {
         setCurrentAccount(successor(0), true);
-    else if (account == m_loginAccount)
+    } else if (account == m_loginAccount) {
         resetLoginAccount();
+    }
     giveUp(guard);
 }
 
@@ -919,11 +925,8 @@ void AccountManager::finishWipe()
     updateTotals();
     m_finishingWipe = false;
     m_deleteAll = false;
-    // Who signed in meanwhile, in a handler, stays.
-    if (!idsToSave().isEmpty())
-        saveAccounts();
-    else
-        forgetCurrentId();
+    m_absentIds.clear();
+    forgetCurrentId();
     QMetaObject::invokeMethod(this, &AccountManager::afterUnlockApp, Qt::QueuedConnection);
 }
 
