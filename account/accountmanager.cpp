@@ -13,6 +13,7 @@
 #include <QJSEngine>
 #include <QLoggingCategory>
 #include <QNetworkProxy>
+#include <QScopedValueRollback>
 
 #include <algorithm>
 #include <cstddef>
@@ -50,6 +51,13 @@ void processEvents()
 void logRefusal(const char *reason)
 {
     ImLog::error(lcAccounts(), QStringLiteral("AccountManager: %1").arg(QLatin1StringView(reason)));
+}
+
+bool isStored(qint64 id)
+{
+    const QVariantList ids = AppSettingModel::instance()->accountIds();
+    return std::any_of(ids.cbegin(), ids.cend(),
+                       [id](const QVariant &stored) { return stored.toLongLong() == id; });
 }
 
 /// True when something of the account lies on this machine, whether or not it can be opened.
@@ -167,8 +175,10 @@ void AccountManager::init(Factory factory)
 
     setAppLocked(!settings->passcode().isEmpty());
     m_restoring = true;
-    for (qint64 id : std::as_const(ids))
-        restore(id);
+    for (qint64 id : std::as_const(ids)) {
+        if (isStored(id)) // unless a handler has logged everybody out
+            restore(id);
+    }
     m_restoring = false;
     if (std::exchange(m_saveAfterRestoring, false))
         saveAccounts();
@@ -197,7 +207,7 @@ void AccountManager::restore(qint64 id)
         if (loggedOut)
             return;
     }
-    if (!getAccount(id) && (!account || (isUsable(account) && hasData(account)))) {
+    if (isStored(id) && !getAccount(id) && (!account || (isUsable(account) && hasData(account)))) {
         ImLog::error(
             lcAccounts(),
             QStringLiteral("Account %1 could not be opened; the next start tries it again.")
@@ -365,6 +375,8 @@ bool AccountManager::addAccount()
         Q_EMIT error(0, translated(QT_TRID_NOOP("max_supported_accounts")).arg(maxAccounts), 0);
         return false;
     }
+    if (m_closing)
+        return false;
     if (postponed([this] { addAccount(); }))
         return true;
     qCDebug(lcAccounts, "AccountManager::addAccount");
@@ -415,10 +427,11 @@ void AccountManager::addAccount(AccountBase *account)
             return;
         const Account guard(account);
         const bool restored = account == m_restored;
-        m_absentIds.removeAll(account->accountId());
         m_changingRows = true;
         beginInsertRows({}, count(), count());
-        if (!guard) // deleted this very moment
+        if (guard)
+            m_absentIds.removeAll(guard->accountId());
+        else // deleted this very moment
             postponed([this] { removeEmptyRows(); });
         {
             const std::lock_guard lock(m_lock);
@@ -437,18 +450,24 @@ void AccountManager::addAccount(AccountBase *account)
 bool AccountManager::mayBeListed(AccountBase *account)
 {
     const bool listedAlready = account->accountId() > 0 && getAccount(account->accountId());
-    const bool wiping = m_deleteAll && count() > 0;
-    if (!listedAlready && !wiping)
+    if (m_closing) {
+        giveUp(account, false);
+        return false;
+    }
+    if (!listedAlready && !m_deleteAll)
         return true;
     logRefusal(listedAlready ? "an account is not listed twice"
                              : "nobody signs in while the accounts are wiped");
     const Account guard(account);
-    turnAway(account);
-    if (guard && guard == m_loginAccount) { // a veto cannot keep it
+    m_entering.removeAll(account);
+    if (account == m_loginAccount) { // a veto cannot keep it
         setLogin(nullptr);
         Q_EMIT loginAccountChanged();
-        giveUp(guard);
     }
+    while (isUsable(guard) && guard == m_currentAccount)
+        turnAway(guard);
+    giveUp(guard);
+    setActiveAccount(m_currentAccount);
     if (listedAlready) {
         //% "This account is already signed in on this device."
         Q_EMIT error(0, translated(QT_TRID_NOOP("account_already_signed_in")), 0);
@@ -666,6 +685,8 @@ void AccountManager::setCurrentAccount(AccountBase *account, bool forced)
             resetLoginAccount();
         return;
     }
+    if (m_closing)
+        return;
     // Handlers may change everything. Whoever was made current by one stays that.
     const Account guard(account);
     const Account previous = m_currentAccount;
@@ -740,13 +761,16 @@ void AccountManager::setLoginAccount(AccountBase *account)
     }
     const Account guard(account);
     const bool ends = !account;
-    if (postponed([this, guard, ends] {
-            if (guard || ends)
+    if (postponed([this, guard, ends, login = Account(m_loginAccount)] {
+            // The caller means the sign-in that was under way.
+            if (guard || (ends && login == m_loginAccount))
                 setLoginAccount(guard);
         }))
         return;
     if (account && (!isUsable(account) || account == m_notebookAccount))
         return logRefusal("an account that was given up, or the notebook's, does not sign in");
+    if (account && m_closing)
+        return;
     const Account before(m_loginAccount);
     if (m_currentAccount) {
         if (!mayChangeCurrentItem(false, account))
@@ -783,10 +807,16 @@ void AccountManager::turnAway(AccountBase *account)
 {
     const Account guard(account);
     m_entering.removeAll(account);
-    if (account == m_currentAccount)
+    if (account == m_currentAccount && count() == 0) {
+        if (account == m_loginAccount)
+            setLogin(nullptr);
+        m_currentAccount = nullptr;
+        chooseCurrentAccount(0);
+    } else if (account == m_currentAccount) {
         setCurrentAccount(successor(0), true);
-    else if (account == m_loginAccount)
+    } else if (account == m_loginAccount) {
         resetLoginAccount();
+    }
     giveUp(guard);
 }
 
@@ -916,6 +946,7 @@ void AccountManager::logoutEntering(AccountBase *account)
 {
     const Account guard(account);
     m_entering.removeAll(account);
+    m_absentIds.removeAll(account->accountId());
     if (account == m_restored) {
         m_restored = nullptr;
         m_saveAfterRestoring = true;
@@ -952,11 +983,8 @@ void AccountManager::finishWipe()
     updateTotals();
     m_finishingWipe = false;
     m_deleteAll = false;
-    // Who signed in meanwhile, in a handler, stays.
-    if (!idsToSave().isEmpty())
-        saveAccounts();
-    else
-        forgetCurrentId();
+    m_absentIds.clear();
+    forgetCurrentId();
     QMetaObject::invokeMethod(this, &AccountManager::afterUnlockApp, Qt::QueuedConnection);
 }
 
@@ -1121,6 +1149,8 @@ void AccountManager::reset()
 {
     if (!m_closing && postponed([this] { reset(); }))
         return;
+    // Nobody comes in any more, whatever handlers ask for.
+    const QScopedValueRollback<bool> closing(m_closing, true);
     Q_EMIT beginReset();
     ImLog::info(lcAccounts(), QStringLiteral("AccountManager::reset"));
     m_newDeviceLoginManager->reset();

@@ -104,8 +104,7 @@ void ClientAccount::reconnectToServer(bool)
     if (!authorized() || !autoReconnect() || state() != DISCONNECTED)
         return;
     setState(CONNECTING);
-    // As with a real network, nothing is there before the event loop runs. The manager counts on
-    // it: it adds up the unread counts that change while an account is listed.
+    // As with a real network, nothing is there before the event loop runs.
     QMetaObject::invokeMethod(this, &ClientAccount::connectToServer, Qt::QueuedConnection);
 }
 

@@ -58,6 +58,7 @@ public:
     {
         const QScopedValueRollback<int> running(busy, busy + 1);
         CHECK(stage != Gone && !manager()->containsAccount(this));
+        loggedOut();
         stage = deleteThis ? Gone : SignedOut;
         FakeAccount::logout(deleteThis);
         react();
@@ -102,6 +103,7 @@ public:
     bool slow = false; // its deletion needs an answer of the server
 
 private:
+    void loggedOut();
     void called()
     {
         const QScopedValueRollback<int> running(busy, busy + 1);
@@ -251,6 +253,8 @@ public:
         return false;
     }
 
+    void forget(qint64 id) { m_absent.remove(id); }
+
     static inline Application *the = nullptr;
     Handlers handlers;
 
@@ -392,6 +396,11 @@ WatchedAccount::WatchedAccount(QObject *parent) : FakeAccount(parent)
 {
     accounts.append(this);
     Application::the->handlers.watch(this);
+}
+
+void WatchedAccount::loggedOut()
+{
+    Application::the->forget(accountId());
 }
 
 WatchedAccount::~WatchedAccount()
@@ -593,13 +602,15 @@ void Application::check()
         CHECK(isListed == (account->stage == WatchedAccount::SignedIn));
         CHECK(isListed || account == current || account == login
               || account == manager()->notebookAccount() || account->mine);
+        if (QTest::currentTestFailed())
+            note(QStringLiteral("account %1, stage %2").arg(name(account)).arg(account->stage));
     }
     CHECK(!current || accounts.contains(current));
     CHECK(!login || accounts.contains(login));
     if (m_closed)
         return;
     CHECK(current);
-    CHECK(m_wiping == manager()->deleteAll());
+    CHECK(!m_wiping || manager()->deleteAll()); // or it would have been told
     if (!manager()->deleteAll()) {
         m_absent += m_maybeAbsent & storedIds();
         m_maybeAbsent.clear();
