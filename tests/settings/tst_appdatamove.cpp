@@ -202,9 +202,11 @@ public:
 
     void forget(qint64 account)
     {
-        for (const Item &item : m_items) {
-            if (item.account == account)
-                m_forgotten.insert(item.number);
+        for (Item &item : m_items) {
+            if (item.account != account)
+                continue;
+            m_forgotten.insert(item.number);
+            setBlocked(item, false);
         }
         std::erase_if(m_items, [&](const Item &item) { return item.account == account; });
     }
