@@ -32,6 +32,14 @@ bool isAccountId(QStringView text)
     return ok && id > 0 && QString::number(id) == text;
 }
 
+bool isBelow(const QString &path, const QString &dir)
+{
+    const auto clean = [](const QString &text) {
+        return QDir::cleanPath(QDir::fromNativeSeparators(text));
+    };
+    return clean(path).startsWith(clean(dir) + u'/');
+}
+
 /// What may be the place of a media file below a cache data directory: the outermost folder that is
 /// called as an account's media first.
 QStringList mediaNames(const QString &path)
@@ -66,14 +74,18 @@ QString findMediaFile(const QString &path)
         }
         return QString();
     };
-    if (const QString name = dirs->renamed(path); !name.isEmpty()) {
-        if (const QString place = find(name); !place.isEmpty())
-            return place;
-    }
+    // As long as a move has not removed the original, that counts. But in the directory in use,
+    // which a move back may have made of an old one, something else has the name.
+    const QString name = dirs->renamed(path);
+    const QString renamed = name.isEmpty() ? QString() : find(name);
+    if (!renamed.isEmpty() && isBelow(path, dirs->mediaDirs().first()))
+        return renamed;
     if (QFileInfo::exists(path))
         return path;
-    for (const QString &name : mediaNames(path)) {
-        if (const QString place = find(name); !place.isEmpty())
+    if (!renamed.isEmpty())
+        return renamed;
+    for (const QString &likely : mediaNames(path)) {
+        if (const QString place = find(likely); !place.isEmpty())
             return place;
     }
     return {};

@@ -242,13 +242,13 @@ FolderMove::Result FolderMove::copyFile(const QString &name)
                 break;
             const std::optional<Stamp> presentStamp = stampOf(to);
             if (presentStamp && presentStamp->size == stamp->size && hasSameContent(from, to)) {
-                m_copies.append({name, *stamp, to, {}, isFresh(*stamp)});
+                m_copies.append({name, *stamp, to, presentStamp, false, isFresh(*stamp)});
                 return m_advance(stamp->size) ? Done : Cancelled;
             }
         }
         if (const std::optional<Result> result = copyContent(from, to, *stamp)) {
             if (*result == Done)
-                m_copies.append({name, *stamp, to, stampOf(to), isFresh(*stamp)});
+                m_copies.append({name, *stamp, to, stampOf(to), true, isFresh(*stamp)});
             return *result;
         }
     }
@@ -372,6 +372,8 @@ bool FolderMove::removeOriginal(const Copy &copy)
     bool isRemoved = false;
     bool isStale = false;
     QString reason;
+    if (!copy.made || stampOf(copy.path) != copy.made)
+        return !QFileInfo::exists(path); // somebody has changed the copy
     FileInUse::unlessUsed(path, [&] {
         const std::optional<Stamp> stamp = stampOf(path);
         if (!isSame || stamp != copy.original) {
@@ -398,7 +400,7 @@ bool FolderMove::removeOriginal(const Copy &copy)
         return true;
     }
     // The copy must not take the name from what the file is now, or is going to be.
-    if ((isStale || isInPlace) && copy.made && stampOf(copy.path) == copy.made)
+    if ((isStale || isInPlace) && copy.isOurs && stampOf(copy.path) == copy.made)
         QFile::remove(copy.path);
     if (!isStale && isInPlace)
         note(path, BeingWritten);

@@ -89,7 +89,8 @@ private:
         QString name; // below the folder
         Stamp original;
         QString path;              // of the copy
-        std::optional<Stamp> made; // of the copy, if it was made here
+        std::optional<Stamp> made; // of the copy
+        bool isOurs;               // the copy was made here
         bool isFresh;              // changed so lately that a change may not show in the stamp
     };
     struct Listing;

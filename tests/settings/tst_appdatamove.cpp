@@ -202,9 +202,11 @@ public:
 
     void forget(qint64 account)
     {
-        for (const Item &item : m_items) {
-            if (item.account == account)
-                m_forgotten.insert(item.number);
+        for (Item &item : m_items) {
+            if (item.account != account)
+                continue;
+            m_forgotten.insert(item.number);
+            setBlocked(item, false);
         }
         std::erase_if(m_items, [&](const Item &item) { return item.account == account; });
     }
@@ -1078,7 +1080,7 @@ private Q_SLOTS:
             media.check();
             media.checkOnce(places);
         };
-        runSequences("data move", 60, 30, run);
+        runSequences("data move", 40, 30, run);
     }
 
     void writesThatFail()
@@ -1108,7 +1110,7 @@ private Q_SLOTS:
         qint64 duration = 0; // microseconds from being ready to the end
         int kills = 0;
         int halfway = 0; // of these, with files at both places
-        constexpr int rounds = 24;
+        constexpr int rounds = 16;
         const QString longName = QString(84, QChar(0x4e2d)) + u"abc"_s;
         for (int round = 0; round < rounds; ++round) {
             const QTemporaryDir home;

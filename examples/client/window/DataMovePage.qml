@@ -8,7 +8,21 @@ PageFrame {
     id: page
 
     readonly property AppDataMove move: AccountManager.appDataMove
-    property string outcome: ""
+    readonly property string outcome: {
+        switch (move.outcome) {
+        case AppDataMove.Outcome.Moved:
+            //% "Everything is in its new place."
+            return qsTrId("client_move_ok")
+        case AppDataMove.Outcome.Cancelled:
+            //% "Not everything has been moved. The next start goes on."
+            return qsTrId("client_move_failed")
+        case AppDataMove.Outcome.GivenUp:
+            //% "What has not been moved stays where it was."
+            return qsTrId("client_move_given_up")
+        default:
+            return move.reasonText
+        }
+    }
 
     function size(bytes: double): string {
         return Qt.locale().formattedDataSize(bytes)
@@ -17,16 +31,6 @@ PageFrame {
     //% "Move the media"
     title: qsTrId("client_move")
 
-    Connections {
-        target: page.move
-        function onFinished(ok: bool) {
-            page.outcome = ok
-                //% "Everything is in its new place."
-                ? qsTrId("client_move_ok")
-                //% "Not everything has been moved. The next start goes on."
-                : qsTrId("client_move_failed")
-        }
-    }
     SettingRow {
         //% "Where they are"
         text: qsTrId("client_move_place")
@@ -51,7 +55,6 @@ PageFrame {
                 //% "Move"
                 : qsTrId("client_move_start")
             onClicked: {
-                page.outcome = ""
                 if (page.move.running)
                     page.move.cancel()
                 else
@@ -99,5 +102,35 @@ PageFrame {
         color: Theme.mutedText
         font.pixelSize: 14
         wrapMode: Text.Wrap
+    }
+    Repeater {
+        model: page.move.running ? [] : page.move.problems.slice(0, 5)
+        Text {
+            required property var modelData
+            Layout.fillWidth: true
+            text: modelData.path + "\n" + modelData.text
+            color: Theme.text
+            font.pixelSize: 12
+            wrapMode: Text.WrapAnywhere
+        }
+    }
+    RowLayout {
+        visible: !page.move.running && page.move.unfinished && page.move.problems.length > 0
+        spacing: 8
+        Chip {
+            //% "Try again"
+            text: qsTrId("client_move_retry")
+            onClicked: page.move.retry()
+        }
+        Chip {
+            //% "Leave these"
+            text: qsTrId("client_move_skip")
+            onClicked: page.move.skip()
+        }
+        Chip {
+            //% "Give up"
+            text: qsTrId("client_move_give_up")
+            onClicked: page.move.giveUp()
+        }
     }
 }

@@ -148,6 +148,10 @@
         <source>Not everything has been moved. The next start goes on.</source>
         <translation>لم يُنقل كل شيء. سيستمر النقل عند التشغيل التالي.</translation>
     </message>
+    <message id="client_move_given_up">
+        <source>What has not been moved stays where it was.</source>
+        <translation>ما لم يُنقل يبقى في مكانه.</translation>
+    </message>
     <message id="client_move_place">
         <source>Where they are</source>
         <translation>مكانها الحالي</translation>
@@ -175,6 +179,18 @@
     <message id="client_move_idle">
         <source>Nothing is being moved.</source>
         <translation>لا يُنقل شيء الآن.</translation>
+    </message>
+    <message id="client_move_retry">
+        <source>Try again</source>
+        <translation>إعادة المحاولة</translation>
+    </message>
+    <message id="client_move_skip">
+        <source>Leave these</source>
+        <translation>ترك هذه الملفات</translation>
+    </message>
+    <message id="client_move_give_up">
+        <source>Give up</source>
+        <translation>التخلي عن النقل</translation>
     </message>
     <message id="client_devices_nobody">
         <source>Nobody is signed in, so there are no devices.</source>

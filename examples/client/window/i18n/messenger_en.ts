@@ -136,6 +136,10 @@
         <source>Not everything has been moved. The next start goes on.</source>
         <translation>Not everything has been moved. The next start goes on.</translation>
     </message>
+    <message id="client_move_given_up">
+        <source>What has not been moved stays where it was.</source>
+        <translation>What has not been moved stays where it was.</translation>
+    </message>
     <message id="client_move_place">
         <source>Where they are</source>
         <translation>Where they are</translation>
@@ -163,6 +167,18 @@
     <message id="client_move_idle">
         <source>Nothing is being moved.</source>
         <translation>Nothing is being moved.</translation>
+    </message>
+    <message id="client_move_retry">
+        <source>Try again</source>
+        <translation>Try again</translation>
+    </message>
+    <message id="client_move_skip">
+        <source>Leave these</source>
+        <translation>Leave these</translation>
+    </message>
+    <message id="client_move_give_up">
+        <source>Give up</source>
+        <translation>Give up</translation>
     </message>
     <message id="client_devices_nobody">
         <source>Nobody is signed in, so there are no devices.</source>

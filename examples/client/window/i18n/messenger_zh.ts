@@ -133,6 +133,10 @@
         <source>Not everything has been moved. The next start goes on.</source>
         <translation>并非全部文件都已移动，下次启动时会继续。</translation>
     </message>
+    <message id="client_move_given_up">
+        <source>What has not been moved stays where it was.</source>
+        <translation>未移动的内容保留在原处。</translation>
+    </message>
     <message id="client_move_place">
         <source>Where they are</source>
         <translation>当前位置</translation>
@@ -160,6 +164,18 @@
     <message id="client_move_idle">
         <source>Nothing is being moved.</source>
         <translation>当前没有移动任务。</translation>
+    </message>
+    <message id="client_move_retry">
+        <source>Try again</source>
+        <translation>重试</translation>
+    </message>
+    <message id="client_move_skip">
+        <source>Leave these</source>
+        <translation>跳过这些</translation>
+    </message>
+    <message id="client_move_give_up">
+        <source>Give up</source>
+        <translation>放弃</translation>
     </message>
     <message id="client_devices_nobody">
         <source>Nobody is signed in, so there are no devices.</source>
