@@ -318,14 +318,10 @@ void AppSettingModel::saveToConfig(const QVariantMap &rows)
 
 void AppSettingModel::removeKey(const QString &key)
 {
-    bool first = false;
-    {
-        const std::lock_guard lock(m_mutex);
-        m_cache.erase(key);
-        first = m_writer->putRemoval(key);
-    }
-    if (first)
-        m_writer->write();
+    const Change change(this);
+    m_cache.erase(key);
+    if (m_writer->putRemoval(key))
+        m_writeDue = true;
 }
 
 bool AppSettingModel::flush()
