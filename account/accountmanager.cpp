@@ -356,6 +356,7 @@ bool AccountManager::postponed(std::function<void()> operation)
 void AccountManager::rowsChanged()
 {
     m_changingRows = false;
+    removeEmptyRows();
     while (!m_postponed.empty() && !m_changingRows) {
         const std::function<void()> operation = std::move(m_postponed.front());
         m_postponed.pop_front();
@@ -431,8 +432,6 @@ void AccountManager::addAccount(AccountBase *account)
         beginInsertRows({}, count(), count());
         if (guard)
             m_absentIds.removeAll(guard->accountId());
-        else // deleted this very moment
-            postponed([this] { removeEmptyRows(); });
         {
             const std::lock_guard lock(m_lock);
             m_accounts.append(guard);
@@ -946,7 +945,7 @@ void AccountManager::logoutEntering(AccountBase *account)
 {
     const Account guard(account);
     m_entering.removeAll(account);
-    m_absentIds.removeAll(account->accountId());
+    const bool wasAbsent = m_absentIds.removeAll(account->accountId()) > 0;
     if (account == m_restored) {
         m_restored = nullptr;
         m_saveAfterRestoring = true;
@@ -963,6 +962,8 @@ void AccountManager::logoutEntering(AccountBase *account)
         account->logout(!stays);
     if (guard && stays)
         keepSignedOut(account);
+    if (wasAbsent)
+        saveAccounts();
 }
 
 void AccountManager::keepSignedOut(AccountBase *account)

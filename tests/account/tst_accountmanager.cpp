@@ -267,6 +267,8 @@ void TestAccountManager::switchedAwayWhileSigningIn()
     QVERIFY(fake(manager()->loginAccount())->signIn(3));
     QCOMPARE(manager()->currentAccount()->accountId(), 1);
     QVERIFY(!manager()->loginAccount());
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCOMPARE(manager()->getAccountIds(), (Ids{1, 2, 3}));
     QCOMPARE(savedIds(), (Ids{1, 2, 3}));
     QCOMPARE(settings()->currentAccountId(), 1);
 }
