@@ -434,7 +434,7 @@ private:
     bool m_deleteAll = false;
     bool m_finishingWipe = false;
     QHash<int, bool> m_itemChangeable;
-    int m_asking = 0; // for a veto, nested
+    int m_asking = 0;                                       // for a veto, nested
     const Qt::HANDLE m_thread = QThread::currentThreadId(); ///< the main one
     QThreadPool *m_resetThreadPool;
     QThread *m_fileTransferThread;
