@@ -598,6 +598,7 @@ void TestAccountManager::crash()
 {
     start();
     signIn({1, 2});
+    QVERIFY(settings()->flush());
     manager()->closeAllDbInCrash();
     QCOMPARE(manager()->count(), 0);
     stop();

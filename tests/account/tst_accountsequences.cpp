@@ -363,7 +363,11 @@ private:
         account->run([&] {
             account->setAccountId(id);
             account->setTotalUnreadCount(m_sequence.below(4));
-            CHECK(account->openStorage(true));
+            // A handler of what is loaded may end the sign-in.
+            const bool isOpen = account->openStorage(true);
+            if (account->stage != WatchedAccount::SignedOut)
+                return;
+            CHECK(isOpen);
             account->setAuthorized(true);
         });
         if (account->stage != WatchedAccount::SignedOut)
