@@ -24,6 +24,9 @@ PageFrame {
         }
     }
 
+    function firstOf(list) {
+        return list.slice(0, 5)
+    }
     function size(bytes: double): string {
         return Qt.locale().formattedDataSize(bytes)
     }
@@ -104,7 +107,7 @@ PageFrame {
         wrapMode: Text.Wrap
     }
     Repeater {
-        model: page.move.running ? [] : page.move.problems.slice(0, 5)
+        model: page.move.running ? [] : page.firstOf(page.move.problems)
         Text {
             required property var modelData
             Layout.fillWidth: true
