@@ -84,9 +84,15 @@ QString findMediaFile(const QString &path)
         return path;
     if (!renamed.isEmpty())
         return renamed;
+    // What is still at the old place was there first; the directory in use may have a new file of
+    // that name.
+    const QStringList dirsInUse = dirs->mediaDirs();
     for (const QString &likely : mediaNames(path)) {
-        if (const QString place = find(likely); !place.isEmpty())
-            return place;
+        for (auto dir = dirsInUse.crbegin(); dir != dirsInUse.crend(); ++dir) {
+            const QString place = *dir + QDir::toNativeSeparators(likely);
+            if (QFileInfo::exists(place))
+                return place;
+        }
     }
     return {};
 }

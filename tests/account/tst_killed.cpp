@@ -166,8 +166,11 @@ void storeKeys(Stores &stores, qint64 number)
             if (!store->saveUserKey({7, 1, 1}, bytesOf(number))
                 || !store->saveChatKey(u"G-1"_s, int(number), bytesOf(number)))
                 fail();
-            made += QByteArray(store->secureKey(u"id%1"_s.arg(number), 1, true)).toHex();
+            const QByteArray key = store->secureKey(u"id%1"_s.arg(number), 1, true);
             account.dataInfoModel()->saveContactsOffset(number);
+            if (key.isEmpty() || !account.dataInfoModel()->flush())
+                fail();
+            made += key.toHex();
         }
         say("stored", number, made);
         QThread::usleep(QRandomGenerator::global()->bounded(3000));
