@@ -743,6 +743,8 @@ void AppDataMove::switchOver(const Plan &plan)
     if (m_cancelled || m_abandoned)
         return end(Outcome::Cancelled);
     setProgress(0, plan.bytes);
+    if (m_cancelled || m_abandoned) // by a handler
+        return end(Outcome::Cancelled);
     const QStorageInfo storage(plan.target);
     if (!storage.isValid() || storage.bytesAvailable() < plan.bytes)
         return fail(Reason::NoSpace);
@@ -758,6 +760,8 @@ void AppDataMove::switchOver(const Plan &plan)
                             {QStringLiteral("moved_file_names"), names},
                             {QStringLiteral("moved_data_info"), info}});
     settings->setCacheDataPath(plan.target, true);
+    if (m_abandoned) // by a handler: the settings are those of a fresh start
+        return end(Outcome::Cancelled);
     settings->setOldCacheDataPath(plan.source);
     settings->setValue(QStringLiteral("moved_file_names"), names, true);
     settings->setMovedDataInfo(info);

@@ -120,11 +120,19 @@ FolderMove::Listing FolderMove::list(const QString &root, const QString &folder,
         const QString path = folder + listing.folders.at(i);
         // Qt's iterator says nothing of a folder that it cannot read.
         std::error_code error;
-        std::filesystem::directory_iterator(QFileInfo(path).filesystemFilePath(), error);
+        std::filesystem::directory_iterator raw(QFileInfo(path).filesystemFilePath(), error);
         if (error) {
             if (QFileInfo::exists(path))
                 listing.unreadable.append(listing.folders.at(i));
             continue;
+        }
+        // It also leaves out names that are no text, which nothing here could open.
+        for (; !error && raw != std::filesystem::directory_iterator(); raw.increment(error)) {
+            const QString name = QFileInfo(raw->path()).fileName();
+            const QString known = listing.folders.at(i) + name;
+            if (name.contains(QChar(QChar::ReplacementCharacter)) && !skipped.contains(known)
+                && !QFileInfo::exists(path + name))
+                listing.unreadable.append(known);
         }
         QDirIterator entry(path,
                            QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);

@@ -864,6 +864,35 @@ private Q_SLOTS:
         QCOMPARE(MediaTree::read(target()).files.size(), 1);
     }
 
+    void everybodySignsOutAsItBegins_data()
+    {
+        QTest::addColumn<bool>("isCounted");
+        QTest::newRow("when all is counted") << true;
+        QTest::newRow("when the place changes") << false;
+    }
+    void everybodySignsOutAsItBegins()
+    {
+        QFETCH(bool, isCounted);
+        fillMedia(source(), 8);
+        AccountManager *manager = AccountManager::getInstance();
+        const auto leave = [manager] { manager->logoutAll(); };
+        if (isCounted)
+            QObject::connect(dataMove(), &AppDataMove::totalBytesChanged, manager, leave,
+                             Qt::SingleShotConnection);
+        else
+            QObject::connect(settings(), &AppSettingModel::cacheDataPathChanged, manager, leave,
+                             Qt::SingleShotConnection);
+        QVERIFY(dataMove()->moveTo(target()));
+        QVERIFY(!finish());
+        QCOMPARE(dataMove()->outcome(), AppDataMove::Outcome::Cancelled);
+        QVERIFY(!dataMove()->unfinished());
+        QCOMPARE(AppDirManager::instance()->cacheDataDir(), source());
+        shutDown();
+        start();
+        QCOMPARE(settings()->cacheDataPath(), source());
+        QVERIFY(!dataMove()->unfinished());
+    }
+
     // What a kill leaves that comes between the reset of the settings and the end of a move.
     void storedMoveWithoutAPlace()
     {

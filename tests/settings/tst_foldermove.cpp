@@ -10,6 +10,7 @@
 #include <QTest>
 
 #include <filesystem>
+#include <fstream>
 #include <thread>
 #include <vector>
 
@@ -271,6 +272,26 @@ private Q_SLOTS:
         QCOMPARE(MediaTree::read(source()).files.size(), others ? 1 : 3);
         QVERIFY(moveAll());
         QCOMPARE(MediaTree::read(target()).files.size(), 3);
+    }
+
+    // Nothing that goes by text can open them.
+    void namesThatAreNoText()
+    {
+#ifdef Q_OS_LINUX
+        MediaTree::write(source(u"z"_s), "z");
+        const std::string path = QFile::encodeName(source(u"bad"_s)).toStdString() + "\xff.jpg";
+        std::ofstream(path) << "x";
+        FolderMove move = makeMove();
+        QCOMPARE(move.copy(), FolderMove::Failed);
+        QCOMPARE(move.problems().size(), 1);
+        QVERIFY(move.removeOriginals());
+        QVERIFY(std::filesystem::exists(path));
+        FolderMove skipping =
+            makeMove([](qint64) { return true; }, {move.nameOf(move.problems().first())});
+        QCOMPARE(skipping.copy(), FolderMove::Done);
+#else
+        QSKIP("Names are text here");
+#endif
     }
 
     // As long as a name may be, which has no room for a number.
