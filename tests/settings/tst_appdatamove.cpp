@@ -1140,8 +1140,10 @@ private Q_SLOTS:
         int kills = 0;
         int halfway = 0; // of these, with files at both places
         constexpr int rounds = 16;
+        constexpr int wanted = rounds / 4;
         const QString longName = QString(84, QChar(0x4e2d)) + u"abc"_s;
-        for (int round = 0; round < rounds; ++round) {
+        // A busy machine needs more kills until enough of them come in the midst.
+        for (int round = 0; round < rounds || (halfway < wanted && round < 6 * rounds); ++round) {
             const QTemporaryDir home;
             const QString data = home.path() + u"/data/"_s + QCoreApplication::applicationName();
             const QString target = home.path() + u"/new"_s;
@@ -1215,7 +1217,7 @@ private Q_SLOTS:
         }
         qInfo("%d kills within %lld ms, %d of them halfway, 0 lost", kills, duration / 1000,
               halfway);
-        QVERIFY(halfway > rounds / 4);
+        QVERIFY(halfway >= wanted);
     }
 };
 
