@@ -38,8 +38,9 @@ class AccountManager;
 /// the folder does not count as moved, and the account's folders behind it have to wait; the other
 /// accounts go on. retry(), skip() and giveUp() are a person's choices then.
 ///
-/// What an account that has signed out left at either place is deleted. When the settings are
-/// reset, because the last one has signed out, the move ends.
+/// What an account that has signed out left at either place is deleted, and so is its whole folder
+/// at the target, whoever put files there. When the settings are reset, because the last one has
+/// signed out, the move ends.
 ///
 /// What goes wrong is told by reason(), by AccountManager::error(), in the user's language, and by
 /// one log line.
@@ -124,8 +125,8 @@ public:
     /// only when no others are named. False when there is no such move, or it cannot be stored.
     Q_INVOKABLE bool skip();
     /// Ends an unfinished move, also one under way: what has not been moved stays at the old place,
-    /// where its records still find it, and the new place stays in use. A move under way still ends
-    /// in finished(false).
+    /// where its records still find it, and the new place stays in use. Files of the folder that was
+    /// being copied may be at both places then. A move under way still ends in finished(false).
     Q_INVOKABLE void giveUp();
     /// As cancel(), but returns only when no file is touched any more.
     void reset();
