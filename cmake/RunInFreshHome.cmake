@@ -12,8 +12,8 @@ set(ENV{LC_ALL} C.UTF-8)
 # Nor do they touch the keychain of whoever runs them.
 unset(ENV{DBUS_SESSION_BUS_ADDRESS})
 # What Qt does inside of itself is not for our tests to judge: it is not built with the sanitizer,
-# which sees its memory but not its locks.
-set(ENV{TSAN_OPTIONS} ignore_noninstrumented_modules=1:suppressions=${CMAKE_CURRENT_LIST_DIR}/../tests/support/tsan.supp)
+# which sees its memory but not its locks. Some tests fork while the thread of the log runs.
+set(ENV{TSAN_OPTIONS} die_after_fork=0:ignore_noninstrumented_modules=1:suppressions=${CMAKE_CURRENT_LIST_DIR}/../tests/support/tsan.supp)
 execute_process(COMMAND ${TEST} RESULT_VARIABLE result)
 if(NOT result EQUAL 0)
     message(FATAL_ERROR "${TEST}: ${result}")
