@@ -352,13 +352,16 @@ private Q_SLOTS:
     {
         manager()->init();
         std::atomic<bool> stop = false;
+        std::atomic<int> posted = 0;
         std::vector<std::thread> threads;
         for (int i = 0; i < 4; ++i) {
             threads.emplace_back([&] {
-                while (!stop)
+                for (; !stop; ++posted)
                     ThreadManager::invoke([] { QThread::msleep(5); }, true);
             });
         }
+        while (posted < 1000)
+            QThread::msleep(1);
         QElapsedTimer timer;
         timer.start();
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"given up; tasks lost: [1-9]"_s));

@@ -81,9 +81,11 @@ private Q_SLOTS:
         // What waited while a file was closed and another one opened was meant for the first.
         QTemporaryDir directory;
         const SchemaSteps schema = {"CREATE TABLE t (v)"};
+        int refused = 0;
         for (int round = 0; round < 20; ++round) {
             Database database(schema);
             QVERIFY(database.open(directory.filePath(u"%1.db"_s.arg(round))));
+            std::promise<void> called;
             std::promise<void> inside;
             std::promise<void> goOn;
             auto first = std::async(std::launch::async, [&] {
@@ -94,17 +96,22 @@ private Q_SLOTS:
             });
             inside.get_future().wait();
             auto second = std::async(std::launch::async, [&] {
+                called.set_value();
                 return database.write(
                     "test", [&] { database.statement("INSERT INTO t VALUES (1)").exec(); });
             });
-            QTest::qSleep(2);
+            called.get_future().wait();
+            QTest::qSleep(5);
             QVERIFY(!database.close(QDeadlineTimer(0)));
             goOn.set_value();
             QVERIFY(first.get());
-            QTRY_VERIFY(database.open(directory.filePath(u"next.db"_s)));
-            QVERIFY(!second.get());
-            QCOMPARE(countOf(database), 0);
+            QTRY_VERIFY(database.open(directory.filePath(u"next%1.db"_s.arg(round))));
+            // On a busy machine a call may begin as late as now.
+            const bool done = second.get();
+            QCOMPARE(countOf(database), int(done));
+            refused += !done;
         }
+        QVERIFY(refused > 0);
     }
 
     void closeInCrashUnderWay()
