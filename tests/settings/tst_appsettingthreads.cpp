@@ -248,7 +248,7 @@ private Q_SLOTS:
                 case 4: // as long as nobody waits for it
                     if (provider()->isOpen() && ThreadManager::getInstance()->thread() && !other) {
                         other = std::make_unique<SQLite::Database>(
-                            provider()->filePath().toStdString(), SQLite::OPEN_READWRITE);
+                            provider()->filePath().toStdString(), SQLite::OPEN_READWRITE, 10'000);
                         other->exec("BEGIN IMMEDIATE");
                     }
                     break;
