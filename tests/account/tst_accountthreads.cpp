@@ -176,8 +176,8 @@ private Q_SLOTS:
                                     m_account->storage()->filePath()}) {
             if (stuck)
                 continue;
-            others.push_back(
-                std::make_unique<SQLite::Database>(path.toStdString(), SQLite::OPEN_READWRITE));
+            others.push_back(std::make_unique<SQLite::Database>(path.toStdString(),
+                                                                SQLite::OPEN_READWRITE, 10'000));
             others.back()->exec("BEGIN EXCLUSIVE");
         }
         AppSettingModel::instance()->setSaveasPath(u"secret"_s);
