@@ -136,9 +136,9 @@ AccountBase::~AccountBase()
 {
     AccountManager::accountDeleted(this);
     m_mailbox->close();
-    m_inSession = false; // nobody is told any more
+    m_inSession = false; // a destructor emits no signals
     closeStorage();
-    // The models name what they still hold then.
+    // The models log what closeStorage() could not write.
     delete m_accountSettingModel;
     delete m_deviceModel;
     delete m_dataInfoModel;
@@ -187,7 +187,7 @@ void AccountBase::closeStorage()
 {
     suspendStore();
     if (m_storage->isOpen()) {
-        // One for all: the exit waits for each account.
+        // One deadline for all three steps: the exit waits for each account.
         const QDeadlineTimer deadline(closeMs);
         m_accountSettingModel->flush(deadline);
         m_dataInfoModel->flush(deadline);
@@ -299,11 +299,11 @@ std::function<void()> AccountBase::forgetPerson()
     const QVariantList settings = m_accountSettingModel->propertyValues();
     m_accountSettingModel->clear();
     m_dataInfoModel->clearData(true);
-    // Nobody comes back to what still waits to be written.
+    // Changes that are still pending have no owner any more: drop and log them.
     if (!m_storage->isOpen())
         leaveStore();
 
-    // The last, for its signals are part of it.
+    // Devices go last, since clearing them emits signals.
     const QPointer<AccountBase> guard(this);
     const bool hadDevice = !m_deviceModel->currentDevice().isEmpty();
     m_deviceModel->clearData(true);

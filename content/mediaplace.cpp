@@ -84,8 +84,7 @@ QString findMediaFile(const QString &path)
         return path;
     if (!renamed.isEmpty())
         return renamed;
-    // What is still at the old place was there first; the directory in use may have a new file of
-    // that name.
+    // Search the old place first: the directory in use may have a new file of the same name.
     const QStringList dirsInUse = dirs->mediaDirs();
     for (const QString &likely : mediaNames(path)) {
         for (auto dir = dirsInUse.crbegin(); dir != dirsInUse.crend(); ++dir) {

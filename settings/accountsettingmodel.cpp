@@ -210,8 +210,8 @@ bool AccountSettingModel::flush(QDeadlineTimer deadline)
 void AccountSettingModel::upgradeSetting(const ValueCache &rows)
 {
     AppSettingModel *settings = AppSettingModel::instance();
-    // Stored with what was moved, until the rows here are gone: a kill in between ends in the same
-    // state as none.
+    // Marks the move as under way until the old rows are gone, so that the next start finishes a
+    // move that was killed in between.
     const QString movedFrom = QStringLiteral("auto_download_moved_from");
     QStringList old;
     for (const MovedSetting &setting : movedSettings) {
@@ -236,7 +236,7 @@ void AccountSettingModel::upgradeSetting(const ValueCache &rows)
         }
         settings->saveToConfig(moved);
     }
-    // The rows go once their values are on disk in the other store.
+    // Remove the old rows only once their values are stored machine-wide.
     if (settings->value(movedFrom, QVariant()) != m_account->accountId() || !settings->flush())
         return;
     for (const QString &key : std::as_const(old))
