@@ -51,8 +51,9 @@ Fit fit(const QString &text, int columns)
 QString shortened(const QString &text, int columns)
 {
     QString shown = text;
-    // What strangers write must not control the terminal.
-    static const QRegularExpression controls(QStringLiteral("[\\p{Cc}\\x{2028}\\x{2029}]"));
+    // What strangers write must not control the terminal, nor turn around what follows.
+    static const QRegularExpression controls(
+        QStringLiteral("[\\p{Cc}\\x{2028}\\x{2029}\\x{202a}-\\x{202e}\\x{2066}-\\x{2069}]"));
     shown.replace(controls, QString(QChar::ReplacementCharacter));
     if (fit(shown, columns).length == shown.size())
         return shown;

@@ -70,8 +70,8 @@ class Line
 public:
     Line &operator<<(const char *text)
     {
-        while (*text && m_size < sizeof m_text - 1)
-            m_text[m_size++] = *text++;
+        for (; *text && m_size < sizeof m_text - 1; ++text)
+            m_text[m_size++] = std::uint8_t(*text) < ' ' || *text == '\x7f' ? '?' : *text;
         return *this;
     }
     Line &number(std::uint64_t value, int digits = 1)

@@ -13,6 +13,7 @@
 #include <spdlog/async_logger.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <future>
 #include <mutex>
@@ -26,6 +27,7 @@ Q_LOGGING_CATEGORY(lcImLog, "im.base")
 constexpr std::size_t maxFileBytes = 5 * 1024 * 1024;
 constexpr std::size_t maxOldFiles = 3;
 constexpr std::size_t maxWaitingLines = 8192;
+constexpr qsizetype maxTextLength = 4096; // in UTF-16 units
 
 using Sink = spdlog::sinks::rotating_file_sink_mt;
 
@@ -73,13 +75,58 @@ void toDebugLog(spdlog::level::level_enum level, const QString &text)
     inDebugLog = false;
 }
 
-std::string oneLine(const QString &text)
+/// Whoever reads a line, in a file or on a terminal, is to see what was logged: what would move the
+/// cursor, start a line, or turn what follows around is spelled out.
+bool isLegible(char32_t c)
 {
-    std::string line = text.toStdString();
-    for (char &c : line) {
-        if (c == '\n' || c == '\r' || c == '\0')
-            c = ' ';
+    switch (QChar::category(c)) {
+    case QChar::Other_Control:
+    case QChar::Other_Surrogate:
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+        return false;
+    case QChar::Other_Format:
+        return c == 0x200c || c == 0x200d; // joiners, part of many words and emoji
+    default:
+        return true;
     }
+}
+
+QString spelledOut(char32_t c)
+{
+    switch (c) {
+    case '\n':
+        return QStringLiteral("\\n");
+    case '\r':
+        return QStringLiteral("\\r");
+    case '\t':
+        return QStringLiteral("\\t");
+    default:
+        return c < 0x100 ? QStringLiteral("\\x%1").arg(uint(c), 2, 16, QLatin1Char('0'))
+                         : QStringLiteral("\\u{%1}").arg(uint(c), 0, 16);
+    }
+}
+
+QString legible(const QString &text)
+{
+    qsizetype end = std::min(text.size(), maxTextLength);
+    if (end < text.size() && text[end - 1].isHighSurrogate())
+        --end;
+    QString line;
+    line.reserve(end);
+    for (qsizetype at = 0; at < end;) {
+        const bool isPair =
+            at + 1 < end && text[at].isHighSurrogate() && text[at + 1].isLowSurrogate();
+        const char32_t c =
+            isPair ? QChar::surrogateToUcs4(text[at], text[at + 1]) : text[at].unicode();
+        if (isLegible(c))
+            line.append(QStringView(text).sliced(at, isPair ? 2 : 1));
+        else
+            line.append(spelledOut(c));
+        at += isPair ? 2 : 1;
+    }
+    if (end < text.size())
+        line.append(QStringLiteral("... (%1 characters)").arg(text.size()));
     return line;
 }
 
@@ -99,7 +146,7 @@ public:
                           + QStringLiteral("/log")))
                 m_directory = QString();
             if (m_logger) {
-                m_logger->log(level, oneLine(text));
+                m_logger->log(level, text.toStdString());
                 return;
             }
         }
@@ -197,7 +244,7 @@ private:
             m_logger = std::make_shared<spdlog::async_logger>(
                 "im", m_sink, m_worker, spdlog::async_overflow_policy::overrun_oldest);
             m_logger->set_error_handler([](const std::string &reason) {
-                toDebugLog(spdlog::level::err, QString::fromStdString(reason));
+                toDebugLog(spdlog::level::err, legible(QString::fromStdString(reason)));
             });
         }
         m_logger->set_level(spdlog::level::info);
@@ -232,26 +279,28 @@ ImLog *ImLog::instance()
 
 void ImLog::info(const QString &text)
 {
-    instance()->d->log(spdlog::level::info, text);
+    instance()->d->log(spdlog::level::info, legible(text));
 }
 
 void ImLog::error(const QString &text)
 {
-    instance()->d->log(spdlog::level::err, text);
+    instance()->d->log(spdlog::level::err, legible(text));
 }
 
 void ImLog::info(const QLoggingCategory &category, const QString &text)
 {
+    const QString line = legible(text);
     if (category.isDebugEnabled())
-        QMessageLogger().debug(category).noquote() << text;
-    info(text);
+        QMessageLogger().debug(category).noquote() << line;
+    instance()->d->log(spdlog::level::info, line);
 }
 
 void ImLog::error(const QLoggingCategory &category, const QString &text)
 {
+    const QString line = legible(text);
     if (category.isWarningEnabled())
-        QMessageLogger().warning(category).noquote() << text;
-    error(text);
+        QMessageLogger().warning(category).noquote() << line;
+    instance()->d->log(spdlog::level::err, line);
 }
 
 void ImLog::infoInCrash(const char *line) noexcept

@@ -17,7 +17,11 @@ class QLoggingCategory;
 /// no file can be written, the lines go to the Qt debug log ("im.base") instead.
 ///
 /// "im.log" is rotated at 5 MiB to "im.1.log", up to "im.3.log". A line has local time with its
-/// offset from UTC, thread, level, and the text in UTF-8; line feeds in the text become spaces.
+/// offset from UTC, thread, level, and the text in UTF-8. A text may quote what came from outside,
+/// and cannot forge a line, control a terminal, or turn what follows around: control characters,
+/// line ends, lone surrogates and format characters (those for the direction of text above all) are
+/// written as "\n", "\x1b", "\u{202e}", in the files and in the Qt debug log. Of a text longer than
+/// 4096 UTF-16 units the beginning is written, and its length.
 ///
 /// What must not be written here: key bytes, message text, passwords, phone numbers.
 class IMLOG_EXPORT ImLog

@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QLoggingCategory>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -63,24 +64,56 @@ private Q_SLOTS:
         }
     }
 
-    void oneLineEach()
+    void oneLegibleLineEach()
     {
+        const struct {
+            QString text, written;
+        } rows[] = {
+            {u"é {} %s 👨‍👩‍👧 می‌خواهم C:\\new"_s,
+             u"é {} %s 👨‍👩‍👧 می‌خواهم C:\\new"_s},
+            {u"a\n2000-01-01 00:00:00 info: forged\r\nb"_s,
+             u"a\\n2000-01-01 00:00:00 info: forged\\r\\nb"_s},
+            {u"\x1b[2J\x07\t\x7f\u0085\u009b"_s + QChar(0),
+             u"\\x1b[2J\\x07\\t\\x7f\\x85\\x9b\\x00"_s},
+            {u"photo\u202egpj.exe\u2066\u200f\u061c\ufeff"_s,
+             u"photo\\u{202e}gpj.exe\\u{2066}\\u{200f}\\u{61c}\\u{feff}"_s},
+            {u"a\u2028b\u2029c\U000e0041"_s, u"a\\u{2028}b\\u{2029}c\\u{e0041}"_s},
+            {u'x' + QString(QChar(0xd83d)) + u'y', u"x\\u{d83d}y"_s},
+            {QString(100'000, u'x'), QString(4096, u'x') + u"... (100000 characters)"_s},
+            {u"😀"_s.repeated(2048) + u"x"_s, u"😀"_s.repeated(2048) + u"... (4097 characters)"_s},
+            {u"x"_s + u"😀"_s.repeated(2048),
+             u"x"_s + u"😀"_s.repeated(2047) + u"... (4097 characters)"_s},
+        };
         QTemporaryDir directory;
         QVERIFY(ImLog::instance()->setDirectory(directory.path()));
-        ImLog::info(u"é {} %s"_s);
-        ImLog::error(u"a\n2000-01-01 00:00:00 info: forged\r\nb"_s);
+        static QStringList terminal;
+        terminal.clear();
+        const QtMessageHandler before = qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext &, const QString &text) { terminal += text; });
+        const QLoggingCategory category("im.test");
+        for (const auto &[text, written] : rows) {
+            ImLog::info(category, text);
+            ImLog::error(category, text);
+        }
+        qInstallMessageHandler(before);
         ImLog::instance()->flush();
-        ImLog::infoInCrash("crash");
+        ImLog::infoInCrash("crash\n\x1b[2J");
         const QStringList all = lines(directory.path());
-        QCOMPARE(all.size(), 3);
-        const QRegularExpression form(
-            u"^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} [+-]\\d\\d:\\d\\d "
-            "\\[\\d+\\] (\\w+): "_s);
-        QCOMPARE(form.match(all[0]).captured(1), u"info"_s);
-        QVERIFY(all[0].endsWith(u"é {} %s"_s));
-        QCOMPARE(form.match(all[1]).captured(1), u"error"_s);
-        QCOMPARE(form.match(all[2]).captured(1), u"info"_s);
-        QVERIFY(all[2].endsWith(u"crash"_s));
+        QCOMPARE(all.size(), 2 * std::size(rows) + 1);
+        QCOMPARE(terminal.size(), 2 * std::size(rows));
+        const auto parts = [](const QString &line) {
+            static const QRegularExpression form(
+                u"^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} [+-]\\d\\d:\\d\\d "
+                "\\[\\d+\\] (\\w+): (.*)$"_s);
+            return form.match(line).capturedTexts().mid(1);
+        };
+        for (std::size_t i = 0; i < std::size(rows); ++i) {
+            const QString &written = rows[i].written;
+            QCOMPARE(parts(all[2 * i]), (QStringList{u"info"_s, written}));
+            QCOMPARE(parts(all[2 * i + 1]), (QStringList{u"error"_s, written}));
+            QCOMPARE(terminal.mid(2 * i, 2), (QStringList{written, written}));
+        }
+        QCOMPARE(parts(all.last()), (QStringList{u"info"_s, u"crash??[2J"_s}));
     }
 
     void movesToAnotherDirectory()
@@ -108,8 +141,8 @@ private Q_SLOTS:
     {
         QTemporaryDir directory;
         QVERIFY(ImLog::instance()->setDirectory(directory.path()));
-        const QString text(1 << 20, u'x');
-        for (int i = 0; i < 30; ++i)
+        const QString text(4096, u'x');
+        for (int i = 0; i < 7000; ++i)
             ImLog::info(text);
         ImLog::instance()->flush();
         ImLog::infoInCrash("crash");
