@@ -1,5 +1,6 @@
 #include "content/items/thumbnail_p.h"
 
+#include "base/privatefile.h"
 #include "base/util.h"
 #include "imlog/imlog.h"
 #include "multimedia/audioplayer.h"
@@ -86,7 +87,7 @@ QByteArray jpeg(const QImage &image)
 bool store(const QByteArray &bytes, const QString &path)
 {
     QSaveFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
+    return privatefile::open(file) && file.write(bytes) == bytes.size() && file.commit();
 }
 
 } // namespace

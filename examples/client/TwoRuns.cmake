@@ -6,14 +6,26 @@ set(store ${data}/1001/userstatus/messages.db)
 set(feed ${FEEDS}/first-light.feed)
 set(feeds --feed ${feed} --feed ${FEEDS}/lakeside.feed)
 
+# What the client writes is for its user alone, also where new files are open to everybody.
+if(UNIX)
+    set(anybody sh -c "umask 0 && exec \"$0\" \"$@\"")
+endif()
+
 # Runs the client with its data below `place`, and leaves its output and the lines of its listing,
 # fit for CMake's lists.
 function(run exit_code place)
     set(ENV{XDG_DATA_HOME} ${place})
-    execute_process(COMMAND ${CLIENT} ${ARGN}
+    set(ENV{TMPDIR} ${place})
+    execute_process(COMMAND ${anybody} ${CLIENT} ${ARGN}
                     RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE errors)
     if(NOT result EQUAL exit_code)
         message(FATAL_ERROR "${ARGN}: exit code ${result}, not ${exit_code}\n${output}\n${errors}")
+    endif()
+    if(UNIX AND IS_DIRECTORY ${place}/modelbase)
+        execute_process(COMMAND find ${place} -mindepth 1 -perm /077 OUTPUT_VARIABLE open)
+        if(open)
+            message(FATAL_ERROR "Open to others:\n${open}")
+        endif()
     endif()
     string(REGEX REPLACE "[][;\\]" "?" lines "${output}")
     string(REGEX MATCHALL "[^\n]+" lines "${lines}")
@@ -100,6 +112,7 @@ endif()
 
 # An account whose store is lost signs in again, and finds its messages.
 file(WRITE ${home}/${data}/1001/userstatus/account.db "no database")
+file(CHMOD ${home}/${data}/1001/userstatus/account.db PERMISSIONS OWNER_READ OWNER_WRITE WORLD_READ)
 run(0 ${home})
 expect("${errors}" "account.db was damaged")
 if(NOT lines STREQUAL first)

@@ -1,6 +1,7 @@
 #include "client/downloads.h"
 
 #include "account/accountbase.h"
+#include "base/privatefile.h"
 #include "base/util.h"
 #include "client/clienterror.h"
 #include "content/contentitem.h"
@@ -90,7 +91,7 @@ void Downloads::transfer(FileData &file, const QString &from, const QString &to)
     QFile source(from);
     QSaveFile target(to);
     bool ok = Util::mkpath(QFileInfo(to).path()) && source.open(QIODevice::ReadOnly)
-        && target.open(QIODevice::WriteOnly);
+        && privatefile::open(target);
     while (ok && !source.atEnd()) {
         const QByteArray block = source.read(blockSize);
         ok = target.write(block) == block.size();

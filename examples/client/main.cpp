@@ -1,6 +1,7 @@
 // A terminal client on top of modelbase, fed from a recorded feed. README.md is its guide.
 
 #include "account/accountmanager.h"
+#include "base/util.h"
 #include "client/application.h"
 #include "client/client.h"
 #include "client/clientaccount.h"
@@ -59,7 +60,7 @@ Options readOptions(const Application &app)
 QString makeDataDirectory()
 {
     const QString path = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
-    if (!QDir().mkpath(path) || !QFileInfo(path).isWritable())
+    if (!Util::mkpath(path) || !QFileInfo(path).isWritable())
         throw ClientError(BadData,
                           QStringLiteral("%1 is no directory that can be written to. Make it one, "
                                          "or let XDG_DATA_HOME name another place.")

@@ -1,5 +1,6 @@
 #include "client/messagestore.h"
 
+#include "base/privatefile.h"
 #include "client/clienterror.h"
 
 #include <SQLiteCpp/Exception.h>
@@ -38,6 +39,9 @@ ClientError storeError(const QString &path, const SQLite::Exception &error)
 
 SQLite::Database opened(const QString &path)
 try {
+    // SQLite would make a file that everybody can read, but makes its others like this one.
+    if (!privatefile::create(path))
+        privatefile::restrict(path);
     SQLite::Database database(path.toStdString(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE,
                               5000);
     const std::string state = database.execAndGet("PRAGMA quick_check(1)").getString();

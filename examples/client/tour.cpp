@@ -2,6 +2,7 @@
 
 #include "account/accountdevicemodel.h"
 #include "account/accountmanager.h"
+#include "base/privatefile.h"
 #include "base/util.h"
 #include "client/applock.h"
 #include "client/clientaccount.h"
@@ -16,8 +17,8 @@
 #include <QDateTime>
 #include <QDir>
 #include <QDirIterator>
-#include <QFile>
 #include <QRandomGenerator>
+#include <QSaveFile>
 #include <QStandardPaths>
 
 namespace
@@ -65,10 +66,10 @@ void makeMedia(const QString &folder)
     QList<quint32> noise(mediaSize / int(sizeof(quint32)));
     for (int i = 1; i <= mediaFiles; ++i) {
         random.fillRange(noise.data(), noise.size());
-        QFile file(folder + QStringLiteral("picture %1.jpg").arg(i));
-        if (!Util::mkpath(folder) || !file.open(QIODevice::WriteOnly)
-            || file.write(reinterpret_cast<const char *>(noise.constData()), mediaSize)
-                != mediaSize)
+        QSaveFile file(folder + QStringLiteral("picture %1.jpg").arg(i));
+        if (!Util::mkpath(folder) || !privatefile::open(file)
+            || file.write(reinterpret_cast<const char *>(noise.constData()), mediaSize) != mediaSize
+            || !file.commit())
             throw ClientError(BadData,
                               QStringLiteral("%1 cannot be written: %2.")
                                   .arg(native(file.fileName()), file.errorString()));

@@ -1,5 +1,6 @@
 #include "base/util.h"
 
+#include "base/privatefile.h"
 #include "imlog/imlog.h"
 
 #include <QDir>
@@ -49,7 +50,7 @@ QString Util::defaultCacheDataDir()
 
 bool Util::mkpath(const QString &path)
 {
-    if (!path.isEmpty() && QDir().mkpath(path))
+    if (!path.isEmpty() && privatefile::makeDirectory(path))
         return true;
     ImLog::error(log(), QStringLiteral("Cannot make directory \"%1\"").arg(path));
     return false;

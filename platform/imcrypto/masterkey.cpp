@@ -4,6 +4,7 @@
 #include "imcrypto/log_p.h"
 #include "imcrypto/masterkey_p.h"
 
+#include "base/privatefile.h"
 #include "cryptobase/cryptoaes.h"
 
 #include <QDeadlineTimer>
@@ -187,7 +188,7 @@ private:
         const QString directory = QFileInfo(m_filePath).absolutePath();
         QFile file(m_filePath + QLatin1Char('.')
                    + QString::fromLatin1(CryptoAES::createKey(8).toHex()));
-        const bool written = QDir().mkpath(directory)
+        const bool written = privatefile::makeDirectory(directory)
             && file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered,
                          ownerOnly)
             && file.write(content) == content.size() && flushToDisk(file);

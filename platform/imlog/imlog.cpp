@@ -1,5 +1,6 @@
 #include "imlog/imlog.h"
 
+#include "base/privatefile.h"
 #include "imlog/crashline_p.h"
 
 #include <QCoreApplication>
@@ -44,12 +45,16 @@ spdlog::filename_t nativePath(const QString &path)
 std::shared_ptr<Sink> openSink(const QString &directory)
 try {
     // Asked first, because the sink tries for a while before it gives up.
-    if (!QDir().mkpath(directory) || !QFileInfo(directory).isWritable())
+    if (!privatefile::makeDirectory(directory) || !QFileInfo(directory).isWritable())
         return nullptr;
     const QString file = directory + QStringLiteral("/im.log");
     if (const QFileInfo info(file); info.exists() && !(info.isFile() && info.isWritable()))
         return nullptr;
+    const QDir files(directory);
+    for (const QString &name : files.entryList({QStringLiteral("im*.log")}, QDir::Files))
+        privatefile::restrict(files.filePath(name));
     spdlog::file_event_handlers handlers;
+    handlers.before_open = [file](const spdlog::filename_t &) { privatefile::create(file); };
     handlers.after_open = [](const spdlog::filename_t &, std::FILE *opened) {
         crashline::setFile(opened);
     };

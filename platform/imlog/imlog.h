@@ -21,7 +21,7 @@ class QLoggingCategory;
 /// and cannot forge a line, control a terminal, or turn what follows around: control characters,
 /// line ends, lone surrogates and format characters (those for the direction of text above all) are
 /// written as "\n", "\x1b", "\u{202e}", in the files and in the Qt debug log. Of a text longer than
-/// 4096 UTF-16 units the beginning is written, and its length.
+/// 4096 UTF-16 units the beginning is written, and its length. The files are for their owner alone.
 ///
 /// What must not be written here: key bytes, message text, passwords, phone numbers.
 class IMLOG_EXPORT ImLog

@@ -1,5 +1,6 @@
 #include "multimedia/audioplayer.h"
 
+#include "base/privatefile.h"
 #include "multimedia/audiotags_p.h"
 #include "multimedia/mediafile_p.h"
 
@@ -55,7 +56,7 @@ QString store(const QByteArray &image, const QString &format, const QString &dir
         return {};
     }
     QSaveFile file(path);
-    if (!QDir().mkpath(directory) || !file.open(QIODevice::WriteOnly)
+    if (!privatefile::makeDirectory(directory) || !privatefile::open(file)
         || file.write(image) != image.size() || !file.commit()) {
         logFailure(purpose, path, file.errorString());
         return {};

@@ -1,5 +1,6 @@
 #include "multimedia/videocapture.h"
 
+#include "base/privatefile.h"
 #include "multimedia/mediafile_p.h"
 #include "multimedia/videoinput_p.h"
 
@@ -119,7 +120,7 @@ std::optional<VideoCapture::Frame> VideoCapture::capture(const QString &videoPat
         return std::nullopt;
     QSaveFile file(imagePath);
     const QByteArray format = QFileInfo(imagePath).suffix().toLatin1();
-    if (!file.open(QIODevice::WriteOnly) || !decoded.image.save(&file, format.constData())
+    if (!privatefile::open(file) || !decoded.image.save(&file, format.constData())
         || !file.commit()) {
         logFailure(purpose, imagePath, file.errorString());
         return std::nullopt;

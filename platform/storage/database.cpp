@@ -1,5 +1,6 @@
 #include "storage/database_p.h"
 
+#include "base/privatefile.h"
 #include "imlog/imlog.h"
 #include "storage/recovery_p.h"
 
@@ -80,9 +81,12 @@ void logFailure(const char *what, const QString &filePath, const QString &reason
 bool prepareFile(const QString &filePath, bool create)
 {
     const QFileInfo info(filePath);
-    if (create && !QDir().mkpath(info.path()))
+    if ((create || QFileInfo(info.path()).isDir()) && !privatefile::makeDirectory(info.path()))
         throw std::runtime_error("its directory cannot be made");
     finishRecovery(filePath);
+    // SQLite makes its log and its index like the file that they belong to.
+    for (const char *suffix : {"", "-wal", "-shm"})
+        privatefile::restrict(filePath + QLatin1StringView(suffix));
     // SQLite's own word for this is only "unable to open database file".
     if (info.isDir())
         throw std::runtime_error("it is a directory");
@@ -221,7 +225,6 @@ bool Database::open(const QString &filePath, bool create)
                              .arg(recovery.rows);
                 connection = connect(filePath, m_steps);
             }
-            QFile::setPermissions(filePath, QFile::ReadOwner | QFile::WriteOwner);
             m_connection.reset(new Connection{std::move(connection), {}});
             ++m_openings;
             m_openedIn = now;

@@ -38,8 +38,8 @@ public:
     explicit Database(SchemaSteps steps);
     ~Database();
 
-    /// Opens `filePath`, making the directory and the file (readable by its owner only) where they
-    /// are missing, and brings the schema up to date. See GlobalStorageProvider::open() about
+    /// Opens `filePath`, making the directory and the file where they are missing, and brings the
+    /// schema up to date. All files are for their owner alone, also those found open to others. See GlobalStorageProvider::open() about
     /// failures and damaged files. With `create` false nothing is made: there must be a file. True
     /// at once when it is open already.
     bool open(const QString &filePath, bool create = true);

@@ -1,5 +1,7 @@
 #include "storage/recovery_p.h"
 
+#include "base/privatefile.h"
+
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
@@ -297,9 +299,9 @@ void finishRecovery(const QString &filePath)
 
 void createPrivateFile(const QString &filePath)
 {
-    QFile file(filePath);
-    if (!file.open(QFile::WriteOnly | QFile::NewOnly, QFile::ReadOwner | QFile::WriteOwner))
-        throw std::runtime_error(file.errorString().toStdString());
+    QString error;
+    if (!privatefile::create(filePath, &error))
+        throw std::runtime_error(error.toStdString());
 }
 
 void migrate(SQLite::Database &connection, const SchemaSteps &steps, int from, int to)

@@ -1,5 +1,7 @@
 #include "imlog/imlog.h"
 
+#include "support/privacy.h"
+
 #include <QDir>
 #include <QFile>
 #include <QLoggingCategory>
@@ -137,9 +139,14 @@ private Q_SLOTS:
         QCOMPARE(lines(second).size(), 2);
     }
 
-    void rotates()
+    void rotatesForItsOwnerAlone()
     {
-        QTemporaryDir directory;
+        QTemporaryDir home;
+        const NoUmask noUmask;
+        const QDir directory(home.filePath(u"log"_s));
+        QVERIFY(ImLog::instance()->setDirectory(directory.path()));
+        QCOMPARE(openToOthers(home.path()), QStringList());
+        QVERIFY(QFile::setPermissions(directory.filePath(u"im.log"_s), everybody));
         QVERIFY(ImLog::instance()->setDirectory(directory.path()));
         const QString text(4096, u'x');
         for (int i = 0; i < 7000; ++i)
@@ -147,7 +154,8 @@ private Q_SLOTS:
         ImLog::instance()->flush();
         ImLog::infoInCrash("crash");
         QVERIFY(lines(directory.path()).constLast().endsWith(u"crash"_s));
-        const QFileInfoList files = QDir(directory.path()).entryInfoList(QDir::Files);
+        QCOMPARE(openToOthers(home.path()), QStringList());
+        const QFileInfoList files = directory.entryInfoList(QDir::Files);
         QCOMPARE(files.size(), 4);
         for (const QFileInfo &file : files)
             QVERIFY(file.size() <= 5 * 1024 * 1024);

@@ -1,10 +1,13 @@
 #include "storage/database_p.h"
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
+#include "support/privacy.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QProcess>
 #include <QRandomGenerator>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -275,6 +278,36 @@ private Q_SLOTS:
         QVERIFY(database.open(file()));
         QCOMPARE(number(database, countSoundRows), 5);
     }
+
+    void isForItsOwnerAlone()
+    {
+        const NoUmask noUmask;
+        const QString home = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+        for (const bool damaged : {false, true}) {
+            GlobalStorageProvider provider;
+            QVERIFY(provider.open());
+            QCOMPARE(provider.recovered(), damaged);
+            QVERIFY(provider.settingStorage()->save({u"key"_s, 1, {}}));
+            QVERIFY(QFile::exists(provider.filePath() + u"-wal"_s));
+            QCOMPARE(openToOthers(home), QStringList());
+            // As an earlier version left them, with a log that goes on.
+            const QByteArray bytes = contents(provider.filePath() + u"-wal"_s);
+            provider.close();
+            overwrite(provider.filePath() + u"-wal"_s, bytes);
+            overwrite(provider.filePath(), "rubbish");
+            for (QDirIterator file(home, QDir::Files); file.hasNext();)
+                QFile::setPermissions(file.next(), everybody);
+            QFile::setPermissions(home, everybody);
+        }
+        QVERIFY(QDir(home).removeRecursively());
+        const QString foreign = m_directory->filePath(u"deep/below"_s);
+        QVERIFY(QFile::setPermissions(m_directory->path(), everybody));
+        Database database(schema);
+        QVERIFY(database.open(foreign + u"/x.db"_s));
+        // What was there before is not the application's.
+        QCOMPARE(openToOthers(m_directory->path()), QStringList(m_directory->path()));
+    }
+
     void refusesBadPaths()
     {
         QVERIFY(QDir(m_directory->path()).mkdir(u"directory"_s));
