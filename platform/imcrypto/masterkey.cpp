@@ -12,15 +12,22 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLockFile>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QThread>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+#include <thread>
+#include <utility>
 
 #if defined(Q_OS_WIN)
 #    include <io.h>
 #else
 #    include <fcntl.h>
+#    include <sys/stat.h>
 #    include <unistd.h>
 #endif
 
@@ -34,7 +41,6 @@ namespace
 constexpr int keySize = 32;
 /// What the file begins with when it names a keychain entry. Otherwise it is the 32 key bytes.
 const QByteArray entryMark("keychain:");
-constexpr QFile::Permissions ownerOnly = QFile::ReadOwner | QFile::WriteOwner;
 
 bool flushToDisk(const QFile &file)
 {
@@ -54,6 +60,46 @@ void flushDirectory([[maybe_unused]] const QString &path)
         ::fsync(directory);
         ::close(directory);
     }
+#endif
+}
+
+struct Opened {
+    bool isMissing = false;
+    QString refusal; ///< why it is not opened, when it is not missing
+    bool wasOpenToOthers = false;
+};
+
+/// Opens the key's file for reading, and closes it to others. Whoever could write to the directory
+/// might have put something else in its place: a pipe would hang, and a link lead to another file.
+Opened openOwn(QFile &file)
+{
+    constexpr auto mode = QIODevice::ReadOnly | QIODevice::Unbuffered;
+#if defined(Q_OS_UNIX)
+    const int descriptor = ::open(QFile::encodeName(file.fileName()).constData(),
+                                  O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0 && (errno == ENOENT || errno == ENOTDIR))
+        return {true, {}, false};
+    if (descriptor < 0)
+        return {false, QString::fromLocal8Bit(std::strerror(errno)), false};
+    struct stat about;
+    if (::fstat(descriptor, &about) != 0 || !S_ISREG(about.st_mode)
+        || about.st_uid != ::geteuid()) {
+        ::close(descriptor);
+        return {false, QStringLiteral("it is no file of this user's"), false};
+    }
+    const bool isOpen = (about.st_mode & 077) != 0 && ::fchmod(descriptor, 0600) == 0;
+    if (!file.open(descriptor, mode, QFile::AutoCloseHandle)) {
+        ::close(descriptor);
+        return {false, file.errorString(), false};
+    }
+    return {false, {}, isOpen};
+#else
+    const QFileInfo info(file.fileName());
+    if (!info.exists() && !info.isSymLink())
+        return {true, {}, false};
+    if (!info.isFile() || info.isSymLink())
+        return {false, QStringLiteral("it is no file"), false};
+    return {false, file.open(mode) ? QString() : file.errorString(), false};
 #endif
 }
 
@@ -105,9 +151,10 @@ public:
     bool mayWait() const override
     {
         QFile file(m_filePath);
-        if (!file.exists())
+        const Opened opened = openOwn(file);
+        if (opened.isMissing)
             return m_preferKeychain && keychain::isPossible();
-        if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        if (!opened.refusal.isEmpty())
             return false;
         const SecureBytes begin(file.read(entryMark.size())); // perhaps of the key itself
         return QByteArray(begin) == entryMark;
@@ -116,15 +163,14 @@ public:
     Answer load() override
     {
         QFile file(m_filePath);
-        if (!file.exists())
+        const Opened opened = openOwn(file);
+        if (opened.isMissing)
             return {Status::None, {}};
-        if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-            return unavailable(file.errorString());
-        if (file.permissions() & (QFile::ReadGroup | QFile::ReadOther)) {
+        if (!opened.refusal.isEmpty())
+            return unavailable(opened.refusal);
+        if (opened.wasOpenToOthers)
             logFailure(QStringLiteral("%1 could be read by others; now its owner only can")
                            .arg(m_filePath));
-            file.setPermissions(ownerOnly);
-        }
         SecureBytes content(file.read(256));
         if (content.size() == keySize)
             return {Status::Found, std::move(content)};
@@ -162,6 +208,49 @@ public:
         return answer;
     }
 
+    bool remove() override
+    {
+        QFile file(m_filePath);
+        const Opened opened = openOwn(file);
+        QByteArray entry;
+        if (file.isOpen()) {
+            const SecureBytes content(file.read(256));
+            // By value, and no secret when it names an entry.
+            if (QByteArray(content).startsWith(entryMark))
+                entry = QByteArray(content).mid(entryMark.size());
+            file.close();
+        }
+        // Whoever was killed while it made the key left it under such a name, too.
+        const QFileInfo info(m_filePath);
+        static const QRegularExpression unfinished(QStringLiteral("[.][0-9a-f]{16}$"));
+        QDir directory = info.dir();
+        QStringList names =
+            directory
+                .entryList({info.fileName() + QStringLiteral(".*")}, QDir::Files | QDir::Hidden)
+                .filter(unfinished);
+        if (!opened.isMissing)
+            names.append(info.fileName());
+        bool removed = true;
+        for (const QString &name : std::as_const(names)) {
+            if (!directory.remove(name)) {
+                logFailure(QStringLiteral("cannot remove %1").arg(directory.filePath(name)));
+                removed = false;
+            }
+        }
+        flushDirectory(info.absolutePath());
+        // After the file, which must not name an entry that is gone.
+        if (removed && !entry.isEmpty()) {
+            try {
+                std::thread([entry = QString::fromLatin1(entry)] {
+                    keychain::remove(entry);
+                }).detach();
+            } catch (const std::system_error &) {
+                logFailure(QStringLiteral("no thread to tell the keychain"));
+            }
+        }
+        return removed;
+    }
+
 private:
     Answer unavailable(const QString &reason) const
     {
@@ -190,7 +279,7 @@ private:
                    + QString::fromLatin1(CryptoAES::createKey(8).toHex()));
         const bool written = privatefile::makeDirectory(directory)
             && file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered,
-                         ownerOnly)
+                         privatefile::forOwner)
             && file.write(content) == content.size() && flushToDisk(file);
         QString reason = file.errorString();
         file.close();

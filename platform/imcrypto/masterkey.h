@@ -39,8 +39,13 @@ public:
     /// Makes the key where load() says None, and never in place of another. When two processes or
     /// threads do so at once, both get the same key. Never answers None.
     virtual Answer create() = 0;
+    /// Destroys the key: what is sealed under it never opens again, but in stores that hold it yet,
+    /// which have to be closed before. create() then makes another. False, with a log line, when it
+    /// is still there, and unless overridden. A keychain is told in the background.
+    virtual bool remove() { return false; }
 
-    /// A key file, readable by its owner only. The key is made in the file and in no keychain; but a
+    /// A key file, readable by its owner only. A link, a pipe, or another user's file in its place is
+    /// refused as Unavailable, and left as it is. The key is made in the file and in no keychain; but a
     /// file of installation() that names an entry is understood.
     static std::shared_ptr<MasterKey> inFile(const QString &filePath);
 

@@ -10,9 +10,15 @@
 #include <QTest>
 
 #include <barrier>
+#include <functional>
 #include <memory>
 #include <thread>
 #include <vector>
+
+#ifdef Q_OS_UNIX
+#    include <sys/stat.h>
+#    include <unistd.h>
+#endif
 
 using namespace crypto;
 using Status = MasterKey::Status;
@@ -63,6 +69,8 @@ private Q_SLOTS:
     void file();
     void damagedFile_data();
     void damagedFile();
+    void whatIsNoFileOfOurs();
+    void removes();
     void unwritableDirectory();
     void withoutHardLinks();
     void threadsAtOnce_data();
@@ -112,6 +120,57 @@ void TestMasterKey::damagedFile()
     QCOMPARE(MasterKey::inFile(path)->create().status, Status::Unavailable);
     QCOMPARE(contents(path), bytes);
     QCOMPARE(files(directory.path()).size(), 1);
+}
+
+void TestMasterKey::whatIsNoFileOfOurs()
+{
+#ifdef Q_OS_UNIX
+    const QTemporaryDir directory;
+    const QString path = directory.filePath(QStringLiteral("master.key"));
+    const QString other = directory.filePath(QStringLiteral("other"));
+    const QByteArray name = QFile::encodeName(path);
+    const QByteArray others = QFile::encodeName(other);
+    const std::function<bool()> obstacles[] = {
+        [&] { return ::mkfifo(name.constData(), 0600) == 0; },
+        [&] { return ::symlink(others.constData(), name.constData()) == 0; },
+        [&] { return ::symlink("nowhere", name.constData()) == 0; },
+        [&] { return ::mkdir(name.constData(), 0700) == 0; },
+        [&] {
+            return ::geteuid() != 0
+                || (write(path, QByteArray(32, 'k')) && ::chown(name.constData(), 65534, 0) == 0);
+        },
+    };
+    for (const auto &place : obstacles) {
+        QVERIFY(write(other, QByteArray(32, 'o')));
+        QVERIFY(QFile::setPermissions(other, QFile::Permissions(0x6644)));
+        QVERIFY(place());
+        const auto source = MasterKey::inFile(path);
+        QVERIFY(!source->mayWait());
+        QCOMPARE(source->load().status, Status::Unavailable);
+        QCOMPARE(source->create().status, Status::Unavailable);
+        QCOMPARE(QFile::permissions(other), QFile::Permissions(0x6644));
+        QCOMPARE(contents(other), QByteArray(32, 'o'));
+        QVERIFY(QFile::remove(path) || QDir().rmdir(path));
+    }
+#else
+    QSKIP("there are no such files here");
+#endif
+}
+
+void TestMasterKey::removes()
+{
+    const QTemporaryDir directory;
+    const QString path = directory.filePath(QStringLiteral("master.key"));
+    const auto source = MasterKey::inFile(path);
+    const QByteArray made = key(source->create());
+    // Left by a process that died while it made the key, and somebody else's.
+    QVERIFY(write(path + QStringLiteral(".0123456789abcdef"), made));
+    QVERIFY(write(path + QStringLiteral(".copy"), "not ours"));
+    QVERIFY(source->remove());
+    QCOMPARE(files(directory.path()), QStringList(QStringLiteral("master.key.copy")));
+    QCOMPARE(source->load().status, Status::None);
+    QVERIFY(source->remove());
+    QVERIFY(key(source->create()) != made);
 }
 
 void TestMasterKey::unwritableDirectory()
