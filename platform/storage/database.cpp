@@ -24,6 +24,7 @@
 #include <system_error>
 #include <thread>
 #include <unordered_map>
+#include <utility>
 
 namespace storage
 {
@@ -40,11 +41,48 @@ struct TextHash {
     }
 };
 
-} // namespace
-
-struct Database::Connection {
+struct Handle {
     std::unique_ptr<SQLite::Database> database;
     std::unordered_map<std::string, SQLite::Statement, TextHash, std::equal_to<>> statements;
+};
+
+/// What the call of this thread works with.
+thread_local Handle *inUse = nullptr;
+
+} // namespace
+
+/// A connection and whose turn it is with it.
+class Database::Connection
+{
+public:
+    bool lock(QDeadlineTimer deadline)
+    {
+        const auto left = m_held ? 0 : std::max<qint64>(deadline.remainingTime(), 0);
+        m_held = !m_mutex.tryLock(int(left));
+        return !m_held;
+    }
+    bool tryLock() { return m_mutex.tryLock(); }
+    void unlock()
+    {
+        if (m_abandoned.exchange(false))
+            m_handle.reset();
+        m_held = false;
+        m_mutex.unlock();
+    }
+    /// Whoever has the lock closes when it lets go.
+    void abandon() { m_abandoned = true; }
+    /// Under the lock: begins anew, with nothing open.
+    void clear()
+    {
+        m_abandoned = false;
+        m_handle.reset();
+    }
+    std::unique_ptr<Handle> m_handle; ///< under the lock
+
+private:
+    std::atomic_bool m_held = false; ///< a call has waited for the mutex in vain
+    std::atomic_bool m_abandoned = false;
+    QMutex m_mutex;
 };
 
 namespace
@@ -77,6 +115,12 @@ void logFailure(const char *what, const QString &filePath, const QString &reason
         QStringLiteral("cannot %1 %2: %3").arg(QString::fromLatin1(what), filePath, reason));
 }
 
+qint64 steadyMs()
+{
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
 /// Sees to it that there is a file to open. True when it was made here.
 bool prepareFile(const QString &filePath, bool create)
 {
@@ -85,11 +129,15 @@ bool prepareFile(const QString &filePath, bool create)
         throw std::runtime_error("its directory cannot be made");
     finishRecovery(filePath);
     // SQLite makes its log and its index like the file that they belong to.
-    for (const char *suffix : {"", "-wal", "-shm"})
-        privatefile::restrict(filePath + QLatin1StringView(suffix));
+    privatefile::restrict(filePath);
+    // Those made beside a file that could only be read can only be read, and would stay so.
+    for (const char *suffix : {"-wal", "-shm"})
+        QFile::setPermissions(filePath + QLatin1StringView(suffix), privatefile::forOwner);
     // SQLite's own word for this is only "unable to open database file".
     if (info.isDir())
         throw std::runtime_error("it is a directory");
+    if (info.exists() && !info.isFile())
+        throw std::runtime_error("it is no file");
     if (info.exists() || info.isSymLink())
         return false;
     if (!create)
@@ -114,13 +162,42 @@ void checkSound(SQLite::Database &connection)
         throw SQLite::Exception(verdict, SQLITE_CORRUPT);
 }
 
+/// The statements that a database was made with.
+std::string schemaOf(SQLite::Database &connection)
+{
+    return connection
+        .execAndGet("SELECT group_concat(sql, ';') FROM (SELECT sql FROM sqlite_schema "
+                    "WHERE name NOT LIKE 'sqlite_%' ORDER BY name)")
+        .getString();
+}
+
+/// The version of the schema. Where the number was lost, the tables tell.
+int versionOf(SQLite::Database &connection, const SchemaSteps &steps)
+{
+    const int version = connection.execAndGet("PRAGMA user_version").getInt();
+    const std::string schema = version == 0 ? schemaOf(connection) : std::string();
+    if (schema.empty())
+        return version;
+    for (int candidate = int(steps.size()); candidate > 0; --candidate) {
+        SQLite::Database made(":memory:", SQLite::OPEN_READWRITE);
+        migrate(made, steps, 0, candidate);
+        if (schemaOf(made) == schema)
+            return candidate;
+    }
+    throw SQLite::Exception("it has tables, but of no version known", SQLITE_CORRUPT);
+}
+
 std::unique_ptr<SQLite::Database> connect(const QString &filePath, const SchemaSteps &steps)
 {
     const int current = int(steps.size());
     // Our own mutex is held around every use; SQLite's would be taken once more for each column.
     auto connection = std::make_unique<SQLite::Database>(
         filePath.toStdString(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX, busyTimeoutMs);
+    const bool hasLog = QFileInfo(filePath + QStringLiteral("-wal")).size() > 0;
     try {
+        // SQLite would take what cannot be written for something to read, and make files beside it.
+        if (sqlite3_db_readonly(connection->getHandle(), "main") != 0)
+            throw std::runtime_error("it may only be read");
         // SQLite fills up what is missing of a header, its version too.
         const qint64 bytes = QFileInfo(filePath).size();
         if (bytes > 0 && bytes < headerBytes)
@@ -136,11 +213,14 @@ std::unique_ptr<SQLite::Database> connect(const QString &filePath, const SchemaS
         connection->exec("PRAGMA journal_mode = WAL");
         connection->exec("PRAGMA synchronous = NORMAL");
         connection->exec("PRAGMA foreign_keys = ON");
+        connection->exec("PRAGMA secure_delete = ON");
         // Even with nothing to migrate: only the write lock tells whether this file can be written.
         SQLite::Transaction transaction(*connection, SQLite::TransactionBehavior::IMMEDIATE);
-        migrate(*connection, steps, connection->execAndGet("PRAGMA user_version").getInt(),
-                current);
+        migrate(*connection, steps, versionOf(*connection, steps), current);
         transaction.commit();
+        // A process that was killed may have removed what its log still holds.
+        if (hasLog)
+            connection->exec("PRAGMA wal_checkpoint(TRUNCATE)");
     } catch (const SQLite::Exception &e) {
         // A damaged file is set aside as it was found: do not fold its log into it on the way out.
         if (isDamage(e.getErrorCode()))
@@ -148,6 +228,16 @@ std::unique_ptr<SQLite::Database> connect(const QString &filePath, const SchemaS
                               nullptr);
         throw;
     }
+    return connection;
+}
+
+/// One to read with beside the one that writes.
+std::unique_ptr<SQLite::Database> connectReader(const QString &filePath)
+{
+    // Not for reading only: the last one that is closed puts the log into the file.
+    auto connection = std::make_unique<SQLite::Database>(
+        filePath.toStdString(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX, busyTimeoutMs);
+    connection->exec("PRAGMA query_only = ON");
     return connection;
 }
 
@@ -159,38 +249,30 @@ void Database::log(const QString &text)
     ImLog::error(category, QStringLiteral("storage: ") + text.simplified());
 }
 
-Database::Database(SchemaSteps steps) : m_steps(std::move(steps)) { }
+Database::Database(SchemaSteps steps)
+    : m_steps(std::move(steps)), m_main(std::make_unique<Connection>()),
+      m_reader(std::make_unique<Connection>())
+{
+}
 
 Database::~Database()
 {
     m_openedIn = 0;
     // Not held: nobody is inside, as it should be. Held: a thread died inside after closeInCrash(),
     // and closing is left to the operating system.
-    const std::unique_lock lock(m_mutex, std::try_to_lock);
-    if (!lock)
-        static_cast<void>(m_connection.release());
-    else
-        m_connection.reset();
+    for (const auto &connection : {m_reader.get(), m_main.get()}) {
+        if (connection->tryLock()) {
+            connection->clear();
+            connection->unlock();
+        } else {
+            static_cast<void>(connection->m_handle.release());
+        }
+    }
 }
 
 bool Database::isOpen() const
 {
     return m_openedIn == crashes;
-}
-
-bool Database::lock(QDeadlineTimer deadline)
-{
-    const auto left = m_held ? 0 : std::max<qint64>(deadline.remainingTime(), 0);
-    m_held = !m_mutex.tryLock(int(left));
-    return !m_held;
-}
-
-void Database::unlock()
-{
-    if (m_abandoned.exchange(false))
-        m_connection.reset();
-    m_held = false;
-    m_mutex.unlock();
 }
 
 bool Database::open(const QString &filePath, bool create)
@@ -200,15 +282,20 @@ bool Database::open(const QString &filePath, bool create)
     // An opening under way in a crash ends closed.
     const unsigned now = crashes;
     QString damage;
-    QString failure;
-    if (!lock(QDeadlineTimer(waitMs))) {
-        failure = QString::fromLatin1(heldReason);
-    } else {
-        const auto unlocked = qScopeGuard([this] { unlock(); });
-        m_abandoned = false;
+    const QString failure = [&] {
+        const QDeadlineTimer deadline(waitMs);
+        if (!m_main->lock(deadline))
+            return QString::fromLatin1(heldReason);
+        const auto mainUnlocked = qScopeGuard([this] { m_main->unlock(); });
+        if (!m_reader->lock(deadline))
+            return QString::fromLatin1(heldReason);
+        const auto readerUnlocked = qScopeGuard([this] { m_reader->unlock(); });
+        if (isOpen()) // by a call that tried again
+            return QString();
         bool created = false;
         try {
-            m_connection.reset();
+            m_reader->clear();
+            m_main->clear();
             m_filePath = filePath;
             m_recovered = false;
             created = prepareFile(filePath, create);
@@ -225,15 +312,17 @@ bool Database::open(const QString &filePath, bool create)
                              .arg(recovery.rows);
                 connection = connect(filePath, m_steps);
             }
-            m_connection.reset(new Connection{std::move(connection), {}});
+            m_main->m_handle.reset(new Handle{std::move(connection), {}});
             ++m_openings;
             m_openedIn = now;
+            return QString();
         } catch (...) {
-            failure = currentReason();
             if (created)
                 QFile::remove(filePath);
+            m_triedAt = steadyMs();
+            return currentReason();
         }
-    }
+    }();
     if (!damage.isEmpty())
         log(damage);
     if (!failure.isEmpty())
@@ -241,23 +330,53 @@ bool Database::open(const QString &filePath, bool create)
     return failure.isEmpty();
 }
 
+void Database::retryOpening()
+{
+    m_retriesIn = crashes.load();
+}
+
+void Database::retry()
+{
+    if (m_openedIn != 0 || m_retriesIn != crashes || steadyMs() - m_triedAt < retryMs)
+        return;
+    if (!m_main->tryLock())
+        return;
+    const QString filePath = m_filePath;
+    m_main->unlock();
+    open(filePath);
+}
+
 bool Database::close(QDeadlineTimer deadline)
 {
     m_openedIn = 0;
-    if (!lock(deadline)) {
-        m_abandoned = true;
-        logFailure("close", m_filePath, QString::fromLatin1(heldReason));
-        return false;
+    m_retriesIn = 0;
+    // The reading one first: the last one puts the log into the file.
+    std::vector<std::shared_ptr<Handle>> handles;
+    bool isHeld = false;
+    for (Connection *connection : {m_reader.get(), m_main.get()}) {
+        if (connection->lock(deadline)) {
+            if (connection->m_handle)
+                handles.push_back(std::move(connection->m_handle));
+            connection->unlock();
+        } else {
+            connection->abandon();
+            isHeld = true;
+        }
     }
-    std::shared_ptr<Connection> connection = std::move(m_connection);
-    unlock();
-    return !connection
-        || runUntil(deadline, [closed = std::move(connection)]() mutable { closed.reset(); });
+    if (isHeld)
+        logFailure("close", m_filePath, QString::fromLatin1(heldReason));
+    const bool closed =
+        handles.empty() || runUntil(deadline, [handles = std::move(handles)]() mutable {
+            for (std::shared_ptr<Handle> &handle : handles)
+                handle.reset();
+        });
+    return closed && !isHeld;
 }
 
 void Database::closeInCrash()
 {
     m_openedIn = 0;
+    m_retriesIn = 0;
 }
 
 void Database::closeAllInCrash()
@@ -291,28 +410,48 @@ bool Database::runUntil(QDeadlineTimer deadline, std::function<void()> call)
 
 bool Database::read(const char *what, const Work &work)
 {
-    return run(what, false, work);
+    return run(what, Kind::Read, work);
 }
 
 bool Database::write(const char *what, const Work &work)
 {
-    return run(what, true, work);
+    if (!isOpen())
+        retry();
+    return run(what, Kind::Write, work);
 }
 
 bool Database::sync()
 {
     // Under synchronous=NORMAL the log reaches the disk only with a checkpoint.
-    return read("sync", [this] {
-        SQLite::Statement &checkpoint = statement("PRAGMA wal_checkpoint(FULL)");
-        checkpoint.executeStep();
-        const bool isBlocked = checkpoint.getColumn(0).getInt() != 0;
-        const bool isPartial = checkpoint.getColumn(1).getInt() != checkpoint.getColumn(2).getInt();
+    return checkpoint("sync", "PRAGMA wal_checkpoint(FULL)");
+}
+
+bool Database::clearLog()
+{
+    return !isOpen() || checkpoint("clear the log of", "PRAGMA wal_checkpoint(TRUNCATE)");
+}
+
+bool Database::checkpoint(const char *what, const char *sql)
+{
+    return run(what, Kind::Checkpoint, [this, sql] {
+        SQLite::Statement &result = statement(sql);
+        result.executeStep();
+        const bool isBlocked = result.getColumn(0).getInt() != 0;
+        const bool isPartial = result.getColumn(1).getInt() != result.getColumn(2).getInt();
         if (isBlocked || isPartial)
             throw std::runtime_error("another process is using it");
     });
 }
 
-bool Database::run(const char *what, bool transaction, const Work &work)
+/// Null when both are taken for too long.
+Database::Connection *Database::lockForReading()
+{
+    if (m_main->tryLock())
+        return m_main.get();
+    return m_reader->lock(QDeadlineTimer(waitMs)) ? m_reader.get() : nullptr;
+}
+
+bool Database::run(const char *what, Kind kind, const Work &work)
 {
     QString path = QStringLiteral("the database");
     const QString failure = [&] {
@@ -320,26 +459,34 @@ bool Database::run(const char *what, bool transaction, const Work &work)
         const unsigned opening = m_openings;
         if (!isOpen())
             return QStringLiteral("it is closed");
-        if (!lock(QDeadlineTimer(waitMs)))
+        Connection *const connection = kind == Kind::Read ? lockForReading()
+            : m_main->lock(QDeadlineTimer(waitMs))        ? m_main.get()
+                                                          : nullptr;
+        if (!connection)
             return QString::fromLatin1(heldReason);
-        const auto unlocked = qScopeGuard([this] { unlock(); });
+        const auto unlocked = qScopeGuard([connection] { connection->unlock(); });
         // Opened anew it may be another file.
         if (!isOpen() || opening != m_openings)
             return QStringLiteral("it is closed");
-        // A statement that is not reset keeps its read transaction, and what is bound to it.
-        const auto reset = qScopeGuard([this] {
-            for (auto &[sql, statement] : m_connection->statements) {
-                statement.tryReset();
-                statement.clearBindings();
-            }
-        });
         try {
-            if (!transaction) {
+            if (!connection->m_handle) {
+                connection->m_handle.reset(new Handle{connectReader(m_filePath), {}});
+            }
+            Handle &handle = *connection->m_handle;
+            const auto before = std::exchange(inUse, &handle);
+            // A statement that is not reset keeps its read transaction, and what is bound to it.
+            const auto reset = qScopeGuard([&handle, before] {
+                inUse = before;
+                for (auto &[sql, statement] : handle.statements) {
+                    statement.tryReset();
+                    statement.clearBindings();
+                }
+            });
+            if (kind != Kind::Write) {
                 work();
                 return QString();
             }
-            SQLite::Transaction guard(*m_connection->database,
-                                      SQLite::TransactionBehavior::IMMEDIATE);
+            SQLite::Transaction guard(*handle.database, SQLite::TransactionBehavior::IMMEDIATE);
             work();
             guard.commit();
             return QString();
@@ -356,11 +503,11 @@ bool Database::run(const char *what, bool transaction, const Work &work)
 
 SQLite::Statement &Database::statement(std::string_view sql)
 {
-    auto &statements = m_connection->statements;
+    auto &statements = inUse->statements;
     auto found = statements.find(sql);
     if (found == statements.end()) {
         std::string text(sql);
-        SQLite::Statement compiled(*m_connection->database, text);
+        SQLite::Statement compiled(*inUse->database, text);
         found = statements.emplace(std::move(text), std::move(compiled)).first;
     }
     found->second.tryReset();

@@ -26,12 +26,14 @@ namespace storage
 /// Tables must have rowids: that is how rows are found again in a damaged file.
 using SchemaSteps = std::vector<const char *>;
 
-/// One SQLite file and its one connection: WAL, synchronous=NORMAL, foreign keys.
+/// One SQLite file: WAL, synchronous=NORMAL, foreign keys, secure_delete. One connection serves all
+/// calls; reads that would wait for it have a second one, which is opened by the first that needs
+/// it.
 ///
 /// Thread: open() and close() belong to one thread; everything else may be called from any. A call
-/// waits for another thread's for waitMs at most. One that has waited that long in vain fails, and
-/// so do others at once until that thread is through. Nothing here throws: what fails gives false
-/// and one log line with the path and the reason.
+/// waits for another thread's for waitMs at most, a read for other reads only. One that has waited
+/// that long in vain fails, and so do others at once until that thread is through. Nothing here
+/// throws: what fails gives false and one log line with the path and the reason.
 class STORAGE_EXPORT Database
 {
 public:
@@ -43,6 +45,9 @@ public:
     /// failures and damaged files. With `create` false nothing is made: there must be a file. True
     /// at once when it is open already.
     bool open(const QString &filePath, bool create = true);
+    /// Until close(), have writes try again to open `filePath`, which could not be opened: on their
+    /// own thread, and not more often than every retryMs.
+    void retryOpening();
     bool isOpen() const;
     bool recovered() const { return m_recovered; }
     /// Waits for a call that is under way in another thread and for the disk, until `deadline` at
@@ -71,6 +76,10 @@ public:
     /// Runs `call` on a thread of its own and waits for it, until `deadline` at most; then it goes
     /// on in the background. True when it came to its end in time.
     static bool runUntil(QDeadlineTimer deadline, std::function<void()> call);
+    /// Takes what was removed or replaced out of the log, too; it stays there otherwise until the
+    /// file is closed. True at once while it is closed. False, with a log line, when another process
+    /// is reading.
+    bool clearLog();
     /// Only inside `work`: the statement, compiled once for as long as the database is open, with
     /// nothing bound.
     SQLite::Statement &statement(std::string_view sql);
@@ -79,23 +88,30 @@ public:
     static void log(const QString &text);
 
     static constexpr int waitMs = 5000;
+    static constexpr int retryMs = 250;
 
 private:
     Q_DISABLE_COPY_MOVE(Database)
-    struct Connection;
-    bool run(const char *what, bool transaction, const Work &work);
-    bool lock(QDeadlineTimer deadline);
-    void unlock();
+    class Connection;
+    enum class Kind {
+        Read,       ///< on either connection
+        Checkpoint, ///< on the one that writes
+        Write       ///< on that one, in one transaction
+    };
+    bool run(const char *what, Kind kind, const Work &work);
+    bool checkpoint(const char *what, const char *sql);
+    Connection *lockForReading();
+    void retry();
 
     const SchemaSteps m_steps;
-    QString m_filePath;
     std::atomic_uint m_openedIn = 0; ///< 0 while closed; else the count of crashes it was opened in
     std::atomic_uint m_openings = 0; ///< so far; a call is for the one that it began in
-    std::atomic_bool m_held = false; ///< a call has waited for the mutex in vain
-    std::atomic_bool m_abandoned = false; ///< close() has: whoever holds the mutex closes
-    bool m_recovered = false;
-    QMutex m_mutex; ///< guards what follows
-    std::unique_ptr<Connection> m_connection;
+    std::atomic_uint m_retriesIn = 0;  ///< likewise, while writes are to open it; else 0
+    std::atomic<qint64> m_triedAt = 0; ///< when the last opening failed, in ms of a steady clock
+    std::atomic_bool m_recovered = false;
+    QString m_filePath; ///< changed with both connections locked, read with either
+    const std::unique_ptr<Connection> m_main;
+    const std::unique_ptr<Connection> m_reader; ///< not locked before the main one, but to close
 };
 
 } // namespace storage

@@ -4,6 +4,8 @@
 #include "storage/rowtable_p.h"
 #include "storage/settingstorage.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QStandardPaths>
 
 namespace storage
@@ -21,7 +23,10 @@ GlobalStorageProvider::~GlobalStorageProvider()
 
 bool GlobalStorageProvider::open()
 {
-    return m_database->isOpen() || m_database->open(filePath());
+    if (m_database->isOpen() || m_database->open(filePath()))
+        return true;
+    m_database->retryOpening();
+    return false;
 }
 
 bool GlobalStorageProvider::isOpen() const
@@ -32,6 +37,23 @@ bool GlobalStorageProvider::isOpen() const
 bool GlobalStorageProvider::recovered() const
 {
     return m_database->recovered();
+}
+
+bool GlobalStorageProvider::removeSetAside()
+{
+    const QFileInfo database(filePath());
+    QDir directory = database.dir();
+    bool removed = true;
+    for (const char *suffix : {".damaged-*", "-recovering*"}) {
+        const QString names = database.fileName() + QLatin1StringView(suffix);
+        for (const QString &name : directory.entryList({names}, QDir::Files)) {
+            if (!directory.remove(name)) {
+                Database::log(QStringLiteral("cannot remove %1").arg(directory.filePath(name)));
+                removed = false;
+            }
+        }
+    }
+    return removed;
 }
 
 bool GlobalStorageProvider::sync()

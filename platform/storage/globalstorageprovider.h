@@ -28,8 +28,9 @@ public:
 
     /// Opens the database, making the directory and the tables where they are missing. True at once
     /// when it is open. False, with a log line, when it cannot be opened: the path is a directory,
-    /// cannot be written, is locked by another process for 2 seconds, or was written by a newer
-    /// version (which is left untouched).
+    /// may only be read, is locked by another process for 2 seconds, or was written by a newer
+    /// version (which is left untouched). Until close(), saving then tries again to open it, four
+    /// times a second at most.
     ///
     /// A damaged file is never thrown away: it is set aside as "global.db.damaged-<date>", every
     /// row that can be read is carried into a fresh file, and recovered() says so.
@@ -37,6 +38,9 @@ public:
     bool isOpen() const;
     /// True when the last open() found a damaged file.
     bool recovered() const;
+    /// Deletes the damaged files that earlier openings have set aside, and all that is legible in
+    /// them. False, with a log line, when one stays.
+    bool removeSetAside();
     /// Returns when everything that was saved is on the disk, where not even a power cut takes it
     /// back. False, with a log line, when that cannot be done. Slow: for what must be known before
     /// something else is destroyed.

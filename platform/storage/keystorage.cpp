@@ -132,17 +132,24 @@ bool KeyStorage::saveIfAbsent(const KeyInfo &info)
 
 bool KeyStorage::remove(const QString &kind, const QString &id, int version)
 {
-    return m_database->write(writing, [&] {
+    const bool done = m_database->write(writing, [&] {
         SQLite::Statement &row =
             m_database->statement("DELETE FROM keys WHERE kind = ? AND id = ? AND version = ?");
         bindKey(row, kind, id, version);
         row.exec();
     });
+    if (done)
+        m_database->clearLog();
+    return done;
 }
 
 bool KeyStorage::removeAll()
 {
-    return m_database->write(writing, [&] { m_database->statement("DELETE FROM keys").exec(); });
+    const bool done =
+        m_database->write(writing, [&] { m_database->statement("DELETE FROM keys").exec(); });
+    if (done)
+        m_database->clearLog();
+    return done;
 }
 
 } // namespace storage

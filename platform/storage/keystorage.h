@@ -45,7 +45,7 @@ public:
     /// Writes only where no row is yet; true when a row is there afterwards. For keys that two
     /// threads may want to make at once.
     bool saveIfAbsent(const KeyInfo &info);
-    /// True, too, when there was no such row.
+    /// True, too, when there was no such row. Removed keys are gone from the file and from its log.
     bool remove(const QString &kind, const QString &id, int version);
     bool removeAll();
 

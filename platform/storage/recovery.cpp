@@ -84,6 +84,7 @@ public:
         // The damaged file's log is to stay as it is when it is closed.
         sqlite3_db_config(m_database.getHandle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
         m_database.exec("PRAGMA cell_size_check = ON");
+        m_database.exec("PRAGMA secure_delete = ON");
     }
 
     void makeSchema(const SchemaSteps &steps, int version)
@@ -160,19 +161,22 @@ private:
     qint64 carryRows(const Table &table, int64_t first, int64_t last)
     {
         // Where a damaged index let a key in twice, the later row is the one that was saved last.
-        SQLite::Statement carry(m_database,
-                                "INSERT OR REPLACE INTO main." + table.name + " (" + table.columns
-                                    + ") SELECT " + table.columns + " FROM damaged." + table.name
-                                    + " NOT INDEXED WHERE rowid BETWEEN ? AND ?");
+        const std::string copy = "INSERT OR REPLACE INTO main." + table.name + " (" + table.columns
+            + ") SELECT " + table.columns + " FROM damaged." + table.name + " NOT INDEXED WHERE ";
+        SQLite::Statement several(m_database, copy + "rowid BETWEEN ? AND ?");
+        // A range looks for its end, which for the last row of a page is on the next page.
+        SQLite::Statement single(m_database, copy + "rowid = ?");
         qint64 count = 0;
         int failures = 0;
         std::vector<std::pair<int64_t, int64_t>> ranges{{first, last}};
         while (!ranges.empty() && failures < maxFailures) {
             const auto [from, to] = ranges.back();
             ranges.pop_back();
+            SQLite::Statement &carry = from < to ? several : single;
             try {
                 carry.bind(1, from);
-                carry.bind(2, to);
+                if (from < to)
+                    carry.bind(2, to);
                 count += carry.exec();
             } catch (const SQLite::Exception &e) {
                 if (!isDamage(e.getErrorCode()) && e.getErrorCode() != SQLITE_CONSTRAINT)
@@ -308,7 +312,7 @@ void migrate(SQLite::Database &connection, const SchemaSteps &steps, int from, i
 {
     for (int version = from; version < to; ++version)
         connection.exec(steps[std::size_t(version)]);
-    if (from < to)
+    if (connection.execAndGet("PRAGMA user_version").getInt() != to)
         connection.exec("PRAGMA user_version = " + std::to_string(to));
 }
 

@@ -28,8 +28,8 @@ void finishRecovery(const QString &filePath);
 /// Makes an empty file that only its owner can read. Throws std::runtime_error.
 void createPrivateFile(const QString &filePath);
 
-/// Runs the schema scripts after version `from` up to version `to`, inside the caller's
-/// transaction.
+/// Runs the schema scripts after version `from` up to version `to`, and notes that, inside the
+/// caller's transaction.
 void migrate(SQLite::Database &connection, const SchemaSteps &steps, int from, int to);
 
 } // namespace storage

@@ -116,7 +116,7 @@ public:
 
     bool apply(const Changes<Info> &changes, const std::atomic_bool &givenUp = false)
     {
-        return m_database->write(m_writing.c_str(), [&] {
+        const bool done = m_database->write(m_writing.c_str(), [&] {
             // Changes that came later may be written by now.
             if (givenUp)
                 throw std::runtime_error("it has taken too long");
@@ -136,7 +136,12 @@ public:
                 row.exec();
             }
         });
+        if (done && changes.removeAll)
+            clearLog();
+        return done;
     }
+
+    bool clearLog() { return m_database->clearLog(); }
 
 private:
     static constexpr bool hasRemark = requires(Info info) { info.remark; };

@@ -44,6 +44,11 @@ bool SettingStorage::removeAll()
     return apply({true, {}, {}});
 }
 
+bool SettingStorage::clearLog()
+{
+    return m_rows->clearLog();
+}
+
 bool SettingStorage::apply(const SettingChanges &changes)
 {
     return m_rows->apply(changes);

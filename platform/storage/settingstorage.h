@@ -61,6 +61,10 @@ public:
     bool remove(const QString &key);
     bool removeAll();
     bool apply(const SettingChanges &changes);
+    /// What was removed, and values that were replaced, are overwritten in the file, but stay legible
+    /// in its log until that is cleared: by removals of all rows, by this, and when the database is
+    /// closed. True, too, while that is closed. False, with a log line, when another process reads.
+    bool clearLog();
     /// The same on a thread of its own, for which it waits until `deadline` at most, whatever the
     /// disk does. False then: the changes may come to be stored later, but not after what is saved
     /// by calls that come later.

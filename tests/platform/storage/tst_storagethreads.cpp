@@ -2,6 +2,8 @@
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
 
+#include <QDir>
+#include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -50,6 +52,41 @@ private Q_SLOTS:
         workers.clear();
         QCOMPARE(failures.load(), 0);
         QCOMPARE(settings.allInfos().size(), threads + 2);
+    }
+
+    void readsWhileAnotherWrites()
+    {
+        // A key is wanted now, whatever the disk does with the settings.
+        QTemporaryDir directory;
+        Database database({"CREATE TABLE t (v)"});
+        for (int written = 0; written < 4; ++written) {
+            if (written % 2 == 0) {
+                database.close();
+                QVERIFY(database.open(directory.filePath(u"x.db"_s)));
+            }
+            std::promise<void> inside;
+            std::promise<void> goOn;
+            auto slow = std::async(std::launch::async, [&] {
+                return database.write("test", [&] {
+                    database.statement("INSERT INTO t VALUES (1)").exec();
+                    inside.set_value();
+                    goOn.get_future().wait();
+                });
+            });
+            inside.get_future().wait();
+            QElapsedTimer timer;
+            timer.start();
+            const int count = countOf(database);
+            const qint64 elapsed = timer.elapsed();
+            goOn.set_value();
+            QVERIFY(slow.get());
+            QCOMPARE(count, written);
+            QVERIFY2(elapsed < 1000, qPrintable(QString::number(elapsed)));
+            QCOMPARE(countOf(database), written + 1);
+        }
+        // Neither connection keeps the log from going when the file is closed.
+        database.close();
+        QCOMPARE(QDir(directory.path()).entryList(QDir::Files), QStringList(u"x.db"_s));
     }
 
     void closeUnderWay()
