@@ -1,15 +1,20 @@
 #include "account/accountmanager.h"
 
 #include "account/newdeviceloginmanager.h"
+#include "account/threadmanager.h"
 #include "base/json.h"
+#include "base/util.h"
 #include "i18n/translated_p.h"
+#include "imcrypto/masterkey.h"
 #include "imlog/imlog.h"
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
 #include "storage/globalstorageprovider.h"
+#include "storage/settingstorage.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFileInfo>
 #include <QJSEngine>
 #include <QLoggingCategory>
 #include <QNetworkProxy>
@@ -902,6 +907,10 @@ void AccountManager::logout(AccountBase *account)
     else if (guard && guard == m_loginAccount && count() > 0)
         turnAway(guard);
 
+    // What the settings knew of the account is not to stay legible in their log.
+    storage::SettingStorage settings(
+        *AppSettingModel::instance()->globalStorage()->settingStorage());
+    ThreadManager::invoke([settings]() mutable { settings.clearLog(); }, true);
     if (m_deleteAll && count() == 0)
         finishWipe();
 }
@@ -979,6 +988,8 @@ void AccountManager::finishWipe()
 {
     if (std::exchange(m_finishingWipe, true))
         return;
+    // Before the settings forget: whoever is killed here wipes the rest at the next start.
+    removeTraces();
     AppSettingModel::instance()->setAccountIds({}, true);
     logoutAll();
     updateTotals();
@@ -986,7 +997,29 @@ void AccountManager::finishWipe()
     m_deleteAll = false;
     m_absentIds.clear();
     forgetCurrentId();
+    AppSettingModel::instance()->flush();
+    AppSettingModel::instance()->globalStorage()->removeSetAside();
+    ImLog::instance()->removeFiles();
     QMetaObject::invokeMethod(this, &AccountManager::afterUnlockApp, Qt::QueuedConnection);
+}
+
+/// Removes the stores of all accounts, and the key that theirs are sealed under.
+void AccountManager::removeTraces()
+{
+    // Closed first: whoever signs in next makes keys under another one.
+    for (const Account &account : {m_notebookAccount, m_loginAccount}) {
+        if (account)
+            account->closeStorage();
+    }
+    const QDir data(AppDirManager::instance()->defaultCacheDataDir());
+    for (const QString &name : data.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        bool isId = false;
+        name.toLongLong(&isId);
+        const QString directory = data.filePath(name);
+        if (isId && QFileInfo::exists(directory + QStringLiteral("/userstatus")))
+            Util::removeLocalFolder(directory);
+    }
+    crypto::MasterKey::installation()->remove();
 }
 
 void AccountManager::logoutAll()

@@ -184,8 +184,10 @@ public:
     /// The user has given a passcode, which the application has checked. With `notebookMode` the
     /// notebook account is shown from now on; without, it gives way to the account before it. With
     /// `destroy` every account is deleted instead (AccountBase::deleteAccount()), and the last one
-    /// to log out ends in appWiped(). Where there is nothing to go back to from the notebook, a new
-    /// sign-in is.
+    /// to log out ends in appWiped(). By then the application data directory holds no store of an
+    /// account any more, be it one that could not be opened, or the notebook's, nor "master.key",
+    /// log files, or damaged files that were set aside. Where there is nothing to go back to from
+    /// the notebook, a new sign-in is.
     Q_INVOKABLE void unlockApp(bool destroy, bool notebookMode);
     /// The end of a wipe, queued by it; emits appWiped().
     Q_INVOKABLE void afterUnlockApp();
@@ -395,6 +397,7 @@ private:
     void saveAccounts();
     void forgetCurrentId();
     void finishWipe();
+    void removeTraces();
     void initGeometry();
     void updateInfoPanelVisible();
     void setMeeting(MeetingModelBase *meeting);

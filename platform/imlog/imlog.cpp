@@ -15,10 +15,13 @@
 #include <spdlog/sinks/rotating_file_sink.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <future>
 #include <mutex>
 #include <optional>
+#include <system_error>
+#include <thread>
 
 namespace
 {
@@ -28,6 +31,7 @@ Q_LOGGING_CATEGORY(lcImLog, "im.base")
 constexpr std::size_t maxFileBytes = 5 * 1024 * 1024;
 constexpr std::size_t maxOldFiles = 3;
 constexpr std::size_t maxWaitingLines = 8192;
+constexpr std::chrono::seconds removalTimeout(5);
 constexpr qsizetype maxTextLength = 4096; // in UTF-16 units
 
 using Sink = spdlog::sinks::rotating_file_sink_mt;
@@ -41,6 +45,18 @@ spdlog::filename_t nativePath(const QString &path)
 #endif
 }
 
+QString defaultDirectory()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
+        + QStringLiteral("/log");
+}
+
+QStringList logNames(const QDir &directory)
+{
+    return directory.entryList({QStringLiteral("im.log"), QStringLiteral("im.[0-9].log")},
+                               QDir::Files);
+}
+
 /// Null when nothing can be written there.
 std::shared_ptr<Sink> openSink(const QString &directory)
 try {
@@ -51,7 +67,7 @@ try {
     if (const QFileInfo info(file); info.exists() && !(info.isFile() && info.isWritable()))
         return nullptr;
     const QDir files(directory);
-    for (const QString &name : files.entryList({QStringLiteral("im*.log")}, QDir::Files))
+    for (const QString &name : logNames(files))
         privatefile::restrict(files.filePath(name));
     spdlog::file_event_handlers handlers;
     handlers.before_open = [file](const spdlog::filename_t &) { privatefile::create(file); };
@@ -146,9 +162,7 @@ public:
             return;
         {
             const std::lock_guard lock(m_mutex);
-            if (!m_directory
-                && !start(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
-                          + QStringLiteral("/log")))
+            if (!m_directory && !start(defaultDirectory()))
                 m_directory = QString();
             if (m_logger) {
                 m_logger->log(level, text.toStdString());
@@ -164,6 +178,44 @@ public:
     {
         const std::lock_guard lock(m_mutex);
         return m_directory.value_or(QString());
+    }
+
+    bool removeFiles()
+    {
+        QString directory;
+        std::shared_ptr<spdlog::details::thread_pool> worker;
+        {
+            const std::lock_guard lock(m_mutex);
+            if (!m_directory && !start(defaultDirectory()))
+                m_directory = QString();
+            directory = *m_directory;
+            worker = std::move(m_worker);
+            m_logger.reset();
+            m_sink.reset();
+        }
+        if (directory.isEmpty())
+            return true;
+        // Writes what is waiting, and closes the file.
+        std::promise<void> closed;
+        std::future<void> end = closed.get_future();
+        try {
+            std::thread([worker, closed = std::move(closed)]() mutable {
+                worker.reset();
+                closed.set_value();
+            }).detach();
+            worker.reset();
+            end.wait_for(removalTimeout);
+        } catch (const std::system_error &) {
+            worker.reset(); // no more threads to be had
+        }
+        bool removed = true;
+        QDir files(directory);
+        for (const QString &name : logNames(files))
+            removed = files.remove(name) && removed;
+        const std::lock_guard lock(m_mutex);
+        if (!m_sink)
+            start(directory);
+        return removed;
     }
 
     bool setDirectory(const QString &directory)
@@ -321,6 +373,11 @@ QString ImLog::directory() const
 bool ImLog::setDirectory(const QString &directory)
 {
     return d->setDirectory(directory);
+}
+
+bool ImLog::removeFiles()
+{
+    return d->removeFiles();
 }
 
 void ImLog::flush()

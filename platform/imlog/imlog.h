@@ -50,6 +50,10 @@ public:
     /// cannot be written to; the log then stays where it was.
     bool setDirectory(const QString &directory);
 
+    /// Deletes the files, also those of earlier runs, with all that was logged before, and begins a
+    /// new one. Waits for the disk for 5 seconds at most. False when a file stays.
+    bool removeFiles();
+
     /// Returns when everything logged before is in the file.
     void flush();
 
