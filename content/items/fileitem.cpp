@@ -453,9 +453,9 @@ void FileItem::serialize(im::content::Content *content) const
     startRecord(content);
     im::content::File *body = content->mutable_file();
     if (m_sourceFile)
-        m_sourceFile->serialize(body->mutable_attach_file());
+        writeFile(m_sourceFile, body->mutable_attach_file());
     if (isThumbnailSent())
-        m_thumbnailFile->serialize(body->mutable_thumb_file());
+        writeFile(m_thumbnailFile, body->mutable_thumb_file());
     body->set_thumb_nail(m_thumbNail.constData(), std::size_t(m_thumbNail.size()));
     writeCaption(body);
 }
@@ -478,6 +478,13 @@ void FileItem::getFile(QList<QSharedPointer<FileData>> &files)
 {
     if (m_sourceFile)
         files.append(m_sourceFile);
+void FileItem::writeFile(const QSharedPointer<FileData> &file, im::content::FileInfo *info) const
+{
+    file->serialize(info);
+    if (FileProvider *provider = fileProvider())
+        provider->add(file);
+}
+
     if (m_thumbnailFile)
         files.append(m_thumbnailFile);
 }

@@ -145,6 +145,9 @@ protected:
     /// Updates what all kinds have from a body of the protocol. What a body does not have is given
     /// as the default record. Call it last, so that no signal fires before the kind's own fields
     /// are in place.
+    /// Writes the record of a file into a body. What was sent may come back: from then on the
+    /// account's other items share the record, also where it got its id after the item was made.
+    void writeFile(const QSharedPointer<FileData> &file, im::content::FileInfo *info) const;
     void updateFiles(const im::content::FileInfo &file, const im::content::FileInfo &thumbnail,
                      const std::string &thumbNail, const im::content::Text &caption);
     /// The record to hold in place of `held` when a message says `said`: `held` itself when it says

@@ -359,6 +359,37 @@ private Q_SLOTS:
         upload->setContent(content);
         QCOMPARE(upload->sourceFile(), record);
         QCOMPARE(made()->sourceFile(), record);
+
+        // And one whose files got their ids before it was sent.
+        for (const int type : ModelBaseUtil::uploadTypes()) {
+            const auto sent = deserializeContent(QVariantMap{}, type, 1, &account);
+            QList<QSharedPointer<FileData>> files(3);
+            for (auto &file : files) {
+                BaseFile base;
+                base.setAesKey("key");
+                base.setFileState(BaseFile::WaitingForUpload);
+                file = QSharedPointer<FileData>::create(&base);
+            }
+            sent.dynamicCast<FileItem>()->setSourceFile(files[0]);
+            sent.dynamicCast<FileItem>()->setThumbnailFile(files[1]);
+            if (const auto image = sent.dynamicCast<ImageItem>())
+                image->setLivePhoto(files[2]);
+            for (qsizetype i = 0; i < files.size(); ++i) {
+                im::content::FileInfo info;
+                info.set_id(QByteArray("u" + QByteArray::number(100 * type + i)).toStdString());
+                files[i]->update(info);
+                files[i]->setFileState(BaseFile::Uploaded);
+            }
+            copyContent(sent)->serialize(&content); // forwarded before it comes back
+            QList<QSharedPointer<FileData>> own;
+            QList<QSharedPointer<FileData>> pushed;
+            sent->getFile(own);
+            const auto back = makeContentItem(content.SerializeAsString(), 2, 1, &account);
+            back->getFile(pushed);
+            // Of a voice message the body has no thumbnail.
+            QCOMPARE(pushed, own.first(pushed.size()));
+            QVERIFY(pushed.size() == own.size() || type == ContentItem::Voice);
+        }
     }
 
     void copies()
