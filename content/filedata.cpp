@@ -124,6 +124,7 @@ struct FileData::OwnKeys : StoredKeys {
                 QStringLiteral("thumbnailVersion"),
                 QStringLiteral("thumbnailFileState"),
                 QStringLiteral("thumbnailCachePath"),
+                QStringLiteral("thumbnailMediaType"),
                 false,
             },
             QStringLiteral("thumbnailName"),

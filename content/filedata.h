@@ -86,7 +86,7 @@ public:
     // The stored form. For a source: "aesKey", "fileId", "fileMd5", "fileName", "size",
     // "filePath"; for a thumbnail: "thumbnailAesKey", "thumbnailId", "thumbnailFileMd5",
     // "thumbPath". Keys and checksums are Base64 text. What is not the default is also written as
-    // "version", "iv", "fileState", "cachePath", "downloadedRange"; of a thumbnail as
+    // "version", "iv", "fileState", "cachePath", "mediaType", "downloadedRange"; of a thumbnail as
     // "thumbnailName", "thumbnailSize", "thumbnailVersion", "thumbnailIv", "thumbnailFileState",
     // "thumbnailCachePath", "thumbnailDownloadedRange". Where the name is only that of the copy on
     // this device, "localName" is true, and a size that was sent and is not that copy's is

@@ -250,6 +250,16 @@ private Q_SLOTS:
     void hostileMaps()
     {
         QLoggingCategory::setFilterRules(u"im.base.warning=false"_s);
+
+        // Where the file belongs is known after a restart, too.
+        for (const ParseType type : {ParseType::Source, ParseType::Thumbnail}) {
+            const QVariantMap map = throughJson(stored(onBase, type));
+            QCOMPARE(FileData(map, type).fileType(), 2);
+            QCOMPARE(
+                FileData(map, type == ParseType::Source ? ParseType::Thumbnail : ParseType::Source)
+                    .fileType(),
+                0);
+        }
         const double infinity = std::numeric_limits<double>::infinity();
         const QVariant values[] = {
             {},
@@ -279,6 +289,7 @@ private Q_SLOTS:
             keys.insert(stored(file, type));
         }
         keys.insert({{u"fileExtension"_s, 1},
+            file.setFileType(2);
                      {u"thumbnailExtension"_s, 1},
                      {u"photoId"_s, 1},
                      {u"photoPath"_s, 1},
@@ -713,6 +724,24 @@ private Q_SLOTS:
     }
 
     void registry()
+        // A waiting one has no id to make a name with, and some have no type.
+        for (const QString &name : {u"Me.JPG"_s, u"me"_s, u".png"_s}) {
+            const QString path = m_dir.filePath(name);
+            MediaTree::write(path, "photo");
+            im::content::FileInfo named;
+            named.set_name(name.toStdString());
+            for (const bool hasId : {false, true}) {
+                named.set_id(hasId ? "p4" : "");
+                const PhotoData waiting(path);
+                const PhotoData received(named);
+                for (const PhotoData *each : {&waiting, &received}) {
+                    const PhotoData same(throughJson(each->serialize()));
+                    QCOMPARE(sent<im::Photo>(same), sent<im::Photo>(*each));
+                    QCOMPARE(same.fileExtension(), each->fileExtension());
+                }
+            }
+        }
+
     {
         FileRegistry files;
         im::content::FileInfo info;
