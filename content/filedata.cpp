@@ -200,7 +200,7 @@ FileData::~FileData()
 QString FileData::fileName() const
 {
     const ReadLocker locker(m_mutex);
-    return m_fileName;
+    return Util::shownFileName(m_fileName);
 }
 
 void FileData::setFileName(const QString &fileName)

@@ -64,6 +64,7 @@ public:
     // What the file is called
 
     QString fileName() const override;
+    /// As people may see it (Util::shownFileName()): of the name that the record came with.
     void setFileName(const QString &fileName);
     /// The extension that the record came with; without one, what follows the last dot of the
     /// name, unless that dot is its first character or what follows is no valid extension.

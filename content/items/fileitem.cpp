@@ -37,8 +37,9 @@ bool isEmpty(const im::content::FileInfo &info)
 bool isEmpty(const FileData &file)
 {
     return file.fileId().isEmpty() && file.aesKey().isEmpty() && file.fileMd5().isEmpty()
-        && file.fileName().isEmpty() && file.size() == 0 && file.version() == 0
-        && file.BaseFile::filePath().isEmpty() && file.cacheFilePath().isEmpty();
+        && file.fileName().isEmpty() && file.sentName().isEmpty() && file.size() == 0
+        && file.version() == 0 && file.BaseFile::filePath().isEmpty()
+        && file.cacheFilePath().isEmpty();
 }
 
 FileItem::UploadState uploadStateOf(const BaseFile &file)
@@ -211,7 +212,8 @@ void FileItem::setThumbNail(const QByteArray &thumbNail)
 
 void FileItem::setDisplayName(const QString &displayName)
 {
-    Update<FileItem>(this).set(m_displayName, displayName, &FileItem::displayNameChanged);
+    Update<FileItem>(this).set(m_displayName, Util::shownFileName(displayName),
+                               &FileItem::displayNameChanged);
 }
 
 void FileItem::setFiles(const QSharedPointer<FileData> &source,
@@ -432,7 +434,8 @@ void FileItem::serialize(QMap<QString, QVariant> &map) const
 
 void FileItem::read(const QMap<QString, QVariant> &map, Changes<FileItem> &changes)
 {
-    changes.set(m_displayName, map.value(QStringLiteral("displayName")).toString(),
+    changes.set(m_displayName,
+                Util::shownFileName(map.value(QStringLiteral("displayName")).toString()),
                 &FileItem::displayNameChanged);
     setFiles(updated(m_sourceFile, storedFile(map, FileData::ParseType::Source)),
              updated(m_thumbnailFile, storedFile(map, FileData::ParseType::Thumbnail)),

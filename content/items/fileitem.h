@@ -69,7 +69,8 @@ public:
     const QByteArray &thumbNail() const { return m_thumbNail; }
     void setThumbNail(const QByteArray &thumbNail);
     bool hasThumbBytes() const override { return !m_thumbNail.isEmpty(); }
-    /// A name to be shown in place of the file's own. Mostly empty; not sent.
+    /// A name to be shown in place of the file's own, as people may see it (Util::shownFileName()).
+    /// Mostly empty; not sent.
     const QString &displayName() const { return m_displayName; }
     void setDisplayName(const QString &displayName);
     /// What a view shows as the name: displayName() or else the file's.

@@ -145,6 +145,8 @@ private Q_SLOTS:
         row(u"report"_s, u"../../x"_s, u"report"_s, u""_s);
         row(u"report.txt"_s, u"p\u202edf"_s, u"report.txt"_s, u"txt"_s);
         row(u"report"_s, u".pdf"_s, u"report"_s, u""_s);
+        row(u"photo\u202egpj.exe"_s, u""_s, u"photogpj.exe"_s, u"exe"_s);
+        row(u"\u2067a\u2069\u200fb\u061cc\n.\u0007\ufefftxt"_s, u""_s, u"abc.txt"_s, u""_s);
     }
     void nameAndExtension()
     {
@@ -158,6 +160,9 @@ private Q_SLOTS:
 
         // What is stored is the name that came out.
         QCOMPARE(nameOf(file.serialize()), file.fileName());
+        // What is told to others is what was told.
+        if (extension.isEmpty())
+            QCOMPARE(file.sentName(), name);
         // An update with the extension alone does the same to the name that is held.
         FileData later(QVariantMap{{u"fileName"_s, name}}, ParseType::Source);
         later.update({{u"fileExtension"_s, extension}});
@@ -768,6 +773,7 @@ private Q_SLOTS:
         }
         QVERIFY(files.entryCount() <= 64);
         QCOMPARE(files.file(u"f1"_s), forged);
+        QCOMPARE(InnerFileData(info, u"a\u202eb/c"_s).innerPath(), u"ab/c"_s);
     }
 
     void manyThreads()
