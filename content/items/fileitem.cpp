@@ -87,10 +87,7 @@ FileItem::DisplayClass displayClassOf(const QString &extension)
 
 QSharedPointer<FileData> storedFile(const QVariantMap &map, FileData::ParseType type)
 {
-    const bool isSource = type == FileData::ParseType::Source;
-    const auto idKey = isSource ? QStringLiteral("fileId") : QStringLiteral("thumbnailId");
-    const auto pathKey = isSource ? QStringLiteral("filePath") : QStringLiteral("thumbPath");
-    if (!map.contains(idKey) && !map.contains(pathKey))
+    if (!FileData::isStored(map, type)) // most have no thumbnail
         return {};
     auto file = QSharedPointer<FileData>::create(map, type);
     return isEmpty(*file) ? QSharedPointer<FileData>() : file;
@@ -222,7 +219,7 @@ void FileItem::setFiles(const QSharedPointer<FileData> &source,
 {
     const auto replace = [&](QSharedPointer<FileData> &held, const QSharedPointer<FileData> &file,
                              Changes<FileItem>::Signal changed) {
-        if (m_isWatched && held && held != file)
+        if (m_noted && held && held != file)
             disconnect(held.data(), nullptr, this, nullptr);
         return changes.set(held, file, changed);
     };
@@ -232,9 +229,9 @@ void FileItem::setFiles(const QSharedPointer<FileData> &source,
     const bool bytesAreNew = changes.set(m_thumbNail, thumbNail, &FileItem::thumbNailChanged);
     if (sourceIsNew || thumbnailIsNew || bytesAreNew)
         changes.set(m_fileType, displayClass(), &FileItem::emitFileType);
-    if (m_isWatched) {
+    if (m_noted) {
         watchFiles();
-        changes.set(m_notedUploadState, uploadState(), &FileItem::uploadStateChanged);
+        changes.set(m_noted->uploadState, uploadState(), &FileItem::uploadStateChanged);
     }
 }
 
@@ -303,6 +300,13 @@ qint16 FileItem::displayClass() const
     return needsImage && !m_thumbnailFile && !hasThumbBytes() ? m_fileType : found;
 }
 
+int FileItem::fileType() const
+{
+    if (!m_noted)
+        m_fileType = displayClass();
+    return m_fileType;
+}
+
 void FileItem::calcFileType()
 {
     Update<FileItem>(this).set(m_fileType, displayClass(), &FileItem::emitFileType);
@@ -328,12 +332,14 @@ bool FileItem::isUploading() const
 
 void FileItem::connectNotify(const QMetaMethod &signal)
 {
-    // Most items never upload anything: a connection to each file of each item would be a waste.
-    static const auto wanted = QMetaMethod::fromSignal(&FileItem::uploadStateChanged);
-    if (!m_isWatched && signal == wanted) {
-        m_isWatched = true;
+    // Nobody listens to most items: a connection to each file of each item would be a waste.
+    static const QMetaMethod wanted[] = {QMetaMethod::fromSignal(&FileItem::uploadStateChanged),
+                                         QMetaMethod::fromSignal(&FileItem::fileTypeChanged),
+                                         QMetaMethod::fromSignal(&FileItem::needRecalcSize)};
+    if (!m_noted && std::find(std::begin(wanted), std::end(wanted), signal) != std::end(wanted)) {
+        m_fileType = displayClass();
+        m_noted = std::make_unique<Noted>(Noted{uploadState(), measured()});
         watchFiles();
-        m_notedUploadState = uploadState();
     }
     ContentItem::connectNotify(signal);
 }
@@ -346,11 +352,18 @@ void FileItem::watchFiles()
         connect(file.data(), &BaseFile::fileStateChanged, this, &FileItem::noteUploadState,
                 Qt::UniqueConnection);
     }
+    if (const FileData *file = m_sourceFile.data()) {
+        connect(file, &FileData::fileNameChanged, this, &FileItem::noteRecord,
+                Qt::UniqueConnection);
+        connect(file, &FileData::fileExtensionChanged, this, &FileItem::noteRecord,
+                Qt::UniqueConnection);
+        connect(file, &FileData::sizeChanged, this, &FileItem::noteRecord, Qt::UniqueConnection);
+    }
 }
 
 void FileItem::filesReplaced()
 {
-    if (!m_isWatched)
+    if (!m_noted)
         return;
     watchFiles();
     noteUploadState();
@@ -358,7 +371,21 @@ void FileItem::filesReplaced()
 
 void FileItem::noteUploadState()
 {
-    Changes<FileItem>(this).set(m_notedUploadState, uploadState(), &FileItem::uploadStateChanged);
+    Changes<FileItem>(this).set(m_noted->uploadState, uploadState(), &FileItem::uploadStateChanged);
+}
+
+void FileItem::noteRecord()
+{
+    calcFileType();
+    if (!m_isUpdating)
+        noteMeasured();
+}
+
+void FileItem::noteMeasured()
+{
+    QVariantList now = measured();
+    if (std::exchange(m_noted->measured, now) != now)
+        Q_EMIT needRecalcSize();
 }
 
 // Thumbnail
@@ -451,6 +478,13 @@ void FileItem::deserialize(const QMap<QString, QVariant> &map)
 
 // Protocol
 
+void FileItem::writeFile(const QSharedPointer<FileData> &file, im::content::FileInfo *info) const
+{
+    file->serialize(info);
+    if (FileProvider *provider = fileProvider())
+        provider->add(file);
+}
+
 void FileItem::serialize(im::content::Content *content) const
 {
     startRecord(content);
@@ -481,13 +515,6 @@ void FileItem::getFile(QList<QSharedPointer<FileData>> &files)
 {
     if (m_sourceFile)
         files.append(m_sourceFile);
-void FileItem::writeFile(const QSharedPointer<FileData> &file, im::content::FileInfo *info) const
-{
-    file->serialize(info);
-    if (FileProvider *provider = fileProvider())
-        provider->add(file);
-}
-
     if (m_thumbnailFile)
         files.append(m_thumbnailFile);
 }

@@ -4,6 +4,8 @@
 
 #include <QPointer>
 
+#include <memory>
+
 class FileData;
 class FileProvider;
 template <typename Item>
@@ -77,9 +79,9 @@ public:
     Q_INVOKABLE QString name() const;
 
     /// A DisplayClass.
-    int fileType() const { return m_fileType; }
+    int fileType() const;
     /// Finds the display class anew, from the extension of the file. Done by itself whenever the
-    /// files of the item change. A file does not begin to be shown as a picture or video while there
+    /// files of the item change, or the name in their records. A file does not begin to be shown as a picture or video while there
     /// is neither a thumbnail's record nor thumbnail bytes.
     void calcFileType();
 
@@ -143,12 +145,12 @@ protected:
     /// The extension by which the kind of file is told, in lower case.
     QString suffix() const;
 
-    /// Updates what all kinds have from a body of the protocol. What a body does not have is given
-    /// as the default record. Call it last, so that no signal fires before the kind's own fields
-    /// are in place.
     /// Writes the record of a file into a body. What was sent may come back: from then on the
     /// account's other items share the record, also where it got its id after the item was made.
     void writeFile(const QSharedPointer<FileData> &file, im::content::FileInfo *info) const;
+    /// Updates what all kinds have from a body of the protocol. What a body does not have is given
+    /// as the default record. Call it last, so that no signal fires before the kind's own fields
+    /// are in place.
     void updateFiles(const im::content::FileInfo &file, const im::content::FileInfo &thumbnail,
                      const std::string &thumbNail, const im::content::Text &caption);
     /// The record to hold in place of `held` when a message says `said`: `held` itself when it says
@@ -175,17 +177,24 @@ protected:
     void connectNotify(const QMetaMethod &signal) override;
 
 private:
+    struct Noted {
+        UploadState uploadState = NoUpload;
+        QVariantList measured;
+    };
+
     FileData *sourceFileObject() const { return m_sourceFile.data(); }
     FileData *thumbnailFileObject() const { return m_thumbnailFile.data(); }
     void read(const QMap<QString, QVariant> &map, Changes<FileItem> &changes);
     void setFiles(const QSharedPointer<FileData> &source, const QSharedPointer<FileData> &thumbnail,
                   const QByteArray &thumbNail, Changes<FileItem> &changes);
     qint16 displayClass() const;
-    bool hasImage() const { return m_fileType == PictureFile || m_fileType == VideoFile; }
+    bool hasImage() const { return fileType() == PictureFile || fileType() == VideoFile; }
     QStringList rowTexts() const;
     bool useThumbnail(const Thumbnail &thumbnail); ///< @return whether its image is still there
     void watchFiles();
     void noteUploadState();
+    void noteRecord();
+    void noteMeasured();
     void emitFileType() { Q_EMIT fileTypeChanged(m_fileType); }
 
     QSharedPointer<FileData> m_sourceFile;
@@ -193,9 +202,9 @@ private:
     QByteArray m_thumbNail;
     QString m_displayName;
     QPointer<AccountBase> m_account;
-    qint16 m_fileType = PlainFile;
-    bool m_isWatched : 1 = false; ///< somebody wants to know of the upload state
+    /// What was last signalled of that which follows from records; null until somebody listens.
+    std::unique_ptr<Noted> m_noted;
+    mutable qint16 m_fileType = PlainFile; ///< found anew when asked for, while nobody listens
     bool m_isCapturing : 1 = false;
-    bool m_isUpdating : 1 = false;             ///< see Measured
-    UploadState m_notedUploadState = NoUpload; ///< that was last signalled, while watched
+    bool m_isUpdating : 1 = false; ///< see Measured
 };

@@ -250,11 +250,6 @@ private Q_SLOTS:
         QCOMPARE(onBase.size(), 0);
         QCOMPARE(onBase.fileType(), 2);
         QCOMPARE(onBase.fileState(), BaseFile::Local);
-    }
-
-    void hostileMaps()
-    {
-        QLoggingCategory::setFilterRules(u"im.base.warning=false"_s);
 
         // Where the file belongs is known after a restart, too.
         for (const ParseType type : {ParseType::Source, ParseType::Thumbnail}) {
@@ -265,6 +260,11 @@ private Q_SLOTS:
                     .fileType(),
                 0);
         }
+    }
+
+    void hostileMaps()
+    {
+        QLoggingCategory::setFilterRules(u"im.base.warning=false"_s);
         const double infinity = std::numeric_limits<double>::infinity();
         const QVariant values[] = {
             {},
@@ -289,12 +289,12 @@ private Q_SLOTS:
             FileData file(filled<im::content::FileInfo>(1));
             file.setIv("iv");
             file.setFileState(BaseFile::Missing);
+            file.setFileType(2);
             file.setCacheFilePath(m_cached);
             file.addDownloadedRange(1, 2);
             keys.insert(stored(file, type));
         }
         keys.insert({{u"fileExtension"_s, 1},
-            file.setFileType(2);
                      {u"thumbnailExtension"_s, 1},
                      {u"photoId"_s, 1},
                      {u"photoPath"_s, 1},
@@ -452,6 +452,35 @@ private Q_SLOTS:
             QCOMPARE(file.filePath() + file.cacheFilePath(), QString());
             QCOMPARE(int(file.fileState()), state == 4 || state == 9 ? 10 : state);
             init();
+        }
+    }
+
+    /// A file that goes while nobody runs is not shown as one that is here.
+    void goneAtTheNextStart()
+    {
+        for (int state = 0; state <= BaseFile::UploadPaused; ++state) {
+            for (const ParseType type : {ParseType::Source, ParseType::Thumbnail}) {
+                init();
+                FileData file(filled<im::content::FileInfo>(1));
+                file.updateFilePath(m_path, false, true);
+                file.setFileState(BaseFile::FileState(state));
+                const QVariantMap map = throughJson(stored(file, type));
+                QVERIFY(FileData(map, type).fileExist());
+                QVERIFY(QFile::remove(m_path));
+                const int now = state == 4 || state == 9 ? BaseFile::Missing : state;
+                FileData gone(map, type);
+                QVERIFY(!gone.fileExist());
+                QCOMPARE(gone.fileState(), now);
+                FileData onBase(map, type, &file);
+                QVERIFY(!onBase.fileExist());
+                QCOMPARE(onBase.fileState(), now);
+                QCOMPARE(FileData(static_cast<const BaseFile *>(&file)).fileState(), now);
+                FileData updated(&file);
+                updated.update(map, type);
+                QVERIFY(!updated.fileExist());
+                QCOMPARE(updated.fileState(), now);
+                QCOMPARE(updated.filePath(), QString());
+            }
         }
     }
 
@@ -695,6 +724,24 @@ private Q_SLOTS:
         QCOMPARE(again.value(u"fileName"_s), u"p1.png"_s);
         QCOMPARE(PhotoData(throughJson(again)).serialize(), again);
 
+        // A waiting one has no id to make a name with, and some have no type.
+        for (const QString &name : {u"Me.JPG"_s, u"me"_s, u".png"_s}) {
+            const QString path = m_dir.filePath(name);
+            MediaTree::write(path, "photo");
+            im::content::FileInfo named;
+            named.set_name(name.toStdString());
+            for (const bool hasId : {false, true}) {
+                named.set_id(hasId ? "p4" : "");
+                const PhotoData waiting(path);
+                const PhotoData received(named);
+                for (const PhotoData *each : {&waiting, &received}) {
+                    const PhotoData same(throughJson(each->serialize()));
+                    QCOMPARE(sent<im::Photo>(same), sent<im::Photo>(*each));
+                    QCOMPARE(same.fileExtension(), each->fileExtension());
+                }
+            }
+        }
+
         // The type makes the extension, if it can.
         im::Photo photo;
         photo.set_file_id("../p2");
@@ -726,27 +773,10 @@ private Q_SLOTS:
         const InnerFileData same(throughJson(file.FileData::serialize()));
         QCOMPARE(same.innerDiskPath(), file.innerDiskPath());
         QCOMPARE(InnerFileData(info, {}).innerDiskPath(), u"_con"_s);
+        QCOMPARE(InnerFileData(info, u"a\u202eb/c"_s).innerPath(), u"ab/c"_s);
     }
 
     void registry()
-        // A waiting one has no id to make a name with, and some have no type.
-        for (const QString &name : {u"Me.JPG"_s, u"me"_s, u".png"_s}) {
-            const QString path = m_dir.filePath(name);
-            MediaTree::write(path, "photo");
-            im::content::FileInfo named;
-            named.set_name(name.toStdString());
-            for (const bool hasId : {false, true}) {
-                named.set_id(hasId ? "p4" : "");
-                const PhotoData waiting(path);
-                const PhotoData received(named);
-                for (const PhotoData *each : {&waiting, &received}) {
-                    const PhotoData same(throughJson(each->serialize()));
-                    QCOMPARE(sent<im::Photo>(same), sent<im::Photo>(*each));
-                    QCOMPARE(same.fileExtension(), each->fileExtension());
-                }
-            }
-        }
-
     {
         FileRegistry files;
         im::content::FileInfo info;
@@ -773,7 +803,6 @@ private Q_SLOTS:
         }
         QVERIFY(files.entryCount() <= 64);
         QCOMPARE(files.file(u"f1"_s), forged);
-        QCOMPARE(InnerFileData(info, u"a\u202eb/c"_s).innerPath(), u"ab/c"_s);
     }
 
     void manyThreads()
