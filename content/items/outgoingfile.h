@@ -23,6 +23,6 @@ class FileItem;
 /// other items share the records.
 ///
 /// Reads the beginning of the file. Null, with a log line, when it is no regular file that can be
-/// read, when a picture is none, or for another type.
+/// read, when a picture or a video is none, or for another type.
 MODELBASE_EXPORT QSharedPointer<FileItem>
 makeOutgoingFile(const QString &path, ContentItem::Type type, int source, AccountBase *account);
