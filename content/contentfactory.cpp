@@ -33,6 +33,7 @@
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <typeinfo>
 
 namespace
 {
@@ -48,7 +49,8 @@ struct Kind {
     ItemPointer (*fromMap)(const ItemMap &map, int source, AccountBase *account);
     ItemPointer (*fromRecord)(const im::content::Content &content, int source,
                               AccountBase *account);
-    ItemPointer (*copy)(const ContentItem *other);
+    ItemPointer (*copy)(const ContentItem &other); ///< null for what is not of the kind's class
+    const std::type_info &itemClass;
 };
 
 template <typename Item>
@@ -64,9 +66,11 @@ Kind kind(int type)
             item->keepRemainder(content);
             return item;
         },
-        [](const ContentItem *other) -> ItemPointer {
-            return QSharedPointer<Item>::create(static_cast<const Item *>(other));
-        }};
+        [](const ContentItem &other) -> ItemPointer {
+            const auto *same = dynamic_cast<const Item *>(&other);
+            return same ? QSharedPointer<Item>::create(same) : ItemPointer();
+        },
+        typeid(Item)};
 }
 
 StickerProvider *stickerProvider(AccountBase *account)
@@ -86,11 +90,12 @@ Kind stickerKind()
                 StickerProvider *provider = stickerProvider(account);
                 return provider ? provider->sticker(content) : ItemPointer();
             },
-            kind<StickerItem>(ContentItem::Sticker).copy};
+            kind<StickerItem>(ContentItem::Sticker).copy, typeid(StickerItem)};
 }
 
-/// Every kind of content, a row each.
-const Kind *findKind(int type)
+/// Every kind of content, a row each. The first one that `matches`; null when there is none.
+template <typename Matches>
+const Kind *firstKind(Matches matches)
 {
     // clang-format off
     static const std::array kinds{
@@ -111,11 +116,13 @@ const Kind *findKind(int type)
         stickerKind(),
     };
     // clang-format on
-    for (const Kind &row : kinds) {
-        if (row.type == type)
-            return &row;
-    }
-    return nullptr;
+    const auto found = std::find_if(kinds.begin(), kinds.end(), matches);
+    return found != kinds.end() ? &*found : nullptr;
+}
+
+const Kind *findKind(int type)
+{
+    return firstKind([type](const Kind &row) { return row.type == type; });
 }
 
 ItemPointer checked(ItemPointer item)
@@ -238,9 +245,21 @@ ItemPointer copyContent(const ItemPointer &item)
 {
     if (!item)
         return {};
-    // The types that a text takes on while it is shown are made as texts.
+    // By class, since a type is only what an item calls itself.
+    const ContentItem &other = *item;
+    if (const Kind *row =
+            firstKind([&other](const Kind &each) { return each.itemClass == typeid(other); }))
+        return row->copy(other);
+    // A class of the application. The types that a text takes on while it is shown are texts.
     const Kind *row = findKind(item->isTextMsg() ? ContentItem::Text : item->type());
-    return row ? row->copy(item.data()) : ItemPointer();
+    ItemPointer made = row ? row->copy(other) : ItemPointer();
+    if (!made && item->type() == ContentItem::Sticker) {
+        im::content::Content body;
+        item->serialize(&body);
+        if (body.has_sticker())
+            made = kind<StickerItem>(ContentItem::Sticker).fromRecord(body, 1, nullptr);
+    }
+    return made;
 }
 
 ItemMap serializeContent(const ItemPointer &item)

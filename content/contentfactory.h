@@ -65,8 +65,11 @@ makeMessageItem(const im::Message &message,
 /// itself, so that none goes missing.
 MODELBASE_EXPORT QSharedPointer<ContentItem>
 makeGroupItem(const QList<QSharedPointer<ContentItem>> &members, int source, AccountBase *account);
-/// A new item of the same kind and content, for the type of the item; null for a group or combined
-/// messages. What a copy leaves out stands at the constructors that take an item.
+/// A new item of the same class and content. Of a class of the application's own the copy is of the
+/// class here that it derives from and that its type is made as; of a sticker that derives from
+/// ContentItem alone it is a StickerItem with what its body says. Null for a group, for combined
+/// messages, and for any other class. What a copy leaves out stands at the constructors that take
+/// an item.
 MODELBASE_EXPORT QSharedPointer<ContentItem> copyContent(const QSharedPointer<ContentItem> &item);
 /// The stored form: {"content": [maps]}, of a group one map a member. A null item gives an empty
 /// map. restoreContent() is the inverse.

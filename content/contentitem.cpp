@@ -22,6 +22,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <utility>
 
 namespace
@@ -37,12 +38,28 @@ qint16 saturated(qint64 value)
     return qint16(std::clamp<qint64>(value, Limits::min(), Limits::max()));
 }
 
-/// Ids come from stored JSON as any kind of number; one that the protocol cannot carry must not
-/// wrap around into the id of somebody else, or of everybody.
-qint32 wireId(const QVariant &id)
+/// Ids come from stored JSON as any kind of number. One that the protocol cannot carry is nothing:
+/// neither somebody else's nor, as 0 of a mention is, everybody's.
+std::optional<qint32> wireId(const QVariant &id)
 {
     using Limits = std::numeric_limits<qint32>;
-    return qint32(std::clamp<qint64>(StoredValue::toInt64(id), Limits::min(), Limits::max()));
+    const qint64 number = StoredValue::toInt64(id);
+    if (number > Limits::max())
+        return std::nullopt;
+    return qint32(std::max<qint64>(number, Limits::min()));
+}
+
+struct CustomEmoji {
+    qint32 pack = 0;
+    qint32 emoji = 0;
+};
+
+std::optional<CustomEmoji> customEmoji(const UserTextBlock &block)
+{
+    const QVariantMap data = block.data.toMap();
+    const auto pack = wireId(data.value(QStringLiteral("pack_id")));
+    const auto emoji = wireId(data.value(QStringLiteral("emoji_id")));
+    return pack && emoji ? std::optional(CustomEmoji{*pack, *emoji}) : std::nullopt;
 }
 
 bool isFoldable(const UserTextBlock &block)
@@ -263,9 +280,9 @@ UserTextBlocks ContentItem::deserializeEnities(const QList<QVariant> &list) cons
     for (const QVariant &element : list) {
         const QVariantMap map = element.toMap();
         UserTextBlock block;
-        block.from = map.value(QStringLiteral("from")).toInt();
-        block.len = map.value(QStringLiteral("len")).toInt();
-        block.type = map.value(QStringLiteral("type")).toInt();
+        block.from = StoredValue::toInt32(map.value(QStringLiteral("from")));
+        block.len = StoredValue::toInt32(map.value(QStringLiteral("len")));
+        block.type = StoredValue::toInt32(map.value(QStringLiteral("type")));
         block.data = map.value(QStringLiteral("data"));
         // JSON has a null for what is no value at all in memory.
         if (block.data.metaType().id() == QMetaType::Nullptr)
@@ -308,8 +325,17 @@ void ContentItem::writeText(im::content::Text *record) const
         for (qsizetype i = 0; i < blocks.size(); ++i)
             record->add_textentity();
     }
-    for (qsizetype i = 0; i < blocks.size(); ++i)
-        serializeEntity(record->mutable_textentity(int(i)), blocks.at(i));
+    bool isWhole = true;
+    for (qsizetype i = 0; i < blocks.size(); ++i) {
+        im::content::TextEntity *entity = record->mutable_textentity(int(i));
+        serializeEntity(entity, blocks.at(i));
+        isWhole = isWhole && entity->type() == blocks.at(i).type;
+    }
+    if (!isWhole) {
+        ImLog::error(lcContent(),
+                     QStringLiteral("Ids of mentions or emoji that no message can carry are not "
+                                    "written."));
+    }
 }
 
 void ContentItem::serializeEntity(im::content::TextEntity *entity, const UserTextBlock &block) const
@@ -318,23 +344,29 @@ void ContentItem::serializeEntity(im::content::TextEntity *entity, const UserTex
     entity->set_length(block.len);
     entity->set_type(im::content::TextEntity::Type(block.type));
     entity->set_disable_preview(block.disablePreview);
+    const auto refuse = [entity] { entity->set_type(im::content::TextEntity::UNKNOWN); };
     switch (block.type) {
     case TextEntityType::MentionName:
     case TextEntityType::BotCommand:
-        entity->set_mention_user_id(wireId(block.data));
+        if (const auto id = wireId(block.data))
+            entity->set_mention_user_id(*id);
+        else
+            refuse();
         break;
     case TextEntityType::Hyperlink:
         entity->set_hyperlink(block.data.toString().toStdString());
         break;
     case TextEntityType::VideoPosition:
-        entity->set_video_position(block.data.toInt());
+        entity->set_video_position(StoredValue::toInt32(block.data));
         break;
-    case TextEntityType::CustomEmoji: {
-        const QVariantMap data = block.data.toMap();
-        entity->set_custom_emoji_pack_id(wireId(data.value(QStringLiteral("pack_id"))));
-        entity->set_custom_emoji_id(wireId(data.value(QStringLiteral("emoji_id"))));
+    case TextEntityType::CustomEmoji:
+        if (const auto ids = customEmoji(block)) {
+            entity->set_custom_emoji_pack_id(ids->pack);
+            entity->set_custom_emoji_id(ids->emoji);
+        } else {
+            refuse();
+        }
         break;
-    }
     case TextEntityType::CodeBlock: {
         const QVariantMap data = block.data.toMap();
         entity->set_code_lang(data.value(QStringLiteral("lang")).toString().toStdString());
@@ -448,8 +480,10 @@ QVariantList ContentItem::buttons() const
 
 void ContentItem::serializeMetions(im::Message &message) const
 {
-    for (qint64 id : mentionUserIds())
-        message.add_mentioned_uids(wireId(id));
+    for (qint64 id : mentionUserIds()) {
+        if (const auto wire = wireId(id))
+            message.add_mentioned_uids(*wire);
+    }
     if (mentionUsers().contains(QStringLiteral("atAll")))
         message.set_mention_all(true);
 }
@@ -568,10 +602,10 @@ bool ContentItem::hasCustomEmoji(QHash<int, QSet<int>> &emoji) const
     for (const UserTextBlock &block : textEntity()) {
         if (block.type != TextEntityType::CustomEmoji)
             continue;
-        const QVariantMap data = block.data.toMap();
-        emoji[data.value(QStringLiteral("pack_id")).toInt()].insert(
-            data.value(QStringLiteral("emoji_id")).toInt());
-        found = true;
+        if (const auto ids = customEmoji(block)) {
+            emoji[ids->pack].insert(ids->emoji);
+            found = true;
+        }
     }
     for (const auto &item : innerItems())
         found |= item->hasCustomEmoji(emoji);

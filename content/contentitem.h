@@ -183,10 +183,12 @@ public:
     /// Those who make an item of a record do it (the factory, a sticker provider), and setContent().
     void keepRemainder(const im::content::Content &content);
     QList<QVariant> serializeEntities() const;
+    /// A mention or custom emoji whose id the protocol cannot carry is written as UNKNOWN, without
+    /// an id.
     void serializeEntity(im::content::TextEntity *entity, const UserTextBlock &block) const;
     void serializeText(im::content::Text *text) const;
-    /// Adds the mentioned users to the message that is sent; a mention of everybody sets its
-    /// mention_all.
+    /// Adds the mentioned users to the message that is sent, those whose ids it can carry; a mention
+    /// of everybody sets its mention_all.
     void serializeMetions(im::Message &message) const;
 
     /// The contents that this one holds: question and options, members. What it mentions, its files

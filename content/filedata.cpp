@@ -124,6 +124,7 @@ struct FileData::OwnKeys : StoredKeys {
                 QStringLiteral("thumbnailVersion"),
                 QStringLiteral("thumbnailFileState"),
                 QStringLiteral("thumbnailCachePath"),
+                QStringLiteral("thumbnailMediaType"),
                 false,
             },
             QStringLiteral("thumbnailName"),
@@ -173,6 +174,7 @@ FileData::FileData(const FileData *other) : BaseFile(other)
 FileData::FileData(const BaseFile *base) : BaseFile(base)
 {
     recordFile();
+    noticeLoss();
 }
 
 FileData::FileData(const im::content::FileInfo &info)
@@ -199,7 +201,7 @@ FileData::~FileData()
 QString FileData::fileName() const
 {
     const ReadLocker locker(m_mutex);
-    return m_fileName;
+    return Util::shownFileName(m_fileName);
 }
 
 void FileData::setFileName(const QString &fileName)
@@ -338,9 +340,7 @@ void FileData::parse(const QVariantMap &map, ParseType type, bool all)
 
     const QString path = findMediaFile(map.value(keys.path).toString());
     if (path.isEmpty()) {
-        const FileState state = fileState();
-        if ((state == Downloaded || state == Uploaded) && !fileExist())
-            exists();
+        noticeLoss();
         return;
     }
     setFilePath(path);
@@ -386,6 +386,15 @@ void FileData::update(const im::FileInfo &info)
         setSize(info.size());
     if (!info.iv().empty())
         setIv(QByteArray::fromStdString(info.iv()));
+}
+
+bool FileData::isStored(const QVariantMap &map, ParseType type)
+{
+    const OwnKeys &keys = OwnKeys::of(type);
+    const QString *const which[] = {&keys.id,   &keys.path, &keys.name,    &keys.aesKey,
+                                    &keys.size, &keys.md5,  &keys.version, &keys.cachePath};
+    return std::any_of(std::begin(which), std::end(which),
+                       [&map](const QString *key) { return map.contains(*key); });
 }
 
 bool FileData::isSameRecord(const FileData &other) const
@@ -438,6 +447,13 @@ void FileData::updateFilePath(const QString &path, bool downloaded, bool check)
         recordCopy();
     if (downloaded)
         setFileState(Downloaded);
+}
+
+void FileData::noticeLoss()
+{
+    const FileState state = fileState();
+    if (fileExist() || state == Downloaded || state == Uploaded)
+        exists();
 }
 
 void FileData::recordFile()

@@ -55,7 +55,8 @@ public:
     /// A copy of everything but the use count. Of null: an empty record.
     explicit FileData(const FileData *other);
     /// Of a file that has a path, name, size and times are taken from the disk, and so is what the
-    /// record says of them.
+    /// record says of them. A state that says there is a file becomes Missing where there is none,
+    /// as with a map.
     explicit FileData(const BaseFile *base);
     explicit FileData(const im::content::FileInfo &info);
     explicit FileData(const im::FileInfo &info);
@@ -63,6 +64,7 @@ public:
 
     // What the file is called
 
+    /// As people may see it (Util::shownFileName()): of the name that the record came with.
     QString fileName() const override;
     void setFileName(const QString &fileName);
     /// The extension that the record came with; without one, what follows the last dot of the
@@ -86,9 +88,9 @@ public:
     // The stored form. For a source: "aesKey", "fileId", "fileMd5", "fileName", "size",
     // "filePath"; for a thumbnail: "thumbnailAesKey", "thumbnailId", "thumbnailFileMd5",
     // "thumbPath". Keys and checksums are Base64 text. What is not the default is also written as
-    // "version", "iv", "fileState", "cachePath", "downloadedRange"; of a thumbnail as
+    // "version", "iv", "fileState", "cachePath", "mediaType", "downloadedRange"; of a thumbnail as
     // "thumbnailName", "thumbnailSize", "thumbnailVersion", "thumbnailIv", "thumbnailFileState",
-    // "thumbnailCachePath", "thumbnailDownloadedRange". Where the name is only that of the copy on
+    // "thumbnailCachePath", "thumbnailMediaType", "thumbnailDownloadedRange". Where the name is only that of the copy on
     // this device, "localName" is true, and a size that was sent and is not that copy's is
     // "sentSize"; of a thumbnail "thumbnailLocalName" and "thumbnailSentSize".
 
@@ -99,6 +101,8 @@ public:
     void serialize(im::content::FileInfo *info) const;
     void serialize(im::FileInfo *info) const;
 
+    /// Whether a stored map tells anything of that file.
+    static bool isStored(const QVariantMap &map, ParseType type);
     /// Takes over what the map has; fields whose keys it has not stay.
     void update(const QVariantMap &map, ParseType type = ParseType::Source);
     /// Takes over what the record has; fields that it leaves at their defaults stay. So does the
@@ -220,6 +224,8 @@ private:
     void setNameAndExtension(const QString &name, const QString &extension);
     void recordFile();
     void recordCopy();
+    /// Makes sure of a file that is said to be here.
+    void noticeLoss();
     void forgetFollowedTimes();
     const Extra &extra() const;
     Extra &ownExtra();

@@ -20,6 +20,11 @@ InnerFileData::InnerFileData(const InnerFileData *other)
 {
 }
 
+QString InnerFileData::innerPath() const
+{
+    return Util::shownFileName(m_innerPath);
+}
+
 QString InnerFileData::innerDiskPath() const
 {
     QStringList names = m_innerPath.split(u'/', Qt::SkipEmptyParts);

@@ -15,9 +15,9 @@ public:
     InnerFileData(const im::content::FileInfo &info, const QString &innerPath);
     explicit InnerFileData(const InnerFileData *other);
 
-    /// Where in the folder it belongs, as it was sent: names with "/" between them, without the
-    /// file's own. Empty at the top.
-    QString innerPath() const { return m_innerPath; }
+    /// Where in the folder it belongs, as people may see it: names with "/" between them, without
+    /// the file's own. Empty at the top.
+    QString innerPath() const;
     /// innerPath() and the file's name as they may be given to a file system: a relative path, each
     /// of whose names is safe and which never leads out of the folder.
     QString innerDiskPath() const;

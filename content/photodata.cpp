@@ -131,7 +131,7 @@ void PhotoData::serialize(QVariantMap &map) const
     map.insert(QStringLiteral("fileExist"), fileExist());
     map.insert(QStringLiteral("percent"), m_percent);
     map.insert(QStringLiteral("fileName"), fileName());
-    if (!m_type.isEmpty() && !isValidExtension(m_type))
+    if (extensionOf(fileName()) != m_type)
         map.insert(typeKey(), m_type);
     if (m_encryptAlgorithm != 0)
         map.insert(algorithmKey(), m_encryptAlgorithm);

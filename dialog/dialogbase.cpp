@@ -241,33 +241,58 @@ void DialogBase::setTagIds(const QStringList &tagIds)
 
 void DialogBase::setAtMeMessageCount(int count, bool notify)
 {
-    if (!m_isGroup)
-        return;
-    const int old = std::exchange(m_atMeMessageCount, count);
-    if (old == count)
-        return;
-    Q_EMIT atMeMessageCountChanged(count, old);
-    if (notify)
+    if (m_isGroup && replaceAtMeCount(count) && notify)
         dialogChanged();
 }
 
 void DialogBase::setReactedMessageCount(int count, bool notify)
 {
-    const int old = std::exchange(m_reactedMessageCount, count);
-    if (old == count)
-        return;
-    Q_EMIT reactedMessageCountChanged(count, old);
-    if (notify)
+    if (replaceReactedCount(count) && notify)
         dialogChanged();
+}
+
+bool DialogBase::replaceAtMeCount(int count)
+{
+    const int old = std::exchange(m_atMeMessageCount, count);
+    if (old != count)
+        Q_EMIT atMeMessageCountChanged(count, old);
+    return old != count;
+}
+
+bool DialogBase::replaceReactedCount(int count)
+{
+    const int old = std::exchange(m_reactedMessageCount, count);
+    if (old != count)
+        Q_EMIT reactedMessageCountChanged(count, old);
+    return old != count;
+}
+
+bool DialogBase::countAtMe()
+{
+    return replaceAtMeCount(m_isGroup ? sizeOf(m_atMe) : 0);
+}
+
+bool DialogBase::countReacted()
+{
+    return replaceReactedCount(sizeOf(m_reacted));
+}
+
+void DialogBase::setIsGroup(bool isGroup)
+{
+    // What the server counts stays until the messages next change.
+    if (std::exchange(m_isGroup, isGroup) != isGroup)
+        countAtMe();
 }
 
 // Mentions
 
 void DialogBase::addAtMeMessages(const QList<qint64> &msgIds)
 {
+    bool isNew = false;
     for (qint64 id : msgIds)
-        filled(m_atMe)->insert(id);
-    setAtMeMessageCount(sizeOf(m_atMe), true);
+        isNew |= filled(m_atMe)->insert(id);
+    if (countAtMe() || isNew)
+        dialogChanged();
 }
 
 void DialogBase::confirmAtMeMessage(qint64 msgId)
@@ -287,14 +312,16 @@ void DialogBase::confirmAtMeMessages(const QList<qint64> &msgIds, bool all)
     const QList<qint64> confirmed = taken(m_atMe, msgIds);
     if (confirmed.isEmpty())
         return;
-    setAtMeMessageCount(sizeOf(m_atMe), true);
+    countAtMe();
+    dialogChanged();
     mentionsConfirmed(confirmed, all);
 }
 
 void DialogBase::removeAtMeMessages(const QList<qint64> &msgIds)
 {
-    taken(m_atMe, msgIds);
-    setAtMeMessageCount(sizeOf(m_atMe), true);
+    const bool isFewer = !taken(m_atMe, msgIds).isEmpty();
+    if (countAtMe() || isFewer)
+        dialogChanged();
 }
 
 void DialogBase::loadAtMeMessage(MessageModelBase *msgModel)
@@ -313,15 +340,18 @@ void DialogBase::loadAtMeMessage(MessageModelBase *msgModel)
 
 void DialogBase::addReactedMessage(qint64 msgId)
 {
-    filled(m_reacted)->insert(msgId);
-    setReactedMessageCount(sizeOf(m_reacted), true);
+    const bool isNew = filled(m_reacted)->insert(msgId);
+    if (countReacted() || isNew)
+        dialogChanged();
 }
 
 void DialogBase::setReactedMessages(const QMap<qint64, bool> &messages)
 {
+    const bool isOther = messages.keys() != reactedMessages();
     m_reacted =
         std::make_unique<IdSet>(std::vector<qint64>(messages.keyBegin(), messages.keyEnd()));
-    setReactedMessageCount(sizeOf(m_reacted), true);
+    if (countReacted() || isOther)
+        dialogChanged();
 }
 
 void DialogBase::confirmReactedMessage(qint64 msgId)
@@ -350,8 +380,9 @@ void DialogBase::confirmAllReactedMessages()
 
 void DialogBase::removeReactedMessages(const QList<qint64> &msgIds)
 {
-    taken(m_reacted, msgIds);
-    setReactedMessageCount(sizeOf(m_reacted), true);
+    const bool isFewer = !taken(m_reacted, msgIds).isEmpty();
+    if (countReacted() || isFewer)
+        dialogChanged();
     if (const AccountBase *owner = account())
         Q_EMIT AccountManager::getInstance()->reactionBeRead(owner->accountId(), m_dialogId,
                                                              msgIds);
@@ -382,8 +413,8 @@ bool DialogBase::removeAllMentions(qint64 upTo, bool notify)
     const bool had = !isEmpty(m_atMe) || !isEmpty(m_reacted);
     forgetBefore(m_atMe, upTo);
     forgetBefore(m_reacted, upTo);
-    setAtMeMessageCount(sizeOf(m_atMe), false);
-    setReactedMessageCount(sizeOf(m_reacted), false);
+    countAtMe();
+    countReacted();
     if (notify && had)
         dialogChanged();
     return had;
@@ -404,7 +435,7 @@ void DialogBase::setMentionIdData(const QByteArray &data)
     QByteArrayView bytes(data);
     Ids atMe = unpack(bytes);
     Ids reacted = atMe ? unpack(bytes) : nullptr;
-    if (!reacted || !bytes.isEmpty()) {
+    if (!reacted) {
         ImLog::error(lcDialog(),
                      QStringLiteral("The stored mentions of dialog %1 are damaged; "
                                     "those that are held stay.")
@@ -413,6 +444,6 @@ void DialogBase::setMentionIdData(const QByteArray &data)
     }
     m_atMe = std::move(atMe);
     m_reacted = std::move(reacted);
-    setAtMeMessageCount(sizeOf(m_atMe), false);
-    setReactedMessageCount(sizeOf(m_reacted), false);
+    countAtMe();
+    countReacted();
 }

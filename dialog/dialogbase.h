@@ -23,7 +23,7 @@ class MessageModelBase;
 /// The application derives from it and supplies what is pure virtual.
 ///
 /// Mentions are counted in groups only. Elsewhere they are kept, and packed with the rest, but the
-/// count stays 0 and nothing confirms them.
+/// count is 0 and nothing confirms them.
 ///
 /// Ownership: its creator's; never deleted by QML. Thread: the thread it lives on. Every change
 /// signal fires on a change only, after the value is in place.
@@ -76,7 +76,8 @@ public:
     virtual void mentionsConfirmed(const QList<qint64> &msgIds, bool all) = 0;
     /// The user has seen these reactions; with `all`, every one, and the list is empty.
     virtual void reactionsConfirmed(const QList<qint64> &msgIds, bool all) = 0;
-    /// A count has changed: the dialog wants to be saved and drawn again.
+    /// A count has changed, or the messages that mention the user or received reactions: the dialog
+    /// wants to be saved and drawn again.
     virtual void dialogChanged() = 0;
 
     /// What a list calls the dialog; empty unless overridden.
@@ -122,7 +123,8 @@ public:
     void setDialogId(const QString &dialogId) { m_dialogId = dialogId; }
     void setTargetId(qint64 targetId) { m_targetId = targetId; }
     void setType(int type) { m_type = type; }
-    void setIsGroup(bool isGroup) { m_isGroup = isGroup; }
+    /// Counts the mentions that are kept, without a call of dialogChanged().
+    void setIsGroup(bool isGroup);
     void setMute(bool mute);
     void setAnonymous(bool anonymous);
     void setIsQuickReply(bool isQuickReply);
@@ -134,8 +136,8 @@ public:
     void setTagIds(const QStringList &tagIds);
 
     // Messages that mention the user. To confirm is what the dialog does when the user has seen a
-    // message: it is removed, and mentionsConfirmed() is called. Whatever changes a count calls
-    // dialogChanged().
+    // message: it is removed, and mentionsConfirmed() is called. Whatever changes the messages or
+    // their count calls dialogChanged(), once; in groups or not.
     void addAtMeMessages(const QList<qint64> &msgIds);
     Q_INVOKABLE void confirmAtMeMessage(qint64 msgId);
     Q_INVOKABLE void confirmAllAtMeMessages();
@@ -169,8 +171,9 @@ public:
     /// `notify`, dialogChanged() is called once.
     bool removeAllMentions(qint64 upTo, bool notify);
 
-    /// Takes over both sets as getMentionIdData() packed them. Damaged bytes change nothing and are
-    /// logged; empty ones change nothing.
+    /// Takes over both sets as getMentionIdData() packed them; what a newer version may have put
+    /// behind them is passed over. Damaged bytes change nothing and are logged; empty ones change
+    /// nothing. May be called before setIsGroup().
     void setMentionIdData(const QByteArray &data);
 
 Q_SIGNALS:
@@ -198,6 +201,12 @@ protected:
     QByteArray getMentionIdData() const;
 
 private:
+    // Each true when the count has changed.
+    bool replaceAtMeCount(int count);
+    bool replaceReactedCount(int count);
+    bool countAtMe();
+    bool countReacted();
+
     QString m_dialogId;
     qint64 m_targetId = 0;
     qint64 m_sortTime = 0;

@@ -48,23 +48,24 @@ public:
         return *std::upper_bound(chunk->begin(), chunk->end(), id);
     }
 
-    void insert(qint64 id)
+    /// False when it was there already.
+    bool insert(qint64 id)
     {
         if (isEmpty() || id > last()) {
             if (isEmpty() || m_chunks.back().size() == chunkSize)
                 m_chunks.emplace_back().reserve(std::min(chunkSize, m_size + 1));
             m_chunks.back().push_back(id);
             ++m_size;
-            return;
+            return true;
         }
         auto chunk = chunkOf(m_chunks.begin(), m_chunks.end(), id);
         const auto at = std::lower_bound(chunk->begin(), chunk->end(), id);
         if (*at == id)
-            return;
+            return false;
         ++m_size;
         if (chunk->size() < chunkSize) {
             chunk->insert(at, id);
-            return;
+            return true;
         }
         // Full: its upper half becomes a chunk of its own.
         const auto place = at - chunk->begin();
@@ -76,6 +77,7 @@ public:
             lower.insert(lower.begin() + place, id);
         else
             chunk->insert(chunk->begin() + (place - half), id);
+        return true;
     }
 
     bool remove(qint64 id)

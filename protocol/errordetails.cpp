@@ -3,6 +3,13 @@
 #include "imlog/imlog.h"
 #include "protocol/common_error.pb.h"
 
+#include <QByteArrayView>
+
+#include <google/protobuf/io/coded_stream.h>
+
+#include <algorithm>
+#include <climits>
+
 namespace protocol
 {
 
@@ -48,12 +55,53 @@ const google::protobuf::Message *errorDetailPrototype(int code)
     }
 }
 
+namespace
+{
+
+bool isLetter(char c)
+{
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+
+/// "G-7", "C-3-5": a letter, and numbers behind dashes.
+bool isDialogId(std::string_view text)
+{
+    return text.size() > 2 && isLetter(text[0]) && text[1] == '-'
+        && text.find_first_not_of("0123456789-", 2) == std::string_view::npos;
+}
+
+/// Whether the bytes are an im::SystemErrorData, and no record of the code's own: that has numbers
+/// in it, or records with numbers, whose tags are control characters when they are read as a text.
+/// Not parsed, since that would report whatever is no text.
+bool isDescription(std::string_view bytes)
+{
+    constexpr google::protobuf::uint32 tag =
+        im::SystemErrorData::kDescFieldNumber << 3 | 2; // of a field with a length
+    google::protobuf::uint32 size = 0;
+    google::protobuf::io::CodedInputStream input(
+        reinterpret_cast<const google::protobuf::uint8 *>(bytes.data()),
+        int(std::min<std::size_t>(bytes.size(), INT_MAX)));
+    if (input.ReadTag() != tag || !input.ReadVarint32(&size)
+        || size != bytes.size() - std::size_t(input.CurrentPosition()))
+        return false;
+    const std::string_view text = bytes.substr(bytes.size() - size);
+    const auto isControl = [](char c) { return (c >= 0 && c < ' ') || c == '\x7f'; };
+    const auto isText = [isControl](char c) {
+        return !isControl(c) || c == '\n' || c == '\r' || c == '\t';
+    };
+    return !text.empty() && !isControl(text.front())
+        && std::all_of(text.begin(), text.end(), isText)
+        && QByteArrayView(text.data(), qsizetype(text.size())).isValidUtf8() && !isDialogId(text);
+}
+
+} // namespace
+
 std::unique_ptr<google::protobuf::Message> errorDetail(int code, std::string_view bytes)
 {
     if (code == im::SUCCESS)
         return nullptr;
     const google::protobuf::Message *prototype = errorDetailPrototype(code);
-    const bool ownRecord = prototype != nullptr;
+    const bool ownRecord = prototype != nullptr && !isDescription(bytes);
     if (!ownRecord) {
         if (bytes.empty())
             return nullptr;

@@ -20,8 +20,9 @@ MODELBASE_EXPORT const google::protobuf::Message *errorDetailPrototype(int code)
 /// The record in the detail bytes of a failed call, or null when there is none.
 ///
 /// For a code with a record of its own the bytes are that record (no bytes at all are one whose
-/// fields all have their defaults). For every other code, unknown ones included, they are an
-/// im::SystemErrorData when they hold a description. Success carries nothing. Bytes that do not
+/// fields all have their defaults), unless they are an im::SystemErrorData: a description alone, of
+/// printable characters, that is no dialog's id. For every other code, unknown ones included, they
+/// are an im::SystemErrorData when they hold a description. Success carries nothing. Bytes that do not
 /// parse give null and one log line.
 MODELBASE_EXPORT std::unique_ptr<google::protobuf::Message> errorDetail(int code,
                                                                         std::string_view bytes);

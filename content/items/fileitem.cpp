@@ -37,8 +37,9 @@ bool isEmpty(const im::content::FileInfo &info)
 bool isEmpty(const FileData &file)
 {
     return file.fileId().isEmpty() && file.aesKey().isEmpty() && file.fileMd5().isEmpty()
-        && file.fileName().isEmpty() && file.size() == 0 && file.version() == 0
-        && file.BaseFile::filePath().isEmpty() && file.cacheFilePath().isEmpty();
+        && file.fileName().isEmpty() && file.sentName().isEmpty() && file.size() == 0
+        && file.version() == 0 && file.BaseFile::filePath().isEmpty()
+        && file.cacheFilePath().isEmpty();
 }
 
 FileItem::UploadState uploadStateOf(const BaseFile &file)
@@ -86,10 +87,7 @@ FileItem::DisplayClass displayClassOf(const QString &extension)
 
 QSharedPointer<FileData> storedFile(const QVariantMap &map, FileData::ParseType type)
 {
-    const bool isSource = type == FileData::ParseType::Source;
-    const auto idKey = isSource ? QStringLiteral("fileId") : QStringLiteral("thumbnailId");
-    const auto pathKey = isSource ? QStringLiteral("filePath") : QStringLiteral("thumbPath");
-    if (!map.contains(idKey) && !map.contains(pathKey))
+    if (!FileData::isStored(map, type)) // most have no thumbnail
         return {};
     auto file = QSharedPointer<FileData>::create(map, type);
     return isEmpty(*file) ? QSharedPointer<FileData>() : file;
@@ -211,7 +209,8 @@ void FileItem::setThumbNail(const QByteArray &thumbNail)
 
 void FileItem::setDisplayName(const QString &displayName)
 {
-    Update<FileItem>(this).set(m_displayName, displayName, &FileItem::displayNameChanged);
+    Update<FileItem>(this).set(m_displayName, Util::shownFileName(displayName),
+                               &FileItem::displayNameChanged);
 }
 
 void FileItem::setFiles(const QSharedPointer<FileData> &source,
@@ -220,7 +219,7 @@ void FileItem::setFiles(const QSharedPointer<FileData> &source,
 {
     const auto replace = [&](QSharedPointer<FileData> &held, const QSharedPointer<FileData> &file,
                              Changes<FileItem>::Signal changed) {
-        if (m_isWatched && held && held != file)
+        if (m_noted && held && held != file)
             disconnect(held.data(), nullptr, this, nullptr);
         return changes.set(held, file, changed);
     };
@@ -230,9 +229,9 @@ void FileItem::setFiles(const QSharedPointer<FileData> &source,
     const bool bytesAreNew = changes.set(m_thumbNail, thumbNail, &FileItem::thumbNailChanged);
     if (sourceIsNew || thumbnailIsNew || bytesAreNew)
         changes.set(m_fileType, displayClass(), &FileItem::emitFileType);
-    if (m_isWatched) {
+    if (m_noted) {
         watchFiles();
-        changes.set(m_notedUploadState, uploadState(), &FileItem::uploadStateChanged);
+        changes.set(m_noted->uploadState, uploadState(), &FileItem::uploadStateChanged);
     }
 }
 
@@ -301,6 +300,13 @@ qint16 FileItem::displayClass() const
     return needsImage && !m_thumbnailFile && !hasThumbBytes() ? m_fileType : found;
 }
 
+int FileItem::fileType() const
+{
+    if (!m_noted)
+        m_fileType = displayClass();
+    return m_fileType;
+}
+
 void FileItem::calcFileType()
 {
     Update<FileItem>(this).set(m_fileType, displayClass(), &FileItem::emitFileType);
@@ -326,12 +332,14 @@ bool FileItem::isUploading() const
 
 void FileItem::connectNotify(const QMetaMethod &signal)
 {
-    // Most items never upload anything: a connection to each file of each item would be a waste.
-    static const auto wanted = QMetaMethod::fromSignal(&FileItem::uploadStateChanged);
-    if (!m_isWatched && signal == wanted) {
-        m_isWatched = true;
+    // Nobody listens to most items: a connection to each file of each item would be a waste.
+    static const QMetaMethod wanted[] = {QMetaMethod::fromSignal(&FileItem::uploadStateChanged),
+                                         QMetaMethod::fromSignal(&FileItem::fileTypeChanged),
+                                         QMetaMethod::fromSignal(&FileItem::needRecalcSize)};
+    if (!m_noted && std::find(std::begin(wanted), std::end(wanted), signal) != std::end(wanted)) {
+        m_fileType = displayClass();
+        m_noted = std::make_unique<Noted>(Noted{uploadState(), measured()});
         watchFiles();
-        m_notedUploadState = uploadState();
     }
     ContentItem::connectNotify(signal);
 }
@@ -344,11 +352,18 @@ void FileItem::watchFiles()
         connect(file.data(), &BaseFile::fileStateChanged, this, &FileItem::noteUploadState,
                 Qt::UniqueConnection);
     }
+    if (const FileData *file = m_sourceFile.data()) {
+        connect(file, &FileData::fileNameChanged, this, &FileItem::noteRecord,
+                Qt::UniqueConnection);
+        connect(file, &FileData::fileExtensionChanged, this, &FileItem::noteRecord,
+                Qt::UniqueConnection);
+        connect(file, &FileData::sizeChanged, this, &FileItem::noteRecord, Qt::UniqueConnection);
+    }
 }
 
 void FileItem::filesReplaced()
 {
-    if (!m_isWatched)
+    if (!m_noted)
         return;
     watchFiles();
     noteUploadState();
@@ -356,7 +371,21 @@ void FileItem::filesReplaced()
 
 void FileItem::noteUploadState()
 {
-    Changes<FileItem>(this).set(m_notedUploadState, uploadState(), &FileItem::uploadStateChanged);
+    Changes<FileItem>(this).set(m_noted->uploadState, uploadState(), &FileItem::uploadStateChanged);
+}
+
+void FileItem::noteRecord()
+{
+    calcFileType();
+    if (!m_isUpdating)
+        noteMeasured();
+}
+
+void FileItem::noteMeasured()
+{
+    QVariantList now = measured();
+    if (std::exchange(m_noted->measured, now) != now)
+        Q_EMIT needRecalcSize();
 }
 
 // Thumbnail
@@ -432,7 +461,8 @@ void FileItem::serialize(QMap<QString, QVariant> &map) const
 
 void FileItem::read(const QMap<QString, QVariant> &map, Changes<FileItem> &changes)
 {
-    changes.set(m_displayName, map.value(QStringLiteral("displayName")).toString(),
+    changes.set(m_displayName,
+                Util::shownFileName(map.value(QStringLiteral("displayName")).toString()),
                 &FileItem::displayNameChanged);
     setFiles(updated(m_sourceFile, storedFile(map, FileData::ParseType::Source)),
              updated(m_thumbnailFile, storedFile(map, FileData::ParseType::Thumbnail)),
@@ -448,14 +478,21 @@ void FileItem::deserialize(const QMap<QString, QVariant> &map)
 
 // Protocol
 
+void FileItem::writeFile(const QSharedPointer<FileData> &file, im::content::FileInfo *info) const
+{
+    file->serialize(info);
+    if (FileProvider *provider = fileProvider())
+        provider->add(file);
+}
+
 void FileItem::serialize(im::content::Content *content) const
 {
     startRecord(content);
     im::content::File *body = content->mutable_file();
     if (m_sourceFile)
-        m_sourceFile->serialize(body->mutable_attach_file());
+        writeFile(m_sourceFile, body->mutable_attach_file());
     if (isThumbnailSent())
-        m_thumbnailFile->serialize(body->mutable_thumb_file());
+        writeFile(m_thumbnailFile, body->mutable_thumb_file());
     body->set_thumb_nail(m_thumbNail.constData(), std::size_t(m_thumbNail.size()));
     writeCaption(body);
 }

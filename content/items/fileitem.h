@@ -4,6 +4,8 @@
 
 #include <QPointer>
 
+#include <memory>
+
 class FileData;
 class FileProvider;
 template <typename Item>
@@ -69,16 +71,17 @@ public:
     const QByteArray &thumbNail() const { return m_thumbNail; }
     void setThumbNail(const QByteArray &thumbNail);
     bool hasThumbBytes() const override { return !m_thumbNail.isEmpty(); }
-    /// A name to be shown in place of the file's own. Mostly empty; not sent.
+    /// A name to be shown in place of the file's own, as people may see it (Util::shownFileName()).
+    /// Mostly empty; not sent.
     const QString &displayName() const { return m_displayName; }
     void setDisplayName(const QString &displayName);
     /// What a view shows as the name: displayName() or else the file's.
     Q_INVOKABLE QString name() const;
 
     /// A DisplayClass.
-    int fileType() const { return m_fileType; }
+    int fileType() const;
     /// Finds the display class anew, from the extension of the file. Done by itself whenever the
-    /// files of the item change. A file does not begin to be shown as a picture or video while there
+    /// files of the item change, or the name in their records. A file does not begin to be shown as a picture or video while there
     /// is neither a thumbnail's record nor thumbnail bytes.
     void calcFileType();
 
@@ -142,6 +145,9 @@ protected:
     /// The extension by which the kind of file is told, in lower case.
     QString suffix() const;
 
+    /// Writes the record of a file into a body. What was sent may come back: from then on the
+    /// account's other items share the record, also where it got its id after the item was made.
+    void writeFile(const QSharedPointer<FileData> &file, im::content::FileInfo *info) const;
     /// Updates what all kinds have from a body of the protocol. What a body does not have is given
     /// as the default record. Call it last, so that no signal fires before the kind's own fields
     /// are in place.
@@ -171,17 +177,24 @@ protected:
     void connectNotify(const QMetaMethod &signal) override;
 
 private:
+    struct Noted {
+        UploadState uploadState = NoUpload;
+        QVariantList measured;
+    };
+
     FileData *sourceFileObject() const { return m_sourceFile.data(); }
     FileData *thumbnailFileObject() const { return m_thumbnailFile.data(); }
     void read(const QMap<QString, QVariant> &map, Changes<FileItem> &changes);
     void setFiles(const QSharedPointer<FileData> &source, const QSharedPointer<FileData> &thumbnail,
                   const QByteArray &thumbNail, Changes<FileItem> &changes);
     qint16 displayClass() const;
-    bool hasImage() const { return m_fileType == PictureFile || m_fileType == VideoFile; }
+    bool hasImage() const { return fileType() == PictureFile || fileType() == VideoFile; }
     QStringList rowTexts() const;
     bool useThumbnail(const Thumbnail &thumbnail); ///< @return whether its image is still there
     void watchFiles();
     void noteUploadState();
+    void noteRecord();
+    void noteMeasured();
     void emitFileType() { Q_EMIT fileTypeChanged(m_fileType); }
 
     QSharedPointer<FileData> m_sourceFile;
@@ -189,9 +202,9 @@ private:
     QByteArray m_thumbNail;
     QString m_displayName;
     QPointer<AccountBase> m_account;
-    qint16 m_fileType = PlainFile;
-    bool m_isWatched : 1 = false; ///< somebody wants to know of the upload state
+    /// What was last signalled of that which follows from records; null until somebody listens.
+    std::unique_ptr<Noted> m_noted;
+    mutable qint16 m_fileType = PlainFile; ///< found anew when asked for, while nobody listens
     bool m_isCapturing : 1 = false;
-    bool m_isUpdating : 1 = false;             ///< see Measured
-    UploadState m_notedUploadState = NoUpload; ///< that was last signalled, while watched
+    bool m_isUpdating : 1 = false; ///< see Measured
 };

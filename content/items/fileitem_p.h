@@ -19,26 +19,22 @@ class FileItem::Measured
 {
 public:
     explicit Measured(FileItem *item)
-        : m_item(item->m_isUpdating || item->signalsBlocked() ? nullptr : item)
+        : m_item(!item->m_noted || item->m_isUpdating || item->signalsBlocked() ? nullptr : item)
     {
-        if (!m_item)
-            return;
-        m_before = m_item->measured();
-        m_item->m_isUpdating = true;
+        if (m_item)
+            m_item->m_isUpdating = true;
     }
     ~Measured()
     {
         if (!m_item)
             return;
         m_item->m_isUpdating = false;
-        if (m_item->measured() != m_before)
-            Q_EMIT m_item->needRecalcSize();
+        m_item->noteMeasured();
     }
     Q_DISABLE_COPY_MOVE(Measured)
 
 private:
     FileItem *m_item;
-    QVariantList m_before;
 };
 
 /// Changes of what the item may measure: their own signals come first.

@@ -107,11 +107,11 @@ void ImageItem::serialize(im::content::Content *content) const
     startRecord(content);
     im::content::Image *body = content->mutable_image();
     if (sourceFile())
-        sourceFile()->serialize(body->mutable_image_file());
+        writeFile(sourceFile(), body->mutable_image_file());
     if (hasThumb())
         writeThumb(body->mutable_thumb());
     if (m_livePhoto)
-        m_livePhoto->serialize(body->mutable_live_photo_file());
+        writeFile(m_livePhoto, body->mutable_live_photo_file());
     body->set_width(w());
     body->set_height(h());
     body->set_spoiler(m_spoiler);

@@ -82,7 +82,7 @@ void MediaFileItem::writeThumb(im::content::FileThumb *thumb) const
     thumb->set_height(thumbH());
     thumb->set_thumb_nail(thumbNail().constData(), std::size_t(thumbNail().size()));
     if (isThumbnailSent())
-        thumbnailFile()->serialize(thumb->mutable_thumb_file());
+        writeFile(thumbnailFile(), thumb->mutable_thumb_file());
 }
 
 void MediaFileItem::takeOver(const Thumbnail &thumbnail)

@@ -157,9 +157,9 @@ void MusicItem::serialize(im::content::Content *content) const
     startRecord(content);
     im::content::Audio *body = content->mutable_audio();
     if (sourceFile())
-        sourceFile()->serialize(body->mutable_audio_file());
+        writeFile(sourceFile(), body->mutable_audio_file());
     if (isThumbnailSent())
-        thumbnailFile()->serialize(body->mutable_thumb_file());
+        writeFile(thumbnailFile(), body->mutable_thumb_file());
     body->set_thumb_nail(thumbNail().constData(), std::size_t(thumbNail().size()));
     body->set_title(m_title.toStdString());
     body->set_authors(m_author.toStdString());

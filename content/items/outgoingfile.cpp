@@ -10,6 +10,7 @@
 #include "content/modelbaseutil.h"
 #include "imlog/imlog.h"
 #include "multimedia/audioplayer.h"
+#include "multimedia/videocapture.h"
 
 #include <QLoggingCategory>
 
@@ -55,6 +56,8 @@ QSharedPointer<FileItem> makeItem(const QString &path, ContentItem::Type type, i
     case ContentItem::Image:
         return makeImage(path, source, account);
     case ContentItem::Video:
+        if (!VideoCapture::isVideoFile(path))
+            return {};
         return QSharedPointer<VideoItem>::create(source, account);
     case ContentItem::Voice:
         return makeAudio<VoiceItem>(AudioPlayer::getAlbumInfo(path), source, account);

@@ -305,7 +305,9 @@ void PollItem::cleanAnswers()
 
 void PollItem::setAesKey(const QByteArray &key)
 {
+    const auto watching = watch(this);
     m_key = key;
+    adoptComment();
 }
 
 // Results
@@ -477,8 +479,14 @@ QString PollItem::decrypted(const std::string &cipher) const
 
 void PollItem::adoptComment()
 {
-    if (m_comment.isEmpty() && !m_key.isEmpty() && !m_info->comment().empty())
-        m_comment = decrypted(m_info->comment());
+    if (!m_comment.isEmpty() || m_key.isEmpty() || m_info->comment().empty())
+        return;
+    // Every update comes by here: what a key does not open is tried, and logged, once.
+    if (m_undecrypted == std::pair(m_key, m_info->comment()))
+        return;
+    m_comment = decrypted(m_info->comment());
+    if (m_comment.isEmpty())
+        m_undecrypted = {m_key, m_info->comment()};
 }
 
 // Stored form and protocol

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 class TitledOptions;
 
@@ -123,6 +124,7 @@ public:
     void setQuizMode(bool quizMode);
     void setComment(const QString &comment);
     void setExpectedAnswers(const QList<int> &answers);
+    /// Also decrypts a comment that has come before its key.
     void setAesKey(const QByteArray &key);
 
     // Results
@@ -210,4 +212,5 @@ private:
     std::unique_ptr<im::PollInfo> m_info;
     QString m_comment;
     QByteArray m_key;
+    std::pair<QByteArray, std::string> m_undecrypted; ///< a key, and the comment it does not open
 };

@@ -112,6 +112,8 @@ const QList<FileKey> &fileKeys()
          Written::IfNotEmpty},
         {QStringLiteral("iv"), QStringLiteral("iv"), QStringLiteral("animateIv"),
          Written::IfNotEmpty},
+        {QStringLiteral("mediaType"), QStringLiteral("mediaType"),
+         QStringLiteral("animateMediaType"), Written::IfNotEmpty},
     };
     return keys;
 }

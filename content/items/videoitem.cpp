@@ -100,7 +100,7 @@ void VideoItem::serialize(im::content::Content *content) const
     startRecord(content);
     im::content::Video *body = content->mutable_video();
     if (sourceFile())
-        sourceFile()->serialize(body->mutable_video_file());
+        writeFile(sourceFile(), body->mutable_video_file());
     if (hasThumb())
         writeThumb(body->mutable_thumb());
     body->set_width(w());

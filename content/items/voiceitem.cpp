@@ -84,7 +84,7 @@ void VoiceItem::serialize(im::content::Content *content) const
     startRecord(content);
     im::content::Voice *body = content->mutable_voice();
     if (sourceFile())
-        sourceFile()->serialize(body->mutable_voice_file());
+        writeFile(sourceFile(), body->mutable_voice_file());
     body->set_duration(m_duration);
     body->set_waveform(m_sample.constData(), std::size_t(m_sample.size()));
     writeCaption(body);

@@ -384,7 +384,7 @@ const BaseFile::StoredKeys &BaseFile::sourceKeys()
     static const StoredKeys keys = {
         QStringLiteral("fileId"),    QStringLiteral("aesKey"),    QStringLiteral("fileMd5"),
         QStringLiteral("filePath"),  QStringLiteral("size"),      QStringLiteral("version"),
-        QStringLiteral("fileState"), QStringLiteral("cachePath"),
+        QStringLiteral("fileState"), QStringLiteral("cachePath"), QStringLiteral("mediaType"),
     };
     return keys;
 }
@@ -409,6 +409,8 @@ void BaseFile::write(QVariantMap &map, const StoredKeys &keys) const
         map.insert(keys.state, int(m_fileState));
     if (!m_cacheFilePath.isEmpty())
         map.insert(keys.cachePath, m_cacheFilePath);
+    if (m_fileType != 0)
+        map.insert(keys.type, m_fileType);
 }
 
 void BaseFile::read(const QVariantMap &map, const StoredKeys &keys, bool all)
@@ -429,6 +431,8 @@ void BaseFile::read(const QVariantMap &map, const StoredKeys &keys, bool all)
         setFileState(*state);
     if (has(keys.cachePath))
         setCacheFilePath(map.value(keys.cachePath).toString());
+    if (has(keys.type))
+        setFileType(StoredValue::toInt32(map.value(keys.type)));
 }
 
 // Signals

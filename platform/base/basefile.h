@@ -107,7 +107,8 @@ public:
     bool checkFilePath();
 
     /// Writes the stored form: "aesKey" and "fileMd5" (Base64), "fileId", "size", "filePath"; and
-    /// where they are not the defaults "version", "fileState" and "cachePath".
+    /// where they are not the defaults "version", "fileState", "cachePath" and "mediaType", the
+    /// fileType().
     virtual void serialize(QVariantMap &map) const;
 
 Q_SIGNALS:
@@ -175,7 +176,7 @@ protected:
 
     /// The names that a stored map has for the fields of one of its files.
     struct StoredKeys {
-        QString id, aesKey, md5, path, size, version, state, cachePath;
+        QString id, aesKey, md5, path, size, version, state, cachePath, type;
         bool emptySize = true; ///< a size of 0 is written, too
     };
     static const StoredKeys &sourceKeys();

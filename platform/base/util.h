@@ -73,6 +73,9 @@ public:
     /// extension, whole characters of it as people see them. Never empty, ".", or ".."; a safe name
     /// comes back as it is.
     static QString safeFileName(const QString &name);
+    /// The name of a file as people may see it: without control characters and newlines, and without
+    /// the characters that change the direction of text, which can show "gpj.exe" as "exe.jpg".
+    static QString shownFileName(const QString &name);
     /// "name (2).jpg" of "name.jpg" and 2; the name itself for 0. Where that is longer than 255
     /// bytes in UTF-8, the end of what stands before the number is cut off, as safeFileName() does.
     static QString numberedFileName(const QString &name, int number);

@@ -16,11 +16,15 @@ namespace
 
 constexpr qsizetype maxBytes = 255;
 
-bool isReserved(QChar c)
+bool isControl(QChar c)
 {
     return c.category() == QChar::Other_Control || c.category() == QChar::Separator_Line
-        || c.category() == QChar::Separator_Paragraph || c.isNonCharacter()
-        || QStringView(u"<>:\"/\\|?*").contains(c);
+        || c.category() == QChar::Separator_Paragraph;
+}
+
+bool isReserved(QChar c)
+{
+    return isControl(c) || c.isNonCharacter() || QStringView(u"<>:\"/\\|?*").contains(c);
 }
 
 /// Marks, embeddings, overrides and isolates (UAX #9), and the byte order mark.
@@ -115,6 +119,15 @@ QString Util::safeFileName(const QString &name)
     if (safe.toUtf8().size() > maxBytes)
         safe = withoutDevice(shortened(safe)); // cut down to a device, "CON      x"
     return safe.isEmpty() ? QStringLiteral("_") : safe;
+}
+
+QString Util::shownFileName(const QString &name)
+{
+    const auto isHidden = [](QChar c) { return isControl(c) || isInvisible(c); };
+    if (std::none_of(name.cbegin(), name.cend(), isHidden))
+        return name;
+    QString shown = name;
+    return shown.removeIf(isHidden);
 }
 
 QString Util::numberedFileName(const QString &name, int number)

@@ -6,11 +6,12 @@
 #include <QVariantMap>
 
 /// What a player shows of an audio file before it plays. A file is what its bytes say, whatever its
-/// name: MP3, MPEG-4 audio (M4A), FLAC, and Ogg with Vorbis, Opus, Speex or FLAC. Files are read,
-/// never changed; pipes, devices and directories are refused unopened.
+/// name: MP3, MPEG-4 audio (M4A), FLAC, Ogg with Vorbis, Opus, Speex or FLAC, WAV, WMA, and plain AAC
+/// and AC-3. Files are read, never changed; pipes, devices and directories are refused unopened.
 ///
-/// Thread: any. Both calls read from the disk, up to 64 MiB of a file with a cover; they take
-/// milliseconds as a rule, but belong on no thread that draws.
+/// Thread: any. Both calls read from the disk, up to 64 MiB of a file with a cover, and all of plain
+/// AAC and AC-3, which tell in no other way how long they are; they take milliseconds as a rule, 10
+/// seconds at most, but belong on no thread that draws.
 class MULTIMEDIA_EXPORT AudioPlayer
 {
 public:
@@ -42,7 +43,7 @@ public:
     /// never needs to be written twice. Its appearance is atomic. A file of that name with another
     /// content is left alone, and the result is empty.
     ///
-    /// Empty when the audio file has no such picture; empty, with a log line, when it cannot be
+    /// Empty when the audio file has no such picture, as one of WAV, WMA, AAC or AC-3 never has; empty, with a log line, when it cannot be
     /// read, when what it offers as a picture is none, or the image cannot be stored.
     static QString getCover(const QString &path, const QString &directory);
 

@@ -1,6 +1,7 @@
 #include "multimedia/audiotags_p.h"
 
 #include "multimedia/mediafile_p.h"
+#include "multimedia/mediainput_p.h"
 #include "multimedia/tagstream_p.h"
 
 #include <taglib/attachedpictureframe.h>
@@ -84,42 +85,85 @@ std::unique_ptr<TagLib::File> makeReader(TagStream *stream, PlainFrames *frames)
     return nullptr;
 }
 
-QString toText(const TagLib::String &text)
+/// One line of a length that can be shown.
+QString toText(const QString &text)
 {
-    QString result = QString::fromUtf8(text.toCString(true)).simplified();
+    QString result = text.simplified();
     if (result.size() <= longestText)
         return result;
     result.truncate(longestText - (result.at(longestText - 1).isHighSurrogate() ? 1 : 0));
     return result.trimmed();
 }
 
-QVariantMap toAlbum(const TagLib::File &file)
+/// The album map, without what a file does not tell.
+class Album
 {
-    QVariantMap album;
-    const auto addText = [&album](const QString &key, const TagLib::String &value) {
+public:
+    void add(const QString &key, const QString &value)
+    {
         const QString text = toText(value);
         if (!text.isEmpty())
-            album.insert(key, text);
-    };
-    const auto addNumber = [&album](const QString &key, qint64 value) {
+            m_map.insert(key, text);
+    }
+    void add(const QString &key, const TagLib::String &value)
+    {
+        add(key, QString::fromUtf8(value.toCString(true)));
+    }
+    void add(const QString &key, qint64 value)
+    {
         if (value > 0 && value <= std::numeric_limits<int>::max())
-            album.insert(key, int(value));
-    };
+            m_map.insert(key, int(value));
+    }
+    void addSound(qint64 milliseconds, qint64 bitrate, int sampleRate, int channels)
+    {
+        add(QStringLiteral("Duration"), milliseconds);
+        add(QStringLiteral("Bitrate"), bitrate);
+        add(QStringLiteral("SampleRate"), qint64(sampleRate));
+        add(QStringLiteral("Channels"), qint64(channels));
+    }
+    QVariantMap take() { return std::move(m_map); }
+
+private:
+    QVariantMap m_map;
+};
+
+QVariantMap toAlbum(const TagLib::File &file)
+{
+    Album album;
     if (const TagLib::Tag *tag = file.tag()) {
-        addText(QStringLiteral("Name"), tag->title());
-        addText(QStringLiteral("Artist"), tag->artist());
-        addText(QStringLiteral("Album"), tag->album());
-        addText(QStringLiteral("Genre"), tag->genre());
-        addNumber(QStringLiteral("Year"), tag->year());
-        addNumber(QStringLiteral("Track"), tag->track());
+        album.add(QStringLiteral("Name"), tag->title());
+        album.add(QStringLiteral("Artist"), tag->artist());
+        album.add(QStringLiteral("Album"), tag->album());
+        album.add(QStringLiteral("Genre"), tag->genre());
+        album.add(QStringLiteral("Year"), qint64(tag->year()));
+        album.add(QStringLiteral("Track"), qint64(tag->track()));
     }
     if (const TagLib::AudioProperties *sound = file.audioProperties()) {
-        addNumber(QStringLiteral("Duration"), sound->lengthInMilliseconds());
-        addNumber(QStringLiteral("Bitrate"), sound->bitrate());
-        addNumber(QStringLiteral("SampleRate"), sound->sampleRate());
-        addNumber(QStringLiteral("Channels"), sound->channels());
+        album.addSound(sound->lengthInMilliseconds(), sound->bitrate(), sound->sampleRate(),
+                       sound->channels());
     }
-    return album;
+    return album.take();
+}
+
+/// Of a file that TagLib does not know, or knows the tags of only. Empty, with the reason in `why`,
+/// when it is no sound.
+QVariantMap readSound(QFile *file, QString *why)
+{
+    MediaInput input(file);
+    const auto sound = input.open(MediaInput::soundFormats) ? input.sound() : std::nullopt;
+    if (!sound) {
+        *why = input.why();
+        return {};
+    }
+    Album album;
+    album.addSound(sound->duration, sound->bitrate, sound->sampleRate, sound->channels);
+    album.add(QStringLiteral("Name"), input.text("title"));
+    album.add(QStringLiteral("Artist"), input.text("artist"));
+    album.add(QStringLiteral("Album"), input.text("album"));
+    album.add(QStringLiteral("Genre"), input.text("genre"));
+    album.add(QStringLiteral("Year"), input.text("date").left(4).toLongLong());
+    album.add(QStringLiteral("Track"), input.text("track").section(u'/', 0, 0).toLongLong());
+    return album.take();
 }
 
 /// Collects pictures, with the front covers before the others.
@@ -185,7 +229,7 @@ AudioTags read(QFile *file, bool withPictures, QString *why)
     if (reader && reader->isValid())
         tags.album = toAlbum(*reader);
     if (tags.album.isEmpty())
-        *why = QStringLiteral("not audio of a known kind");
+        tags.album = readSound(file, why);
     else if (withPictures)
         tags.pictures = toPictures(reader.get());
     return tags;

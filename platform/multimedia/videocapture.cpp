@@ -2,7 +2,7 @@
 
 #include "base/privatefile.h"
 #include "multimedia/mediafile_p.h"
-#include "multimedia/videoinput_p.h"
+#include "multimedia/mediainput_p.h"
 
 #include <QFileInfo>
 #include <QImage>
@@ -41,11 +41,11 @@ QSize naturalSize(QSize own, QSize image)
 /// What the library throws, goes through.
 Decoded decode(QFile *file, int greatestSide)
 {
-    VideoInput examined(file);
-    if (!examined.open() || !examined.examine())
+    MediaInput examined(file);
+    if (!examined.open(MediaInput::videoFormats) || !examined.examine())
         return {{}, {}, 0, examined.why()};
-    VideoInput input(file);
-    if (!input.open())
+    MediaInput input(file);
+    if (!input.open(MediaInput::videoFormats))
         return {{}, {}, 0, input.why()};
     const QSize own = examined.size();
     const int side = std::min(greatestSide, std::max(own.width(), own.height()));
@@ -103,6 +103,19 @@ QString objection(const QString &videoPath, const QFileInfo &imagePath)
 }
 
 } // namespace
+
+bool VideoCapture::isVideoFile(const QString &path)
+{
+    const QString purpose = QStringLiteral("cannot take for a video");
+    QFile file(path);
+    if (!openMediaFile(file, purpose))
+        return false;
+    MediaInput input(&file);
+    if (input.open(MediaInput::videoFormats))
+        return true;
+    logFailure(purpose, path, input.why());
+    return false;
+}
 
 std::optional<VideoCapture::Frame> VideoCapture::capture(const QString &videoPath,
                                                          const QString &imagePath, int greatestSide)

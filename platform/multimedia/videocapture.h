@@ -23,7 +23,7 @@ public:
     /// less.
     ///
     /// The video is what its bytes say, whatever its name: MPEG-4, QuickTime, 3GP, Matroska, WebM,
-    /// AVI, MPEG, FLV, ASF, Ogg or GIF, of at most 40 million pixels a frame. Nothing that it refers
+    /// AVI, MPEG, FLV, ASF, RealMedia, Ogg or GIF, of at most 40 million pixels a frame. Nothing that it refers
     /// to is opened. `imagePath` ends in ".png", ".jpg" or ".jpeg", which decides the format; the
     /// file is replaced atomically, its directory has to exist.
     ///
@@ -34,6 +34,10 @@ public:
     /// switched off for the process, unless the application has chosen a level for them.
     static std::optional<Frame> capture(const QString &videoPath, const QString &imagePath,
                                         int greatestSide);
+
+    /// Whether the file at `path` is of one of these kinds; whether there is a frame in it, only
+    /// capture() tells. False, with a log line, otherwise. Reads the beginning of the file.
+    static bool isVideoFile(const QString &path);
 
     VideoCapture() = delete;
 };

@@ -149,11 +149,34 @@ private Q_SLOTS:
         all->serializeMetions(message);
         QVERIFY(message.mention_all());
 
-        // An id beyond the protocol's range must not become somebody else's, nor everybody's.
-        const ItemPointer huge = textItem(u"@x"_s, {block(3, 0, 2, qint64(1) << 32)});
+        // An id beyond the protocol's range is sent as nobody: not as somebody else, nor as everybody.
+        const QVariantMap emoji{{u"pack_id"_s, 5}, {u"emoji_id"_s, qint64(1) << 32}};
+        const ItemPointer huge =
+            textItem(u"@x"_s,
+                     {block(3, 0, 2, (qint64(1) << 32) + 7), block(3, 0, 2, 1e300),
+                      block(13, 0, 2, qint64(1) << 32), block(16, 0, 2, emoji)});
         im::content::Content content;
         huge->serialize(&content);
-        QCOMPARE(content.text().textentity(0).mention_user_id(), INT_MAX);
+        for (const auto &entity : content.text().textentity()) {
+            QVERIFY(entity.type() == 0 && entity.mention_user_id() == 0 && entity.length() == 2);
+            QCOMPARE(entity.custom_emoji_pack_id(), 0);
+        }
+        message.Clear();
+        huge->serializeMetions(message);
+        QVERIFY(message.mentioned_uids().empty() && !message.mention_all());
+        QHash<int, QSet<int>> packs;
+        QVERIFY(!huge->hasCustomEmoji(packs) && packs.isEmpty());
+
+        // Stored numbers beyond the range are as much as may be.
+        const QVariant most = qint64(1) << 32;
+        const UserTextBlocks read = huge->deserializeEnities(
+            {QVariantMap{{u"from"_s, most}, {u"len"_s, most}, {u"type"_s, most}},
+             QVariantMap{{u"from"_s, -1e300}, {u"type"_s, 14}, {u"data"_s, most}}});
+        QCOMPARE(read.at(0), (UserTextBlock{INT_MAX, INT_MAX, INT_MAX, {}, false}));
+        QCOMPARE(read.at(1).from, INT_MIN);
+        im::content::TextEntity position;
+        huge->serializeEntity(&position, read.at(1));
+        QCOMPARE(position.video_position(), INT_MAX);
     }
 
     void previews()

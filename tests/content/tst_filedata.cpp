@@ -145,6 +145,8 @@ private Q_SLOTS:
         row(u"report"_s, u"../../x"_s, u"report"_s, u""_s);
         row(u"report.txt"_s, u"p\u202edf"_s, u"report.txt"_s, u"txt"_s);
         row(u"report"_s, u".pdf"_s, u"report"_s, u""_s);
+        row(u"photo\u202egpj.exe"_s, u""_s, u"photogpj.exe"_s, u"exe"_s);
+        row(u"\u2067a\u2069\u200fb\u061cc\n.\u0007\ufefftxt"_s, u""_s, u"abc.txt"_s, u""_s);
     }
     void nameAndExtension()
     {
@@ -158,6 +160,9 @@ private Q_SLOTS:
 
         // What is stored is the name that came out.
         QCOMPARE(nameOf(file.serialize()), file.fileName());
+        // What is told to others is what was told.
+        if (extension.isEmpty())
+            QCOMPARE(file.sentName(), name);
         // An update with the extension alone does the same to the name that is held.
         FileData later(QVariantMap{{u"fileName"_s, name}}, ParseType::Source);
         later.update({{u"fileExtension"_s, extension}});
@@ -245,6 +250,16 @@ private Q_SLOTS:
         QCOMPARE(onBase.size(), 0);
         QCOMPARE(onBase.fileType(), 2);
         QCOMPARE(onBase.fileState(), BaseFile::Local);
+
+        // Where the file belongs is known after a restart, too.
+        for (const ParseType type : {ParseType::Source, ParseType::Thumbnail}) {
+            const QVariantMap map = throughJson(stored(onBase, type));
+            QCOMPARE(FileData(map, type).fileType(), 2);
+            QCOMPARE(
+                FileData(map, type == ParseType::Source ? ParseType::Thumbnail : ParseType::Source)
+                    .fileType(),
+                0);
+        }
     }
 
     void hostileMaps()
@@ -274,6 +289,7 @@ private Q_SLOTS:
             FileData file(filled<im::content::FileInfo>(1));
             file.setIv("iv");
             file.setFileState(BaseFile::Missing);
+            file.setFileType(2);
             file.setCacheFilePath(m_cached);
             file.addDownloadedRange(1, 2);
             keys.insert(stored(file, type));
@@ -436,6 +452,35 @@ private Q_SLOTS:
             QCOMPARE(file.filePath() + file.cacheFilePath(), QString());
             QCOMPARE(int(file.fileState()), state == 4 || state == 9 ? 10 : state);
             init();
+        }
+    }
+
+    /// A file that goes while nobody runs is not shown as one that is here.
+    void goneAtTheNextStart()
+    {
+        for (int state = 0; state <= BaseFile::UploadPaused; ++state) {
+            for (const ParseType type : {ParseType::Source, ParseType::Thumbnail}) {
+                init();
+                FileData file(filled<im::content::FileInfo>(1));
+                file.updateFilePath(m_path, false, true);
+                file.setFileState(BaseFile::FileState(state));
+                const QVariantMap map = throughJson(stored(file, type));
+                QVERIFY(FileData(map, type).fileExist());
+                QVERIFY(QFile::remove(m_path));
+                const int now = state == 4 || state == 9 ? BaseFile::Missing : state;
+                FileData gone(map, type);
+                QVERIFY(!gone.fileExist());
+                QCOMPARE(gone.fileState(), now);
+                FileData onBase(map, type, &file);
+                QVERIFY(!onBase.fileExist());
+                QCOMPARE(onBase.fileState(), now);
+                QCOMPARE(FileData(static_cast<const BaseFile *>(&file)).fileState(), now);
+                FileData updated(&file);
+                updated.update(map, type);
+                QVERIFY(!updated.fileExist());
+                QCOMPARE(updated.fileState(), now);
+                QCOMPARE(updated.filePath(), QString());
+            }
         }
     }
 
@@ -679,6 +724,24 @@ private Q_SLOTS:
         QCOMPARE(again.value(u"fileName"_s), u"p1.png"_s);
         QCOMPARE(PhotoData(throughJson(again)).serialize(), again);
 
+        // A waiting one has no id to make a name with, and some have no type.
+        for (const QString &name : {u"Me.JPG"_s, u"me"_s, u".png"_s}) {
+            const QString path = m_dir.filePath(name);
+            MediaTree::write(path, "photo");
+            im::content::FileInfo named;
+            named.set_name(name.toStdString());
+            for (const bool hasId : {false, true}) {
+                named.set_id(hasId ? "p4" : "");
+                const PhotoData waiting(path);
+                const PhotoData received(named);
+                for (const PhotoData *each : {&waiting, &received}) {
+                    const PhotoData same(throughJson(each->serialize()));
+                    QCOMPARE(sent<im::Photo>(same), sent<im::Photo>(*each));
+                    QCOMPARE(same.fileExtension(), each->fileExtension());
+                }
+            }
+        }
+
         // The type makes the extension, if it can.
         im::Photo photo;
         photo.set_file_id("../p2");
@@ -710,6 +773,7 @@ private Q_SLOTS:
         const InnerFileData same(throughJson(file.FileData::serialize()));
         QCOMPARE(same.innerDiskPath(), file.innerDiskPath());
         QCOMPARE(InnerFileData(info, {}).innerDiskPath(), u"_con"_s);
+        QCOMPARE(InnerFileData(info, u"a\u202eb/c"_s).innerPath(), u"ab/c"_s);
     }
 
     void registry()

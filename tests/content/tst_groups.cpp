@@ -238,6 +238,7 @@ private Q_SLOTS:
         song.mutable_audio()->set_authors("Mia");
         song.mutable_audio()->mutable_caption()->set_text("at dawn");
         const UserTextBlock code{0, 2, TextEntityType::CodeBlock, {}};
+        const auto replaced = fileOf("a.mp3");
 
         const std::pair<std::function<void()>, QString> changes[] = {
             {[&] { image->setSize(10, 20); }, u"image media"_s},
@@ -253,17 +254,26 @@ private Q_SLOTS:
             {[&] { file->setSourceFile(fileOf("a.png")); }, u"file files"_s},
             {[&] { file->setDisplayName(u"b.png"_s); }, u"file files"_s},
             {[&] { file->setSourceFile(fileOf("c.png")); }, {}},
+            {[&] { file->sourceFile()->setFileName(u"d.png"_s); }, {}},
+            {[&] { file->sourceFile()->setSize(2048); }, u"file files"_s},
             {[&] { file->setDisplayName({}); }, u"file files"_s},
+            {[&] { file->sourceFile()->setFileName(u"e.png"_s); }, u"file files"_s},
+            {[&] { image->setSourceFile(fileOf("a.png")); }, {}},
+            {[&] { image->sourceFile()->setFileName(u"b.png"_s); }, {}},
             {[&] { file->setThumbNail("a few bytes"); }, u"file files"_s},
+            {[&] { file->sourceFile()->setFileName(u"e.pdf"_s); }, u"file files"_s}, // once
             {[&] { file->setContent(u"1\n2"_s, {}); }, u"files"_s},
             {[&] { voice->setContent(u"3"_s, {code}); }, u"files"_s},
             {[&] { voice->setCollapsed(0, true); }, u"files voice"_s},
             {[&] { voice->setDuration(60); }, u"files voice"_s},
             {[&] { voice->setDuration(61); }, {}},
-            {[&] { music->setSourceFile(fileOf("a.mp3")); }, u"files music"_s},
+            {[&] { music->setSourceFile(replaced); }, u"files music"_s},
             {[&] { music->setTitle(u"Morning"_s); }, u"files music"_s},
             {[&] { music->setSourceFile(fileOf("b.mp3")); }, {}},
+            {[&] { music->sourceFile()->setFileName(u"c.mp3"_s); }, {}},
             {[&] { music->setTitle({}); }, u"files music"_s},
+            {[&] { music->sourceFile()->setFileName(u"d.mp3"_s); }, u"files music"_s},
+            {[&] { replaced->setFileName(u"e.mp3"_s); }, {}},
             {[&] { music->setContent(song); }, u"files files music"_s}, // text and size
             {[&] { place->setPlace(u"The lake"_s); }, u"place"_s},
             {[&] { place->setSize(10, 20); }, {}},
@@ -341,6 +351,34 @@ private Q_SLOTS:
         file->setThumbnailFile(fileOf("a.png"));
         QVERIFY(log.take().contains(u"fileTypeChanged"));
         QCOMPARE(file->fileType(), FileItem::PictureFile);
+        // The record may be told its name later, and somebody may look on or not.
+        file->sourceFile()->setFileName(u"a.pdf"_s);
+        QCOMPARE(log.take(), u"fileTypeChanged needRecalcSize"_s);
+        QCOMPARE(file->fileType(), FileItem::PdfFile);
+        const auto unwatched = QSharedPointer<FileItem>::create(1, nullptr);
+        unwatched->setSourceFile(fileOf("a.txt"));
+        unwatched->sourceFile()->setFileName(u"a.pdf"_s);
+        QCOMPARE(unwatched->fileType(), FileItem::PdfFile);
+        // What a record can be read from is a file.
+        const std::tuple<QString, QVariant, bool> stored[] = {
+            {u"fileName"_s, u"a.pdf"_s, true},
+            {u"thumbnailName"_s, u"a.png"_s, false},
+            {u"size"_s, 7, true},
+            {u"thumbnailSize"_s, 7, false},
+            {u"aesKey"_s, u"AP8="_s, true},
+            {u"thumbnailAesKey"_s, u"AP8="_s, false},
+            {u"fileMd5"_s, u"AP8="_s, true},
+            {u"thumbnailFileMd5"_s, u"AP8="_s, false},
+            {u"version"_s, 2, true},
+            {u"thumbnailVersion"_s, 2, false},
+            {u"cachePath"_s, u"/none"_s, true},
+            {u"thumbnailCachePath"_s, u"/none"_s, false},
+        };
+        for (const auto &[key, value, isSource] : stored) {
+            const FileItem made({{key, value}}, 1, nullptr);
+            QVERIFY2(bool(made.sourceFile()) == isSource, qPrintable(key));
+            QVERIFY2(bool(made.thumbnailFile()) != isSource, qPrintable(key));
+        }
         const auto image = QSharedPointer<ImageItem>::create(1, nullptr);
         image->setSourceFile(fileOf("a.GIF"));
         QVERIFY(image->isAnimated());

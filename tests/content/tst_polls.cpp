@@ -239,8 +239,29 @@ private Q_SLOTS:
         QCOMPARE(QByteArray::fromStdString(info.comment()), cipher);
         // Settings of who has not voted say nothing of it.
         late->setPollInfo(im::PollInfo());
+        const auto set = copyContent(late).objectCast<PollItem>();
         late->setContent(pollBody({"a"}, key.toStdString()));
         QCOMPARE(late->comment(), u"because"_s);
+
+        // However the key comes; with another one there is one line, not one an update.
+        SignalLog told{{set.data()}};
+        {
+            static int lines;
+            lines = 0;
+            const auto before = qInstallMessageHandler(
+                [](QtMsgType, const QMessageLogContext &, const QString &) { ++lines; });
+            for (int i = 0; i < 3; ++i) {
+                set->setAesKey(QByteArray(32, 'x'));
+                set->updateResult(result({i}, i + 1));
+                set->setPollInfo(info);
+            }
+            qInstallMessageHandler(before);
+            QCOMPARE(lines, 1);
+        }
+        QVERIFY(!told.take().contains(u"commentChanged"));
+        set->setAesKey(key);
+        QCOMPARE(told.take(), u"commentChanged"_s);
+        QCOMPARE(set->comment(), u"because"_s);
     }
 
     void otherPolls()

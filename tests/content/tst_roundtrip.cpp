@@ -2,7 +2,9 @@
 #include "base/json.h"
 #include "content/contentfactory.h"
 #include "content/filedata.h"
-#include "content/items/fileitem.h"
+#include "content/items/imageitem.h"
+#include "content/items/stickeritem.h"
+#include "content/modelbaseutil.h"
 #include "imlog/imlog.h"
 #include "protocol/message_content.pb.h"
 #include "support/everyfield.h"
@@ -94,6 +96,18 @@ public:
     QSharedPointer<ContentItem> sticker(const QMap<QString, QVariant> &) override { return shared; }
 
     QSharedPointer<ContentItem> shared = QSharedPointer<ContentItem>::create(1, nullptr);
+};
+
+/// Of an application that draws stickers itself.
+class OwnSticker : public ContentItem
+{
+public:
+    OwnSticker() : ContentItem(1, nullptr) { setType(Sticker); }
+    void serialize(Content *content) const override
+    {
+        content->mutable_sticker()->set_hint("waving");
+    }
+    using ContentItem::serialize;
 };
 
 } // namespace
@@ -345,6 +359,37 @@ private Q_SLOTS:
         upload->setContent(content);
         QCOMPARE(upload->sourceFile(), record);
         QCOMPARE(made()->sourceFile(), record);
+
+        // And one whose files got their ids before it was sent.
+        for (const int type : ModelBaseUtil::uploadTypes()) {
+            const auto sent = deserializeContent(QVariantMap{}, type, 1, &account);
+            QList<QSharedPointer<FileData>> files(3);
+            for (auto &file : files) {
+                BaseFile base;
+                base.setAesKey("key");
+                base.setFileState(BaseFile::WaitingForUpload);
+                file = QSharedPointer<FileData>::create(&base);
+            }
+            sent.dynamicCast<FileItem>()->setSourceFile(files[0]);
+            sent.dynamicCast<FileItem>()->setThumbnailFile(files[1]);
+            if (const auto image = sent.dynamicCast<ImageItem>())
+                image->setLivePhoto(files[2]);
+            for (qsizetype i = 0; i < files.size(); ++i) {
+                im::content::FileInfo info;
+                info.set_id(QByteArray("u" + QByteArray::number(100 * type + i)).toStdString());
+                files[i]->update(info);
+                files[i]->setFileState(BaseFile::Uploaded);
+            }
+            copyContent(sent)->serialize(&content); // forwarded before it comes back
+            QList<QSharedPointer<FileData>> own;
+            QList<QSharedPointer<FileData>> pushed;
+            sent->getFile(own);
+            const auto back = makeContentItem(content.SerializeAsString(), 2, 1, &account);
+            back->getFile(pushed);
+            // Of a voice message the body has no thumbnail.
+            QCOMPARE(pushed, own.first(pushed.size()));
+            QVERIFY(pushed.size() == own.size() || type == ContentItem::Voice);
+        }
     }
 
     void copies()
@@ -360,6 +405,23 @@ private Q_SLOTS:
                 QCOMPARE(copyContent(made)->source(), 1);
             }
         }
+        // A copy is made by class: what an item calls itself does not make it one.
+        for (int type = 1; type <= ContentItem::FileGroup; ++type) {
+            const QVariantMap map{{u"type"_s, ModelBaseUtil::messageTypeIntToStr(type)},
+                                  {u"content"_s, u"words"_s}};
+            const auto plain = QSharedPointer<ContentItem>::create(map, 1, nullptr);
+            const auto file = QSharedPointer<FileItem>::create(map, 1, nullptr);
+            for (const QSharedPointer<ContentItem> &item :
+                 {plain, file.staticCast<ContentItem>()}) {
+                const auto copy = copyContent(item);
+                QCOMPARE(copy->content(), u"words"_s);
+                QCOMPARE(copy->type(), item->type());
+                QCOMPARE(copy->metaObject(), item->metaObject());
+            }
+        }
+        const auto own = QSharedPointer<OwnSticker>::create();
+        const auto copy = copyContent(own).dynamicCast<StickerItem>();
+        QVERIFY(copy && copy->hint() == u"waving");
     }
 };
 

@@ -9,6 +9,7 @@
 #include "protocol/message_content.pb.h"
 #include "settings/appdirmanager.h"
 #include "support/fakeaccount.h"
+#include "support/mediatree.h"
 #include "support/signallog.h"
 
 #include <QDir>
@@ -194,6 +195,12 @@ private Q_SLOTS:
         item->setSourceFile(downloaded(u"lake.jpg"_s, u"p1"_s));
         QTRY_COMPARE(captured.size(), 2);
         QVERIFY(!captured.last().at(0).toBool() && !item->thumbnailFile());
+
+        // A picture that a program may animate is none; nor is what only calls itself a video.
+        const QString drawing = m_media.filePath(u"drawing.mp4"_s);
+        MediaTree::write(drawing, "<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'/>");
+        for (const QString &other : {drawing, media(u"notes.txt"_s), media(u"lake.jpg"_s)})
+            QVERIFY2(!makeOutgoingFile(other, ContentItem::Video, 1, nullptr), qPrintable(other));
 
         const auto song = makeOutgoingFile(media(u"morning.mp3"_s), ContentItem::Music, 1, nullptr);
         QCOMPARE(song->property("title"), u"Утро у озера — 湖の朝"_s);

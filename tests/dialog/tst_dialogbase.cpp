@@ -8,6 +8,8 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <functional>
+
 using namespace Qt::StringLiterals;
 
 namespace
@@ -104,6 +106,61 @@ private Q_SLOTS:
         QCOMPARE(chat.atMeMessages(), QList<qint64>({1, 2}));
         QCOMPARE(chat.atMeMessageCount(), 0);
         QCOMPARE(chat.takeCalls(), QStringList());
+
+        // What a dialog is may be told after what was stored of it.
+        QSignalSpy counts(&chat, &DialogBase::atMeMessageCountChanged);
+        chat.setIsGroup(true);
+        QCOMPARE(counts.value(0), QVariantList({2, 0}));
+        chat.setAtMeMessageCount(5, false);
+        chat.setIsGroup(true);
+        QCOMPARE(chat.atMeMessageCount(), 5);
+        chat.setIsGroup(false);
+        QCOMPARE(counts.value(2), QVariantList({0, 5}));
+        QCOMPARE(chat.takeCalls(), QStringList());
+    }
+
+    /// Whatever changes the sets is saved, also where no count tells of it; and nothing else is.
+    void changedSetsAreSaved()
+    {
+        FakeAccount account;
+        Dialog dialog(&account);
+        dialog.setIsGroup(false);
+        dialog.setMentionIdData(packed({1}, {1, 2}));
+        const std::pair<std::function<void()>, bool> changes[] = {
+            {[&] { dialog.addAtMeMessages({3}); }, true},
+            {[&] {
+                 dialog.addAtMeMessages({1, 3});
+             },
+             false},
+            {[&] { dialog.removeAtMeMessages({3}); }, true},
+            {[&] { dialog.removeAtMeMessages({3}); }, false},
+            {[&] {
+                 dialog.setReactedMessages({{3, true}, {4, true}});
+             },
+             true},
+            {[&] {
+                 dialog.setReactedMessages({{4, false}, {3, false}});
+             },
+             false},
+            {[&] { dialog.setReactedMessageCount(3, false); }, false},
+            {[&] { dialog.addReactedMessage(5); }, true},
+            {[&] { dialog.setReactedMessageCount(2, false); }, false},
+            {[&] { dialog.removeReactedMessages({5}); }, true},
+            {[&] { dialog.removeReactedMessages({5}); }, false},
+            {[&] { dialog.setIsGroup(true); }, false},
+            {[&] { dialog.setAtMeMessageCount(2, false); }, false},
+            {[&] { dialog.addAtMeMessages({7}); }, true},
+            {[&] { dialog.setAtMeMessageCount(1, false); }, false},
+            {[&] { dialog.confirmAtMeMessage(7); }, true},
+        };
+        int at = 0;
+        for (const auto &[change, isSaved] : changes) {
+            change();
+            QVERIFY2(dialog.takeCalls().count(u"changed"_s) == int(isSaved),
+                     qPrintable(QString::number(at)));
+            ++at;
+        }
+        AccountManager::releaseInstance();
     }
 
     void reportsReactionsThatWereRead()
@@ -177,8 +234,7 @@ private Q_SLOTS:
         Dialog dialog;
         dialog.setMentionIdData(good);
         QSignalSpy mentions(&dialog, &DialogBase::atMeMessageCountChanged);
-        const QByteArray damaged[] = {packed({1}, {2}) + '\0',
-                                      good.chopped(1),
+        const QByteArray damaged[] = {good.chopped(1),
                                       good.chopped(8),
                                       good.first(2),
                                       packed({1}, {}).first(12),
@@ -194,6 +250,9 @@ private Q_SLOTS:
         dialog.setMentionIdData(packed({9, 7, 9}, {}));
         QCOMPARE(dialog.atMeMessages(), QList<qint64>({7, 9}));
         QCOMPARE(mentions.takeFirst(), QVariantList({2, 3}));
+        // A newer one may have appended what this one does not know.
+        dialog.setMentionIdData(good + "more");
+        QCOMPARE(dialog.getMentionIdData(), good);
     }
 
     void changesAreToldOnce()

@@ -138,9 +138,27 @@ private Q_SLOTS:
             QVERIFY(!protocol::errorDetail(code, {}));
         }
         QVERIFY(!protocol::errorDetail(im::SUCCESS, system.SerializeAsString()));
+        // That of a code which has a record of its own is not taken for that.
+        for (int i = 0; i < errors->value_count(); ++i) {
+            const int code = errors->value(i)->number();
+            const auto *own = protocol::errorDetailPrototype(code);
+            for (const char *said : {"disk on fire", " ", "a", "C-", "(a", "Ошибка\nдиска"}) {
+                system.set_desc(said);
+                const auto detail = protocol::errorDetail(code, system.SerializeAsString());
+                QVERIFY2(code == im::SUCCESS || !own
+                             || dynamic_cast<const im::SystemErrorData *>(detail.get()),
+                         qPrintable(u"%1 %2"_s.arg(code).arg(QString::fromUtf8(said))));
+            }
+        }
 
         // Damaged bytes give a detail exactly where they still are a record.
         im::DialogKeyMissingErrorData missing;
+        for (const char *id : {"C-3-5", "G-7"}) {
+            missing.set_dialog_id(id);
+            const auto detail =
+                protocol::errorDetail(im::DIALOG_KEY_MISSING, missing.SerializeAsString());
+            QVERIFY(dynamic_cast<const im::DialogKeyMissingErrorData *>(detail.get()));
+        }
         missing.set_dialog_id("C-3-5");
         missing.add_missing_user_bundles();
         const std::string whole = missing.SerializeAsString();

@@ -139,6 +139,26 @@ private Q_SLOTS:
         }
     }
 
+    /// Of raw streams only those who walk through them know how long they are: this AAC is silent for
+    /// three of its seconds.
+    void otherKinds()
+    {
+        for (const auto &[name, duration, sampleRate, title] :
+             {std::tuple(u"tone.wav"_s, 2000, 8000, u"Lakeside"_s),
+              {u"tone.wma"_s, 2000, 16000, u"Lakeside"_s},
+              {u"tone.aac"_s, 4000, 16000, QString()},
+              {u"tone.ac3"_s, 2000, 32000, QString()}}) {
+            const QVariantMap album =
+                AudioPlayer::getAlbumInfo(QStringLiteral(FUZZ "audio/seeds/") + name);
+            QVERIFY2(qAbs(album.value(u"Duration"_s).toInt() - duration) < 160, qPrintable(name));
+            QCOMPARE(album.value(u"SampleRate"_s), sampleRate);
+            QCOMPARE(album.value(u"Channels"_s), 1);
+            QVERIFY(album.value(u"Bitrate"_s).toInt() > 0);
+            QCOMPARE(album.value(u"Name"_s).toString(), title);
+            QCOMPARE(album.contains(u"Artist"_s), !title.isEmpty());
+        }
+    }
+
     void covers()
     {
         const QString directory = m_home.filePath(u"new/обложки"_s);

@@ -57,6 +57,10 @@ private Q_SLOTS:
         const auto wink = VideoCapture::capture(mediaPath("wink.gif"), in(u"wink.png"_s), 64);
         QVERIFY(wink);
         QCOMPARE(wink->size, QSize(64, 64));
+        const auto real = VideoCapture::capture(QStringLiteral(FUZZ "video/seeds/rv10.rm"),
+                                                in(u"real.png"_s), 64);
+        QVERIFY(real);
+        QCOMPARE(real->size, QSize(64, 48));
     }
 
     // A telephone held upright writes its pictures lying, and a matrix that turns them.

@@ -1,4 +1,4 @@
-#include "multimedia/videoinput_p.h"
+#include "multimedia/mediainput_p.h"
 
 #include <memory>
 #include <vector>
@@ -18,9 +18,6 @@ constexpr int ioBufferSize = 64 << 10;
 constexpr qint64 mostPixels = 40'000'000;
 /// Real ones lie between 1/2 and 2.
 constexpr double mostStretch = 8;
-
-/// Containers only: no play lists, no lists of files, no network descriptions.
-constexpr const char *knownFormats = "mov,mp4,matroska,webm,avi,mpegts,mpeg,flv,asf,ogg,gif";
 
 /// Frees what FFmpeg made.
 struct Freed {
@@ -55,7 +52,7 @@ int openNothing(AVFormatContext *, AVIOContext **, const char *, int, AVDictiona
 
 } // namespace
 
-VideoInput::VideoInput(QFile *file) : m_file(file)
+MediaInput::MediaInput(QFile *file) : m_file(file)
 {
     // FFmpeg would tell stderr about every damaged file. It has one level for the whole process.
     static const bool quiet = [] {
@@ -66,7 +63,7 @@ VideoInput::VideoInput(QFile *file) : m_file(file)
     Q_UNUSED(quiet)
 }
 
-VideoInput::~VideoInput()
+MediaInput::~MediaInput()
 {
     avformat_close_input(&m_format);
     if (m_io)
@@ -74,7 +71,7 @@ VideoInput::~VideoInput()
     avio_context_free(&m_io);
 }
 
-bool VideoInput::open()
+bool MediaInput::open(const char *formats)
 {
     m_file->seek(0);
     auto *buffer = static_cast<unsigned char *>(av_malloc(ioBufferSize));
@@ -88,16 +85,16 @@ bool VideoInput::open()
     m_format->pb = m_io;
     m_format->io_open = &openNothing;
     AVDictionary *options = nullptr;
-    av_dict_set(&options, "format_whitelist", knownFormats, 0);
+    av_dict_set(&options, "format_whitelist", formats, 0);
     // Frees the context when it fails.
     const int opened = avformat_open_input(&m_format, nullptr, nullptr, &options);
     av_dict_free(&options);
     if (opened < 0)
-        return fail(QStringLiteral("not a video of a known kind"));
+        return fail(QStringLiteral("not of a known kind"));
     return true;
 }
 
-bool VideoInput::examine()
+bool MediaInput::findStreams()
 {
     // Frames are decoded already here, where necessary.
     std::vector<AVDictionary *> options(m_format->nb_streams);
@@ -106,8 +103,13 @@ bool VideoInput::examine()
     const int found = avformat_find_stream_info(m_format, options.data());
     for (AVDictionary *&each : options)
         av_dict_free(&each);
-    if (found < 0)
-        return fail(QStringLiteral("the video is damaged"));
+    return found >= 0 || fail(QStringLiteral("the file is damaged"));
+}
+
+bool MediaInput::examine()
+{
+    if (!findStreams())
+        return false;
     AVStream *stream = pictures();
     if (!stream)
         return fail(QStringLiteral("there is no picture in it"));
@@ -121,7 +123,45 @@ bool VideoInput::examine()
     return true;
 }
 
-AVStream *VideoInput::pictures() const
+std::optional<MediaInput::Sound> MediaInput::sound()
+{
+    if (!findStreams())
+        return std::nullopt;
+    const int found = av_find_best_stream(m_format, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
+    if (found < 0 || pictures()) {
+        fail(QStringLiteral("it is no sound alone"));
+        return std::nullopt;
+    }
+    const AVStream &stream = *m_format->streams[found];
+    Sound sound{duration(), m_format->bit_rate / 1000, stream.codecpar->sample_rate,
+                stream.codecpar->ch_layout.nb_channels};
+    // What the beginning of a plain stream takes says little about the rest.
+    if (m_format->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE) {
+        sound.duration = walk(stream);
+        sound.bitrate = sound.duration > 0 ? m_file->size() * 8 / sound.duration : 0;
+    }
+    return sound;
+}
+
+qint64 MediaInput::walk(const AVStream &stream)
+{
+    const std::unique_ptr<AVPacket, Freed> packet(av_packet_alloc());
+    qint64 length = 0; // in units of the stream
+    while (packet && av_read_frame(m_format, packet.get()) >= 0) {
+        if (packet->stream_index == stream.index)
+            length += packet->duration;
+        av_packet_unref(packet.get());
+    }
+    return m_deadline.hasExpired() ? 0 : av_rescale_q(length, stream.time_base, {1, 1000});
+}
+
+QString MediaInput::text(const char *name) const
+{
+    const AVDictionaryEntry *entry = av_dict_get(m_format->metadata, name, nullptr, 0);
+    return entry ? QString::fromUtf8(entry->value) : QString();
+}
+
+AVStream *MediaInput::pictures() const
 {
     const int found = av_find_best_stream(m_format, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     AVStream *stream = found < 0 ? nullptr : m_format->streams[found];
@@ -129,7 +169,7 @@ AVStream *VideoInput::pictures() const
     return stream && !(stream->disposition & AV_DISPOSITION_ATTACHED_PIC) ? stream : nullptr;
 }
 
-bool VideoInput::decodeFirst(AVStream *stream, AVCodecContext *decoder)
+bool MediaInput::decodeFirst(AVStream *stream, AVCodecContext *decoder)
 {
     const std::unique_ptr<AVPacket, Freed> packet(av_packet_alloc());
     const std::unique_ptr<AVFrame, Freed> frame(av_frame_alloc());
@@ -151,24 +191,24 @@ bool VideoInput::decodeFirst(AVStream *stream, AVCodecContext *decoder)
     return isHalf;
 }
 
-qint64 VideoInput::duration() const
+qint64 MediaInput::duration() const
 {
     // AV_NOPTS_VALUE is negative.
     return std::max<qint64>(m_format->duration, 0) / (AV_TIME_BASE / 1000);
 }
 
-int VideoInput::read(void *self, unsigned char *buffer, int size)
+int MediaInput::read(void *self, unsigned char *buffer, int size)
 {
-    const auto *input = static_cast<VideoInput *>(self);
+    const auto *input = static_cast<MediaInput *>(self);
     if (input->m_deadline.hasExpired())
         return AVERROR_EXIT;
     const qint64 count = input->m_file->read(reinterpret_cast<char *>(buffer), size);
     return count > 0 ? int(count) : count == 0 ? AVERROR_EOF : AVERROR(EIO);
 }
 
-int64_t VideoInput::seek(void *self, int64_t offset, int whence)
+int64_t MediaInput::seek(void *self, int64_t offset, int whence)
 {
-    QFile *file = static_cast<VideoInput *>(self)->m_file;
+    QFile *file = static_cast<MediaInput *>(self)->m_file;
     switch (whence & ~AVSEEK_FORCE) {
     case AVSEEK_SIZE:
         return file->size();
@@ -182,7 +222,7 @@ int64_t VideoInput::seek(void *self, int64_t offset, int whence)
     return offset >= 0 && file->seek(offset) ? offset : AVERROR(EINVAL);
 }
 
-bool VideoInput::fail(const QString &why)
+bool MediaInput::fail(const QString &why)
 {
     m_why = m_deadline.hasExpired() ? QStringLiteral("reading it takes too long") : why;
     return false;
