@@ -112,8 +112,7 @@ const Value values[] = {
          return account->accountSettingModel()->flush();
      },
      [](Account *account) {
-         return numberOf(
-             account->accountSettingModel()->getValue(u"sweep"_s, {}).toByteArray());
+         return numberOf(account->accountSettingModel()->getValue(u"sweep"_s, {}).toByteArray());
      }},
     {"range",
      [](Account *account, int number) {
@@ -125,7 +124,9 @@ const Value values[] = {
      [](Account *account, int number) {
          return account->signalStore()->saveUserKey({7, 1, 1}, bytesOf(number));
      },
-     [](Account *account) { return numberOf(account->signalStore()->userKey({7, 1, 1})); }},
+     [](Account *account) {
+         return numberOf(account->signalStore()->userKey({7, 1, 1}));
+     }},
     {"chat key",
      [](Account *account, int number) {
          return account->signalStore()->saveChatKey(u"G-1"_s, number, bytesOf(number));
@@ -251,21 +252,26 @@ void TestFaultSweep::check(const QByteArray &output)
             const int safe = confirmed.value(value.name);
             const int there = value.read(account);
             expect(there >= safe, m_lost,
-                   u"%1: %2 was safe, %3 is there"_s.arg(QLatin1StringView(value.name)).arg(safe).arg(there));
+                   u"%1: %2 was safe, %3 is there"_s.arg(QLatin1StringView(value.name))
+                       .arg(safe)
+                       .arg(there));
         }
         expect(QTest::qWaitFor([] { return !manager()->appDataMove()->unfinished(); }, 30'000),
                m_lost, u"The move does not end"_s);
         const QString &where = AppDirManager::instance()->cacheDataDir();
         const MediaTree there = media(where);
         expect(there == m_media, m_lost,
-               u"Of the media, %1 have %2 of %3"_s.arg(where).arg(there.files.size()).arg(m_media.files.size()));
+               u"Of the media, %1 have %2 of %3"_s.arg(where)
+                   .arg(there.files.size())
+                   .arg(m_media.files.size()));
     } else if (confirmed.isEmpty()) {
         expect(numberOf(settings()->getValue(u"sweep"_s, {}).toByteArray()) >= 0, m_lost,
                u"A setting is torn"_s);
     }
     stop();
     for (const QString &file : {u"global.db"_s}) {
-        SQLite::Database database(place(u"%1/"_s.arg(QCoreApplication::applicationName()) + file).toStdString());
+        SQLite::Database database(
+            place(u"%1/"_s.arg(QCoreApplication::applicationName()) + file).toStdString());
         expect(database.execAndGet("PRAGMA integrity_check").getString() == "ok", m_shut, file);
     }
 }

@@ -72,8 +72,8 @@ public:
     std::string pathOf(int file) const
     {
         char path[4096];
-        const auto size = readlink(("/proc/self/fd/" + std::to_string(file)).c_str(), path,
-                                   sizeof path - 1);
+        const auto size =
+            readlink(("/proc/self/fd/" + std::to_string(file)).c_str(), path, sizeof path - 1);
         return size > 0 ? std::string(path, std::size_t(size)) : std::string();
     }
     bool isWatched(int file) const { return !m_root.empty() && isWatched(pathOf(file).c_str()); }
@@ -101,7 +101,8 @@ public:
     void add(Change change) { m_changes.push_back(std::move(change)); }
     Change data(int file, off_t offset, std::size_t size)
     {
-        struct stat about{};
+        struct stat about {
+        };
         fstat(file, &about);
         Change change{};
         change.what = Change::Write;
@@ -128,7 +129,8 @@ public:
         change.what = Change::Name;
         const std::string &path = made.empty() ? gone : made;
         change.directory = path.substr(0, path.rfind('/'));
-        struct stat about{};
+        struct stat about {
+        };
         change.inode = ::stat(path.c_str(), &about) == 0 ? about.st_ino : 0;
         change.gone = gone;
         change.made = made;
@@ -144,7 +146,8 @@ public:
     }
     void synced(int file)
     {
-        struct stat about{};
+        struct stat about {
+        };
         fstat(file, &about);
         const std::string path = pathOf(file);
         m_changes.remove_if([&](const Change &change) {
@@ -204,15 +207,16 @@ private:
             std::minstd_rand random(m_seed);
             for (const Change &change : m_changes) {
                 if (change.what == Change::Write && random() % 2)
-                    set(change, change.after, std::max(sizeOf(change.file),
-                                                       change.offset + off_t(change.after.size())));
+                    set(change, change.after,
+                        std::max(sizeOf(change.file), change.offset + off_t(change.after.size())));
             }
         }
         _exit(99);
     }
     static off_t sizeOf(int file)
     {
-        struct stat about{};
+        struct stat about {
+        };
         fstat(file, &about);
         return about.st_size;
     }
@@ -240,8 +244,8 @@ ssize_t writeAt(int file, const void *bytes, std::size_t size, off_t offset, boo
     if (error < 0)
         size = (size + 1) / 2;
     if (moves)
-        offset = fcntl(file, F_GETFL) & O_APPEND ? lseek(file, 0, SEEK_END)
-                                                 : lseek(file, 0, SEEK_CUR);
+        offset =
+            fcntl(file, F_GETFL) & O_APPEND ? lseek(file, 0, SEEK_END) : lseek(file, 0, SEEK_CUR);
     Change change = disk.data(file, offset, size);
     const ssize_t written = real_pwrite64(file, bytes, size, offset);
     if (written > 0) {
@@ -263,7 +267,8 @@ int resize(int file, off_t size)
         errno = error;
         return -1;
     }
-    struct stat about{};
+    struct stat about {
+    };
     fstat(file, &about);
     Change change =
         disk.data(file, size, about.st_size > size ? std::size_t(about.st_size - size) : 0);
@@ -295,7 +300,8 @@ int make(const char *path, int flags, mode_t mode, Open real)
     if (!disk.isWatched(path) || !(flags & (O_CREAT | O_TRUNC)))
         return real(path, flags, mode);
     const std::lock_guard lock(disk.mutex);
-    struct stat about{};
+    struct stat about {
+    };
     const bool isNew = ::stat(path, &about) != 0;
     if (isNew || (flags & O_TRUNC && about.st_size > 0)) {
         if (const int error = disk.begin(Disk::Making); error > 0) {
