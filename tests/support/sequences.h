@@ -26,6 +26,7 @@ public:
     }
     /// A number from 0 to `bound` - 1; 0 for a bound below 2.
     int below(qsizetype bound) { return bound < 2 ? 0 : int(m_random() % std::size_t(bound)); }
+    unsigned seed() const { return m_seed; }
     bool chance(int percent) { return below(100) < percent; }
     template <typename List>
     auto pick(const List &list)

@@ -1,0 +1,481 @@
+// Preloaded into a test's process: a disk below FAULT_ROOT whose FAULT_AT-th call, counted from 1,
+// goes wrong in the way of FAULT_KIND:
+//   count  none does; at its end the process writes the number of calls to the file FAULT_COUNT
+//   fail   that call fails with EIO
+//   gone   that one and all that follow do
+//   full   from that one on, nothing can be made or written: ENOSPC
+//   short  that write is cut in half; any other call is left alone
+//   cut    the power fails instead of that call: what was not synced is as it was before, and the
+//          process ends with the code 99
+//   torn   as cut, but by FAULT_SEED some of what was not synced is on the disk, in any order
+// A sync of a file makes its data, its size and its name durable; one of a directory what happened
+// to the names in it. The log, and
+// what is only memory that processes share, are not watched.
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <list>
+#include <map>
+#include <mutex>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+
+/// The function that this library stands before.
+#define REAL(name)                                                                                 \
+    static const auto real_##name = reinterpret_cast<decltype(&::name)>(dlsym(RTLD_NEXT, #name))
+
+using Bytes = std::vector<char>;
+
+/// One thing that is not durable yet.
+struct Change {
+    enum { Write, Resize, Name } what;
+    std::string directory; // of a name
+    ino_t inode;
+    int file = -1; // of data: a descriptor that stays open
+    off_t offset = 0;
+    Bytes before;
+    Bytes after;
+    off_t sizeBefore = 0;
+    off_t sizeAfter = 0;
+    // A name that was made or taken away, and where what it stood for is kept meanwhile.
+    std::string gone;
+    std::string made;
+    std::string kept;
+};
+
+class Disk
+{
+public:
+    static Disk &the()
+    {
+        static Disk &disk = *new Disk; // as long as any thread writes
+        return disk;
+    }
+
+    bool isWatched(const char *path) const
+    {
+        return !m_root.empty() && path && std::strncmp(path, m_root.c_str(), m_root.size()) == 0
+            && !std::strstr(path, "/log/") && !std::strstr(path, "-shm");
+    }
+    std::string pathOf(int file) const
+    {
+        char path[4096];
+        const auto size =
+            readlink(("/proc/self/fd/" + std::to_string(file)).c_str(), path, sizeof path - 1);
+        return size > 0 ? std::string(path, std::size_t(size)) : std::string();
+    }
+    bool isWatched(int file) const { return !m_root.empty() && isWatched(pathOf(file).c_str()); }
+
+    enum Call { Writing, Making, Other };
+    /// Counts a call. 0 when it shall be made, else its errno; -1 when half of it shall be.
+    int begin(Call call)
+    {
+        if (m_kind == "short" && call != Writing)
+            return 0;
+        ++m_calls;
+        if (m_kind == "fail" && m_calls == m_at)
+            return EIO;
+        if (m_kind == "gone" && m_calls >= m_at)
+            return EIO;
+        if (m_kind == "full" && m_calls >= m_at && call != Other)
+            return ENOSPC;
+        if (m_kind == "short" && m_calls == m_at)
+            return -1;
+        if ((m_kind == "cut" || m_kind == "torn") && m_calls == m_at)
+            cut();
+        return 0;
+    }
+
+    void add(Change change) { m_changes.push_back(std::move(change)); }
+    Change data(int file, off_t offset, std::size_t size)
+    {
+        struct stat about {
+        };
+        fstat(file, &about);
+        Change change{};
+        change.what = Change::Write;
+        change.inode = about.st_ino;
+        change.offset = offset;
+        change.sizeBefore = about.st_size;
+        if (const auto known = m_open.find(about.st_ino); known != m_open.end()) {
+            change.file = known->second;
+        } else {
+            // Another one than the caller's, which may be closed, and closing which would drop locks:
+            // only at the very end.
+            const std::string path = "/proc/self/fd/" + std::to_string(file);
+            REAL(open64);
+            change.file = m_open[about.st_ino] = real_open64(path.c_str(), O_RDWR | O_CLOEXEC);
+        }
+        change.before.resize(size);
+        const auto got = pread(change.file, change.before.data(), size, offset);
+        change.before.resize(got > 0 ? std::size_t(got) : 0);
+        return change;
+    }
+    void name(const std::string &gone, const std::string &made, const std::string &kept)
+    {
+        Change change{};
+        change.what = Change::Name;
+        const std::string &path = made.empty() ? gone : made;
+        change.directory = path.substr(0, path.rfind('/'));
+        struct stat about {
+        };
+        change.inode = ::stat(path.c_str(), &about) == 0 ? about.st_ino : 0;
+        change.gone = gone;
+        change.made = made;
+        change.kept = kept;
+        m_changes.push_back(std::move(change));
+    }
+    /// Another name for what is about to lose its own; empty where there is nothing.
+    std::string keep(const std::string &path)
+    {
+        REAL(link);
+        std::string kept = m_root + "/../fault-" + std::to_string(++m_kept);
+        return real_link(path.c_str(), kept.c_str()) == 0 ? kept : std::string();
+    }
+    void synced(int file)
+    {
+        struct stat about {
+        };
+        fstat(file, &about);
+        const std::string path = pathOf(file);
+        m_changes.remove_if([&](const Change &change) {
+            return change.inode == about.st_ino
+                || (S_ISDIR(about.st_mode) && change.what == Change::Name
+                    && change.directory == path);
+        });
+    }
+
+    std::mutex mutex;
+
+private:
+    Disk()
+    {
+        const auto variable = [](const char *name) {
+            const char *value = std::getenv(name);
+            return std::string(value ? value : "");
+        };
+        m_root = variable("FAULT_ROOT");
+        m_kind = variable("FAULT_KIND");
+        m_at = std::atol(variable("FAULT_AT").c_str());
+        m_seed = unsigned(std::atol(variable("FAULT_SEED").c_str()));
+        if (m_kind == "count")
+            std::atexit([] {
+                if (std::FILE *file = std::fopen(std::getenv("FAULT_COUNT"), "w")) {
+                    std::fprintf(file, "%ld\n", the().m_calls);
+                    std::fclose(file);
+                }
+            });
+    }
+
+    void set(const Change &change, const Bytes &bytes, off_t size)
+    {
+        REAL(pwrite64);
+        REAL(ftruncate64);
+        (void)real_pwrite64(change.file, bytes.data(), bytes.size(), change.offset);
+        (void)real_ftruncate64(change.file, size);
+    }
+    [[noreturn]] void cut()
+    {
+        REAL(rename);
+        REAL(unlink);
+        for (auto change = m_changes.rbegin(); change != m_changes.rend(); ++change) {
+            if (change->what != Change::Name) {
+                set(*change, change->before, change->sizeBefore);
+                continue;
+            }
+            if (!change->made.empty() && !change->gone.empty())
+                real_rename(change->made.c_str(), change->gone.c_str());
+            else if (!change->made.empty())
+                real_unlink(change->made.c_str());
+            if (!change->kept.empty())
+                real_rename(change->kept.c_str(),
+                            (change->made.empty() ? change->gone : change->made).c_str());
+        }
+        if (m_kind == "torn") {
+            std::minstd_rand random(m_seed);
+            for (const Change &change : m_changes) {
+                if (change.what == Change::Write && random() % 2)
+                    set(change, change.after,
+                        std::max(sizeOf(change.file), change.offset + off_t(change.after.size())));
+            }
+        }
+        _exit(99);
+    }
+    static off_t sizeOf(int file)
+    {
+        struct stat about {
+        };
+        fstat(file, &about);
+        return about.st_size;
+    }
+
+    std::string m_root;
+    std::string m_kind;
+    long m_at = 0;
+    unsigned m_seed = 0;
+    long m_calls = 0;
+    int m_kept = 0;
+    std::map<ino_t, int> m_open;
+    std::list<Change> m_changes;
+};
+
+ssize_t writeAt(int file, const void *bytes, std::size_t size, off_t offset, bool moves)
+{
+    REAL(pwrite64);
+    Disk &disk = Disk::the();
+    const std::lock_guard lock(disk.mutex);
+    const int error = disk.begin(Disk::Writing);
+    if (error > 0) {
+        errno = error;
+        return -1;
+    }
+    if (error < 0)
+        size = (size + 1) / 2;
+    if (moves)
+        offset =
+            fcntl(file, F_GETFL) & O_APPEND ? lseek(file, 0, SEEK_END) : lseek(file, 0, SEEK_CUR);
+    Change change = disk.data(file, offset, size);
+    const ssize_t written = real_pwrite64(file, bytes, size, offset);
+    if (written > 0) {
+        const char *first = static_cast<const char *>(bytes);
+        change.after.assign(first, first + written);
+        disk.add(std::move(change));
+        if (moves)
+            lseek(file, offset + written, SEEK_SET);
+    }
+    return written;
+}
+
+int resize(int file, off_t size)
+{
+    REAL(ftruncate64);
+    Disk &disk = Disk::the();
+    const std::lock_guard lock(disk.mutex);
+    if (const int error = disk.begin(Disk::Other); error > 0) {
+        errno = error;
+        return -1;
+    }
+    struct stat about {
+    };
+    fstat(file, &about);
+    Change change =
+        disk.data(file, size, about.st_size > size ? std::size_t(about.st_size - size) : 0);
+    change.what = Change::Resize;
+    const int result = real_ftruncate64(file, size);
+    if (result == 0)
+        disk.add(std::move(change));
+    return result;
+}
+
+template <typename Sync>
+int sync(int file, Sync real)
+{
+    Disk &disk = Disk::the();
+    const std::lock_guard lock(disk.mutex);
+    if (const int error = disk.begin(Disk::Other); error > 0) {
+        errno = error;
+        return -1;
+    }
+    disk.synced(file); // the machine's own disk need not be asked
+    (void)real;
+    return 0;
+}
+
+template <typename Open>
+int make(const char *path, int flags, mode_t mode, Open real)
+{
+    Disk &disk = Disk::the();
+    if (!disk.isWatched(path) || !(flags & (O_CREAT | O_TRUNC)))
+        return real(path, flags, mode);
+    const std::lock_guard lock(disk.mutex);
+    struct stat about {
+    };
+    const bool isNew = ::stat(path, &about) != 0;
+    if (isNew || (flags & O_TRUNC && about.st_size > 0)) {
+        if (const int error = disk.begin(Disk::Making); error > 0) {
+            errno = error;
+            return -1;
+        }
+    }
+    const int file = real(path, flags & ~O_TRUNC, mode);
+    if (file < 0)
+        return file;
+    if (isNew) {
+        disk.name({}, path, {});
+    } else if (flags & O_TRUNC && about.st_size > 0) {
+        REAL(ftruncate64);
+        Change change = disk.data(file, 0, std::size_t(about.st_size));
+        change.what = Change::Resize;
+        real_ftruncate64(file, 0);
+        disk.add(std::move(change));
+    }
+    return file;
+}
+
+template <typename Call>
+int renameTo(const char *from, const char *to, Call call)
+{
+    Disk &disk = Disk::the();
+    if (!disk.isWatched(to))
+        return call();
+    const std::lock_guard lock(disk.mutex);
+    if (const int error = disk.begin(Disk::Making); error > 0) {
+        errno = error;
+        return -1;
+    }
+    const std::string kept = disk.keep(to);
+    const int result = call();
+    if (result == 0)
+        disk.name(from, to, kept);
+    return result;
+}
+
+} // namespace
+
+#pragma GCC visibility push(default)
+extern "C" {
+
+ssize_t pwrite64(int file, const void *bytes, std::size_t size, off64_t offset)
+{
+    REAL(pwrite64);
+    return Disk::the().isWatched(file) ? writeAt(file, bytes, size, offset, false)
+                                       : real_pwrite64(file, bytes, size, offset);
+}
+ssize_t pwrite(int file, const void *bytes, std::size_t size, off_t offset)
+{
+    return pwrite64(file, bytes, size, offset);
+}
+ssize_t write(int file, const void *bytes, std::size_t size)
+{
+    REAL(write);
+    return Disk::the().isWatched(file) ? writeAt(file, bytes, size, 0, true)
+                                       : real_write(file, bytes, size);
+}
+// Who copies by these has to do it by reading and writing.
+ssize_t copy_file_range(int, off64_t *, int, off64_t *, std::size_t, unsigned)
+{
+    errno = ENOSYS;
+    return -1;
+}
+ssize_t sendfile64(int, int, off64_t *, std::size_t)
+{
+    errno = ENOSYS;
+    return -1;
+}
+ssize_t sendfile(int, int, off_t *, std::size_t)
+{
+    errno = ENOSYS;
+    return -1;
+}
+int ftruncate64(int file, off64_t size)
+{
+    REAL(ftruncate64);
+    return Disk::the().isWatched(file) ? resize(file, size) : real_ftruncate64(file, size);
+}
+int ftruncate(int file, off_t size)
+{
+    return ftruncate64(file, size);
+}
+int fsync(int file)
+{
+    REAL(fsync);
+    return Disk::the().isWatched(file) ? sync(file, real_fsync) : real_fsync(file);
+}
+int fdatasync(int file)
+{
+    REAL(fdatasync);
+    return Disk::the().isWatched(file) ? sync(file, real_fdatasync) : real_fdatasync(file);
+}
+int open64(const char *path, int flags, ...)
+{
+    REAL(open64);
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    if ((flags & O_TMPFILE) == O_TMPFILE && Disk::the().isWatched(path)) {
+        errno = EOPNOTSUPP; // a file without a name has a place in no such table
+        return -1;
+    }
+    return make(path, flags, mode, real_open64);
+}
+int open(const char *path, int flags, ...)
+{
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return open64(path, flags, mode);
+}
+int rename(const char *from, const char *to)
+{
+    REAL(rename);
+    return renameTo(from, to, [&] { return real_rename(from, to); });
+}
+int renameat2(int fromDirectory, const char *from, int toDirectory, const char *to, unsigned flags)
+{
+    REAL(renameat2);
+    return renameTo(from, to,
+                    [&] { return real_renameat2(fromDirectory, from, toDirectory, to, flags); });
+}
+int link(const char *from, const char *to)
+{
+    REAL(link);
+    Disk &disk = Disk::the();
+    if (!disk.isWatched(to))
+        return real_link(from, to);
+    const std::lock_guard lock(disk.mutex);
+    if (const int error = disk.begin(Disk::Making); error > 0) {
+        errno = error;
+        return -1;
+    }
+    const int result = real_link(from, to);
+    if (result == 0)
+        disk.name({}, to, {});
+    return result;
+}
+int unlink(const char *path)
+{
+    REAL(unlink);
+    Disk &disk = Disk::the();
+    if (!disk.isWatched(path))
+        return real_unlink(path);
+    const std::lock_guard lock(disk.mutex);
+    if (const int error = disk.begin(Disk::Other); error > 0) {
+        errno = error;
+        return -1;
+    }
+    const std::string kept = disk.keep(path);
+    const int result = real_unlink(path);
+    if (result == 0)
+        disk.name(path, {}, kept);
+    return result;
+}
+int mkdir(const char *path, mode_t mode)
+{
+    REAL(mkdir);
+    Disk &disk = Disk::the();
+    if (!disk.isWatched(path))
+        return real_mkdir(path, mode);
+    const std::lock_guard lock(disk.mutex);
+    if (const int error = disk.begin(Disk::Making); error > 0) {
+        errno = error;
+        return -1;
+    }
+    return real_mkdir(path, mode);
+}
+
+} // extern "C"
+#pragma GCC visibility pop
