@@ -311,9 +311,14 @@ void AppSettingModel::put(storage::SettingInfo &&row)
 void AppSettingModel::saveToConfig(const QVariantMap &rows)
 {
     QList<storage::SettingInfo> infos;
-    for (auto row = rows.cbegin(); row != rows.cend(); ++row)
+    for (auto row = rows.cbegin(); row != rows.cend(); ++row) {
+        if (!SettingWriter::accepts(row.key(), row.value()))
+            return;
         infos.append({row.key(), row.value(), {}});
-    m_writer->save(infos);
+    }
+    const Change change(this);
+    if (m_writer->put(std::move(infos)))
+        m_writeDue = true;
 }
 
 void AppSettingModel::removeKey(const QString &key)

@@ -206,7 +206,7 @@ public:
     void saveToConfig(QString key, QVariant value, bool needSave);
     void saveToConfig(QString key, QVariant value, QString remark, bool needSave);
     /// Writes several rows likewise, always, in one step: after a kill either all of them are found
-    /// or none.
+    /// or none. None is written, with a log line, where setValue() would refuse one.
     void saveToConfig(const QVariantMap &rows);
     /// Removes a value from memory, and its row in the background. Nothing is announced.
     void removeKey(const QString &key);

@@ -88,6 +88,15 @@ private Q_SLOTS:
         for (int thread = 0; thread < threads; ++thread) {
             all.emplace_back([thread, &wrong] {
                 const QString own = u"thread%1"_s.arg(thread);
+        row("rows in a slot", [] {
+            connect(
+                model(), &AppSettingModel::beginConfig, model(),
+                [] {
+                    model()->saveToConfig({{u"a"_s, 1}, {u"b"_s, 2}});
+                },
+                Qt::DirectConnection);
+            model()->setLargeEmoji(!model()->largeEmoji());
+        });
                 for (int i = 0; i < rounds; ++i) {
                     // Its own key, read back at once ...
                     model()->setValue(own, i, true);
@@ -148,7 +157,7 @@ private Q_SLOTS:
         row("emoji", [] { model()->setEmojiSkinIndex(u"\u270B"_s, 1); });
         row("slot", [] {
             const auto slot = [] { model()->setDarkMode(!model()->darkMode()); };
-            connect(model(), &AppSettingModel::beginConfig, model(), slot);
+            connect(model(), &AppSettingModel::beginConfig, model(), slot, Qt::DirectConnection);
             model()->setLargeEmoji(!model()->largeEmoji());
         });
         row("reset", [] { model()->reset(); });
