@@ -370,7 +370,27 @@ void AppSettingModel::reset()
         CHANGED(currentNetworkProxy),
         CHANGED(networkProxyList),
         CHANGED(useProxyForCall),
+    {
+        const std::lock_guard lock(m_mutex);
+        if (std::exchange(m_resets, m_resets == Resets::None ? Resets::One : Resets::More)
+            != Resets::None)
+            return;
+    }
+    // A handler may have reset anew what had been announced. After the second time they are left to
+    // themselves: a handler that sets and resets each time would never let this end.
+    for (const bool again : {false, true}) {
+        announceReset();
+        const std::lock_guard lock(m_mutex);
+        if (again || std::exchange(m_resets, Resets::One) == Resets::One) {
+            m_resets = Resets::None;
+            break;
+        }
+    }
+}
         CHANGED(themeFontSize),
+/// Announces the defaults.
+void AppSettingModel::announceReset()
+{
         CHANGED(msgDoubleClickAction),
         CHANGED(msgSendType),
         CHANGED(musicPlay),

@@ -216,7 +216,8 @@ public:
 
     /// Wipes all settings but "database_version" and "server_config", in one step as far as the
     /// store is concerned, and announces the defaults; what is not announced one by one is to be
-    /// read again after paramsBeReseted.
+    /// read again after paramsBeReseted. Called by a handler of what a reset announces, it wipes at
+    /// once, and all is announced once more when that has come to its end; not a third time.
     Q_INVOKABLE void reset();
     /// Sets countMuteDialog and unreadMessagesCounter back to false.
     Q_INVOKABLE void resetBadgeCounter();
@@ -352,9 +353,12 @@ private:
     class Change;
 
     // Recursive, so that a slot on the signals that are emitted under it can read the settings.
+    bool holds(const QString &key, const QVariant &value) const;
+    void announceReset();
     mutable std::recursive_mutex m_mutex;
-    int m_changes = 0;        // under way on the thread that holds the lock
-    bool m_writeDue = false;  // at their end
+    int m_changes = 0;       // under way on the thread that holds the lock
+    bool m_writeDue = false; // at their end
+    enum class Resets { None, One, More } m_resets = Resets::None; // being announced
     bool m_isStandIn = false; // see releaseInstance(); never written
     ValueCache m_cache;
     storage::GlobalStorageProvider *const m_storage;
