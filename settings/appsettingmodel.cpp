@@ -251,6 +251,13 @@ QByteArray AppSettingModel::read(const QString &key, const QByteArray &fallback)
     return readAs(key, fallback);
 }
 
+bool AppSettingModel::holds(const QString &key, const QVariant &value) const
+{
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_cache.find(key);
+    return found != m_cache.end() && isSame(found->second, value);
+}
+
 const QVariant &AppSettingModel::getValue(const QString &key, const QVariant &defaultValue) const
 {
     const std::lock_guard lock(m_mutex);
@@ -265,13 +272,19 @@ QVariant AppSettingModel::value(const QString &key, const QVariant &defaultValue
 
 bool AppSettingModel::setValue(const QString &key, const QVariant &given, bool needSave)
 {
-    const std::optional<QVariant> kept = storable(key, given);
-    if (!kept)
-        return false;
-    const QVariant &value = *kept;
+    std::optional<QVariant> kept;
+    if (!isPlain(given)) {
+        // Comparing costs less than looking at what may be large, or a script's.
+        if (holds(key, given))
+            return false;
+        kept = storable(key, given);
+        if (!kept)
+            return false;
+    }
+    const QVariant &value = kept ? *kept : given;
     const Change change(this);
     const auto found = m_cache.find(key);
-    if (found != m_cache.end() && found->second == value)
+    if (found != m_cache.end() && isSame(found->second, value))
         return false;
     const bool bracketed = isBracketed(key);
     if (bracketed)
@@ -582,8 +595,7 @@ void AppSettingModel::setUpgradeInfo(QVariantMap value, bool needSave)
     storage::SettingInfo row{upgradeKey(), value.value(QStringLiteral("value")),
                              value.value(QStringLiteral("remark")).toString()};
     const Change change(this);
-    const auto found = m_cache.find(upgradeKey());
-    if (found != m_cache.end() && found->second.toMap() == value)
+    if (holds(upgradeKey(), value))
         return;
     if (needSave)
         put(std::move(row));
