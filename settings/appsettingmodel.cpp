@@ -347,6 +347,11 @@ bool AppSettingModel::flush()
     return m_writer->flush();
 }
 
+bool AppSettingModel::flush(QDeadlineTimer deadline)
+{
+    return m_writer->flush(deadline);
+}
+
 void AppSettingModel::reset()
 {
     QVariant keptVersion;
@@ -365,24 +370,6 @@ void AppSettingModel::reset()
     setServerConfig(keptServerConfig, true);
     recalcLineHeight();
     setApplicationProperty("autoRun", false);
-
-#define CHANGED(name)                                                                              \
-    announce<AppSettingModel, &AppSettingModel::name, &AppSettingModel::name##Changed>
-    static constexpr std::array order = {
-        CHANGED(updateAutomaticallly),
-        CHANGED(systemTrayIconVisible),
-        CHANGED(launchWhenSystemStart),
-        CHANGED(messageFontSize),
-        +[](AppSettingModel *model) { model->loadTranslations(); },
-        CHANGED(language),
-        +[](AppSettingModel *model) { model->switchLanguage(); },
-        +[](AppSettingModel *model) { model->retranslate(); },
-        CHANGED(sendMessageKeys),
-        CHANGED(debug),
-        CHANGED(networkProxyState),
-        CHANGED(currentNetworkProxy),
-        CHANGED(networkProxyList),
-        CHANGED(useProxyForCall),
     {
         const std::lock_guard lock(m_mutex);
         if (std::exchange(m_resets, m_resets == Resets::None ? Resets::One : Resets::More)
@@ -400,10 +387,28 @@ void AppSettingModel::reset()
         }
     }
 }
-        CHANGED(themeFontSize),
+
 /// Announces the defaults.
 void AppSettingModel::announceReset()
 {
+#define CHANGED(name)                                                                              \
+    announce<AppSettingModel, &AppSettingModel::name, &AppSettingModel::name##Changed>
+    static constexpr std::array order = {
+        CHANGED(updateAutomaticallly),
+        CHANGED(systemTrayIconVisible),
+        CHANGED(launchWhenSystemStart),
+        CHANGED(messageFontSize),
+        +[](AppSettingModel *model) { model->loadTranslations(); },
+        CHANGED(language),
+        +[](AppSettingModel *model) { model->switchLanguage(); },
+        +[](AppSettingModel *model) { model->retranslate(); },
+        CHANGED(sendMessageKeys),
+        CHANGED(debug),
+        CHANGED(networkProxyState),
+        CHANGED(currentNetworkProxy),
+        CHANGED(networkProxyList),
+        CHANGED(useProxyForCall),
+        CHANGED(themeFontSize),
         CHANGED(msgDoubleClickAction),
         CHANGED(msgSendType),
         CHANGED(musicPlay),

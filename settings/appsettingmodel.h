@@ -7,6 +7,7 @@
 #include "settings/settingmodelbase.h"
 #include "settings/valuecache.h"
 
+#include <QDeadlineTimer>
 #include <QJsonDocument>
 #include <QObject>
 #include <QString>
@@ -210,9 +211,13 @@ public:
     void saveToConfig(const QVariantMap &rows);
     /// Removes a value from memory, and its row in the background. Nothing is announced.
     void removeKey(const QString &key);
-    /// Returns when all changes so far are in the store. False when it cannot be written to: the
-    /// changes are kept, and tried again later. From any thread.
+    /// Returns when all changes so far are on the disk, where not even a power cut takes them back.
+    /// False when it cannot be written to: the changes are kept, and tried again later. From any
+    /// thread. Without it a change that is saved is in the store, and survives a kill, as soon as the
+    /// save thread has written it; a power cut may take back that of the last second.
     bool flush();
+    /// The same on a thread of its own, until `deadline` at most, whatever the disk does.
+    bool flush(QDeadlineTimer deadline);
 
     /// Wipes all settings but "database_version" and "server_config", in one step as far as the
     /// store is concerned, and announces the defaults; what is not announced one by one is to be
@@ -348,13 +353,13 @@ private:
     void retranslate();
     void parseSkinIndexes() const;
     void put(storage::SettingInfo &&row);
+    bool holds(const QString &key, const QVariant &value) const;
+    void announceReset();
     void closeStorage();
 
     class Change;
 
     // Recursive, so that a slot on the signals that are emitted under it can read the settings.
-    bool holds(const QString &key, const QVariant &value) const;
-    void announceReset();
     mutable std::recursive_mutex m_mutex;
     int m_changes = 0;       // under way on the thread that holds the lock
     bool m_writeDue = false; // at their end

@@ -96,7 +96,7 @@ public:
         if (first)
             writer->write();
         if (writer && !async)
-            writer->flush();
+            writer->writeNow();
     }
 
     /// Does nothing where there is no such value.
@@ -118,7 +118,7 @@ public:
         if (first)
             writer->write();
         if (writer && !async)
-            writer->flush();
+            writer->writeNow();
     }
 
     /// Writes one row, bypassing the memory.
