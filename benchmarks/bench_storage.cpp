@@ -1,6 +1,7 @@
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
 #include "support/comparison.h"
+#include "support/syncedlog.h"
 
 #include <QFile>
 #include <QStandardPaths>
@@ -77,6 +78,8 @@ public:
         return saved;
     }
 
+    bool sync() { return syncLog(m_database); }
+
     QList<storage::SettingInfo> all()
     {
         QList<storage::SettingInfo> infos;
@@ -132,7 +135,7 @@ bool saveAll(storage::SettingStorage &settings)
         if (!settings.apply({false, {}, changes().mid(from, batchSize)}))
             return false;
     }
-    return true;
+    return settings.sync();
 }
 
 bool saveAll(PlainStore &store)
@@ -141,7 +144,7 @@ bool saveAll(PlainStore &store)
         if (!store.save(info))
             return false;
     }
-    return true;
+    return store.sync();
 }
 
 /// Our store in a directory of its own: the one of an installed program stays as it is.

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "account/threadmanager.h"
+#include "support/syncedlog.h"
 
-#include <QSemaphore>
 #include <QSettings>
 #include <QTemporaryDir>
 
@@ -16,14 +15,6 @@ namespace settingsbyhand
 {
 
 constexpr int changeCount = 10'000;
-
-/// Returns when everything handed over before is on disk.
-inline void waitForWrites()
-{
-    QSemaphore written;
-    ThreadManager::invoke([&] { written.release(); }, true);
-    written.acquire();
-}
 
 /// As many settings beside the one that is measured as a client has.
 template <typename Set>
@@ -66,7 +57,7 @@ inline const QStringList &values(int generation)
     return all[generation % 2];
 }
 
-/// All changes through a settings model, until they are on disk.
+/// All changes through a settings model, until no power cut takes them back.
 template <typename Model>
 void changeAll(benchmark::State &state, Model *model)
 {
@@ -75,11 +66,12 @@ void changeAll(benchmark::State &state, Model *model)
         const QStringList &now = values(generation++);
         for (int i = 0; i < changeCount; ++i)
             model->setValue(keys()[i], now[i], true);
-        waitForWrites();
+        if (!model->flush())
+            state.SkipWithError("not saved");
     }
 }
 
-/// All changes with SQLite alone: one prepared statement each, committed at once.
+/// All changes with SQLite alone: one prepared statement each, committed at once, and one sync.
 inline void upsertAll(benchmark::State &state)
 {
     const QTemporaryDir directory;
@@ -105,6 +97,8 @@ inline void upsertAll(benchmark::State &state)
                 state.SkipWithError("not saved");
             sqlite3_reset(save);
         }
+        if (!syncLog(database))
+            state.SkipWithError("not synced");
     }
     sqlite3_finalize(save);
     sqlite3_close(database);

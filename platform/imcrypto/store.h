@@ -51,7 +51,8 @@ struct UserInfo {
 ///
 /// Every call opens the store where that has not been done. While it is not Ready, reads find
 /// nothing, without a log line, and writes return false, with one. A row that does not open (someone
-/// changed it) reads as missing, with a log line; creating does not replace it.
+/// changed it) reads as missing, with a log line; creating does not replace it. A key that is handed
+/// out as made, or reported as saved, is on the disk, where a power cut does not take it back.
 ///
 /// Where a keychain has the master key, its answer may take half a minute and more (see MasterKey).
 /// The main thread never waits for it: the store is Opening then, a thread of its own asks, and the

@@ -180,6 +180,7 @@ private Q_SLOTS:
         for (int i = 0; i < 2; ++i)
             model().setVoiceDefalutPlaySpeed(std::nan(""), false);
         QCOMPARE(speed.size(), 1);
+        QCOMPARE(model().voiceDefalutPlaySpeed(), 2.0);
         // What cannot be stored is not kept in memory either, and keeps nothing else from it.
         QJSEngine engine;
         const QVariant script = QVariant::fromValue(engine.evaluate(u"({a: () => 1})"_s));
@@ -201,20 +202,6 @@ private Q_SLOTS:
         QCOMPARE(model().getValue(u"e"_s, {}), list);
         QVERIFY(model().flush());
         QCOMPARE(rows(), (QVariantMap{{u"a"_s, 1}, {u"d"_s, 2}, {u"e"_s, list}}));
-    }
-
-    void wrongTypesGiveTheDefault()
-    {
-        store({{u"left_tab_width"_s, QVariantMap()},
-               {u"super_group_limit"_s, u"5"_s},
-               {u"voice_default_play_speed"_s, std::nan("")},
-               {u"last_latlog"_s, QVariantList()},
-               {u"auto_download_photo_limit"_s, u"much"_s}});
-        QCOMPARE(model().leftTabWidth(), 72);
-        QCOMPARE(model().superGroupLimit(), 5);
-        QCOMPARE(model().voiceDefalutPlaySpeed(), 2.0);
-        QCOMPARE(model().lastLocation(), u""_s);
-        QCOMPARE(app()->autoDownloadImageLimit(), 1048576);
     }
 
     void loadingAnnouncesInOrder()
@@ -465,21 +452,6 @@ private Q_SLOTS:
         QCOMPARE(machineRows(), moved);
         QVERIFY(rows().isEmpty());
 
-        // No row is there before all are.
-        wipeMachine();
-        int steps = 0;
-        const auto nothingYet = [&] {
-            ++steps;
-            QVERIFY(machineRows().isEmpty());
-        };
-        connect(app(), &AppSettingModel::autoDownloadMediaChanged, this, nothingYet);
-        connect(app(), &AppSettingModel::autoDownloadImageLimitChanged, this, nothingYet);
-        connect(app(), &AppSettingModel::autoDownloadFileLimitChanged, this, nothingYet);
-        store(old);
-        QCOMPARE(steps, 3);
-        QCOMPARE(machineRows(), moved);
-        QVERIFY(rows().isEmpty());
-
         // Killed between the two stores: this one still has its rows.
         QVariantMap both = moved;
         both.insert(u"auto_download_moved_from"_s, 7LL);
@@ -496,16 +468,6 @@ private Q_SLOTS:
         store(old);
         QCOMPARE(rows(), old);
         QCOMPARE(model().leftTabWidth(), 80);
-    }
-
-    void movedSettingsStayWhereTheyCannotArrive()
-    {
-        wipeMachine();
-        app()->closeGlobalStorage();
-        store({{u"auto_download_photo_limit"_s, 5}});
-        QCOMPARE(app()->autoDownloadImageLimit(), 5);
-        QVERIFY(model().flush());
-        QCOMPARE(rows(), (QVariantMap{{u"auto_download_photo_limit"_s, 5}}));
     }
 
     void frequentContacts()

@@ -70,6 +70,11 @@ private Q_SLOTS:
         SettingWriter writer(storage());
         writer.save({u"removed"_s, 0, {}});
         m_provider.close();
+        static int complaints = 0;
+        const auto before = qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext &context, const QString &) {
+                complaints += QLatin1StringView(context.category) == "im.settingmodel"_L1;
+            });
         ThreadManager::getInstance()->init();
         QSemaphore hold;
         ThreadManager::invoke([&] { hold.acquire(); }, true);
@@ -82,6 +87,8 @@ private Q_SLOTS:
         writer.save({u"0"_s, 9, {}});
         writer.remove(u"removed"_s);
         QVERIFY(!writer.flush());
+        qInstallMessageHandler(before);
+        QCOMPARE(complaints, 1);
         // Whoever reads finds it all the same.
         QCOMPARE(writer.allInfos().size(), 3000);
         hold.release();
@@ -159,7 +166,8 @@ private Q_SLOTS:
         }
         writer.save({u"a"_s, 1, {}});
         for (int i = 0; i < 3; ++i)
-            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"Gave up a save task that hangs"_s));
+            QTest::ignoreMessage(QtWarningMsg,
+                                 QRegularExpression(u"Gave up a save task that hangs"_s));
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"tasks lost: [12]$"_s));
         ThreadManager::getInstance()->quitAll();
         ThreadManager::getInstance()->init();
@@ -194,7 +202,8 @@ private Q_SLOTS:
         // Whoever gives up all of it is told what is lost, and goes on.
         QElapsedTimer timer;
         timer.start();
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"Lost changes .*: 3 \\(a, b, c\\)$"_s));
+        QTest::ignoreMessage(QtWarningMsg,
+                             QRegularExpression(u"Lost changes .*: 3 \\(a, b, c\\)$"_s));
         const QDeadlineTimer deadline(5000);
         QVERIFY(!writer->close(deadline) && !provider->close(deadline));
         writer.reset();
