@@ -4,6 +4,7 @@
 #include "modelbase_qml.h"
 
 #include <QByteArray>
+#include <QDeadlineTimer>
 #include <QHash>
 #include <QList>
 #include <QObject>
@@ -339,14 +340,14 @@ Q_SIGNALS:
 
 protected:
     /// Opens the account's database in userStatusDataPath() and loads what lies there: settings,
-    /// data ranges, features. False, with a log line, when it cannot be opened. With `create`
-    /// false, as for restore(), an account without a database is refused. The keys are opened by
+    /// data ranges, features. False, with a log line, when it cannot be opened, and for an id below
+    /// 1: only the notebook account has a store without an id of its own. With `create` false, as for restore(), an account without a database is refused. The keys are opened by
     /// the first call that needs them, see crypto::Store.
     ///
     /// The store of another id that is still open is closed first, with its changes written. When
-    /// they cannot be written, the call is refused and that store stays open, so that it can be
-    /// tried again; what could not be written before closeStorage() is lost now, and named in the
-    /// log. No change ever reaches the store of another id.
+    /// they cannot be written within 5 seconds, the call is refused and that store stays open, so
+    /// that it can be tried again; what could not be written before closeStorage() is lost now, and
+    /// named in the log. No change ever reaches the store of another id.
     bool openStorage(bool create);
     /// Writes what is pending and closes the database; the models keep what they hold, unless it is
     /// the end of a session. What cannot be written waits for the same store to be opened again, or
@@ -359,10 +360,10 @@ private:
     class Mailbox;
 
     void suspendStore();
-    bool leaveStore();
+    bool leaveStore(QDeadlineTimer deadline);
     void storeUserInfo();
-    void endSession();
-    std::function<void()> forgetPerson();
+    void endSession(QDeadlineTimer deadline);
+    std::function<void()> forgetPerson(QDeadlineTimer deadline);
 
     std::atomic<qint64> m_accountId = 0;
     int m_totalUnreadCount = 0;
@@ -376,6 +377,8 @@ private:
     std::atomic<bool> m_autoReconnect = true;
     /// The manager's: it logs out, was given up or is being deleted, and is not taken in again.
     bool m_leaving = false;
+    /// The manager's: its store is that of the id 0.
+    bool m_isNotebook = false;
     QString m_phone;
     QString m_countryCode;
     QString m_email;

@@ -48,16 +48,9 @@ void processEvents()
     QCoreApplication::processEvents(QEventLoop::AllEvents, waitMilliseconds);
 }
 
-void logRefusal(const char *reason)
+void logRefusal(const QString &reason)
 {
-    ImLog::error(lcAccounts(), QStringLiteral("AccountManager: %1").arg(QLatin1StringView(reason)));
-}
-
-bool isStored(qint64 id)
-{
-    const QVariantList ids = AppSettingModel::instance()->accountIds();
-    return std::any_of(ids.cbegin(), ids.cend(),
-                       [id](const QVariant &stored) { return stored.toLongLong() == id; });
+    ImLog::error(lcAccounts(), QStringLiteral("AccountManager: ") + reason);
 }
 
 /// True when something of the account lies on this machine, whether or not it can be opened.
@@ -133,7 +126,7 @@ void AccountManager::init(Factory factory)
 {
     ImLog::info(lcAccounts(), QStringLiteral("AccountManager::init start"));
     if (!factory)
-        return logRefusal("init() needs a function that makes accounts");
+        return logRefusal(QStringLiteral("init() needs a function that makes accounts"));
     AppSettingModel *settings = AppSettingModel::instance();
     m_newDeviceLoginManager->init();
     AppDirManager::instance()->init();
@@ -148,6 +141,11 @@ void AccountManager::init(Factory factory)
     connect(settings, &AppSettingModel::paramsBeReseted, this, [this] {
         if (m_loginAccount)
             m_loginAccount->updateUserCacheDataPath();
+        // Whoever resets the settings signs nobody out.
+        if (m_loggingOutAll || idsToSave().isEmpty())
+            return;
+        AppSettingModel::instance()->setAccountIds(idsToSave(), true);
+        saveAccounts();
     });
     connect(settings, &AppSettingModel::infoPanelViewModeChanged, this, [this] {
         m_infoPanelVisible = infoPanelVisible();
@@ -165,6 +163,9 @@ void AccountManager::init(Factory factory)
     QList<qint64> ids;
     for (const QVariant &stored : storedIds) {
         const qint64 id = stored.toLongLong();
+        if (id < 1)
+            logRefusal(
+                QStringLiteral("the stored account id \"%1\" is none").arg(stored.toString()));
         if (id < 1 || ids.contains(id))
             continue;
         if (id == storedCurrentId)
@@ -174,21 +175,21 @@ void AccountManager::init(Factory factory)
     }
 
     setAppLocked(!settings->passcode().isEmpty());
+    m_absentIds = ids;
     m_restoring = true;
     for (qint64 id : std::as_const(ids)) {
-        if (isStored(id)) // unless a handler has logged everybody out
+        if (m_absentIds.contains(id)) // unless a handler has signed it in, or everybody out
             restore(id);
     }
     m_restoring = false;
-    if (std::exchange(m_saveAfterRestoring, false))
-        saveAccounts();
     if (count() == 0) {
         addAccount();
         if (!storedIds.isEmpty() && m_absentIds.isEmpty())
             settings->reset();
     }
     chooseCurrentAccount(0);
-    m_notebookAccount = createAccount(false);
+    saveCurrentId();
+    m_notebookAccount = createAccount(false, true);
     m_appDataMove->resume();
     initGeometry();
     ImLog::info(lcAccounts(), QStringLiteral("AccountManager::init end"));
@@ -202,17 +203,17 @@ void AccountManager::restore(qint64 id)
         account->restore({{QStringLiteral("userId"), id}}, true, 0);
         if (account && !isListed(account))
             addAccount(account);
-        const bool loggedOut = account && !m_restored;
         m_restored = nullptr;
-        if (loggedOut)
-            return;
     }
-    if (isStored(id) && !getAccount(id) && (!account || (isUsable(account) && hasData(account)))) {
-        ImLog::error(
-            lcAccounts(),
-            QStringLiteral("Account %1 could not be opened; the next start tries it again.")
-                .arg(id));
-        m_absentIds.append(id);
+    if (m_absentIds.contains(id)) {
+        if (account && !hasData(account)) {
+            m_absentIds.removeAll(id);
+        } else {
+            ImLog::error(
+                lcAccounts(),
+                QStringLiteral("Account %1 could not be opened; the next start tries it again.")
+                    .arg(id));
+        }
     }
     giveUp(account, false);
 }
@@ -306,6 +307,11 @@ bool AccountManager::isUsable(const AccountBase *account)
     return account && !account->m_leaving;
 }
 
+bool AccountManager::maySignIn(AccountBase *account) const
+{
+    return !account->m_isNotebook && !isListed(account) && !m_beingListed.contains(account);
+}
+
 bool AccountManager::isHeld(const AccountBase *account) const
 {
     return account == m_currentAccount || account == m_loginAccount || account == m_notebookAccount
@@ -318,7 +324,7 @@ QList<AccountManager::Account> AccountManager::snapshot(bool withLogin) const
     if (withLogin && m_loginAccount)
         accounts.append(m_loginAccount);
     for (AccountBase *account : m_accounts) {
-        if (account && !accounts.contains(account))
+        if (account)
             accounts.append(account);
     }
     return accounts;
@@ -334,11 +340,18 @@ void AccountManager::forEach(bool withLogin, const std::function<void(AccountBas
 
 AccountBase *AccountManager::createAccount(bool autoReconnect)
 {
+    return createAccount(autoReconnect, false);
+}
+
+AccountBase *AccountManager::createAccount(bool autoReconnect, bool isNotebook)
+{
     const Account account(m_accountFactory ? m_accountFactory(this) : nullptr);
     if (!account) {
-        logRefusal("there is no account without a function that makes them, see init()");
+        logRefusal(
+            QStringLiteral("there is no account without a function that makes them, see init()"));
         return nullptr;
     }
+    account->m_isNotebook = isNotebook;
     account->setAutoReconnect(autoReconnect);
     account->initialize();
     return account;
@@ -381,11 +394,11 @@ bool AccountManager::addAccount()
     if (postponed([this] { addAccount(); }))
         return true;
     qCDebug(lcAccounts, "AccountManager::addAccount");
-    if (m_loginAccount && !isListed(m_loginAccount))
+    if (m_loginAccount)
         return true;
     // Somebody who signed out may have stayed, without being asked to sign in again.
     Account account = m_currentAccount;
-    if (!isUsable(account) || account == m_notebookAccount || isListed(account))
+    if (!isUsable(account) || !maySignIn(account))
         account = createAccount(true);
     if (!account)
         return false;
@@ -400,9 +413,13 @@ void AccountManager::addAccount(AccountBase *account)
         return;
     if (postponed([this, guard = Account(account)] { addAccount(guard.data()); }))
         return;
-    if (!isUsable(account) || account == m_notebookAccount)
-        return logRefusal("an account that was given up, or the notebook's, is not listed");
-    if (m_entering.contains(account) || (!isListed(account) && !mayBeListed(account)))
+    if (!isUsable(account) || account->m_isNotebook)
+        return logRefusal(
+            QStringLiteral("an account that was given up, or the notebook's, is not listed"));
+    if (account->accountId() < 1)
+        return logRefusal(
+            QStringLiteral("an account of the id %1 is not listed").arg(account->accountId()));
+    if (m_beingListed.contains(account) || (!isListed(account) && !checkListable(account)))
         return;
     connect(account, &AccountBase::totalUnreadCountChanged, this,
             &AccountManager::accountUnreadCountChanged, Qt::UniqueConnection);
@@ -410,11 +427,11 @@ void AccountManager::addAccount(AccountBase *account)
             &AccountManager::accountAtMeCountChanged, Qt::UniqueConnection);
 
     const bool wasLogin = account == m_loginAccount;
-    m_entering.append(account);
+    m_beingListed.append(account);
     if (wasLogin || !m_currentAccount)
         setCurrentAccount(account, false);
-    if (!m_entering.removeOne(account))
-        return forgetCurrentId();
+    if (!m_beingListed.removeOne(account))
+        return saveCurrentId();
     if (!isListed(account)) {
         if (!account->authorized()) {
             if (account == m_currentAccount && !m_loginAccount)
@@ -424,29 +441,34 @@ void AccountManager::addAccount(AccountBase *account)
             saveAccounts(); // and not its id as the current one
             return;
         }
-        if (!mayBeListed(account))
+        if (!checkListable(account))
             return;
         const Account guard(account);
         const bool restored = account == m_restored;
         m_changingRows = true;
         beginInsertRows({}, count(), count());
-        if (guard)
-            m_absentIds.removeAll(guard->accountId());
+        const bool wasStored = guard && m_absentIds.removeAll(guard->accountId()) > 0;
+        // The sign-in is over, whatever handlers have vetoed or begun meanwhile.
+        const bool endsLogin = guard && guard == m_loginAccount;
         {
             const std::lock_guard lock(m_lock);
             m_accounts.append(guard);
+            if (endsLogin)
+                m_loginAccount = nullptr;
         }
         updateTotals();
         Q_EMIT countChanged(count());
         endInsertRows();
         rowsChanged();
-        if (restored)
+        if (endsLogin)
+            Q_EMIT loginAccountChanged();
+        if (restored && wasStored)
             return;
     }
     saveAccounts();
 }
 
-bool AccountManager::mayBeListed(AccountBase *account)
+bool AccountManager::checkListable(AccountBase *account)
 {
     const bool listedAlready = account->accountId() > 0 && getAccount(account->accountId());
     if (m_closing) {
@@ -455,18 +477,19 @@ bool AccountManager::mayBeListed(AccountBase *account)
     }
     if (!listedAlready && !m_deleteAll)
         return true;
-    logRefusal(listedAlready ? "an account is not listed twice"
-                             : "nobody signs in while the accounts are wiped");
+    logRefusal(listedAlready ? QStringLiteral("an account is not listed twice")
+                             : QStringLiteral("nobody signs in while the accounts are wiped"));
     const Account guard(account);
-    m_entering.removeAll(account);
+    m_beingListed.removeAll(account);
     if (account == m_loginAccount) { // a veto cannot keep it
         setLogin(nullptr);
         Q_EMIT loginAccountChanged();
     }
     while (isUsable(guard) && guard == m_currentAccount)
-        turnAway(guard);
+        abandonSignIn(guard);
     giveUp(guard);
     setActiveAccount(m_currentAccount);
+    saveCurrentId();
     if (listedAlready) {
         //% "This account is already signed in on this device."
         Q_EMIT error(0, translated(QT_TRID_NOOP("account_already_signed_in")), 0);
@@ -509,9 +532,7 @@ QVariantList AccountManager::idsToSave() const
 
 void AccountManager::saveAccounts()
 {
-    if (m_restoring)
-        m_saveAfterRestoring = true;
-    if (m_deleteAll || m_restoring)
+    if (m_deleteAll)
         return;
     // An empty list resets all settings, once its signal has been delivered, and with them what a
     // handler of that has stored.
@@ -521,19 +542,20 @@ void AccountManager::saveAccounts()
         ids = idsToSave();
         settings->setAccountIds(ids, true);
     } while (!m_deleteAll && ids != idsToSave());
-    forgetCurrentId();
+    saveCurrentId();
 }
 
-/// The one that was shown may have logged out since, behind the notebook or in a handler.
-void AccountManager::forgetCurrentId()
+/// Not all changes come by setCurrentAccount(): one that is shown may sign in, or log out behind the
+/// notebook.
+void AccountManager::saveCurrentId()
 {
-    if (m_restoring)
-        return;
     AppSettingModel *settings = AppSettingModel::instance();
-    const qint64 currentId = settings->currentAccountId();
-    const bool entering = m_currentAccount && m_currentAccount->authorized()
-        && m_currentAccount->isAccountId(currentId);
-    if (currentId != 0 && !entering && !idsToSave().contains(currentId))
+    AccountBase *current = m_currentAccount;
+    const bool signedIn =
+        isListed(current) || (m_beingListed.contains(current) && current->authorized());
+    if (signedIn && !m_deleteAll)
+        settings->setCurrentAccountId(current->accountId(), true);
+    else if (!idsToSave().contains(settings->currentAccountId()))
         settings->setCurrentAccountId(0, true);
 }
 
@@ -541,7 +563,7 @@ void AccountManager::forgetCurrentId()
 
 void AccountManager::giveUp(AccountBase *account, bool logOut)
 {
-    if (!isUsable(account) || isHeld(account) || m_entering.contains(account))
+    if (!isUsable(account) || isHeld(account) || m_beingListed.contains(account))
         return;
     account->m_leaving = true;
     if (m_lastAccount == account)
@@ -560,7 +582,7 @@ void AccountManager::accountDeleted(AccountBase *account)
 
 void AccountManager::forget(AccountBase *account)
 {
-    m_entering.removeAll(account);
+    m_beingListed.removeAll(account);
     if (account == m_restored)
         m_restored = nullptr;
     for (Account *pointer : {&m_lastAccount, &m_activeAccount, &m_notebookAccount}) {
@@ -720,6 +742,7 @@ void AccountManager::setCurrentAccount(AccountBase *account, bool forced)
     }
     giveUp(previous);
     setActiveAccount(m_currentAccount);
+    saveCurrentId(); // a handler may have stored that of the account before
     m_newDeviceLoginManager->activeAccount(m_currentAccount);
 }
 
@@ -766,8 +789,9 @@ void AccountManager::setLoginAccount(AccountBase *account)
                 setLoginAccount(guard);
         }))
         return;
-    if (account && (!isUsable(account) || account == m_notebookAccount))
-        return logRefusal("an account that was given up, or the notebook's, does not sign in");
+    if (account && (!isUsable(account) || !maySignIn(account)))
+        return logRefusal(QStringLiteral(
+            "an account that is listed or given up, or the notebook's, does not sign in"));
     if (account && m_closing)
         return;
     const Account before(m_loginAccount);
@@ -778,7 +802,8 @@ void AccountManager::setLoginAccount(AccountBase *account)
         setCurrentAccount(account, true);
     }
     // A handler may have ended the account, or begun another sign-in.
-    if ((account && !isUsable(guard)) || (m_loginAccount && m_loginAccount != before))
+    if ((account && (!isUsable(guard) || !maySignIn(guard)))
+        || (m_loginAccount && m_loginAccount != before))
         return;
     setLogin(account);
     if (account)
@@ -802,10 +827,10 @@ void AccountManager::resetLoginAccount()
     setActiveAccount(m_currentAccount);
 }
 
-void AccountManager::turnAway(AccountBase *account)
+void AccountManager::abandonSignIn(AccountBase *account)
 {
     const Account guard(account);
-    m_entering.removeAll(account);
+    m_beingListed.removeAll(account);
     if (account == m_currentAccount && count() == 0) {
         if (account == m_loginAccount)
             setLogin(nullptr);
@@ -827,7 +852,7 @@ void AccountManager::cancelSignIn()
     if (!login)
         return;
     if (count() > 0)
-        return isListed(login) ? resetLoginAccount() : turnAway(login);
+        return abandonSignIn(login);
     const Account fresh(createAccount(true));
     if (!fresh)
         return;
@@ -897,10 +922,10 @@ void AccountManager::logout(AccountBase *account)
         m_newDeviceLoginManager->deviceLogout(account->accountId());
     if (isListed(guard))
         logoutListed(guard);
-    else if (m_entering.contains(guard))
-        logoutEntering(guard);
+    else if (m_beingListed.contains(guard))
+        logoutBeingListed(guard);
     else if (guard && guard == m_loginAccount && count() > 0)
-        turnAway(guard);
+        abandonSignIn(guard);
 
     if (m_deleteAll && count() == 0)
         finishWipe();
@@ -912,21 +937,13 @@ void AccountManager::logoutListed(AccountBase *account)
     const bool wasOnly = count() == 1;
     const int index = accountIndex(account);
     account->m_leaving = true;
-    if (account == m_restored)
-        m_restored = nullptr;
     removeAccount(index);
 
     // The only account stays, and the sign-in page takes it over.
     const bool stays = count() == 0 && (wasOnly || !successor(index));
-    if (!stays) {
-        if (guard && account == m_loginAccount) {
-            setLogin(nullptr);
-            Q_EMIT loginAccountChanged();
-        }
-        if (guard && account == m_currentAccount) {
-            m_currentAccount = nullptr;
-            chooseCurrentAccount(index);
-        }
+    if (!stays && guard && account == m_currentAccount) {
+        m_currentAccount = nullptr;
+        chooseCurrentAccount(index);
     }
     if (guard && !m_deleteAll) {
         ImLog::info(lcAccounts(),
@@ -941,15 +958,11 @@ void AccountManager::logoutListed(AccountBase *account)
     saveAccounts();
 }
 
-void AccountManager::logoutEntering(AccountBase *account)
+void AccountManager::logoutBeingListed(AccountBase *account)
 {
     const Account guard(account);
-    m_entering.removeAll(account);
+    m_beingListed.removeAll(account);
     const bool wasAbsent = m_absentIds.removeAll(account->accountId()) > 0;
-    if (account == m_restored) {
-        m_restored = nullptr;
-        m_saveAfterRestoring = true;
-    }
     account->m_leaving = true;
     const bool stays = count() == 0;
     if (!stays) {
@@ -979,13 +992,13 @@ void AccountManager::finishWipe()
 {
     if (std::exchange(m_finishingWipe, true))
         return;
+    m_absentIds.clear();
     AppSettingModel::instance()->setAccountIds({}, true);
     logoutAll();
     updateTotals();
     m_finishingWipe = false;
     m_deleteAll = false;
-    m_absentIds.clear();
-    forgetCurrentId();
+    saveCurrentId();
     QMetaObject::invokeMethod(this, &AccountManager::afterUnlockApp, Qt::QueuedConnection);
 }
 
@@ -994,7 +1007,10 @@ void AccountManager::logoutAll()
     if (postponed([this] { logoutAll(); }))
         return;
     m_absentIds.clear();
-    AppSettingModel::instance()->setAccountIds({}, true);
+    {
+        const QScopedValueRollback<bool> loggingOut(m_loggingOutAll, true);
+        AppSettingModel::instance()->setAccountIds({}, true);
+    }
     m_lastAccount = nullptr;
     if (m_currentAccount && m_currentAccount == m_notebookAccount && count() > 0)
         m_currentAccount = m_accounts.first();
@@ -1031,11 +1047,7 @@ void AccountManager::removeAll()
         if (!account)
             continue;
         const bool stays = account == m_currentAccount;
-        if (!stays && account == m_loginAccount)
-            setLogin(nullptr);
         account->m_leaving = true;
-        if (account == m_restored)
-            m_restored = nullptr;
         account->logout(!stays);
         if (account && stays)
             account->m_leaving = false;
@@ -1082,7 +1094,9 @@ void AccountManager::unlockApp(bool destroy, bool notebookMode)
     forEach(false, [recoverable](AccountBase *account) {
         account->deleteAccount(false, 5, true, recoverable);
     });
-    AppSettingModel::instance()->setCurrentAccountId(0, true);
+    // Not where handlers have finished it: somebody may have signed in since.
+    if (m_deleteAll)
+        AppSettingModel::instance()->setCurrentAccountId(0, true);
     if (nothingListed && m_deleteAll)
         finishWipe();
 }
@@ -1202,7 +1216,7 @@ void AccountManager::release(AccountBase *account)
         if (*pointer == account)
             *pointer = nullptr;
     }
-    m_entering.removeAll(account);
+    m_beingListed.removeAll(account);
     giveUp(account, false);
 }
 

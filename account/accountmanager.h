@@ -28,7 +28,9 @@ class NewDeviceLoginManager;
 /// What is kept: the id of an account that signed in stays in the settings until it logs out, by
 /// logout(), logoutAll() or a destroying unlockApp(). One that could not be opened at start-up
 /// although its data are there, and one whose object the application deleted, are not listed, but
-/// tried again at the next start.
+/// tried again at the next start. AppSettingModel::reset() signs nobody out: their ids, and that of
+/// the current account, are stored again. While an account is listed and current, its id is the
+/// stored current one.
 ///
 /// The dynamic property "appLocked" of the application object tells whether a passcode is asked
 /// for: init() sets it when there is one, unlockApp() and the end of the last account clear it.
@@ -108,7 +110,7 @@ public:
     /// AppSettingModel::loadGlobalData(). `factory` is kept, and never gives null; an empty one is
     /// refused with a log line, and nothing is restored or reset. The settings are kept, too, where
     /// the data of a stored account are there. Stores no list, unless somebody signs in or out in
-    /// a handler.
+    /// a handler, or an account takes another id in its restore(): then both ids are stored.
     void init(Factory factory);
 
     int rowCount(const QModelIndex &parent = {}) const override;
@@ -117,8 +119,9 @@ public:
     // Accounts
 
     /// Lists an account that is signed in, and stores its id; does nothing unless it is
-    /// authorized(), nor with the notebook account or one that was given up. The login account, and
-    /// the first one of all, becomes the current one. The application's class calls this at the end
+    /// authorized(). The login account, and the first one of all, becomes the current one, unless a
+    /// listener vetoes it; the sign-in is over in any case. Refused with a log line: an account with
+    /// an id below 1, the notebook account, and one that was given up. The application's class calls this at the end
     /// of a sign-in; containsAccount() then tells whether it is listed.
     ///
     /// An account whose id is listed already is refused with error(), one that comes while a
@@ -140,7 +143,8 @@ public:
     bool deleteAll() const { return m_deleteAll; }
     /// Makes an account the one that signs in, unless a listener vetoes it; without a current
     /// account it becomes that as well. One that was signing in before is given up. Null ends the
-    /// sign-in; the object stays, and is the caller's unless it is listed or current.
+    /// sign-in; the object stays, and is the caller's unless it is current. An account that is
+    /// listed, or about to be, is refused with a log line.
     void setLoginAccount(AccountBase *account);
 
     /// Starts a new sign-in, or goes on with the one under way. False, with error(), when there are
@@ -361,10 +365,13 @@ private:
     static void accountDeleted(AccountBase *account);
     void forget(AccountBase *account);
 
+    AccountBase *createAccount(bool autoReconnect, bool isNotebook);
     bool mayChangeCurrentItem(bool forced, AccountBase *newCurrent);
     bool isListed(const AccountBase *account) const;
     /// False for null, and for an account that is on its way out.
     static bool isUsable(const AccountBase *account);
+    /// False for the notebook account, and for one that is listed or about to be.
+    bool maySignIn(AccountBase *account) const;
     /// True when the manager owns it.
     bool isHeld(const AccountBase *account) const;
     /// Releases an object that the manager does not hold any more, and no other.
@@ -372,11 +379,12 @@ private:
     /// The same of one that only these pointers still hold, at the end.
     void release(AccountBase *account);
     void restore(qint64 id);
-    bool mayBeListed(AccountBase *account);
-    /// Ends a sign-in where accounts are listed, and makes one of them current.
-    void turnAway(AccountBase *account);
+    /// False for one that must not be listed; it is given up, with a log line.
+    bool checkListable(AccountBase *account);
+    /// Ends the sign-in of an account, which is given up; if it was current, another one is.
+    void abandonSignIn(AccountBase *account);
     void logoutListed(AccountBase *account);
-    void logoutEntering(AccountBase *account);
+    void logoutBeingListed(AccountBase *account);
     /// Makes one that logged out, and was the only one, the login account.
     void keepSignedOut(AccountBase *account);
     void endLogin();
@@ -393,7 +401,7 @@ private:
     void updateTotals();
     QVariantList idsToSave() const;
     void saveAccounts();
-    void forgetCurrentId();
+    void saveCurrentId();
     void finishWipe();
     void initGeometry();
     void updateInfoPanelVisible();
@@ -418,15 +426,15 @@ private:
     Account m_lastAccount;
     Account m_activeAccount;
     Account m_notebookAccount;
-    /// Being listed by addAccount(), which tells by them whether one was turned away meanwhile.
-    QList<AccountBase *> m_entering;
+    /// Those that addAccount() is about to list. Whoever refuses or logs out one takes it out.
+    QList<AccountBase *> m_beingListed;
     /// Stored ids without a listed account.
     QList<qint64> m_absentIds;
     bool m_changingRows = false;
     std::deque<std::function<void()>> m_postponed; // until the rows have changed
     const AccountBase *m_restored = nullptr;       // that is being restored
     bool m_restoring = false;
-    bool m_saveAfterRestoring = false;
+    bool m_loggingOutAll = false; // the settings are being reset for that
     bool m_closing = false;
     int m_totalUnreadCount = 0;
     int m_totalAtMeCount = 0;

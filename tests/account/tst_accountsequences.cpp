@@ -243,17 +243,28 @@ public:
         const QScopedValueRollback<int> depth(m_depth, m_depth + 1);
         operate();
     }
-    /// Whether the store of an account opens that is restored.
-    bool opens(qint64 id)
+    /// The id that an account has after it was restored, or 0 for one that does not open.
+    qint64 restoredId(qint64 id)
     {
-        if (!m_sequence.chance(10))
-            return true;
-        note(QStringLiteral("%1 does not open").arg(id));
-        m_absent.insert(id);
-        return false;
+        const qint64 other = m_sequence.chance(85) ? id : m_sequence.below(4);
+        if (other != id) {
+            note(QStringLiteral("%1 is restored as %2").arg(id).arg(other));
+            m_absent.insert(id);
+            m_renamed = m_renamed || other > 0;
+        }
+        return other;
     }
 
     void forget(qint64 id) { m_absent.remove(id); }
+    /// In a handler it may come at once or later, and where the settings are being reset no signal
+    /// tells when.
+    void forgetAll()
+    {
+        if (m_depth > 0) {
+            m_maybeAbsent += m_absent;
+            m_absent.clear();
+        }
+    }
 
     static inline Application *the = nullptr;
     Handlers handlers;
@@ -273,11 +284,14 @@ private:
         m_wiping = false;
         QObject::connect(settings(), &AppSettingModel::accountIdsChanged, manager(),
                          [this](const QVariantList &ids) {
-                             if (ids.isEmpty())
+                             if (ids.isEmpty() && !m_resetting)
                                  m_absent.clear();
                          });
         QObject::connect(manager(), &AccountManager::appWiped, manager(),
-                         [this] { m_wiping = false; });
+                         [this] {
+                             m_wiping = false;
+                             m_absent.clear();
+                         });
         QObject::connect(manager(), &AccountManager::beginReset, manager(), [this] {
             m_wiping = false;
             m_closed = true;
@@ -358,8 +372,20 @@ private:
         if (!account || account->stage != WatchedAccount::SignedOut || account->busy > 0
             || account == manager()->notebookAccount())
             return;
-        const qint64 id = 1 + m_sequence.below(7);
+        // An id of 0 or below is refused wherever it comes up.
+        const qint64 id = m_sequence.chance(5) ? -m_sequence.below(2) : 1 + m_sequence.below(7);
         note(QStringLiteral("%1 signs in as %2").arg(name(account)).arg(id));
+        if (id < 1) {
+            account->run([&] {
+                account->setAccountId(id);
+                CHECK(!account->openStorage(true));
+                account->setAuthorized(true);
+                manager()->addAccount(account);
+                CHECK(!manager()->containsAccount(account));
+                account->setAuthorized(false);
+            });
+            return;
+        }
         account->run([&] {
             account->setAccountId(id);
             account->setTotalUnreadCount(m_sequence.below(4));
@@ -383,6 +409,8 @@ private:
     bool m_stopping = false;
     bool m_closed = false;
     bool m_wiping = false;
+    bool m_resetting = false;
+    bool m_renamed = false; // since the start, in a restore()
     QSet<qint64> m_absent;
     QSet<qint64> m_maybeAbsent; // deleted by a handler, perhaps of a signal that all are forgotten
     QVariantList m_storedIds;
@@ -417,8 +445,8 @@ void WatchedAccount::restore(QVariantMap params, bool connectNow, int reason)
 {
     const QScopedValueRollback<int> running(busy, busy + 1);
     const qint64 id = params.value(QStringLiteral("userId")).toLongLong();
-    if (Application::the->opens(id))
-        FakeAccount::restore(params, connectNow, reason);
+    if (const qint64 other = Application::the->restoredId(id); other > 0)
+        FakeAccount::restore({{QStringLiteral("userId"), other}}, connectNow, reason);
     else
         setAccountId(id);
     if (stage != Gone)
@@ -431,7 +459,7 @@ void Application::operate()
         note(QLatin1StringView(what));
         operation();
     };
-    switch (m_sequence.below(27)) {
+    switch (m_sequence.below(28)) {
     case 0:
     case 1:
         return call("addAccount", [] { manager()->addAccount(); });
@@ -484,18 +512,23 @@ void Application::operate()
         note(QStringLiteral("delete %1").arg(name(account)));
         if (manager()->containsAccount(account)
             || (account->stage == WatchedAccount::SignedIn
-                && storedIds().contains(account->accountId())))
+                && (m_resetting || storedIds().contains(account->accountId()))))
             (m_depth > 0 ? m_maybeAbsent : m_absent).insert(account->accountId());
         delete account;
         return;
     }
     case 14:
-        return m_sequence.chance(50) ? call("logoutAll", [] { manager()->logoutAll(); }) : void();
+        if (m_sequence.chance(50)) {
+            forgetAll();
+            call("logoutAll", [] { manager()->logoutAll(); });
+        }
+        return;
     case 15:
         if (m_sequence.chance(40)) {
             for (const Account &account : ofStage([](WatchedAccount *) { return true; }))
                 account->slow = m_sequence.chance(30);
             m_wiping = true;
+            forgetAll();
             call("wipe", [] { manager()->unlockApp(true, false); });
         }
         return;
@@ -552,6 +585,10 @@ void Application::operate()
         return;
     case 25:
         return m_sequence.chance(10) ? call("reset", [] { manager()->reset(); }) : void();
+    case 26: {
+        const QScopedValueRollback<bool> resetting(m_resetting, true);
+        return call("reset the settings", [] { settings()->reset(); });
+    }
     default:
         return call("veto", [] { manager()->setCurrentItemChangeable(0, false); });
     }
@@ -566,6 +603,7 @@ void Application::restart()
     const qint64 current = m_storedCurrentId;
     // Without handlers the next start gives what was stored, and nothing else.
     const QScopedValueRollback<int> quiet(m_depth, m_sequence.chance(50) ? 3 : 0);
+    m_renamed = false;
     start();
     if (m_depth == 0)
         return;
@@ -574,8 +612,8 @@ void Application::restart()
         if (const qint64 id = value.toLongLong(); !m_absent.contains(id))
             expected.insert(id == current ? 0 : expected.size(), id);
     }
-    CHECK(std::ranges::equal(manager()->getAccountIds(), expected));
-    CHECK(settings()->accountIds() == stored);
+    if (!m_renamed)
+        CHECK(manager()->getAccountIds() == expected && settings()->accountIds() == stored);
 }
 
 void Application::check()
@@ -589,7 +627,7 @@ void Application::check()
     qint64 atMe = 0;
     for (WatchedAccount *account : rows) {
         CHECK(accounts.contains(account) && account->stage == WatchedAccount::SignedIn);
-        CHECK(!ids.contains(account->accountId()));
+        CHECK(account->accountId() > 0 && !ids.contains(account->accountId()));
         ids.insert(account->accountId());
         unread += account->totalUnreadCount();
         atMe += account->totalAtMeCount();
@@ -610,7 +648,7 @@ void Application::check()
             note(QStringLiteral("account %1, stage %2").arg(name(account)).arg(account->stage));
     }
     CHECK(!current || accounts.contains(current));
-    CHECK(!login || accounts.contains(login));
+    CHECK(!login || (accounts.contains(login) && !rows.contains(login)));
     if (m_closed)
         return;
     CHECK(current);
@@ -622,6 +660,7 @@ void Application::check()
         CHECK(storedIds() == ids + m_absent);
         const qint64 currentId = settings()->currentAccountId();
         CHECK(currentId == 0 || storedIds().contains(currentId));
+        CHECK(!rows.contains(current) || currentId == current->accountId());
     }
     if (QTest::currentTestFailed()) {
         QString state;
