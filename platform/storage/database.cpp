@@ -76,6 +76,30 @@ void logFailure(const char *what, const QString &filePath, const QString &reason
         QStringLiteral("cannot %1 %2: %3").arg(QString::fromLatin1(what), filePath, reason));
 }
 
+/// What open() fails with where SQLite has no word for it.
+struct OpenError : std::runtime_error {
+    OpenError(Database::OpenFailure why, const std::string &text)
+        : std::runtime_error(text), failure(why)
+    {
+    }
+    Database::OpenFailure failure;
+};
+
+/// Why opening failed, from the exception that is being handled.
+Database::OpenFailure currentFailure()
+{
+    try {
+        throw;
+    } catch (const OpenError &e) {
+        return e.failure;
+    } catch (const SQLite::Exception &e) {
+        const bool isLocked = e.getErrorCode() == SQLITE_BUSY || e.getErrorCode() == SQLITE_LOCKED;
+        return isLocked ? Database::OpenFailure::Locked : Database::OpenFailure::Unreadable;
+    } catch (...) {
+        return Database::OpenFailure::Unreadable;
+    }
+}
+
 /// Sees to it that there is a file to open. True when it was made here.
 bool prepareFile(const QString &filePath, bool create)
 {
@@ -89,7 +113,7 @@ bool prepareFile(const QString &filePath, bool create)
     if (info.exists() || info.isSymLink())
         return false;
     if (!create)
-        throw std::runtime_error("there is none");
+        throw OpenError(Database::OpenFailure::Missing, "there is none");
     createPrivateFile(filePath);
     return true;
 }
@@ -124,9 +148,9 @@ std::unique_ptr<SQLite::Database> connect(const QString &filePath, const SchemaS
         // Before anything that could write: a newer version's file is left as it is.
         const int version = connection->execAndGet("PRAGMA user_version").getInt();
         if (version < 0 || version > current) {
-            throw std::runtime_error("it was written by a newer version (schema "
-                                     + std::to_string(version) + ", known up to "
-                                     + std::to_string(current) + ")");
+            throw OpenError(Database::OpenFailure::Newer,
+                            "it was written by a newer version (schema " + std::to_string(version)
+                                + ", known up to " + std::to_string(current) + ")");
         }
         checkSound(*connection);
         connection->exec("PRAGMA journal_mode = WAL");
@@ -197,8 +221,10 @@ bool Database::open(const QString &filePath, bool create)
     const unsigned now = crashes;
     QString damage;
     QString failure;
+    m_openFailure = OpenFailure::None;
     if (!lock(QDeadlineTimer(waitMs))) {
         failure = QString::fromLatin1(heldReason);
+        m_openFailure = OpenFailure::Locked;
     } else {
         const auto unlocked = qScopeGuard([this] { unlock(); });
         m_abandoned = false;
@@ -227,6 +253,7 @@ bool Database::open(const QString &filePath, bool create)
             m_openedIn = now;
         } catch (...) {
             failure = currentReason();
+            m_openFailure = currentFailure();
             if (created)
                 QFile::remove(filePath);
         }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "storage/storage_export.h"
+#include "storage/userstorageprovider.h"
 
 #include <QDeadlineTimer>
 #include <QMutex>
@@ -35,6 +36,8 @@ using SchemaSteps = std::vector<const char *>;
 class STORAGE_EXPORT Database
 {
 public:
+    using OpenFailure = UserStorageProvider::OpenFailure;
+
     explicit Database(SchemaSteps steps);
     ~Database();
 
@@ -45,6 +48,8 @@ public:
     bool open(const QString &filePath, bool create = true);
     bool isOpen() const;
     bool recovered() const { return m_recovered; }
+    /// Why the last open() failed.
+    OpenFailure openFailure() const { return m_openFailure; }
     /// Waits for a call that is under way in another thread and for the disk, until `deadline` at
     /// most. What takes longer goes on in the background and closes the file at its end; false
     /// then.
@@ -94,6 +99,7 @@ private:
     std::atomic_bool m_held = false; ///< a call has waited for the mutex in vain
     std::atomic_bool m_abandoned = false; ///< close() has: whoever holds the mutex closes
     bool m_recovered = false;
+    OpenFailure m_openFailure = OpenFailure::None;
     QMutex m_mutex; ///< guards what follows
     std::unique_ptr<Connection> m_connection;
 };
