@@ -241,16 +241,40 @@ void AccountBase::setPhone(QString phone)
         Q_EMIT phoneChanged();
 }
 
+AccountBase::StoreState AccountBase::storeState() const
+{
+    using Failure = storage::UserStorageProvider::OpenFailure;
+    if (m_storage->isOpen())
+        return StoreOpen;
+    switch (m_storage->openFailure()) {
+    case Failure::None:
+        return StoreClosed;
+    case Failure::Missing:
+        return StoreMissing;
+    case Failure::Locked:
+        return StoreLocked;
+    case Failure::Newer:
+        return StoreNewer;
+    case Failure::Unreadable:
+        break;
+    }
+    return StoreUnreadable;
+}
+
 // Identity
+
+QString AccountBase::statusDataPath(qint64 id)
+{
+    return AppDirManager::instance()->defaultCacheDataDir() + QString::number(id)
+        + Util::separator() + QStringLiteral("userstatus") + Util::separator();
+}
 
 void AccountBase::setAccountId(qint64 accountId)
 {
     const qint64 old = m_accountId.exchange(accountId);
     if (m_userStatusDataPath.isEmpty() || (old != accountId && accountId > 0)) {
         m_pathId = accountId;
-        m_userStatusDataPath = AppDirManager::instance()->defaultCacheDataDir()
-            + QString::number(accountId) + Util::separator() + QStringLiteral("userstatus")
-            + Util::separator();
+        m_userStatusDataPath = statusDataPath(accountId);
         updateUserCacheDataPath();
     }
     if (old == accountId)

@@ -97,6 +97,16 @@ public:
     Q_ENUM(FeatureState)
     enum BannedState { NOT_BANNED, TEMPORARY, PERMANENT };
     Q_ENUM(BannedState)
+    /// Whether the account's store is open, and if not, why.
+    enum StoreState {
+        StoreClosed, ///< not asked for so far, or closed again
+        StoreOpen,
+        StoreMissing,    ///< there is none, and none was to be made
+        StoreLocked,     ///< another program is using it
+        StoreNewer,      ///< a newer version of the application has written it
+        StoreUnreadable, ///< no access, a failing disk, or something else in its place
+    };
+    Q_ENUM(StoreState)
 
     explicit AccountBase(QObject *parent = nullptr);
     /// Closes the account's storage, see closeStorage(); what cannot be written is named in the
@@ -131,7 +141,9 @@ public:
     virtual void initialize() = 0;
     /// Opens a stored account: `params` is {"userId": id}, `reason` the application's own number, 0
     /// from the manager. An account that could be opened is authorized() when this returns; any
-    /// other is not listed but given up, by release(false, true).
+    /// other is not listed but given up, by release(false, true). With its store open it is nobody's
+    /// then, and its id is forgotten. With its store closed it is tried again later, see
+    /// AccountManager::unavailableAccounts(); unless there is no database.
     virtual void restore(QVariantMap params, bool connectNow, int reason) = 0;
     /// Gives up an object that is in no list, once: at shut-down or because it could not be restored
     /// (`logOut` false), or because its sign-in ends or is refused (true). `deleteThis`, always true
@@ -213,6 +225,7 @@ public:
 
     /// Opened and closed by openStorage() and closeStorage() only.
     storage::UserStorageProvider *storage() const { return m_storage.get(); }
+    StoreState storeState() const;
     /// While a keychain is asked for its master key, it is Opening and has no keys; see
     /// signalStoreOpened().
     crypto::Store *signalStore() const { return m_signalStore.get(); }
@@ -359,6 +372,7 @@ private:
     friend class AccountManager;
     class Mailbox;
 
+    static QString statusDataPath(qint64 id);
     void suspendStore();
     bool leaveStore(QDeadlineTimer deadline);
     void storeUserInfo();

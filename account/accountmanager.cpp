@@ -7,11 +7,12 @@
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
 #include "storage/globalstorageprovider.h"
+#include "storage/userstorageprovider.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QJSEngine>
 #include <QLoggingCategory>
+#include <QMetaEnum>
 #include <QNetworkProxy>
 #include <QScopedValueRollback>
 
@@ -51,12 +52,6 @@ void processEvents()
 void logRefusal(const QString &reason)
 {
     ImLog::error(lcAccounts(), QStringLiteral("AccountManager: ") + reason);
-}
-
-/// True when something of the account lies on this machine, whether or not it can be opened.
-bool hasData(const AccountBase *account)
-{
-    return !QDir(account->userStatusDataPath()).isEmpty();
 }
 
 } // namespace
@@ -175,20 +170,22 @@ void AccountManager::init(Factory factory)
     }
 
     setAppLocked(!settings->passcode().isEmpty());
-    m_absentIds = ids;
+    for (qint64 id : std::as_const(ids))
+        addAbsent(id, AccountBase::StoreClosed);
     m_restoring = true;
     for (qint64 id : std::as_const(ids)) {
-        if (m_absentIds.contains(id)) // unless a handler has signed it in, or everybody out
+        if (isAbsent(id)) // unless a handler has signed it in, or everybody out
             restore(id);
     }
     m_restoring = false;
     if (count() == 0) {
         addAccount();
-        if (!storedIds.isEmpty() && m_absentIds.isEmpty())
+        if (!storedIds.isEmpty() && m_absent.isEmpty())
             settings->reset();
     }
     chooseCurrentAccount(0);
     saveCurrentId();
+    announceAbsent();
     m_notebookAccount = createAccount(false, true);
     m_appDataMove->resume();
     initGeometry();
@@ -205,17 +202,77 @@ void AccountManager::restore(qint64 id)
             addAccount(account);
         m_restored = nullptr;
     }
-    if (m_absentIds.contains(id)) {
-        if (account && !hasData(account)) {
-            m_absentIds.removeAll(id);
+    if (isAbsent(id)) {
+        const bool isOurs = isUsable(account) && account->isAccountId(id);
+        auto state = isOurs ? account->storeState() : AccountBase::StoreClosed;
+        const bool isNobodys = state == AccountBase::StoreOpen && !account->authorized();
+        if (isNobodys || storage::UserStorageProvider::isMissing(AccountBase::statusDataPath(id))) {
+            removeAbsent(id);
         } else {
+            if (state == AccountBase::StoreMissing) // as far as that account could tell
+                state = AccountBase::StoreUnreadable;
             ImLog::error(
                 lcAccounts(),
-                QStringLiteral("Account %1 could not be opened; the next start tries it again.")
-                    .arg(id));
+                QStringLiteral("Account %1 could not be opened (%2); it is tried again at "
+                               "the next start and on request.")
+                    .arg(id)
+                    .arg(QLatin1StringView(
+                        QMetaEnum::fromType<AccountBase::StoreState>().valueToKey(state))));
+            addAbsent(id, state);
         }
     }
     giveUp(account, false);
+}
+
+bool AccountManager::retryAccount(qint64 accountId)
+{
+    if (!isAbsent(accountId) || m_restoring || m_restored || m_deleteAll || m_closing
+        || postponed([this, accountId] { retryAccount(accountId); }))
+        return false;
+    const bool isFirst = count() == 0;
+    restore(accountId);
+    saveAccounts();
+    AccountBase *account = getAccount(accountId);
+    if (account && isFirst && m_currentAccount != m_notebookAccount)
+        setCurrentAccount(account, false);
+    return getAccount(accountId);
+}
+
+bool AccountManager::isAbsent(qint64 id) const
+{
+    return std::ranges::find(m_absent, id, &Absent::id) != m_absent.end();
+}
+
+void AccountManager::addAbsent(qint64 id, AccountBase::StoreState state)
+{
+    const auto found = std::ranges::find(m_absent, id, &Absent::id);
+    if (found == m_absent.end())
+        m_absent.append({id, state});
+    else
+        found->state = state;
+}
+
+bool AccountManager::removeAbsent(qint64 id)
+{
+    return m_absent.removeIf([id](const Absent &absent) { return absent.id == id; }) > 0;
+}
+
+void AccountManager::announceAbsent()
+{
+    if (m_announcedAbsent == m_absent)
+        return;
+    m_announcedAbsent = m_absent;
+    Q_EMIT unavailableAccountsChanged();
+}
+
+QVariantList AccountManager::unavailableAccounts() const
+{
+    QVariantList accounts;
+    for (const Absent &absent : m_absent) {
+        accounts.append(QVariantMap{{QStringLiteral("accountId"), absent.id},
+                                    {QStringLiteral("state"), int(absent.state)}});
+    }
+    return accounts;
 }
 
 void AccountManager::initGeometry()
@@ -447,7 +504,7 @@ void AccountManager::addAccount(AccountBase *account)
         const bool restored = account == m_restored;
         m_changingRows = true;
         beginInsertRows({}, count(), count());
-        const bool wasStored = guard && m_absentIds.removeAll(guard->accountId()) > 0;
+        const bool wasStored = guard && removeAbsent(guard->accountId());
         // The sign-in is over, whatever handlers have vetoed or begun meanwhile.
         const bool endsLogin = guard && guard == m_loginAccount;
         {
@@ -470,7 +527,7 @@ void AccountManager::addAccount(AccountBase *account)
 
 bool AccountManager::checkListable(AccountBase *account)
 {
-    const bool listedAlready = account->accountId() > 0 && getAccount(account->accountId());
+    const bool listedAlready = getAccount(account->accountId());
     if (m_closing) {
         giveUp(account, false);
         return false;
@@ -523,9 +580,9 @@ QVariantList AccountManager::idsToSave() const
         if (account && account->authorized() && account->accountId() > 0)
             ids.append(account->accountId());
     }
-    for (qint64 id : m_absentIds) {
-        if (!ids.contains(id))
-            ids.append(id);
+    for (const Absent &absent : m_absent) {
+        if (!ids.contains(absent.id))
+            ids.append(absent.id);
     }
     return ids;
 }
@@ -543,6 +600,7 @@ void AccountManager::saveAccounts()
         settings->setAccountIds(ids, true);
     } while (!m_deleteAll && ids != idsToSave());
     saveCurrentId();
+    announceAbsent();
 }
 
 /// Not all changes come by setCurrentAccount(): one that is shown may sign in, or log out behind the
@@ -598,8 +656,8 @@ void AccountManager::forget(AccountBase *account)
     const int row = accountIndex(account);
     if (row >= 0) {
         const qint64 id = account->accountId();
-        if (account->authorized() && id > 0 && !m_absentIds.contains(id))
-            m_absentIds.append(id);
+        if (account->authorized() && id > 0)
+            addAbsent(id, AccountBase::StoreClosed);
         const std::lock_guard lock(m_lock);
         m_accounts[row] = nullptr;
     }
@@ -616,6 +674,7 @@ void AccountManager::forget(AccountBase *account)
             setActiveAccount(m_currentAccount);
         if (m_deleteAll && count() == 0)
             finishWipe();
+        announceAbsent();
     };
     if (!postponed(close))
         close();
@@ -962,7 +1021,7 @@ void AccountManager::logoutBeingListed(AccountBase *account)
 {
     const Account guard(account);
     m_beingListed.removeAll(account);
-    const bool wasAbsent = m_absentIds.removeAll(account->accountId()) > 0;
+    const bool wasAbsent = removeAbsent(account->accountId());
     account->m_leaving = true;
     const bool stays = count() == 0;
     if (!stays) {
@@ -992,13 +1051,14 @@ void AccountManager::finishWipe()
 {
     if (std::exchange(m_finishingWipe, true))
         return;
-    m_absentIds.clear();
+    m_absent.clear();
     AppSettingModel::instance()->setAccountIds({}, true);
     logoutAll();
     updateTotals();
     m_finishingWipe = false;
     m_deleteAll = false;
     saveCurrentId();
+    announceAbsent();
     QMetaObject::invokeMethod(this, &AccountManager::afterUnlockApp, Qt::QueuedConnection);
 }
 
@@ -1006,7 +1066,7 @@ void AccountManager::logoutAll()
 {
     if (postponed([this] { logoutAll(); }))
         return;
-    m_absentIds.clear();
+    m_absent.clear();
     {
         const QScopedValueRollback<bool> loggingOut(m_loggingOutAll, true);
         AppSettingModel::instance()->setAccountIds({}, true);
@@ -1176,9 +1236,8 @@ void AccountManager::reset()
 
     if (count() > 0) {
         // Should somebody sign in afterwards, that does not forget them on the disk.
-        m_absentIds.clear();
         for (const QVariant &id : idsToSave())
-            m_absentIds.append(id.toLongLong());
+            addAbsent(id.toLongLong(), AccountBase::StoreClosed);
         m_changingRows = true;
         beginRemoveRows({}, 0, count() - 1);
         const QList<Account> listed = snapshot(false);

@@ -26,9 +26,10 @@ class NewDeviceLoginManager;
 /// listed one, or, while nobody is signed in, the login account.
 ///
 /// What is kept: the id of an account that signed in stays in the settings until it logs out, by
-/// logout(), logoutAll() or a destroying unlockApp(). One that could not be opened at start-up
-/// although its data are there, and one whose object the application deleted, are not listed, but
-/// tried again at the next start. AppSettingModel::reset() signs nobody out: their ids, and that of
+/// logout(), logoutAll() or a destroying unlockApp(). One that could not be opened just now, and one
+/// whose object the application deleted, are not listed but in unavailableAccounts(), and tried
+/// again at the next start. Forgotten are accounts that are gone: without a database, or with one
+/// that opens and is nobody's, see AccountBase::restore(). AppSettingModel::reset() signs nobody out: their ids, and that of
 /// the current account, are stored again. While an account is listed and current, its id is the
 /// stored current one.
 ///
@@ -43,7 +44,7 @@ class NewDeviceLoginManager;
 /// to rowsInserted (likewise for removals), countChanged and the totals' signals included, these
 /// operations return at once and are carried out right after, in their order: addAccount(),
 /// setLoginAccount(), cancelSignIn(), logout(), logoutAll(), setCurrentAccount(),
-/// activeNextAccount(), unlockApp() and reset(). Those that return something say what.
+/// activeNextAccount(), retryAccount(), unlockApp() and reset(). Those that return something say what.
 /// In all other moments they are carried out at once. When several nested ones choose a current
 /// account, the one that was asked for last stays.
 ///
@@ -82,6 +83,8 @@ class MODELBASE_EXPORT AccountManager : public QAbstractListModel
     Q_PROPERTY(int maxMsgItemWidthInThread READ maxMsgItemWidthInThread WRITE
                    setMaxMsgItemWidthInThread NOTIFY maxMsgItemWidthInThreadChanged)
     Q_PROPERTY(bool infoPanelVisible READ infoPanelVisible NOTIFY infoPanelVisibleChanged)
+    Q_PROPERTY(
+        QVariantList unavailableAccounts READ unavailableAccounts NOTIFY unavailableAccountsChanged)
 
 public:
     /// Makes an account object with the given parent; see init().
@@ -105,11 +108,10 @@ public:
     static void releaseInstance();
 
     /// Restores the stored accounts, the one that was current first; offers a login account when
-    /// there are none. When accounts were stored and none of them could be restored, all
-    /// application settings are reset. Once, on the main thread, with a QCoreApplication, after
+    /// there are none. When accounts were stored and all of them are gone, all application
+    /// settings are reset. Once, on the main thread, with a QCoreApplication, after
     /// AppSettingModel::loadGlobalData(). `factory` is kept, and never gives null; an empty one is
-    /// refused with a log line, and nothing is restored or reset. The settings are kept, too, where
-    /// the data of a stored account are there. Stores no list, unless somebody signs in or out in
+    /// refused with a log line, and nothing is restored or reset. Stores no list, unless somebody signs in or out in
     /// a handler, or an account takes another id in its restore(): then both ids are stored.
     void init(Factory factory);
 
@@ -162,6 +164,13 @@ public:
     Q_INVOKABLE int accountIndex(AccountBase *account) const;
     /// The ids of the listed accounts that have one, in the list's order.
     Q_INVOKABLE QList<qint64> getAccountIds() const;
+    /// The stored accounts that are not listed, as maps {"accountId": qint64, "state":
+    /// AccountBase::StoreState as int}; each may be tried again by retryAccount().
+    QVariantList unavailableAccounts() const;
+    /// Opens and lists one of unavailableAccounts(), as a start would; it becomes the current one
+    /// where nobody is listed. False for all others, where it is not listed in the end, while
+    /// another account is being restored, and while rows change.
+    Q_INVOKABLE bool retryAccount(qint64 accountId);
     /// Takes an account off the list and calls its logout(); if it was current, the one before it
     /// is current again, or a neighbour in the list. The last account stays as the login account,
     /// and with its id all application settings are reset. Of a login account that is not listed:
@@ -341,6 +350,7 @@ Q_SIGNALS:
     void infoPanelVisibleChanged();
     /// A destroying unlock has removed the last account; the application decides what follows.
     void appWiped();
+    void unavailableAccountsChanged();
 
 protected:
     void removeAccount(int index);
@@ -357,6 +367,12 @@ private Q_SLOTS:
 private:
     friend class AccountBase;
     using Account = QPointer<AccountBase>;
+    /// A stored account that is not listed, and why.
+    struct Absent {
+        qint64 id;
+        AccountBase::StoreState state;
+        bool operator==(const Absent &) const = default;
+    };
 
     AccountManager();
     ~AccountManager() override;
@@ -399,6 +415,11 @@ private:
     void removeEmptyRows();
     void removeAll();
     void updateTotals();
+    bool isAbsent(qint64 id) const;
+    void addAbsent(qint64 id, AccountBase::StoreState state);
+    /// False when it is none.
+    bool removeAbsent(qint64 id);
+    void announceAbsent();
     QVariantList idsToSave() const;
     void saveAccounts();
     void saveCurrentId();
@@ -428,8 +449,8 @@ private:
     Account m_notebookAccount;
     /// Those that addAccount() is about to list. Whoever refuses or logs out one takes it out.
     QList<AccountBase *> m_beingListed;
-    /// Stored ids without a listed account.
-    QList<qint64> m_absentIds;
+    QList<Absent> m_absent;
+    QList<Absent> m_announcedAbsent; // by unavailableAccountsChanged()
     bool m_changingRows = false;
     std::deque<std::function<void()>> m_postponed; // until the rows have changed
     const AccountBase *m_restored = nullptr;       // that is being restored
