@@ -7,6 +7,7 @@
 #include "i18n/translated_p.h"
 #include "imcrypto/masterkey.h"
 #include "imlog/imlog.h"
+#include "settings/accountsettingmodel.h"
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
 #include "storage/globalstorageprovider.h"
@@ -41,6 +42,7 @@ constexpr int roomBesideInfoPanel = 380;
 constexpr int waitRounds = 100;
 constexpr int waitMilliseconds = 20;
 constexpr int fileTransferMilliseconds = 3000;
+constexpr int syncMs = 5000; // at most
 
 AccountManager *theInstance = nullptr;
 
@@ -489,6 +491,9 @@ void AccountManager::addAccount(AccountBase *account)
     connect(account, &AccountBase::totalAtMeCountChanged, this,
             &AccountManager::accountAtMeCountChanged, Qt::UniqueConnection);
 
+    // Its store is on the disk before its id is.
+    if (account != m_restored)
+        account->accountSettingModel()->flush(QDeadlineTimer(syncMs));
     const bool wasLogin = account == m_loginAccount;
     m_beingListed.append(account);
     if (wasLogin || !m_currentAccount)
@@ -606,6 +611,8 @@ void AccountManager::saveAccounts()
         settings->setAccountIds(ids, true);
     } while (!m_deleteAll && ids != idsToSave());
     saveCurrentId();
+    // Who has signed in is not to do so again after a power cut; nor is who signed out back.
+    settings->flush(QDeadlineTimer(syncMs));
     announceAbsent();
 }
 
@@ -1081,7 +1088,7 @@ void AccountManager::finishWipe()
 void AccountManager::removeTraces()
 {
     // Closed first: whoever signs in next makes keys under another one.
-    for (const Account &account : {m_notebookAccount, m_loginAccount}) {
+    for (const Account &account : {m_notebookAccount, Account(m_loginAccount)}) {
         if (account)
             account->closeStorage();
     }

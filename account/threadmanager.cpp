@@ -9,7 +9,9 @@
 #include <QThread>
 #include <QThreadPool>
 
+#include <chrono>
 #include <deque>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -86,12 +88,19 @@ private:
 
 } // namespace
 
-/// Outlives the manager, since threads that were given up may come to it at any later time.
+/// Is never deleted: it outlives the manager for threads that were given up, and for what uses the
+/// manager at the very end of the process.
 class ThreadManager::Private
 {
 public:
+    static Private *instance()
+    {
+        static Private *const instance = new Private;
+        return instance;
+    }
     void init();
     bool post(std::function<void()> &fn);
+    bool postLater(std::function<void()> &fn, int ms);
     bool run(std::function<void()> &fn);
     void quitPool();
     void quitSaveThread();
@@ -102,14 +111,18 @@ public:
     std::unique_ptr<QThread> saveThread;
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     void startSaveThread();
     void runSaveTasks();
+    Clock::duration untilLaterTask();
     std::size_t finishedCount();
     std::size_t giveSaveThreadUp();
 
     std::deque<std::function<void()>> m_tasks; // of the save thread, oldest first
-    std::size_t m_finished = 0;                // save tasks so far
-    bool m_accepting = false;                  // tasks go to the save thread
+    std::multimap<Clock::time_point, std::function<void()>> m_laterTasks; // by when they are due
+    std::size_t m_finished = 0;                                           // save tasks so far
+    bool m_accepting = false;            // tasks go to the save thread
     bool m_closing = false;              // the save thread ends once it has nothing left to do
     Qt::HANDLE m_saveThreadId = nullptr; // set by the save thread while it takes tasks
     QAbstractEventDispatcher *m_dispatcher = nullptr; // of the save thread, likewise
@@ -122,7 +135,7 @@ ThreadManager *ThreadManager::getInstance()
     return &instance;
 }
 
-ThreadManager::ThreadManager() : d(new Private) { }
+ThreadManager::ThreadManager() : d(Private::instance()) { }
 
 ThreadManager::~ThreadManager()
 {
@@ -139,7 +152,7 @@ void ThreadManager::init()
             d->init();
     }
     if (quitting)
-        ImLog::error(lcThreads(), QStringLiteral("init() is called during quitAll(): ignored"));
+        ImLog::error(lcThreads(), QStringLiteral("Ignored init() during quitAll()"));
 }
 
 void ThreadManager::Private::init()
@@ -165,7 +178,7 @@ void ThreadManager::Private::startSaveThread()
 
 void ThreadManager::invoke(std::function<void()> &&fn, bool async)
 {
-    if (!async || !getInstance()->d->post(fn))
+    if (!async || !Private::instance()->post(fn))
         fn();
 }
 
@@ -185,17 +198,49 @@ bool ThreadManager::Private::post(std::function<void()> &fn)
     return true;
 }
 
+bool ThreadManager::invokeLater(std::function<void()> &&fn, int ms)
+{
+    return Private::instance()->postLater(fn, ms);
+}
+
+bool ThreadManager::Private::postLater(std::function<void()> &fn, int ms)
+{
+    const std::lock_guard lock(mutex);
+    if (!m_accepting)
+        return false;
+    if (m_closing)
+        m_tasks.push_back(std::move(fn));
+    else
+        m_laterTasks.emplace(Clock::now() + std::chrono::milliseconds(ms), std::move(fn));
+    if (m_dispatcher)
+        m_dispatcher->wakeUp();
+    return true;
+}
+
+/// Moves the tasks that are due to the others. How long until the next one is; the mutex is held.
+ThreadManager::Private::Clock::duration ThreadManager::Private::untilLaterTask()
+{
+    const auto now = Clock::now();
+    const auto later = m_closing ? m_laterTasks.end() : m_laterTasks.upper_bound(now);
+    for (auto task = m_laterTasks.begin(); task != later; ++task)
+        m_tasks.push_back(std::move(task->second));
+    m_laterTasks.erase(m_laterTasks.begin(), later);
+    return m_laterTasks.empty() ? Clock::duration::max() : m_laterTasks.begin()->first - now;
+}
+
 // An event loop of our own: QThread::exec() would neither drain the tasks when it is told to quit
 // nor deliver anything in a process that has no QCoreApplication, or has it no more.
 void ThreadManager::Private::runSaveTasks()
 {
     const Qt::HANDLE self = QThread::currentThreadId();
     QAbstractEventDispatcher *dispatcher = QAbstractEventDispatcher::instance();
+    QObject alarm; // ends the wait for events
     std::unique_lock lock(mutex);
     m_saveThreadId = self;
     m_dispatcher = dispatcher;
     // The id is another's, or nobody's, once this thread was given up.
     while (m_saveThreadId == self) {
+        const auto wait = untilLaterTask();
         if (!m_tasks.empty()) {
             std::function<void()> task = std::move(m_tasks.front());
             m_tasks.pop_front();
@@ -206,7 +251,12 @@ void ThreadManager::Private::runSaveTasks()
             ++m_finished;
         } else if (!m_closing) {
             lock.unlock();
+            const int timer = wait == Clock::duration::max()
+                ? 0
+                : alarm.startTimer(std::chrono::ceil<std::chrono::milliseconds>(wait));
             dispatcher->processEvents(QEventLoop::WaitForMoreEvents);
+            if (timer != 0)
+                alarm.killTimer(timer);
             // Only a QEventLoop does this by itself.
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
             lock.lock();
@@ -222,7 +272,7 @@ void ThreadManager::Private::runSaveTasks()
 
 void ThreadManager::run(std::function<void()> &&fn, bool async)
 {
-    if (!async || !getInstance()->d->run(fn))
+    if (!async || !Private::instance()->run(fn))
         fn();
 }
 
@@ -238,7 +288,7 @@ bool ThreadManager::Private::run(std::function<void()> &fn)
 void ThreadManager::quitAll()
 {
     if (isWorker) {
-        ImLog::error(lcThreads(), QStringLiteral("quitAll() is called by a task: ignored"));
+        ImLog::error(lcThreads(), QStringLiteral("Ignored quitAll() that a task called"));
         return;
     }
     {
@@ -268,9 +318,8 @@ void ThreadManager::Private::quitPool()
     if (done)
         return;
     // Its destructor would wait for what hangs.
-    ImLog::error(
-        lcThreads(),
-        QStringLiteral("Pool tasks that hang and are given up: %1").arg(pool->activeThreadCount()));
+    ImLog::error(lcThreads(),
+                 QStringLiteral("Gave up pool tasks that hang: %1").arg(pool->activeThreadCount()));
     static_cast<void>(pool.release());
 }
 
@@ -281,6 +330,7 @@ void ThreadManager::Private::quitSaveThread()
         if (!saveThread)
             return;
         m_closing = true;
+        untilLaterTask();
         if (m_dispatcher)
             m_dispatcher->wakeUp();
     }
@@ -294,9 +344,10 @@ void ThreadManager::Private::quitSaveThread()
         idleRounds = finished == before ? idleRounds + 1 : 0;
         if (!done && idleRounds == hangRounds) {
             const std::size_t waiting = giveSaveThreadUp();
-            ImLog::error(lcThreads(),
-                         QStringLiteral("A save task hangs and is given up; behind it wait: %1")
-                             .arg(waiting));
+            ImLog::error(
+                lcThreads(),
+                QStringLiteral("Gave up a save task that hangs; tasks waiting behind it: %1")
+                    .arg(waiting));
             done = waiting == 0;
             idleRounds = 0;
         }
@@ -313,8 +364,7 @@ void ThreadManager::Private::quitSaveThread()
         return;
     giveSaveThreadUp();
     ImLog::error(lcThreads(),
-                 QStringLiteral("The save thread does not come to its end and is given up; tasks "
-                                "lost: %1")
+                 QStringLiteral("Gave up the save thread, which does not end; tasks lost: %1")
                      .arg(dropped.size()));
 }
 

@@ -24,7 +24,7 @@ class MODELBASE_EXPORT ThreadManager : public QObject
     MODELBASE_QML_SINGLETON(ThreadManager, getInstance)
 public:
     /// The process-wide instance, made by the first call; its destruction at process exit does what
-    /// quitAll() does.
+    /// quitAll() does. invoke(), invokeLater() and run() work after it, too.
     static ThreadManager *getInstance();
 
     /// Makes the pool (at most 8 threads) and starts the save thread. A second call does nothing;
@@ -35,6 +35,10 @@ public:
     /// call does not wait for the task. With `async` false, and on the save thread itself, `fn`
     /// runs before the call returns.
     static void invoke(std::function<void()> &&fn, bool async);
+
+    /// Hands a task to the save thread that is to run there in `ms` milliseconds; quitAll() does not
+    /// wait for it but runs it at once. False, and `fn` does not run, where there is no save thread.
+    static bool invokeLater(std::function<void()> &&fn, int ms);
 
     /// Hands a task to the pool: any thread, no order, no waiting. With `async` false `fn` runs
     /// before the call returns.
@@ -73,5 +77,5 @@ private:
     Q_DISABLE_COPY_MOVE(ThreadManager)
 
     class Private;
-    Private *const d; // never deleted: threads that were given up may still use it
+    Private *const d;
 };

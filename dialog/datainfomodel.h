@@ -53,7 +53,8 @@ public:                                                                         
 ///
 /// A value is there for every reader as soon as its setter returns. On the main thread the store is
 /// written later, by the save thread; a caller on another thread has it written before the setter
-/// returns. Changes of one key reach the store in the order in which they reach memory. Failures of
+/// returns. That survives a kill; a power cut may take back the last second of it, unless flush()
+/// was called. Changes of one key reach the store in the order in which they reach memory. Failures of
 /// the store are logged, and what could not be written is tried again with the next change. A change
 /// belongs to the store that is open when it is made; while none is open for the account's id, it
 /// stays in memory until the next load.
@@ -136,8 +137,7 @@ public:
     void loadLocalData(bool skip) override;
     /// Empties the memory; what is stored stays. The argument does not matter.
     void clearData(bool clear) override;
-    /// Writes what is pending on the calling thread, as before the store is closed. True when
-    /// nothing is left to write.
+    /// As AppSettingModel::flush().
     bool flush();
     /// The same on a thread of its own, until `deadline` at most, whatever the disk does.
     bool flush(QDeadlineTimer deadline);

@@ -310,6 +310,11 @@ QVariant AccountSettingModel::value(const QString &key, const QVariant &defaultV
 
 bool AccountSettingModel::setValue(const QString &key, const QVariant &value, bool needSave)
 {
+    if (isPlain(value))
+        return m_values->change(key, value, needSave);
+    // Comparing costs less than looking at what may be large, or a script's.
+    if (m_values->holds(key, value))
+        return false;
     const std::optional<QVariant> kept = storable(key, value);
     return kept && m_values->change(key, *kept, needSave);
 }

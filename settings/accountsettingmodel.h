@@ -61,6 +61,7 @@ Q_SIGNALS:                                                                      
 /// AppSettingModel.
 ///
 /// Failures of the store are logged; what could not be written is tried again with the next change.
+/// What was changed last may be lost with a power cut, as AppSettingModel::flush() says.
 ///
 /// Thread: getters and setters of rows, getValue() and setValue() may be called from any thread; the
 /// two shared maps, the tags, loading and flush() belong to the account's thread. Signals are
@@ -175,8 +176,7 @@ public:
     /// Empties the cache and the two shared maps, then announces the properties that differ; what is
     /// stored stays. The argument does not matter.
     void clearData(bool clear) override;
-    /// Writes what is pending on the calling thread, as before the store is closed. True when
-    /// nothing is left to write.
+    /// As AppSettingModel::flush().
     bool flush();
     /// The same on a thread of its own, until `deadline` at most, whatever the disk does.
     bool flush(QDeadlineTimer deadline);

@@ -251,6 +251,13 @@ QByteArray AppSettingModel::read(const QString &key, const QByteArray &fallback)
     return readAs(key, fallback);
 }
 
+bool AppSettingModel::holds(const QString &key, const QVariant &value) const
+{
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_cache.find(key);
+    return found != m_cache.end() && isSame(found->second, value);
+}
+
 const QVariant &AppSettingModel::getValue(const QString &key, const QVariant &defaultValue) const
 {
     const std::lock_guard lock(m_mutex);
@@ -265,13 +272,19 @@ QVariant AppSettingModel::value(const QString &key, const QVariant &defaultValue
 
 bool AppSettingModel::setValue(const QString &key, const QVariant &given, bool needSave)
 {
-    const std::optional<QVariant> kept = storable(key, given);
-    if (!kept)
-        return false;
-    const QVariant &value = *kept;
+    std::optional<QVariant> kept;
+    if (!isPlain(given)) {
+        // Comparing costs less than looking at what may be large, or a script's.
+        if (holds(key, given))
+            return false;
+        kept = storable(key, given);
+        if (!kept)
+            return false;
+    }
+    const QVariant &value = kept ? *kept : given;
     const Change change(this);
     const auto found = m_cache.find(key);
-    if (found != m_cache.end() && found->second == value)
+    if (found != m_cache.end() && isSame(found->second, value))
         return false;
     const bool bracketed = isBracketed(key);
     if (bracketed)
@@ -311,9 +324,14 @@ void AppSettingModel::put(storage::SettingInfo &&row)
 void AppSettingModel::saveToConfig(const QVariantMap &rows)
 {
     QList<storage::SettingInfo> infos;
-    for (auto row = rows.cbegin(); row != rows.cend(); ++row)
+    for (auto row = rows.cbegin(); row != rows.cend(); ++row) {
+        if (!SettingWriter::accepts(row.key(), row.value()))
+            return;
         infos.append({row.key(), row.value(), {}});
-    m_writer->save(infos);
+    }
+    const Change change(this);
+    if (m_writer->put(std::move(infos)))
+        m_writeDue = true;
 }
 
 void AppSettingModel::removeKey(const QString &key)
@@ -327,6 +345,11 @@ void AppSettingModel::removeKey(const QString &key)
 bool AppSettingModel::flush()
 {
     return m_writer->flush();
+}
+
+bool AppSettingModel::flush(QDeadlineTimer deadline)
+{
+    return m_writer->flush(deadline);
 }
 
 void AppSettingModel::reset()
@@ -347,7 +370,27 @@ void AppSettingModel::reset()
     setServerConfig(keptServerConfig, true);
     recalcLineHeight();
     setApplicationProperty("autoRun", false);
+    {
+        const std::lock_guard lock(m_mutex);
+        if (std::exchange(m_resets, m_resets == Resets::None ? Resets::One : Resets::More)
+            != Resets::None)
+            return;
+    }
+    // A handler may have reset anew what had been announced. After the second time they are left to
+    // themselves: a handler that sets and resets each time would never let this end.
+    for (const bool again : {false, true}) {
+        announceReset();
+        const std::lock_guard lock(m_mutex);
+        if (again || std::exchange(m_resets, Resets::One) == Resets::One) {
+            m_resets = Resets::None;
+            break;
+        }
+    }
+}
 
+/// Announces the defaults.
+void AppSettingModel::announceReset()
+{
 #define CHANGED(name)                                                                              \
     announce<AppSettingModel, &AppSettingModel::name, &AppSettingModel::name##Changed>
     static constexpr std::array order = {
@@ -557,8 +600,7 @@ void AppSettingModel::setUpgradeInfo(QVariantMap value, bool needSave)
     storage::SettingInfo row{upgradeKey(), value.value(QStringLiteral("value")),
                              value.value(QStringLiteral("remark")).toString()};
     const Change change(this);
-    const auto found = m_cache.find(upgradeKey());
-    if (found != m_cache.end() && found->second.toMap() == value)
+    if (holds(upgradeKey(), value))
         return;
     if (needSave)
         put(std::move(row));

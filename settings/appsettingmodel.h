@@ -7,6 +7,7 @@
 #include "settings/settingmodelbase.h"
 #include "settings/valuecache.h"
 
+#include <QDeadlineTimer>
 #include <QJsonDocument>
 #include <QObject>
 #include <QString>
@@ -206,17 +207,22 @@ public:
     void saveToConfig(QString key, QVariant value, bool needSave);
     void saveToConfig(QString key, QVariant value, QString remark, bool needSave);
     /// Writes several rows likewise, always, in one step: after a kill either all of them are found
-    /// or none.
+    /// or none. None is written, with a log line, where setValue() would refuse one.
     void saveToConfig(const QVariantMap &rows);
     /// Removes a value from memory, and its row in the background. Nothing is announced.
     void removeKey(const QString &key);
-    /// Returns when all changes so far are in the store. False when it cannot be written to: the
-    /// changes are kept, and tried again later. From any thread.
+    /// Returns when all changes so far are on the disk, where not even a power cut takes them back.
+    /// False when it cannot be written to: the changes are kept, and tried again later. From any
+    /// thread. Without it a change that is saved is in the store, and survives a kill, as soon as the
+    /// save thread has written it; a power cut may take back that of the last second.
     bool flush();
+    /// The same on a thread of its own, until `deadline` at most, whatever the disk does.
+    bool flush(QDeadlineTimer deadline);
 
     /// Wipes all settings but "database_version" and "server_config", in one step as far as the
     /// store is concerned, and announces the defaults; what is not announced one by one is to be
-    /// read again after paramsBeReseted.
+    /// read again after paramsBeReseted. Called by a handler of what a reset announces, it wipes at
+    /// once, and all is announced once more when that has come to its end; not a third time.
     Q_INVOKABLE void reset();
     /// Sets countMuteDialog and unreadMessagesCounter back to false.
     Q_INVOKABLE void resetBadgeCounter();
@@ -347,14 +353,17 @@ private:
     void retranslate();
     void parseSkinIndexes() const;
     void put(storage::SettingInfo &&row);
+    bool holds(const QString &key, const QVariant &value) const;
+    void announceReset();
     void closeStorage();
 
     class Change;
 
     // Recursive, so that a slot on the signals that are emitted under it can read the settings.
     mutable std::recursive_mutex m_mutex;
-    int m_changes = 0;        // under way on the thread that holds the lock
-    bool m_writeDue = false;  // at their end
+    int m_changes = 0;       // under way on the thread that holds the lock
+    bool m_writeDue = false; // at their end
+    enum class Resets { None, One, More } m_resets = Resets::None; // being announced
     bool m_isStandIn = false; // see releaseInstance(); never written
     ValueCache m_cache;
     storage::GlobalStorageProvider *const m_storage;

@@ -14,6 +14,10 @@
 
 // What the settings models share.
 
+/// True for values of which one need not replace the other: equal ones, where what is no number is
+/// equal to itself, also within a list or map.
+bool isSame(const QVariant &a, const QVariant &b);
+
 /// The value as a T, as far as QVariant converts it; nothing where it is none: a text that is no
 /// number, a number that T cannot hold, a map.
 template <typename T>

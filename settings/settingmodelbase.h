@@ -33,6 +33,21 @@ protected:
     /// as for functions, cycles, and a script's value of more than 100,000 elements. May run code of
     /// the script: not to be called under a lock.
     static std::optional<QVariant> storable(const QString &key, const QVariant &value);
+    /// True for the values that storable() gives back as they are, at no cost.
+    static bool isPlain(const QVariant &value)
+    {
+        switch (value.typeId()) {
+        case QMetaType::Bool:
+        case QMetaType::Int:
+        case QMetaType::LongLong:
+        case QMetaType::Double:
+        case QMetaType::QString:
+        case QMetaType::QByteArray:
+            return true;
+        default:
+            return false;
+        }
+    }
     /// The same in place, for maps and lists. False, and no change, for what cannot be kept.
     template <typename Container>
     static bool makeStorable(const QString &key, Container *container)

@@ -46,6 +46,14 @@ public:
         return m_values.find(key) != m_values.end();
     }
 
+    /// True when the present value is equal to this one.
+    bool holds(const QString &key, const QVariant &value) const
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto found = m_values.find(key);
+        return found != m_values.end() && isSame(found->second, value);
+    }
+
     /// Changes a value; false when it is equal to the present one.
     bool change(const QString &key, const QVariant &value, bool save)
     {
@@ -56,7 +64,7 @@ public:
             const auto found = m_values.find(key);
             if (found == m_values.end())
                 m_values.emplace(key, value);
-            else if (found->second == value)
+            else if (isSame(found->second, value))
                 return false;
             else
                 found->second = value;
@@ -88,7 +96,7 @@ public:
         if (first)
             writer->write();
         if (writer && !async)
-            writer->flush();
+            writer->writeNow();
     }
 
     /// Does nothing where there is no such value.
@@ -110,7 +118,7 @@ public:
         if (first)
             writer->write();
         if (writer && !async)
-            writer->flush();
+            writer->writeNow();
     }
 
     /// Writes one row, bypassing the memory.

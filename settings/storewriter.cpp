@@ -31,6 +31,9 @@ constexpr int gatherMs = 1;
 // For a write under way in another thread, and for the last one of all.
 constexpr int waitMs = 5000;
 
+// From a write to its sync: many writes come in that time, and one sync is for all of them.
+constexpr int syncMs = 1000;
+
 constexpr int namedKeys = 20; // at most, in the log
 
 /// One row that is to change.
@@ -163,12 +166,12 @@ public:
             true);
     }
 
-    bool flush(QDeadlineTimer deadline, bool bounded)
+    bool writeNow(QDeadlineTimer deadline, bool bounded)
     {
         switch (begin(deadline)) {
         case Begun::No:
             ImLog::error(lcWriter(),
-                         QStringLiteral("A write to a store hangs; later changes may be lost"));
+                         QStringLiteral("A write to the store hangs; later changes may be lost"));
             return false;
         case Begun::Inside:
             return false;
@@ -176,6 +179,13 @@ public:
             break;
         }
         return write(bounded ? deadline : std::optional<QDeadlineTimer>());
+    }
+
+    bool flush(QDeadlineTimer deadline, bool bounded)
+    {
+        const QDeadlineTimer syncDeadline = bounded ? deadline : QDeadlineTimer::Forever;
+        // What was written to a store that is closed now was synced by that.
+        return writeNow(deadline, bounded) && (!m_storage.isOpen() || m_storage.sync(syncDeadline));
     }
 
     bool close(QDeadlineTimer deadline)
@@ -193,11 +203,29 @@ public:
         }
         if (!lost.isEmpty()) {
             ImLog::error(lcWriter(),
-                         QStringLiteral("Changes that could not be stored are lost: %1 (%2)")
+                         QStringLiteral("Lost changes that could not be stored: %1 (%2)")
                              .arg(lost.size())
                              .arg(lost.mid(0, namedKeys).join(QStringLiteral(", "))));
         }
         return !hangs;
+    }
+
+    /// After a write: has it synced.
+    void syncSoon()
+    {
+        {
+            const QMutexLocker lock(&m_mutex);
+            if (!m_nextSync.hasExpired())
+                return;
+            m_nextSync.setRemainingTime(syncMs);
+        }
+        const auto sync = [weak = this->weak_from_this()] {
+            const std::shared_ptr<State> state = weak.lock();
+            if (state && state->m_storage.isOpen())
+                state->m_storage.sync();
+        };
+        if (!ThreadManager::invokeLater(sync, syncMs))
+            sync();
     }
 
     QList<Info> allInfos()
@@ -214,6 +242,7 @@ public:
         }
         while (begun && !end(true))
             writeOnce({});
+        syncSoon();
         return infos;
     }
 
@@ -259,7 +288,8 @@ private:
             m_writing = true;
             m_writingThread = QThread::currentThreadId();
         }
-        write({});
+        if (write({}))
+            syncSoon();
     }
 
     enum class Begun { Yes, No, Inside };
@@ -303,8 +333,7 @@ private:
         } while (!end(done));
         if (m_failing.exchange(!done) || done)
             return done;
-        ImLog::error(lcWriter(),
-                     QStringLiteral("Changes cannot be stored now; they are tried again later"));
+        ImLog::error(lcWriter(), QStringLiteral("Cannot store changes now; will try again"));
         return false;
     }
 
@@ -343,6 +372,7 @@ private:
     bool m_again = false; // what came while one writes is to be written by it
     bool m_hangs = false; // somebody has waited for the one that writes in vain
     bool m_closed = false;
+    QDeadlineTimer m_nextSync; // until then one is under way
     Qt::HANDLE m_writingThread = nullptr;
 };
 
@@ -381,6 +411,15 @@ bool StoreWriter<Storage, Info>::put(Info info)
 }
 
 template <typename Storage, typename Info>
+bool StoreWriter<Storage, Info>::put(QList<Info> infos)
+{
+    return d->add([&](Pending<Info> &pending) {
+        for (Info &info : infos)
+            pending.append({std::move(info)});
+    });
+}
+
+template <typename Storage, typename Info>
 bool StoreWriter<Storage, Info>::putRemoval(const QString &key)
 {
     return d->add([&](Pending<Info> &pending) {
@@ -400,18 +439,6 @@ template <typename Storage, typename Info>
 void StoreWriter<Storage, Info>::save(Info info)
 {
     if (accepts(info.key, info.value) && put(std::move(info)))
-        write();
-}
-
-template <typename Storage, typename Info>
-void StoreWriter<Storage, Info>::save(QList<Info> infos)
-{
-    infos.removeIf([](const Info &info) { return !accepts(info.key, info.value); });
-    const bool first = d->add([&](Pending<Info> &pending) {
-        for (Info &info : infos)
-            pending.append({std::move(info)});
-    });
-    if (first)
         write();
 }
 
@@ -438,6 +465,15 @@ void StoreWriter<Storage, Info>::removeAll(const QList<Info> &kept)
 {
     if (putRemovalOfAll(kept))
         write();
+}
+
+template <typename Storage, typename Info>
+bool StoreWriter<Storage, Info>::writeNow()
+{
+    const bool done = d->writeNow(QDeadlineTimer(waitMs), false);
+    if (done)
+        d->syncSoon();
+    return done;
 }
 
 template <typename Storage, typename Info>

@@ -19,7 +19,9 @@ struct SettingInfo;
 ///
 /// Changes gather in a pending set, and one task of ThreadManager writes whatever has gathered when
 /// its turn comes, as one transaction: however many changes come in, each is cheap for its caller,
-/// and what survives a kill is always a state that the store was meant to have.
+/// and what survives a kill is always a state that the store was meant to have. What was written is
+/// synced within a second by another task, so that a power cut does not take it back; without the
+/// save thread, with the next change after that second. flush() syncs at once.
 ///
 /// When the store refuses (full disk, database closed), the changes stay pending and are tried
 /// again with the next change and by flush(); one log line tells of it.
@@ -48,6 +50,8 @@ public:
     /// Add a change (one that is accepted) to the pending set; nothing is called. Who gets true
     /// calls write() once the lock is let go: nobody else does.
     [[nodiscard]] bool put(Info info);
+    /// Of rows that go into one transaction.
+    [[nodiscard]] bool put(QList<Info> infos);
     [[nodiscard]] bool putRemoval(const QString &key);
     /// Of all rows but `kept`.
     [[nodiscard]] bool putRemovalOfAll(const QList<Info> &kept);
@@ -57,16 +61,16 @@ public:
     // All of these in one:
 
     void save(Info info);
-    /// Rows that go into one transaction.
-    void save(QList<Info> infos);
     void remove(const QString &key);
     /// Wipes the store down to `kept`, in one step that cannot be torn.
     void removeAll(const QList<Info> &kept = {});
 
-    /// Writes what is pending on the calling thread, after waiting for a write under way. True when
-    /// nothing is left to write.
+    /// Writes what is pending on the calling thread, after waiting for a write under way; a power cut
+    /// may take it back. True when nothing is left to write.
+    bool writeNow();
+    /// The same and syncs. True when no power cut takes back any change made before.
     bool flush();
-    /// The same on a thread of its own, until `deadline` at most, whatever the disk does.
+    /// That on a thread of its own, until `deadline` at most, whatever the disk does.
     bool flush(QDeadlineTimer deadline);
     /// All rows as they are once what is pending has been written, which is tried first.
     QList<Info> allInfos();

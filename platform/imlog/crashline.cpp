@@ -45,6 +45,7 @@ std::uint64_t threadNumber()
 // One number for good, which always means the log's present file: a number that is closed and taken
 // by another file in the wrong moment would send the line into a database.
 std::atomic_int file = -1;
+std::atomic_int streamFile = -1; // the C library's own number of it
 
 void writeTo(int descriptor, const char *text, std::size_t size)
 {
@@ -137,16 +138,28 @@ void setFile(std::FILE *opened)
         CloseHandle(old);
 }
 
+void abandonFile() { }
+
 #else
 
 void setFile(std::FILE *opened)
 {
+    streamFile = fileno(opened);
     const int own = file;
     if (own >= 0) {
         dup2(fileno(opened), own);
         fcntl(own, F_SETFD, FD_CLOEXEC);
     } else {
         file = fcntl(fileno(opened), F_DUPFD_CLOEXEC, 0);
+    }
+}
+
+void abandonFile()
+{
+    const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+    for (const int number : {file.load(), streamFile.load()}) {
+        if (nowhere >= 0 && number >= 0)
+            dup2(nowhere, number);
     }
 }
 

@@ -31,7 +31,7 @@ Q_LOGGING_CATEGORY(lcImLog, "im.base")
 constexpr std::size_t maxFileBytes = 5 * 1024 * 1024;
 constexpr std::size_t maxOldFiles = 3;
 constexpr std::size_t maxWaitingLines = 8192;
-constexpr std::chrono::seconds removalTimeout(5);
+constexpr int endMs = 5000;
 constexpr qsizetype maxTextLength = 4096; // in UTF-16 units
 
 using Sink = spdlog::sinks::rotating_file_sink_mt;
@@ -195,19 +195,7 @@ public:
         }
         if (directory.isEmpty())
             return true;
-        // Writes what is waiting, and closes the file.
-        std::promise<void> closed;
-        std::future<void> end = closed.get_future();
-        try {
-            std::thread([worker, closed = std::move(closed)]() mutable {
-                worker.reset();
-                closed.set_value();
-            }).detach();
-            worker.reset();
-            end.wait_for(removalTimeout);
-        } catch (const std::system_error &) {
-            worker.reset(); // no more threads to be had
-        }
+        end(std::move(worker)); // which closes the file
         bool removed = true;
         QDir files(directory);
         for (const QString &name : logNames(files))
@@ -224,28 +212,35 @@ public:
         return start(directory);
     }
 
-    void flush()
+    bool flush(QDeadlineTimer deadline)
     {
-        std::future<void> written;
-        {
-            const std::lock_guard lock(m_mutex);
-            if (!m_worker)
-                return;
-            written = startWorker();
-            makeLogger();
+        std::shared_future<void> written;
+        // First for an earlier hand-over: where that one hangs, the next thread would hang with it.
+        for (const bool earlier : {true, false}) {
+            {
+                const std::lock_guard lock(m_mutex);
+                if (!m_worker)
+                    return !m_gaveUp;
+                if (!earlier) {
+                    startWorker();
+                    makeLogger();
+                }
+                written = m_written;
+            }
+            if (!isReady(written, deadline))
+                return false;
         }
-        if (written.valid())
-            written.wait();
+        return true;
     }
 
     /// Writes what is waiting; lines that come later are written at once, by their callers: from
     /// here on the process may end, and its threads with it, at any moment.
     void finish()
     {
-        std::shared_ptr<spdlog::details::thread_pool> worker;
         const std::lock_guard lock(m_mutex);
         m_synchronous = true;
-        worker = std::move(m_worker);
+        if (m_worker)
+            m_gaveUp = !end(std::move(m_worker));
         makeLogger();
     }
 
@@ -263,17 +258,39 @@ private:
         return true;
     }
 
+    /// Ends a worker, which writes what is waiting. False when that takes too long; it goes on then.
+    static bool end(std::shared_ptr<spdlog::details::thread_pool> worker)
+    {
+        std::promise<void> ended;
+        const std::shared_future<void> end = ended.get_future().share();
+        try {
+            std::thread([worker = std::move(worker), ended = std::move(ended)]() mutable {
+                worker.reset();
+                ended.set_value();
+            }).detach();
+        } catch (const std::system_error &) {
+            // No more threads to be had: it has ended here.
+        }
+        return isReady(end, QDeadlineTimer(endMs));
+    }
+
+    static bool isReady(const std::shared_future<void> &future, QDeadlineTimer deadline)
+    {
+        const auto left = std::chrono::milliseconds(std::max<qint64>(deadline.remainingTime(), 0));
+        return !future.valid() || future.wait_for(left) == std::future_status::ready;
+    }
+
     /// Hands what follows to a new writing thread, which begins by waiting for the one before: so
-    /// lines stay in order, and no caller waits. The result is there when all earlier lines are
+    /// lines stay in order, and no caller waits. m_written is ready when all earlier lines are
     /// written.
-    std::future<void> startWorker()
+    void startWorker()
     {
         struct Handover {
             std::shared_ptr<spdlog::details::thread_pool> before;
             std::promise<void> written;
         };
         const auto handover = std::make_shared<Handover>();
-        std::future<void> written = handover->written.get_future();
+        m_written = handover->written.get_future().share();
         handover->before = std::move(m_worker);
         try {
             m_worker =
@@ -283,15 +300,20 @@ private:
                 });
         } catch (const std::exception &) {
             m_synchronous = true; // no more threads to be had
-            return {};
+            m_written = {};
         }
-        return written;
     }
 
     void makeLogger()
     {
-        if (!m_sink)
+        if (m_gaveUp) {
+            crashline::abandonFile();
+            m_sink.reset();
+        }
+        if (!m_sink) {
+            m_logger.reset();
             return;
+        }
         if (m_synchronous) {
             m_logger = std::make_shared<spdlog::logger>("im", m_sink);
             // Called under our lock: no handler of the application's may run from here.
@@ -313,8 +335,10 @@ private:
     std::optional<QString> m_directory; ///< unset before the first line; empty without a file
     std::shared_ptr<Sink> m_sink;
     std::shared_ptr<spdlog::details::thread_pool> m_worker;
+    std::shared_future<void> m_written; ///< of the last hand-over
     std::shared_ptr<spdlog::logger> m_logger;
     bool m_synchronous = false;
+    bool m_gaveUp = false; ///< the disk has not answered at the end
 };
 
 ImLog::ImLog() : d(std::make_unique<Private>()) { }
@@ -380,7 +404,7 @@ bool ImLog::removeFiles()
     return d->removeFiles();
 }
 
-void ImLog::flush()
+bool ImLog::flush(QDeadlineTimer deadline)
 {
-    d->flush();
+    return d->flush(deadline);
 }

@@ -2,6 +2,7 @@
 
 #include "imlog/imlog_export.h"
 
+#include <QDeadlineTimer>
 #include <QString>
 
 #include <memory>
@@ -13,7 +14,8 @@ class QLoggingCategory;
 /// Thread: every member may be called from any thread; writing happens on a thread of its own, so a
 /// caller never waits for the disk: when that hangs, the oldest of 8192 waiting lines are dropped.
 /// From the end of the QCoreApplication (or of main()) on, lines are written before the call
-/// returns, so that destructors of static objects may log too. The log never fails its caller: when
+/// returns, so that destructors of static objects may log too; where the disk has not taken what
+/// waits by then within 5 seconds, later lines go to the Qt debug log. The log never fails its caller: when
 /// no file can be written, the lines go to the Qt debug log ("im.base") instead.
 ///
 /// "im.log" is rotated at 5 MiB to "im.1.log", up to "im.3.log". A line has local time with its
@@ -54,8 +56,9 @@ public:
     /// new one. Waits for the disk for 5 seconds at most. False when a file stays.
     bool removeFiles();
 
-    /// Returns when everything logged before is in the file.
-    void flush();
+    /// Returns when everything logged before is in the file, or at `deadline` when the disk does not
+    /// answer; false then.
+    bool flush(QDeadlineTimer deadline = QDeadlineTimer(5000));
 
 private:
     ImLog();

@@ -49,4 +49,9 @@ bool ConfigStorage::apply(const ConfigChanges &changes, QDeadlineTimer deadline)
     return m_rows->apply(changes, deadline);
 }
 
+bool ConfigStorage::sync(QDeadlineTimer deadline)
+{
+    return m_rows->sync(deadline);
+}
+
 } // namespace storage

@@ -44,6 +44,7 @@ public:
     bool remove(const QString &key);
     bool apply(const ConfigChanges &changes);
     bool apply(const ConfigChanges &changes, QDeadlineTimer deadline);
+    bool sync(QDeadlineTimer deadline = QDeadlineTimer::Forever);
 
 private:
     const std::shared_ptr<RowTable<ConfigInfo>> m_rows;

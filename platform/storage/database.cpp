@@ -64,13 +64,21 @@ public:
     bool tryLock() { return m_mutex.tryLock(); }
     void unlock()
     {
-        if (m_abandoned.exchange(false))
-            m_handle.reset();
-        m_held = false;
-        m_mutex.unlock();
+        do {
+            if (m_abandoned.exchange(false))
+                m_handle.reset();
+            m_held = false;
+            m_mutex.unlock();
+            // It may have been abandoned in between, by somebody who still found it locked.
+        } while (m_abandoned && m_mutex.tryLock());
     }
     /// Whoever has the lock closes when it lets go.
-    void abandon() { m_abandoned = true; }
+    void abandon()
+    {
+        m_abandoned = true;
+        if (m_mutex.tryLock()) // nobody has it any more
+            unlock();
+    }
     /// Under the lock: begins anew, with nothing open.
     void clear()
     {
@@ -342,6 +350,8 @@ bool Database::open(const QString &filePath, bool create)
                 connection = connect(filePath, m_steps);
             }
             m_main->m_handle.reset(new Handle{std::move(connection), {}});
+            // What a killed process wrote last may not be on the disk yet.
+            m_unsynced = true;
             ++m_openings;
             m_openedIn = now;
             return QString();
@@ -450,21 +460,37 @@ bool Database::write(const char *what, const Work &work)
     return run(what, Kind::Write, work);
 }
 
+bool Database::writeSynced(const char *what, const Work &work)
+{
+    if (!isOpen())
+        retry();
+    return run(what, Kind::WriteSynced, work);
+}
+
 bool Database::sync()
 {
-    // Under synchronous=NORMAL the log reaches the disk only with a checkpoint.
-    return checkpoint("sync", "PRAGMA wal_checkpoint(FULL)");
+    return (isOpen() && isSynced()) || run("sync", Kind::Log, [this] { syncLog(); });
+}
+
+/// Under synchronous=NORMAL a commit does not wait for the disk: what is in the log reaches it with
+/// this, or with a checkpoint. Inside `work`, or after it.
+void Database::syncLog()
+{
+    sqlite3_file *log = nullptr;
+    int result = sqlite3_file_control(inUse->database->getHandle(), nullptr,
+                                      SQLITE_FCNTL_JOURNAL_POINTER, &log);
+    // Where there can be no log, each commit has been synced.
+    if (result == SQLITE_OK && log && log->pMethods)
+        result = log->pMethods->xSync(log, SQLITE_SYNC_NORMAL);
+    if (result != SQLITE_OK)
+        throw SQLite::Exception(sqlite3_errstr(result), result);
+    m_unsynced = false;
 }
 
 bool Database::clearLog()
 {
-    return !isOpen() || checkpoint("clear the log of", "PRAGMA wal_checkpoint(TRUNCATE)");
-}
-
-bool Database::checkpoint(const char *what, const char *sql)
-{
-    return run(what, Kind::Checkpoint, [this, sql] {
-        SQLite::Statement &result = statement(sql);
+    return !isOpen() || run("clear the log of", Kind::Log, [this] {
+        SQLite::Statement &result = statement("PRAGMA wal_checkpoint(TRUNCATE)");
         result.executeStep();
         const bool isBlocked = result.getColumn(0).getInt() != 0;
         const bool isPartial = result.getColumn(1).getInt() != result.getColumn(2).getInt();
@@ -512,13 +538,27 @@ bool Database::run(const char *what, Kind kind, const Work &work)
                     statement.clearBindings();
                 }
             });
-            if (kind != Kind::Write) {
+            if (kind == Kind::Read || kind == Kind::Log) {
                 work();
                 return QString();
             }
-            SQLite::Transaction guard(*handle.database, SQLite::TransactionBehavior::IMMEDIATE);
-            work();
-            guard.commit();
+            const bool synced = kind == Kind::WriteSynced;
+            // So that a commit that cannot be synced fails, and is rolled back.
+            if (synced)
+                handle.database->exec("PRAGMA synchronous = FULL");
+            const auto normal = qScopeGuard([&] {
+                if (synced)
+                    handle.database->tryExec("PRAGMA synchronous = NORMAL");
+            });
+            {
+                SQLite::Transaction guard(*handle.database, SQLite::TransactionBehavior::IMMEDIATE);
+                work();
+                guard.commit();
+            }
+            if (!synced)
+                m_unsynced = true;
+            else if (m_unsynced) // before it; and it may have had nothing to write
+                syncLog();
             return QString();
         } catch (...) {
             path = m_filePath;

@@ -73,11 +73,16 @@ public:
     /// Runs `work` with the connection to itself. `what` ends the sentence "cannot ..." of the log
     /// line. `work` fails by throwing.
     bool read(const char *what, const Work &work);
-    /// The same in one transaction: true when all of it was committed, false when none was.
+    /// The same in one transaction: true when all of it was committed, false when none was. A power
+    /// cut may take it back, as long as nothing is synced after it.
     bool write(const char *what, const Work &work);
-    /// Returns when all that was committed is on the disk, where a power cut does not harm it. False
-    /// when it is not.
+    /// The same, synced: true only when a power cut does not take it back, nor anything before it.
+    bool writeSynced(const char *what, const Work &work);
+    /// Returns when no power cut takes back what was committed before. False when one may. Costs
+    /// nothing when nothing was committed since the last time.
     bool sync();
+    /// True where sync() has nothing to do.
+    bool isSynced() const { return !m_unsynced; }
     /// Runs `call` on a thread of its own and waits for it, until `deadline` at most; then it goes
     /// on in the background. True when it came to its end in time.
     static bool runUntil(QDeadlineTimer deadline, std::function<void()> call);
@@ -100,11 +105,12 @@ private:
     class Connection;
     enum class Kind {
         Read,       ///< on either connection
-        Checkpoint, ///< on the one that writes
-        Write       ///< on that one, in one transaction
+        Log,        ///< on the one that writes
+        Write,      ///< on that one, in one transaction
+        WriteSynced ///< likewise
     };
     bool run(const char *what, Kind kind, const Work &work);
-    bool checkpoint(const char *what, const char *sql);
+    void syncLog();
     Connection *lockForReading();
     void retry();
 
@@ -115,7 +121,8 @@ private:
     std::atomic<qint64> m_triedAt = 0; ///< when the last opening failed, in ms of a steady clock
     std::atomic_bool m_recovered = false;
     std::atomic<OpenFailure> m_openFailure = OpenFailure::None;
-    QString m_filePath; ///< changed with both connections locked, read with either
+    std::atomic_bool m_unsynced = false; ///< something in the log may not be on the disk yet
+    QString m_filePath;                  ///< changed with both connections locked, read with either
     const std::unique_ptr<Connection> m_main;
     const std::unique_ptr<Connection> m_reader; ///< not locked before the main one, but to close
 };

@@ -41,9 +41,7 @@ public:
     /// Deletes the damaged files that earlier openings have set aside, and all that is legible in
     /// them. False, with a log line, when one stays.
     bool removeSetAside();
-    /// Returns when everything that was saved is on the disk, where not even a power cut takes it
-    /// back. False, with a log line, when that cannot be done. Slow: for what must be known before
-    /// something else is destroyed.
+    /// As SettingStorage's.
     bool sync();
     /// Waits for calls that are under way in other threads and for the disk, until `deadline` at
     /// most, 5 seconds by default. What takes longer ends in the background; false then. It can be

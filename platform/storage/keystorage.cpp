@@ -112,7 +112,7 @@ std::optional<QList<KeyInfo>> KeyStorage::allInfos(const QString &kind) const
 
 bool KeyStorage::save(const KeyInfo &info)
 {
-    return m_database->write(writing, [&] {
+    return m_database->writeSynced(writing, [&] {
         insert(m_database->statement(
                    "INSERT INTO keys (kind, id, version, value) VALUES (?, ?, ?, ?) "
                    "ON CONFLICT (kind, id, version) DO UPDATE SET value = excluded.value"),
@@ -122,7 +122,7 @@ bool KeyStorage::save(const KeyInfo &info)
 
 bool KeyStorage::saveIfAbsent(const KeyInfo &info)
 {
-    return m_database->write(writing, [&] {
+    return m_database->writeSynced(writing, [&] {
         insert(
             m_database->statement("INSERT INTO keys (kind, id, version, value) VALUES (?, ?, ?, ?) "
                                   "ON CONFLICT (kind, id, version) DO NOTHING"),
@@ -132,7 +132,7 @@ bool KeyStorage::saveIfAbsent(const KeyInfo &info)
 
 bool KeyStorage::remove(const QString &kind, const QString &id, int version)
 {
-    const bool done = m_database->write(writing, [&] {
+    const bool done = m_database->writeSynced(writing, [&] {
         SQLite::Statement &row =
             m_database->statement("DELETE FROM keys WHERE kind = ? AND id = ? AND version = ?");
         bindKey(row, kind, id, version);
@@ -146,7 +146,7 @@ bool KeyStorage::remove(const QString &kind, const QString &id, int version)
 bool KeyStorage::removeAll()
 {
     const bool done =
-        m_database->write(writing, [&] { m_database->statement("DELETE FROM keys").exec(); });
+        m_database->writeSynced(writing, [&] { m_database->statement("DELETE FROM keys").exec(); });
     if (done)
         m_database->clearLog();
     return done;

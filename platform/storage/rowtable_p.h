@@ -143,6 +143,16 @@ public:
 
     bool clearLog() { return m_database->clearLog(); }
 
+    bool sync(QDeadlineTimer deadline)
+    {
+        if (deadline.isForever() || m_database->isSynced())
+            return m_database->sync();
+        const auto done = std::make_shared<std::atomic_bool>(false);
+        return Database::runUntil(deadline,
+                                  [database = m_database, done] { *done = database->sync(); })
+            && *done;
+    }
+
 private:
     static constexpr bool hasRemark = requires(Info info) { info.remark; };
 

@@ -59,4 +59,9 @@ bool SettingStorage::apply(const SettingChanges &changes, QDeadlineTimer deadlin
     return m_rows->apply(changes, deadline);
 }
 
+bool SettingStorage::sync(QDeadlineTimer deadline)
+{
+    return m_rows->sync(deadline);
+}
+
 } // namespace storage

@@ -31,9 +31,9 @@ using SettingChanges = Changes<SettingInfo>;
 /// Copies speak of the same rows, and may outlive the provider.
 ///
 /// Thread: any. A call waits for the disk, up to 2 seconds for another process that writes to the
-/// same file, and up to 5 for other threads. It returns true only when the change is durable: it
-/// survives the end of the process at any later moment (a power cut may cost the last changes,
-/// never the file). While the database is closed, when the disk refuses, and for a value that no
+/// same file, and up to 5 for other threads. A change for which it returns true survives the end of
+/// the process at any later moment. Until sync() has returned true, a power cut may take the last
+/// changes back, never others nor the file. While the database is closed, when the disk refuses, and for a value that no
 /// row can hold, calls return false (allInfos() an empty list), log one line, and change nothing.
 class STORAGE_EXPORT SettingStorage
 {
@@ -69,6 +69,10 @@ public:
     /// disk does. False then: the changes may come to be stored later, but not after what is saved
     /// by calls that come later.
     bool apply(const SettingChanges &changes, QDeadlineTimer deadline);
+    /// Returns when no power cut takes back what was saved before, until `deadline` at most; then it
+    /// goes on in the background. False when one may. Costs nothing where nothing was saved since
+    /// the last time.
+    bool sync(QDeadlineTimer deadline = QDeadlineTimer::Forever);
 
 private:
     const std::shared_ptr<RowTable<SettingInfo>> m_rows;

@@ -60,27 +60,37 @@ private Q_SLOTS:
         constexpr int rounds = 60;
         DataInfoModel &ranges = *m_account->dataInfoModel();
         AccountSettingModel &settings = *m_account->accountSettingModel();
+        AppSettingModel &machine = *AppSettingModel::instance();
+        const std::array stores = this->stores();
         std::atomic_int running = threads;
         std::atomic_int wrong = 0;
         {
             std::vector<std::jthread> workers;
             for (int thread = 0; thread < threads; ++thread) {
                 workers.emplace_back([&, thread] {
-                    const QString own = u"own/%1"_s.arg(thread);
                     for (int i = 1; i <= rounds; ++i) {
                         // Its own keys, read back at once ...
-                        ranges.saveMissRange(own, QByteArray::number(i));
-                        wrong += ranges.missRange(own) != QByteArray::number(i);
-                        settings.setValue(own, i, true);
+                        const QString own = u"own/%1"_s.arg(thread);
+                        for (const Store &store : stores) {
+                            store.set(own, QByteArray::number(i));
+                            wrong += store.get(own) != QByteArray::number(i);
+                        }
                         // ... some that all fight for, never torn ...
-                        settings.setLastLocation(QString(20 + i % 3, QChar(u'a' + thread)));
-                        const QString location = settings.lastLocation();
-                        wrong += location.count(location.at(0)) != location.size();
+                        const QString text(20 + i % 3, QChar(u'a' + thread));
+                        machine.setPasscode(text);
+                        settings.setLastLocation(text);
+                        ranges.saveArchiveDialogs(text.toUtf8());
+                        for (const QByteArray &found :
+                             {machine.passcode().toUtf8(), settings.lastLocation().toUtf8(),
+                              ranges.archiveDialogs()})
+                            wrong += found.count(found.at(0)) != found.size();
+                        machine.setImageEditTool({{u"size"_s, thread}});
+                        machine.setEmojiSkinIndex(u"\u270B"_s, thread);
+                        const int tone = machine.emojiSkinIndex(u"\u270B"_s);
+                        wrong += tone < 0 || tone >= threads || machine.imageEditTool().size() != 1;
+                        machine.setLargeEmoji(i % 3 == 0);
                         settings.setShowArchivedFolder(i % 2 == 0);
                         ranges.saveDialogOffset(qint64(thread) << 32 | i);
-                        ranges.saveArchiveDialogs(QByteArray(i, char('a' + thread)));
-                        const QByteArray archived = ranges.archiveDialogs();
-                        wrong += archived.count(archived.at(0)) != archived.size();
                         // ... and one that comes and goes.
                         ranges.saveMissRange(u"shared"_s, "x");
                         ranges.removeMissRange(u"shared"_s);
@@ -104,42 +114,42 @@ private Q_SLOTS:
         ThreadManager::getInstance()->quitAll();
 
         // What is stored is what was in memory last, for every key.
-        storage::UserStorageProvider provider;
-        QVERIFY(provider.open(m_account->userStatusDataPath(), false));
-        QHash<QString, QVariant> rows;
-        for (const storage::SettingInfo &info : provider.settingStorage()->allInfos())
-            rows.insert(info.key, info.value);
-        const storage::ConfigStorage &configuration = *provider.bufferConfigStorage();
-        for (int thread = 0; thread < threads; ++thread) {
-            const QString own = u"own/%1"_s.arg(thread);
-            QCOMPARE(ranges.missRange(own), QByteArray::number(rounds));
-            QCOMPARE(configuration.value(own), QByteArray::number(rounds));
-            QCOMPARE(settings.getValue(own, {}), rounds);
-            QCOMPARE(rows[own], rounds);
-        }
-        QCOMPARE(rows[u"last_latlog"_s], settings.lastLocation());
-        QCOMPARE(rows[u"show_archived_folder"_s], settings.showArchivedFolder());
-        QCOMPARE(configuration.value(u"dialog_offset"_s), ranges.dialogOffset());
-        QCOMPARE(configuration.value(u"archived_dialogs"_s), ranges.archiveDialogs());
-        QCOMPARE(configuration.value(u"shared"_s).toByteArray(), ranges.missRange(u"shared"_s));
+        QStringList keys{u"passcode"_s,
+                         u"emoji_skin_indexes"_s,
+                         u"large_emoji"_s,
+                         u"last_latlog"_s,
+                         u"show_archived_folder"_s,
+                         u"archived_dialogs"_s,
+                         u"dialog_offset"_s,
+                         u"shared"_s};
+        for (int thread = 0; thread < threads; ++thread)
+            keys.append(u"own/%1"_s.arg(thread));
         if (!reload)
-            QCOMPARE(rows[u"left_tab_width"_s], settings.leftTabWidth());
+            keys.append(u"left_tab_width"_s);
+        for (const Store &store : stores) {
+            for (const QString &key : std::as_const(keys))
+                QCOMPARE(store.row(key), store.get(key));
+        }
     }
 
     void closedUnderWriters()
     {
-        DataInfoModel &ranges = *m_account->dataInfoModel();
+        const std::array stores = this->stores();
         std::atomic_bool stop = false;
         std::array<std::atomic_int, 4> written{};
         std::vector<std::jthread> workers;
         for (int thread = 0; thread < 4; ++thread) {
             workers.emplace_back([&, thread] {
-                for (; !stop; ++written[thread])
-                    ranges.saveMissRange(u"k%1"_s.arg(thread), QByteArray::number(written[thread]));
+                for (; !stop; ++written[thread]) {
+                    for (const Store &store : stores)
+                        store.set(QString::number(thread), QByteArray::number(written[thread]));
+                }
             });
         }
         for (int i = 0; i < 10; ++i) {
             m_account->closeStorage();
+            AppSettingModel::instance()->globalStorage()->close();
+            QVERIFY(AppSettingModel::instance()->globalStorage()->open());
             QVERIFY(m_account->openStorage(false));
         }
         // What was changed while the store was closed is in memory only: each writes once more.
@@ -149,12 +159,13 @@ private Q_SLOTS:
         }
         stop = true;
         workers.clear();
-        QVERIFY(ranges.flush());
-        for (int thread = 0; thread < 4; ++thread) {
-            const QString key = u"k%1"_s.arg(thread);
-            QVERIFY(!ranges.missRange(key).isEmpty());
-            QCOMPARE(m_account->storage()->bufferConfigStorage()->value(key),
-                     ranges.missRange(key));
+        for (const Store &store : stores) {
+            QVERIFY(store.flush());
+            for (int thread = 0; thread < 4; ++thread) {
+                const QString key = QString::number(thread);
+                QVERIFY(store.get(key).isValid());
+                QCOMPARE(store.row(key), store.get(key));
+            }
         }
     }
 
@@ -243,6 +254,65 @@ private Q_SLOTS:
     }
 
 private:
+    /// What the models are to those who do not care which it is: rows by key.
+    struct Store {
+        std::function<void(const QString &key, const QByteArray &value)> set;
+        std::function<QVariant(const QString &key)> get;
+        std::function<QVariant(const QString &key)> row; ///< as another process finds it
+        std::function<bool()> flush;
+    };
+    std::array<Store, 3> stores()
+    {
+        const auto rowOf = [](const auto &storage, const QString &key) {
+            for (const auto &info : storage.allInfos()) {
+                if (info.key == key)
+                    return info.value;
+            }
+            return QVariant();
+        };
+        const auto ofSettings = [](SettingModelBase *model, auto row, auto flush) {
+            return Store{[model](const QString &key, const QByteArray &value) {
+                             QMetaObject::invokeMethod(model, "setValue", Qt::DirectConnection,
+                                                       Q_ARG(QString, key), Q_ARG(QVariant, value),
+                                                       Q_ARG(bool, true));
+                         },
+                         [model](const QString &key) { return model->value(key, {}); }, row, flush};
+        };
+        AccountSettingModel *settings = m_account->accountSettingModel();
+        DataInfoModel *ranges = m_account->dataInfoModel();
+        const QString path = m_account->userStatusDataPath();
+        return {ofSettings(
+                    AppSettingModel::instance(),
+                    [rowOf](const QString &key) {
+                        storage::GlobalStorageProvider found;
+                        found.open();
+                        return rowOf(*found.settingStorage(), key);
+                    },
+                    [] { return AppSettingModel::instance()->flush(); }),
+                ofSettings(
+                    settings,
+                    [=](const QString &key) {
+                        storage::UserStorageProvider found;
+                        found.open(path, false);
+                        return rowOf(*found.settingStorage(), key);
+                    },
+                    [settings] { return settings->flush(); }),
+                Store{[ranges](const QString &key, const QByteArray &value) {
+                          ranges->saveMissRange(key, value);
+                      },
+                      [ranges](const QString &key) {
+                          const QByteArray range = ranges->missRange(key);
+                          return range.isEmpty() ? QVariant() : range;
+                      },
+                      [=](const QString &key) {
+                          storage::UserStorageProvider found;
+                          found.open(path, false);
+                          const QVariant value = found.bufferConfigStorage()->value(key);
+                          return value.isValid() ? value.toByteArray() : value;
+                      },
+                      [ranges] { return ranges->flush(); }}};
+    }
+
     static void collect(QtMsgType, const QMessageLogContext &, const QString &text)
     {
         static std::mutex mutex;

@@ -9,8 +9,6 @@
 #include <QSemaphore>
 #include <QTest>
 
-#include <SQLiteCpp/SQLiteCpp.h>
-
 #include <thread>
 #include <vector>
 
@@ -118,23 +116,6 @@ QVariant stored(const FakeAccount &account, const QString &key)
     return provider.bufferConfigStorage()->value(key);
 }
 
-/// Makes the store refuse what is saved, as a full disk would.
-class Refusal
-{
-public:
-    explicit Refusal(const FakeAccount &account)
-        : m_database(account.storage()->filePath().toStdString(), SQLite::OPEN_READWRITE, 2000)
-    {
-        m_database.exec("CREATE TRIGGER refusal BEFORE INSERT ON buffer_config "
-                        "BEGIN SELECT RAISE(ABORT, 'refused'); END");
-    }
-    ~Refusal() { m_database.exec("DROP TRIGGER refusal"); }
-    Q_DISABLE_COPY_MOVE(Refusal)
-
-private:
-    SQLite::Database m_database;
-};
-
 /// Keeps the save thread from its work.
 class Hold
 {
@@ -210,70 +191,36 @@ private Q_SLOTS:
                                model().containNotebookRecentNotes(),
                                model().containNotebookSearchRecords()};
         };
-        const auto expected = [](int count) {
-            return QList<bool>(count, true) + QList<bool>(4 - count, false);
-        };
+        QList<bool> expected(4, false);
         model().archiveDialogs();
-        QCOMPARE(present(), expected(0));
-        model().saveArchiveDialogs({});
-        QCOMPARE(present(), expected(1));
-        model().saveArchiveNotebooks({});
-        QCOMPARE(present(), expected(2));
-        model().saveNotebookRecentNotes({});
-        QCOMPARE(present(), expected(3));
-        model().saveNotebookSearchRecords({});
-        open();
-        QCOMPARE(present(), expected(4));
-        model().clearData(false);
-        QCOMPARE(present(), expected(0));
+        QCOMPARE(present(), expected);
+        int saved = 0;
+        for (const auto save :
+             {&DataInfoModel::saveArchiveDialogs, &DataInfoModel::saveArchiveNotebooks,
+              &DataInfoModel::saveNotebookRecentNotes, &DataInfoModel::saveNotebookSearchRecords}) {
+            (model().*save)({});
+            open();
+            expected[saved++] = true;
+            QCOMPARE(present(), expected);
+        }
     }
 
-    void otherTypesInTheStoreAreConverted()
-    {
-        storage::ConfigStorage &rows = *m_account->storage()->bufferConfigStorage();
-        QVERIFY(rows.apply({false,
-                            {},
-                            {{u"dialog_offset"_s, u"12345678901"_s},
-                             {u"groups_offset"_s, 7},
-                             {u"poll_offset"_s, QVariantMap()},
-                             {u"notebook_opened"_s, u"true"_s},
-                             {u"dialog_keep_time"_s, u"Grüße"_s},
-                             {u"unretrievable_ids"_s, QByteArray("1,2")}}}));
-        model().loadLocalData(false);
-        QCOMPARE(model().dialogOffset(), 12345678901);
-        QCOMPARE(model().groupsOffset(), 7);
-        QCOMPARE(model().pollOffset(), 0);
-        QCOMPARE(model().notebookOpened(), true);
-        QCOMPARE(model().dialogKeepTime(), QByteArray("Grüße"));
-        QCOMPARE(model().unretrievableIds(), (QStringList{u"1"_s, u"2"_s}));
-    }
-
-    void unretrievableIds_data()
-    {
-        QTest::addColumn<QStringList>("saved");
-        QTest::addColumn<QStringList>("read");
-        const auto row = [](const char *name, const QStringList &saved, const QStringList &read) {
-            QTest::newRow(name) << saved << read;
-        };
-        row("none", {}, {u""_s});
-        row("one", {u"G-1"_s}, {u"G-1"_s});
-        row("several", {u"2"_s, u"1"_s, u"2"_s}, {u"2"_s, u"1"_s, u"2"_s});
-        row("empty parts stay", {u""_s, u"1"_s, u""_s}, {u""_s, u"1"_s, u""_s});
-        row("a separator inside", {u"1,2"_s}, {u"1"_s, u"2"_s});
-    }
     void unretrievableIds()
     {
-        QFETCH(const QStringList, saved);
-        QFETCH(const QStringList, read);
         QCOMPARE(model().unretrievableIds(), QStringList{u""_s});
-        model().saveUnretrievableIds(saved);
-        QCOMPARE(model().unretrievableIds(), read);
-        open();
-        QCOMPARE(model().unretrievableIds(), read);
-        QCOMPARE(stored(*m_account, u"unretrievable_ids"_s), saved.join(u','));
+        // Empty parts stay, and a separator inside an id parts it.
+        for (const QStringList &saved :
+             {QStringList{}, {u"2"_s, u"1"_s, u"2"_s}, {u""_s, u"1"_s, u""_s}, {u"1,2"_s}}) {
+            model().saveUnretrievableIds(saved);
+            const QString joined = saved.join(u',');
+            QCOMPARE(model().unretrievableIds(), joined.split(u','));
+            open();
+            QCOMPARE(model().unretrievableIds(), joined.split(u','));
+            QCOMPARE(stored(*m_account, u"unretrievable_ids"_s), joined);
+        }
     }
 
-    void missRanges()
+    void savedRemovedClearedAndLoaded()
     {
         const QString key = u"C-3-5/miss"_s;
         const QByteArray range("\0\1\xff", 3);
@@ -282,34 +229,25 @@ private Q_SLOTS:
         model().saveMissRange(key, range);
         open();
         QCOMPARE(model().missRange(key), range);
+        for (const bool skip : {true, false}) {
+            model().clearData(skip);
+            QCOMPARE(model().missRange(key), QByteArray());
+            // What the memory does not know is left alone in the store.
+            model().removeMissRange(key);
+            model().loadLocalData(skip);
+            QCOMPARE(model().missRange(key), skip ? QByteArray() : range);
+        }
+        // A load that is skipped leaves what is in memory, another takes what is stored.
+        QVERIFY(m_account->storage()->bufferConfigStorage()->save({key, u"newer"_s}));
+        model().loadLocalData(true);
+        QCOMPARE(model().missRange(key), range);
+        model().loadLocalData(false);
+        QCOMPARE(model().missRange(key), QByteArray("newer"));
         model().removeMissRange(key);
         QCOMPARE(model().missRange(key), QByteArray());
         open();
         QCOMPARE(model().missRange(key), QByteArray());
         QVERIFY(!stored(*m_account, key).isValid());
-        model().saveMissRange(key, range);
-        QVERIFY(model().flush());
-        // What the memory does not know is left alone in the store.
-        model().clearData(true);
-        model().removeMissRange(key);
-        model().loadLocalData(false);
-        QCOMPARE(model().missRange(key), range);
-    }
-
-    void clearedAndLoaded()
-    {
-        model().saveDialogOffset(5);
-        model().clearData(false);
-        QCOMPARE(model().dialogOffset(), 0);
-        model().loadLocalData(true);
-        QCOMPARE(model().dialogOffset(), 0);
-        model().loadLocalData(false);
-        QCOMPARE(model().dialogOffset(), 5);
-        QVERIFY(m_account->storage()->bufferConfigStorage()->save({u"dialog_offset"_s, 6}));
-        model().loadLocalData(true);
-        QCOMPARE(model().dialogOffset(), 5);
-        model().loadLocalData(false);
-        QCOMPARE(model().dialogOffset(), 6);
     }
 
     void storeIsWrittenByTheSaveThreadForTheMainThread()
@@ -337,36 +275,6 @@ private Q_SLOTS:
         // Without a save thread nothing waits.
         model().saveMissRange(key, "last");
         QCOMPARE(stored(*m_account, key), QByteArray("last"));
-    }
-
-    void nothingIsLostAtQuit()
-    {
-        constexpr int count = 5000;
-        for (int i = 0; i < count; ++i)
-            model().saveMissRange(u"range/%1"_s.arg(i), QByteArray::number(i));
-        ThreadManager::getInstance()->quitAll();
-        storage::UserStorageProvider provider;
-        QVERIFY(provider.open(m_account->userStatusDataPath(), false));
-        QCOMPARE(provider.bufferConfigStorage()->allInfos().size(), count);
-    }
-
-    void refusedChangesAreTriedAgain()
-    {
-        model().saveDialogOffset(1);
-        QVERIFY(model().flush());
-        {
-            const Refusal refusal(*m_account);
-            model().saveDialogOffset(2);
-            QVERIFY(!model().flush());
-            QCOMPARE(stored(*m_account, u"dialog_offset"_s), 1);
-            // Loading does not bring the older value back.
-            model().loadLocalData(false);
-            QCOMPARE(model().dialogOffset(), 2);
-        }
-        model().saveGroupsOffset(3);
-        QVERIFY(model().flush());
-        QCOMPARE(stored(*m_account, u"dialog_offset"_s), 2);
-        QCOMPARE(stored(*m_account, u"groups_offset"_s), 3);
     }
 
 private:

@@ -3,6 +3,7 @@
 #include "support/privacy.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QLoggingCategory>
 #include <QProcess>
@@ -12,6 +13,11 @@
 
 #include <cstring>
 #include <thread>
+
+#ifdef Q_OS_LINUX
+#    include <fcntl.h>
+#    include <unistd.h>
+#endif
 
 using namespace Qt::StringLiterals;
 
@@ -173,6 +179,21 @@ private Q_SLOTS:
         QVERIFY(found.constLast().endsWith(u"last words"_s));
     }
 
+#ifdef Q_OS_LINUX
+    void aDiskThatDoesNotAnswer()
+    {
+        QTemporaryDir home;
+        QProcess child;
+        QElapsedTimer timer;
+        timer.start();
+        runChild(child, "--stuck", home.path());
+        QVERIFY2(child.exitStatus() == QProcess::NormalExit, "It hangs");
+        QCOMPARE(child.exitCode(), 0);
+        QVERIFY(timer.elapsed() < 9000);
+        QCOMPARE(child.readAllStandardError().count("last words"), 1);
+    }
+#endif
+
     void nowhereToWrite()
     {
         QTemporaryDir home;
@@ -206,6 +227,29 @@ int main(int argc, char **argv)
         ImLog::error(u"end"_s);
         return 0;
     }
+#ifdef Q_OS_LINUX
+    if (std::strcmp(kind, "--stuck") == 0) {
+        lateLogger.enabled = true;
+        ImLog::info(u"opens the file"_s);
+        ImLog::instance()->flush();
+        // In place of the file comes a pipe that is full and that nobody reads.
+        int pipe[2];
+        const QByteArray full(1 << 20, 'x');
+        if (::pipe2(pipe, O_NONBLOCK) != 0 || ::write(pipe[1], full.constData(), full.size()) <= 0)
+            return 2;
+        ::fcntl(pipe[1], F_SETFL, 0);
+        for (const QFileInfo &file : QDir(u"/proc/self/fd"_s).entryInfoList(QDir::AllEntries)) {
+            if (file.symLinkTarget().endsWith(u"/im.log"_s))
+                ::dup2(pipe[1], file.fileName().toInt());
+        }
+        bool isWritten = false;
+        for (int i = 0; i < 3; ++i) {
+            ImLog::info(u"waits"_s);
+            isWritten = ImLog::instance()->flush(QDeadlineTimer(200)) || isWritten;
+        }
+        return isWritten ? 1 : 0;
+    }
+#endif
     if (std::strcmp(kind, "--nowhere") == 0) {
         // As an application does that wants everything in its log.
         static QtMessageHandler previous = nullptr;
