@@ -148,6 +148,12 @@ AccountBase::~AccountBase()
 
 bool AccountBase::openStorage(bool create)
 {
+    if (m_accountId < 1 && !m_isNotebook) {
+        ImLog::error(
+            lcAccount(),
+            QStringLiteral("The id %1 is no account's: there is no store for it").arg(m_accountId));
+        return false;
+    }
     if (m_pathId != m_accountId) {
         ImLog::error(lcAccount(),
                      QStringLiteral("Account %1 has no store: its directory is that of account %2")
@@ -155,7 +161,7 @@ bool AccountBase::openStorage(bool create)
                          .arg(m_pathId));
         return false;
     }
-    if (m_storePath != m_userStatusDataPath && !leaveStore()) {
+    if (m_storePath != m_userStatusDataPath && !leaveStore(QDeadlineTimer(closeMs))) {
         ImLog::error(
             lcAccount(),
             QStringLiteral("The store of account %1 is not opened: changes in %2 cannot be "
@@ -185,15 +191,15 @@ bool AccountBase::openStorage(bool create)
 
 void AccountBase::closeStorage()
 {
+    // One deadline for all steps: the exit waits for each account.
+    const QDeadlineTimer deadline(closeMs);
     suspendStore();
     if (m_storage->isOpen()) {
-        // One deadline for all three steps: the exit waits for each account.
-        const QDeadlineTimer deadline(closeMs);
         m_accountSettingModel->flush(deadline);
         m_dataInfoModel->flush(deadline);
         m_storage->close(deadline);
     }
-    endSession();
+    endSession(deadline);
 }
 
 /// From now on no change reaches the store, and the keys answer nothing.
@@ -207,15 +213,16 @@ void AccountBase::suspendStore()
 
 /// Ends all that has to do with the present store. False, with the store still open, when its
 /// changes cannot be written.
-bool AccountBase::leaveStore()
+bool AccountBase::leaveStore(QDeadlineTimer deadline)
 {
     suspendStore();
     if (m_storage->isOpen()) {
-        if (!m_accountSettingModel->flush() || !m_dataInfoModel->flush())
+        if (!m_accountSettingModel->flush(deadline) || !m_dataInfoModel->flush(deadline))
             return false;
-        m_storage->close();
+        m_storage->close(deadline);
     }
-    if (!m_accountSettingModel->m_values->leave() || !m_dataInfoModel->m_values->leave())
+    if (!m_accountSettingModel->m_values->leave(deadline)
+        || !m_dataInfoModel->m_values->leave(deadline))
         return false;
     m_accountSettingModel->clear();
     m_dataInfoModel->clearData(true);
@@ -234,16 +241,40 @@ void AccountBase::setPhone(QString phone)
         Q_EMIT phoneChanged();
 }
 
+AccountBase::StoreState AccountBase::storeState() const
+{
+    using Failure = storage::UserStorageProvider::OpenFailure;
+    if (m_storage->isOpen())
+        return StoreOpen;
+    switch (m_storage->openFailure()) {
+    case Failure::None:
+        return StoreClosed;
+    case Failure::Missing:
+        return StoreMissing;
+    case Failure::Locked:
+        return StoreLocked;
+    case Failure::Newer:
+        return StoreNewer;
+    case Failure::Unreadable:
+        break;
+    }
+    return StoreUnreadable;
+}
+
 // Identity
+
+QString AccountBase::statusDataPath(qint64 id)
+{
+    return AppDirManager::instance()->defaultCacheDataDir() + QString::number(id)
+        + Util::separator() + QStringLiteral("userstatus") + Util::separator();
+}
 
 void AccountBase::setAccountId(qint64 accountId)
 {
     const qint64 old = m_accountId.exchange(accountId);
     if (m_userStatusDataPath.isEmpty() || (old != accountId && accountId > 0)) {
         m_pathId = accountId;
-        m_userStatusDataPath = AppDirManager::instance()->defaultCacheDataDir()
-            + QString::number(accountId) + Util::separator() + QStringLiteral("userstatus")
-            + Util::separator();
+        m_userStatusDataPath = statusDataPath(accountId);
         updateUserCacheDataPath();
     }
     if (old == accountId)
@@ -253,27 +284,27 @@ void AccountBase::setAccountId(qint64 accountId)
     if (!isAnother)
         return Q_EMIT accountIdChanged();
     const QPointer<AccountBase> guard(this);
-    const std::function<void()> announce = forgetPerson();
+    const std::function<void()> announce = forgetPerson(QDeadlineTimer(closeMs));
     if (guard)
         Q_EMIT accountIdChanged();
     if (guard)
         announce();
 }
 
-void AccountBase::endSession()
+void AccountBase::endSession(QDeadlineTimer deadline)
 {
     if (!m_inSession || m_authorized || m_storage->isOpen())
         return;
     m_personId = 0;
     const QPointer<AccountBase> guard(this);
-    const std::function<void()> announce = forgetPerson();
+    const std::function<void()> announce = forgetPerson(deadline);
     if (guard)
         announce();
 }
 
 /// Forgets whom the account belonged to; what is returned emits the account's signals and those of
 /// its settings.
-std::function<void()> AccountBase::forgetPerson()
+std::function<void()> AccountBase::forgetPerson(QDeadlineTimer deadline)
 {
     m_inSession = false;
     m_userInfoWaits = false;
@@ -301,7 +332,7 @@ std::function<void()> AccountBase::forgetPerson()
     m_dataInfoModel->clearData(true);
     // Changes that are still pending have no owner any more: drop and log them.
     if (!m_storage->isOpen())
-        leaveStore();
+        leaveStore(deadline);
 
     // Devices go last, since clearing them emits signals.
     const QPointer<AccountBase> guard(this);
@@ -406,7 +437,7 @@ void AccountBase::setAuthorized(bool authorized)
     const QPointer<AccountBase> guard(this);
     Q_EMIT authorizedChanged();
     if (guard)
-        endSession();
+        endSession(QDeadlineTimer(closeMs));
 }
 
 void AccountBase::setState(int state)

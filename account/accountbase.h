@@ -4,6 +4,7 @@
 #include "modelbase_qml.h"
 
 #include <QByteArray>
+#include <QDeadlineTimer>
 #include <QHash>
 #include <QList>
 #include <QObject>
@@ -96,6 +97,16 @@ public:
     Q_ENUM(FeatureState)
     enum BannedState { NOT_BANNED, TEMPORARY, PERMANENT };
     Q_ENUM(BannedState)
+    /// Whether the account's store is open, and if not, why.
+    enum StoreState {
+        StoreClosed, ///< not asked for so far, or closed again
+        StoreOpen,
+        StoreMissing,    ///< there is none, and none was to be made
+        StoreLocked,     ///< another program is using it
+        StoreNewer,      ///< a newer version of the application has written it
+        StoreUnreadable, ///< no access, a failing disk, or something else in its place
+    };
+    Q_ENUM(StoreState)
 
     explicit AccountBase(QObject *parent = nullptr);
     /// Closes the account's storage, see closeStorage(); what cannot be written is named in the
@@ -130,7 +141,9 @@ public:
     virtual void initialize() = 0;
     /// Opens a stored account: `params` is {"userId": id}, `reason` the application's own number, 0
     /// from the manager. An account that could be opened is authorized() when this returns; any
-    /// other is not listed but given up, by release(false, true).
+    /// other is not listed but given up, by release(false, true). With its store open it is nobody's
+    /// then, and its id is forgotten. With its store closed it is tried again later, see
+    /// AccountManager::unavailableAccounts(); unless there is no database.
     virtual void restore(QVariantMap params, bool connectNow, int reason) = 0;
     /// Gives up an object that is in no list, once: at shut-down or because it could not be restored
     /// (`logOut` false), or because its sign-in ends or is refused (true). `deleteThis`, always true
@@ -212,6 +225,7 @@ public:
 
     /// Opened and closed by openStorage() and closeStorage() only.
     storage::UserStorageProvider *storage() const { return m_storage.get(); }
+    StoreState storeState() const;
     /// While a keychain is asked for its master key, it is Opening and has no keys; see
     /// signalStoreOpened().
     crypto::Store *signalStore() const { return m_signalStore.get(); }
@@ -339,14 +353,14 @@ Q_SIGNALS:
 
 protected:
     /// Opens the account's database in userStatusDataPath() and loads what lies there: settings,
-    /// data ranges, features. False, with a log line, when it cannot be opened. With `create`
-    /// false, as for restore(), an account without a database is refused. The keys are opened by
+    /// data ranges, features. False, with a log line, when it cannot be opened, and for an id below
+    /// 1: only the notebook account has a store without an id of its own. With `create` false, as for restore(), an account without a database is refused. The keys are opened by
     /// the first call that needs them, see crypto::Store.
     ///
     /// The store of another id that is still open is closed first, with its changes written. When
-    /// they cannot be written, the call is refused and that store stays open, so that it can be
-    /// tried again; what could not be written before closeStorage() is lost now, and named in the
-    /// log. No change ever reaches the store of another id.
+    /// they cannot be written within 5 seconds, the call is refused and that store stays open, so
+    /// that it can be tried again; what could not be written before closeStorage() is lost now, and
+    /// named in the log. No change ever reaches the store of another id.
     bool openStorage(bool create);
     /// Writes what is pending and closes the database; the models keep what they hold, unless it is
     /// the end of a session. What cannot be written waits for the same store to be opened again, or
@@ -358,11 +372,12 @@ private:
     friend class AccountManager;
     class Mailbox;
 
+    static QString statusDataPath(qint64 id);
     void suspendStore();
-    bool leaveStore();
+    bool leaveStore(QDeadlineTimer deadline);
     void storeUserInfo();
-    void endSession();
-    std::function<void()> forgetPerson();
+    void endSession(QDeadlineTimer deadline);
+    std::function<void()> forgetPerson(QDeadlineTimer deadline);
 
     std::atomic<qint64> m_accountId = 0;
     int m_totalUnreadCount = 0;
@@ -376,6 +391,8 @@ private:
     std::atomic<bool> m_autoReconnect = true;
     /// The manager's: it logs out, was given up or is being deleted, and is not taken in again.
     bool m_leaving = false;
+    /// The manager's: its store is that of the id 0.
+    bool m_isNotebook = false;
     QString m_phone;
     QString m_countryCode;
     QString m_email;

@@ -12,12 +12,14 @@
 #include "settings/appsettingmodel.h"
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
+#include "storage/userstorageprovider.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QJSEngine>
 #include <QLoggingCategory>
+#include <QMetaEnum>
 #include <QNetworkProxy>
 #include <QScopedValueRollback>
 
@@ -55,22 +57,9 @@ void processEvents()
     QCoreApplication::processEvents(QEventLoop::AllEvents, waitMilliseconds);
 }
 
-void logRefusal(const char *reason)
+void logRefusal(const QString &reason)
 {
-    ImLog::error(lcAccounts(), QStringLiteral("AccountManager: %1").arg(QLatin1StringView(reason)));
-}
-
-bool isStored(qint64 id)
-{
-    const QVariantList ids = AppSettingModel::instance()->accountIds();
-    return std::any_of(ids.cbegin(), ids.cend(),
-                       [id](const QVariant &stored) { return stored.toLongLong() == id; });
-}
-
-/// True when something of the account lies on this machine, whether or not it can be opened.
-bool hasData(const AccountBase *account)
-{
-    return !QDir(account->userStatusDataPath()).isEmpty();
+    ImLog::error(lcAccounts(), QStringLiteral("AccountManager: ") + reason);
 }
 
 } // namespace
@@ -140,7 +129,7 @@ void AccountManager::init(Factory factory)
 {
     ImLog::info(lcAccounts(), QStringLiteral("AccountManager::init start"));
     if (!factory)
-        return logRefusal("init() needs a function that makes accounts");
+        return logRefusal(QStringLiteral("init() needs a function that makes accounts"));
     AppSettingModel *settings = AppSettingModel::instance();
     m_newDeviceLoginManager->init();
     AppDirManager::instance()->init();
@@ -155,6 +144,11 @@ void AccountManager::init(Factory factory)
     connect(settings, &AppSettingModel::paramsBeReseted, this, [this] {
         if (m_loginAccount)
             m_loginAccount->updateUserCacheDataPath();
+        // Whoever resets the settings signs nobody out.
+        if (m_loggingOutAll || idsToSave().isEmpty())
+            return;
+        AppSettingModel::instance()->setAccountIds(idsToSave(), true);
+        saveAccounts();
     });
     connect(settings, &AppSettingModel::infoPanelViewModeChanged, this, [this] {
         m_infoPanelVisible = infoPanelVisible();
@@ -172,6 +166,9 @@ void AccountManager::init(Factory factory)
     QList<qint64> ids;
     for (const QVariant &stored : storedIds) {
         const qint64 id = stored.toLongLong();
+        if (id < 1)
+            logRefusal(
+                QStringLiteral("the stored account id \"%1\" is none").arg(stored.toString()));
         if (id < 1 || ids.contains(id))
             continue;
         if (id == storedCurrentId)
@@ -181,21 +178,23 @@ void AccountManager::init(Factory factory)
     }
 
     setAppLocked(!settings->passcode().isEmpty());
+    for (qint64 id : std::as_const(ids))
+        addAbsent(id, AccountBase::StoreClosed);
     m_restoring = true;
     for (qint64 id : std::as_const(ids)) {
-        if (isStored(id)) // unless a handler has logged everybody out
+        if (isAbsent(id)) // unless a handler has signed it in, or everybody out
             restore(id);
     }
     m_restoring = false;
-    if (std::exchange(m_saveAfterRestoring, false))
-        saveAccounts();
     if (count() == 0) {
         addAccount();
-        if (!storedIds.isEmpty() && m_absentIds.isEmpty())
+        if (!storedIds.isEmpty() && m_absent.isEmpty())
             settings->reset();
     }
     chooseCurrentAccount(0);
-    m_notebookAccount = createAccount(false);
+    saveCurrentId();
+    announceAbsent();
+    m_notebookAccount = createAccount(false, true);
     m_appDataMove->resume();
     initGeometry();
     ImLog::info(lcAccounts(), QStringLiteral("AccountManager::init end"));
@@ -209,19 +208,79 @@ void AccountManager::restore(qint64 id)
         account->restore({{QStringLiteral("userId"), id}}, true, 0);
         if (account && !isListed(account))
             addAccount(account);
-        const bool loggedOut = account && !m_restored;
         m_restored = nullptr;
-        if (loggedOut)
-            return;
     }
-    if (isStored(id) && !getAccount(id) && (!account || (isUsable(account) && hasData(account)))) {
-        ImLog::error(
-            lcAccounts(),
-            QStringLiteral("Account %1 could not be opened; the next start tries it again.")
-                .arg(id));
-        m_absentIds.append(id);
+    if (isAbsent(id)) {
+        const bool isOurs = isUsable(account) && account->isAccountId(id);
+        auto state = isOurs ? account->storeState() : AccountBase::StoreClosed;
+        const bool isNobodys = state == AccountBase::StoreOpen && !account->authorized();
+        if (isNobodys || storage::UserStorageProvider::isMissing(AccountBase::statusDataPath(id))) {
+            removeAbsent(id);
+        } else {
+            if (state == AccountBase::StoreMissing) // as far as that account could tell
+                state = AccountBase::StoreUnreadable;
+            ImLog::error(
+                lcAccounts(),
+                QStringLiteral("Account %1 could not be opened (%2); it is tried again at "
+                               "the next start and on request.")
+                    .arg(id)
+                    .arg(QLatin1StringView(
+                        QMetaEnum::fromType<AccountBase::StoreState>().valueToKey(state))));
+            addAbsent(id, state);
+        }
     }
     giveUp(account, false);
+}
+
+bool AccountManager::retryAccount(qint64 accountId)
+{
+    if (!isAbsent(accountId) || m_restoring || m_restored || m_deleteAll || m_closing
+        || postponed([this, accountId] { retryAccount(accountId); }))
+        return false;
+    const bool isFirst = count() == 0;
+    restore(accountId);
+    saveAccounts();
+    AccountBase *account = getAccount(accountId);
+    if (account && isFirst && m_currentAccount != m_notebookAccount)
+        setCurrentAccount(account, false);
+    return getAccount(accountId);
+}
+
+bool AccountManager::isAbsent(qint64 id) const
+{
+    return std::ranges::find(m_absent, id, &Absent::id) != m_absent.end();
+}
+
+void AccountManager::addAbsent(qint64 id, AccountBase::StoreState state)
+{
+    const auto found = std::ranges::find(m_absent, id, &Absent::id);
+    if (found == m_absent.end())
+        m_absent.append({id, state});
+    else
+        found->state = state;
+}
+
+bool AccountManager::removeAbsent(qint64 id)
+{
+    return m_absent.removeIf([id](const Absent &absent) { return absent.id == id; }) > 0;
+}
+
+void AccountManager::announceAbsent()
+{
+    if (m_announcedAbsent == m_absent)
+        return;
+    m_announcedAbsent = m_absent;
+    Q_EMIT unavailableAccountsChanged();
+}
+
+QVariantList AccountManager::unavailableAccounts() const
+{
+    QVariantList accounts;
+    for (const Absent &absent : m_absent) {
+        accounts.append(QVariantMap{{QStringLiteral("accountId"), absent.id},
+                                    {QStringLiteral("state"), int(absent.state)}});
+    }
+    return accounts;
 }
 
 void AccountManager::initGeometry()
@@ -313,6 +372,11 @@ bool AccountManager::isUsable(const AccountBase *account)
     return account && !account->m_leaving;
 }
 
+bool AccountManager::maySignIn(AccountBase *account) const
+{
+    return !account->m_isNotebook && !isListed(account) && !m_beingListed.contains(account);
+}
+
 bool AccountManager::isHeld(const AccountBase *account) const
 {
     return account == m_currentAccount || account == m_loginAccount || account == m_notebookAccount
@@ -325,7 +389,7 @@ QList<AccountManager::Account> AccountManager::snapshot(bool withLogin) const
     if (withLogin && m_loginAccount)
         accounts.append(m_loginAccount);
     for (AccountBase *account : m_accounts) {
-        if (account && !accounts.contains(account))
+        if (account)
             accounts.append(account);
     }
     return accounts;
@@ -341,11 +405,18 @@ void AccountManager::forEach(bool withLogin, const std::function<void(AccountBas
 
 AccountBase *AccountManager::createAccount(bool autoReconnect)
 {
+    return createAccount(autoReconnect, false);
+}
+
+AccountBase *AccountManager::createAccount(bool autoReconnect, bool isNotebook)
+{
     const Account account(m_accountFactory ? m_accountFactory(this) : nullptr);
     if (!account) {
-        logRefusal("there is no account without a function that makes them, see init()");
+        logRefusal(
+            QStringLiteral("there is no account without a function that makes them, see init()"));
         return nullptr;
     }
+    account->m_isNotebook = isNotebook;
     account->setAutoReconnect(autoReconnect);
     account->initialize();
     return account;
@@ -388,11 +459,11 @@ bool AccountManager::addAccount()
     if (postponed([this] { addAccount(); }))
         return true;
     qCDebug(lcAccounts, "AccountManager::addAccount");
-    if (m_loginAccount && !isListed(m_loginAccount))
+    if (m_loginAccount)
         return true;
     // Somebody who signed out may have stayed, without being asked to sign in again.
     Account account = m_currentAccount;
-    if (!isUsable(account) || account == m_notebookAccount || isListed(account))
+    if (!isUsable(account) || !maySignIn(account))
         account = createAccount(true);
     if (!account)
         return false;
@@ -407,9 +478,13 @@ void AccountManager::addAccount(AccountBase *account)
         return;
     if (postponed([this, guard = Account(account)] { addAccount(guard.data()); }))
         return;
-    if (!isUsable(account) || account == m_notebookAccount)
-        return logRefusal("an account that was given up, or the notebook's, is not listed");
-    if (m_entering.contains(account) || (!isListed(account) && !mayBeListed(account)))
+    if (!isUsable(account) || account->m_isNotebook)
+        return logRefusal(
+            QStringLiteral("an account that was given up, or the notebook's, is not listed"));
+    if (account->accountId() < 1)
+        return logRefusal(
+            QStringLiteral("an account of the id %1 is not listed").arg(account->accountId()));
+    if (m_beingListed.contains(account) || (!isListed(account) && !checkListable(account)))
         return;
     connect(account, &AccountBase::totalUnreadCountChanged, this,
             &AccountManager::accountUnreadCountChanged, Qt::UniqueConnection);
@@ -420,11 +495,11 @@ void AccountManager::addAccount(AccountBase *account)
     if (account != m_restored)
         account->accountSettingModel()->flush(QDeadlineTimer(syncMs));
     const bool wasLogin = account == m_loginAccount;
-    m_entering.append(account);
+    m_beingListed.append(account);
     if (wasLogin || !m_currentAccount)
         setCurrentAccount(account, false);
-    if (!m_entering.removeOne(account))
-        return forgetCurrentId();
+    if (!m_beingListed.removeOne(account))
+        return saveCurrentId();
     if (!isListed(account)) {
         if (!account->authorized()) {
             if (account == m_currentAccount && !m_loginAccount)
@@ -434,49 +509,55 @@ void AccountManager::addAccount(AccountBase *account)
             saveAccounts(); // and not its id as the current one
             return;
         }
-        if (!mayBeListed(account))
+        if (!checkListable(account))
             return;
         const Account guard(account);
         const bool restored = account == m_restored;
         m_changingRows = true;
         beginInsertRows({}, count(), count());
-        if (guard)
-            m_absentIds.removeAll(guard->accountId());
+        const bool wasStored = guard && removeAbsent(guard->accountId());
+        // The sign-in is over, whatever handlers have vetoed or begun meanwhile.
+        const bool endsLogin = guard && guard == m_loginAccount;
         {
             const std::lock_guard lock(m_lock);
             m_accounts.append(guard);
+            if (endsLogin)
+                m_loginAccount = nullptr;
         }
         updateTotals();
         Q_EMIT countChanged(count());
         endInsertRows();
         rowsChanged();
-        if (restored)
+        if (endsLogin)
+            Q_EMIT loginAccountChanged();
+        if (restored && wasStored)
             return;
     }
     saveAccounts();
 }
 
-bool AccountManager::mayBeListed(AccountBase *account)
+bool AccountManager::checkListable(AccountBase *account)
 {
-    const bool listedAlready = account->accountId() > 0 && getAccount(account->accountId());
+    const bool listedAlready = getAccount(account->accountId());
     if (m_closing) {
         giveUp(account, false);
         return false;
     }
     if (!listedAlready && !m_deleteAll)
         return true;
-    logRefusal(listedAlready ? "an account is not listed twice"
-                             : "nobody signs in while the accounts are wiped");
+    logRefusal(listedAlready ? QStringLiteral("an account is not listed twice")
+                             : QStringLiteral("nobody signs in while the accounts are wiped"));
     const Account guard(account);
-    m_entering.removeAll(account);
+    m_beingListed.removeAll(account);
     if (account == m_loginAccount) { // a veto cannot keep it
         setLogin(nullptr);
         Q_EMIT loginAccountChanged();
     }
     while (isUsable(guard) && guard == m_currentAccount)
-        turnAway(guard);
+        abandonSignIn(guard);
     giveUp(guard);
     setActiveAccount(m_currentAccount);
+    saveCurrentId();
     if (listedAlready) {
         //% "This account is already signed in on this device."
         Q_EMIT error(0, translated(QT_TRID_NOOP("account_already_signed_in")), 0);
@@ -510,18 +591,16 @@ QVariantList AccountManager::idsToSave() const
         if (account && account->authorized() && account->accountId() > 0)
             ids.append(account->accountId());
     }
-    for (qint64 id : m_absentIds) {
-        if (!ids.contains(id))
-            ids.append(id);
+    for (const Absent &absent : m_absent) {
+        if (!ids.contains(absent.id))
+            ids.append(absent.id);
     }
     return ids;
 }
 
 void AccountManager::saveAccounts()
 {
-    if (m_restoring)
-        m_saveAfterRestoring = true;
-    if (m_deleteAll || m_restoring)
+    if (m_deleteAll)
         return;
     // An empty list resets all settings, once its signal has been delivered, and with them what a
     // handler of that has stored.
@@ -531,21 +610,23 @@ void AccountManager::saveAccounts()
         ids = idsToSave();
         settings->setAccountIds(ids, true);
     } while (!m_deleteAll && ids != idsToSave());
-    forgetCurrentId();
+    saveCurrentId();
     // Who has signed in is not to do so again after a power cut; nor is who signed out back.
     settings->flush(QDeadlineTimer(syncMs));
+    announceAbsent();
 }
 
-/// The one that was shown may have logged out since, behind the notebook or in a handler.
-void AccountManager::forgetCurrentId()
+/// Not all changes come by setCurrentAccount(): one that is shown may sign in, or log out behind the
+/// notebook.
+void AccountManager::saveCurrentId()
 {
-    if (m_restoring)
-        return;
     AppSettingModel *settings = AppSettingModel::instance();
-    const qint64 currentId = settings->currentAccountId();
-    const bool entering = m_currentAccount && m_currentAccount->authorized()
-        && m_currentAccount->isAccountId(currentId);
-    if (currentId != 0 && !entering && !idsToSave().contains(currentId))
+    AccountBase *current = m_currentAccount;
+    const bool signedIn =
+        isListed(current) || (m_beingListed.contains(current) && current->authorized());
+    if (signedIn && !m_deleteAll)
+        settings->setCurrentAccountId(current->accountId(), true);
+    else if (!idsToSave().contains(settings->currentAccountId()))
         settings->setCurrentAccountId(0, true);
 }
 
@@ -553,7 +634,7 @@ void AccountManager::forgetCurrentId()
 
 void AccountManager::giveUp(AccountBase *account, bool logOut)
 {
-    if (!isUsable(account) || isHeld(account) || m_entering.contains(account))
+    if (!isUsable(account) || isHeld(account) || m_beingListed.contains(account))
         return;
     account->m_leaving = true;
     if (m_lastAccount == account)
@@ -572,7 +653,7 @@ void AccountManager::accountDeleted(AccountBase *account)
 
 void AccountManager::forget(AccountBase *account)
 {
-    m_entering.removeAll(account);
+    m_beingListed.removeAll(account);
     if (account == m_restored)
         m_restored = nullptr;
     for (Account *pointer : {&m_lastAccount, &m_activeAccount, &m_notebookAccount}) {
@@ -588,8 +669,8 @@ void AccountManager::forget(AccountBase *account)
     const int row = accountIndex(account);
     if (row >= 0) {
         const qint64 id = account->accountId();
-        if (account->authorized() && id > 0 && !m_absentIds.contains(id))
-            m_absentIds.append(id);
+        if (account->authorized() && id > 0)
+            addAbsent(id, AccountBase::StoreClosed);
         const std::lock_guard lock(m_lock);
         m_accounts[row] = nullptr;
     }
@@ -606,6 +687,7 @@ void AccountManager::forget(AccountBase *account)
             setActiveAccount(m_currentAccount);
         if (m_deleteAll && count() == 0)
             finishWipe();
+        announceAbsent();
     };
     if (!postponed(close))
         close();
@@ -732,6 +814,7 @@ void AccountManager::setCurrentAccount(AccountBase *account, bool forced)
     }
     giveUp(previous);
     setActiveAccount(m_currentAccount);
+    saveCurrentId(); // a handler may have stored that of the account before
     m_newDeviceLoginManager->activeAccount(m_currentAccount);
 }
 
@@ -778,8 +861,9 @@ void AccountManager::setLoginAccount(AccountBase *account)
                 setLoginAccount(guard);
         }))
         return;
-    if (account && (!isUsable(account) || account == m_notebookAccount))
-        return logRefusal("an account that was given up, or the notebook's, does not sign in");
+    if (account && (!isUsable(account) || !maySignIn(account)))
+        return logRefusal(QStringLiteral(
+            "an account that is listed or given up, or the notebook's, does not sign in"));
     if (account && m_closing)
         return;
     const Account before(m_loginAccount);
@@ -790,7 +874,8 @@ void AccountManager::setLoginAccount(AccountBase *account)
         setCurrentAccount(account, true);
     }
     // A handler may have ended the account, or begun another sign-in.
-    if ((account && !isUsable(guard)) || (m_loginAccount && m_loginAccount != before))
+    if ((account && (!isUsable(guard) || !maySignIn(guard)))
+        || (m_loginAccount && m_loginAccount != before))
         return;
     setLogin(account);
     if (account)
@@ -814,10 +899,10 @@ void AccountManager::resetLoginAccount()
     setActiveAccount(m_currentAccount);
 }
 
-void AccountManager::turnAway(AccountBase *account)
+void AccountManager::abandonSignIn(AccountBase *account)
 {
     const Account guard(account);
-    m_entering.removeAll(account);
+    m_beingListed.removeAll(account);
     if (account == m_currentAccount && count() == 0) {
         if (account == m_loginAccount)
             setLogin(nullptr);
@@ -839,7 +924,7 @@ void AccountManager::cancelSignIn()
     if (!login)
         return;
     if (count() > 0)
-        return isListed(login) ? resetLoginAccount() : turnAway(login);
+        return abandonSignIn(login);
     const Account fresh(createAccount(true));
     if (!fresh)
         return;
@@ -909,10 +994,10 @@ void AccountManager::logout(AccountBase *account)
         m_newDeviceLoginManager->deviceLogout(account->accountId());
     if (isListed(guard))
         logoutListed(guard);
-    else if (m_entering.contains(guard))
-        logoutEntering(guard);
+    else if (m_beingListed.contains(guard))
+        logoutBeingListed(guard);
     else if (guard && guard == m_loginAccount && count() > 0)
-        turnAway(guard);
+        abandonSignIn(guard);
 
     // What the settings knew of the account is not to stay legible in their log.
     storage::SettingStorage settings(
@@ -928,21 +1013,13 @@ void AccountManager::logoutListed(AccountBase *account)
     const bool wasOnly = count() == 1;
     const int index = accountIndex(account);
     account->m_leaving = true;
-    if (account == m_restored)
-        m_restored = nullptr;
     removeAccount(index);
 
     // The only account stays, and the sign-in page takes it over.
     const bool stays = count() == 0 && (wasOnly || !successor(index));
-    if (!stays) {
-        if (guard && account == m_loginAccount) {
-            setLogin(nullptr);
-            Q_EMIT loginAccountChanged();
-        }
-        if (guard && account == m_currentAccount) {
-            m_currentAccount = nullptr;
-            chooseCurrentAccount(index);
-        }
+    if (!stays && guard && account == m_currentAccount) {
+        m_currentAccount = nullptr;
+        chooseCurrentAccount(index);
     }
     if (guard && !m_deleteAll) {
         ImLog::info(lcAccounts(),
@@ -957,15 +1034,11 @@ void AccountManager::logoutListed(AccountBase *account)
     saveAccounts();
 }
 
-void AccountManager::logoutEntering(AccountBase *account)
+void AccountManager::logoutBeingListed(AccountBase *account)
 {
     const Account guard(account);
-    m_entering.removeAll(account);
-    const bool wasAbsent = m_absentIds.removeAll(account->accountId()) > 0;
-    if (account == m_restored) {
-        m_restored = nullptr;
-        m_saveAfterRestoring = true;
-    }
+    m_beingListed.removeAll(account);
+    const bool wasAbsent = removeAbsent(account->accountId());
     account->m_leaving = true;
     const bool stays = count() == 0;
     if (!stays) {
@@ -995,6 +1068,7 @@ void AccountManager::finishWipe()
 {
     if (std::exchange(m_finishingWipe, true))
         return;
+    m_absent.clear();
     // Before the settings forget: whoever is killed here wipes the rest at the next start.
     removeTraces();
     AppSettingModel::instance()->setAccountIds({}, true);
@@ -1002,11 +1076,11 @@ void AccountManager::finishWipe()
     updateTotals();
     m_finishingWipe = false;
     m_deleteAll = false;
-    m_absentIds.clear();
-    forgetCurrentId();
+    saveCurrentId();
     AppSettingModel::instance()->flush();
     AppSettingModel::instance()->globalStorage()->removeSetAside();
     ImLog::instance()->removeFiles();
+    announceAbsent();
     QMetaObject::invokeMethod(this, &AccountManager::afterUnlockApp, Qt::QueuedConnection);
 }
 
@@ -1014,7 +1088,7 @@ void AccountManager::finishWipe()
 void AccountManager::removeTraces()
 {
     // Closed first: whoever signs in next makes keys under another one.
-    for (const Account &account : {m_notebookAccount, m_loginAccount}) {
+    for (const Account &account : {m_notebookAccount, Account(m_loginAccount)}) {
         if (account)
             account->closeStorage();
     }
@@ -1033,8 +1107,11 @@ void AccountManager::logoutAll()
 {
     if (postponed([this] { logoutAll(); }))
         return;
-    m_absentIds.clear();
-    AppSettingModel::instance()->setAccountIds({}, true);
+    m_absent.clear();
+    {
+        const QScopedValueRollback<bool> loggingOut(m_loggingOutAll, true);
+        AppSettingModel::instance()->setAccountIds({}, true);
+    }
     m_lastAccount = nullptr;
     if (m_currentAccount && m_currentAccount == m_notebookAccount && count() > 0)
         m_currentAccount = m_accounts.first();
@@ -1071,11 +1148,7 @@ void AccountManager::removeAll()
         if (!account)
             continue;
         const bool stays = account == m_currentAccount;
-        if (!stays && account == m_loginAccount)
-            setLogin(nullptr);
         account->m_leaving = true;
-        if (account == m_restored)
-            m_restored = nullptr;
         account->logout(!stays);
         if (account && stays)
             account->m_leaving = false;
@@ -1122,7 +1195,9 @@ void AccountManager::unlockApp(bool destroy, bool notebookMode)
     forEach(false, [recoverable](AccountBase *account) {
         account->deleteAccount(false, 5, true, recoverable);
     });
-    AppSettingModel::instance()->setCurrentAccountId(0, true);
+    // Not where handlers have finished it: somebody may have signed in since.
+    if (m_deleteAll)
+        AppSettingModel::instance()->setCurrentAccountId(0, true);
     if (nothingListed && m_deleteAll)
         finishWipe();
 }
@@ -1202,9 +1277,8 @@ void AccountManager::reset()
 
     if (count() > 0) {
         // Should somebody sign in afterwards, that does not forget them on the disk.
-        m_absentIds.clear();
         for (const QVariant &id : idsToSave())
-            m_absentIds.append(id.toLongLong());
+            addAbsent(id.toLongLong(), AccountBase::StoreClosed);
         m_changingRows = true;
         beginRemoveRows({}, 0, count() - 1);
         const QList<Account> listed = snapshot(false);
@@ -1242,7 +1316,7 @@ void AccountManager::release(AccountBase *account)
         if (*pointer == account)
             *pointer = nullptr;
     }
-    m_entering.removeAll(account);
+    m_beingListed.removeAll(account);
     giveUp(account, false);
 }
 

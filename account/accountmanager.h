@@ -26,9 +26,12 @@ class NewDeviceLoginManager;
 /// listed one, or, while nobody is signed in, the login account.
 ///
 /// What is kept: the id of an account that signed in stays in the settings until it logs out, by
-/// logout(), logoutAll() or a destroying unlockApp(). One that could not be opened at start-up
-/// although its data are there, and one whose object the application deleted, are not listed, but
-/// tried again at the next start.
+/// logout(), logoutAll() or a destroying unlockApp(). One that could not be opened just now, and one
+/// whose object the application deleted, are not listed but in unavailableAccounts(), and tried
+/// again at the next start. Forgotten are accounts that are gone: without a database, or with one
+/// that opens and is nobody's, see AccountBase::restore(). AppSettingModel::reset() signs nobody out: their ids, and that of
+/// the current account, are stored again. While an account is listed and current, its id is the
+/// stored current one.
 ///
 /// The dynamic property "appLocked" of the application object tells whether a passcode is asked
 /// for: init() sets it when there is one, unlockApp() and the end of the last account clear it.
@@ -41,7 +44,7 @@ class NewDeviceLoginManager;
 /// to rowsInserted (likewise for removals), countChanged and the totals' signals included, these
 /// operations return at once and are carried out right after, in their order: addAccount(),
 /// setLoginAccount(), cancelSignIn(), logout(), logoutAll(), setCurrentAccount(),
-/// activeNextAccount(), unlockApp() and reset(). Those that return something say what.
+/// activeNextAccount(), retryAccount(), unlockApp() and reset(). Those that return something say what.
 /// In all other moments they are carried out at once. When several nested ones choose a current
 /// account, the one that was asked for last stays.
 ///
@@ -80,6 +83,8 @@ class MODELBASE_EXPORT AccountManager : public QAbstractListModel
     Q_PROPERTY(int maxMsgItemWidthInThread READ maxMsgItemWidthInThread WRITE
                    setMaxMsgItemWidthInThread NOTIFY maxMsgItemWidthInThreadChanged)
     Q_PROPERTY(bool infoPanelVisible READ infoPanelVisible NOTIFY infoPanelVisibleChanged)
+    Q_PROPERTY(
+        QVariantList unavailableAccounts READ unavailableAccounts NOTIFY unavailableAccountsChanged)
 
 public:
     /// Makes an account object with the given parent; see init().
@@ -103,12 +108,11 @@ public:
     static void releaseInstance();
 
     /// Restores the stored accounts, the one that was current first; offers a login account when
-    /// there are none. When accounts were stored and none of them could be restored, all
-    /// application settings are reset. Once, on the main thread, with a QCoreApplication, after
+    /// there are none. When accounts were stored and all of them are gone, all application
+    /// settings are reset. Once, on the main thread, with a QCoreApplication, after
     /// AppSettingModel::loadGlobalData(). `factory` is kept, and never gives null; an empty one is
-    /// refused with a log line, and nothing is restored or reset. The settings are kept, too, where
-    /// the data of a stored account are there. Stores no list, unless somebody signs in or out in
-    /// a handler.
+    /// refused with a log line, and nothing is restored or reset. Stores no list, unless somebody signs in or out in
+    /// a handler, or an account takes another id in its restore(): then both ids are stored.
     void init(Factory factory);
 
     int rowCount(const QModelIndex &parent = {}) const override;
@@ -117,8 +121,9 @@ public:
     // Accounts
 
     /// Lists an account that is signed in, and stores its id; does nothing unless it is
-    /// authorized(), nor with the notebook account or one that was given up. The login account, and
-    /// the first one of all, becomes the current one. The application's class calls this at the end
+    /// authorized(). The login account, and the first one of all, becomes the current one, unless a
+    /// listener vetoes it; the sign-in is over in any case. Refused with a log line: an account with
+    /// an id below 1, the notebook account, and one that was given up. The application's class calls this at the end
     /// of a sign-in; containsAccount() then tells whether it is listed.
     ///
     /// An account whose id is listed already is refused with error(), one that comes while a
@@ -140,7 +145,8 @@ public:
     bool deleteAll() const { return m_deleteAll; }
     /// Makes an account the one that signs in, unless a listener vetoes it; without a current
     /// account it becomes that as well. One that was signing in before is given up. Null ends the
-    /// sign-in; the object stays, and is the caller's unless it is listed or current.
+    /// sign-in; the object stays, and is the caller's unless it is current. An account that is
+    /// listed, or about to be, is refused with a log line.
     void setLoginAccount(AccountBase *account);
 
     /// Starts a new sign-in, or goes on with the one under way. False, with error(), when there are
@@ -158,6 +164,13 @@ public:
     Q_INVOKABLE int accountIndex(AccountBase *account) const;
     /// The ids of the listed accounts that have one, in the list's order.
     Q_INVOKABLE QList<qint64> getAccountIds() const;
+    /// The stored accounts that are not listed, as maps {"accountId": qint64, "state":
+    /// AccountBase::StoreState as int}; each may be tried again by retryAccount().
+    QVariantList unavailableAccounts() const;
+    /// Opens and lists one of unavailableAccounts(), as a start would; it becomes the current one
+    /// where nobody is listed. False for all others, where it is not listed in the end, while
+    /// another account is being restored, and while rows change.
+    Q_INVOKABLE bool retryAccount(qint64 accountId);
     /// Takes an account off the list and calls its logout(); if it was current, the one before it
     /// is current again, or a neighbour in the list. The last account stays as the login account,
     /// and with its id all application settings are reset. Of a login account that is not listed:
@@ -339,6 +352,7 @@ Q_SIGNALS:
     void infoPanelVisibleChanged();
     /// A destroying unlock has removed the last account; the application decides what follows.
     void appWiped();
+    void unavailableAccountsChanged();
 
 protected:
     void removeAccount(int index);
@@ -355,6 +369,12 @@ private Q_SLOTS:
 private:
     friend class AccountBase;
     using Account = QPointer<AccountBase>;
+    /// A stored account that is not listed, and why.
+    struct Absent {
+        qint64 id;
+        AccountBase::StoreState state;
+        bool operator==(const Absent &) const = default;
+    };
 
     AccountManager();
     ~AccountManager() override;
@@ -363,10 +383,13 @@ private:
     static void accountDeleted(AccountBase *account);
     void forget(AccountBase *account);
 
+    AccountBase *createAccount(bool autoReconnect, bool isNotebook);
     bool mayChangeCurrentItem(bool forced, AccountBase *newCurrent);
     bool isListed(const AccountBase *account) const;
     /// False for null, and for an account that is on its way out.
     static bool isUsable(const AccountBase *account);
+    /// False for the notebook account, and for one that is listed or about to be.
+    bool maySignIn(AccountBase *account) const;
     /// True when the manager owns it.
     bool isHeld(const AccountBase *account) const;
     /// Releases an object that the manager does not hold any more, and no other.
@@ -374,11 +397,12 @@ private:
     /// The same of one that only these pointers still hold, at the end.
     void release(AccountBase *account);
     void restore(qint64 id);
-    bool mayBeListed(AccountBase *account);
-    /// Ends a sign-in where accounts are listed, and makes one of them current.
-    void turnAway(AccountBase *account);
+    /// False for one that must not be listed; it is given up, with a log line.
+    bool checkListable(AccountBase *account);
+    /// Ends the sign-in of an account, which is given up; if it was current, another one is.
+    void abandonSignIn(AccountBase *account);
     void logoutListed(AccountBase *account);
-    void logoutEntering(AccountBase *account);
+    void logoutBeingListed(AccountBase *account);
     /// Makes one that logged out, and was the only one, the login account.
     void keepSignedOut(AccountBase *account);
     void endLogin();
@@ -393,9 +417,14 @@ private:
     void removeEmptyRows();
     void removeAll();
     void updateTotals();
+    bool isAbsent(qint64 id) const;
+    void addAbsent(qint64 id, AccountBase::StoreState state);
+    /// False when it is none.
+    bool removeAbsent(qint64 id);
+    void announceAbsent();
     QVariantList idsToSave() const;
     void saveAccounts();
-    void forgetCurrentId();
+    void saveCurrentId();
     void finishWipe();
     void removeTraces();
     void initGeometry();
@@ -421,15 +450,15 @@ private:
     Account m_lastAccount;
     Account m_activeAccount;
     Account m_notebookAccount;
-    /// Being listed by addAccount(), which tells by them whether one was turned away meanwhile.
-    QList<AccountBase *> m_entering;
-    /// Stored ids without a listed account.
-    QList<qint64> m_absentIds;
+    /// Those that addAccount() is about to list. Whoever refuses or logs out one takes it out.
+    QList<AccountBase *> m_beingListed;
+    QList<Absent> m_absent;
+    QList<Absent> m_announcedAbsent; // by unavailableAccountsChanged()
     bool m_changingRows = false;
     std::deque<std::function<void()>> m_postponed; // until the rows have changed
     const AccountBase *m_restored = nullptr;       // that is being restored
     bool m_restoring = false;
-    bool m_saveAfterRestoring = false;
+    bool m_loggingOutAll = false; // the settings are being reset for that
     bool m_closing = false;
     int m_totalUnreadCount = 0;
     int m_totalAtMeCount = 0;

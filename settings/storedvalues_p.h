@@ -198,11 +198,11 @@ public:
         const std::lock_guard lock(m_mutex);
         m_entered = false;
     }
-    /// Lets go of a suspended store: what could not be written is lost, and named in the log. False
-    /// when a write still hangs in another thread.
-    bool leave()
+    /// Lets go of a suspended store, until `deadline` at most: what could not be written is lost,
+    /// and named in the log. False when a write still hangs in another thread.
+    bool leave(QDeadlineTimer deadline)
     {
-        const bool done = m_writer->close();
+        const bool done = m_writer->close(deadline);
         auto next = std::make_shared<Writer>(m_storage);
         const std::lock_guard lock(m_mutex);
         m_writer.swap(next);

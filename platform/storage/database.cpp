@@ -129,6 +129,30 @@ qint64 steadyMs()
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
+/// What open() fails with where SQLite has no word for it.
+struct OpenError : std::runtime_error {
+    OpenError(Database::OpenFailure why, const std::string &text)
+        : std::runtime_error(text), failure(why)
+    {
+    }
+    Database::OpenFailure failure;
+};
+
+/// Why opening failed, from the exception that is being handled.
+Database::OpenFailure currentFailure()
+{
+    try {
+        throw;
+    } catch (const OpenError &e) {
+        return e.failure;
+    } catch (const SQLite::Exception &e) {
+        const bool isLocked = e.getErrorCode() == SQLITE_BUSY || e.getErrorCode() == SQLITE_LOCKED;
+        return isLocked ? Database::OpenFailure::Locked : Database::OpenFailure::Unreadable;
+    } catch (...) {
+        return Database::OpenFailure::Unreadable;
+    }
+}
+
 /// Sees to it that there is a file to open. True when it was made here.
 bool prepareFile(const QString &filePath, bool create)
 {
@@ -149,7 +173,7 @@ bool prepareFile(const QString &filePath, bool create)
     if (info.exists() || info.isSymLink())
         return false;
     if (!create)
-        throw std::runtime_error("there is none");
+        throw OpenError(Database::OpenFailure::Missing, "there is none");
     createPrivateFile(filePath);
     return true;
 }
@@ -213,9 +237,9 @@ std::unique_ptr<SQLite::Database> connect(const QString &filePath, const SchemaS
         // Before anything that could write: a newer version's file is left as it is.
         const int version = connection->execAndGet("PRAGMA user_version").getInt();
         if (version < 0 || version > current) {
-            throw std::runtime_error("it was written by a newer version (schema "
-                                     + std::to_string(version) + ", known up to "
-                                     + std::to_string(current) + ")");
+            throw OpenError(Database::OpenFailure::Newer,
+                            "it was written by a newer version (schema " + std::to_string(version)
+                                + ", known up to " + std::to_string(current) + ")");
         }
         checkSound(*connection);
         connection->exec("PRAGMA journal_mode = WAL");
@@ -290,13 +314,18 @@ bool Database::open(const QString &filePath, bool create)
     // An opening under way in a crash ends closed.
     const unsigned now = crashes;
     QString damage;
+    m_openFailure = OpenFailure::None;
+    const auto held = [this] {
+        m_openFailure = OpenFailure::Locked;
+        return QString::fromLatin1(heldReason);
+    };
     const QString failure = [&] {
         const QDeadlineTimer deadline(waitMs);
         if (!m_main->lock(deadline))
-            return QString::fromLatin1(heldReason);
+            return held();
         const auto mainUnlocked = qScopeGuard([this] { m_main->unlock(); });
         if (!m_reader->lock(deadline))
-            return QString::fromLatin1(heldReason);
+            return held();
         const auto readerUnlocked = qScopeGuard([this] { m_reader->unlock(); });
         if (isOpen()) // by a call that tried again
             return QString();
@@ -327,6 +356,7 @@ bool Database::open(const QString &filePath, bool create)
             m_openedIn = now;
             return QString();
         } catch (...) {
+            m_openFailure = currentFailure();
             if (created)
                 QFile::remove(filePath);
             m_triedAt = steadyMs();

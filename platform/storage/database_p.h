@@ -1,6 +1,7 @@
 #pragma once
 
 #include "storage/storage_export.h"
+#include "storage/userstorageprovider.h"
 
 #include <QDeadlineTimer>
 #include <QMutex>
@@ -37,6 +38,8 @@ using SchemaSteps = std::vector<const char *>;
 class STORAGE_EXPORT Database
 {
 public:
+    using OpenFailure = UserStorageProvider::OpenFailure;
+
     explicit Database(SchemaSteps steps);
     ~Database();
 
@@ -50,6 +53,8 @@ public:
     void retryOpening();
     bool isOpen() const;
     bool recovered() const { return m_recovered; }
+    /// Why the last open() failed.
+    OpenFailure openFailure() const { return m_openFailure; }
     /// Waits for a call that is under way in another thread and for the disk, until `deadline` at
     /// most. What takes longer goes on in the background and closes the file at its end; false
     /// then.
@@ -115,6 +120,7 @@ private:
     std::atomic_uint m_retriesIn = 0;  ///< likewise, while writes are to open it; else 0
     std::atomic<qint64> m_triedAt = 0; ///< when the last opening failed, in ms of a steady clock
     std::atomic_bool m_recovered = false;
+    std::atomic<OpenFailure> m_openFailure = OpenFailure::None;
     std::atomic_bool m_unsynced = false; ///< something in the log may not be on the disk yet
     QString m_filePath;                  ///< changed with both connections locked, read with either
     const std::unique_ptr<Connection> m_main;

@@ -8,12 +8,25 @@
 #include "storage/settingstorage.h"
 
 #include <QDir>
+#include <QFileInfo>
 
+#include <filesystem>
 #include <mutex>
+#include <system_error>
 #include <utility>
 
 namespace storage
 {
+
+namespace
+{
+
+QString databaseIn(const QString &directory)
+{
+    return QDir(directory).absoluteFilePath(QStringLiteral("account.db"));
+}
+
+} // namespace
 
 class UserStorageProvider::Private
 {
@@ -41,7 +54,7 @@ UserStorageProvider::~UserStorageProvider()
 
 bool UserStorageProvider::open(const QString &directory, bool create)
 {
-    const QString path = QDir(directory).absoluteFilePath(QStringLiteral("account.db"));
+    const QString path = databaseIn(directory);
     if (isOpen() && filePath() != path)
         close();
     return d->database->open(path, create);
@@ -55,6 +68,28 @@ bool UserStorageProvider::isOpen() const
 bool UserStorageProvider::recovered() const
 {
     return d->database->recovered();
+}
+
+UserStorageProvider::OpenFailure UserStorageProvider::openFailure() const
+{
+    return d->database->openFailure();
+}
+
+bool UserStorageProvider::isMissing(const QString &directory)
+{
+    using std::filesystem::file_type;
+    const auto path = QFileInfo(databaseIn(directory)).filesystemAbsoluteFilePath();
+    std::error_code ignored;
+    if (std::filesystem::symlink_status(path, ignored).type() != file_type::not_found)
+        return false;
+    // A link that leads nowhere, or a file in the place of a directory, hides what lies behind it.
+    for (auto above = path.parent_path();; above = above.parent_path()) {
+        const file_type type = std::filesystem::symlink_status(above, ignored).type();
+        if (type == file_type::not_found && above.has_relative_path())
+            continue;
+        return type == file_type::directory
+            || std::filesystem::status(above, ignored).type() == file_type::directory;
+    }
 }
 
 bool UserStorageProvider::close(QDeadlineTimer deadline)

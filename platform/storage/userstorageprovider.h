@@ -19,12 +19,21 @@ class SettingStorage;
 
 /// One account's store: one SQLite database, "account.db", in a directory of the account's own.
 ///
-/// Thread: open(), close(), filePath() and recovered() belong to the thread that owns the provider;
-/// everything else may be used from any. The storages are never null and live as long as it does.
+/// Thread: open(), close(), filePath(), recovered() and openFailure() belong to the thread that owns
+/// the provider; everything else may be used from any. The storages are never null and live as long as it does.
 class STORAGE_EXPORT UserStorageProvider : public QObject
 {
     Q_OBJECT
 public:
+    /// Why a database is not open.
+    enum class OpenFailure {
+        None,       ///< the last open() did not fail
+        Missing,    ///< there is none, and none was to be made
+        Locked,     ///< another program is using it
+        Newer,      ///< a newer version has written it
+        Unreadable, ///< no access, a failing disk, or something else in its place
+    };
+
     explicit UserStorageProvider(QObject *parent = nullptr);
     ~UserStorageProvider() override;
 
@@ -37,6 +46,10 @@ public:
     bool isOpen() const;
     /// True when the last open() found a damaged file.
     bool recovered() const;
+    OpenFailure openFailure() const;
+    /// True when there is certainly no database in `directory`, nor anything in its place. False also
+    /// where that cannot be told just now.
+    static bool isMissing(const QString &directory);
     /// As GlobalStorageProvider's.
     bool close(QDeadlineTimer deadline = QDeadlineTimer(5000));
     void closeInCrash();

@@ -1,4 +1,8 @@
 #include "account/threadmanager.h"
+#include "dialog/datainfomodel.h"
+#include "imcrypto/store.h"
+#include "settings/accountsettingmodel.h"
+#include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
 #include "support/fakeaccount.h"
 #include "support/sequences.h"
@@ -7,7 +11,9 @@
 #include <QDir>
 #include <QLoggingCategory>
 #include <QMetaMethod>
+#include <QMetaProperty>
 #include <QScopedValueRollback>
+#include <QScopeGuard>
 #include <QSortFilterProxyModel>
 #include <QStandardPaths>
 #include <QTest>
@@ -61,6 +67,7 @@ public:
         loggedOut();
         stage = deleteThis ? Gone : SignedOut;
         FakeAccount::logout(deleteThis);
+        checkBelongsTo(0);
         react();
     }
     void release(bool logOut, bool deleteThis) override
@@ -88,6 +95,41 @@ public:
     void abortAndReconnect(bool) override { passedOn(); }
     void setProxy(const QNetworkProxy &) override { passedOn(); }
     void recordScreenLockLog(int, int, int) override { passedOn(); }
+
+    /// What a person has, each with a value of its own.
+    void fill(qint64 id)
+    {
+        setDeviceId(int(id));
+        updatePhone(QString::number(id), QString::number(id));
+        updateEmail(QString::number(id));
+        setVerificationEmail(QString::number(id));
+        setVerificationEnabled(true);
+        setVerificationResetAt(id);
+        setMaxDeviceCount(int(90 + id));
+        setBannedState(TEMPORARY);
+        updateFeature(1, Feature_ENABLED);
+        accountSettingModel()->setLeftTabWidth(int(90 + id));
+        dataInfoModel()->saveDialogOffset(id);
+    }
+    /// What is stored is that person's, or nobody's; of nobody nothing is there at all.
+    void checkBelongsTo(qint64 id)
+    {
+        const int width = accountSettingModel()->leftTabWidth();
+        const qint64 offset = dataInfoModel()->dialogOffset();
+        CHECK(width == 72 || (id > 0 && width == 90 + id));
+        CHECK(offset == 0 || offset == id);
+        if (id > 0)
+            return;
+        static const FakeAccount &fresh = *new FakeAccount;
+        const QMetaObject *meta = &AccountBase::staticMetaObject;
+        for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i) {
+            const QMetaProperty property = meta->property(i);
+            if (QByteArrayView(property.name()) != "accountId"
+                && !property.metaType().flags().testFlag(QMetaType::PointerToQObject))
+                QVERIFY2(property.read(this) == property.read(&fresh), property.name());
+        }
+        CHECK(!signalStore()->userInfo());
+    }
 
     /// Runs `set`, in whose signals the object must not be deleted.
     template <typename Set>
@@ -243,17 +285,29 @@ public:
         const QScopedValueRollback<int> depth(m_depth, m_depth + 1);
         operate();
     }
-    /// Whether the store of an account opens that is restored.
-    bool opens(qint64 id)
+    /// The id that an account has after it was restored, or 0 for one that does not open.
+    qint64 restoredId(qint64 id)
     {
-        if (!m_sequence.chance(10))
-            return true;
-        note(QStringLiteral("%1 does not open").arg(id));
-        m_absent.insert(id);
-        return false;
+        const qint64 other = m_sequence.chance(85) ? id : m_sequence.below(4);
+        if (other != id || m_blocked.contains(id)) {
+            note(QStringLiteral("%1 is restored as %2").arg(id).arg(other));
+            if (!m_gone.contains(id))
+                m_absent.insert(id);
+            m_renamed = m_renamed || other > 0;
+        }
+        return other;
     }
 
     void forget(qint64 id) { m_absent.remove(id); }
+    /// In a handler it may come at once or later, and where the settings are being reset no signal
+    /// tells when.
+    void forgetAll()
+    {
+        if (m_depth > 0) {
+            m_maybeAbsent += m_absent;
+            m_absent.clear();
+        }
+    }
 
     static inline Application *the = nullptr;
     Handlers handlers;
@@ -273,11 +327,13 @@ private:
         m_wiping = false;
         QObject::connect(settings(), &AppSettingModel::accountIdsChanged, manager(),
                          [this](const QVariantList &ids) {
-                             if (ids.isEmpty())
+                             if (ids.isEmpty() && !m_resetting)
                                  m_absent.clear();
                          });
-        QObject::connect(manager(), &AccountManager::appWiped, manager(),
-                         [this] { m_wiping = false; });
+        QObject::connect(manager(), &AccountManager::appWiped, manager(), [this] {
+            m_wiping = false;
+            m_absent.clear();
+        });
         QObject::connect(manager(), &AccountManager::beginReset, manager(), [this] {
             m_wiping = false;
             m_closed = true;
@@ -300,8 +356,10 @@ private:
         AccountManager::releaseInstance();
         m_absent.clear();
         m_maybeAbsent.clear();
+        m_gone.clear();
         m_storedIds = settings()->accountIds();
         m_storedCurrentId = settings()->currentAccountId();
+        m_storedPath = settings()->saveasPath();
         AppSettingModel::releaseInstance();
         ThreadManager::getInstance()->quitAll();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -310,6 +368,18 @@ private:
     }
 
     void restart();
+    static QString storeOf(qint64 id)
+    {
+        return AppDirManager::instance()->defaultCacheDataDir()
+            + QStringLiteral("%1/userstatus/account.db").arg(id);
+    }
+    /// Puts a directory in the place of a database, or takes it away again.
+    void block(qint64 id, bool isBlocked)
+    {
+        const QString aside = storeOf(id) + QStringLiteral("-aside");
+        CHECK(isBlocked ? QFile::rename(storeOf(id), aside) && QDir().mkdir(storeOf(id))
+                        : QDir().rmdir(storeOf(id)) && QFile::rename(aside, storeOf(id)));
+    }
 
     /// What the event loop would do next.
     static void settle()
@@ -358,8 +428,20 @@ private:
         if (!account || account->stage != WatchedAccount::SignedOut || account->busy > 0
             || account == manager()->notebookAccount())
             return;
-        const qint64 id = 1 + m_sequence.below(7);
+        // An id of 0 or below is refused wherever it comes up.
+        const qint64 id = m_sequence.chance(5) ? -m_sequence.below(2) : 1 + m_sequence.below(7);
         note(QStringLiteral("%1 signs in as %2").arg(name(account)).arg(id));
+        if (id < 1) {
+            account->run([&] {
+                account->setAccountId(id);
+                CHECK(!account->openStorage(true));
+                account->setAuthorized(true);
+                manager()->addAccount(account);
+                CHECK(!manager()->containsAccount(account));
+                account->setAuthorized(false);
+            });
+            return;
+        }
         account->run([&] {
             account->setAccountId(id);
             account->setTotalUnreadCount(m_sequence.below(4));
@@ -367,10 +449,14 @@ private:
             const bool isOpen = account->openStorage(true);
             if (account->stage != WatchedAccount::SignedOut)
                 return;
-            CHECK(isOpen);
-            account->setAuthorized(true);
+            CHECK(isOpen != m_blocked.contains(id));
+            account->setAuthorized(isOpen);
+            if (isOpen) {
+                account->checkBelongsTo(id);
+                account->fill(id);
+            }
         });
-        if (account->stage != WatchedAccount::SignedOut)
+        if (account->stage != WatchedAccount::SignedOut || !account->authorized())
             return;
         account->stage = WatchedAccount::SignedIn;
         manager()->addAccount(account);
@@ -383,10 +469,16 @@ private:
     bool m_stopping = false;
     bool m_closed = false;
     bool m_wiping = false;
+    bool m_resetting = false;
+    bool m_renamed = false; // since the start, in a restore()
     QSet<qint64> m_absent;
+    QSet<qint64> m_blocked; // whose databases cannot be opened
+    QSet<qint64>
+        m_gone; // who have no database or are nobody's: stored until somebody signs in or out
     QSet<qint64> m_maybeAbsent; // deleted by a handler, perhaps of a signal that all are forgotten
     QVariantList m_storedIds;
     qint64 m_storedCurrentId = 0;
+    QString m_storedPath; // stands for all settings
     std::unique_ptr<Mirror> m_mirror;
 };
 
@@ -417,8 +509,8 @@ void WatchedAccount::restore(QVariantMap params, bool connectNow, int reason)
 {
     const QScopedValueRollback<int> running(busy, busy + 1);
     const qint64 id = params.value(QStringLiteral("userId")).toLongLong();
-    if (Application::the->opens(id))
-        FakeAccount::restore(params, connectNow, reason);
+    if (const qint64 other = Application::the->restoredId(id); other > 0)
+        FakeAccount::restore({{QStringLiteral("userId"), other}}, connectNow, reason);
     else
         setAccountId(id);
     if (stage != Gone)
@@ -431,7 +523,7 @@ void Application::operate()
         note(QLatin1StringView(what));
         operation();
     };
-    switch (m_sequence.below(27)) {
+    switch (m_sequence.below(29)) {
     case 0:
     case 1:
         return call("addAccount", [] { manager()->addAccount(); });
@@ -459,7 +551,7 @@ void Application::operate()
                 return;
             note(QStringLiteral("revoke %1").arg(name(account)));
             account->stage = WatchedAccount::SignedOut;
-            m_maybeAbsent.insert(account->accountId()); // where it was being restored
+            m_gone.insert(account->accountId()); // where it was being restored
             account->run([&] { account->setAuthorized(false); });
             return;
         }
@@ -484,18 +576,23 @@ void Application::operate()
         note(QStringLiteral("delete %1").arg(name(account)));
         if (manager()->containsAccount(account)
             || (account->stage == WatchedAccount::SignedIn
-                && storedIds().contains(account->accountId())))
+                && (m_resetting || storedIds().contains(account->accountId()))))
             (m_depth > 0 ? m_maybeAbsent : m_absent).insert(account->accountId());
         delete account;
         return;
     }
     case 14:
-        return m_sequence.chance(50) ? call("logoutAll", [] { manager()->logoutAll(); }) : void();
+        if (m_sequence.chance(50)) {
+            forgetAll();
+            call("logoutAll", [] { manager()->logoutAll(); });
+        }
+        return;
     case 15:
         if (m_sequence.chance(40)) {
             for (const Account &account : ofStage([](WatchedAccount *) { return true; }))
                 account->slow = m_sequence.chance(30);
             m_wiping = true;
+            forgetAll();
             call("wipe", [] { manager()->unlockApp(true, false); });
         }
         return;
@@ -552,6 +649,17 @@ void Application::operate()
         return;
     case 25:
         return m_sequence.chance(10) ? call("reset", [] { manager()->reset(); }) : void();
+    case 27:
+        if (!m_absent.isEmpty()) {
+            const qint64 id = m_sequence.pick(m_absent.values());
+            note(QStringLiteral("try %1 again").arg(id));
+            manager()->retryAccount(id);
+        }
+        return;
+    case 26: {
+        const QScopedValueRollback<bool> resetting(m_resetting, true);
+        return call("reset the settings", [] { settings()->reset(); });
+    }
     default:
         return call("veto", [] { manager()->setCurrentItemChangeable(0, false); });
     }
@@ -559,23 +667,47 @@ void Application::operate()
 
 void Application::restart()
 {
+    settings()->setSaveasPath(QStringLiteral("kept"));
     stop();
     if (QTest::currentTestFailed())
         return;
     const QVariantList stored = m_storedIds;
+    for (const QVariant &value : stored) {
+        const qint64 id = value.toLongLong();
+        const bool isGone = !QFile::exists(storeOf(id)) || m_sequence.chance(10);
+        if (!isGone && m_sequence.chance(90))
+            continue;
+        note(QString::number(id) + QLatin1StringView(isGone ? " is gone" : " cannot be opened"));
+        if (isGone)
+            QFile::remove(storeOf(id));
+        else
+            block(id, true);
+        (isGone ? m_gone : m_blocked).insert(id);
+    }
     const qint64 current = m_storedCurrentId;
     // Without handlers the next start gives what was stored, and nothing else.
     const QScopedValueRollback<int> quiet(m_depth, m_sequence.chance(50) ? 3 : 0);
+    m_renamed = false;
     start();
+    const auto unblock = qScopeGuard([this] {
+        for (qint64 id : std::exchange(m_blocked, {}))
+            block(id, false);
+    });
     if (m_depth == 0)
         return;
     QList<qint64> expected;
     for (const QVariant &value : stored) {
-        if (const qint64 id = value.toLongLong(); !m_absent.contains(id))
+        const qint64 id = value.toLongLong();
+        if (!m_absent.contains(id) && !m_gone.contains(id))
             expected.insert(id == current ? 0 : expected.size(), id);
     }
-    CHECK(std::ranges::equal(manager()->getAccountIds(), expected));
-    CHECK(settings()->accountIds() == stored);
+    if (m_renamed)
+        return;
+    CHECK(manager()->getAccountIds() == expected);
+    // The settings are reset where all accounts are gone, and not for any other reason.
+    const bool isReset = !stored.isEmpty() && expected.isEmpty() && m_absent.isEmpty();
+    CHECK(settings()->accountIds() == (isReset ? QVariantList() : stored));
+    CHECK(settings()->saveasPath() == (isReset ? QString() : m_storedPath));
 }
 
 void Application::check()
@@ -589,8 +721,9 @@ void Application::check()
     qint64 atMe = 0;
     for (WatchedAccount *account : rows) {
         CHECK(accounts.contains(account) && account->stage == WatchedAccount::SignedIn);
-        CHECK(!ids.contains(account->accountId()));
+        CHECK(account->accountId() > 0 && !ids.contains(account->accountId()));
         ids.insert(account->accountId());
+        account->checkBelongsTo(account->accountId());
         unread += account->totalUnreadCount();
         atMe += account->totalAtMeCount();
         account->mine = false;
@@ -610,7 +743,7 @@ void Application::check()
             note(QStringLiteral("account %1, stage %2").arg(name(account)).arg(account->stage));
     }
     CHECK(!current || accounts.contains(current));
-    CHECK(!login || accounts.contains(login));
+    CHECK(!login || (accounts.contains(login) && !rows.contains(login)));
     if (m_closed)
         return;
     CHECK(current);
@@ -619,9 +752,15 @@ void Application::check()
         m_absent += m_maybeAbsent & storedIds();
         m_maybeAbsent.clear();
         m_absent -= ids;
-        CHECK(storedIds() == ids + m_absent);
+        m_gone = (m_gone - ids - m_absent) & storedIds();
+        CHECK(storedIds() - m_gone == ids + m_absent);
+        QSet<qint64> unavailable;
+        for (const QVariant &one : manager()->unavailableAccounts())
+            unavailable.insert(one.toMap().value(QStringLiteral("accountId")).toLongLong());
+        CHECK(unavailable == m_absent);
         const qint64 currentId = settings()->currentAccountId();
         CHECK(currentId == 0 || storedIds().contains(currentId));
+        CHECK(!rows.contains(current) || currentId == current->accountId());
     }
     if (QTest::currentTestFailed()) {
         QString state;
