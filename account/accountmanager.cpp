@@ -1007,7 +1007,7 @@ void AccountManager::finishWipe()
 void AccountManager::removeTraces()
 {
     // Closed first: whoever signs in next makes keys under another one.
-    for (const Account &account : {m_notebookAccount, m_loginAccount}) {
+    for (const Account &account : {m_notebookAccount, Account(m_loginAccount)}) {
         if (account)
             account->closeStorage();
     }
