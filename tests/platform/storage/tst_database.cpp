@@ -509,6 +509,12 @@ private Q_SLOTS:
                 QVERIFY(!find());
             }
         }
+        // Nor of what a process removed that was killed then.
+        QVERIFY(settings.save({u"key"_s, secret, {}}) && settings.remove(u"key"_s));
+        QVERIFY(find());
+        provider.closeInCrash();
+        QVERIFY(UserStorageProvider().open(directory));
+        QVERIFY(!find());
     }
 
     void lockedOrNewer()
