@@ -1265,6 +1265,9 @@ void AccountManager::reset()
 {
     if (!m_closing && postponed([this] { reset(); }))
         return;
+    if (m_resetting) // and a handler asks for it again
+        return;
+    const QScopedValueRollback<bool> resetting(m_resetting, true);
     // Nobody comes in any more, whatever handlers ask for.
     const QScopedValueRollback<bool> closing(m_closing, true);
     Q_EMIT beginReset();

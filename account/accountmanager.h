@@ -460,6 +460,7 @@ private:
     bool m_restoring = false;
     bool m_loggingOutAll = false; // the settings are being reset for that
     bool m_closing = false;
+    bool m_resetting = false; // in reset()
     int m_totalUnreadCount = 0;
     int m_totalAtMeCount = 0;
     int m_viewIndex = 0;

@@ -76,6 +76,7 @@ public:
         CHECK(stage != Gone && !manager()->containsAccount(this));
         CHECK(manager()->currentAccount() != this && manager()->loginAccount() != this);
         stage = Gone;
+        givenUp();
         FakeAccount::release(logOut, deleteThis);
         react();
     }
@@ -146,6 +147,7 @@ public:
 
 private:
     void loggedOut();
+    void givenUp();
     void called()
     {
         const QScopedValueRollback<int> running(busy, busy + 1);
@@ -299,6 +301,11 @@ public:
     }
 
     void forget(qint64 id) { m_absent.remove(id); }
+    void mayBeAbsent(qint64 id)
+    {
+        if (!m_gone.contains(id))
+            m_maybeAbsent.insert(id);
+    }
     /// In a handler it may come at once or later, and where the settings are being reset no signal
     /// tells when.
     void forgetAll()
@@ -492,6 +499,11 @@ WatchedAccount::WatchedAccount(QObject *parent) : FakeAccount(parent)
 {
     accounts.append(this);
     Application::the->handlers.watch(this);
+}
+
+void WatchedAccount::givenUp()
+{
+    Application::the->mayBeAbsent(accountId());
 }
 
 void WatchedAccount::loggedOut()
@@ -757,7 +769,7 @@ void Application::check()
         QSet<qint64> unavailable;
         for (const QVariant &one : manager()->unavailableAccounts())
             unavailable.insert(one.toMap().value(QStringLiteral("accountId")).toLongLong());
-        CHECK(unavailable == m_absent);
+        CHECK(unavailable - m_gone == m_absent);
         const qint64 currentId = settings()->currentAccountId();
         CHECK(currentId == 0 || storedIds().contains(currentId));
         CHECK(!rows.contains(current) || currentId == current->accountId());
