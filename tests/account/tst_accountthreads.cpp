@@ -1,17 +1,23 @@
 #include "account/threadmanager.h"
 #include "dialog/datainfomodel.h"
+#include "imcrypto/store.h"
 #include "settings/accountsettingmodel.h"
 #include "settings/appsettingmodel.h"
 #include "storage/configstorage.h"
 #include "storage/globalstorageprovider.h"
+#include "storage/keystorage.h"
 #include "storage/settingstorage.h"
 #include "storage/userstorageprovider.h"
 #include "support/fakeaccount.h"
+#include "support/powercut.h"
 #include "support/stuckdisk.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QRegularExpression>
 #include <QSemaphore>
+#include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -26,15 +32,69 @@
 
 using namespace Qt::StringLiterals;
 
-/// One account's settings and data ranges under many hands.
+namespace
+{
+
+/// What the models are to those who do not care which it is: values by key.
+struct Store {
+    QString prefix; ///< in what rowsIn() gives
+    std::function<void(const QString &key, const QByteArray &value)> set;
+    std::function<QByteArray(const QString &key)> get;
+    std::function<bool()> flush;
+};
+
+template <typename Model>
+Store storeOf(const QString &prefix, Model *model)
+{
+    return {prefix,
+            [=](const QString &key, const QByteArray &value) { model->setValue(key, value, true); },
+            [=](const QString &key) { return model->value(key, {}).toByteArray(); },
+            [=] { return model->flush(); }};
+}
+
+/// What another process finds in these directories.
+QMap<QString, QByteArray> rowsIn(const QString &machineDirectory, const QString &accountDirectory)
+{
+    QMap<QString, QByteArray> rows;
+    const auto add = [&](const QString &prefix, const auto &infos) {
+        for (const auto &info : infos)
+            rows.insert(prefix + info.key, info.value.toByteArray());
+    };
+    storage::GlobalStorageProvider machine;
+    machine.setDirectory(machineDirectory);
+    storage::UserStorageProvider account;
+    if (!machine.open() || !account.open(accountDirectory, false))
+        return rows;
+    add(u"machine/"_s, machine.settingStorage()->allInfos());
+    add(u"account/"_s, account.settingStorage()->allInfos());
+    add(u"ranges/"_s, account.bufferConfigStorage()->allInfos());
+    for (const storage::KeyInfo &key : *account.keyStorage()->allInfos())
+        rows.insert(u"keys/"_s + key.kind + key.id, key.value);
+    return rows;
+}
+
+QString directoryOf(const QString &file)
+{
+    return QFileInfo(file).path() + u'/';
+}
+
+} // namespace
+
+/// The machine's settings, one account's, and its data ranges under many hands, and on disks that
+/// fail.
 class TestAccountThreads : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void initTestCase() { StuckDisk::install(".db"); }
+    void initTestCase()
+    {
+        PowerCut::install();
+        StuckDisk::install(".db");
+    }
     void init()
     {
-        AppSettingModel::instance()->loadGlobalData();
+        QDir(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)).removeRecursively();
+        machine()->loadGlobalData();
         ThreadManager::getInstance()->init();
         m_account = std::make_unique<FakeAccount>();
         m_account->setAccountId(7);
@@ -42,6 +102,7 @@ private Q_SLOTS:
     }
     void cleanup()
     {
+        AccountManager::releaseInstance();
         m_account.reset();
         AppSettingModel::releaseInstance();
         ThreadManager::getInstance()->quitAll();
@@ -60,7 +121,6 @@ private Q_SLOTS:
         constexpr int rounds = 60;
         DataInfoModel &ranges = *m_account->dataInfoModel();
         AccountSettingModel &settings = *m_account->accountSettingModel();
-        AppSettingModel &machine = *AppSettingModel::instance();
         const std::array stores = this->stores();
         std::atomic_int running = threads;
         std::atomic_int wrong = 0;
@@ -69,32 +129,30 @@ private Q_SLOTS:
             for (int thread = 0; thread < threads; ++thread) {
                 workers.emplace_back([&, thread] {
                     for (int i = 1; i <= rounds; ++i) {
-                        // Its own keys, read back at once ...
+                        // Its own keys, read back at once, and some that all fight for, never torn.
                         const QString own = u"own/%1"_s.arg(thread);
                         for (const Store &store : stores) {
                             store.set(own, QByteArray::number(i));
                             wrong += store.get(own) != QByteArray::number(i);
+                            store.set(u"shared"_s, QByteArray(20 + i % 3, char('a' + thread)));
+                            const QByteArray shared = store.get(u"shared"_s);
+                            wrong += shared.count(shared.at(0)) != shared.size();
                         }
-                        // ... some that all fight for, never torn ...
-                        const QString text(20 + i % 3, QChar(u'a' + thread));
-                        machine.setPasscode(text);
-                        settings.setLastLocation(text);
-                        ranges.saveArchiveDialogs(text.toUtf8());
-                        for (const QByteArray &found :
-                             {machine.passcode().toUtf8(), settings.lastLocation().toUtf8(),
-                              ranges.archiveDialogs()})
-                            wrong += found.count(found.at(0)) != found.size();
-                        machine.setImageEditTool({{u"size"_s, thread}});
-                        machine.setEmojiSkinIndex(u"\u270B"_s, thread);
-                        const int tone = machine.emojiSkinIndex(u"\u270B"_s);
-                        wrong += tone < 0 || tone >= threads || machine.imageEditTool().size() != 1;
-                        machine.setLargeEmoji(i % 3 == 0);
+                        // The same of every type, and one that comes and goes.
+                        machine()->setPasscode(QString(20 + i % 3, QChar(u'a' + thread)));
+                        const QString passcode = machine()->passcode();
+                        wrong += passcode.count(passcode.at(0)) != passcode.size();
+                        machine()->setImageEditTool({{u"size"_s, thread}});
+                        machine()->setEmojiSkinIndex(u"\u270B"_s, thread);
+                        const int tone = machine()->emojiSkinIndex(u"\u270B"_s);
+                        wrong +=
+                            tone < 0 || tone >= threads || machine()->imageEditTool().size() != 1;
+                        machine()->setLargeEmoji(i % 3 == 0);
                         settings.setShowArchivedFolder(i % 2 == 0);
-                        ranges.saveDialogOffset(qint64(thread) << 32 | i);
-                        // ... and one that comes and goes.
-                        ranges.saveMissRange(u"shared"_s, "x");
-                        ranges.removeMissRange(u"shared"_s);
                         wrong += settings.voiceDefalutPlaySpeed() != 2.0;
+                        ranges.saveDialogOffset(qint64(thread) << 32 | i);
+                        ranges.saveMissRange(u"gone"_s, "x");
+                        ranges.removeMissRange(u"gone"_s);
                     }
                     --running;
                 });
@@ -114,21 +172,18 @@ private Q_SLOTS:
         ThreadManager::getInstance()->quitAll();
 
         // What is stored is what was in memory last, for every key.
-        QStringList keys{u"passcode"_s,
-                         u"emoji_skin_indexes"_s,
-                         u"large_emoji"_s,
-                         u"last_latlog"_s,
-                         u"show_archived_folder"_s,
-                         u"archived_dialogs"_s,
-                         u"dialog_offset"_s,
-                         u"shared"_s};
-        for (int thread = 0; thread < threads; ++thread)
-            keys.append(u"own/%1"_s.arg(thread));
-        if (!reload)
-            keys.append(u"left_tab_width"_s);
+        const auto rows = this->rows();
         for (const Store &store : stores) {
+            QStringList keys{u"shared"_s, u"gone"_s};
+            for (int thread = 0; thread < threads; ++thread)
+                keys.append(u"own/%1"_s.arg(thread));
+            for (auto row = rows.cbegin(); row != rows.cend(); ++row) {
+                if (row.key().startsWith(store.prefix) && (!reload || store.prefix != u"account/"))
+                    keys.append(row.key().mid(store.prefix.size()));
+            }
+            QVERIFY(keys.size() > threads + 2);
             for (const QString &key : std::as_const(keys))
-                QCOMPARE(store.row(key), store.get(key));
+                QCOMPARE(rows.value(store.prefix + key), store.get(key));
         }
     }
 
@@ -148,8 +203,8 @@ private Q_SLOTS:
         }
         for (int i = 0; i < 10; ++i) {
             m_account->closeStorage();
-            AppSettingModel::instance()->globalStorage()->close();
-            QVERIFY(AppSettingModel::instance()->globalStorage()->open());
+            machine()->globalStorage()->close();
+            QVERIFY(machine()->globalStorage()->open());
             QVERIFY(m_account->openStorage(false));
         }
         // What was changed while the store was closed is in memory only: each writes once more.
@@ -161,12 +216,77 @@ private Q_SLOTS:
         workers.clear();
         for (const Store &store : stores) {
             QVERIFY(store.flush());
-            for (int thread = 0; thread < 4; ++thread) {
-                const QString key = QString::number(thread);
-                QVERIFY(store.get(key).isValid());
-                QCOMPARE(store.row(key), store.get(key));
+            const auto rows = this->rows();
+            for (const char key : {'0', '1', '2', '3'}) {
+                QVERIFY(!store.get(QChar::fromLatin1(key)).isEmpty());
+                QCOMPARE(rows[store.prefix + QChar::fromLatin1(key)],
+                         store.get(QChar::fromLatin1(key)));
             }
         }
+    }
+
+    /// What was confirmed is on the disk, where a power cut does not take it back.
+    void aPowerCut_data()
+    {
+        using Change = std::function<bool(FakeAccount &)>;
+        QTest::addColumn<Change>("change");
+        const auto row = [](const char *name, const Change &change) {
+            QTest::newRow(name) << change;
+        };
+        row("settings, flushed", [](FakeAccount &) {
+            machine()->setDarkMode(true);
+            return machine()->flush();
+        });
+        row("an account's settings, flushed", [](FakeAccount &account) {
+            account.accountSettingModel()->setLeftTabWidth(90);
+            return account.accountSettingModel()->flush();
+        });
+        row("ranges, flushed in time", [](FakeAccount &account) {
+            account.dataInfoModel()->saveMissRange(u"a"_s, "b");
+            return account.dataInfoModel()->flush(QDeadlineTimer(5000));
+        });
+        row("flushed after it was written", [](FakeAccount &account) {
+            account.dataInfoModel()->saveMissRange(u"a"_s, "b");
+            return QTest::qWaitFor([&] {
+                       return !account.storage()->bufferConfigStorage()->allInfos().isEmpty();
+                   })
+                && account.dataInfoModel()->flush();
+        });
+        row("never flushed, for a while", [](FakeAccount &account) {
+            machine()->setDarkMode(true);
+            account.accountSettingModel()->setLeftTabWidth(90);
+            std::thread([&] { account.dataInfoModel()->saveMissRange(u"a"_s, "b"); }).join();
+            QTest::qWait(1500);
+            return true;
+        });
+        row("a chat key", [](FakeAccount &account) {
+            return account.signalStore()->saveChatKey(u"G-1"_s, 1, QByteArray(32, 'k'));
+        });
+        row("a secure key", [](FakeAccount &account) {
+            return !account.signalStore()->secureKey(u"id"_s, 1, true).isEmpty();
+        });
+        row("a sign-in", [](FakeAccount &account) {
+            AccountManager::getInstance()->init(
+                [](QObject *parent) { return new FakeAccount(parent); });
+            account.setAuthorized(true);
+            account.accountSettingModel()->setLeftTabWidth(90);
+            AccountManager::getInstance()->addAccount(&account);
+            return AccountManager::getInstance()->containsAccount(&account);
+        });
+    }
+    void aPowerCut()
+    {
+        QFETCH(const std::function<bool(FakeAccount &)>, change);
+        QVERIFY(machine()->flush());
+        const auto before = rows();
+        QVERIFY(change(*m_account));
+        const auto found = rowsAfterPowerCut();
+        QVERIFY(found.size() > before.size());
+        QCOMPARE(found, rows());
+        // What is not synced is gone, indeed.
+        QVERIFY(machine()->globalStorage()->settingStorage()->save({u"unsynced"_s, 1, {}}));
+        QVERIFY(!rowsAfterPowerCut().contains(u"machine/unsynced"_s));
+        QVERIFY(rows().contains(u"machine/unsynced"_s));
     }
 
     void theExitWithStoresThatCannotBeWritten_data()
@@ -183,15 +303,15 @@ private Q_SLOTS:
         std::optional<StuckDisk> disk;
         if (stuck)
             disk.emplace();
-        for (const QString &path : {AppSettingModel::instance()->globalStorage()->filePath(),
-                                    m_account->storage()->filePath()}) {
+        for (const QString &path :
+             {machine()->globalStorage()->filePath(), m_account->storage()->filePath()}) {
             if (stuck)
                 continue;
             others.push_back(std::make_unique<SQLite::Database>(path.toStdString(),
                                                                 SQLite::OPEN_READWRITE, 10'000));
             others.back()->exec("BEGIN EXCLUSIVE");
         }
-        AppSettingModel::instance()->setSaveasPath(u"secret"_s);
+        machine()->setSaveasPath(u"secret"_s);
         m_account->accountSettingModel()->setLastLocation(u"secret"_s);
         m_account->dataInfoModel()->saveMissRange(u"range"_s, "secret");
         messages.clear();
@@ -254,65 +374,30 @@ private Q_SLOTS:
     }
 
 private:
-    /// What the models are to those who do not care which it is: rows by key.
-    struct Store {
-        std::function<void(const QString &key, const QByteArray &value)> set;
-        std::function<QVariant(const QString &key)> get;
-        std::function<QVariant(const QString &key)> row; ///< as another process finds it
-        std::function<bool()> flush;
-    };
+    static AppSettingModel *machine() { return AppSettingModel::instance(); }
     std::array<Store, 3> stores()
     {
-        const auto rowOf = [](const auto &storage, const QString &key) {
-            for (const auto &info : storage.allInfos()) {
-                if (info.key == key)
-                    return info.value;
-            }
-            return QVariant();
-        };
-        const auto ofSettings = [](SettingModelBase *model, auto row, auto flush) {
-            return Store{[model](const QString &key, const QByteArray &value) {
-                             QMetaObject::invokeMethod(model, "setValue", Qt::DirectConnection,
-                                                       Q_ARG(QString, key), Q_ARG(QVariant, value),
-                                                       Q_ARG(bool, true));
-                         },
-                         [model](const QString &key) { return model->value(key, {}); }, row, flush};
-        };
-        AccountSettingModel *settings = m_account->accountSettingModel();
         DataInfoModel *ranges = m_account->dataInfoModel();
-        const QString path = m_account->userStatusDataPath();
-        return {ofSettings(
-                    AppSettingModel::instance(),
-                    [rowOf](const QString &key) {
-                        storage::GlobalStorageProvider found;
-                        found.open();
-                        return rowOf(*found.settingStorage(), key);
-                    },
-                    [] { return AppSettingModel::instance()->flush(); }),
-                ofSettings(
-                    settings,
-                    [=](const QString &key) {
-                        storage::UserStorageProvider found;
-                        found.open(path, false);
-                        return rowOf(*found.settingStorage(), key);
-                    },
-                    [settings] { return settings->flush(); }),
-                Store{[ranges](const QString &key, const QByteArray &value) {
+        return {storeOf(u"machine/"_s, machine()),
+                storeOf(u"account/"_s, m_account->accountSettingModel()),
+                Store{u"ranges/"_s,
+                      [=](const QString &key, const QByteArray &value) {
                           ranges->saveMissRange(key, value);
                       },
-                      [ranges](const QString &key) {
-                          const QByteArray range = ranges->missRange(key);
-                          return range.isEmpty() ? QVariant() : range;
-                      },
-                      [=](const QString &key) {
-                          storage::UserStorageProvider found;
-                          found.open(path, false);
-                          const QVariant value = found.bufferConfigStorage()->value(key);
-                          return value.isValid() ? value.toByteArray() : value;
-                      },
-                      [ranges] { return ranges->flush(); }}};
+                      [=](const QString &key) { return ranges->missRange(key); },
+                      [=] { return ranges->flush(); }}};
     }
-
+    QString machineDirectory() { return directoryOf(machine()->globalStorage()->filePath()); }
+    QString accountDirectory() { return m_account->userStatusDataPath() + u'/'; }
+    QMap<QString, QByteArray> rows() { return rowsIn(machineDirectory(), accountDirectory()); }
+    QMap<QString, QByteArray> rowsAfterPowerCut()
+    {
+        const QTemporaryDir machineCopy;
+        const QTemporaryDir accountCopy;
+        PowerCut::copy(machineDirectory().toStdString(), machineCopy.path().toStdString() + '/');
+        PowerCut::copy(accountDirectory().toStdString(), accountCopy.path().toStdString() + '/');
+        return rowsIn(machineCopy.path(), accountCopy.path());
+    }
     static void collect(QtMsgType, const QMessageLogContext &, const QString &text)
     {
         static std::mutex mutex;
