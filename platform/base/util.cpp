@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
+#include <utility>
 
 namespace
 {
@@ -49,10 +50,23 @@ QString Util::defaultCacheDataDir()
 
 bool Util::mkpath(const QString &path)
 {
-    if (!path.isEmpty() && QDir().mkpath(path))
+    QStringList missing;
+    for (QString dir = QDir::cleanPath(path); !dir.isEmpty() && !QFileInfo::exists(dir);) {
+        missing.prepend(dir);
+        const QString parent = QFileInfo(dir).path();
+        dir = parent == dir ? QString() : parent;
+    }
+    for (const QString &dir : std::as_const(missing))
+        QDir().mkdir(dir, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    if (!path.isEmpty() && QFileInfo(path).isDir())
         return true;
     ImLog::error(log(), QStringLiteral("Cannot make directory \"%1\"").arg(path));
     return false;
+}
+
+bool Util::openPrivate(QFile &file, QIODevice::OpenMode mode)
+{
+    return file.open(mode, QFile::ReadOwner | QFile::WriteOwner);
 }
 
 bool Util::removeLocalFolder(const QString &path)

@@ -3,8 +3,11 @@
 #include "base/base_export.h"
 
 #include <QByteArrayView>
+#include <QIODevice>
 #include <QRegularExpression>
 #include <QString>
+
+class QFile;
 
 /// Texts, paths, and the patterns by which a text's links, addresses and tags are recognised.
 /// Everything here is reentrant; the expressions are compiled on first use and live forever.
@@ -48,9 +51,11 @@ public:
     /// The per-user directory for the client's data (QStandardPaths::AppDataLocation), ending in a
     /// separator. Not created.
     static QString defaultCacheDataDir();
-    /// Makes `path` with all its parents. True when it is a directory afterwards; else false, with a
-    /// log line.
+    /// Makes `path` with all its parents. Those that are made are their owner's alone (0700),
+    /// whatever the umask says. True when it is a directory afterwards; else false, with a log line.
     static bool mkpath(const QString &path);
+    /// Opens a file; where that makes one, it is its owner's alone (0600), whatever the umask says.
+    static bool openPrivate(QFile &file, QIODevice::OpenMode mode);
     /// Deletes a directory and all it holds. Links, `path` itself included, are removed and never
     /// followed. True when it is gone afterwards or was never there; false, with a log line, for a
     /// file, a root directory, an empty path, or when something inside cannot be deleted.
