@@ -214,9 +214,9 @@ public:
     /// changes are kept, and tried again later. From any thread.
     bool flush();
 
-    /// Wipes all settings but "database_version" and "server_config", in one step as far as the
-    /// store is concerned, and announces the defaults; what is not announced one by one is to be
-    /// read again after paramsBeReseted.
+    /// Wipes all settings but "database_version", "server_config" and "left_media" (what
+    /// AppDataMove has yet to delete), in one step as far as the store is concerned, and announces
+    /// the defaults; what is not announced one by one is to be read again after paramsBeReseted.
     Q_INVOKABLE void reset();
     /// Sets countMuteDialog and unreadMessagesCounter back to false.
     Q_INVOKABLE void resetBadgeCounter();

@@ -445,15 +445,20 @@ void FolderMove::removeEmptyFolders()
     removeEmpty(m_source.left(account + 1), m_source);
 }
 
-bool FolderMove::removeAll(const QString &root, const QString &folder)
+bool FolderMove::moveAway(const QString &root, const QString &folder, const QString &place)
 {
     const QString cleanRoot = cleanFolder(root);
     const QString path = cleanFolder(root + folder);
-    if (leadsThroughLink(cleanRoot, path))
+    if (!QFileInfo(path).isDir() || leadsThroughLink(cleanRoot, path))
         return true;
-    const bool isGone = Util::removeLocalFolder(path);
+    const QString base = cleanFolder(place);
+    int number = 1;
+    while (QFileInfo::exists(base + QString::number(number)))
+        ++number;
+    if (!Util::mkpath(place) || !QDir().rename(path, base + QString::number(number)))
+        return false;
     removeEmpty(cleanRoot, path);
-    return isGone;
+    return true;
 }
 
 FolderMove::Result FolderMove::note(const QString &path, Cause cause, const QString &reason,

@@ -62,9 +62,9 @@ public:
     /// Bytes in the regular files of a folder below `root`, without what lies behind links and in
     /// folders that cannot be read.
     static qint64 size(const QString &root, const QString &folder);
-    /// Deletes a folder below `root` with all that it holds, and folders around it that are empty
-    /// then. Nothing is deleted behind a link. False when something stays.
-    static bool removeAll(const QString &root, const QString &folder);
+    /// Makes a folder below `root` one without a meaning in the folder `place`, and removes those
+    /// around it that are empty then. What lies behind a link stays. False when it cannot be done.
+    static bool moveAway(const QString &root, const QString &folder, const QString &place);
 
     /// Done or InUse: what could be copied is on the disk. Otherwise the reason has been logged.
     Result copy();
