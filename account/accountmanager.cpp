@@ -1188,6 +1188,7 @@ void AccountManager::unlockApp(bool destroy, bool notebookMode)
 
     // Otherwise the accounts log out one by one, and the last one finishes the wipe.
     const bool nothingListed = count() == 0;
+    m_appDataMove->wipe();
     m_lastAccount = nullptr;
     m_deleteAll = true;
     Q_EMIT currentAccountChanged(m_currentAccount, nullptr);

@@ -590,6 +590,14 @@
         <source>The last move has not finished yet.</source>
         <translation>لم تكتمل عملية النقل السابقة بعد.</translation>
     </message>
+    <message id="storage_old_place_missing_tip">
+        <source>The old place is not there. Is its disk connected?</source>
+        <translation>الموقع القديم غير موجود. هل القرص متصل؟</translation>
+    </message>
+    <message id="storage_place_relative_tip">
+        <source>The new place needs a full path.</source>
+        <translation>يجب إدخال المسار الكامل للموقع الجديد.</translation>
+    </message>
     <message id="storage_place_missing_tip">
         <source>The new place does not exist.</source>
         <translation>الموقع الجديد غير موجود.</translation>

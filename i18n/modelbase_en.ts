@@ -570,6 +570,14 @@
         <source>The last move has not finished yet.</source>
         <translation>The last move has not finished yet.</translation>
     </message>
+    <message id="storage_old_place_missing_tip">
+        <source>The old place is not there. Is its disk connected?</source>
+        <translation>The old place is not there. Is its disk connected?</translation>
+    </message>
+    <message id="storage_place_relative_tip">
+        <source>The new place needs a full path.</source>
+        <translation>The new place needs a full path.</translation>
+    </message>
     <message id="storage_place_missing_tip">
         <source>The new place does not exist.</source>
         <translation>The new place does not exist.</translation>

@@ -565,6 +565,14 @@
         <source>The last move has not finished yet.</source>
         <translation>上一次移动尚未完成。</translation>
     </message>
+    <message id="storage_old_place_missing_tip">
+        <source>The old place is not there. Is its disk connected?</source>
+        <translation>旧位置不存在。磁盘是否已连接？</translation>
+    </message>
+    <message id="storage_place_relative_tip">
+        <source>The new place needs a full path.</source>
+        <translation>请输入新位置的完整路径。</translation>
+    </message>
     <message id="storage_place_missing_tip">
         <source>The new place does not exist.</source>
         <translation>新位置不存在。</translation>

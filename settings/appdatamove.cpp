@@ -13,6 +13,7 @@
 #include "settings/foldermove_p.h"
 #include "storage/globalstorageprovider.h"
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
@@ -34,7 +35,7 @@ struct AppDataMove::Plan {
     /// JSON text.
     QVariantMap accounts;
     qint64 bytes = 0;
-    // Of the move that this one takes back, in case that it cannot.
+    // Of the move that this one takes back.
     QString undoneSource;
     QByteArray undoneInfo;
 };
@@ -46,10 +47,12 @@ struct AppDataMove::Problem {
     QString name;   // below that
     QString path;
     FileCause cause;
+    QString obstacle;
 };
 
 struct AppDataMove::Report {
     FolderMove::Result result = FolderMove::Done;
+    bool isSourceMissing = false;
     qint64 movedBytes = 0;
     qint64 totalBytes = 0;
     std::vector<Problem> problems;
@@ -67,6 +70,8 @@ constexpr int rounds = 3;
 constexpr int patientRounds = 8;
 constexpr int patienceMs = 250;
 constexpr int laterMs = 10'000;
+/// How long the application's end waits for media to be deleted.
+constexpr std::chrono::seconds deletionTime(10);
 
 using FileCause = AppDataMove::FileCause;
 using Reason = AppDataMove::Reason;
@@ -104,6 +109,13 @@ std::pair<QString, const char *> textsOf(Reason reason)
         //% "The last move has not finished yet."
         return {translated(QT_TRID_NOOP("storage_move_unfinished_tip")),
                 "the last one has not finished"};
+    case Reason::OldPlaceMissing:
+        //% "The old place is not there. Is its disk connected?"
+        return {translated(QT_TRID_NOOP("storage_old_place_missing_tip")),
+                "the old place is not there"};
+    case Reason::TargetRelative:
+        //% "The new place needs a full path."
+        return {translated(QT_TRID_NOOP("storage_place_relative_tip")), "a relative path"};
     case Reason::NoTarget:
         //% "The new place does not exist."
         return {translated(QT_TRID_NOOP("storage_place_missing_tip")), "no such directory"};
@@ -281,17 +293,96 @@ QString folderOf(const QVariantMap &entry)
                                         entry.value(fileTypeKey()).toInt());
 }
 
-/// Deletes what an account has there; its database, which may lie beside, belongs to the account.
-void removeMedia(const QString &root, const QString &id)
+/// A name below a directory that nothing else has: neither a person's files, nor those of a move to
+/// another place, which may have been copied here.
+QString nameOfOurs(const char *purpose, const QString &directory)
 {
-    const QString account = root + accountFolder(id);
-    if (!QFileInfo::exists(account + QStringLiteral("userstatus"))) {
-        Util::removeLocalFolder(account);
-        return;
-    }
-    QFile::remove(account + QStringLiteral(".moving"));
+    const QByteArray place = QDir::cleanPath(QDir::fromNativeSeparators(directory)).toUtf8();
+    return QStringLiteral(".modelbase-%1-%2")
+        .arg(QLatin1String(purpose),
+             QString::fromLatin1(
+                 QCryptographicHash::hash(place, QCryptographicHash::Sha256).toHex().left(16)));
+}
+
+/// The file in which the copies for an account are made.
+QString scratchFile(const QString &target, const QString &id)
+{
+    return target + accountFolder(id) + nameOfOurs("copy", target);
+}
+
+/// Where media wait for their deletion.
+QString trashFolder(const QString &directory)
+{
+    return directory + nameOfOurs("left", directory);
+}
+
+bool isSignedIn(const QString &id)
+{
+    // An account that could not be opened this time is still one of those signed in.
+    const qint64 number = id.toLongLong();
+    return AccountManager::getInstance()->getAccountIds().contains(number)
+        || AppSettingModel::instance()->accountIds().contains(number);
+}
+
+/// Whether the old place is there, and not just the empty directory at which a disk is mounted: as
+/// long as a move is unfinished, it has a folder for each of its accounts.
+bool isThere(const QString &source, const QStringList &ids)
+{
+    const auto isStaying = [](const QString &id) { return isSignedIn(id); };
+    return QFileInfo(source).isDir()
+        && (std::none_of(ids.cbegin(), ids.cend(), isStaying)
+            || std::any_of(ids.cbegin(), ids.cend(), [&](const QString &id) {
+                   return QFileInfo(source + accountFolder(id)).isDir();
+               }));
+}
+
+/// Puts what an account has there where it can be deleted at leisure, whoever signs in meanwhile.
+/// False when something stays: the disk may be back later.
+bool setAside(const QString &directory, const QString &id)
+{
+    if (!QFileInfo(directory).isDir())
+        return false;
+    QFile::remove(scratchFile(directory, id));
+    bool isDone = true;
     for (const MediaFolder &folder : mediaFolders())
-        Util::removeLocalFolder(account + folder.path);
+        isDone =
+            FolderMove::moveAway(directory, accountFolder(id) + folder.path, trashFolder(directory))
+            && isDone;
+    QDir().rmdir(directory + id);
+    return isDone;
+}
+
+/// What is to be deleted, which is stored: of each directory, the ids of those who had media there.
+QString leftKey()
+{
+    return QStringLiteral("left_media");
+}
+
+QVariantMap leftMedia()
+{
+    return jsonToMap(AppSettingModel::instance()->getValue(leftKey(), {}).toByteArray());
+}
+
+void setLeftMedia(const QVariantMap &left)
+{
+    AppSettingModel *settings = AppSettingModel::instance();
+    if (!left.isEmpty())
+        settings->setValue(leftKey(), mapToJson(left), true);
+    else if (settings->getValue(leftKey(), {}).isValid())
+        settings->removeKey(leftKey());
+}
+
+void addLeftMedia(const QStringList &directories, const QStringList &ids)
+{
+    if (ids.isEmpty())
+        return;
+    QVariantMap left = leftMedia();
+    for (const QString &directory : directories) {
+        QStringList all = left.value(directory).toStringList() + ids;
+        all.removeDuplicates();
+        left.insert(directory, all);
+    }
+    setLeftMedia(left);
 }
 
 } // namespace
@@ -301,9 +392,8 @@ class AppDataMove::Carrier
 {
 public:
     Carrier(AppDataMove *move, Plan &&plan)
-        : m_move(move), m_manager(move->m_manager), m_cancelled(move->m_cancelled),
-          m_abandoned(move->m_abandoned), m_settings(AppSettingModel::instance()),
-          m_plan(std::move(plan))
+        : m_move(move), m_cancelled(move->m_cancelled), m_abandoned(move->m_abandoned),
+          m_settings(AppSettingModel::instance()), m_plan(std::move(plan))
     {
     }
 
@@ -311,13 +401,19 @@ public:
     {
         // Without a map, because the stored one was damaged, all that is still there is to be moved.
         if (m_plan.accounts.isEmpty()) {
-            for (const qint64 id : m_manager->getAccountIds())
+            for (const qint64 id : AccountManager::getInstance()->getAccountIds())
                 m_plan.accounts.insert(QString::number(id), QVariant());
         }
         const QStringList ids = m_plan.accounts.keys();
+        m_report.isSourceMissing = !isThere(m_plan.source, ids);
+        if (m_report.isSourceMissing)
+            return std::move(m_report);
         for (const QString &id : ids) {
             if (isStopped())
                 break;
+            // At the source it is of a move that this one takes back.
+            for (const QString &place : {m_plan.source, m_plan.target})
+                QFile::remove(scratchFile(place, id));
             const QVariantList entries = surveyAccount(m_plan.source, id, &m_report.totalBytes);
             if (m_plan.accounts.value(id).isNull())
                 m_plan.accounts.insert(id, toJsonText(entries));
@@ -331,40 +427,15 @@ public:
                 QThread::msleep(10);
             m_report.result = carryAll(ids);
         }
+        m_report.isSourceMissing = !isThere(m_plan.source, ids);
         return std::move(m_report);
-    }
-
-    /// Of the accounts that are gone.
-    void clean()
-    {
-        for (const QString &id : m_plan.accounts.keys()) {
-            if (isGone(id))
-                forget(id);
-        }
     }
 
 private:
     bool isStopped() const { return m_cancelled || m_abandoned; }
 
-    bool isGone(const QString &id) const
-    {
-        // An account that could not be opened this time is still one of those signed in. The flag
-        // is read last: who gives the manager up sets it before the accounts are forgotten.
-        const qint64 number = id.toLongLong();
-        return !m_manager->getAccountIds().contains(number)
-            && !m_settings->accountIds().contains(number) && !m_cancelled;
-    }
-
-    void forget(const QString &id)
-    {
-        // As long as the map names the account, also a kill is followed by another attempt.
-        removeMedia(m_plan.source, id);
-        removeMedia(m_plan.target, id);
-        m_plan.accounts.remove(id);
-        store();
-        removeMedia(m_plan.target, id);
-        std::erase_if(m_report.problems, [&](const Problem &problem) { return problem.id == id; });
-    }
+    /// The flag is read last: who gives the manager up sets it before the accounts are forgotten.
+    bool isGone(const QString &id) const { return !isSignedIn(id) && !m_cancelled; }
 
     FolderMove::Result carryAll(const QStringList &ids)
     {
@@ -373,13 +444,12 @@ private:
         for (const QString &id : ids) {
             if (isStopped())
                 break;
-            if (!m_plan.accounts.contains(id))
-                continue;
             const FolderMove::Result ofAccount = carryAccount(id);
             if (!isGone(id))
                 worst = std::max(worst, ofAccount);
         }
-        clean(); // whoever has signed out meanwhile
+        std::erase_if(m_report.problems,
+                      [this](const Problem &problem) { return isGone(problem.id); });
         return isStopped() ? FolderMove::Cancelled : worst;
     }
 
@@ -413,8 +483,7 @@ private:
     {
         const QString folder = folderOf(fields);
         const FolderMove::Task task = {m_plan.source, m_plan.target, accountFolder(id) + folder,
-                                       m_plan.target + accountFolder(id)
-                                           + QStringLiteral(".moving"),
+                                       scratchFile(m_plan.target, id),
                                        fields.value(skippedKey()).toStringList()};
         for (int round = 0; round < rounds; ++round) {
             FolderMove move(task, [this](qint64 count) { return advance(count); });
@@ -422,6 +491,9 @@ private:
                 return move.worst();
             if (isStopped())
                 return FolderMove::Cancelled;
+            // A disk that goes takes nothing that has been moved.
+            if (!isThere(m_plan.source, m_plan.accounts.keys()))
+                return FolderMove::Failed;
             for (const auto &[name, newName] : move.renamed()) {
                 const QString path = QDir::fromNativeSeparators(task.folder);
                 AppDirManager::instance()->addRenamed(m_plan.source, path + name, path + newName);
@@ -438,8 +510,8 @@ private:
             if (!all && round + 1 < rounds)
                 continue;
             for (const FolderMove::Problem &problem : move.problems()) {
-                m_report.problems.push_back(
-                    {id, folder, move.nameOf(problem), problem.path, FileCause(problem.cause)});
+                m_report.problems.push_back({id, folder, move.nameOf(problem), problem.path,
+                                             FileCause(problem.cause), problem.obstacle});
             }
             return all ? move.worst() : std::max(move.worst(), FolderMove::InUse);
         }
@@ -483,7 +555,6 @@ private:
     }
 
     AppDataMove *const m_move;
-    const AccountManager *const m_manager;
     const std::atomic<bool> &m_cancelled;
     const std::atomic<bool> &m_abandoned;
     AppSettingModel *const m_settings;
@@ -514,18 +585,22 @@ bool AppDataMove::moveTo(const QString &targetDirectory)
     const QString path = Util::toLocalFile(targetDirectory);
     if (plan.source.isEmpty() || path.isEmpty() || !path.isValidUtf16())
         return refuse(Reason::NoTarget);
+    if (QDir::isRelativePath(path))
+        return refuse(Reason::TargetRelative);
     plan.target = QDir::toNativeSeparators(QDir::cleanPath(QFileInfo(path).absoluteFilePath()));
     if (!plan.target.endsWith(Util::separator()))
         plan.target += Util::separator();
     if (const Reason reason = obstacle(plan.source, plan.target); reason != Reason::None)
         return refuse(reason);
     dropStored();
+    removeLeft(); // before the place is in use again
     const AppSettingModel *settings = AppSettingModel::instance();
-    // A move that has not finished can be taken back; and without its old place it never will be.
-    if (const QDir oldPlace(settings->oldCacheDataPath());
-        !settings->movedDataInfo().isEmpty() && oldPlace.exists()) {
-        if (oldPlace != QDir(plan.target))
+    // A move that has not finished can be taken back.
+    if (!settings->movedDataInfo().isEmpty()) {
+        if (QDir(settings->oldCacheDataPath()) != QDir(plan.target))
             return refuse(Reason::LastUnfinished);
+        if (!isThere(plan.target, jsonToMap(settings->movedDataInfo()).keys()))
+            return refuse(Reason::OldPlaceMissing);
         plan.undoneSource = settings->oldCacheDataPath();
         plan.undoneInfo = settings->movedDataInfo();
     }
@@ -533,7 +608,7 @@ bool AppDataMove::moveTo(const QString &targetDirectory)
     for (const qint64 id : m_manager->getAccountIds())
         plan.accounts.insert(QString::number(id), QVariant());
     begin();
-    run([this, plan] { survey(plan); });
+    m_carrying = start([this, plan] { survey(plan); });
     return true;
 }
 
@@ -561,6 +636,8 @@ void AppDataMove::resume()
 {
     if (m_running)
         return;
+    follow();
+    removeLeft();
     dropStored();
     AppSettingModel *settings = AppSettingModel::instance();
     const QByteArray info = settings->movedDataInfo();
@@ -572,17 +649,11 @@ void AppDataMove::resume()
     plan.target = settings->cacheDataPath();
     plan.accounts = readAccounts(info);
 
-    // A disk that is not there may come back.
-    if (!QFileInfo(plan.source).isDir()) {
-        ImLog::error(lcMove(),
-                     QStringLiteral("A data move cannot go on: the old place is not there"));
-        return;
-    }
     begin();
     if (const Reason reason = obstacle(plan.source, plan.target); reason != Reason::None)
         fail(reason);
     else
-        run([this, plan] { carryOver(plan); });
+        m_carrying = start([this, plan] { carryOver(plan); });
 }
 
 void AppDataMove::cancel()
@@ -630,8 +701,7 @@ void AppDataMove::giveUp()
         m_givingUp = true;
         cancel();
     } else if (unfinished()) {
-        AppSettingModel::instance()->setMovedDataInfo({});
-        m_ids.clear();
+        closeMap();
         setOutcome(Outcome::GivenUp, Reason::None);
     }
 }
@@ -639,9 +709,28 @@ void AppDataMove::giveUp()
 void AppDataMove::reset()
 {
     cancel();
+    if (m_carrying.valid())
+        m_carrying.wait();
+    const auto deadline = std::chrono::steady_clock::now() + deletionTime;
+    for (const std::future<void> &task : m_tasks)
+        task.wait_until(deadline);
+    m_hurrying = true;
     for (const std::future<void> &task : m_tasks)
         task.wait();
+    m_hurrying = false;
     m_tasks.clear();
+}
+
+void AppDataMove::wipe()
+{
+    QStringList ids;
+    for (const QVariant &id : AppSettingModel::instance()->accountIds())
+        ids.append(QString::number(id.toLongLong()));
+    for (const qint64 id : AccountManager::getInstance()->getAccountIds())
+        ids.append(QString::number(id));
+    follow();
+    addLeftMedia(AppDirManager::instance()->everyDir(), ids);
+    AppSettingModel::instance()->flush();
 }
 
 bool AppDataMove::unfinished() const
@@ -658,9 +747,11 @@ QVariantList AppDataMove::problems() const
 {
     QVariantList list;
     for (const Problem &problem : m_problems) {
-        list.append(QVariantMap{{QStringLiteral("path"), QDir::toNativeSeparators(problem.path)},
-                                {QStringLiteral("cause"), QVariant::fromValue(problem.cause)},
-                                {QStringLiteral("text"), textOf(problem.cause)}});
+        list.append(
+            QVariantMap{{QStringLiteral("path"), QDir::toNativeSeparators(problem.path)},
+                        {QStringLiteral("cause"), QVariant::fromValue(problem.cause)},
+                        {QStringLiteral("obstacle"), QDir::toNativeSeparators(problem.obstacle)},
+                        {QStringLiteral("text"), textOf(problem.cause)}});
     }
     return list;
 }
@@ -675,26 +766,122 @@ void AppDataMove::dropStored()
     settings->setMovedDataInfo({});
 }
 
-/// The settings have been reset: nobody is going to be signed in, and the stored move is gone.
+void AppDataMove::follow()
+{
+    AppSettingModel *settings = AppSettingModel::instance();
+    connect(settings, &AppSettingModel::accountIdsChanged, this, &AppDataMove::accountsChanged,
+            Qt::UniqueConnection);
+    connect(settings, &AppSettingModel::paramsBeReseted, this, &AppDataMove::abandon,
+            Qt::UniqueConnection);
+}
+
+/// Everybody has signed out. The settings are about to be reset, which forgets the places.
+void AppDataMove::accountsChanged(const QVariantList &ids)
+{
+    const AppSettingModel *settings = AppSettingModel::instance();
+    const QStringList moving = jsonToMap(settings->movedDataInfo()).keys();
+    if (!ids.isEmpty() || (moving.isEmpty() && !AccountManager::getInstance()->deleteAll()))
+        return;
+    abandon();
+    if (m_carrying.valid())
+        m_carrying.wait();
+    addLeftMedia({settings->oldCacheDataPath(), settings->cacheDataPath()}, moving);
+    removeLeft(true);
+}
+
 void AppDataMove::abandon()
 {
     m_abandoned = true;
     m_again.stop();
-    // Until the event loop runs again, accounts may still be listed that are about to sign out.
-    if (!m_running && !m_ids.isEmpty())
-        QMetaObject::invokeMethod(this, &AppDataMove::cleanUp, Qt::QueuedConnection);
 }
 
-/// Deletes what the accounts of an abandoned move have left.
-void AppDataMove::cleanUp()
+/// Deletes the media of those who have left, in the background, wherever they can be reached. In a
+/// directory that is in use those stay who are signed in, unless everybody is about to sign out.
+void AppDataMove::removeLeft(bool isEverybodyLeaving)
 {
-    Plan plan;
-    plan.source = m_source;
-    plan.target = m_target;
-    for (const QString &id : std::exchange(m_ids, {}))
-        plan.accounts.insert(id, QVariant());
-    m_cancelled = false;
-    run([this, plan] { Carrier(this, Plan(plan)).clean(); });
+    QVariantMap left = leftMedia();
+    if (left.isEmpty())
+        return;
+    const QStringList used =
+        isEverybodyLeaving ? QStringList() : AppDirManager::instance()->everyDir();
+    QVariantMap removed;
+    for (auto entry = left.begin(); entry != left.end(); ++entry) {
+        const bool isUsed = used.contains(entry.key());
+        QStringList ids = entry.value().toStringList();
+        // Who is there was not wiped after all, or has come back.
+        ids.removeIf([&](const QString &id) {
+            return isUsed && AccountManager::getInstance()->getAccount(id.toLongLong());
+        });
+        entry.value() = ids;
+        ids.removeIf([&](const QString &id) {
+            return (isUsed && isSignedIn(id)) || !setAside(entry.key(), id);
+        });
+        removed.insert(entry.key(), ids);
+    }
+    setLeftMedia(left);
+    run([this, removed] {
+        QVariantMap done;
+        for (auto entry = removed.cbegin(); entry != removed.cend(); ++entry) {
+            if (emptyTrash(entry.key()))
+                done.insert(entry.key(), entry.value());
+        }
+        QMetaObject::invokeMethod(
+            this, [done] { forgetLeft(done); }, Qt::QueuedConnection);
+    });
+}
+
+bool AppDataMove::emptyTrash(const QString &directory) const
+{
+    const QDir trash(trashFolder(directory));
+    for (const QString &name : trash.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot)) {
+        if (m_hurrying || !Util::removeLocalFolder(trash.filePath(name)))
+            return false;
+    }
+    return !trash.exists() || QDir().rmdir(trash.path());
+}
+
+void AppDataMove::forgetLeft(const QVariantMap &removed)
+{
+    QVariantMap left = leftMedia();
+    for (auto entry = removed.cbegin(); entry != removed.cend(); ++entry) {
+        QStringList ids = left.value(entry.key()).toStringList();
+        for (const QString &id : entry.value().toStringList())
+            ids.removeAll(id);
+        if (ids.isEmpty())
+            left.remove(entry.key());
+        else
+            left.insert(entry.key(), ids);
+    }
+    setLeftMedia(left);
+}
+
+/// Takes those who have signed out from the stored map. What they have left is deleted.
+void AppDataMove::dropGone()
+{
+    AppSettingModel *settings = AppSettingModel::instance();
+    QVariantMap accounts = jsonToMap(settings->movedDataInfo());
+    QStringList gone = accounts.keys();
+    gone.removeIf(isSignedIn);
+    if (gone.isEmpty())
+        return;
+    addLeftMedia({settings->oldCacheDataPath(), settings->cacheDataPath()}, gone);
+    for (const QString &id : std::as_const(gone))
+        accounts.remove(id);
+    settings->setMovedDataInfo(mapToJson(accounts));
+    removeLeft();
+}
+
+/// Ends the stored move, and removes what it needed.
+void AppDataMove::closeMap()
+{
+    dropGone();
+    AppSettingModel *settings = AppSettingModel::instance();
+    const QStringList ids = jsonToMap(settings->movedDataInfo()).keys();
+    settings->setMovedDataInfo({});
+    for (const QString &id : ids) {
+        QFile::remove(scratchFile(settings->cacheDataPath(), id));
+        QDir().rmdir(settings->oldCacheDataPath() + id);
+    }
 }
 
 void AppDataMove::begin()
@@ -702,18 +889,25 @@ void AppDataMove::begin()
     // The manager forgets its accounts when it is given up: none of them is gone then.
     connect(m_manager, &AccountManager::beginReset, this, &AppDataMove::cancel,
             Qt::UniqueConnection);
-    connect(AppSettingModel::instance(), &AppSettingModel::paramsBeReseted, this,
-            &AppDataMove::abandon, Qt::UniqueConnection);
+    follow();
     m_again.stop();
     m_cancelled = false;
     m_abandoned = false;
     m_givingUp = false;
     m_running = true;
     m_problems.clear();
-    m_ids.clear();
     setOutcome(Outcome::None, Reason::None);
     Q_EMIT runningChanged();
     setProgress(0, 0);
+}
+
+std::future<void> AppDataMove::start(const std::function<void()> &work)
+{
+    // Also a task that is dropped unrun makes the future ready.
+    const auto task = std::make_shared<std::packaged_task<void()>>(work);
+    std::future<void> future = task->get_future();
+    ThreadManager::run([task] { (*task)(); }, true);
+    return future;
 }
 
 void AppDataMove::run(const std::function<void()> &work)
@@ -721,10 +915,7 @@ void AppDataMove::run(const std::function<void()> &work)
     std::erase_if(m_tasks, [](const std::future<void> &task) {
         return task.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
     });
-    // Also a task that is dropped unrun makes the future ready.
-    const auto task = std::make_shared<std::packaged_task<void()>>(work);
-    m_tasks.push_back(task->get_future());
-    ThreadManager::run([task] { (*task)(); }, true);
+    m_tasks.push_back(start(work));
 }
 
 void AppDataMove::survey(Plan plan)
@@ -753,6 +944,7 @@ void AppDataMove::switchOver(const Plan &plan)
     AppSettingModel *settings = AppSettingModel::instance();
     AppDirManager *dirs = AppDirManager::instance();
     const QByteArray info = mapToJson(plan.accounts);
+    dropGone(); // from the map of a move that is taken back
     dirs->addFormerDir(plan.source);
     const QByteArray names = dirs->renamedFiles();
     settings->saveToConfig({{QStringLiteral("cache_data_path"), plan.target},
@@ -770,8 +962,14 @@ void AppDataMove::switchOver(const Plan &plan)
 
     const bool stored = settings->flush();
     if (stored && !plan.accounts.isEmpty()
-        && Util::mkpath(plan.target + accountFolder(plan.accounts.firstKey())))
-        return run([this, plan] { carryOver(plan); });
+        && Util::mkpath(plan.target + accountFolder(plan.accounts.firstKey()))) {
+        for (const QString &id : plan.accounts.keys()) {
+            if (QFileInfo(plan.source).isDir()) // see isThere()
+                Util::mkpath(plan.source + id);
+        }
+        m_carrying = start([this, plan] { carryOver(plan); });
+        return;
+    }
 
     const Reason reason = stored ? Reason::NoPermission : Reason::NoSpace;
     tell(reason);
@@ -790,14 +988,6 @@ void AppDataMove::switchOver(const Plan &plan)
 
 void AppDataMove::carryOver(Plan plan)
 {
-    QMetaObject::invokeMethod(
-        this,
-        [this, source = plan.source, target = plan.target, ids = plan.accounts.keys()] {
-            m_source = source;
-            m_target = target;
-            m_ids = ids;
-        },
-        Qt::QueuedConnection);
     Carrier carrier(this, std::move(plan));
     const Report report = carrier.run();
     QMetaObject::invokeMethod(
@@ -808,19 +998,22 @@ void AppDataMove::complete(const Report &report)
 {
     AppSettingModel *settings = AppSettingModel::instance();
     m_problems = report.problems;
-    if (m_abandoned) { // it may have been stored once more behind the reset
-        settings->setMovedDataInfo({});
-        cleanUp();
-    }
-    const bool isDone = report.result == FolderMove::Done && !m_abandoned;
+    const bool isDone =
+        report.result == FolderMove::Done && !report.isSourceMissing && !m_abandoned;
     setProgress(isDone ? report.totalBytes : report.movedBytes, report.totalBytes);
+    if (m_abandoned) {
+        settings->setMovedDataInfo({}); // it may have been stored once more behind the reset
+        return end(Outcome::Cancelled);
+    }
     if (isDone) {
-        settings->setMovedDataInfo({});
-        m_ids.clear();
+        closeMap();
         return end(Outcome::Moved);
     }
-    if (m_abandoned || report.result == FolderMove::Cancelled)
+    dropGone();
+    if (report.result == FolderMove::Cancelled)
         return end(Outcome::Cancelled);
+    if (report.isSourceMissing)
+        return fail(Reason::OldPlaceMissing);
     if (report.result == FolderMove::InUse)
         m_again.start();
     fail(report.result == FolderMove::NoSpace     ? Reason::NoSpace
@@ -832,8 +1025,7 @@ bool AppDataMove::refuse(Reason reason)
 {
     const auto [text, words] = textsOf(reason);
     ImLog::error(lcMove(), QStringLiteral("Data move refused: ") + QLatin1String(words));
-    if (!m_running)
-        setOutcome(Outcome::Refused, reason);
+    setOutcome(m_running ? Outcome::None : Outcome::Refused, reason);
     Q_EMIT m_manager->error(0, text, 0);
     return false;
 }
@@ -855,8 +1047,7 @@ void AppDataMove::end(Outcome outcome, Reason reason)
 {
     m_running = false;
     if (std::exchange(m_givingUp, false) && unfinished()) {
-        AppSettingModel::instance()->setMovedDataInfo({});
-        m_ids.clear();
+        closeMap();
         m_again.stop();
         outcome = Outcome::GivenUp;
         reason = Reason::None;

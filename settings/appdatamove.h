@@ -25,7 +25,12 @@ class AccountManager;
 /// copy, and the settings that tell of it, are on the disk. However the process ends, and also
 /// after cancel(), the next start's resume() goes on, until every file is at the target, once. Of a
 /// target's own files none is overwritten: where a name is taken by something else, the file that
-/// comes gets a number, "name (1).jpg". Links are neither followed nor moved.
+/// comes gets a number, "name (1).jpg". Links are neither followed nor moved. The files and folders
+/// that a move makes are their owner's alone.
+///
+/// A disk may be unplugged. A move whose old place is not there, also when it begins, ends with
+/// OldPlaceMissing and stays unfinished: the new place is in use, and resume() goes on with the
+/// rest once the disk is back. Who does not expect it back gives up.
 ///
 /// Records of the files (FileData, PhotoData) follow: their paths change as each file is moved.
 /// What an application has stored need not be rewritten, see FileData's constructor.
@@ -38,9 +43,12 @@ class AccountManager;
 /// the folder does not count as moved, and the account's folders behind it have to wait; the other
 /// accounts go on. retry(), skip() and giveUp() are a person's choices then.
 ///
-/// What an account that has signed out left at either place is deleted, and so is its whole folder
-/// at the target, whoever put files there. When the settings are reset, because the last one has
-/// signed out, the move ends.
+/// Of an account that signs out during a move, or while one is unfinished, the media folders are
+/// deleted at both places; what else lies beside them stays. A destroying unlock
+/// (AccountManager::unlockApp()) deletes them wherever media have been. That is done in the
+/// background, by the next start where this one ends before, and where a disk is unplugged as soon
+/// as a start finds it. When the settings are reset, because the last one has signed out, the move
+/// ends.
 ///
 /// What goes wrong is told by reason(), by AccountManager::error(), in the user's language, and by
 /// one log line.
@@ -68,16 +76,18 @@ public:
         None,      ///< nothing was begun yet, or a move is under way
         Moved,     ///< everything is at its new place, but what a person had skipped
         Cancelled, ///< by cancel(), at the end of the application, or since nobody is signed in
-        Failed,    ///< reason() and problems() say why; unfinished() whether files have been moved
+        Failed,    ///< reason() and problems() say why; unfinished() whether resume() goes on
         Refused,   ///< nothing was begun
         GivenUp,
     };
     Q_ENUM(Outcome)
-    /// Why, of what is Refused or Failed.
+    /// Why, of what is Refused or Failed; as long as a move is under way, of another moveTo().
     enum class Reason {
         None,
         Running,            ///< a move is under way
         LastUnfinished,     ///< and there is a way back to its old place only
+        OldPlaceMissing,    ///< where files are that have not been moved: a disk may be unplugged
+        TargetRelative,     ///< a path that begins nowhere
         NoTarget,           ///< there is nothing at that path
         TargetNotDirectory, ///< but something else
         SamePlace,
@@ -94,7 +104,7 @@ public:
         BeingWritten,
         Unreadable,   ///< the file, or a folder and all in it
         NotWritable,  ///< at the new place
-        InTheWay,     ///< something that is no folder, at the new place
+        InTheWay,     ///< something at the new place: a file, or a link, where a folder is to be
         NotRemovable, ///< it has been copied, and counts as moved
     };
     Q_ENUM(FileCause)
@@ -106,8 +116,9 @@ public:
     /// Starts to move everything from AppDirManager::cacheDataDir() to `targetDirectory`, a path or
     /// "file:" URL of an existing directory. False, with reason() and AccountManager::error(), when
     /// nothing is started. A move that waits for resume() can be taken back, by moving to its old
-    /// place. What turns up later (too little space, no permission) ends in finished(false), with
-    /// the old place still in use unless files have been moved.
+    /// place; elsewhere none goes before that one has ended. What turns up later (too little space,
+    /// no permission) ends in finished(false), with the old place still in use unless files have
+    /// been moved.
     Q_INVOKABLE bool moveTo(const QString &targetDirectory);
     /// Has measured() tell what a move there would need. For a directory that is not there, the
     /// space available is -1.
@@ -128,8 +139,12 @@ public:
     /// where its records still find it, and the new place stays in use. Files of the folder that was
     /// being copied may be at both places then. A move under way still ends in finished(false).
     Q_INVOKABLE void giveUp();
-    /// As cancel(), but returns only when no file is touched any more.
+    /// As cancel(), but returns only when no file is touched any more. Media that are being deleted
+    /// get ten seconds; the next start deletes the rest.
     void reset();
+    /// For AccountManager, when everybody is about to be wiped: once they are signed out, their
+    /// media are deleted in every place that has been in use, also by the next start.
+    void wipe();
 
     bool running() const { return m_running; }
     /// Whether there is a move that resume() would go on with, or that is under way.
@@ -139,7 +154,7 @@ public:
     /// In the user's language; empty without a reason.
     QString reasonText() const;
     /// Of the last move, maps of each file that stayed: "path" (absolute), "cause" (a FileCause),
-    /// and "text", the cause in the user's language.
+    /// "text", the cause in the user's language, and "obstacle", the path of what is InTheWay.
     QVariantList problems() const;
     /// Of totalBytes(), 0 to 100; stays after the end of a move until the next begins.
     int percent() const { return m_percent; }
@@ -167,6 +182,7 @@ private:
     class Carrier;
 
     void begin();
+    static std::future<void> start(const std::function<void()> &work);
     void run(const std::function<void()> &work);
     // In the background:
     void survey(Plan plan);
@@ -174,6 +190,13 @@ private:
     // On the object's thread again:
     void switchOver(const Plan &plan);
     void complete(const Report &report);
+    void follow();
+    void accountsChanged(const QVariantList &ids);
+    void removeLeft(bool isEverybodyLeaving = false);
+    bool emptyTrash(const QString &directory) const; // in the background
+    static void forgetLeft(const QVariantMap &removed);
+    void dropGone();
+    void closeMap();
     bool refuse(Reason reason);
     void tell(Reason reason);
     void fail(Reason reason);
@@ -181,11 +204,12 @@ private:
     void setOutcome(Outcome outcome, Reason reason);
     void dropStored();
     void abandon();
-    void cleanUp();
     void setProgress(qint64 movedBytes, qint64 totalBytes);
 
     AccountManager *m_manager = nullptr;    // known once a move begins
-    std::vector<std::future<void>> m_tasks; // ready when they do not run any more
+    std::future<void> m_carrying;           // ready when no file is copied any more
+    std::vector<std::future<void>> m_tasks; // others, likewise
+    std::atomic<bool> m_hurrying = false;   // nothing more is deleted
     std::atomic<bool> m_cancelled = false;
     std::atomic<bool> m_abandoned = false; // the settings were reset: nothing is stored any more
     bool m_givingUp = false;
@@ -194,10 +218,6 @@ private:
     Reason m_reason = Reason::None;
     std::vector<Problem> m_problems;
     QTimer m_again; // for files in use
-    // Of the last move, as long as it is unfinished:
-    QString m_source;
-    QString m_target;
-    QStringList m_ids;
     int m_percent = 0;
     qint64 m_movedBytes = 0;
     qint64 m_totalBytes = 0;

@@ -11,9 +11,6 @@
 namespace
 {
 
-/// Who moves media more often has moved most of what was stored in between.
-constexpr qsizetype mostFormerDirs = 32;
-
 QString dirsKey()
 {
     return QStringLiteral("dirs");
@@ -89,14 +86,22 @@ QStringList AppDirManager::mediaDirs() const
     return m_mediaDirs;
 }
 
+QStringList AppDirManager::everyDir() const
+{
+    const std::lock_guard lock(m_mutex);
+    QStringList dirs;
+    for (const QString &dir : m_mediaDirs + m_formerDirs + QStringList{m_defaultCacheDataDir})
+        dirs.append(QDir::toNativeSeparators(cleanDir(dir)));
+    dirs.removeDuplicates();
+    return dirs;
+}
+
 void AppDirManager::addFormerDir(const QString &directory)
 {
     const QString dir = cleanDir(directory);
     const std::lock_guard lock(m_mutex);
     m_formerDirs.removeAll(dir);
     m_formerDirs.append(dir);
-    if (m_formerDirs.size() > mostFormerDirs)
-        m_formerDirs.removeFirst();
 }
 
 void AppDirManager::addRenamed(const QString &source, const QString &name, const QString &newName)

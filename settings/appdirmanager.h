@@ -50,6 +50,10 @@ public:
     /// Where media may lie: cacheDataDir(), and oldCacheDataDir() as long as there is one.
     QStringList mediaDirs() const;
 
+    /// Wherever media have been: cacheDataDir(), the default one, and those that were moved away
+    /// from since the settings were reset. All end in a separator.
+    QStringList everyDir() const;
+
     // When media are moved, a name may be taken at the new place. What was stored of such a file
     // has its old path; these tell where it is now. A "name" is a path below a cache data directory,
     // with "/" in it: "10001/image/a.jpg".

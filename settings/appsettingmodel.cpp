@@ -360,10 +360,17 @@ void AppSettingModel::reset()
         const Change change(this);
         keptServerConfig = serverConfig();
         keptVersion = getValue(databaseVersionKey(), 1);
+        QList<storage::SettingInfo> kept = {{databaseVersionKey(), keptVersion, {}},
+                                            {serverConfigKey(), keptServerConfig, {}}};
+        const QString mediaKey = QStringLiteral("left_media");
+        const QVariant leftMedia = getValue(mediaKey, {});
+        if (leftMedia.isValid())
+            kept.append({mediaKey, leftMedia, {}});
         m_cache.clear();
+        if (leftMedia.isValid())
+            m_cache.insert_or_assign(mediaKey, leftMedia);
         // What is kept goes with the wipe: a kill between the two must not lose it.
-        if (m_writer->putRemovalOfAll({{databaseVersionKey(), keptVersion, {}},
-                                       {serverConfigKey(), keptServerConfig, {}}}))
+        if (m_writer->putRemovalOfAll(kept))
             m_writeDue = true;
     }
     setValue(databaseVersionKey(), keptVersion, true);

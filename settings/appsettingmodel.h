@@ -219,10 +219,11 @@ public:
     /// The same on a thread of its own, until `deadline` at most, whatever the disk does.
     bool flush(QDeadlineTimer deadline);
 
-    /// Wipes all settings but "database_version" and "server_config", in one step as far as the
-    /// store is concerned, and announces the defaults; what is not announced one by one is to be
-    /// read again after paramsBeReseted. Called by a handler of what a reset announces, it wipes at
-    /// once, and all is announced once more when that has come to its end; not a third time.
+    /// Wipes all settings but "database_version", "server_config" and "left_media" (what
+    /// AppDataMove has yet to delete), in one step as far as the store is concerned, and announces
+    /// the defaults; what is not announced one by one is to be read again after paramsBeReseted.
+    /// Called by a handler of what a reset announces, it wipes at once, and all is announced once
+    /// more when that has come to its end; not a third time.
     Q_INVOKABLE void reset();
     /// Sets countMuteDialog and unreadMessagesCounter back to false.
     Q_INVOKABLE void resetBadgeCounter();

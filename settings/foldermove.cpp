@@ -1,13 +1,13 @@
 #include "settings/foldermove_p.h"
 
 #include "base/basefile.h"
+#include "base/privatefile.h"
 #include "base/util.h"
 #include "imlog/imlog.h"
 #include "settings/fileinuse.h"
 
 #include <QDateTime>
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QLoggingCategory>
@@ -41,15 +41,21 @@ bool isLink(const QFileInfo &info)
     return info.isSymbolicLink() || info.isJunction();
 }
 
-/// True when one of the folders from below `root` down to `folder` is a link.
-bool leadsThroughLink(const QString &root, const QString &folder)
+/// The first of the folders from below `root` down to `folder` for which that is true; else empty.
+template <typename Predicate>
+QString firstOnTheWay(const QString &root, const QString &folder, Predicate isSought)
 {
     for (qsizetype end = folder.indexOf(QLatin1Char('/'), root.size()); end > 0;
          end = folder.indexOf(QLatin1Char('/'), end + 1)) {
-        if (isLink(QFileInfo(folder.left(end))))
-            return true;
+        if (isSought(QFileInfo(folder.left(end))))
+            return folder.left(end);
     }
-    return false;
+    return {};
+}
+
+bool leadsThroughLink(const QString &root, const QString &folder)
+{
+    return !firstOnTheWay(root, folder, isLink).isEmpty();
 }
 
 QString folderOf(const QString &path)
@@ -61,6 +67,28 @@ QString numbered(const QString &path, int number)
 {
     const QString folder = folderOf(path);
     return folder + Util::numberedFileName(path.mid(folder.size()), number);
+}
+
+/// Leaves a hole where there is nothing but zeros: a file of holes may be larger than the disk.
+bool writeWithHoles(QFile &file, const QByteArray &buffer, qint64 size)
+{
+    constexpr qint64 blockSize = 1 << 16;
+    for (qint64 done = 0; done < size; done += blockSize) {
+        const char *block = buffer.constData() + done;
+        const qint64 count = std::min(blockSize, size - done);
+        const bool isHole = *block == 0 && std::memcmp(block, block + 1, size_t(count) - 1) == 0;
+        if (isHole ? !file.seek(file.pos() + count) : file.write(block, count) != count)
+            return false;
+    }
+    return true;
+}
+
+/// Removes folders that are empty, from `folder` up to, but not with, `root`.
+void removeEmpty(const QString &root, const QString &folder)
+{
+    for (qsizetype end = folder.size() - 1; end > root.size();
+         end = folder.lastIndexOf(QLatin1Char('/'), end - 1))
+        QDir().rmdir(folder.left(end));
 }
 
 /// Fills the buffer as far as the file goes; -1 when it cannot be read.
@@ -117,42 +145,31 @@ FolderMove::Listing FolderMove::list(const QString &root, const QString &folder,
     else if (type == Type::directory)
         listing.folders.append(QString());
     for (qsizetype i = 0; i < listing.folders.size(); ++i) {
-        const QString path = folder + listing.folders.at(i);
-        // Qt's iterator says nothing of a folder that it cannot read.
+        const QString within = listing.folders.at(i);
+        const QString path = folder + within;
+        // Qt's iterator says nothing of what it cannot read.
         std::error_code error;
-        std::filesystem::directory_iterator raw(QFileInfo(path).filesystemFilePath(), error);
-        if (error) {
-            if (QFileInfo::exists(path))
-                listing.unreadable.append(listing.folders.at(i));
-            continue;
-        }
-        // It also leaves out names that are no text, which nothing here could open.
-        for (; !error && raw != std::filesystem::directory_iterator(); raw.increment(error)) {
-            const QString name = QFileInfo(raw->path()).fileName();
-            const QString known = listing.folders.at(i) + name;
-            if (name.contains(QChar(QChar::ReplacementCharacter)) && !skipped.contains(known)
-                && !QFileInfo::exists(path + name))
-                listing.unreadable.append(known);
-        }
-        QDirIterator entry(path,
-                           QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-        while (entry.hasNext()) {
-            entry.next();
-            const QFileInfo info = entry.fileInfo();
-            const QString name = entry.filePath().mid(folder.size());
+        std::filesystem::directory_iterator entry(QFileInfo(path).filesystemFilePath(), error);
+        for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+            const QFileInfo info(entry->path());
+            const QString name = within + info.fileName();
             if (skipped.contains(name))
                 continue;
-            if (isLink(info))
-                ++listing.links;
-            else if (info.isDir())
+            std::error_code typeError;
+            const Type type = entry->symlink_status(typeError).type();
+            if (type == Type::directory && !isLink(info))
                 listing.folders.append(name + QLatin1Char('/'));
-            else if (info.isFile())
-                listing.files.append(name);
-            else if (const Type type = typeOf(info); isUnknown(type))
+            else if (isUnknown(type)
+                     || (name.contains(QChar(QChar::ReplacementCharacter))
+                         && !QFileInfo::exists(folder + name))) // it is no text: nothing opens it
                 listing.unreadable.append(name);
+            else if (type == Type::regular)
+                listing.files.append(name);
             else if (type != Type::not_found)
                 ++listing.links; // a pipe or the like, which stays as well
         }
+        if (error && QFileInfo::exists(path))
+            listing.unreadable.append(within);
     }
     return listing;
 }
@@ -234,8 +251,8 @@ FolderMove::Result FolderMove::copyFile(const QString &name)
     const QString from = m_source + name;
     if (isInUse(from))
         return note(from, BeingWritten);
-    if (!makeFolder(folderOf(m_target + name)))
-        return note(from, InTheWay);
+    if (const Result made = makeFolder(folderOf(m_target + name), from); made != Done)
+        return made;
     for (int attempt = 0; attempt < attempts; ++attempt) {
         const std::optional<Stamp> stamp = stampOf(from);
         if (!stamp)
@@ -274,8 +291,11 @@ std::optional<FolderMove::Result> FolderMove::copyContent(const QString &from, c
     }
     QFile::remove(m_scratch);
     QFile out(m_scratch);
-    if (!out.open(QIODevice::ReadWrite | QIODevice::NewOnly | QIODevice::Unbuffered)) {
-        return note(from, NotWritable, out.errorString());
+    if (!out.open(QIODevice::ReadWrite | QIODevice::NewOnly | QIODevice::Unbuffered,
+                  privatefile::forOwner)) {
+        const bool isTaken = QFileInfo::exists(m_scratch);
+        return note(from, isTaken ? InTheWay : NotWritable, out.errorString(),
+                    isTaken ? m_scratch : QString());
     }
     qint64 written = 0;
     auto undo = qScopeGuard([&] {
@@ -289,7 +309,7 @@ std::optional<FolderMove::Result> FolderMove::copyContent(const QString &from, c
             return note(from, Unreadable, in.errorString());
         if (count == 0)
             break;
-        if (out.write(m_buffer.constData(), count) != count) {
+        if (!writeWithHoles(out, m_buffer, count)) {
             log("a file cannot be written", out.errorString());
             return NoSpace;
         }
@@ -298,12 +318,12 @@ std::optional<FolderMove::Result> FolderMove::copyContent(const QString &from, c
             return Cancelled;
     }
 
-    const bool same = in.seek(0) && out.seek(0) && hasSameContent(in, out);
+    const bool same = out.resize(written) && in.seek(0) && out.seek(0) && hasSameContent(in, out);
     if (!same && !m_advance(0))
         return Cancelled;
     // What the target's file system does not have stays as it is there.
-    // (The user's permissions are what the others come to, not one of their own.)
-    out.setPermissions(in.permissions() & ~(QFile::ReadUser | QFile::WriteUser | QFile::ExeUser));
+    if (!(in.permissions() & QFile::WriteOwner))
+        out.setPermissions(QFile::ReadOwner);
     out.setFileTime(in.fileTime(QFile::FileBirthTime), QFile::FileBirthTime);
     out.close();
     std::error_code ignored;
@@ -320,20 +340,19 @@ std::optional<FolderMove::Result> FolderMove::copyContent(const QString &from, c
     return Done;
 }
 
-bool FolderMove::makeFolder(const QString &folder)
+FolderMove::Result FolderMove::makeFolder(const QString &folder, const QString &from)
 {
     if (folder == m_madeFolder)
-        return true;
-    if (leadsThroughLink(m_targetRoot, folder)) {
-        log("a link is in the way at the target");
-        return false;
-    }
-    if (!Util::mkpath(folder)) {
-        log("a folder cannot be made at the target");
-        return false;
-    }
+        return Done;
+    const QString obstacle = firstOnTheWay(m_targetRoot, folder, [](const QFileInfo &info) {
+        return isLink(info) || (info.exists() && !info.isDir());
+    });
+    if (!obstacle.isEmpty())
+        return note(from, InTheWay, {}, obstacle);
+    if (!Util::mkpath(folder))
+        return note(from, NotWritable);
     m_madeFolder = folder;
-    return true;
+    return Done;
 }
 
 bool FolderMove::hasSameContent(const QString &left, const QString &right)
@@ -423,12 +442,28 @@ void FolderMove::removeEmptyFolders()
     std::reverse(folders.begin(), folders.end());
     for (const QString &folder : std::as_const(folders))
         QDir().rmdir(m_source + folder);
-    for (qsizetype end = m_source.size() - 1; end >= m_sourceRoot.size();
-         end = m_source.lastIndexOf(QLatin1Char('/'), end - 1))
-        QDir().rmdir(m_source.left(end));
+    const qsizetype account = m_source.indexOf(QLatin1Char('/'), m_sourceRoot.size());
+    removeEmpty(m_source.left(account + 1), m_source);
 }
 
-FolderMove::Result FolderMove::note(const QString &path, Cause cause, const QString &reason)
+bool FolderMove::moveAway(const QString &root, const QString &folder, const QString &place)
+{
+    const QString cleanRoot = cleanFolder(root);
+    const QString path = cleanFolder(root + folder);
+    if (!QFileInfo(path).isDir() || leadsThroughLink(cleanRoot, path))
+        return true;
+    const QString base = cleanFolder(place);
+    int number = 1;
+    while (QFileInfo::exists(base + QString::number(number)))
+        ++number;
+    if (!Util::mkpath(place) || !QDir().rename(path, base + QString::number(number)))
+        return false;
+    removeEmpty(cleanRoot, path);
+    return true;
+}
+
+FolderMove::Result FolderMove::note(const QString &path, Cause cause, const QString &reason,
+                                    const QString &obstacle)
 {
     static constexpr const char *texts[] = {
         "a file is being written and is left for later", "a file or folder cannot be read",
@@ -436,7 +471,7 @@ FolderMove::Result FolderMove::note(const QString &path, Cause cause, const QStr
         "an original cannot be removed and is left",
     };
     log(texts[cause], reason);
-    m_problems.append({path, cause});
+    m_problems.append({path, cause, obstacle});
     const Result result = cause == BeingWritten ? InUse : cause == NotRemovable ? Done : Failed;
     m_worst = std::max(m_worst, result);
     return result;

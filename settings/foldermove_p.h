@@ -19,10 +19,11 @@
 /// anew: what is there already is recognised by its content. A file that cannot be carried stays,
 /// is told by problems(), and stops none of the others.
 ///
-/// Regular files are moved, with their times and permissions. Links, and what lies behind them,
-/// stay where they are, with a log line; at the target nothing is written through a link. A name
-/// that is taken there by something else is left alone: the copy gets a number. Records of the
-/// files (BaseFile) follow them.
+/// Regular files are moved, with their times and holes; the copies, and the folders made for them,
+/// are their owner's alone. Links, and what lies behind them, stay where they are, with a log line;
+/// at the target nothing is written through a link. A name that is taken there by something else is
+/// left alone: the copy gets a number. Records of the files (BaseFile) follow them. Folders that
+/// are empty afterwards are removed, but for the outermost one.
 class FolderMove
 {
 public:
@@ -34,12 +35,13 @@ public:
         BeingWritten, ///< or it keeps changing
         Unreadable,   ///< the file, or the folder and all in it
         NotWritable,  ///< at the target
-        InTheWay,     ///< at the target, in place of a folder
+        InTheWay,     ///< Problem::obstacle is
         NotRemovable, ///< it has been copied
     };
     struct Problem {
         QString path; ///< of the file or folder, absolute
         Cause cause;
+        QString obstacle; ///< what is in the way at the target, absolute
     };
 
     /// What to carry; paths end in a separator.
@@ -60,6 +62,9 @@ public:
     /// Bytes in the regular files of a folder below `root`, without what lies behind links and in
     /// folders that cannot be read.
     static qint64 size(const QString &root, const QString &folder);
+    /// Makes a folder below `root` one without a meaning in the folder `place`, and removes those
+    /// around it that are empty then. What lies behind a link stays. False when it cannot be done.
+    static bool moveAway(const QString &root, const QString &folder, const QString &place);
 
     /// Done or InUse: what could be copied is on the disk. Otherwise the reason has been logged.
     Result copy();
@@ -104,11 +109,13 @@ private:
     std::optional<Result> copyContent(const QString &from, const QString &to, const Stamp &stamp);
     bool removeOriginal(const Copy &copy);
     bool isInUse(const QString &path) const;
-    bool makeFolder(const QString &folder);
+    /// For the file `from`.
+    Result makeFolder(const QString &folder, const QString &from);
     void removeEmptyFolders();
     bool hasSameContent(const QString &left, const QString &right);
     bool hasSameContent(QIODevice &left, QIODevice &right);
-    Result note(const QString &path, Cause cause, const QString &reason = {});
+    Result note(const QString &path, Cause cause, const QString &reason = {},
+                const QString &obstacle = {});
     void log(const char *problem, const QString &reason = {}) const;
 
     // Absolute, with "/" between and at the end.

@@ -48,8 +48,8 @@ public:
     /// The per-user directory for the client's data (QStandardPaths::AppDataLocation), ending in a
     /// separator. Not created.
     static QString defaultCacheDataDir();
-    /// Makes `path` with all its parents, those that are missing for their owner alone. True when it
-    /// is a directory afterwards; else false, with a log line.
+    /// Makes `path` with all its parents. Those that are made are their owner's alone (0700),
+    /// whatever the umask says. True when it is a directory afterwards; else false, with a log line.
     static bool mkpath(const QString &path);
     /// Deletes a directory and all it holds. Links, `path` itself included, are removed and never
     /// followed. True when it is gone afterwards or was never there; false, with a log line, for a

@@ -18,6 +18,7 @@
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -58,13 +59,20 @@ public:
     }
     void logout(bool deleteThis) override
     {
-        if (!keepsMedia)
-            Util::removeLocalFolder(userCacheDataPath());
+        // Not what somebody else has put beside the media.
+        const QDir place(userCacheDataPath());
+        for (const QString &folder : place.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            if (!keepsMedia && folder != u"userstatus"_s)
+                Util::removeLocalFolder(place.filePath(folder));
+        }
         FakeAccount::logout(deleteThis);
     }
 
     static inline bool keepsMedia = false;
 };
+
+/// In an account's folder, and none of its media.
+const QString foreignFile = u".moving"_s;
 
 /// One start of the application, with the stored accounts.
 void startUp()
@@ -91,7 +99,7 @@ MediaTree readMedia(const QString &root)
         const QString account = root + u'/' + QString::number(id);
         const MediaTree files = MediaTree::read(account);
         for (auto file = files.files.cbegin(); file != files.files.cend(); ++file) {
-            if (!file.key().startsWith(u"userstatus/"))
+            if (!file.key().startsWith(u"userstatus/") && file.key() != foreignFile)
                 media.files.insert(QString::number(id) + u'/' + file.key(), file.value());
         }
     }
@@ -134,7 +142,8 @@ public:
         item.row = path;
         item.number = ++m_last;
         item.content = bytes(item.number);
-        QDir().mkpath(QFileInfo(path).path());
+        if (!QDir().mkpath(QFileInfo(path).path()))
+            return; // obstructed
         if (download) {
             item.use = m_sequence.chance(50) ? std::make_unique<FileInUse>(path) : nullptr;
             item.writer = std::make_unique<QFile>(path);
@@ -200,19 +209,58 @@ public:
         setBlocked(item, !item.isBlocked);
     }
 
-    void forget(qint64 account)
+    /// Of somebody who is about to sign out. During a move, all that they have is to go.
+    void forget(qint64 account, bool isMoving)
     {
         for (Item &item : m_items) {
             if (item.account != account)
                 continue;
-            m_forgotten.insert(item.number);
+            (isMoving && !hasLeftSome ? m_wiped : m_forgotten).insert(item.number);
             setBlocked(item, false);
         }
         std::erase_if(m_items, [&](const Item &item) { return item.account == account; });
     }
 
-    void settle()
+    /// Nothing is to be left, wherever it is.
+    void wipe()
     {
+        for (const qint64 id : accountIds)
+            forget(id, false);
+        m_wiped += std::exchange(m_forgotten, {});
+        hasLeftSome = false;
+    }
+
+    /// Somebody else's file, which stays.
+    void addForeign(const QStringList &places)
+    {
+        const QString file =
+            m_sequence.pick(places) + u"%1/"_s.arg(m_sequence.pick(accountIds)) + foreignFile;
+        m_sequence.note(u"foreign %1"_s.arg(file));
+        MediaTree::write(file, "foreign");
+        m_foreign.insert(file);
+    }
+
+    /// A file where a folder is to be made, or was made, goes or comes.
+    void obstruct(const QStringList &places)
+    {
+        const QString file =
+            m_sequence.pick(places) + u"%1/clouddrive"_s.arg(m_sequence.pick(accountIds));
+        const bool isThere = QFileInfo(file).isFile();
+        if (!isThere && (QFileInfo::exists(file) || !QFileInfo::exists(QFileInfo(file).path())))
+            return;
+        m_sequence.note((isThere ? u"clear %1"_s : u"obstruct %1"_s).arg(file));
+        if (isThere)
+            QFile::remove(file);
+        else
+            MediaTree::write(file, "obstacle");
+    }
+
+    void settle(const QStringList &places)
+    {
+        for (const QString &place : places) {
+            for (const qint64 id : accountIds)
+                QFile::remove(place + u"%1/clouddrive"_s.arg(id));
+        }
         for (Item &item : m_items) {
             finish(item);
             setBlocked(item, false);
@@ -244,15 +292,20 @@ public:
         for (const int number : m_forgotten)
             counts.remove(number);
         // A copy may have had its original left.
-        for (int &count : counts)
-            count = hasGivenUp ? std::min(count, 1) : count;
+        for (auto count = counts.begin(); count != counts.end(); ++count)
+            *count = hasLeftSome && !m_wiped.contains(count.key()) ? std::min(*count, 1) : *count;
         QMap<int, int> wanted;
         for (const Item &item : m_items)
             wanted.insert(item.number, 1);
         QCOMPARE(counts, wanted);
+        for (const QString &file : m_foreign)
+            QVERIFY2(QFileInfo::exists(file), qUtf8Printable(file));
+        for (const QString &place : places)
+            QCOMPARE(QDir(place).entryList({u".modelbase-*"_s}, QDir::AllEntries | QDir::Hidden),
+                     QStringList());
     }
 
-    bool hasGivenUp = false;
+    bool hasLeftSome = false; ///< at an old place: a move was given up, or files were skipped
 
 private:
     struct Item {
@@ -313,6 +366,8 @@ private:
     std::vector<Item> m_items;
     QSet<QString> m_used;
     QSet<int> m_forgotten;
+    QSet<int> m_wiped;
+    QSet<QString> m_foreign;
     int m_last = 0;
 };
 
@@ -477,20 +532,97 @@ class TestAppDataMove : public QObject
         return child.exitStatus() == QProcess::NormalExit ? child.exitCode() : -1;
     }
 
+    /// Everybody signs out, or is wiped, and the application may end at once.
+    void leave(Sequence &sequence, Media &media)
+    {
+        AccountManager *manager = AccountManager::getInstance();
+        const bool isWipe = sequence.chance(50);
+        sequence.note(isWipe ? u"wipe"_s : u"everybody signs out"_s);
+        const bool isMoving = dataMove()->unfinished();
+        if (isWipe) {
+            media.wipe();
+            manager->unlockApp(true, false);
+        } else {
+            for (const qint64 id : accountIds)
+                media.forget(id, isMoving);
+            manager->logoutAll();
+        }
+        if (sequence.chance(50)) {
+            sequence.note(u"restart"_s);
+            shutDown();
+            start();
+        }
+        QTRY_VERIFY(!dataMove()->unfinished());
+        QCOMPARE(AppDirManager::instance()->cacheDataDir(), source());
+    }
+
+    /// The disk of the old place is away for a while.
+    void unplug(Sequence &sequence, Media &media, const QStringList &places)
+    {
+        AppDataMove *move = dataMove();
+        const QString place = QDir::cleanPath(settings()->oldCacheDataPath());
+        if (move->running() || !move->unfinished() || QDir(place) == QDir(source())
+            || AccountManager::getInstance()->count() == 0)
+            return;
+        sequence.note(u"unplug %1"_s.arg(place));
+        QVERIFY(QDir().rename(place, place + u"-off"_s));
+        const bool hasMountPoint = sequence.chance(50);
+        if (hasMountPoint)
+            QVERIFY(QDir().mkdir(place));
+        if (sequence.chance(20)) {
+            leave(sequence, media);
+        } else {
+            if (sequence.chance(50)) {
+                sequence.note(u"restart"_s);
+                shutDown();
+                start();
+                move = dataMove();
+            } else {
+                sequence.note(u"retry"_s);
+                move->retry();
+            }
+            QTRY_VERIFY(!move->running());
+            QVERIFY(move->unfinished());
+            QCOMPARE(move->outcome(), Outcome::Failed);
+            QCOMPARE(move->reason(), Reason::OldPlaceMissing);
+            QVERIFY(!move->moveTo(place));
+            for (const QString &other : places)
+                QVERIFY(!move->moveTo(other));
+        }
+        sequence.note(u"plug in"_s);
+        QCOMPARE(QDir().rmdir(place), hasMountPoint);
+        QVERIFY(QDir().rename(place + u"-off"_s, place));
+    }
+
     void doSomething(Sequence &sequence, Media &media, const QStringList &places)
     {
         AccountManager *manager = AccountManager::getInstance();
         AppDataMove *move = dataMove();
-        switch (sequence.below(16)) {
+        switch (sequence.below(20)) {
         case 0:
         case 1: {
             const QString place = sequence.pick(places);
             const bool isFree = !move->running();
             const bool mayGo = isFree && place != settings()->cacheDataPath()
                 && (!move->unfinished() || place == settings()->oldCacheDataPath());
+            if (mayGo && sequence.chance(10)) {
+                sequence.note(u"everybody signs out in a handler"_s);
+                const auto signOut = [&media, manager, isMoving = move->unfinished()] {
+                    for (const qint64 id : accountIds)
+                        media.forget(id, isMoving);
+                    manager->logoutAll();
+                };
+                if (sequence.chance(50))
+                    connect(move, &AppDataMove::totalBytesChanged, manager, signOut,
+                            Qt::SingleShotConnection);
+                else
+                    connect(settings(), &AppSettingModel::cacheDataPathChanged, manager, signOut,
+                            Qt::SingleShotConnection);
+            }
             sequence.note(u"move to %1"_s.arg(place));
             QCOMPARE(move->moveTo(place), mayGo);
             QCOMPARE(move->outcome() == Outcome::Refused, !mayGo && isFree);
+            QCOMPARE(move->reason() != Reason::None, !mayGo);
             break;
         }
         case 2:
@@ -505,13 +637,14 @@ class TestAppDataMove : public QObject
             sequence.note(u"skip"_s);
             const bool mayGo =
                 !move->running() && move->unfinished() && !move->problems().isEmpty();
+            media.hasLeftSome |= mayGo;
             QCOMPARE(move->skip(), mayGo);
             break;
         }
         case 5:
             if (sequence.chance(50)) {
                 sequence.note(u"give up"_s);
-                media.hasGivenUp |= move->unfinished();
+                media.hasLeftSome |= move->unfinished();
                 move->giveUp();
             }
             break;
@@ -519,9 +652,19 @@ class TestAppDataMove : public QObject
             if (AccountBase *account = manager->getAccountByIndex(sequence.below(manager->count()));
                 account && sequence.chance(30)) {
                 sequence.note(u"sign %1 out"_s.arg(account->accountId()));
-                media.forget(account->accountId());
+                media.forget(account->accountId(), move->unfinished());
                 manager->logout(account);
             }
+            break;
+        case 14:
+            if (sequence.chance(30))
+                leave(sequence, media);
+            break;
+        case 15:
+            unplug(sequence, media, places);
+            break;
+        case 16:
+            sequence.chance(30) ? media.addForeign(places) : media.obstruct(places);
             break;
         case 7:
             for (const qint64 id : accountIds) {
@@ -606,6 +749,7 @@ private Q_SLOTS:
         QVERIFY(dataMove()->running());
         QVERIFY(!dataMove()->moveTo(m_home->path()));
         QCOMPARE(takeError(), u"A move is under way."_s);
+        QCOMPARE(dataMove()->reason(), Reason::Running);
         QVERIFY(finish());
         QCOMPARE(dataMove()->outcome(), Outcome::Moved);
         QVERIFY(!dataMove()->unfinished());
@@ -661,6 +805,7 @@ private Q_SLOTS:
             {m_home->path() + u"/link/10001/photo"_s, Reason::TargetInside, inside},
             {parent, Reason::TargetAround, around},
             {u"/"_s, Reason::TargetAround, around},
+            {u"new"_s, Reason::TargetRelative, u"The new place needs a full path."_s},
             {source() + u"10001/../.."_s, Reason::TargetAround, around},
             {m_home->path() + u"/parent"_s, Reason::TargetAround, around},
             {m_home->path() + u"/not there"_s, Reason::NoTarget, missing},
@@ -668,6 +813,9 @@ private Q_SLOTS:
             {m_home->path() + u"/file"_s, Reason::TargetNotDirectory,
              u"The new place is not a directory."_s},
         };
+        const QString current = QDir::currentPath();
+        const auto restore = qScopeGuard([&] { QDir::setCurrent(current); });
+        QVERIFY(QDir::setCurrent(m_home->path()));
         for (const auto &row : rows) {
             QVERIFY2(!dataMove()->moveTo(row.place), qUtf8Printable(row.place));
             QCOMPARE(dataMove()->outcome(), Outcome::Refused);
@@ -728,18 +876,9 @@ private Q_SLOTS:
         QVERIFY(!dataMove()->running());
     }
 
-    // What a person can do about a file that cannot be moved.
-    void goesOnAfterAnObstacle_data()
+    void namesTheObstacle()
     {
-        QTest::addColumn<QString>("choice");
-        for (const char *choice : {"retry", "next start", "skip", "give up"})
-            QTest::newRow(choice) << QString::fromLatin1(choice);
-    }
-    void goesOnAfterAnObstacle()
-    {
-        QFETCH(QString, choice);
         fillMedia(source(), 5);
-        MediaTree before = readMedia(source());
         QVERIFY(moveIntoObstacle());
         QCOMPARE(dataMove()->outcome(), Outcome::Failed);
         QCOMPARE(dataMove()->movedBytes(), dataMove()->totalBytes() - leftBytes());
@@ -748,50 +887,10 @@ private Q_SLOTS:
         const QVariantMap problem = problems.first().toMap();
         QVERIFY(problem.value(u"path"_s).toString().startsWith(source() + u"10001/sticker/"_s));
         QCOMPARE(problem.value(u"cause"_s).value<FileCause>(), FileCause::InTheWay);
+        QCOMPARE(problem.value(u"obstacle"_s).toString(), target() + u"10001/sticker"_s);
         QVERIFY(!problem.value(u"text"_s).toString().isEmpty());
-        QCOMPARE(settings()->cacheDataPath(), target());
         QVERIFY(flags(10001).contains(false));
         QVERIFY(!flags(10002).contains(false));
-        // Only a way back is open as long as it waits.
-        QVERIFY(!dataMove()->moveTo(m_home->path() + u"/other"_s));
-        QDir(m_home->path()).mkdir(u"other"_s);
-        QVERIFY(!dataMove()->moveTo(m_home->path() + u"/other"_s));
-        QCOMPARE(dataMove()->reason(), Reason::LastUnfinished);
-        m_errors->clear();
-
-        if (choice == u"skip"_s || choice == u"give up"_s) {
-            const bool skips = choice == u"skip"_s;
-            if (skips) {
-                QVERIFY(dataMove()->skip());
-                QVERIFY(finish());
-            } else {
-                dataMove()->giveUp();
-                QCOMPARE(dataMove()->outcome(), Outcome::GivenUp);
-            }
-            MediaTree after = readMedia(source());
-            QCOMPARE(after.files.size() == 6, skips);
-            after.files.insert(readMedia(target()).files);
-            after.files.remove(u"10001/sticker"_s);
-            QCOMPARE(after, before);
-            QVERIFY(!dataMove()->unfinished());
-            shutDown();
-            start();
-            QVERIFY(!dataMove()->running());
-            QVERIFY(dataMove()->moveTo(m_home->path() + u"/other"_s));
-            QVERIFY(finish());
-            return;
-        }
-        QVERIFY(QFile::remove(target() + u"10001/sticker"_s));
-        if (choice == u"next start"_s) {
-            shutDown();
-            start();
-            QVERIFY(dataMove()->running());
-        } else {
-            dataMove()->retry();
-        }
-        QVERIFY(finish());
-        QCOMPARE(readMedia(target()), before);
-        QVERIFY(readMedia(source()).files.isEmpty());
     }
 
     void isTakenBack()
@@ -819,86 +918,6 @@ private Q_SLOTS:
         QVERIFY(usesSource());
     }
 
-    // Everybody signs out: while a move is under way, while it waits, and after it.
-    void everybodySignsOut_data()
-    {
-        QTest::addColumn<QString>("when");
-        QTest::addColumn<bool>("atOnce");
-        for (const char *when : {"under way", "waiting", "after it"}) {
-            QTest::addRow("%s", when) << QString::fromLatin1(when) << true;
-            QTest::addRow("%s, one by one", when) << QString::fromLatin1(when) << false;
-        }
-    }
-    void everybodySignsOut()
-    {
-        QFETCH(QString, when);
-        QFETCH(bool, atOnce);
-        fillMedia(source(), 8, 20);
-        if (when == u"waiting"_s)
-            QVERIFY(moveIntoObstacle());
-        else
-            QVERIFY(dataMove()->moveTo(target()));
-        if (when == u"under way"_s)
-            QVERIFY(QTest::qWaitFor([&] { return !readMedia(target()).files.isEmpty(); }));
-        else if (when == u"after it"_s)
-            QVERIFY(finish());
-        AccountManager *manager = AccountManager::getInstance();
-        if (atOnce)
-            manager->logoutAll();
-        else
-            while (manager->count() > 0)
-                manager->logout(manager->getAccountByIndex(0));
-        QTRY_VERIFY(!dataMove()->running());
-
-        // Nothing of them is left, and the next session goes where the next start looks.
-        QTRY_VERIFY(readMedia(source()).files.isEmpty());
-        QTRY_VERIFY(!QFileInfo::exists(target() + u"10001"_s));
-        QVERIFY(!QFileInfo::exists(target() + u"10002"_s));
-        QVERIFY(!dataMove()->unfinished());
-        QCOMPARE(settings()->cacheDataPath(), source());
-        QCOMPARE(AppDirManager::instance()->cacheDataDir(), source());
-        QCOMPARE(AppDirManager::instance()->oldCacheDataDir(), QString());
-        auto *account = qobject_cast<FakeAccount *>(manager->loginAccount());
-        QVERIFY(account);
-        const qint64 id = account->accountId() > 0 ? account->accountId() : 10001;
-        QVERIFY(account->signIn(id));
-        QCOMPARE(account->userCacheDataPath(), source() + QString::number(id) + u'/');
-        MediaTree::write(account->userCacheDataPath() + u"photo/new"_s, "new");
-        m_finished->clear();
-        QVERIFY(dataMove()->moveTo(target()));
-        QVERIFY(finish());
-        QCOMPARE(MediaTree::read(target()).files.size(), 1);
-    }
-
-    void everybodySignsOutAsItBegins_data()
-    {
-        QTest::addColumn<bool>("isCounted");
-        QTest::newRow("when all is counted") << true;
-        QTest::newRow("when the place changes") << false;
-    }
-    void everybodySignsOutAsItBegins()
-    {
-        QFETCH(bool, isCounted);
-        fillMedia(source(), 8);
-        AccountManager *manager = AccountManager::getInstance();
-        const auto leave = [manager] { manager->logoutAll(); };
-        if (isCounted)
-            QObject::connect(dataMove(), &AppDataMove::totalBytesChanged, manager, leave,
-                             Qt::SingleShotConnection);
-        else
-            QObject::connect(settings(), &AppSettingModel::cacheDataPathChanged, manager, leave,
-                             Qt::SingleShotConnection);
-        QVERIFY(dataMove()->moveTo(target()));
-        QVERIFY(!finish());
-        QCOMPARE(dataMove()->outcome(), AppDataMove::Outcome::Cancelled);
-        QVERIFY(!dataMove()->unfinished());
-        QCOMPARE(AppDirManager::instance()->cacheDataDir(), source());
-        shutDown();
-        start();
-        QCOMPARE(settings()->cacheDataPath(), source());
-        QVERIFY(!dataMove()->unfinished());
-    }
-
     // What a kill leaves that comes between the reset of the settings and the end of a move.
     void storedMoveWithoutAPlace()
     {
@@ -910,22 +929,6 @@ private Q_SLOTS:
         settings()->setMovedDataInfo("{}");
         QVERIFY(dataMove()->moveTo(target()));
         QVERIFY(finish());
-    }
-
-    void accountsThatAreGone()
-    {
-        fillMedia(source(), 9);
-        MediaTree kept = readMedia(source());
-        kept.files.removeIf([](const auto &file) { return !file.key().startsWith(u"10002/"_s); });
-        QVERIFY(moveIntoObstacle());
-        AccountManager *manager = AccountManager::getInstance();
-        manager->logout(manager->getAccount(10001));
-        dataMove()->resume();
-        QVERIFY(finish());
-        QVERIFY(!QFileInfo::exists(target() + u"10001"_s));
-        QCOMPARE(readMedia(target()), kept);
-        QVERIFY(readMedia(source()).files.isEmpty());
-        QVERIFY(QFileInfo::exists(source() + u"10001/userstatus"_s));
     }
 
     // One that could not be opened this time is not gone.
@@ -1005,10 +1008,6 @@ private Q_SLOTS:
         QCOMPARE(dataMove()->reason(), Reason::NoTarget);
         m_errors->clear();
         QVERIFY(!QFileInfo::exists(m_home->path() + u"/unplugged"_s));
-        settings()->setOldCacheDataPath(m_home->path() + u"/unplugged/"_s);
-        settings()->setCacheDataPath(target());
-        dataMove()->resume();
-        QVERIFY(!dataMove()->running());
         // The new place has become another name of the old one.
         QVERIFY(QFile::link(source(), m_home->path() + u"/link"_s));
         settings()->setOldCacheDataPath(source());
@@ -1018,6 +1017,66 @@ private Q_SLOTS:
         QCOMPARE(dataMove()->reason(), Reason::SamePlace);
         QCOMPARE(settings()->movedDataInfo(), info);
         QCOMPARE(readMedia(source()), before);
+    }
+
+    // Its disk is unplugged, when a move begins. It goes on as soon as that is back.
+    void oldPlaceThatIsNotThere()
+    {
+        const QString place = m_home->path() + u"/unplugged/"_s;
+        settings()->setCacheDataPath(place);
+        shutDown();
+        start();
+        QVERIFY(dataMove()->moveTo(target()));
+        QVERIFY(!finish());
+        QCOMPARE(takeError(), u"The old place is not there. Is its disk connected?"_s);
+        QVERIFY(dataMove()->unfinished());
+        QVERIFY(!QFileInfo::exists(place));
+        QVERIFY(!dataMove()->moveTo(source()));
+        QCOMPARE(dataMove()->reason(), Reason::LastUnfinished);
+        fillMedia(place, 12);
+        const MediaTree before = readMedia(place);
+        dataMove()->retry();
+        QVERIFY(finish());
+        QCOMPARE(readMedia(target()), before);
+        QVERIFY(QDir(place).isEmpty());
+    }
+
+    // What a kill leaves of the file that it has stopped, whatever comes then. Nothing else is
+    // called so.
+    void tracesOfAKill_data()
+    {
+        QTest::addColumn<QString>("choice");
+        for (const char *choice : {"resume", "give up", "back", "wipe"})
+            QTest::newRow(choice) << QString::fromLatin1(choice);
+    }
+    void tracesOfAKill()
+    {
+        QFETCH(QString, choice);
+        MediaTree::write(source() + u"10001/photo/large"_s, QByteArray(40'000'000, 'x'));
+        MediaTree::write(target() + u"10001/"_s + foreignFile, "foreign");
+        QVERIFY(dataMove()->moveTo(target()));
+        const QDir place(target() + u"10001"_s);
+        const auto traces = [&] {
+            QStringList names = place.entryList(QDir::Files | QDir::Hidden);
+            names.removeAll(foreignFile);
+            return names;
+        };
+        QVERIFY(QTest::qWaitFor([&] { return !traces().isEmpty(); }));
+        const QString trace = place.filePath(traces().value(0));
+        dataMove()->cancel();
+        QVERIFY(!finish());
+        MediaTree::write(trace, "part of it");
+        if (choice == u"give up"_s)
+            dataMove()->giveUp();
+        else if (choice == u"wipe"_s)
+            AccountManager::getInstance()->unlockApp(true, false);
+        else if (choice == u"resume"_s)
+            dataMove()->resume();
+        else
+            QVERIFY(dataMove()->moveTo(source()));
+        QTRY_VERIFY(!dataMove()->unfinished());
+        QTRY_VERIFY(traces().isEmpty());
+        QVERIFY(QFileInfo::exists(place.filePath(foreignFile)));
     }
 
     // A power cut takes what was not synced, as the write-ahead log. The file systems are two.
@@ -1106,14 +1165,18 @@ private Q_SLOTS:
             }
             if (QTest::currentTestFailed())
                 return;
-            media.settle();
+            media.settle(places);
             for (int i = 0; i < 4 && dataMove()->unfinished(); ++i) {
                 QTRY_VERIFY_WITH_TIMEOUT(!dataMove()->running(), 60'000);
                 dataMove()->retry();
             }
             QTRY_VERIFY(!dataMove()->unfinished());
             media.check();
+            shutDown();
+            start();
+            shutDown(); // which waits for what is being deleted
             media.checkOnce(places);
+            start();
         };
         runSequences("data move", 40, 30, run);
     }

@@ -112,13 +112,14 @@ PageFrame {
             required property var modelData
             Layout.fillWidth: true
             text: modelData.path + "\n" + modelData.text
+                + (modelData.obstacle ? "\n" + modelData.obstacle : "")
             color: Theme.text
             font.pixelSize: 12
             wrapMode: Text.WrapAnywhere
         }
     }
     RowLayout {
-        visible: !page.move.running && page.move.unfinished && page.move.problems.length > 0
+        visible: !page.move.running && page.move.unfinished
         spacing: 8
         Chip {
             //% "Try again"
@@ -126,6 +127,7 @@ PageFrame {
             onClicked: page.move.retry()
         }
         Chip {
+            visible: page.move.problems.length > 0
             //% "Leave these"
             text: qsTrId("client_move_skip")
             onClicked: page.move.skip()
