@@ -9,6 +9,7 @@
 #include "protocol/message_content.pb.h"
 #include "support/comparison.h"
 
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -548,6 +549,78 @@ void addMemoryRow(const char *subject, double most, const std::function<const Sh
         });
 }
 
+/// By how many bytes the program grows at most while it builds something. Linux tells.
+double peakOf(const std::function<void()> &build)
+{
+    const auto read = [](const QByteArray &key) {
+        QFile status(QStringLiteral("/proc/self/status"));
+        if (!status.open(QIODevice::ReadOnly))
+            return 0.0;
+        const QByteArray text = status.readAll();
+        const qsizetype at = text.indexOf(key) + key.size();
+        return text.mid(at, text.indexOf("kB", at) - at).trimmed().toDouble() * 1024;
+    };
+    malloc_trim(0);
+    QFile peak(QStringLiteral("/proc/self/clear_refs"));
+    if (peak.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        peak.write("5"); // forget the peak so far
+    const double before = read("VmRSS:");
+    build();
+    return read("VmHWM:") - before;
+}
+
+/// Bodies that take far more in memory than on the wire, against the record of the same bytes.
+void addHostileRows()
+{
+    static const std::string entities = [] {
+        Content content;
+        for (int i = 0; i < 1'000'000; ++i)
+            content.mutable_text()->add_textentity()->set_type(im::content::TextEntity::BOLD);
+        return content.SerializeAsString();
+    }();
+    static const std::string stored = [] {
+        const QByteArray one = R"({"data":null,"disable_preview":false,"from":0,"len":0,"type":7})";
+        const QString list = u'[' + QString::fromLatin1((one + ',').repeated(1'000'000)) + u"7]";
+        return mapToJson({{QStringLiteral("type"), QStringLiteral("text")},
+                          {QStringLiteral("dbEntity"), list}})
+            .toStdString();
+    }();
+    static const std::string options = [] {
+        Content content;
+        for (int i = 0; i < 300'000; ++i)
+            content.mutable_poll()->add_options()->mutable_text()->set_text("x");
+        return content.SerializeAsString();
+    }();
+    const auto parse = [](const std::string &bytes) {
+        auto content = std::make_unique<Content>();
+        content->ParseFromString(bytes);
+        return content;
+    };
+    const auto parseJson = [](const std::string &json) {
+        return QJsonDocument::fromJson(QByteArray::fromStdString(json));
+    };
+    const auto restore = [](const std::string &json) {
+        return makeContentItem(json, 1, 1, nullptr);
+    };
+    const auto addRows = [](const std::string &name, double mostTime, double mostBytes,
+                            const std::string &bytes, auto make, auto read) {
+        const auto timed = [&bytes](auto work) -> comparison::Body {
+            return [&bytes, work](benchmark::State &state) {
+                for (auto _ : state)
+                    benchmark::DoNotOptimize(work(bytes));
+            };
+        };
+        comparison::add("hostile: " + name, mostTime, timed(make), timed(read));
+        comparison::addBytes(
+            "peak memory of " + name, mostBytes,
+            [&bytes, make] { return peakOf([&] { make(bytes); }); },
+            [&bytes, read] { return peakOf([&] { read(bytes); }); });
+    };
+    addRows("a million entities", 1.5, 1.5, entities, makeItem, parse);
+    addRows("a million stored entities", 1, 1, stored, restore, parseJson);
+    addRows("300,000 options", 1.5, 1.5, options, makeItem, parse);
+}
+
 void addMemoryRows()
 {
     addMemoryRow("memory of 100,000 text items", 1.5,
@@ -573,6 +646,7 @@ void addRows()
     addKindsWithOptions();
     addStickers();
     addMemoryRows();
+    addHostileRows();
 }
 
 } // namespace

@@ -196,6 +196,72 @@ comparison::Body countingEmoji(Count count)
     };
 }
 
+/// Texts that are sent to keep a window busy, against an ordinary one of the greatest length that is
+/// laid out.
+void addHostileTexts()
+{
+    constexpr qsizetype endless = 10 << 20;
+    static const std::pair<const char *, QString> texts[] = {
+        {"50,000 marks on a letter", u'a' + QString(50'000, QChar(0x0301))},
+        {"20 MB of words", messages().at(2).repeated(endless / messages().at(2).size())},
+        {"20 MB without a break", QString(endless, u'x')},
+        {"20 MB of newlines", QString(endless, u'\n')},
+        {"20 MB without width", QString(endless, QChar(0x200B))},
+        {"20 MB in two directions", QStringLiteral(u"a\u05D0").repeated(endless / 2)},
+        {"20 MB in ten scripts", QStringLiteral(u"aαжאعकกあ字😀 ").repeated(endless / 12)},
+    };
+    static const QString ordinary = [] {
+        QString text;
+        for (qsizetype i = 0; text.size() < DrawableTextBase::mostLength; ++i)
+            text += messages().at(i % messages().size()) + u' ';
+        return text.first(DrawableTextBase::mostLength);
+    }();
+    const comparison::Body baseline = [](benchmark::State &state) {
+        for (auto _ : state)
+            benchmark::DoNotOptimize(plainLayout(ordinary, bubbleWidth, {}));
+    };
+    for (const auto &[name, text] : texts) {
+        comparison::add(
+            std::string("hostile text: ") + name, 6,
+            [&text](benchmark::State &state) {
+                for (auto _ : state) {
+                    WordLayout::ofThisThread().clear();
+                    benchmark::DoNotOptimize(measure(text, bubbleWidth, {}));
+                }
+            },
+            baseline);
+    }
+    // What no font here has is dear for itself: against the same emoji one by one.
+    static const QString joined = QStringLiteral(u"👩\u200D").repeated(20'000);
+    static const QString apart = QStringLiteral(u"👩 ").repeated(DrawableTextBase::mostLength / 3);
+    comparison::add(
+        "hostile text: 20,000 joined emoji", 1.5,
+        [](benchmark::State &state) {
+            for (auto _ : state)
+                benchmark::DoNotOptimize(measure(joined, bubbleWidth, {}));
+        },
+        [](benchmark::State &state) {
+            for (auto _ : state)
+                benchmark::DoNotOptimize(plainLayout(apart, bubbleWidth, {}));
+        });
+    static const UserTextBlocks alternating = [] {
+        UserTextBlocks blocks;
+        for (int i = 0; i < 1'000'000; ++i)
+            blocks.append({2 * i, 1, TextEntityType::Bold, {}, false});
+        return blocks;
+    }();
+    comparison::add(
+        "hostile text: drawn, with a million entities", 6,
+        [](benchmark::State &state) {
+            for (auto _ : state) {
+                benchmark::DoNotOptimize(DrawableTextBase::layOut(texts[2].second, bubbleWidth,
+                                                                  messageFont(), 0, 0, 0,
+                                                                  alternating, true, true, 0));
+            }
+        },
+        baseline);
+}
+
 /// The number of grapheme clusters, which is where a count of emoji would begin.
 int countClusters(const QString &text)
 {
@@ -239,6 +305,7 @@ void addRows()
                     ofKnownWords(measuredWithEntities), ofKnownWords(plainWithFormats));
     comparison::add("measuring it again at another width", 0.25, atManyWidths(measured),
                     atManyWidths(plain));
+    addHostileTexts();
     comparison::add("emoji counting, ordinary text", 0.1, countingEmoji([](const QString &text) {
                         return DrawableTextUtil::emojiCount(text, 4096);
                     }),

@@ -11,6 +11,7 @@
 #include "content/items/fileitem.h"
 #include "content/items/folderitem.h"
 #include "content/items/imageitem.h"
+#include "content/items/innercontent_p.h"
 #include "content/items/locationitem.h"
 #include "content/items/lotteryitem.h"
 #include "content/items/mediagroupitem.h"
@@ -127,7 +128,7 @@ const Kind *findKind(int type)
 
 ItemPointer checked(ItemPointer item)
 {
-    if (!item)
+    if (!item && Nesting::isFirstFailure())
         ImLog::info(lcContent(), QStringLiteral("makeContentItem version or content error."));
     return item;
 }
@@ -171,7 +172,8 @@ ItemPointer makeContentItem(const std::string &bytes, int version, int source, A
         google::protobuf::Arena arena(block, sizeof block);
         auto *content = google::protobuf::Arena::CreateMessage<im::content::Content>(&arena);
         if (bytes.size() > INT_MAX || !content->ParseFromString(bytes)) {
-            ImLog::info(lcContent(), QStringLiteral("makeContentItem parse pbContent failed."));
+            if (Nesting::isFirstFailure())
+                ImLog::info(lcContent(), QStringLiteral("makeContentItem parse pbContent failed."));
             return {};
         }
         return deserializeContent(*content, source, account);

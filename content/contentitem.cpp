@@ -67,6 +67,17 @@ bool isFoldable(const UserTextBlock &block)
     return block.type == TextEntityType::CodeBlock || block.type == TextEntityType::Quoted;
 }
 
+/// How many of a text's entities are kept.
+qsizetype keptEntities(qsizetype count)
+{
+    if (count <= ContentItem::mostEntities)
+        return count;
+    ImLog::error(lcContent(),
+                 QStringLiteral("A text has more than %1 entities; the others are dropped.")
+                     .arg(ContentItem::mostEntities));
+    return ContentItem::mostEntities;
+}
+
 QString remainderKey()
 {
     return QStringLiteral("rest");
@@ -146,7 +157,7 @@ ContentItem::ContentItem(const QMap<QString, QVariant> &map, int source, Account
         entities = blocks->value<UserTextBlocks>();
     } else if (const auto json = map.constFind(QStringLiteral("dbEntity"));
                json != map.constEnd()) {
-        entities = deserializeEnities(jsonToList(json->toByteArray()));
+        entities = deserializeEnities(jsonToList(json->toByteArray(), mostEntities + 1));
     }
     if (map.value(QStringLiteral("disable_preview")).toBool()) {
         for (UserTextBlock &block : entities)
@@ -276,9 +287,10 @@ QList<QVariant> ContentItem::serializeEntities() const
 UserTextBlocks ContentItem::deserializeEnities(const QList<QVariant> &list) const
 {
     UserTextBlocks blocks;
-    blocks.reserve(list.size());
-    for (const QVariant &element : list) {
-        const QVariantMap map = element.toMap();
+    const qsizetype count = keptEntities(list.size());
+    blocks.reserve(count);
+    for (qsizetype i = 0; i < count; ++i) {
+        const QVariantMap map = list.at(i).toMap();
         UserTextBlock block;
         block.from = StoredValue::toInt32(map.value(QStringLiteral("from")));
         block.len = StoredValue::toInt32(map.value(QStringLiteral("len")));
@@ -397,9 +409,10 @@ UserTextBlocks ContentItem::entitiesOf(const im::content::Text &record) const
     UserTextBlocks blocks;
     if (record.textentity_size() == 0)
         return blocks;
-    blocks.reserve(record.textentity_size());
-    for (const im::content::TextEntity &entity : record.textentity())
-        blocks.append(deserializeEntity(entity));
+    const qsizetype count = keptEntities(record.textentity_size());
+    blocks.reserve(count);
+    for (qsizetype i = 0; i < count; ++i)
+        blocks.append(deserializeEntity(record.textentity(int(i))));
     return blocks;
 }
 
@@ -738,8 +751,10 @@ QSize ContentItem::calcTextSize(int &lineCount, int maxWidth, int rowLimit, int 
     setExtra(&Extra::isElided, measured.elided);
     const double height =
         measured.size.height() + extraHeight + (measured.elided ? ContentMetrics::ExpandHeight : 0);
-    return {saturated(qint64(std::ceil(measured.size.width()))),
-            saturated(qint64(std::ceil(height)))};
+    // A letter may be wider than a line, an item may not.
+    const double width =
+        maxWidth > 0 ? std::min<double>(measured.size.width(), maxWidth) : measured.size.width();
+    return {saturated(qint64(std::ceil(width))), saturated(qint64(std::ceil(height)))};
 }
 
 void ContentItem::resetSize()

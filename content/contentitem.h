@@ -100,6 +100,10 @@ public:
     };
     Q_ENUM(CalcSizeReason)
 
+    /// Of what others wrote, a text keeps so many entities, the first ones; the others are dropped,
+    /// with one log line. As many options does a poll or lottery keep.
+    static constexpr int mostEntities = 10'000;
+
     /// From the stored form. `source` is the model source type that the content belongs to (1 for
     /// chat messages, see ModelBaseUtil::getModelSourceTypeString()); kinds with files choose their
     /// directory by it.
@@ -212,9 +216,10 @@ public:
     /// What a search looks at: the text, and what the contents inside give, a line each.
     virtual QString getKeyword() const;
 
-    /// Measures the content for a view when one of `reasons` (CalcSizeReason flags) concerns it,
-    /// and stores the size. Texts need a QGuiApplication, and the fonts and settings of now. A view
-    /// calls it for a new item with CONTENT_CHANGED, and again on needRecalcSize().
+    /// Measures the content, within the bounds of DrawableTextBase, for a view when one of
+    /// `reasons` (CalcSizeReason flags) concerns it, and stores the size. Texts need a
+    /// QGuiApplication, and the fonts and settings of now. A view calls it for a new item with
+    /// CONTENT_CHANGED, and again on needRecalcSize().
     /// @param maxWidth    pixels the view can give; 0 or less: no limit, of other kinds than text
     ///                    AccountManager::maxMsgItemWidth()
     /// @param rowLimit    lines the view shows at most; 0 or less: all
@@ -227,7 +232,8 @@ public:
     /// The size of the content; each kind has its own. Updates what goes with it (line count, emoji
     /// count, type), but not the size. This one measures the text.
     virtual QSize calcContentSize(int &lineCount, int maxWidth, int maxRowCount, bool inThread);
-    /// The size of the text, `extraHeight` included. Without a QGuiApplication it is empty.
+    /// The size of the text, `extraHeight` included; never wider than `maxWidth`, unless that is 0
+    /// or less. Without a QGuiApplication it is empty.
     QSize calcTextSize(int &lineCount, int maxWidth, int rowLimit, int maxRowCount,
                        int fontPixelSize, int extraHeight, bool plainText);
     /// Forgets the measured sizes and asks for new ones by needRecalcSize().

@@ -90,9 +90,9 @@ public:
     // "thumbPath". Keys and checksums are Base64 text. What is not the default is also written as
     // "version", "iv", "fileState", "cachePath", "mediaType", "downloadedRange"; of a thumbnail as
     // "thumbnailName", "thumbnailSize", "thumbnailVersion", "thumbnailIv", "thumbnailFileState",
-    // "thumbnailCachePath", "thumbnailMediaType", "thumbnailDownloadedRange". Where the name is only that of the copy on
-    // this device, "localName" is true, and a size that was sent and is not that copy's is
-    // "sentSize"; of a thumbnail "thumbnailLocalName" and "thumbnailSentSize".
+    // "thumbnailCachePath", "thumbnailMediaType", "thumbnailDownloadedRange". Where the name is
+    // only that of the copy on this device, "localName" is true, and a size that was sent and is
+    // not that copy's is "sentSize"; of a thumbnail "thumbnailLocalName" and "thumbnailSentSize".
 
     using BaseFile::serialize;
     virtual void serialize(QVariantMap &map, bool thumbnail) const;
@@ -134,9 +134,10 @@ public:
     bool updateFile(const FileData &other);
 
     /// Whether the recorded file, and no other that has replaced it, is still in its place, or where
-    /// a data move has brought it, whereto the path follows. If it is not, the record moves onto the cached copy; when that is gone, too, both paths become
-    /// empty. The state follows: Missing, when a file that was Downloaded or Uploaded is gone,
-    /// Downloaded when the cached copy stands in, while what concerns an upload stays.
+    /// a data move has brought it, whereto the path follows. If it is not, the record moves onto
+    /// the cached copy; when that is gone, too, both paths become empty. The state follows:
+    /// Missing, when a file that was Downloaded or Uploaded is gone, Downloaded when the cached
+    /// copy stands in, while what concerns an upload stays.
     ///
     /// A file is taken for the recorded one when it was made and last changed at the recorded
     /// times; where a file system keeps no times of making, those of changing count for both.

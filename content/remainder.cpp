@@ -174,6 +174,22 @@ bool mayExist(const im::content::Sticker &sticker)
     return false;
 }
 
+/// Null for a record of nothing, and, with a log line, for one that takes too much: a byte on the
+/// wire may take a hundred in memory.
+Remainder::Record kept(Remainder::Record record)
+{
+    constexpr std::size_t mostBytes = 1 << 20;
+    const std::size_t onTheWire = record->ByteSizeLong();
+    if (onTheWire == 0)
+        return nullptr;
+    if (onTheWire > mostBytes / 100 && record->SpaceUsedLong() > mostBytes) {
+        ImLog::error(lcContent(),
+                     QStringLiteral("A content has more beside its fields than can be kept."));
+        return nullptr;
+    }
+    return record;
+}
+
 void subtract(Message &from, const Message &written);
 
 /// True when nothing was left. Elements keep their places.
@@ -271,7 +287,7 @@ Remainder::Record Remainder::between(const im::content::Content &body,
 {
     auto rest = std::make_unique<im::content::Content>(body);
     subtract(*rest, written);
-    return rest->ByteSizeLong() > 0 ? std::move(rest) : nullptr;
+    return kept(std::move(rest));
 }
 
 void Remainder::forgetEntities(Record &remainder)
@@ -314,7 +330,7 @@ Remainder::Record Remainder::fromBytes(const QByteArray &bytes, int type)
             QStringLiteral("The remainder of a stored content of type %1 is damaged.").arg(type));
         return nullptr;
     }
-    return record->ByteSizeLong() > 0 ? std::move(record) : nullptr;
+    return kept(std::move(record));
 }
 
 QVariantList Remainder::buttons(const im::content::Content *remainder)

@@ -81,8 +81,8 @@ public:
     /// A DisplayClass.
     int fileType() const;
     /// Finds the display class anew, from the extension of the file. Done by itself whenever the
-    /// files of the item change, or the name in their records. A file does not begin to be shown as a picture or video while there
-    /// is neither a thumbnail's record nor thumbnail bytes.
+    /// files of the item change, or the name in their records. A file does not begin to be shown as
+    /// a picture or video while there is neither a thumbnail's record nor thumbnail bytes.
     void calcFileType();
 
     UploadState uploadState() const;

@@ -48,7 +48,11 @@ bool parse(const QByteArray &bytes, im::content::Content *record)
 template <typename List, typename Read>
 bool readList(QList<InnerContent> &parts, const List &source, Read read)
 {
-    const auto size = qsizetype(source.size());
+    const auto size = std::min<qsizetype>(source.size(), ContentItem::mostEntities);
+    if (size < qsizetype(source.size()) && Nesting::isFirstFailure())
+        ImLog::error(lcContent(),
+                     QStringLiteral("A content has more than %1 options; the others are dropped.")
+                         .arg(ContentItem::mostEntities));
     bool changed = parts.size() != size;
     parts.resize(size);
     for (qsizetype i = 0; i < size; ++i)
@@ -80,11 +84,16 @@ bool Nesting::take()
         ++nested.items;
         return true;
     }
-    if (!std::exchange(nested.isReported, true))
+    if (isFirstFailure())
         ImLog::error(
             lcContent(),
             QStringLiteral("A content holds too many others, or nested too deep, to show them."));
     return false;
+}
+
+bool Nesting::isFirstFailure()
+{
+    return nested.depth == 0 || !std::exchange(nested.isReported, true);
 }
 
 // One content

@@ -30,8 +30,10 @@ public:
     ~Nesting();
     Q_DISABLE_COPY_MOVE(Nesting)
 
-    /// Counts one item; false, with one log line an outermost content, when there are too many.
+    /// Counts one item; false, logged, when there are too many.
     static bool take();
+    /// Whether a failure is to be logged: of those below one outermost content only the first is.
+    static bool isFirstFailure();
 };
 
 /// A content inside another one. What no item can be made of (a kind of a newer protocol, a sticker

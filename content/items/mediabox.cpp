@@ -69,7 +69,7 @@ QSize MediaBox::lines(const QStringList &texts, int maxWidth)
     const QFontMetrics metrics(font);
     int width = 0;
     for (const QString &text : texts)
-        width = std::max(width, metrics.horizontalAdvance(text, mostCharacters));
+        width = std::max(width, metrics.horizontalAdvance(text.left(mostCharacters)));
     return {std::min(width, maxWidth), int(count) * metrics.lineSpacing()};
 }
 

@@ -26,6 +26,9 @@ Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
 using Alert = im::content::SystemAlert;
 
+/// More names nobody reads; each takes a whole record.
+constexpr int mostTargets = 1000;
+
 QString alertKey()
 {
     return QStringLiteral("alert");
@@ -36,6 +39,19 @@ QString sysTypeKey()
     return QStringLiteral("sysType");
 }
 
+std::unique_ptr<Alert> kept(const Alert &record)
+{
+    auto alert = std::make_unique<Alert>(record);
+    if (const int more = alert->targets_size() - mostTargets; more > 0) {
+        ImLog::error(lcContent(),
+                     QStringLiteral("A system alert is about more than %1 people; the others are "
+                                    "dropped.")
+                         .arg(mostTargets));
+        alert->mutable_targets()->DeleteSubrange(mostTargets, more);
+    }
+    return alert;
+}
+
 /// The record of a stored map; null when it has none.
 std::unique_ptr<Alert> storedAlert(const QMap<QString, QVariant> &map)
 {
@@ -44,7 +60,7 @@ std::unique_ptr<Alert> storedAlert(const QMap<QString, QVariant> &map)
         auto alert = std::make_unique<Alert>();
         const bool isRefused = bytes.isEmpty() && !value->toByteArray().isEmpty();
         if (!isRefused && alert->ParseFromArray(bytes.constData(), int(bytes.size())))
-            return alert;
+            return kept(*alert);
         ImLog::error(lcContent(), QStringLiteral("The record of a stored system alert is damaged"));
         return nullptr;
     }
@@ -91,8 +107,8 @@ SystemItem::SystemItem(const QMap<QString, QVariant> &map, int source, AccountBa
 }
 
 SystemItem::SystemItem(const im::content::Content &content, int source, AccountBase *account)
-    : ContentItem(content, source, account),
-      m_info(std::make_unique<Alert>(content.system_alert())), m_account(account)
+    : ContentItem(content, source, account), m_info(kept(content.system_alert())),
+      m_account(account)
 {
     setType(System);
 }
@@ -124,7 +140,7 @@ void SystemItem::setInfo(const Alert &info)
     for (const Derived &row : derived)
         before.append(row.value(*this));
 
-    *m_info = info;
+    m_info = kept(info);
     m_topicUpdateType = -1;
 
     auto previous = before.cbegin();
@@ -379,7 +395,8 @@ QSize SystemItem::calcContentSize(int &lineCount, int maxWidth, int, bool inThre
         const auto measured = DrawableTextBase::calculateSize(text(), std::max(width, 1), font, 0,
                                                               0.0, 0, {}, true, true, 0);
         lineCount = measured.lineCount;
-        size = {int(std::ceil(measured.size.width())) + 2 * ContentMetrics::SystemSidePadding,
+        size = {int(std::ceil(std::min<double>(measured.size.width(), width)))
+                    + 2 * ContentMetrics::SystemSidePadding,
                 int(std::ceil(measured.size.height())) + 2 * ContentMetrics::SystemVerticalPadding};
     }
     setLineCount(lineCount);

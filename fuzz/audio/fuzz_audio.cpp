@@ -24,6 +24,7 @@ void checkAlbum(const QVariantMap &album)
         if (texts.contains(entry.key())) {
             check(entry->typeId() == QMetaType::QString && !text.isEmpty(), "a text is one");
             check(text.size() <= 1000 && text.simplified() == text, "a text is a line, not long");
+            check(text.isValidUtf16(), "a text is Unicode");
         } else {
             check(numbers.contains(entry.key()), "the album has the keys that are known");
             check(entry->typeId() == QMetaType::Int && entry->toInt() > 0, "a number is positive");

@@ -52,8 +52,10 @@ void checkRecord(const QString &name)
 {
     FileData file;
     file.setFileName(name);
-    check(file.fileName() == name && file.diskName() == Util::safeFileName(name),
-          "a record keeps the name that was sent");
+    const QString shown = Util::shownFileName(name);
+    check(file.sentName() == name, "a record keeps the name that was sent");
+    check(file.fileName() == shown && file.diskName() == Util::safeFileName(shown),
+          "a record shows what people may see of it");
     check(file.suffix() == BaseFile::extensionOf(name).toLower(),
           "the name tells the kind of file");
     const FileData stored(file.serialize(), FileData::ParseType::Source);

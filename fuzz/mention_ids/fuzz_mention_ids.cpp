@@ -52,7 +52,7 @@ std::optional<Expected> unpacked(const QByteArray &bytes)
 {
     QDataStream in(bytes);
     Expected expected;
-    if (!readIds(in, &expected.mentions) || !readIds(in, &expected.reactions) || !in.atEnd())
+    if (!readIds(in, &expected.mentions) || !readIds(in, &expected.reactions))
         return std::nullopt;
     return expected;
 }

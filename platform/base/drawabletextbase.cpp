@@ -1,10 +1,12 @@
 #include "base/drawabletextbase.h"
 
+#include "base/layoutcharacter_p.h"
 #include "base/wordlayout_p.h"
 
 #include <QFontDatabase>
 #include <QFontInfo>
 #include <QFontMetricsF>
+#include <QTextBoundaryFinder>
 #include <QTextCharFormat>
 #include <QTextOption>
 
@@ -32,6 +34,10 @@ constexpr double unlimitedWidth = 1 << 22;
 /// Code units that are laid out in one go. An ordinary message is one piece; a long text costs no
 /// more than the lines that are asked for, and one without end is never searched for its next word.
 constexpr qsizetype pieceLength = 4096;
+/// The same where script, direction or format change all the time: QTextLayout takes more than linear
+/// time for a run each few characters.
+constexpr qsizetype shortPieceLength = 1024;
+constexpr int mostRuns = 256;
 
 using FormatRanges = QList<QTextLayout::FormatRange>;
 
@@ -59,7 +65,9 @@ public:
     /// @param kept where to put the lines themselves, for who draws them; null: nowhere
     Lines(int maxRowCount, int rowLimit, int tolerance, Kept *kept = nullptr)
         : m_kept(kept), m_maxRowCount(maxRowCount > 0 ? maxRowCount : unlimited),
-          m_rowLimit(rowLimit > 0 ? rowLimit : unlimited), m_tolerance(std::max(0, tolerance))
+          m_rowLimit(std::min(rowLimit > 0 ? rowLimit : DrawableTextBase::mostLines,
+                              DrawableTextBase::mostLines)),
+          m_tolerance(std::max(0, tolerance))
     {
     }
 
@@ -206,6 +214,28 @@ LaidOut layOutPiece(const QString &text, bool isCut, const QFont &font, const Fo
     return made;
 }
 
+/// How much of [from, end) is laid out in one go.
+qsizetype pieceLengthOf(const Paragraphs &paragraphs, qsizetype from, qsizetype end)
+{
+    if (end - from <= shortPieceLength)
+        return pieceLength;
+    end = std::min(end, from + pieceLength);
+    const auto formatAt = [&formats = paragraphs.formats](qsizetype at) {
+        return std::partition_point(formats.begin(), formats.end(),
+                                    [at](const auto &range) { return range.start < at; });
+    };
+    auto runs = formatAt(end) - formatAt(from);
+    LayoutCharacter before;
+    for (const QChar c : QStringView(paragraphs.text).sliced(from, end - from)) {
+        const LayoutCharacter &here = layoutCharacter(c.unicode());
+        if (here.side != LayoutCharacter::Neutral) {
+            runs += int(here.side != before.side || here.script != before.script);
+            before = here;
+        }
+    }
+    return runs > mostRuns ? shortPieceLength : pieceLength;
+}
+
 /// Lays out the paragraph [from, end), each piece from the line that the one before could not
 /// finish.
 /// @return the lines it made, `most` or fewer
@@ -214,7 +244,7 @@ int layOutParagraph(const Paragraphs &paragraphs, qsizetype from, qsizetype end,
 {
     const QString &text = paragraphs.text;
     int made = 0;
-    qsizetype length = pieceLength;
+    qsizetype length = pieceLengthOf(paragraphs, from, end);
     while (made < most && !lines.isComplete()) {
         const qsizetype pieceEnd = std::min(end, from + length);
         const bool isCut = pieceEnd < end;
@@ -227,7 +257,7 @@ int layOutParagraph(const Paragraphs &paragraphs, qsizetype from, qsizetype end,
             break;
         from += piece.end;
         // A piece that is less than a line is tried again with much more.
-        length = piece.lines == 0 ? 4 * length : pieceLength;
+        length = piece.lines == 0 ? 4 * length : pieceLengthOf(paragraphs, from, end);
     }
     return made;
 }
@@ -282,6 +312,15 @@ bool isReplaced(QChar c)
 QChar replacementFor(QChar c)
 {
     return isNewline(c) ? paragraphSeparator : zeroWidthSpace;
+}
+
+/// Whether a character is drawn on the one before it, or not at all.
+bool isAttached(char32_t c)
+{
+    constexpr char32_t firstTone = 0x1F3FB;
+    constexpr char32_t lastTone = 0x1F3FF;
+    return QChar::isMark(c) || QChar::category(c) == QChar::Other_Format
+        || (c >= firstTone && c <= lastTone);
 }
 
 struct Span {
@@ -396,19 +435,89 @@ std::vector<Paragraphs::Range> collapsedParagraphs(std::vector<Span> spans, cons
     return ranges;
 }
 
+/// The part of a text that is laid out.
+QString bounded(const QString &text)
+{
+    qsizetype length = DrawableTextBase::mostLength;
+    if (text.size() <= length)
+        return text;
+    length -= text[length - 1].isHighSurrogate() ? 1 : 0;
+    return text.first(length) + u'\u2026';
+}
+
+/// Whether some character of the text may have more on it, or joined to it, than is shown. Never
+/// false where it has.
+bool mayHaveLongClusters(QStringView text)
+{
+    constexpr char16_t joiner = 0x200D;
+    int length = 0;
+    int joiners = 0;
+    char16_t before = 0;
+    for (const QChar each : text) {
+        const char16_t c = each.unicode();
+        const bool goesOn = c >= 0x300 && (each.isSurrogate() || layoutCharacter(c).isJoining);
+        if (!goesOn && before != joiner)
+            length = joiners = 0;
+        ++length;
+        joiners += int(c == joiner);
+        if (length > DrawableTextBase::mostLetters || joiners >= DrawableTextBase::mostJoined)
+            return true;
+        before = c;
+    }
+    return false;
+}
+
+/// What becomes of a code unit whose character has too much on it.
+enum class Treatment : uint8_t { Keep, Drop, BreakBefore };
+
+/// Empty when every character is kept as it is.
+std::vector<Treatment> treatmentOf(const QString &text)
+{
+    if (!mayHaveLongClusters(text))
+        return {};
+    std::vector<Treatment> treatment(size_t(text.size()), Treatment::Keep);
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    for (qsizetype from = 0, end = 0; (end = finder.toNextBoundary()) >= 0; from = end) {
+        int marks = 0;
+        int letters = 0; // that make one character with each other, as those of Hangul do
+        int joined = 0;
+        char32_t before = 0;
+        for (qsizetype at = from; at < end;) {
+            const qsizetype start = at;
+            char32_t c = text[at++].unicode();
+            if (QChar::isHighSurrogate(c) && at < end && text[at].isLowSurrogate())
+                c = QChar::surrogateToUcs4(char16_t(c), text[at++].unicode());
+            if (isAttached(c)) {
+                if (++marks > DrawableTextBase::mostMarks)
+                    std::fill(treatment.begin() + start, treatment.begin() + at, Treatment::Drop);
+            } else if ((before == 0x200D && ++joined >= DrawableTextBase::mostJoined)
+                       || ++letters > DrawableTextBase::mostLetters) {
+                treatment[size_t(start)] = Treatment::BreakBefore;
+                marks = letters = joined = 0;
+            } else {
+                marks = 0;
+            }
+            before = c;
+        }
+    }
+    return treatment;
+}
+
 /// Turns a text with its entities into paragraphs. Does nothing that the text does not ask for.
 class Preparation
 {
 public:
-    Preparation(const QString &text, const UserTextBlocks &blocks, bool withFormats) : m_text(text)
+    Preparation(const QString &text, const UserTextBlocks &blocks, bool withFormats)
+        : m_text(bounded(text)), m_treatment(treatmentOf(m_text))
     {
-        for (int i = 0; i < blocks.size(); ++i)
+        const auto count = std::min<qsizetype>(blocks.size(), DrawableTextBase::mostBlocks);
+        for (int i = 0; i < count; ++i)
             addBlock(blocks[i], i, withFormats);
     }
 
     Paragraphs paragraphs(const QFont &font) &&
     {
-        if (m_pictures.empty() && m_standingAlone.empty()
+        if (m_pictures.empty() && m_standingAlone.empty() && m_treatment.empty()
             && !m_text.contains(QLatin1StringView("\r\n")))
             replaceInPlace();
         else
@@ -498,7 +607,9 @@ private:
                 m_text.append(pictureCharacter);
                 m_text.append(zeroWidthSpace);
                 next = picture->end;
-            } else {
+            } else if (m_treatment.empty() || m_treatment[size_t(at)] != Treatment::Drop) {
+                if (!m_treatment.empty() && m_treatment[size_t(at)] == Treatment::BreakBefore)
+                    m_text.append(zeroWidthSpace);
                 const QChar c = source[at];
                 if (c == u'\r' && next < length && source[next] == u'\n')
                     ++next;
@@ -531,6 +642,7 @@ private:
     }
 
     QString m_text;
+    std::vector<Treatment> m_treatment; ///< of each code unit; empty: all are kept
     std::vector<PictureSpan> m_pictures;
     std::vector<DrawableTextBase::Layout::Picture> m_shownPictures;
     std::vector<qsizetype> m_movedTo;

@@ -47,6 +47,10 @@ public:
     /// `collapsedRowCount` lines; where collapsed blocks overlap, the text that they share is the
     /// first one's. Blocks outside the text are ignored.
     ///
+    /// Whatever somebody sends, measuring and drawing it takes no longer than a text of ordinary
+    /// words in these scripts that has `mostLength`: see the bounds below. Only a maxWidth less than
+    /// that of one of its letters is exceeded.
+    ///
     /// Thread: needs a QGuiApplication; otherwise reentrant.
     static Measured calculateSize(const QString &text, double maxWidth, const QFont &font,
                                   int maxRowCount, double lineSpacing, int rowLimit,
@@ -88,6 +92,22 @@ public:
     static Layout layOut(const QString &text, double maxWidth, const QFont &font, int maxRowCount,
                          double lineSpacing, int rowLimit, const UserTextBlocks &blocks,
                          bool wordWrap, bool plainText, int tolerance);
+
+    // Bounds for a text, in measuring and drawing. What is beyond is not shown.
+
+    /// Code units. An ellipsis stands where the text is cut.
+    static constexpr int mostLength = 1 << 15;
+    /// More than any view can show: with lines of 8 pixels they are higher than an item may be.
+    static constexpr int mostLines = 4096;
+    /// Blocks, the first ones.
+    static constexpr int mostBlocks = 4096;
+    /// Marks, and other characters without a width of their own, on one letter. No language comes
+    /// near it.
+    static constexpr int mostMarks = 16;
+    /// Letters that make one character with each other, as those of Hangul do.
+    static constexpr int mostLetters = 8;
+    /// Emoji that are joined to one; a longer chain is broken up. No picture in use joins more.
+    static constexpr int mostJoined = 4;
 
     /// Lines that a collapsed code or quote block shows.
     static constexpr int collapsedRowCount = 3;

@@ -332,6 +332,31 @@ private:
     bool m_tooDeep = false;
 };
 
+/// Where the first `most` elements of a list end; -1 when there are no more than that.
+qsizetype endOfElements(QByteArrayView json, qsizetype most)
+{
+    if (json.size() <= 2 * most) // a character and a comma each
+        return -1;
+    int depth = 0;
+    bool isText = false;
+    for (qsizetype at = 0; at < json.size(); ++at) {
+        const char c = json[at];
+        if (isText) {
+            at += qsizetype(c == '\\');
+            isText = c != '"';
+        } else if (c == '"') {
+            isText = true;
+        } else if (c == '[' || c == '{') {
+            ++depth;
+        } else if (c == ']' || c == '}') {
+            --depth;
+        } else if (c == ',' && depth == 1 && --most <= 0) {
+            return at;
+        }
+    }
+    return -1;
+}
+
 } // namespace
 
 QByteArray mapToJson(const QVariantMap &map)
@@ -353,7 +378,8 @@ QVariantMap jsonToMap(const QByteArray &json)
     return read<dom::object, QVariantMap>(json);
 }
 
-QVariantList jsonToList(const QByteArray &json)
+QVariantList jsonToList(const QByteArray &json, qsizetype most)
 {
-    return read<dom::array, QVariantList>(json);
+    const qsizetype end = most < 0 ? -1 : endOfElements(json, most);
+    return read<dom::array, QVariantList>(end < 0 ? json : json.first(end) + ']');
 }

@@ -23,4 +23,5 @@
 BASE_EXPORT QByteArray mapToJson(const QVariantMap &map);
 BASE_EXPORT QVariantMap jsonToMap(const QByteArray &json);
 BASE_EXPORT QByteArray listToJson(const QVariantList &list);
-BASE_EXPORT QVariantList jsonToList(const QByteArray &json);
+/// At most the first `most` elements: what is behind them is not looked at. Below 0: all.
+BASE_EXPORT QVariantList jsonToList(const QByteArray &json, qsizetype most = -1);

@@ -43,8 +43,9 @@ public:
     /// never needs to be written twice. Its appearance is atomic. A file of that name with another
     /// content is left alone, and the result is empty.
     ///
-    /// Empty when the audio file has no such picture, as one of WAV, WMA, AAC or AC-3 never has; empty, with a log line, when it cannot be
-    /// read, when what it offers as a picture is none, or the image cannot be stored.
+    /// Empty when the audio file has no such picture, as one of WAV, WMA, AAC or AC-3 never has;
+    /// empty, with a log line, when it cannot be read, when what it offers as a picture is none, or
+    /// the image cannot be stored.
     static QString getCover(const QString &path, const QString &directory);
 
     AudioPlayer() = delete;

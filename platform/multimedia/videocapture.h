@@ -23,9 +23,9 @@ public:
     /// less.
     ///
     /// The video is what its bytes say, whatever its name: MPEG-4, QuickTime, 3GP, Matroska, WebM,
-    /// AVI, MPEG, FLV, ASF, RealMedia, Ogg or GIF, of at most 40 million pixels a frame. Nothing that it refers
-    /// to is opened. `imagePath` ends in ".png", ".jpg" or ".jpeg", which decides the format; the
-    /// file is replaced atomically, its directory has to exist.
+    /// AVI, MPEG, FLV, ASF, RealMedia, Ogg or GIF, of at most 40 million pixels a frame. Nothing
+    /// that it refers to is opened. `imagePath` ends in ".png", ".jpg" or ".jpeg", which decides
+    /// the format; the file is replaced atomically, its directory has to exist.
     ///
     /// Nothing, with a log line, and nothing written, on failure: no such file, not a video, damaged
     /// before its first frame, or not read within 20 seconds.

@@ -1,7 +1,5 @@
 #include "account/accountmanager.h"
-#include "base/json.h"
 #include "content/contactbase.h"
-#include "content/contentfactory.h"
 #include "content/items/callitem.h"
 #include "content/items/carditem.h"
 #include "content/items/meetingitem.h"
@@ -15,9 +13,13 @@
 #include "protocol/message_content.pb.h"
 #include "storage/keystorage.h"
 #include "storage/userstorageprovider.h"
+#include "support/contents.h"
 #include "support/fakeaccount.h"
 #include "support/signallog.h"
 
+#include <google/protobuf/text_format.h>
+
+#include <QFile>
 #include <QRegularExpression>
 #include <QSet>
 #include <QTemporaryDir>
@@ -104,25 +106,6 @@ Body stickerBody(const char *fileId = "f1")
     return body;
 }
 
-template <typename Item>
-QSharedPointer<Item> make(const Map &map, AccountBase *account = nullptr)
-{
-    return makeContentItem(Map{{u"content"_s, QVariantList{map}}}, 1, account)
-        .template dynamicCast<Item>();
-}
-
-QSharedPointer<StickerItem> makeSticker(const Body &body, AccountBase *account)
-{
-    return makeContentItem(body.SerializeAsString(), 2, 1, account).dynamicCast<StickerItem>();
-}
-
-Map storedMap(const ContentItem &item)
-{
-    Map map;
-    item.serialize(map);
-    return map;
-}
-
 } // namespace
 
 class TestCardItems : public QObject
@@ -158,82 +141,24 @@ private Q_SLOTS:
             QCOMPARE(textOf(fullAlert(Alert::Type(type))), unsupported);
     }
 
-    void sentences_data()
-    {
-        QTest::addColumn<QByteArray>("record");
-        QTest::addColumn<QString>("text");
-        const auto row = [](const char *text, const Alert &alert) {
-            QTest::newRow(text) << QByteArray::fromStdString(alert.SerializeAsString())
-                                << QString::fromUtf8(text);
-        };
-        Alert alert = alertOf(Alert::MEMBER_JOINED);
-        row("Anna joined the group", alert);
-        addTarget(alert, 1, "Anna");
-        row("Anna joined the group", alert);
-        alert.clear_targets();
-        addTarget(alert, 2, "Ben");
-        addTarget(alert, myId, "Me");
-        addTarget(alert, 3, "");
-        addTarget(alert, 4, "%1 %2\n100%");
-        row("Anna added Ben, you, %1 %2 100%", alert);
-        alert.clear_operator_();
-        row("Ben, you, %1 %2 100% joined the group", alert);
-        alert = alertOf(Alert::MEMBER_KICKED, myId);
-        row("You removed someone", alert);
-        addTarget(alert, 2, "Ben");
-        row("You removed Ben", alert);
-        alert.mutable_group_operator()->set_title("Swimmers");
-        row("Swimmers removed Ben", alert);
-        alert.mutable_group_operator()->Clear();
-        row("Someone removed Ben", alert);
-        alert = alertOf(Alert::USER_KEY_CHANGED);
-        addTarget(alert, myId, "Me");
-        row("Your security key has changed", alert);
-        alert = alertOf(Alert::SELF_CONSTRUCT_TIME_UPDATED);
-        row("Anna turned self-deleting messages off", alert);
-        for (const auto &[seconds, text] : {std::pair(1, "1 second"),
-                                            {90, "90 seconds"},
-                                            {60, "1 minute"},
-                                            {7200, "2 hours"},
-                                            {86400, "1 day"},
-                                            {604800, "7 days"}}) {
-            alert.set_time(seconds);
-            row(qPrintable(u"Anna set messages to be deleted after "_s + QLatin1String(text)),
-                alert);
-        }
-        alert = alertOf(Alert::MESSAGE_LIMIT_UPDATED);
-        row("Anna lifted the message limit", alert);
-        alert.mutable_message_limit()->set_length(1);
-        row("Anna set the chat to keep the latest message", alert);
-        alert.mutable_message_limit()->set_days(30);
-        row("Anna set the chat to keep the latest message for 30 days", alert);
-        alert.mutable_message_limit()->set_length(0);
-        row("Anna set the chat to keep messages for 30 days", alert);
-        alert = alertOf(Alert::TOPIC_UPDATED);
-        row("Anna updated a topic", alert);
-        alert.mutable_current_topic()->set_name("Bread");
-        row("Anna created the topic “Bread”", alert);
-        alert.mutable_origin_topic()->set_name("Food");
-        row("Anna renamed the topic “Food” to “Bread”", alert);
-        alert.mutable_origin_topic()->set_name("Bread");
-        alert.mutable_origin_topic()->set_closed(true);
-        row("Anna reopened the topic “Bread”", alert);
-        alert.clear_current_topic();
-        row("Anna deleted the topic “Bread”", alert);
-        alert = alertOf(Alert::NAME_EDITED, 1, "שרה");
-        alert.set_name("Lake");
-        row("\u2068שרה\u2069 changed the group name to “Lake”", alert);
-        alert = alertOf(Alert::NAME_EDITED);
-        row("Anna changed the group name", alert);
-    }
     void sentences()
     {
-        QFETCH(QByteArray, record);
         FakeAccount account;
         account.setAccountId(myId);
-        Alert alert;
-        QVERIFY(alert.ParseFromString(record.toStdString()));
-        QTEST(textOf(alert, &account), "text");
+        QFile facts(QStringLiteral(FACTS "alerts.txt"));
+        QVERIFY(facts.open(QIODevice::ReadOnly));
+        int count = 0;
+        for (const QString &line : QString::fromUtf8(facts.readAll()).split(u'\n')) {
+            if (line.isEmpty() || line.startsWith(u"# "))
+                continue;
+            Alert alert;
+            QVERIFY2(google::protobuf::TextFormat::ParseFromString(
+                         line.section(u'\t', 1).toStdString(), &alert),
+                     qPrintable(line));
+            QCOMPARE(textOf(alert, &account), line.section(u'\t', 0, 0));
+            ++count;
+        }
+        QVERIFY(count > 25);
     }
 
     void incompleteAlerts()
@@ -423,8 +348,7 @@ private Q_SLOTS:
         record->set_nickname("Anna");
         record->set_im_id("anna_1");
         record->mutable_caption()->set_text("ask her");
-        const auto card =
-            makeContentItem(body.SerializeAsString(), 2, 1, nullptr).dynamicCast<CardItem>();
+        const auto card = make<CardItem>(body);
         QVERIFY(card);
         QVERIFY(!card->photo());
         for (const auto &word : {u"Anna"_s, u"anna_1"_s, u"ask her"_s})
@@ -591,11 +515,11 @@ private Q_SLOTS:
         im::FileInfo *animated = body.mutable_sticker()->mutable_animated_file()->mutable_file();
         animated->set_file_id("a1");
         animated->set_size(9'000);
-        const auto sticker = makeSticker(body, &account);
+        const auto sticker = make<StickerItem>(body, &account);
         body.mutable_sticker()->set_pid(8);
-        QCOMPARE(makeSticker(body, &account), sticker);
+        QCOMPARE(make<StickerItem>(body, &account), sticker);
         QCOMPARE(sticker->pid(), 8);
-        QVERIFY(makeSticker(body, &another) != sticker);
+        QVERIFY(make<StickerItem>(body, &another) != sticker);
         // Through the stored form as well, and it brings along where the file lies.
         QTemporaryDir dir;
         QFile file(dir.filePath(u"wave.png"_s));
@@ -610,7 +534,7 @@ private Q_SLOTS:
         QCOMPARE(sticker->file()->filePath(), file.fileName());
         for (const auto &record : {sticker->file(), sticker->animatedFile()})
             record->updateFilePath(file.fileName(), true, true);
-        QCOMPARE(makeSticker(body, &account), sticker);
+        QCOMPARE(make<StickerItem>(body, &account), sticker);
         QCOMPARE(make<StickerItem>(storedMap(*sticker), &account), sticker);
         const auto record = sticker->file();
         sticker->setContent(body);
@@ -623,7 +547,7 @@ private Q_SLOTS:
         others[2].mutable_sticker()->set_hint("rude");
         others[3].mutable_sticker()->mutable_sticker_file()->clear_id();
         for (const Body &other : std::as_const(others)) {
-            const auto own = makeSticker(other, &account);
+            const auto own = make<StickerItem>(other, &account);
             QVERIFY(own && own != sticker);
             Body written;
             own->serialize(&written);
@@ -632,7 +556,7 @@ private Q_SLOTS:
         map.insert(u"content"_s, u"with words"_s);
         QVERIFY(make<StickerItem>(map, &account) != sticker);
         QCOMPARE(sticker->hint(), u"waving"_s);
-        QCOMPARE(makeSticker(body, &account), sticker);
+        QCOMPARE(make<StickerItem>(body, &account), sticker);
 
         const auto copy = copyContent(sticker).dynamicCast<StickerItem>();
         QVERIFY(copy && copy != sticker && copy->file() != sticker->file());

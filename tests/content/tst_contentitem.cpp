@@ -336,6 +336,12 @@ private Q_SLOTS:
         // The settings' font size counts, in pixels.
         AppSettingModel::instance()->setThemeFontSize(28, false);
         QVERIFY(measure(lines(10)).height() > ten * 3 / 2);
+        // Nothing is wider than it may be, whatever hangs together in it.
+        for (const QString &text : {u"👩\u200D"_s.repeated(200), QString(99, QChar(0x1100)),
+                                    u'a' + QString(99, QChar(0x0903))}) {
+            for (const int width : {9, 60, 400})
+                QVERIFY(measure(textItem(text), width).width() <= width);
+        }
         // What does not fit into the properties saturates.
         QCOMPARE(measure(lines(3000)).height(), 32767);
     }

@@ -9,6 +9,7 @@
 #include "protocol/message_content.pb.h"
 #include "support/everyfield.h"
 #include "support/fakeaccount.h"
+#include "support/loglines.h"
 
 #include <google/protobuf/util/field_comparator.h>
 #include <google/protobuf/util/message_differencer.h>
@@ -220,6 +221,50 @@ private Q_SLOTS:
                 QVERIFY2(lost.empty(), (key.toStdString() + ": " + lost).c_str());
             }
         }
+    }
+
+    /// Of what takes a hundred times as much in memory as on the wire, a part is kept, and a line
+    /// tells of it.
+    void enormousBodies()
+    {
+        LogLines lines;
+        Content sent;
+        QVariantList stored;
+        for (int i = 0; i < 3 * ContentItem::mostEntities; ++i) {
+            auto *entity = sent.mutable_text()->add_textentity();
+            entity->set_type(im::content::TextEntity::BOLD);
+            entity->set_offset(i);
+            stored.append(QVariantMap{{u"from"_s, i}, {u"type"_s, 7}, {u"data"_s, u"],\\\","_s}});
+        }
+        const std::string json = mapToJson({{u"type"_s, u"text"_s},
+                                            {u"dbEntity"_s, QString::fromUtf8(listToJson(stored))}})
+                                     .toStdString();
+        const auto item = makeContentItem(sent.SerializeAsString(), 2, 1, nullptr);
+        const auto old = makeContentItem(json, 1, 1, nullptr);
+        QCOMPARE(lines.take(), 2);
+        for (const auto &each : {item, old}) {
+            QCOMPARE(each->textEntity().size(), ContentItem::mostEntities);
+            QCOMPARE(each->textEntity().last().from, ContentItem::mostEntities - 1);
+        }
+        item->setContent(sent);
+        item->deserialize({{u"entity"_s, stored}});
+        QCOMPARE(item->textEntity().size(), ContentItem::mostEntities);
+        QCOMPARE(lines.take(), 2);
+
+        // What an item keeps beside its own fields.
+        Content buttons;
+        buttons.mutable_text()->set_text("hi");
+        for (int i = 0; i < 100'000; ++i)
+            buttons.add_buttons();
+        const auto hi = makeContentItem(buttons.SerializeAsString(), 2, 1, nullptr);
+        QCOMPARE(hi->content(), u"hi"_s);
+        QVERIFY(hi->buttons().isEmpty());
+        Content alert;
+        for (int i = 0; i < 100'000; ++i)
+            alert.mutable_system_alert()->add_targets();
+        makeContentItem(alert.SerializeAsString(), 2, 1, nullptr)->serialize(&alert);
+        QCOMPARE(alert.system_alert().targets_size(), 1000);
+        QCOMPARE(lines.take(), 2);
     }
 
     /// A view drops its buttons only when there are others, however they are spread over rows.

@@ -410,13 +410,18 @@ private Q_SLOTS:
               u"\r\n"_s.repeated(20000), QString(50000, u' '), QString(20000, u'\t'),
               QString(10000, QChar(0xD83D)), QString(10000, QChar(u'\0')),
               QString(10000, QChar(QChar::ObjectReplacementCharacter)),
-              u'a' + QString(8000, QChar(0x0301)), u"👩\u200D"_s.repeated(500),
-              u"🇽"_s.repeated(1000), QString(10000, QChar(0x202E)) + QString(9, u'x'),
+              u'a' + QString(50'000, QChar(0x0301)), u"👩\u200D"_s.repeated(500),
+              QString(2000, QChar(0x1100)), u'a' + QString(20'000, QChar(0x200D)),
+              u"\u0D4E"_s.repeated(2000), u"a\u05D0"_s.repeated(1 << 20), u"🇽"_s.repeated(1000),
+              QString(10000, QChar(0x202E)) + QString(9, u'x'),
               QString(10000, QChar(0x2067)) + QString(9, u'x')}) {
             for (const double width : {1.0, 200.0, 0.0}) {
                 Request request{.text = text, .maxWidth = width};
                 const Measured all = request.measure();
                 QVERIFY(all.lineCount >= 1 && all.size.isValid() && all.size.height() > 0);
+                QVERIFY(all.lineCount <= DrawableTextBase::mostLines);
+                QVERIFY2(width < 200 || all.size.width() <= width + 1, // with a bearing
+                         qPrintable(u"%1 is %2 wide"_s.arg(text.left(9)).arg(all.size.width())));
                 request.maxRowCount = 3;
                 request.tolerance = 1;
                 const Measured few = request.measure();
@@ -424,6 +429,51 @@ private Q_SLOTS:
                 QCOMPARE(few.lineCount, few.elided ? 3 : all.lineCount);
             }
         }
+    }
+
+    /// What is beyond the bounds is neither measured nor drawn, and what is within stays.
+    void bounds()
+    {
+        const QString accents(DrawableTextBase::mostMarks, QChar(0x0301));
+        const QString family = u"👩\u200D👩\u200D👧\u200D👦"_s;
+        const std::pair<QString, QString> shown[] = {
+            {u"xa"_s + accents + u"b"_s, {}},
+            {u"xa"_s + accents.repeated(9) + u"b"_s, u"xa"_s + accents + u"b"_s},
+            {u"x"_s + family + u"\u200D👶 b"_s, u"x"_s + family + u"\u200D\u200B👶 b"_s},
+            {u"x"_s + family + family + u"b"_s, {}},
+            {u"❤\u200D❤\u200D❤\u200D❤\u200D❤"_s, u"❤\u200D❤\u200D❤\u200D❤\u200D\u200B❤"_s},
+            {QString(8, QChar(0x1100)) + u"\u1161"_s,
+             QString(8, QChar(0x1100)) + u"\u200B\u1161"_s},
+            {u"क्षेत्र ශ්‍රී ලංකා Ç̇"_s, {}},
+            {u"x"_s + u"𝅘𝅥𝅮"_s.repeated(9), {}},
+        };
+        for (const auto &[text, drawn] : shown) {
+            Request request{.text = text + u" bold"_s};
+            request.blocks = {block(qint32(text.size()) + 1, 4, Bold)};
+            const QString expected = (drawn.isEmpty() ? text : drawn) + u" bold"_s;
+            QCOMPARE(request.layOut().text, expected);
+            QCOMPARE(request.layOut().shownAt(text.size() + 1), expected.size() - 4);
+            compare(
+                request.measure(),
+                Request{.text = expected, .blocks = {block(qint32(expected.size()) - 4, 4, Bold)}}
+                    .measure());
+        }
+
+        constexpr int length = DrawableTextBase::mostLength;
+        for (const QString &text :
+             {QString(length, u'x'), QString(length - 1, u'x') + u"😀 and so on"_s,
+              QString(length, u'x') + u"\n\n\n"_s}) {
+            const QString drawn = Request{.text = text, .maxWidth = 400}.layOut().text;
+            QVERIFY(text == drawn || drawn.endsWith(u"x…"_s));
+            QVERIFY(drawn.size() <= length + 1 && drawn.size() >= length);
+        }
+        const QString lines = numberedLines(DrawableTextBase::mostLines + 5);
+        QCOMPARE(Request{.text = lines}.measure().lineCount, DrawableTextBase::mostLines);
+        Request many{.text = u"ab"_s};
+        many.blocks = UserTextBlocks(DrawableTextBase::mostBlocks, block(0, 1, Italic));
+        const Measured without = many.measure();
+        many.blocks.append(block(1, 1, CustomEmoji));
+        compare(many.measure(), without);
     }
 
     void hostileBlocks()
