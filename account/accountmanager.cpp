@@ -1084,23 +1084,29 @@ void AccountManager::finishWipe()
     QMetaObject::invokeMethod(this, &AccountManager::afterUnlockApp, Qt::QueuedConnection);
 }
 
-/// Removes the stores of all accounts, and the key that theirs are sealed under.
+/// Removes the stores of all accounts, and the key that theirs are sealed under. Whoever signs in just
+/// now, in a handler, keeps both: an account is not to be listed without a store.
 void AccountManager::removeTraces()
 {
-    // Closed first: whoever signs in next makes keys under another one.
-    for (const Account &account : {m_notebookAccount, Account(m_loginAccount)}) {
-        if (account)
-            account->closeStorage();
+    if (m_notebookAccount)
+        m_notebookAccount->closeStorage();
+    QStringList inUse;
+    for (const AccountBase *account : findChildren<AccountBase *>(Qt::FindDirectChildrenOnly)) {
+        if (account->storage()->isOpen())
+            inUse.append(QFileInfo(account->storage()->filePath()).path());
     }
     const QDir data(AppDirManager::instance()->defaultCacheDataDir());
     for (const QString &name : data.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         bool isId = false;
         name.toLongLong(&isId);
-        const QString directory = data.filePath(name);
-        if (isId && QFileInfo::exists(directory + QStringLiteral("/userstatus")))
-            Util::removeLocalFolder(directory);
+        const QString store = data.filePath(name) + QStringLiteral("/userstatus");
+        if (isId && QFileInfo::exists(store) && !inUse.contains(QDir::cleanPath(store)))
+            Util::removeLocalFolder(data.filePath(name));
     }
-    crypto::MasterKey::installation()->remove();
+    if (inUse.isEmpty())
+        crypto::MasterKey::installation()->remove();
+    else
+        logRefusal("the wipe leaves the store and the key of an account that signs in");
 }
 
 void AccountManager::logoutAll()

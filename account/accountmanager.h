@@ -199,7 +199,8 @@ public:
     /// `destroy` every account is deleted instead (AccountBase::deleteAccount()), and the last one
     /// to log out ends in appWiped(). By then the application data directory holds no store of an
     /// account any more, be it one that could not be opened, or the notebook's, nor "master.key",
-    /// log files, or damaged files that were set aside. Where there is nothing to go back to from
+    /// log files, or damaged files that were set aside; but an account whose store is open then, as
+    /// of one that is signing in, keeps that and the key. Where there is nothing to go back to from
     /// the notebook, a new sign-in is.
     Q_INVOKABLE void unlockApp(bool destroy, bool notebookMode);
     /// The end of a wipe, queued by it; emits appWiped().

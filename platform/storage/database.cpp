@@ -333,7 +333,8 @@ bool Database::open(const QString &filePath, bool create)
         try {
             m_reader->clear();
             m_main->clear();
-            m_filePath = filePath;
+            if (m_filePath != filePath) // a call that tries again changes nothing others may read
+                m_filePath = filePath;
             m_recovered = false;
             created = prepareFile(filePath, create);
             std::unique_ptr<SQLite::Database> connection;

@@ -114,10 +114,8 @@ private Q_SLOTS:
     void nothingLegibleOnDisk();
     void swappedRows();
     void changedRows();
-    void masterKeyLost_data();
-    void masterKeyLost();
-    void masterKeyWrong();
-    void masterKeyUnavailable();
+    void withoutTheMasterKey_data();
+    void withoutTheMasterKey();
     void checkRowLost();
     void closedStorage();
     void badKeys();
@@ -242,89 +240,68 @@ void TestKeyStore::changedRows()
     QCOMPARE(QByteArray(store.secureKey(keyId, 1)), made);
 }
 
-void TestKeyStore::masterKeyLost_data()
+void TestKeyStore::withoutTheMasterKey_data()
 {
+    QTest::addColumn<QByteArray>("file"); // in place of the key's; null: there is none
     QTest::addColumn<bool>("checkRow");
-    QTest::newRow("with the check row") << true;
-    QTest::newRow("without it") << false;
+    QTest::addColumn<int>("state");
+    for (const bool checkRow : {true, false}) {
+        const char *with = checkRow ? "check row" : "no check row";
+        QTest::addRow("lost, %s", with) << QByteArray() << checkRow << int(State::MasterKeyMissing);
+        QTest::addRow("wrong, %s", with) << filled('w') << checkRow << int(State::MasterKeyWrong);
+        QTest::addRow("damaged, %s", with)
+            << QByteArray("") << checkRow << int(State::MasterKeyUnavailable);
+    }
 }
 
-void TestKeyStore::masterKeyLost()
+void TestKeyStore::withoutTheMasterKey()
 {
+    QFETCH(const QByteArray, file);
     QFETCH(const bool, checkRow);
+    QFETCH(const int, state);
     const QTemporaryDir directory;
     QByteArray made;
     {
         Account account(directory);
         made = account.store.secureKey(keyId, 1, true);
+        if (!checkRow)
+            QVERIFY(account.rows.remove(QStringLiteral("check"), QStringLiteral("master"), 1));
     }
     const QString keyPath = directory.filePath(QStringLiteral("master.key"));
     QVERIFY(QFile::rename(keyPath, keyPath + QStringLiteral(".away")));
+    QFile other(keyPath);
+    if (!file.isNull())
+        QVERIFY(other.open(QIODevice::WriteOnly) && other.write(file) == file.size());
+    other.close();
 
     Account account(directory);
-    if (!checkRow)
-        QVERIFY(account.rows.remove(QStringLiteral("check"), QStringLiteral("master"), 1));
+    Store &store = account.store;
     const QByteArray before = allBytes(account.rows);
-    QVERIFY(account.store.secureKey(keyId, 1, true).isEmpty());
-    QVERIFY(account.store.secureKey(keyId, 2, true).isEmpty());
-    QVERIFY(!account.store.saveSecureKey(keyId, 2, made));
-    QVERIFY(!account.store.saveUserKey({5}, made));
-    QVERIFY(!account.store.saveChatKey(dialog, 1, made));
-    QVERIFY(!account.store.updateUserInfo({5, {}, {}}));
-    QVERIFY(account.store.getMissingChatKeys(dialog, least, most).empty());
-    QCOMPARE(account.store.state(), State::MasterKeyMissing);
-    QCOMPARE(account.store.open(), State::MasterKeyMissing);
+    QVERIFY(store.secureKey(keyId, 1, true).isEmpty());
+    QVERIFY(store.secureKey(keyId, 2, true).isEmpty());
+    QVERIFY(!store.saveSecureKey(keyId, 2, made));
+    QVERIFY(!store.saveUserKey({5}, made));
+    QVERIFY(!store.saveChatKey(dialog, 1, made));
+    QVERIFY(!store.updateUserInfo({5, {}, {}}));
+    QVERIFY(store.getMissingChatKeys(dialog, least, most).empty());
+    QCOMPARE(store.state(), State(state));
+    QCOMPARE(store.open(), State(state));
     QCOMPARE(allBytes(account.rows), before);
-    QVERIFY(!QFile::exists(keyPath));
+    QCOMPARE(other.exists() ? other.size() : -1, file.isNull() ? -1 : file.size());
 
     // It comes back...
+    QVERIFY(file.isNull() || other.remove());
     QVERIFY(QFile::rename(keyPath + QStringLiteral(".away"), keyPath));
-    QCOMPARE(account.store.open(), State::Ready);
-    QCOMPARE(QByteArray(account.store.secureKey(keyId, 1)), made);
+    QCOMPARE(store.open(), State::Ready);
+    QCOMPARE(QByteArray(store.secureKey(keyId, 1)), made);
 
     // ... or it never does.
     QVERIFY(QFile::remove(keyPath));
-    QCOMPARE(account.store.open(), State::MasterKeyMissing);
-    QVERIFY(account.store.removeAll());
-    QCOMPARE(account.store.open(), State::Ready);
-    QVERIFY(!account.store.containsSecureKey(keyId, 1));
-    QCOMPARE(account.store.secureKey(keyId, 1, true).size(), 32);
-}
-
-void TestKeyStore::masterKeyWrong()
-{
-    const QTemporaryDir directory;
-    QVERIFY(!Account(directory).store.secureKey(keyId, 1, true).isEmpty());
-    const QString other = QStringLiteral("other.key");
-    QCOMPARE(MasterKey::inFile(directory.filePath(other))->create().status,
-             MasterKey::Status::Found);
-    for (const bool checkRow : {true, false}) {
-        Account account(directory, other);
-        if (!checkRow)
-            QVERIFY(account.rows.remove(QStringLiteral("check"), QStringLiteral("master"), 1));
-        const QByteArray before = allBytes(account.rows);
-        QVERIFY(account.store.secureKey(keyId, 1, true).isEmpty());
-        QVERIFY(account.store.secureKey(keyId, 2, true).isEmpty());
-        QVERIFY(!account.store.saveUserKey({5}, "key"));
-        QCOMPARE(account.store.state(), State::MasterKeyWrong);
-        QCOMPARE(allBytes(account.rows), before);
-    }
-    Account account(directory);
-    QCOMPARE(account.store.secureKey(keyId, 1).size(), 32);
-}
-
-void TestKeyStore::masterKeyUnavailable()
-{
-    const QTemporaryDir directory;
-    const QString keyPath = directory.filePath(QStringLiteral("master.key"));
-    QFile damaged(keyPath);
-    QVERIFY(damaged.open(QIODevice::WriteOnly));
-    damaged.close();
-    Account account(directory);
-    QVERIFY(account.store.secureKey(keyId, 1, true).isEmpty());
-    QCOMPARE(account.store.state(), State::MasterKeyUnavailable);
-    QVERIFY(account.rows.allInfos().value().isEmpty());
-    QCOMPARE(damaged.size(), 0);
+    QCOMPARE(store.open(), State::MasterKeyMissing);
+    QVERIFY(store.removeAll());
+    QCOMPARE(store.open(), State::Ready);
+    QVERIFY(!store.containsSecureKey(keyId, 1));
+    QCOMPARE(store.secureKey(keyId, 1, true).size(), 32);
 }
 
 void TestKeyStore::checkRowLost()

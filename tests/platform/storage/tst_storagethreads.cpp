@@ -17,6 +17,45 @@ using namespace Qt::StringLiterals;
 
 using namespace storage;
 
+namespace
+{
+
+const SchemaSteps schema = {"CREATE TABLE t (v)"};
+
+bool insert(Database &database)
+{
+    return database.write("test", [&] { database.statement("INSERT INTO t VALUES (1)").exec(); });
+}
+
+/// A write of one row on another thread, which the disk does not let go on before end().
+class SlowWrite
+{
+public:
+    explicit SlowWrite(Database &database)
+        : m_result(std::async(std::launch::async, [&] {
+              return database.write("test", [&] {
+                  database.statement("INSERT INTO t VALUES (1)").exec();
+                  m_inside.set_value();
+                  m_goOn.get_future().wait();
+              });
+          }))
+    {
+        m_inside.get_future().wait();
+    }
+    bool end()
+    {
+        m_goOn.set_value();
+        return m_result.get();
+    }
+
+private:
+    std::promise<void> m_inside;
+    std::promise<void> m_goOn;
+    std::future<bool> m_result;
+};
+
+} // namespace
+
 /// One store, many threads.
 class tst_StorageThreads : public QObject
 {
@@ -58,28 +97,18 @@ private Q_SLOTS:
     {
         // A key is wanted now, whatever the disk does with the settings.
         QTemporaryDir directory;
-        Database database({"CREATE TABLE t (v)"});
+        Database database(schema);
         for (int written = 0; written < 4; ++written) {
             if (written % 2 == 0) {
                 database.close();
                 QVERIFY(database.open(directory.filePath(u"x.db"_s)));
             }
-            std::promise<void> inside;
-            std::promise<void> goOn;
-            auto slow = std::async(std::launch::async, [&] {
-                return database.write("test", [&] {
-                    database.statement("INSERT INTO t VALUES (1)").exec();
-                    inside.set_value();
-                    goOn.get_future().wait();
-                });
-            });
-            inside.get_future().wait();
+            SlowWrite slow(database);
             QElapsedTimer timer;
             timer.start();
             const int count = countOf(database);
             const qint64 elapsed = timer.elapsed();
-            goOn.set_value();
-            QVERIFY(slow.get());
+            QVERIFY(slow.end());
             QCOMPARE(count, written);
             QVERIFY2(elapsed < 1000, qPrintable(QString::number(elapsed)));
             QCOMPARE(countOf(database), written + 1);
@@ -117,31 +146,20 @@ private Q_SLOTS:
     {
         // What waited while a file was closed and another one opened was meant for the first.
         QTemporaryDir directory;
-        const SchemaSteps schema = {"CREATE TABLE t (v)"};
         int refused = 0;
         for (int round = 0; round < 20; ++round) {
             Database database(schema);
             QVERIFY(database.open(directory.filePath(u"%1.db"_s.arg(round))));
             std::promise<void> called;
-            std::promise<void> inside;
-            std::promise<void> goOn;
-            auto first = std::async(std::launch::async, [&] {
-                return database.write("test", [&] {
-                    inside.set_value();
-                    goOn.get_future().wait();
-                });
-            });
-            inside.get_future().wait();
+            SlowWrite first(database);
             auto second = std::async(std::launch::async, [&] {
                 called.set_value();
-                return database.write(
-                    "test", [&] { database.statement("INSERT INTO t VALUES (1)").exec(); });
+                return insert(database);
             });
             called.get_future().wait();
             QTest::qSleep(5);
             QVERIFY(!database.close(QDeadlineTimer(0)));
-            goOn.set_value();
-            QVERIFY(first.get());
+            QVERIFY(first.end());
             QTRY_VERIFY(database.open(directory.filePath(u"next%1.db"_s.arg(round))));
             // On a busy machine a call may begin as late as now.
             const bool done = second.get();
@@ -155,26 +173,15 @@ private Q_SLOTS:
     {
         QTemporaryDir directory;
         const QString path = directory.filePath(u"x.db"_s);
-        const SchemaSteps schema = {"CREATE TABLE t (v)"};
         Database database(schema);
         QVERIFY(database.open(path));
-        std::promise<void> inside;
-        std::promise<void> goOn;
-        auto call = std::async(std::launch::async, [&] {
-            return database.write("test", [&] {
-                database.statement("INSERT INTO t VALUES (1)").exec();
-                inside.set_value();
-                goOn.get_future().wait();
-            });
-        });
-        inside.get_future().wait();
+        SlowWrite call(database);
         // The other thread holds the connection: none of this may wait for it.
         database.closeInCrash();
         QVERIFY(!database.isOpen());
         QVERIFY(!database.read("test", [] {}));
         QVERIFY(!database.write("test", [] {}));
-        goOn.set_value();
-        QVERIFY(call.get());
+        QVERIFY(call.end());
 
         Database next(schema);
         QVERIFY(next.open(path));
