@@ -203,10 +203,11 @@ void AccountManager::init(Factory factory)
 void AccountManager::restore(qint64 id)
 {
     const Account account(createAccount(true));
-    if (account) {
+    // Handlers may log everybody out; nobody comes in after that.
+    if (account && isAbsent(id)) {
         m_restored = account;
         account->restore({{QStringLiteral("userId"), id}}, true, 0);
-        if (account && !isListed(account))
+        if (account && !isListed(account) && isAbsent(id))
             addAccount(account);
         m_restored = nullptr;
     }
@@ -553,9 +554,8 @@ bool AccountManager::checkListable(AccountBase *account)
         setLogin(nullptr);
         Q_EMIT loginAccountChanged();
     }
-    while (isUsable(guard) && guard == m_currentAccount)
+    if (isUsable(guard))
         abandonSignIn(guard);
-    giveUp(guard);
     setActiveAccount(m_currentAccount);
     saveCurrentId();
     if (listedAlready) {
@@ -903,15 +903,18 @@ void AccountManager::abandonSignIn(AccountBase *account)
 {
     const Account guard(account);
     m_beingListed.removeAll(account);
-    if (account == m_currentAccount && count() == 0) {
-        if (account == m_loginAccount)
-            setLogin(nullptr);
-        m_currentAccount = nullptr;
-        chooseCurrentAccount(0);
-    } else if (account == m_currentAccount) {
-        setCurrentAccount(successor(0), true);
-    } else if (account == m_loginAccount) {
+    if (account != m_currentAccount && account == m_loginAccount)
         resetLoginAccount();
+    // A handler may log out the one that was to follow.
+    while (isUsable(guard) && guard == m_currentAccount && !m_closing) {
+        if (count() > 0) {
+            setCurrentAccount(successor(0), true);
+        } else {
+            if (guard == m_loginAccount)
+                setLogin(nullptr);
+            m_currentAccount = nullptr;
+            chooseCurrentAccount(0);
+        }
     }
     giveUp(guard);
 }

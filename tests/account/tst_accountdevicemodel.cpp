@@ -2,11 +2,10 @@
 #include "protocol/common_data.pb.h"
 #include "protocol/user_service.pb.h"
 #include "support/fakeaccount.h"
-#include "support/signallog.h"
 
 #include <QAbstractItemModelTester>
+#include <QFile>
 #include <QJSEngine>
-#include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -25,28 +24,53 @@ im::Device device(int id, const char *model = "Pocket 7", const char *app = "Im"
     return device;
 }
 
-im::user::ListDevicesResp answer(std::initializer_list<im::Device> devices,
-                                 std::initializer_list<im::Device> sealed = {})
+im::user::ListDevicesResp answer(std::initializer_list<im::Device> devices)
 {
     im::user::ListDevicesResp resp;
     for (const im::Device &device : devices)
         *resp.add_devices() = device;
-    for (im::Device device : sealed) {
-        device.set_sealed(true);
-        *resp.add_sealed_devices() = device;
+    return resp;
+}
+
+/// From words like 4, 4:Pocket, 4:Pocket:Im; "sealed", "web" and "timer" tell what follows.
+im::user::ListDevicesResp answerOf(const QStringList &words)
+{
+    im::user::ListDevicesResp resp;
+    QString kind;
+    for (const QString &word : words) {
+        const QStringList parts = word.split(u':');
+        bool isNumber = false;
+        im::Device one = device(parts[0].toInt(&isNumber), qUtf8Printable(parts.value(1)),
+                                qUtf8Printable(parts.value(2)));
+        one.set_sealed(kind == u"sealed");
+        if (!isNumber)
+            kind = word;
+        else if (kind == u"timer")
+            resp.set_delete_timer(im::GlobalEnums::DeviceDeleteTimer(one.device_id()));
+        else
+            *(kind.isEmpty()       ? resp.add_devices()
+                  : kind == u"web" ? resp.add_web_devices()
+                                   : resp.add_sealed_devices()) = one;
     }
     return resp;
 }
 
-im::user::ListDevicesResp answer(int from, int to)
+/// As QML hands them over: ints, texts in quotes, big numbers with an L, and no value at all.
+QVariantList idsOf(const QStringList &words)
 {
-    im::user::ListDevicesResp resp;
-    for (int id = from; id <= to; ++id)
-        *resp.add_devices() = device(id);
-    return resp;
+    QVariantList ids;
+    for (const QString &word : words) {
+        if (word == u"null")
+            ids.append(QVariant());
+        else if (word.startsWith(u'L'))
+            ids.append(word.mid(1).toLongLong());
+        else if (word.startsWith(u'\''))
+            ids.append(word.mid(1));
+        else
+            ids.append(word.toInt());
+    }
+    return ids;
 }
-
-using Ranges = QList<QPair<int, int>>;
 
 } // namespace
 
@@ -109,62 +133,71 @@ private Q_SLOTS:
         QCOMPARE(QJSEngine::objectOwnership(&model()), QJSEngine::CppOwnership);
     }
 
-    void filling()
+    /// Runs the steps of devicescenarios.txt. Behind each arrow stands what the model holds
+    /// afterwards, and which signals came, in their order.
+    void scenarios()
     {
-        im::user::ListDevicesResp resp =
-            answer({device(4), device(ownId, "This one"), device(9)}, {device(6), device(ownId)});
-        *resp.add_web_devices() = device(8);
-        resp.set_delete_timer(im::GlobalEnums::THREE_MONTHS);
-        QSignalSpy current(&model(), &AccountDeviceModel::currentDeviceChanged);
-        QSignalSpy count(&model(), &AccountDeviceModel::countChanged);
-        QSignalSpy inserted(&model(), &QAbstractItemModel::rowsInserted);
-        QSignalSpy timer(&model(), &AccountDeviceModel::deviceDeleteTimerChanged);
-        QSignalSpy valid(&model(), &AccountDeviceModel::validChanged);
-        for (int time = 1; time <= 2; ++time) {
-            model().setDeviceList(resp);
-            QCOMPARE(ids(), (QList<int>{4, 9, 6, ownId}));
-            QCOMPARE(model().currentDevice().value(u"deviceModel"_s), u"This one"_s);
-            QCOMPARE(current.size(), 1);
-            QCOMPARE(current[0][0].toMap(), model().currentDevice());
-            QCOMPARE(count.size(), time);
-            QCOMPARE(count.constLast()[0], 4);
-            QCOMPARE(inserted.size(), time);
-            QCOMPARE(inserted.constLast().mid(1), (QVariantList{0, 3}));
-            QCOMPARE(timer.size(), 1);
-            QCOMPARE(model().deviceDeleteTimer(), int(AccountDeviceModel::ThreeMonth));
-            QCOMPARE(valid.size(), 2 * time - 1); // the clearing counts
-            QVERIFY(model().valid());
+        QFile file(QFINDTESTDATA("devicescenarios.txt"));
+        QVERIFY(file.open(QFile::ReadOnly));
+        QStringList heard;
+        const auto hear = [&](const char *name) {
+            return [&heard, name] { heard.append(QString::fromLatin1(name)); };
+        };
+        const auto rows = [&](const char *name) {
+            return [&heard, name](const QModelIndex &, int first, int last) {
+                heard.append(u"%1(%2,%3)"_s.arg(QLatin1StringView(name)).arg(first).arg(last));
+            };
+        };
+        connect(&model(), &QAbstractItemModel::modelReset, this, hear("reset"));
+        connect(&model(), &QAbstractItemModel::rowsInserted, this, rows("inserted"));
+        connect(&model(), &QAbstractItemModel::rowsRemoved, this, rows("removed"));
+        connect(&model(), &AccountDeviceModel::validChanged, this, hear("valid"));
+        connect(&model(), &AccountDeviceModel::deviceDeleteTimerChanged, this, hear("timer"));
+        connect(&model(), &AccountDeviceModel::countChanged, this,
+                [&](int count) { heard.append(u"count(%1)"_s.arg(count)); });
+        connect(&model(), &AccountDeviceModel::currentDeviceChanged, this,
+                [&](const QVariantMap &current) {
+                    QCOMPARE(current, model().currentDevice());
+                    heard.append(u"current"_s);
+                });
+        const QStringList expected = QString::fromUtf8(file.readAll()).split(u'\n');
+        QStringList actual;
+        for (const QString &line : expected) {
+            if (line.isEmpty() || line.startsWith(u'#')) {
+                actual.append(line);
+                continue;
+            }
+            const QString step = line.section(u" -> "_s, 0, 0);
+            const QStringList words = step.split(u' ').mid(1);
+            QString answer;
+            if (step.startsWith(u"fill"_s))
+                model().setDeviceList(answerOf(words));
+            else if (step.startsWith(u"remove"_s))
+                model().removeDevices(idsOf(words));
+            else if (step == u"load"_s)
+                model().loadLocalData(false);
+            else if (step == u"clear"_s)
+                model().clearData(true);
+            else if (step.startsWith(u"model"_s))
+                answer = model().getDeviceModelName(words[0].toInt());
+            else
+                answer = model().getAppName(words[0]);
+            QStringList rowIds;
+            for (int id : ids())
+                rowIds.append(QString::number(id));
+            QStringList others;
+            for (const QVariant &id : model().allOtherDeviceIds())
+                others.append(id.toString());
+            actual.append(u"%1 -> [%2] unsealed [%3], current \"%4\", timer %5, valid %6; %7%8"_s
+                              .arg(step, rowIds.join(u' '), others.join(u' '),
+                                   model().currentDevice().value(u"deviceModel"_s).toString())
+                              .arg(model().deviceDeleteTimer())
+                              .arg(model().valid())
+                              .arg(heard.join(u' '), answer)
+                              .trimmed());
+            heard.clear();
         }
-        QCOMPARE(model().allOtherDeviceIds(), (QVariantList{4, 9}));
-
-        // Only this device: nothing is a row.
-        model().setDeviceList(answer({device(ownId, "Renamed")}));
-        QCOMPARE(model().rowCount(), 0);
-        QCOMPARE(count.constLast()[0], 0);
-        QCOMPARE(inserted.size(), 2);
-        QCOMPARE(current.size(), 2);
-        QCOMPARE(timer.size(), 2);
-    }
-
-    void clearing()
-    {
-        model().setDeviceList(answer({device(4), device(ownId)}));
-        const SignalLog order({&model()});
-        QSignalSpy count(&model(), &AccountDeviceModel::countChanged);
-        model().loadLocalData(false);
-        QVERIFY(order.names().isEmpty());
-        model().clearData(true);
-        QCOMPARE(count, (QList<QVariantList>{{0}}));
-        model().clearData(true);
-        QCOMPARE(count.size(), 1);
-        QCOMPARE(model().rowCount(), 0);
-        QVERIFY(!model().valid());
-        QVERIFY(model().currentDevice().isEmpty());
-        QVERIFY(order.names().contains(u"validChanged"_s));
-        QVERIFY(!order.names().contains(u"currentDeviceChanged"_s));
-        // After this the same device is news.
-        model().setDeviceList(answer({device(ownId)}));
-        QVERIFY(order.names().contains(u"currentDeviceChanged"_s));
+        QCOMPARE(actual, expected);
     }
 
     void handlersMayFillAnew()
@@ -176,65 +209,6 @@ private Q_SLOTS:
         });
         model().setDeviceList(answer({device(ownId), device(4), device(7)}));
         QCOMPARE(ids(), QList<int>{5});
-    }
-
-    void removing_data()
-    {
-        QTest::addColumn<QVariantList>("removed");
-        QTest::addColumn<Ranges>("ranges");
-        QTest::addColumn<QList<int>>("left");
-        const auto row = [](const char *name, const QVariantList &removed, const Ranges &ranges,
-                            const QList<int> &left) {
-            QTest::newRow(name) << removed << ranges << left;
-        };
-        row("none", {}, {}, {11, 12, 13, 14, 15, 16});
-        row("unknown", {99, ownId, u"x"_s, QVariant()}, {}, {11, 12, 13, 14, 15, 16});
-        row("first", {11}, {{0, 0}}, {12, 13, 14, 15, 16});
-        row("last", {16}, {{5, 5}}, {11, 12, 13, 14, 15});
-        row("a run, in any order, twice", {14, 12, 13, 12}, {{1, 3}}, {11, 15, 16});
-        row("several runs", {11, 13, 14, 16}, {{5, 5}, {2, 3}, {0, 0}}, {12, 15});
-        row("as texts and big numbers", {u"12"_s, qint64(15)}, {{4, 4}, {1, 1}}, {11, 13, 14, 16});
-        row("all", {11, 12, 13, 14, 15, 16}, {{0, 5}}, {});
-    }
-    void removing()
-    {
-        QFETCH(const QVariantList, removed);
-        QFETCH(const Ranges, ranges);
-        QFETCH(const QList<int>, left);
-        im::user::ListDevicesResp resp = answer(11, 16);
-        *resp.add_devices() = device(ownId);
-        model().setDeviceList(resp);
-        const QVariantMap current = model().currentDevice();
-        QSignalSpy rows(&model(), &QAbstractItemModel::rowsRemoved);
-        QSignalSpy count(&model(), &AccountDeviceModel::countChanged);
-        model().removeDevices(removed);
-        QCOMPARE(ids(), left);
-        Ranges seen;
-        for (const QVariantList &range : std::as_const(rows))
-            seen.append({range[1].toInt(), range[2].toInt()});
-        QCOMPARE(seen, ranges);
-        QCOMPARE(count.size(), ranges.isEmpty() ? 0 : 1);
-        if (!count.isEmpty())
-            QCOMPARE(count[0][0], int(left.size()));
-        QCOMPARE(model().currentDevice(), current);
-        QVERIFY(model().valid());
-    }
-
-    void names()
-    {
-        QCOMPARE(model().getDeviceModelName(ownId), u""_s);
-        model().setDeviceList(answer({device(ownId, "This one", "Own"), device(4, "Pocket", "A"),
-                                      device(5, "Pocket", "B"), device(4, "Desk", "C")}));
-        QCOMPARE(model().getDeviceModelName(ownId), u"This one"_s);
-        QCOMPARE(model().getDeviceModelName(4), u"Pocket"_s);
-        QCOMPARE(model().getDeviceModelName(99), u""_s);
-        QCOMPARE(model().getAppName(u"Pocket"_s), u"A"_s);
-        QCOMPARE(model().getAppName(u"Desk"_s), u"C"_s);
-        QCOMPARE(model().getAppName(u"This one"_s), u""_s);
-        QCOMPARE(model().getAppName(u"pocket"_s), u""_s);
-        // A sealed record of this device is a row and goes first.
-        model().setDeviceList(answer({device(ownId, "This one")}, {device(ownId, "Before")}));
-        QCOMPARE(model().getDeviceModelName(ownId), u"Before"_s);
     }
 
 private:

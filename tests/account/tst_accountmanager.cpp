@@ -130,9 +130,6 @@ private Q_SLOTS:
     void accountsThatCannotBeRestored();
     void scenarios();
     void lostConnections();
-    void meetings();
-    void geometry();
-    void newDevices();
     void otherThreadsReadTheList();
 
 private:
@@ -296,6 +293,7 @@ void TestAccountManager::scenarios()
 QString TestAccountManager::result(const QString &step)
 {
     static bool veto = false;
+    static auto meeting = std::make_unique<MeetingModelBase>();
     const QString verb = step.section(u' ', 0, 0);
     const QList<qint64> numbers = [&] {
         QList<qint64> all;
@@ -355,6 +353,49 @@ QString TestAccountManager::result(const QString &step)
         {QStringLiteral("proxy"), [] { manager()->setProxy({}); }},
         {QStringLiteral("lock-log"), [] { manager()->recordScreenLockLog(1, 2, 3); }},
         {QStringLiteral("reset-settings"), [] { settings()->reset(); }},
+        {QStringLiteral("device"),
+         [&] {
+             manager()->newDeviceLoginManager()->deviceLogin(
+                 account, {{QStringLiteral("deviceId"), numbers.value(1)}});
+         }},
+        {QStringLiteral("device-out"),
+         [&] { manager()->newDeviceLoginManager()->deviceLogout(numbers.value(0)); }},
+        {QStringLiteral("join"), [&] { manager()->setJoiningMeetingId(step.mid(5)); }},
+        {QStringLiteral("joining"), [&] { manager()->setJoiningMeeting(numbers.value(0) != 0); }},
+        {QStringLiteral("created"),
+         [&] {
+             manager()->createMeetingFinished(int(numbers.value(0)),
+                                              numbers.value(0) == 0 ? meeting.get() : nullptr,
+                                              QStringLiteral("G-1"), QStringLiteral("name"));
+         }},
+        {QStringLiteral("joined"),
+         [&] {
+             manager()->joinMeetingFinished(numbers.value(0) != 0, meeting.get(),
+                                            QStringLiteral("full"));
+         }},
+        {QStringLiteral("meeting-ends"), [] { manager()->meetingWillBeDeleted(meeting.get()); }},
+        {QStringLiteral("meeting-dies"), [] { meeting = std::make_unique<MeetingModelBase>(); }},
+        {QStringLiteral("geometry"),
+         [&] {
+             settings()->setMainwindowGeometry(QStringLiteral(R"({"width": %1, "height": %2})")
+                                                   .arg(numbers.value(0))
+                                                   .arg(numbers.value(1)));
+             settings()->setSessionListWidth(int(numbers.value(2)));
+         }},
+        {QStringLiteral("panel"),
+         [&] {
+             settings()->setInfoPanelViewMode(numbers.value(0) != 0);
+             settings()->setInfoPanelWidth(int(numbers.value(1)));
+         }},
+        {QStringLiteral("window"),
+         [&] {
+             manager()->setDialogWindowSize({int(numbers.value(0)), int(numbers.value(1))});
+         }},
+        {QStringLiteral("widest"),
+         [&] {
+             manager()->setMaxMsgItemWidth(int(numbers.value(0)));
+             manager()->setMaxMsgItemWidthInThread(int(numbers.value(1)));
+         }},
     };
     const SignalLog log{manager()};
     connect(manager(), &AccountManager::beginChangeCurrentItem, &log,
@@ -376,15 +417,30 @@ QString TestAccountManager::result(const QString &step)
     QStringList stored;
     for (qint64 id : savedIds())
         stored.append(QString::number(id));
+    const QSize window = manager()->dialogWindowSize();
+    QString more;
+    if (QCoreApplication::instance()->property("appLocked").toBool())
+        more += QStringLiteral(", locked");
+    if (manager()->meetingModel() || manager()->joiningMeeting())
+        more += QStringLiteral(", meeting %1, joining %2")
+                    .arg(manager()->meetingModel() == meeting.get())
+                    .arg(manager()->joiningMeeting());
+    if (window.width() > 0)
+        more += QStringLiteral(", window %1x%2, widest %3 %4, panel %5")
+                    .arg(window.width())
+                    .arg(window.height())
+                    .arg(manager()->maxMsgItemWidth())
+                    .arg(manager()->maxMsgItemWidthInThread())
+                    .arg(manager()->infoPanelVisible());
+    if (const QByteArray devices = settings()->newDeviceLoginRemind(); devices.size() > 2)
+        more += QStringLiteral(", devices ") + QString::fromUtf8(devices);
     return QStringLiteral("[%1] current %2, login %3, stored [%4] %5, counts %6 %7%8; %9; %10")
         .arg(shown.join(u' '), name(manager()->currentAccount()), name(manager()->loginAccount()),
              stored.join(u' '))
         .arg(settings()->currentAccountId())
         .arg(manager()->totalUnreadCount())
         .arg(manager()->totalAtMeCount())
-        .arg(QLatin1StringView(
-                 QCoreApplication::instance()->property("appLocked").toBool() ? ", locked" : ""),
-             calls.join(u' '), log.names().join(u' '));
+        .arg(more, calls.join(u' '), log.names().join(u' '));
 }
 
 QString TestAccountManager::name(AccountBase *account)
@@ -410,106 +466,6 @@ void TestAccountManager::lostConnections()
     QVERIFY(manager()->hasDisconnectedTcp());
     manager()->getAccount(1)->setAutoReconnect(false);
     QVERIFY(!manager()->hasDisconnectedTcp());
-}
-
-void TestAccountManager::meetings()
-{
-    start();
-    MeetingModelBase meeting;
-    QSignalSpy changed(manager(), &AccountManager::meetingModelChanged);
-    QSignalSpy joining(manager(), &AccountManager::joiningMeetingChanged);
-    QSignalSpy failed(manager(), &AccountManager::createMeetingFailed);
-    manager()->setJoiningMeetingId(QStringLiteral("m1"));
-    QVERIFY(manager()->joiningMeeting());
-    manager()->createMeetingFinished(0, &meeting, QStringLiteral("G-1"), QStringLiteral("name"));
-    QVERIFY(manager()->joiningMeeting());
-    QCOMPARE(manager()->meetingModel(), &meeting);
-    manager()->createMeetingFinished(5, nullptr, QStringLiteral("G-1"), QStringLiteral("name"));
-    QCOMPARE(failed.first(), (QVariantList{QStringLiteral("G-1"), QStringLiteral("name"), 5}));
-    QVERIFY(!manager()->joiningMeeting());
-    manager()->setJoiningMeeting(true);
-    manager()->meetingWillBeDeleted(&meeting);
-    QVERIFY(!manager()->meetingModel() && !manager()->joiningMeeting());
-    QCOMPARE(changed.size(), 2);
-    QCOMPARE(joining.size(), 4);
-    auto other = std::make_unique<MeetingModelBase>();
-    manager()->setMeetingModel(other.get());
-    manager()->setJoiningMeeting(true);
-    other.reset();
-    QVERIFY(!manager()->meetingModel() && !manager()->joiningMeeting());
-    QCOMPARE(changed.size(), 4);
-    QSignalSpy joinFailed(manager(), &AccountManager::joinMeetingFailed);
-    manager()->joinMeetingFinished(false, &meeting, QStringLiteral("full"));
-    QCOMPARE(joinFailed.size(), 1);
-}
-
-void TestAccountManager::geometry()
-{
-    ThreadManager::getInstance()->init();
-    settings()->loadGlobalData();
-    settings()->setMainwindowGeometry(QStringLiteral(R"({"width": 1200, "height": 800})"));
-    settings()->setSessionListWidth(300);
-    settings()->setInfoPanelWidth(400);
-    AppSettingModel::releaseInstance();
-    start();
-    QCOMPARE(manager()->dialogWindowSize(), QSize(900, 778));
-    QCOMPARE(manager()->maxMsgItemWidth(), 560);
-    QCOMPARE(manager()->maxMsgItemWidthInThread(), 304);
-    settings()->setInfoPanelWidth(410);
-    QCOMPARE(manager()->maxMsgItemWidthInThread(), 306);
-    manager()->setMaxMsgItemWidth(150);
-    QCOMPARE(manager()->maxMsgItemWidth(), 200);
-    manager()->setMaxMsgItemWidth(0);
-    QCOMPARE(manager()->maxMsgItemWidth(), 200);
-
-    QSignalSpy visible(manager(), &AccountManager::infoPanelVisibleChanged);
-    settings()->setInfoPanelViewMode(true);
-    QVERIFY(manager()->infoPanelVisible());
-    manager()->setDialogWindowSize({789, 500});
-    QVERIFY(!manager()->infoPanelVisible());
-    manager()->setDialogWindowSize({790, 500});
-    QVERIFY(manager()->infoPanelVisible());
-    QCOMPARE(visible.size(), 3);
-    settings()->setInfoPanelWidth(420);
-    QVERIFY(!manager()->infoPanelVisible());
-    settings()->setInfoPanelWidth(410);
-    QCOMPARE(visible.size(), 5);
-}
-
-void TestAccountManager::newDevices()
-{
-    start();
-    signIn({1, 2});
-    NewDeviceLoginManager *devices = manager()->newDeviceLoginManager();
-    QSignalSpy shown(manager(), &AccountManager::newDeviceLogin);
-    const auto device = [](int id) { return QVariantMap{{QStringLiteral("deviceId"), id}}; };
-    devices->deviceLogin(manager()->getAccount(2), device(4));
-    devices->deviceLogin(manager()->getAccount(2), device(4));
-    QCOMPARE(shown.size(), 1);
-    // Of an account that is not shown the user hears once he turns to it.
-    devices->deviceLogin(manager()->getAccount(1), device(4));
-    devices->deviceLogin(manager()->getAccount(1), device(4));
-    QCOMPARE(shown.size(), 1);
-    manager()->setCurrentAccount(1);
-    QCOMPARE(shown.size(), 2);
-
-    // After a restart nothing is shown twice, after a sign-out everything is new.
-    stop();
-    start();
-    QSignalSpy again(manager(), &AccountManager::newDeviceLogin);
-    manager()->newDeviceLoginManager()->deviceLogin(manager()->currentAccount(), device(4));
-    QCOMPARE(again.size(), 0);
-    manager()->newDeviceLoginManager()->deviceLogout(1);
-    manager()->newDeviceLoginManager()->deviceLogin(manager()->currentAccount(), device(4));
-    QCOMPARE(again.size(), 1);
-
-    // When everybody leaves while the notebook is shown, too; and nobody's are written back.
-    manager()->unlockApp(false, true);
-    manager()->logoutAll();
-    signIn({1});
-    manager()->newDeviceLoginManager()->deviceLogin(manager()->currentAccount(), device(4));
-    QCOMPARE(again.size(), 2);
-    QCOMPARE(settings()->newDeviceLoginRemind(), QByteArray(R"({"1":[4]})"));
 }
 
 void TestAccountManager::otherThreadsReadTheList()
