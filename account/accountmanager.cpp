@@ -1109,7 +1109,8 @@ void AccountManager::removeTraces()
     if (inUse.isEmpty())
         crypto::MasterKey::installation()->remove();
     else
-        logRefusal("the wipe leaves the store and the key of an account that signs in");
+        logRefusal(
+            QStringLiteral("the wipe leaves the store and the key of an account that signs in"));
 }
 
 void AccountManager::logoutAll()
