@@ -53,6 +53,7 @@ struct AppDataMove::Problem {
 struct AppDataMove::Report {
     FolderMove::Result result = FolderMove::Done;
     bool isSourceMissing = false;
+    QStringList ids; // of the accounts
     qint64 movedBytes = 0;
     qint64 totalBytes = 0;
     std::vector<Problem> problems;
@@ -405,6 +406,7 @@ public:
                 m_plan.accounts.insert(QString::number(id), QVariant());
         }
         const QStringList ids = m_plan.accounts.keys();
+        m_report.ids = ids;
         m_report.isSourceMissing = !isThere(m_plan.source, ids);
         if (m_report.isSourceMissing)
             return std::move(m_report);
@@ -775,12 +777,14 @@ void AppDataMove::follow()
             Qt::UniqueConnection);
 }
 
-/// Everybody has signed out. The settings are about to be reset, which forgets the places.
+/// Once everybody has signed out, the settings are about to be reset, which forgets the places.
 void AppDataMove::accountsChanged(const QVariantList &ids)
 {
     const AppSettingModel *settings = AppSettingModel::instance();
     const QStringList moving = jsonToMap(settings->movedDataInfo()).keys();
-    if (!ids.isEmpty() || (moving.isEmpty() && !AccountManager::getInstance()->deleteAll()))
+    if (!ids.isEmpty())
+        return dropGone(); // at once: they may come back
+    if (moving.isEmpty() && !AccountManager::getInstance()->deleteAll())
         return;
     abandon();
     if (m_carrying.valid())
@@ -855,12 +859,13 @@ void AppDataMove::forgetLeft(const QVariantMap &removed)
     setLeftMedia(left);
 }
 
-/// Takes those who have signed out from the stored map. What they have left is deleted.
-void AppDataMove::dropGone()
+/// Takes those who have signed out from the stored map. What they have left is deleted, and also
+/// what others of those `ids` have left who have signed out.
+void AppDataMove::dropGone(const QStringList &ids)
 {
     AppSettingModel *settings = AppSettingModel::instance();
     QVariantMap accounts = jsonToMap(settings->movedDataInfo());
-    QStringList gone = accounts.keys();
+    QStringList gone = accounts.keys() + ids;
     gone.removeIf(isSignedIn);
     if (gone.isEmpty())
         return;
@@ -1005,11 +1010,11 @@ void AppDataMove::complete(const Report &report)
         settings->setMovedDataInfo({}); // it may have been stored once more behind the reset
         return end(Outcome::Cancelled);
     }
+    dropGone(report.ids); // also what was being copied when they left
     if (isDone) {
         closeMap();
         return end(Outcome::Moved);
     }
-    dropGone();
     if (report.result == FolderMove::Cancelled)
         return end(Outcome::Cancelled);
     if (report.isSourceMissing)

@@ -195,7 +195,7 @@ private:
     void removeLeft(bool isEverybodyLeaving = false);
     bool emptyTrash(const QString &directory) const; // in the background
     static void forgetLeft(const QVariantMap &removed);
-    void dropGone();
+    void dropGone(const QStringList &ids = {});
     void closeMap();
     bool refuse(Reason reason);
     void tell(Reason reason);

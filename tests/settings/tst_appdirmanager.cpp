@@ -20,9 +20,11 @@ private Q_SLOTS:
         QCOMPARE(dirs->documentDir(),
                  QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
         QCOMPARE(dirs->defaultCacheDataDir(), Util::defaultCacheDataDir());
-        QVERIFY(dirs->stickerDir().startsWith(dirs->defaultCacheDataDir()));
-        QVERIFY(dirs->stickerDir().endsWith(separator + u"sticker"_s + separator));
-        QVERIFY(dirs->customEmojiDir().endsWith(separator + u"emoji"_s + separator));
+        const auto inDefault = [&](const char *name) {
+            return dirs->defaultCacheDataDir() + separator + QString::fromLatin1(name) + separator;
+        };
+        QCOMPARE(dirs->stickerDir(), inDefault("sticker"));
+        QCOMPARE(dirs->customEmojiDir(), inDefault("emoji"));
         QVERIFY(dirs->cacheDataDir().isEmpty() && dirs->oldCacheDataDir().isEmpty());
 
         AppSettingModel *settings = AppSettingModel::instance();
@@ -31,16 +33,12 @@ private Q_SLOTS:
         QCOMPARE(dirs->cacheDataDir(), dirs->defaultCacheDataDir());
         QCOMPARE(dirs->oldCacheDataDir(), QString());
 
-        const QString sticker = dirs->stickerDir();
         settings->setCacheDataPath(u"/new/"_s);
         settings->setOldCacheDataPath(u"/old/"_s);
         dirs->init();
         QCOMPARE(dirs->cacheDataDir(), u"/new/"_s);
         QCOMPARE(dirs->oldCacheDataDir(), u"/old/"_s);
-        dirs->updateCacheDataDir(u"/newer/"_s, u"/new/"_s);
-        QCOMPARE(dirs->cacheDataDir(), u"/newer/"_s);
-        QCOMPARE(dirs->oldCacheDataDir(), u"/new/"_s);
-        QCOMPARE(dirs->stickerDir(), sticker);
+        QCOMPARE(dirs->stickerDir(), inDefault("sticker"));
         AppSettingModel::releaseInstance();
     }
 };
