@@ -207,8 +207,12 @@ void AccountManager::restore(qint64 id)
     if (account && isAbsent(id)) {
         m_restored = account;
         account->restore({{QStringLiteral("userId"), id}}, true, 0);
-        if (account && !isListed(account) && isAbsent(id))
-            addAccount(account);
+        if (account && !isListed(account)) {
+            if (isAbsent(id) || getAccount(id))
+                addAccount(account);
+            else if (isUsable(account) && account->authorized())
+                refuse(account);
+        }
         m_restored = nullptr;
     }
     if (isAbsent(id)) {
@@ -548,9 +552,19 @@ bool AccountManager::checkListable(AccountBase *account)
         return true;
     logRefusal(listedAlready ? QStringLiteral("an account is not listed twice")
                              : QStringLiteral("nobody signs in while the accounts are wiped"));
+    refuse(account);
+    if (listedAlready) {
+        //% "This account is already signed in on this device."
+        Q_EMIT error(0, translated(QT_TRID_NOOP("account_already_signed_in")), 0);
+    }
+    return false;
+}
+
+void AccountManager::refuse(AccountBase *account)
+{
     const Account guard(account);
     m_beingListed.removeAll(account);
-    if (account == m_loginAccount) { // a veto cannot keep it
+    if (account == m_loginAccount) {
         setLogin(nullptr);
         Q_EMIT loginAccountChanged();
     }
@@ -558,11 +572,6 @@ bool AccountManager::checkListable(AccountBase *account)
         abandonSignIn(guard);
     setActiveAccount(m_currentAccount);
     saveCurrentId();
-    if (listedAlready) {
-        //% "This account is already signed in on this device."
-        Q_EMIT error(0, translated(QT_TRID_NOOP("account_already_signed_in")), 0);
-    }
-    return false;
 }
 
 void AccountManager::removeAccount(int index)

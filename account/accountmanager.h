@@ -400,6 +400,8 @@ private:
     void restore(qint64 id);
     /// False for one that must not be listed; it is given up, with a log line.
     bool checkListable(AccountBase *account);
+    /// Gives up an account that must not be listed. No veto can keep it.
+    void refuse(AccountBase *account);
     /// Ends the sign-in of an account, which is given up; if it was current, another one is.
     void abandonSignIn(AccountBase *account);
     void logoutListed(AccountBase *account);

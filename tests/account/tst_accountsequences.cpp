@@ -588,7 +588,7 @@ void Application::operate()
         note(QStringLiteral("delete %1").arg(name(account)));
         if (manager()->containsAccount(account)
             || (account->stage == WatchedAccount::SignedIn
-                && (m_resetting || storedIds().contains(account->accountId()))))
+                && (m_resetting || (storedIds() - m_gone).contains(account->accountId()))))
             (m_depth > 0 ? m_maybeAbsent : m_absent).insert(account->accountId());
         delete account;
         return;
