@@ -201,7 +201,8 @@ public:
     /// with a log line, for what storage::SettingStorage::isStorable() refuses, as a function, a
     /// QObject, or a map with one: then the value stays. A script's object or array is kept as a map
     /// or list. No property signal is emitted; that is the typed setters' part. The setters of maps
-    /// and lists refuse the same.
+    /// and lists refuse the same, but for an object that contains itself: QML makes the map that they
+    /// are given, and leaves such a part empty.
     Q_INVOKABLE bool setValue(const QString &key, const QVariant &value, bool needSave);
     /// Writes one row to the store in the background, bypassing the cache, when `needSave`.
     void saveToConfig(QString key, QVariant value, bool needSave);

@@ -224,8 +224,16 @@ public:
             if (state && state->m_storage.isOpen())
                 state->m_storage.sync();
         };
-        if (!ThreadManager::invokeLater(sync, syncMs))
-            sync();
+        if (ThreadManager::invokeLater(sync, syncMs))
+            return;
+        {
+            const QMutexLocker lock(&m_mutex);
+            m_nextSync = {};
+            if (!m_nextDirectSync.hasExpired())
+                return;
+            m_nextDirectSync.setRemainingTime(syncMs);
+        }
+        sync();
     }
 
     QList<Info> allInfos()
@@ -372,7 +380,8 @@ private:
     bool m_again = false; // what came while one writes is to be written by it
     bool m_hangs = false; // somebody has waited for the one that writes in vain
     bool m_closed = false;
-    QDeadlineTimer m_nextSync; // until then one is under way
+    QDeadlineTimer m_nextSync;       // until then a task is under way
+    QDeadlineTimer m_nextDirectSync; // without the save thread
     Qt::HANDLE m_writingThread = nullptr;
 };
 

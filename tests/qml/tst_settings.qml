@@ -38,7 +38,9 @@ TestCase {
         verify(AppSettingModel.setValue("page", {list: [1, "x"], map: {yes: true}}, true))
         compare(AppSettingModel.getValue("page", 7), {list: [1, "x"], map: {yes: true}})
         compare(AppSettingModel.getValue("page", 7).map.yes, true)
-        const refused = [() => 1, {a: () => 1}, [test], /a+/]
+        const endless = {}
+        endless.a = [endless]
+        const refused = [() => 1, {a: () => 1}, [test], /a+/, endless]
         for (const value of refused) {
             ignoreWarning(/ cannot be stored: page/)
             verify(!AppSettingModel.setValue("page", value, true))
@@ -46,6 +48,8 @@ TestCase {
         ignoreWarning(/ cannot be stored: showImHotKey/)
         AppSettingModel.setShowImHotkey({a: () => 1}, true)
         compare(AppSettingModel.showImHotkey, {})
+        AppSettingModel.setShowImHotkey(endless, true)
+        compare(AppSettingModel.showImHotkey, {a: [{}]})
         compare(AppSettingModel.getValue("page", 7).list, [1, "x"])
     }
 }
