@@ -141,8 +141,8 @@ public:
     virtual void initialize() = 0;
     /// Opens a stored account: `params` is {"userId": id}, `reason` the application's own number, 0
     /// from the manager. An account that could be opened is authorized() when this returns; any
-    /// other is not listed but given up, by release(false, true). With its store open it is nobody's
-    /// then, and its id is forgotten. With its store closed it is tried again later, see
+    /// other is not listed but given up, by release(false, true). With its store open it is
+    /// nobody's then, and its id is forgotten. With its store closed it is tried again later, see
     /// AccountManager::unavailableAccounts(); unless there is no database.
     virtual void restore(QVariantMap params, bool connectNow, int reason) = 0;
     /// Gives up an object that is in no list, once: at shut-down or because it could not be restored
@@ -354,8 +354,9 @@ Q_SIGNALS:
 protected:
     /// Opens the account's database in userStatusDataPath() and loads what lies there: settings,
     /// data ranges, features. False, with a log line, when it cannot be opened, and for an id below
-    /// 1: only the notebook account has a store without an id of its own. With `create` false, as for restore(), an account without a database is refused. The keys are opened by
-    /// the first call that needs them, see crypto::Store.
+    /// 1: only the notebook account has a store without an id of its own. With `create` false, as
+    /// for restore(), an account without a database is refused. The keys are opened by the first
+    /// call that needs them, see crypto::Store.
     ///
     /// The store of another id that is still open is closed first, with its changes written. When
     /// they cannot be written within 5 seconds, the call is refused and that store stays open, so

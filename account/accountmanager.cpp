@@ -625,8 +625,8 @@ void AccountManager::saveAccounts()
     announceAbsent();
 }
 
-/// Not all changes come by setCurrentAccount(): one that is shown may sign in, or log out behind the
-/// notebook.
+/// Not all changes come by setCurrentAccount(): one that is shown may sign in, or log out behind
+/// the notebook.
 void AccountManager::saveCurrentId()
 {
     AppSettingModel *settings = AppSettingModel::instance();

@@ -26,12 +26,12 @@ class NewDeviceLoginManager;
 /// listed one, or, while nobody is signed in, the login account.
 ///
 /// What is kept: the id of an account that signed in stays in the settings until it logs out, by
-/// logout(), logoutAll() or a destroying unlockApp(). One that could not be opened just now, and one
-/// whose object the application deleted, are not listed but in unavailableAccounts(), and tried
+/// logout(), logoutAll() or a destroying unlockApp(). One that could not be opened just now, and
+/// one whose object the application deleted, are not listed but in unavailableAccounts(), and tried
 /// again at the next start. Forgotten are accounts that are gone: without a database, or with one
-/// that opens and is nobody's, see AccountBase::restore(). AppSettingModel::reset() signs nobody out: their ids, and that of
-/// the current account, are stored again. While an account is listed and current, its id is the
-/// stored current one.
+/// that opens and is nobody's, see AccountBase::restore(). AppSettingModel::reset() signs nobody
+/// out: their ids, and that of the current account, are stored again. While an account is listed
+/// and current, its id is the stored current one.
 ///
 /// The dynamic property "appLocked" of the application object tells whether a passcode is asked
 /// for: init() sets it when there is one, unlockApp() and the end of the last account clear it.
@@ -40,13 +40,13 @@ class NewDeviceLoginManager;
 /// which may be called from any. No lock is held while anything is called out: a handler of any
 /// signal may call every public operation, and may delete an account.
 ///
-/// While rows are inserted or removed, views must not see another change: from rowsAboutToBeInserted
-/// to rowsInserted (likewise for removals), countChanged and the totals' signals included, these
-/// operations return at once and are carried out right after, in their order: addAccount(),
-/// setLoginAccount(), cancelSignIn(), logout(), logoutAll(), setCurrentAccount(),
-/// activeNextAccount(), retryAccount(), unlockApp() and reset(). Those that return something say what.
-/// In all other moments they are carried out at once. When several nested ones choose a current
-/// account, the one that was asked for last stays.
+/// While rows are inserted or removed, views must not see another change: from
+/// rowsAboutToBeInserted to rowsInserted (likewise for removals), countChanged and the totals'
+/// signals included, these operations return at once and are carried out right after, in their
+/// order: addAccount(), setLoginAccount(), cancelSignIn(), logout(), logoutAll(),
+/// setCurrentAccount(), activeNextAccount(), retryAccount(), unlockApp() and reset(). Those that
+/// return something say what. In all other moments they are carried out at once. When several
+/// nested ones choose a current account, the one that was asked for last stays.
 ///
 /// Ownership: the manager is the parent of the accounts. It owns the listed ones, the current, the
 /// login and the notebook account, and gives an object up once it is none of these any more, by
@@ -108,11 +108,12 @@ public:
     static void releaseInstance();
 
     /// Restores the stored accounts, the one that was current first; offers a login account when
-    /// there are none. When accounts were stored and all of them are gone, all application
-    /// settings are reset. Once, on the main thread, with a QCoreApplication, after
+    /// there are none. When accounts were stored and all of them are gone, all application settings
+    /// are reset. Once, on the main thread, with a QCoreApplication, after
     /// AppSettingModel::loadGlobalData(). `factory` is kept, and never gives null; an empty one is
-    /// refused with a log line, and nothing is restored or reset. Stores no list, unless somebody signs in or out in
-    /// a handler, or an account takes another id in its restore(): then both ids are stored.
+    /// refused with a log line, and nothing is restored or reset. Stores no list, unless somebody
+    /// signs in or out in a handler, or an account takes another id in its restore(): then both ids
+    /// are stored.
     void init(Factory factory);
 
     int rowCount(const QModelIndex &parent = {}) const override;
@@ -122,9 +123,9 @@ public:
 
     /// Lists an account that is signed in, and stores its id; does nothing unless it is
     /// authorized(). The login account, and the first one of all, becomes the current one, unless a
-    /// listener vetoes it; the sign-in is over in any case. Refused with a log line: an account with
-    /// an id below 1, the notebook account, and one that was given up. The application's class calls this at the end
-    /// of a sign-in; containsAccount() then tells whether it is listed.
+    /// listener vetoes it; the sign-in is over in any case. Refused with a log line: an account
+    /// with an id below 1, the notebook account, and one that was given up. The application's class
+    /// calls this at the end of a sign-in; containsAccount() then tells whether it is listed.
     ///
     /// An account whose id is listed already is refused with error(), one that comes while a
     /// destroying unlock wipes the others is refused, too: both are given up. An account that a

@@ -19,8 +19,9 @@ class SettingStorage;
 
 /// One account's store: one SQLite database, "account.db", in a directory of the account's own.
 ///
-/// Thread: open(), close(), filePath(), recovered() and openFailure() belong to the thread that owns
-/// the provider; everything else may be used from any. The storages are never null and live as long as it does.
+/// Thread: open(), close(), filePath(), recovered() and openFailure() belong to the thread that
+/// owns the provider; everything else may be used from any. The storages are never null and live as
+/// long as it does.
 class STORAGE_EXPORT UserStorageProvider : public QObject
 {
     Q_OBJECT
@@ -47,8 +48,8 @@ public:
     /// True when the last open() found a damaged file.
     bool recovered() const;
     OpenFailure openFailure() const;
-    /// True when there is certainly no database in `directory`, nor anything in its place. False also
-    /// where that cannot be told just now.
+    /// True when there is certainly no database in `directory`, nor anything in its place. False
+    /// also where that cannot be told just now.
     static bool isMissing(const QString &directory);
     /// As GlobalStorageProvider's.
     bool close(QDeadlineTimer deadline = QDeadlineTimer(5000));
