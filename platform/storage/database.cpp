@@ -266,7 +266,7 @@ std::unique_ptr<SQLite::Database> connect(const QString &filePath, const SchemaS
 /// One to read with beside the one that writes.
 std::unique_ptr<SQLite::Database> connectReader(const QString &filePath)
 {
-    // Not for reading only: the last one that is closed puts the log into the file.
+    // Not for reading only: the one that is closed last puts the log into the file.
     auto connection = std::make_unique<SQLite::Database>(
         filePath.toStdString(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX, busyTimeoutMs);
     connection->exec("PRAGMA query_only = ON");
@@ -391,7 +391,6 @@ bool Database::close(QDeadlineTimer deadline)
 {
     m_openedIn = 0;
     m_retriesIn = 0;
-    // The reading one first: the last one puts the log into the file.
     std::vector<std::shared_ptr<Handle>> handles;
     bool isHeld = false;
     for (Connection *connection : {m_reader.get(), m_main.get()}) {

@@ -124,7 +124,7 @@ private:
     std::atomic_bool m_unsynced = false; ///< something in the log may not be on the disk yet
     QString m_filePath;                  ///< changed with both connections locked, read with either
     const std::unique_ptr<Connection> m_main;
-    const std::unique_ptr<Connection> m_reader; ///< not locked before the main one, but to close
+    const std::unique_ptr<Connection> m_reader; ///< where both are locked, after the main one
 };
 
 } // namespace storage

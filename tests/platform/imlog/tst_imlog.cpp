@@ -154,6 +154,7 @@ private Q_SLOTS:
         QCOMPARE(openToOthers(home.path()), QStringList());
         QVERIFY(QFile::setPermissions(directory.filePath(u"im.log"_s), everybody));
         QVERIFY(ImLog::instance()->setDirectory(directory.path()));
+        QCOMPARE(openToOthers(home.path()), QStringList());
         const QString text(4096, u'x');
         for (int i = 0; i < 7000; ++i)
             ImLog::info(text);

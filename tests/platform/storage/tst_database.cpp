@@ -286,6 +286,19 @@ private Q_SLOTS:
         QVERIFY2(opened > rounds * 3 / 4, qPrintable(QString::number(opened)));
     }
 
+    void worksWithTwoAtOnce()
+    {
+        Database one(schema);
+        Database other(schema);
+        QVERIFY(one.open(file("one.db")) && other.open(file("other.db")));
+        QVERIFY(one.write("test", [&] {
+            QVERIFY(insert(other, 0, 5));
+            one.statement("INSERT INTO t VALUES (1, 1)").exec();
+        }));
+        QCOMPARE(number(one, "SELECT count(*) FROM t"), 1);
+        QCOMPARE(number(other, "SELECT count(*) FROM t"), 5);
+    }
+
     void completesAnInterruptedRecovery()
     {
         makeFile(5);
@@ -435,6 +448,13 @@ private Q_SLOTS:
         overwrite(m_directory->filePath(u"late"_s), {});
         QVERIFY(!provider.open());
         QVERIFY(!provider.settingStorage()->save({u"key"_s, 1, {}}));
+        QVERIFY(QFile::remove(m_directory->filePath(u"late"_s)));
+        // But not in a crash.
+        GlobalStorageProvider::closeAllInCrash();
+        QTest::qSleep(2 * Database::retryMs);
+        QVERIFY(!provider.settingStorage()->save({u"key"_s, 1, {}}));
+        overwrite(m_directory->filePath(u"late"_s), {});
+        QVERIFY(!provider.open());
         QVERIFY(QFile::remove(m_directory->filePath(u"late"_s)));
         QTRY_VERIFY(provider.settingStorage()->save({u"key"_s, 2, {}}));
         QVERIFY(provider.isOpen());
