@@ -286,8 +286,8 @@ private Q_SLOTS:
         QVERIFY(account->openStorage(true));
         account->setAuthorized(true);
         ThreadManager::getInstance()->init();
-        QSemaphore held;
-        ThreadManager::invoke([&] { held.acquire(); }, true);
+        const auto held = std::make_shared<QSemaphore>(); // its thread may be given up
+        ThreadManager::invoke([held] { held->acquire(); }, true);
         account->accountSettingModel()->setLastLocation(u"here"_s);
         account->dataInfoModel()->saveDialogOffset(5);
         StuckDisk disk;
@@ -301,7 +301,7 @@ private Q_SLOTS:
         }
         const qint64 took = timer.elapsed();
         disk.release();
-        held.release();
+        held->release();
         QVERIFY2(took < 5500, qPrintable(QString::number(took)));
     }
 

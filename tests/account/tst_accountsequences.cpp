@@ -384,6 +384,8 @@ private:
     void block(qint64 id, bool isBlocked)
     {
         const QString aside = storeOf(id) + QStringLiteral("-aside");
+        if (!isBlocked && !QFile::exists(aside)) // a wipe has removed it
+            return;
         CHECK(isBlocked ? QFile::rename(storeOf(id), aside) && QDir().mkdir(storeOf(id))
                         : QDir().rmdir(storeOf(id)) && QFile::rename(aside, storeOf(id)));
     }

@@ -13,6 +13,7 @@
 
 #include "support/fakeaccount.h"
 #include "support/mediatree.h"
+#include "support/powercut.h"
 #include "support/sequences.h"
 
 #include <QElapsedTimer>
@@ -1090,18 +1091,18 @@ private Q_SLOTS:
         QVERIFY(QFileInfo::exists(place.filePath(foreignFile)));
     }
 
-    // A power cut takes what was not synced, as the write-ahead log. The file systems are two.
+    // A power cut takes what was not synced. The file systems are two.
     void tellsTheDiskFirst()
     {
         fillMedia(source(), 14);
         const qsizetype count = readMedia(source()).files.size();
         QString storedPath;
         qsizetype storedMoved = -1;
-        std::thread witness([&, file = settings()->globalStorage()->filePath()] {
+        const QString directory = QFileInfo(settings()->globalStorage()->filePath()).path() + u'/';
+        std::thread witness([&] {
             while (readMedia(source()).files.size() == count)
                 QThread::usleep(200);
-            const QString copy = m_home->path() + u"/global.db"_s;
-            QFile::copy(file, copy);
+            PowerCut::copy(directory.toStdString(), m_home->path().toStdString() + '/');
             storage::GlobalStorageProvider store;
             store.setDirectory(m_home->path());
             store.open();
@@ -1309,6 +1310,7 @@ int main(int argc, char *argv[])
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() == 3 && arguments.at(1) == u"move"_s)
         return moveAsChild(arguments.at(2));
+    PowerCut::install();
     TestAppDataMove test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -128,7 +128,7 @@ public:
         Change change{};
         change.what = Change::Name;
         const std::string &path = made.empty() ? gone : made;
-        change.directory = path.substr(0, path.rfind('/'));
+        change.directory = canonical(path.substr(0, path.rfind('/') + 1));
         struct stat about {
         };
         change.inode = ::stat(path.c_str(), &about) == 0 ? about.st_ino : 0;
@@ -212,6 +212,13 @@ private:
             }
         }
         _exit(99);
+    }
+    static std::string canonical(const std::string &path)
+    {
+        char *known = ::realpath(path.c_str(), nullptr);
+        const std::string result = known ? known : path;
+        std::free(known);
+        return result;
     }
     static off_t sizeOf(int file)
     {
