@@ -144,9 +144,9 @@ const Value values[] = {
          return !account->signalStore()->secureKey(u"key"_s, number, true).isEmpty();
      },
      [](Account *account) {
-         int number = 0;
-         while (account->signalStore()->containsSecureKey(u"key"_s, number + 1))
-             ++number;
+         int number = steps;
+         while (number > 0 && !account->signalStore()->containsSecureKey(u"key"_s, number))
+             --number;
          return number;
      }},
 };

@@ -9,7 +9,7 @@
 //          process ends with the code 99
 //   torn   as cut, but by FAULT_SEED some of what was not synced is on the disk, in any order
 // A sync of a file makes its data, its size and its name durable; one of a directory what happened
-// to the names in it. The log, and
+// to the names in it; one of the file system everything. The log, and
 // what is only memory that processes share, are not watched.
 
 #include <cerrno>
@@ -156,6 +156,8 @@ public:
                     && change.directory == path);
         });
     }
+
+    void allSynced() { m_changes.clear(); }
 
     std::mutex mutex;
 
@@ -404,6 +406,20 @@ int fdatasync(int file)
 {
     REAL(fdatasync);
     return Disk::the().isWatched(file) ? sync(file, real_fdatasync) : real_fdatasync(file);
+}
+int syncfs(int file)
+{
+    REAL(syncfs);
+    Disk &disk = Disk::the();
+    if (!disk.isWatched(file))
+        return real_syncfs(file);
+    const std::lock_guard lock(disk.mutex);
+    if (const int error = disk.begin(Disk::Other); error > 0) {
+        errno = error;
+        return -1;
+    }
+    disk.allSynced();
+    return 0;
 }
 int open64(const char *path, int flags, ...)
 {

@@ -385,9 +385,9 @@ void TestKeyStore::missingChatKeys()
 void TestKeyStore::storesAtOnce()
 {
     // In memory where there is one: each key waits for the disk, and all wait for each other.
-    const QString memory = u"/dev/shm"_s;
+    const QString memory = QStringLiteral("/dev/shm");
     const QTemporaryDir directory((QFileInfo(memory).isWritable() ? memory : QDir::tempPath())
-                                  + u"/tst_keystore-XXXXXX"_s);
+                                  + QStringLiteral("/tst_keystore-XXXXXX"));
     constexpr int count = 6;
     constexpr int keys = 400;
     std::barrier start(count);
