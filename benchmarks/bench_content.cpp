@@ -580,7 +580,7 @@ void addHostileRows()
     }();
     static const std::string stored = [] {
         const QByteArray one = R"({"data":null,"disable_preview":false,"from":0,"len":0,"type":7})";
-        const QString list = u'[' + QString::fromLatin1((one + ',').repeated(1'000'000)) + QStringLiteral("7]");
+        const QString list = QString::fromLatin1('[' + (one + ',').repeated(1'000'000) + "7]");
         return mapToJson({{QStringLiteral("type"), QStringLiteral("text")},
                           {QStringLiteral("dbEntity"), list}})
             .toStdString();
