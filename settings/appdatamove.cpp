@@ -337,11 +337,18 @@ bool isThere(const QString &source, const QStringList &ids)
                }));
 }
 
+/// Not there, or perhaps the directory at which a disk is mounted when that is unplugged.
+bool isBare(const QString &directory)
+{
+    return QDir(directory).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System
+                                   | QDir::NoDotAndDotDot);
+}
+
 /// Puts what an account has there where it can be deleted at leisure, whoever signs in meanwhile.
 /// False when something stays: the disk may be back later.
 bool setAside(const QString &directory, const QString &id)
 {
-    if (!QFileInfo(directory).isDir())
+    if (isBare(directory))
         return false;
     QFile::remove(scratchFile(directory, id));
     bool isDone = true;
@@ -595,7 +602,10 @@ bool AppDataMove::moveTo(const QString &targetDirectory)
     if (const Reason reason = obstacle(plan.source, plan.target); reason != Reason::None)
         return refuse(reason);
     dropStored();
-    removeLeft(); // before the place is in use again
+    // Before the place is in use again.
+    removeLeft();
+    if (QVariantMap left = leftMedia(); isBare(plan.target) && left.remove(plan.target) > 0)
+        setLeftMedia(left);
     const AppSettingModel *settings = AppSettingModel::instance();
     // A move that has not finished can be taken back.
     if (!settings->movedDataInfo().isEmpty()) {
