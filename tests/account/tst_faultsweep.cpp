@@ -30,8 +30,11 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr qint64 id = 10001;
-constexpr int steps = 8;
+// The first stays; the second comes and leaves during the session.
+const QList<qint64> ids = {10001, 10002};
+constexpr int steps = 10;
+constexpr int comes = 2; // before the media are moved
+constexpr int leaves = 9;
 const QStringList kinds = {u"cut"_s, u"torn"_s, u"fail"_s, u"gone"_s, u"full"_s, u"short"_s};
 
 QString place(const QString &name)
@@ -50,17 +53,7 @@ int numberOf(const QByteArray &bytes)
     return bytes.isEmpty() ? 0 : bytes == bytesOf(number) ? number : -1;
 }
 
-/// Opens its store where it signed in before.
-class Account : public FakeAccount
-{
-public:
-    using FakeAccount::FakeAccount;
-    void restore(QVariantMap params, bool, int) override
-    {
-        setAccountId(params.value(u"userId"_s).toLongLong());
-        setAuthorized(openStorage(false));
-    }
-};
+using Account = FakeAccount;
 
 AccountManager *manager()
 {
@@ -76,7 +69,7 @@ void start()
 {
     ThreadManager::getInstance()->init();
     settings()->loadGlobalData();
-    manager()->init([](QObject *parent) { return new Account(parent); });
+    manager()->init([](QObject *parent) { return new FakeAccount(parent); });
 }
 
 void stop()
@@ -87,9 +80,9 @@ void stop()
     AppSettingModel::releaseInstance();
 }
 
-MediaTree media(const QString &root)
+QString photos(const QString &root, qint64 id)
 {
-    return MediaTree::read(root + u'/' + QString::number(id) + u"/photo"_s);
+    return u"%1/%2/photo"_s.arg(root).arg(id);
 }
 
 /// One thing that the session stores, with a number that grows.
@@ -151,29 +144,49 @@ const Value values[] = {
      }},
 };
 
-void say(const char *what, int number)
+void say(qint64 id, const char *what, int number)
 {
-    std::printf("%d %s\n", number, what);
+    std::printf("%lld %s %d\n", id, what, number);
     std::fflush(stdout);
 }
 
-/// The process whose disk goes wrong: signs in, stores, and moves the media in the midst of it. A
-/// line for each value that is safe.
-int session()
+void signIn(qint64 id)
 {
-    start();
     manager()->addAccount();
     auto *account = static_cast<Account *>(manager()->loginAccount());
     if (account && account->signIn(id) && settings()->flush())
-        say("account", 1);
+        say(id, "account", 1);
+}
+
+Account *listed(qint64 id)
+{
+    return static_cast<Account *>(manager()->getAccount(id));
+}
+
+/// The process whose disk goes wrong: two accounts sign in and store, one leaves, and the media are
+/// moved, and moved back, in the midst of it. A line for each value that is safe.
+int session()
+{
+    const QString home = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+    start();
+    signIn(ids.first());
     for (int number = 1; number <= steps; ++number) {
-        for (const Value &value : values) {
-            if (!manager()->containsAccount(account))
-                break;
-            if (value.store(account, number))
-                say(value.name, number);
+        if (number == comes)
+            signIn(ids.last());
+        if (number == leaves) {
+            say(ids.last(), "leaves", 1);
+            manager()->logout(listed(ids.last()));
+            if (settings()->flush())
+                say(ids.last(), "left", 1);
         }
-        if (number == 2 && manager()->appDataMove()->moveTo(place(u"target"_s))) {
+        for (qint64 id : ids) {
+            for (const Value &value : values) {
+                if (Account *account = listed(id); account && value.store(account, number))
+                    say(id, value.name, number);
+            }
+        }
+        if ((number == 2 && manager()->appDataMove()->moveTo(place(u"target"_s)))
+            || (number == 6 && manager()->appDataMove()->moveTo(home))) {
             if (!QTest::qWaitFor([] { return !manager()->appDataMove()->running(); }, 60'000))
                 return 3;
         }
@@ -216,7 +229,7 @@ private:
     void check(const QByteArray &output);
     void expect(bool holds, int &count, const QString &what);
 
-    MediaTree m_media;
+    QMap<qint64, MediaTree> m_media;
     int m_confirmed = 0;
     int m_lost = 0;
     int m_shut = 0; // stores that did not open, or only after a repair
@@ -234,40 +247,47 @@ void TestFaultSweep::expect(bool holds, int &count, const QString &what)
 /// The next start, on a sound disk.
 void TestFaultSweep::check(const QByteArray &output)
 {
-    QMap<QByteArray, int> confirmed;
+    QMap<QByteArray, int> confirmed; // by account and name
     for (const QByteArray &line : output.left(output.lastIndexOf('\n')).split('\n')) {
         if (!line.isEmpty())
-            confirmed[line.mid(line.indexOf(' ') + 1)] = line.left(line.indexOf(' ')).toInt();
+            confirmed[line.left(line.lastIndexOf(' '))] = line.mid(line.lastIndexOf(' ')).toInt();
         m_confirmed += !line.isEmpty();
     }
     start();
     const auto *global = settings()->globalStorage();
     expect(global->isOpen() && !global->recovered(), m_shut, u"The settings do not open"_s);
-    auto *account = static_cast<Account *>(manager()->getAccountByIndex(0));
-    expect(account || !confirmed.contains("account"), m_lost, u"The account is lost"_s);
-    if (account) {
+    expect(QTest::qWaitFor([] { return !manager()->appDataMove()->unfinished(); }, 30'000), m_lost,
+           u"The move does not end"_s);
+    for (qint64 id : ids) {
+        const auto safe = [&](const char *name) {
+            return confirmed.value(QByteArray::number(id) + ' ' + name);
+        };
+        Account *account = listed(id);
+        expect(!account || !safe("left"), m_lost, u"%1 is listed and has left"_s.arg(id));
+        if (safe("leaves"))
+            continue;
+        expect(account || !safe("account"), m_lost, u"%1 is not listed"_s.arg(id));
+        if (!account)
+            continue;
         expect(account->storage()->isOpen() && !account->storage()->recovered(), m_shut,
-               u"The account's store does not open"_s);
+               u"The store of %1 does not open"_s.arg(id));
         for (const Value &value : values) {
-            const int safe = confirmed.value(value.name);
             const int there = value.read(account);
-            expect(there >= safe, m_lost,
-                   u"%1: %2 was safe, %3 is there"_s.arg(QLatin1StringView(value.name))
-                       .arg(safe)
+            expect(there >= safe(value.name), m_lost,
+                   u"%1, %2: %3 was safe, %4 is there"_s.arg(id)
+                       .arg(QLatin1StringView(value.name))
+                       .arg(safe(value.name))
                        .arg(there));
         }
-        expect(QTest::qWaitFor([] { return !manager()->appDataMove()->unfinished(); }, 30'000),
-               m_lost, u"The move does not end"_s);
-        const QString &where = AppDirManager::instance()->cacheDataDir();
-        const MediaTree there = media(where);
-        expect(there == m_media, m_lost,
-               u"Of the media, %1 have %2 of %3"_s.arg(where)
+        const QString where = photos(AppDirManager::instance()->cacheDataDir(), id);
+        const MediaTree there = MediaTree::read(where);
+        expect(there == m_media.value(id), m_lost,
+               u"In %1 are %2 of %3 files"_s.arg(where)
                    .arg(there.files.size())
-                   .arg(m_media.files.size()));
-    } else if (confirmed.isEmpty()) {
-        expect(numberOf(settings()->getValue(u"sweep"_s, {}).toByteArray()) >= 0, m_lost,
-               u"A setting is torn"_s);
+                   .arg(m_media.value(id).files.size()));
     }
+    expect(numberOf(settings()->getValue(u"sweep"_s, {}).toByteArray()) >= 0, m_lost,
+           u"A setting is torn"_s);
     stop();
     for (const QString &file : {u"global.db"_s}) {
         SQLite::Database database(
@@ -282,8 +302,10 @@ void TestFaultSweep::sweep()
     const auto run = [&](const QString &kind, int at, unsigned seed, QByteArray *output) {
         QDir(place(u".."_s)).removeRecursively();
         QDir().mkpath(place(u"target"_s));
-        MediaTree::fill(app + u"/%1/photo"_s.arg(id), 3, 1);
-        m_media = media(app);
+        for (qint64 id : ids) {
+            MediaTree::fill(photos(app, id), 3, quint32(id));
+            m_media[id] = MediaTree::read(photos(app, id));
+        }
         return runSession(kind, at, seed, output);
     };
     QByteArray output;
@@ -291,15 +313,15 @@ void TestFaultSweep::sweep()
     QFile count(place(u"../calls"_s));
     QVERIFY(count.open(QIODevice::ReadOnly));
     const int calls = count.readAll().trimmed().toInt();
-    QVERIFY(media(place(u"target"_s)) == m_media);
-    QCOMPARE(output.count('\n'), 1 + steps * int(std::size(values)));
+    // Each account, its values, and the two lines of the one that leaves.
+    QCOMPARE(output.count('\n'), 4 + (steps + leaves - comes) * int(std::size(values)));
 
     // Neighbouring seeds stand far apart in the session, and all its calls come in turn.
     int stride = calls * 5 / 13;
     while (std::gcd(stride, calls) != 1)
         ++stride;
     std::set<int> points;
-    runSequences("disk", 90, 1, [&](Sequence &sequence) {
+    runSequences("disk", 60, 1, [&](Sequence &sequence) {
         const unsigned turn = sequence.seed() / unsigned(kinds.size());
         const int at = 1 + int(qint64(turn) * stride % calls);
         const QString &kind = kinds.at(sequence.seed() % kinds.size());
