@@ -96,6 +96,20 @@ QStringList AppDirManager::everyDir() const
     return dirs;
 }
 
+QByteArray AppDirManager::withFormerDirs(const QByteArray &stored, const QStringList &dirs)
+{
+    QVariantMap map = jsonToMap(stored);
+    QStringList former = map.value(dirsKey()).toStringList();
+    for (const QString &dir : dirs) {
+        if (!dir.isEmpty() && !former.contains(cleanDir(dir)))
+            former.append(cleanDir(dir));
+    }
+    if (former.isEmpty())
+        return stored;
+    map.insert(dirsKey(), former);
+    return mapToJson(map);
+}
+
 void AppDirManager::addFormerDir(const QString &directory)
 {
     const QString dir = cleanDir(directory);

@@ -3,6 +3,7 @@
 #include "i18n/languagefollower.h"
 #include "i18n/translations.h"
 #include "imlog/imlog.h"
+#include "settings/appdirmanager.h"
 #include "settings/settingmodel_p.h"
 #include "settings/storewriter_p.h"
 #include "storage/globalstorageprovider.h"
@@ -72,6 +73,14 @@ QString serverConfigKey()
 QString skinIndexesKey()
 {
     return QStringLiteral("emoji_skin_indexes");
+}
+QString accountsKey()
+{
+    return QStringLiteral("accounts");
+}
+QString formerPlacesKey()
+{
+    return QStringLiteral("moved_file_names");
 }
 
 /// Settings whose changes are announced before and after, see beginConfig.
@@ -360,16 +369,21 @@ void AppSettingModel::reset()
         const Change change(this);
         keptServerConfig = serverConfig();
         keptVersion = getValue(databaseVersionKey(), 1);
-        QList<storage::SettingInfo> kept = {{databaseVersionKey(), keptVersion, {}},
-                                            {serverConfigKey(), keptServerConfig, {}}};
         const QString mediaKey = QStringLiteral("left_media");
         const QVariant leftMedia = getValue(mediaKey, {});
+        keepSignedIn();
+        // What is kept goes with the wipe: a kill between the two must not lose it.
+        QList<storage::SettingInfo> kept = {{databaseVersionKey(), keptVersion, {}},
+                                            {serverConfigKey(), keptServerConfig, {}}};
         if (leftMedia.isValid())
             kept.append({mediaKey, leftMedia, {}});
+        for (auto row = m_signedIn.cbegin(); row != m_signedIn.cend(); ++row)
+            kept.append({row.key(), row.value(), {}});
         m_cache.clear();
         if (leftMedia.isValid())
             m_cache.insert_or_assign(mediaKey, leftMedia);
-        // What is kept goes with the wipe: a kill between the two must not lose it.
+        if (const QVariant places = m_signedIn.value(formerPlacesKey()); places.isValid())
+            m_cache.insert_or_assign(formerPlacesKey(), places);
         if (m_writer->putRemovalOfAll(kept))
             m_writeDue = true;
     }
@@ -392,6 +406,38 @@ void AppSettingModel::reset()
             m_resets = Resets::None;
             break;
         }
+    }
+    dropSignedIn();
+}
+
+/// Notes the rows that a reset leaves for those who stay signed in: who they are, and where media of
+/// theirs lie. They are stored again by a slot of what is announced; until then a kill signs nobody
+/// out.
+void AppSettingModel::keepSignedIn()
+{
+    for (const QString &key :
+         {accountsKey(), QStringLiteral("current_account"), formerPlacesKey()}) {
+        if (const auto found = m_cache.find(key); found != m_cache.end())
+            m_signedIn.insert(key, found->second);
+    }
+    if (jsonToList(m_signedIn.value(accountsKey()).toByteArray()).isEmpty())
+        return m_signedIn.clear();
+    QVariant &places = m_signedIn[formerPlacesKey()];
+    places =
+        AppDirManager::withFormerDirs(places.toByteArray(), {cacheDataPath(), oldCacheDataPath()});
+}
+
+/// Removes what keepSignedIn() left when nobody has stayed.
+void AppSettingModel::dropSignedIn()
+{
+    const Change change(this);
+    const QVariantMap rows = std::exchange(m_signedIn, {});
+    if (m_cache.find(accountsKey()) != m_cache.end())
+        return;
+    for (auto row = rows.keyBegin(); row != rows.keyEnd(); ++row) {
+        m_cache.erase(*row);
+        if (m_writer->putRemoval(*row))
+            m_writeDue = true;
     }
 }
 
@@ -617,12 +663,12 @@ void AppSettingModel::setUpgradeInfo(QVariantMap value, bool needSave)
 
 QVariantList AppSettingModel::accountIds() const
 {
-    return jsonToList(read(QStringLiteral("accounts"), QByteArrayLiteral("[]")));
+    return jsonToList(read(accountsKey(), QByteArrayLiteral("[]")));
 }
 
 void AppSettingModel::setAccountIds(QVariantList value, bool needSave)
 {
-    const QString key = QStringLiteral("accounts");
+    const QString key = accountsKey();
     if (!makeStorable(key, &value))
         return;
     if (setValue(key, listToJson(value), needSave))

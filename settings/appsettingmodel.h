@@ -222,7 +222,9 @@ public:
 
     /// Wipes all settings but "database_version", "server_config" and "left_media" (what
     /// AppDataMove has yet to delete), in one step as far as the store is concerned, and announces
-    /// the defaults; what is not announced one by one is to be read again after paramsBeReseted.
+    /// the defaults. What is not announced one by one is to be read again after paramsBeReseted.
+    /// Signs nobody out: AccountManager stores its accounts again, and a kill in between loses none.
+    /// While somebody stays, so does what tells where media lay before, see AppDirManager.
     /// Called by a handler of what a reset announces, it wipes at once, and all is announced once
     /// more when that has come to its end; not a third time.
     Q_INVOKABLE void reset();
@@ -356,6 +358,8 @@ private:
     void parseSkinIndexes() const;
     void put(storage::SettingInfo &&row);
     bool holds(const QString &key, const QVariant &value) const;
+    void keepSignedIn();
+    void dropSignedIn();
     void announceReset();
     void closeStorage();
 
@@ -366,6 +370,7 @@ private:
     int m_changes = 0;       // under way on the thread that holds the lock
     bool m_writeDue = false; // at their end
     enum class Resets { None, One, More } m_resets = Resets::None; // being announced
+    QVariantMap m_signedIn;   // while a reset is announced: the rows that tell who was
     bool m_isStandIn = false; // see releaseInstance(); never written
     ValueCache m_cache;
     storage::GlobalStorageProvider *const m_storage;

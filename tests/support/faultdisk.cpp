@@ -113,10 +113,10 @@ public:
             change.file = known->second;
         } else {
             // Another one than the caller's, which may be closed, and closing which would drop locks:
-            // only at the very end.
+            // only at the very end. Not for writing: what is written to is not moved.
             const std::string path = "/proc/self/fd/" + std::to_string(file);
             REAL(open64);
-            change.file = m_open[about.st_ino] = real_open64(path.c_str(), O_RDWR | O_CLOEXEC);
+            change.file = m_open[about.st_ino] = real_open64(path.c_str(), O_RDONLY | O_CLOEXEC);
         }
         change.before.resize(size);
         const auto got = pread(change.file, change.before.data(), size, offset);
@@ -183,10 +183,13 @@ private:
 
     void set(const Change &change, const Bytes &bytes, off_t size)
     {
+        REAL(open64);
         REAL(pwrite64);
         REAL(ftruncate64);
-        (void)real_pwrite64(change.file, bytes.data(), bytes.size(), change.offset);
-        (void)real_ftruncate64(change.file, size);
+        const std::string path = "/proc/self/fd/" + std::to_string(change.file);
+        const int file = real_open64(path.c_str(), O_WRONLY | O_CLOEXEC);
+        (void)real_pwrite64(file, bytes.data(), bytes.size(), change.offset);
+        (void)real_ftruncate64(file, size);
     }
     [[noreturn]] void cut()
     {
