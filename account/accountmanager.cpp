@@ -144,11 +144,15 @@ void AccountManager::init(Factory factory)
     connect(settings, &AppSettingModel::paramsBeReseted, this, [this] {
         if (m_loginAccount)
             m_loginAccount->updateUserCacheDataPath();
-        // Whoever resets the settings signs nobody out.
-        if (m_loggingOutAll || idsToSave().isEmpty())
+        if (m_loggingOutAll)
             return;
-        AppSettingModel::instance()->setAccountIds(idsToSave(), true);
+        const QList<qint64> found = m_deleteAll ? QList<qint64>() : takeStored();
+        // Whoever resets the settings signs nobody out.
+        if (idsToSave().isEmpty())
+            return;
+        storeIds(idsToSave());
         saveAccounts();
+        restoreLate(found);
     });
     connect(settings, &AppSettingModel::infoPanelViewModeChanged, this, [this] {
         m_infoPanelVisible = infoPanelVisible();
@@ -162,26 +166,10 @@ void AccountManager::init(Factory factory)
     m_accountFactory = std::move(factory);
 
     const QVariantList storedIds = settings->accountIds();
-    const qint64 storedCurrentId = settings->currentAccountId();
-    QList<qint64> ids;
-    for (const QVariant &stored : storedIds) {
-        const qint64 id = stored.toLongLong();
-        if (id < 1)
-            logRefusal(
-                QStringLiteral("the stored account id \"%1\" is none").arg(stored.toString()));
-        if (id < 1 || ids.contains(id))
-            continue;
-        if (id == storedCurrentId)
-            ids.prepend(id);
-        else
-            ids.append(id);
-    }
-
     setAppLocked(!settings->passcode().isEmpty());
-    for (qint64 id : std::as_const(ids))
-        addAbsent(id, AccountBase::StoreClosed);
+    const QList<qint64> ids = takeStored();
     m_restoring = true;
-    for (qint64 id : std::as_const(ids)) {
+    for (qint64 id : ids) {
         if (isAbsent(id)) // unless a handler has signed it in, or everybody out
             restore(id);
     }
@@ -198,6 +186,46 @@ void AccountManager::init(Factory factory)
     m_appDataMove->resume();
     initGeometry();
     ImLog::info(lcAccounts(), QStringLiteral("AccountManager::init end"));
+}
+
+/// Notes the stored accounts that have not been met yet, as not available; the current one first.
+QList<qint64> AccountManager::takeStored()
+{
+    const AppSettingModel *settings = AppSettingModel::instance();
+    QList<qint64> found;
+    for (const QVariant &stored : settings->accountIds()) {
+        const qint64 id = stored.toLongLong();
+        if (id < 1)
+            logRefusal(
+                QStringLiteral("the stored account id \"%1\" is none").arg(stored.toString()));
+        if (id < 1 || m_known.contains(id))
+            continue;
+        m_known.insert(id);
+        if (id == settings->currentAccountId())
+            found.prepend(id);
+        else
+            found.append(id);
+    }
+    for (qint64 id : std::as_const(found))
+        addAbsent(id, AccountBase::StoreClosed);
+    return found;
+}
+
+/// Restores accounts of settings that could not be read at the start.
+void AccountManager::restoreLate(const QList<qint64> &ids)
+{
+    if (ids.isEmpty())
+        return;
+    if (!AppSettingModel::instance()->passcode().isEmpty())
+        setAppLocked(true);
+    QMetaObject::invokeMethod(
+        this,
+        [this, ids] {
+            for (qint64 id : ids)
+                retryAccount(id);
+            m_appDataMove->resume();
+        },
+        Qt::QueuedConnection);
 }
 
 void AccountManager::restore(qint64 id)
@@ -607,17 +635,36 @@ QVariantList AccountManager::idsToSave() const
     return ids;
 }
 
+/// Settings that have not been read may hold a list of their own: it is not replaced.
+void AccountManager::storeIds(const QVariantList &ids)
+{
+    AppSettingModel *settings = AppSettingModel::instance();
+    for (const QVariant &id : ids)
+        m_known.insert(id.toLongLong());
+    if (!settings->isUnread())
+        settings->setAccountIds(ids, true);
+    else if (!ids.isEmpty()) // which would reset what is stored
+        settings->setAccountIds(ids, false);
+}
+
+void AccountManager::storeCurrentId(qint64 id)
+{
+    AppSettingModel *settings = AppSettingModel::instance();
+    settings->setCurrentAccountId(id, !settings->isUnread());
+}
+
 void AccountManager::saveAccounts()
 {
     if (m_deleteAll)
         return;
+    takeStored();
     // An empty list resets all settings, once its signal has been delivered, and with them what a
     // handler of that has stored.
     AppSettingModel *settings = AppSettingModel::instance();
     QVariantList ids;
     do {
         ids = idsToSave();
-        settings->setAccountIds(ids, true);
+        storeIds(ids);
     } while (!m_deleteAll && ids != idsToSave());
     saveCurrentId();
     // Who has signed in is not to do so again after a power cut; nor is who signed out back.
@@ -634,9 +681,9 @@ void AccountManager::saveCurrentId()
     const bool signedIn =
         isListed(current) || (m_beingListed.contains(current) && current->authorized());
     if (signedIn && !m_deleteAll)
-        settings->setCurrentAccountId(current->accountId(), true);
+        storeCurrentId(current->accountId());
     else if (!idsToSave().contains(settings->currentAccountId()))
-        settings->setCurrentAccountId(0, true);
+        storeCurrentId(0);
 }
 
 // The end of an object
@@ -809,7 +856,7 @@ void AccountManager::setCurrentAccount(AccountBase *account, bool forced)
         m_lastAccount = nullptr;
     // An account that logged out may still have its id.
     if (account && account->authorized() && account->accountId() > 0) {
-        AppSettingModel::instance()->setCurrentAccountId(account->accountId(), true);
+        storeCurrentId(account->accountId());
         if (overtaken())
             return;
     }
@@ -1217,7 +1264,7 @@ void AccountManager::unlockApp(bool destroy, bool notebookMode)
     });
     // Not where handlers have finished it: somebody may have signed in since.
     if (m_deleteAll)
-        AppSettingModel::instance()->setCurrentAccountId(0, true);
+        storeCurrentId(0);
     if (nothingListed && m_deleteAll)
         finishWipe();
 }

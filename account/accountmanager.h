@@ -9,6 +9,7 @@
 #include <QAbstractListModel>
 #include <QHash>
 #include <QPointer>
+#include <QSet>
 #include <QSize>
 #include <QThread>
 #include <QThreadPool>
@@ -28,7 +29,9 @@ class NewDeviceLoginManager;
 /// What is kept: the id of an account that signed in stays in the settings until it logs out, by
 /// logout(), logoutAll() or a destroying unlockApp(). One that could not be opened just now, and
 /// one whose object the application deleted, are not listed but in unavailableAccounts(), and tried
-/// again at the next start. Forgotten are accounts that are gone: without a database, or with one
+/// again at the next start. So are all where the settings themselves cannot be read yet: nothing is
+/// stored until they are, then those that are stored come in beside those that signed in meanwhile.
+/// Forgotten are accounts that are gone: without a database, or with one
 /// that opens and is nobody's, see AccountBase::restore(). AppSettingModel::reset() signs nobody
 /// out: their ids, and that of the current account, are stored again. While an account is listed
 /// and current, its id is the stored current one.
@@ -427,6 +430,10 @@ private:
     bool removeAbsent(qint64 id);
     void announceAbsent();
     QVariantList idsToSave() const;
+    QList<qint64> takeStored();
+    void restoreLate(const QList<qint64> &ids);
+    void storeIds(const QVariantList &ids);
+    void storeCurrentId(qint64 id);
     void saveAccounts();
     void saveCurrentId();
     void finishWipe();
@@ -457,6 +464,7 @@ private:
     /// Those that addAccount() is about to list. Whoever refuses or logs out one takes it out.
     QList<AccountBase *> m_beingListed;
     QList<Absent> m_absent;
+    QSet<qint64> m_known;            // ids that were stored, or are
     QList<Absent> m_announcedAbsent; // by unavailableAccountsChanged()
     bool m_changingRows = false;
     std::deque<std::function<void()>> m_postponed; // until the rows have changed

@@ -1,5 +1,6 @@
 #include "settings/appsettingmodel.h"
 
+#include "account/threadmanager.h"
 #include "i18n/languagefollower.h"
 #include "i18n/translations.h"
 #include "imlog/imlog.h"
@@ -18,6 +19,7 @@
 #include <QMetaMethod>
 #include <QQmlEngine>
 #include <QThread>
+#include <QTimer>
 
 #include <algorithm>
 #include <array>
@@ -32,6 +34,9 @@ std::atomic<AppSettingModel *> theModel = nullptr;
 std::mutex theModelMutex; // guards the making of it, and what follows
 bool isReleasing = false;
 constexpr int closeMs = 5000;
+// For a store that does not open: each time twice as long.
+constexpr int firstRetryMs = 1000;
+constexpr int lastRetryMs = 60'000;
 
 const char defaultConsoleOptions[] = "[{\"uri\": \"im.base\", \"enable\": true}, "
                                      "{\"uri\": \"im.component\", \"enable\": true}, "
@@ -202,7 +207,9 @@ AppSettingModel::~AppSettingModel()
 
 void AppSettingModel::loadGlobalData()
 {
-    m_storage->open();
+    m_isUnread = !m_storage->open();
+    if (m_isUnread)
+        readLater(firstRetryMs);
     // What was changed while the store was closed is newer than what is in it, and among these.
     const QList<storage::SettingInfo> rows = m_writer->allInfos();
     {
@@ -227,6 +234,34 @@ void AppSettingModel::loadGlobalData()
     Q_EMIT screenCaptureHotkeyChanged(screenCaptureHotkey());
     Q_EMIT screenRecordHotkeyChanged(screenRecordHotkey());
     Q_EMIT showImHotkeyChanged(showImHotkey());
+}
+
+bool AppSettingModel::isUnread() const
+{
+    return m_isUnread;
+}
+
+/// Asks for the store until it opens: in the save thread, as that may take long.
+void AppSettingModel::readLater(int ms)
+{
+    QTimer::singleShot(ms, this, [this, ms] {
+        if (readNow())
+            return;
+        ThreadManager::invoke(
+            [storage = *m_storage->settingStorage()]() mutable { storage.apply({}); }, true);
+        readLater(std::min(2 * ms, lastRetryMs));
+    });
+}
+
+/// Reads an unread store if it has opened meanwhile. False while there is one.
+bool AppSettingModel::readNow()
+{
+    if (m_isUnread && thread() == QThread::currentThread() && m_storage->isOpen()) {
+        ImLog::info(lcSettings(), QStringLiteral("The settings can be read now"));
+        loadGlobalData();
+        announceAll();
+    }
+    return !m_isUnread;
 }
 
 template <typename T>
@@ -353,12 +388,14 @@ void AppSettingModel::removeKey(const QString &key)
 
 bool AppSettingModel::flush()
 {
-    return m_writer->flush();
+    if (m_isUnread && thread() == QThread::currentThread())
+        m_storage->open();
+    return readNow() && m_writer->flush();
 }
 
 bool AppSettingModel::flush(QDeadlineTimer deadline)
 {
-    return m_writer->flush(deadline);
+    return readNow() && m_writer->flush(deadline);
 }
 
 void AppSettingModel::reset()
@@ -400,7 +437,8 @@ void AppSettingModel::reset()
     // A handler may have reset anew what had been announced. After the second time they are left to
     // themselves: a handler that sets and resets each time would never let this end.
     for (const bool again : {false, true}) {
-        announceReset();
+        announceAll();
+        ImLog::info(lcSettings(), QStringLiteral("AppSettingModel::resetAppSetting"));
         const std::lock_guard lock(m_mutex);
         if (again || std::exchange(m_resets, Resets::One) == Resets::One) {
             m_resets = Resets::None;
@@ -441,8 +479,8 @@ void AppSettingModel::dropSignedIn()
     }
 }
 
-/// Announces the defaults.
-void AppSettingModel::announceReset()
+/// Announces all values, as a reset does its defaults.
+void AppSettingModel::announceAll()
 {
 #define CHANGED(name)                                                                              \
     announce<AppSettingModel, &AppSettingModel::name, &AppSettingModel::name##Changed>
@@ -519,7 +557,6 @@ void AppSettingModel::announceReset()
     for (const auto step : order)
         step(this);
     Q_EMIT paramsBeReseted();
-    ImLog::info(lcSettings(), QStringLiteral("AppSettingModel::resetAppSetting"));
 }
 
 void AppSettingModel::resetBadgeCounter()

@@ -187,7 +187,15 @@ public:
     /// Opens the store and fills the cache; to be called once at start-up, before the getters mean
     /// anything. Sets the application's font size, its dynamic property "fontPixelSize" and its
     /// language (by its method "switchLanguage", where it has one), and announces the hot keys.
+    ///
+    /// A store that cannot be opened just now is tried again in the save thread, after a second at first and
+    /// after a minute at last. Once it
+    /// opens, its values take the place of the defaults, but for what was set and saved meanwhile,
+    /// and all are announced as by a reset().
     Q_INVOKABLE void loadGlobalData();
+    /// True after a loadGlobalData() that could not open the store, until that has been read.
+    /// AccountManager stores no list of accounts then: it would replace one that nobody has seen.
+    bool isUnread() const;
 
     /// The value stored under `key`, or `defaultValue`.
     ///
@@ -213,8 +221,8 @@ public:
     /// Removes a value from memory, and its row in the background. Nothing is announced.
     void removeKey(const QString &key);
     /// Returns when all changes so far are on the disk, where not even a power cut takes them back.
-    /// False when it cannot be written to: the changes are kept, and tried again later. From any
-    /// thread. Without it a change that is saved is in the store, and survives a kill, as soon as the
+    /// False when it cannot be written to, or has not been read: the changes are kept, and tried again
+    /// later. From any thread; but what has not been read is read here on the main thread only. Without it a change that is saved is in the store, and survives a kill, as soon as the
     /// save thread has written it; a power cut may take back that of the last second.
     bool flush();
     /// The same on a thread of its own, until `deadline` at most, whatever the disk does.
@@ -360,7 +368,9 @@ private:
     bool holds(const QString &key, const QVariant &value) const;
     void keepSignedIn();
     void dropSignedIn();
-    void announceReset();
+    void announceAll();
+    void readLater(int ms);
+    bool readNow();
     void closeStorage();
 
     class Change;
@@ -369,6 +379,7 @@ private:
     mutable std::recursive_mutex m_mutex;
     int m_changes = 0;       // under way on the thread that holds the lock
     bool m_writeDue = false; // at their end
+    std::atomic_bool m_isUnread = false;
     enum class Resets { None, One, More } m_resets = Resets::None; // being announced
     QVariantMap m_signedIn;   // while a reset is announced: the rows that tell who was
     bool m_isStandIn = false; // see releaseInstance(); never written

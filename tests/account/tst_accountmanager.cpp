@@ -126,6 +126,15 @@ private Q_SLOTS:
     void init();
     void cleanup();
     void beforeInit();
+    void settingsThatOpenLate_data()
+    {
+        QTest::addColumn<bool>("signsIn");
+        QTest::addColumn<bool>("byFlush");
+        QTest::newRow("nobody signs in") << false << false;
+        QTest::newRow("somebody signs in") << true << false;
+        QTest::newRow("somebody waits for the disk") << true << true;
+    }
+    void settingsThatOpenLate();
     void accountsThatCannotBeRestored_data();
     void accountsThatCannotBeRestored();
     void scenarios();
@@ -501,6 +510,51 @@ void TestAccountManager::otherThreadsReadTheList()
             manager()->logout(manager()->getAccountByIndex(0));
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
+}
+
+/// The disk is full, or another process holds the settings, when the application starts.
+void TestAccountManager::settingsThatOpenLate()
+{
+    QFETCH(bool, signsIn);
+    QFETCH(bool, byFlush);
+    start();
+    signIn({1, 2});
+    manager()->setCurrentAccount(1);
+    settings()->setPasscode(QStringLiteral("digest"));
+    settings()->setSaveasPath(QStringLiteral("kept"));
+    stop();
+
+    const QString file = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
+        + QStringLiteral("/global.db");
+    QVERIFY(QFile::rename(file, file + QStringLiteral(".aside")) && QDir().mkdir(file));
+    start();
+    QVERIFY(settings()->isUnread());
+    settings()->setDarkMode(true);
+    if (signsIn) {
+        signIn({3});
+        // Who comes and goes meanwhile resets nothing that is stored.
+        signIn({4});
+        manager()->logout(manager()->getAccount(4));
+    }
+    QVERIFY(!settings()->flush());
+    QVERIFY(!qApp->property("appLocked").toBool());
+
+    QVERIFY(QDir().rmdir(file) && QFile::rename(file + QStringLiteral(".aside"), file));
+    if (byFlush)
+        QTRY_VERIFY(settings()->flush());
+    QTRY_COMPARE_WITH_TIMEOUT(manager()->count(), signsIn ? 3 : 2, 20'000);
+    QVERIFY(!settings()->isUnread());
+    QVERIFY(qApp->property("appLocked").toBool());
+    QCOMPARE(settings()->saveasPath(), QStringLiteral("kept"));
+    QVERIFY(settings()->darkMode());
+    QVERIFY(manager()->unavailableAccounts().isEmpty());
+    const Ids expected = signsIn ? Ids{3, 1, 2} : Ids{1, 2};
+    QCOMPARE(manager()->getAccountIds(), expected);
+    QCOMPARE(manager()->currentAccount()->accountId(), expected.first());
+    QVERIFY(settings()->flush());
+    stop();
+    start();
+    QCOMPARE(manager()->getAccountIds(), expected);
 }
 
 QTEST_GUILESS_MAIN(TestAccountManager)
