@@ -57,6 +57,12 @@ void processEvents()
     QCoreApplication::processEvents(QEventLoop::AllEvents, waitMilliseconds);
 }
 
+/// Set where a wipe could not remove everything: the next start tries again.
+QString leftStoresKey()
+{
+    return QStringLiteral("left_stores");
+}
+
 void logRefusal(const QString &reason)
 {
     ImLog::error(lcAccounts(), QStringLiteral("AccountManager: ") + reason);
@@ -96,8 +102,11 @@ AccountManager::~AccountManager()
     // The accounts report their end to the manager, and what cleans up after them may use them.
     finishResetPool(waitRounds * waitMilliseconds);
     finishFileTransferThread();
-    while (const auto *account = findChild<AccountBase *>({}, Qt::FindDirectChildrenOnly))
+    while (auto *account = findChild<AccountBase *>({}, Qt::FindDirectChildrenOnly)) {
+        // Or an event loop in a slot of destroyed() would delete it a second time.
+        QCoreApplication::removePostedEvents(account, QEvent::DeferredDelete);
         delete account;
+    }
 }
 
 /// A pool or thread that is destroyed while it hangs would wait, or abort the process: it is left
@@ -182,6 +191,8 @@ void AccountManager::init(Factory factory)
     chooseCurrentAccount(0);
     saveCurrentId();
     announceAbsent();
+    if (settings->value(leftStoresKey(), false).toBool() && removeTraces())
+        settings->removeKey(leftStoresKey());
     m_notebookAccount = createAccount(false, true);
     m_appDataMove->resume();
     initGeometry();
@@ -1129,13 +1140,15 @@ void AccountManager::finishWipe()
         return;
     m_absent.clear();
     // Before the settings forget: whoever is killed here wipes the rest at the next start.
-    removeTraces();
+    const bool removed = removeTraces();
     AppSettingModel::instance()->setAccountIds({}, true);
     logoutAll();
     updateTotals();
     m_finishingWipe = false;
     m_deleteAll = false;
     saveCurrentId();
+    if (!removed)
+        AppSettingModel::instance()->setValue(leftStoresKey(), true, true);
     AppSettingModel::instance()->flush();
     AppSettingModel::instance()->globalStorage()->removeSetAside();
     ImLog::instance()->removeFiles();
@@ -1143,9 +1156,10 @@ void AccountManager::finishWipe()
     QMetaObject::invokeMethod(this, &AccountManager::afterUnlockApp, Qt::QueuedConnection);
 }
 
-/// Removes the stores of all accounts, and the key that theirs are sealed under. Whoever signs in just
-/// now, in a handler, keeps both: an account is not to be listed without a store.
-void AccountManager::removeTraces()
+/// Removes the stores of all accounts that are not signed in, and the key that they are sealed under.
+/// Whoever signs in just now, in a handler, keeps both: an account is not to be listed without a
+/// store. False when something stays that should not.
+bool AccountManager::removeTraces()
 {
     if (m_notebookAccount)
         m_notebookAccount->closeStorage();
@@ -1154,19 +1168,21 @@ void AccountManager::removeTraces()
         if (account->storage()->isOpen())
             inUse.append(QFileInfo(account->storage()->filePath()).path());
     }
+    for (const Absent &absent : m_absent)
+        inUse.append(QDir::cleanPath(AccountBase::statusDataPath(absent.id)));
+    bool removed = true;
     const QDir data(AppDirManager::instance()->defaultCacheDataDir());
     for (const QString &name : data.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         bool isId = false;
         name.toLongLong(&isId);
         const QString store = data.filePath(name) + QStringLiteral("/userstatus");
         if (isId && QFileInfo::exists(store) && !inUse.contains(QDir::cleanPath(store)))
-            Util::removeLocalFolder(data.filePath(name));
+            removed = Util::removeLocalFolder(data.filePath(name)) && removed;
     }
     if (inUse.isEmpty())
-        crypto::MasterKey::installation()->remove();
-    else
-        logRefusal(
-            QStringLiteral("the wipe leaves the store and the key of an account that signs in"));
+        return crypto::MasterKey::installation()->remove() && removed;
+    logRefusal(QStringLiteral("the wipe leaves the store and the key of an account that signs in"));
+    return removed;
 }
 
 void AccountManager::logoutAll()

@@ -1,5 +1,6 @@
 #include "content/mediaplace_p.h"
 
+#include "base/undying.h"
 #include "content/modelbaseutil.h"
 #include "settings/appdirmanager.h"
 
@@ -15,7 +16,7 @@ namespace
 
 const QSet<QString> &mediaFolders()
 {
-    static const QSet<QString> folders = [] {
+    static const auto &folders = undying([] {
         QSet<QString> all;
         for (int modelType = 1; modelType <= 256; modelType *= 2) {
             for (int fileType = 0; fileType <= 13; ++fileType) {
@@ -24,7 +25,7 @@ const QSet<QString> &mediaFolders()
             }
         }
         return all;
-    }();
+    }());
     return folders;
 }
 

@@ -35,8 +35,8 @@ QString cleanDir(const QString &path)
 
 AppDirManager *AppDirManager::instance()
 {
-    static AppDirManager manager;
-    return &manager;
+    static auto *const manager = new AppDirManager; // for threads, whatever is destroyed
+    return manager;
 }
 
 AppDirManager::AppDirManager()

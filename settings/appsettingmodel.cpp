@@ -406,21 +406,23 @@ void AppSettingModel::reset()
         const Change change(this);
         keptServerConfig = serverConfig();
         keptVersion = getValue(databaseVersionKey(), 1);
-        const QString mediaKey = QStringLiteral("left_media");
-        const QVariant leftMedia = getValue(mediaKey, {});
         keepSignedIn();
+        // What has yet to be deleted.
+        ValueCache values;
+        for (const QString &key : {QStringLiteral("left_media"), QStringLiteral("left_stores")}) {
+            if (const auto found = m_cache.find(key); found != m_cache.end())
+                values.insert(*found);
+        }
+        if (const QVariant places = m_signedIn.value(formerPlacesKey()); places.isValid())
+            values.insert_or_assign(formerPlacesKey(), places);
         // What is kept goes with the wipe: a kill between the two must not lose it.
         QList<storage::SettingInfo> kept = {{databaseVersionKey(), keptVersion, {}},
                                             {serverConfigKey(), keptServerConfig, {}}};
-        if (leftMedia.isValid())
-            kept.append({mediaKey, leftMedia, {}});
+        for (const auto &[key, value] : values)
+            kept.append({key, value, {}});
         for (auto row = m_signedIn.cbegin(); row != m_signedIn.cend(); ++row)
             kept.append({row.key(), row.value(), {}});
-        m_cache.clear();
-        if (leftMedia.isValid())
-            m_cache.insert_or_assign(mediaKey, leftMedia);
-        if (const QVariant places = m_signedIn.value(formerPlacesKey()); places.isValid())
-            m_cache.insert_or_assign(formerPlacesKey(), places);
+        m_cache = std::move(values);
         if (m_writer->putRemovalOfAll(kept))
             m_writeDue = true;
     }

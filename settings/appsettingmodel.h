@@ -228,8 +228,8 @@ public:
     /// The same on a thread of its own, until `deadline` at most, whatever the disk does.
     bool flush(QDeadlineTimer deadline);
 
-    /// Wipes all settings but "database_version", "server_config" and "left_media" (what
-    /// AppDataMove has yet to delete), in one step as far as the store is concerned, and announces
+    /// Wipes all settings but "database_version", "server_config", "left_media" and "left_stores"
+    /// (what AppDataMove and AccountManager have yet to delete), in one step as far as the store is concerned, and announces
     /// the defaults. What is not announced one by one is to be read again after paramsBeReseted.
     /// Signs nobody out: AccountManager stores its accounts again, and a kill in between loses none.
     /// While somebody stays, so does what tells where media lay before, see AppDirManager.

@@ -13,13 +13,17 @@
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
+#include <QTimer>
 
 #include <sqlite3.h>
 #include <SQLiteCpp/SQLiteCpp.h>
 
 #include <cstring>
+#include <fcntl.h>
 #include <functional>
+#include <sys/file.h>
 #include <thread>
+#include <unistd.h>
 
 namespace
 {
@@ -132,12 +136,13 @@ private Q_SLOTS:
         QTest::addColumn<bool>("byFlush");
         QTest::newRow("nobody signs in") << false << false;
         QTest::newRow("somebody signs in") << true << false;
-        QTest::newRow("somebody waits for the disk") << true << true;
+        QTest::newRow("another process had them") << true << true;
     }
     void settingsThatOpenLate();
     void accountsThatCannotBeRestored_data();
     void accountsThatCannotBeRestored();
     void scenarios();
+    void eventsWhileAccountsEnd();
     void lostConnections();
     void otherThreadsReadTheList();
 
@@ -524,9 +529,16 @@ void TestAccountManager::settingsThatOpenLate()
     settings()->setSaveasPath(QStringLiteral("kept"));
     stop();
 
-    const QString file = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
-        + QStringLiteral("/global.db");
-    QVERIFY(QFile::rename(file, file + QStringLiteral(".aside")) && QDir().mkdir(file));
+    const QString directory = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+    const QString file = directory + QStringLiteral("/global.db");
+    const QString aside = file + QStringLiteral(".aside");
+    int other = -1;
+    if (byFlush) {
+        other = ::open(QFile::encodeName(directory).constData(), O_RDONLY);
+        QCOMPARE(flock(other, LOCK_EX | LOCK_NB), 0);
+    } else {
+        QVERIFY(QFile::rename(file, aside) && QDir().mkdir(file));
+    }
     start();
     QVERIFY(settings()->isUnread());
     settings()->setDarkMode(true);
@@ -539,9 +551,12 @@ void TestAccountManager::settingsThatOpenLate()
     QVERIFY(!settings()->flush());
     QVERIFY(!qApp->property("appLocked").toBool());
 
-    QVERIFY(QDir().rmdir(file) && QFile::rename(file + QStringLiteral(".aside"), file));
-    if (byFlush)
-        QTRY_VERIFY(settings()->flush());
+    if (byFlush) {
+        ::close(other);
+        QVERIFY(settings()->flush());
+    } else {
+        QVERIFY(QDir().rmdir(file) && QFile::rename(aside, file));
+    }
     QTRY_COMPARE_WITH_TIMEOUT(manager()->count(), signsIn ? 3 : 2, 20'000);
     QVERIFY(!settings()->isUnread());
     QVERIFY(qApp->property("appLocked").toBool());
@@ -555,6 +570,25 @@ void TestAccountManager::settingsThatOpenLate()
     stop();
     start();
     QCOMPARE(manager()->getAccountIds(), expected);
+}
+
+void TestAccountManager::eventsWhileAccountsEnd()
+{
+    start();
+    signIn({1, 2, 3});
+    manager()->getAccount(1)->setAccountId(2);
+    QCOMPARE(manager()->getAccountIds(), (Ids{1, 2, 3}));
+    int ended = 0;
+    for (qint64 id : {1, 2, 3}) {
+        connect(manager()->getAccount(id), &QObject::destroyed, [&] {
+            QEventLoop loop;
+            QTimer::singleShot(1, &loop, &QEventLoop::quit);
+            loop.exec();
+            ++ended;
+        });
+    }
+    stop();
+    QCOMPARE(ended, 3);
 }
 
 QTEST_GUILESS_MAIN(TestAccountManager)

@@ -240,8 +240,12 @@ int main(int argc, char **argv)
             return 2;
         ::fcntl(pipe[1], F_SETFL, 0);
         for (const QFileInfo &file : QDir(u"/proc/self/fd"_s).entryInfoList(QDir::AllEntries)) {
-            if (file.symLinkTarget().endsWith(u"/im.log"_s))
-                ::dup2(pipe[1], file.fileName().toInt());
+            if (!file.symLinkTarget().endsWith(u"/im.log"_s))
+                continue;
+            const int log = file.fileName().toInt();
+            if (!(::fcntl(log, F_GETFD) & FD_CLOEXEC)) // programs that are started would have it
+                return 3;
+            ::dup2(pipe[1], log);
         }
         bool isWritten = false;
         for (int i = 0; i < 3; ++i) {
