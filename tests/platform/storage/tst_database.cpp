@@ -4,12 +4,11 @@
 #include "storage/keystorage.h"
 #include "storage/settingstorage.h"
 #include "storage/userstorageprovider.h"
+#include "support/files.h"
 #include "support/privacy.h"
 
 #include <QDir>
 #include <QDirIterator>
-#include <QProcess>
-#include <QRandomGenerator>
 #include <QScopeGuard>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -19,7 +18,6 @@
 #include <sqlite3.h>
 #include <SQLiteCpp/SQLiteCpp.h>
 
-#include <cstdio>
 #include <functional>
 #include <future>
 
@@ -44,19 +42,6 @@ constexpr int pageSize = 4096;
 constexpr int rowCount = 3000;
 
 const SchemaSteps schema = {"CREATE TABLE t (k PRIMARY KEY NOT NULL, v)"};
-
-QByteArray contents(const QString &path)
-{
-    QFile input(path);
-    return input.open(QFile::ReadOnly) ? input.readAll() : QByteArray();
-}
-
-void overwrite(const QString &path, const QByteArray &bytes)
-{
-    QFile output(path);
-    QVERIFY(output.open(QFile::WriteOnly | QFile::Truncate));
-    QCOMPARE(output.write(bytes), bytes.size());
-}
 
 int number(Database &database, const char *sql)
 {
@@ -105,27 +90,6 @@ int scratchPage(QByteArray &bytes, int page)
         : 0;
     bytes.replace(page * pageSize, pageSize, QByteArray(pageSize, '\xa5'));
     return rows;
-}
-
-constexpr int batchSize = 10;
-
-/// A child that writes batches and says on its standard output which are saved.
-int saveUntilKilled()
-{
-    GlobalStorageProvider provider;
-    if (!provider.open())
-        return 1;
-    int batch = 0;
-    for (;;) {
-        SettingChanges changes;
-        ++batch;
-        for (int i = 0; i < batchSize; ++i)
-            changes.saved.append({u"%1/%2"_s.arg(batch).arg(i), batch, QString(batch % 300, u'r')});
-        if (!provider.settingStorage()->apply(changes))
-            return 2;
-        std::printf("%d\n", batch);
-        std::fflush(stdout);
-    }
 }
 
 } // namespace
@@ -196,7 +160,7 @@ private Q_SLOTS:
         makeFile(rowCount);
         QByteArray bytes = contents(file());
         const auto [least, most] = damage(bytes);
-        overwrite(file(), bytes);
+        QVERIFY(write(file(), bytes));
 
         Database database(schema);
         QVERIFY(database.open(file()));
@@ -244,7 +208,7 @@ private Q_SLOTS:
             bytes.replace(0, 100, QByteArray(100, 0));
         else
             lost = scratchPage(bytes, rowPages(bytes).at(3));
-        overwrite(file(), bytes);
+        QVERIFY(write(file(), bytes));
 
         Database database(schema);
         QVERIFY(database.open(file()));
@@ -252,38 +216,6 @@ private Q_SLOTS:
         QCOMPARE(number(database, countSoundRows), rowCount + 10 - lost);
         QCOMPARE(contents(m_directory->filePath(setAside().at(0))), bytes);
         QCOMPARE(contents(m_directory->filePath(setAside().filter(u"-wal"_s).value(0))), log);
-    }
-
-    void survivesAnyFlippedByte()
-    {
-        makeFile(200);
-        const QByteArray whole = contents(file());
-        QRandomGenerator random(4711);
-        int opened = 0;
-        constexpr int rounds = 24;
-        for (int round = 0; round < rounds; ++round) {
-            QByteArray bytes = whole;
-            // Half of them where the structure is: file header, page headers, cell pointers.
-            for (int i = 0; i < 8; ++i) {
-                const int page = random.bounded(int(bytes.size() / pageSize));
-                const int offset = random.bounded(round % 2 == 0 ? 200 : pageSize);
-                bytes[page * pageSize + offset] = char(random.bounded(256));
-            }
-            QFile::remove(file("x.db-wal"));
-            overwrite(file(), bytes);
-            Database database(schema);
-            if (database.open(file())) {
-                ++opened;
-                QVERIFY(number(database, "SELECT count(*) FROM t") >= 0);
-                QVERIFY(database.write("test", [&] {
-                    database.statement("INSERT OR REPLACE INTO t VALUES ('new', 1)").exec();
-                }));
-            } else {
-                // A header that speaks of another version is nothing that may be repaired.
-                QCOMPARE(contents(file()), bytes);
-            }
-        }
-        QVERIFY2(opened > rounds * 3 / 4, qPrintable(QString::number(opened)));
     }
 
     void worksWithTwoAtOnce()
@@ -322,8 +254,8 @@ private Q_SLOTS:
             // As an earlier version left them, with a log that goes on.
             const QByteArray bytes = contents(provider.filePath() + u"-wal"_s);
             provider.close();
-            overwrite(provider.filePath() + u"-wal"_s, bytes);
-            overwrite(provider.filePath(), "rubbish");
+            QVERIFY(write(provider.filePath() + u"-wal"_s, bytes));
+            QVERIFY(write(provider.filePath(), "rubbish"));
             for (QDirIterator file(home, QDir::Files); file.hasNext();)
                 QFile::setPermissions(file.next(), everybody);
             QFile::setPermissions(home, everybody);
@@ -340,7 +272,7 @@ private Q_SLOTS:
     void refusesBadPaths()
     {
         QVERIFY(QDir(m_directory->path()).mkdir(u"directory"_s));
-        overwrite(file("file"), "something");
+        QVERIFY(write(file("file"), "something"));
         QStringList paths{file("directory"), file("file/x.db")};
 #ifdef Q_OS_LINUX
         QCOMPARE(mkfifo(QFile::encodeName(file("pipe")).constData(), 0600), 0);
@@ -394,7 +326,7 @@ private Q_SLOTS:
         QCOMPARE(QDir(m_directory->path()).entryList(QDir::Files).size(), exists ? 1 : 0);
 
         // What an opening for reading left, when it was not refused.
-        overwrite(file("x.db-shm"), {});
+        QVERIFY(write(file("x.db-shm"), {}));
         ::chmod(QByteArray(name + "-shm").constData(), 0400);
         ::chmod(name.constData(), 0600);
         QVERIFY(database.open(file()));
@@ -445,7 +377,7 @@ private Q_SLOTS:
         // A disk that is there a moment late costs nothing that is set until then.
         GlobalStorageProvider provider;
         provider.setDirectory(m_directory->filePath(u"late"_s));
-        overwrite(m_directory->filePath(u"late"_s), {});
+        QVERIFY(write(m_directory->filePath(u"late"_s), {}));
         QVERIFY(!provider.open());
         QVERIFY(!provider.settingStorage()->save({u"key"_s, 1, {}}));
         QVERIFY(QFile::remove(m_directory->filePath(u"late"_s)));
@@ -453,7 +385,7 @@ private Q_SLOTS:
         GlobalStorageProvider::closeAllInCrash();
         QTest::qSleep(2 * Database::retryMs);
         QVERIFY(!provider.settingStorage()->save({u"key"_s, 1, {}}));
-        overwrite(m_directory->filePath(u"late"_s), {});
+        QVERIFY(write(m_directory->filePath(u"late"_s), {}));
         QVERIFY(!provider.open());
         QVERIFY(QFile::remove(m_directory->filePath(u"late"_s)));
         QTRY_VERIFY(provider.settingStorage()->save({u"key"_s, 2, {}}));
@@ -488,33 +420,17 @@ private Q_SLOTS:
         SettingStorage &settings = *provider.settingStorage();
         ConfigStorage &config = *provider.bufferConfigStorage();
         KeyStorage &keys = *provider.keyStorage();
-        const struct {
-            std::function<bool()> save, remove;
-        } rows[] = {
-            {[&] {
-                 return settings.save({u"key"_s, secret, {}});
-             },
-             [&] { return settings.removeAll(); }},
-            {[&] {
-                 return settings.save({u"key"_s, secret, {}});
-             },
-             [&] {
-                 return settings.save({u"key"_s, 1, {}}) && settings.clearLog();
-             }},
-            {[&] {
-                 return config.save({u"key"_s, secret});
-             },
-             [&] {
-                 return config.apply({true, {}, {{u"kept"_s, 1}}});
-             }},
-            {[&] {
-                 return keys.save({u"chat"_s, u"id"_s, 1, secret});
-             },
-             [&] { return keys.removeAll(); }},
-            {[&] {
-                 return keys.save({u"chat"_s, u"id"_s, 1, secret});
-             },
-             [&] { return keys.remove(u"chat"_s, u"id"_s, 1); }},
+        const auto saveSetting = [&] { return settings.save({u"key"_s, secret, {}}); };
+        const auto replaceSetting = [&] { return settings.save({u"key"_s, 1, {}}); };
+        const auto saveConfig = [&] { return config.save({u"key"_s, secret}); };
+        const auto replaceConfigs = [&] { return config.apply({true, {}, {{u"kept"_s, 1}}}); };
+        const auto saveKey = [&] { return keys.save({u"chat"_s, u"id"_s, 1, secret}); };
+        const std::pair<std::function<bool()>, std::function<bool()>> rows[] = {
+            {saveSetting, [&] { return settings.removeAll(); }},
+            {saveSetting, [&] { return replaceSetting() && settings.clearLog(); }},
+            {saveConfig, replaceConfigs},
+            {saveKey, [&] { return keys.removeAll(); }},
+            {saveKey, [&] { return keys.remove(u"chat"_s, u"id"_s, 1); }},
         };
         for (const auto &[save, remove] : rows) {
             // In the log, and in the file itself.
@@ -592,7 +508,7 @@ private Q_SLOTS:
         // A damaged file of an older version.
         QByteArray bytes = whole;
         const int kept = rowCount - scratchPage(bytes, rowPages(bytes).at(4));
-        overwrite(file(), bytes);
+        QVERIFY(write(file(), bytes));
         Database database(second);
         QVERIFY(database.open(file()));
         QVERIFY(database.recovered());
@@ -634,7 +550,7 @@ private Q_SLOTS:
         // Without room for what a damaged file still holds it stays in its place.
         QByteArray bytes = contents(file());
         count -= scratchPage(bytes, rowPages(bytes).constLast());
-        overwrite(file(), bytes);
+        QVERIFY(write(file(), bytes));
         QVERIFY(!limited(4096, [&] { return database.open(file()); }));
         QCOMPARE(contents(file()), bytes);
         QCOMPARE(setAside(), QStringList());
@@ -645,51 +561,7 @@ private Q_SLOTS:
         QSKIP("no limit to the size of files here");
 #endif
     }
-
-    void killedWhileSaving()
-    {
-        constexpr int rounds = 12;
-        for (int round = 0; round < rounds; ++round) {
-            QProcess child;
-            child.start(QCoreApplication::applicationFilePath(), {u"--save"_s});
-            QVERIFY(child.waitForReadyRead());
-            QTest::qSleep(2 * round);
-            child.kill();
-            QVERIFY(child.waitForFinished());
-            QCOMPARE(child.exitStatus(), QProcess::CrashExit);
-            const QByteArray output = child.readAllStandardOutput();
-            // What follows the last line feed is half a number.
-            const QList<QByteArray> lines = output.left(output.lastIndexOf('\n')).split('\n');
-            const int acknowledged = lines.constLast().toInt();
-            QVERIFY(acknowledged > 0);
-
-            GlobalStorageProvider provider;
-            QVERIFY(provider.open());
-            QVERIFY(!provider.recovered());
-            QMap<int, int> rows; // of each batch
-            for (const SettingInfo &info : provider.settingStorage()->allInfos()) {
-                ++rows[info.value.toInt()];
-                QCOMPARE(info.remark.size(), info.value.toInt() % 300);
-            }
-            // All batches from the first on, each whole; at most the one under way is missing or there.
-            QVERIFY(rows.size() == acknowledged || rows.size() == acknowledged + 1);
-            QCOMPARE(rows.lastKey(), int(rows.size()));
-            for (const int count : rows)
-                QCOMPARE(count, batchSize);
-            SQLite::Database other(provider.filePath().toStdString());
-            QCOMPARE(other.execAndGet("PRAGMA integrity_check").getString(), std::string("ok"));
-            QVERIFY(provider.settingStorage()->removeAll());
-        }
-    }
 };
 
-int main(int argc, char **argv)
-{
-    QCoreApplication app(argc, argv);
-    if (app.arguments().value(1) == QLatin1StringView("--save"))
-        return saveUntilKilled();
-    tst_Database test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_GUILESS_MAIN(tst_Database)
 #include "tst_database.moc"
