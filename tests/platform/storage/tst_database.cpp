@@ -9,6 +9,7 @@
 
 #include <QDir>
 #include <QDirIterator>
+#include <QProcess>
 #include <QScopeGuard>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -18,6 +19,7 @@
 #include <sqlite3.h>
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include <cstdio>
 #include <functional>
 #include <future>
 
@@ -90,6 +92,27 @@ int scratchPage(QByteArray &bytes, int page)
         : 0;
     bytes.replace(page * pageSize, pageSize, QByteArray(pageSize, '\xa5'));
     return rows;
+}
+
+constexpr int batchSize = 10;
+
+/// A child that writes batches and says on its standard output which are saved.
+int saveUntilKilled()
+{
+    GlobalStorageProvider provider;
+    if (!provider.open())
+        return 1;
+    int batch = 0;
+    for (;;) {
+        SettingChanges changes;
+        ++batch;
+        for (int i = 0; i < batchSize; ++i)
+            changes.saved.append({u"%1/%2"_s.arg(batch).arg(i), batch, QString(batch % 300, u'r')});
+        if (!provider.settingStorage()->apply(changes))
+            return 2;
+        std::printf("%d\n", batch);
+        std::fflush(stdout);
+    }
 }
 
 } // namespace
@@ -561,7 +584,51 @@ private Q_SLOTS:
         QSKIP("no limit to the size of files here");
 #endif
     }
+
+    void killedWhileSaving()
+    {
+        constexpr int rounds = 12;
+        for (int round = 0; round < rounds; ++round) {
+            QProcess child;
+            child.start(QCoreApplication::applicationFilePath(), {u"--save"_s});
+            QVERIFY(child.waitForReadyRead());
+            QTest::qSleep(2 * round);
+            child.kill();
+            QVERIFY(child.waitForFinished());
+            QCOMPARE(child.exitStatus(), QProcess::CrashExit);
+            const QByteArray output = child.readAllStandardOutput();
+            // What follows the last line feed is half a number.
+            const QList<QByteArray> lines = output.left(output.lastIndexOf('\n')).split('\n');
+            const int acknowledged = lines.constLast().toInt();
+            QVERIFY(acknowledged > 0);
+
+            GlobalStorageProvider provider;
+            QVERIFY(provider.open());
+            QVERIFY(!provider.recovered());
+            QMap<int, int> rows; // of each batch
+            for (const SettingInfo &info : provider.settingStorage()->allInfos()) {
+                ++rows[info.value.toInt()];
+                QCOMPARE(info.remark.size(), info.value.toInt() % 300);
+            }
+            // All batches from the first on, each whole; at most the one under way is missing or there.
+            QVERIFY(rows.size() == acknowledged || rows.size() == acknowledged + 1);
+            QCOMPARE(rows.lastKey(), int(rows.size()));
+            for (const int count : rows)
+                QCOMPARE(count, batchSize);
+            SQLite::Database other(provider.filePath().toStdString());
+            QCOMPARE(other.execAndGet("PRAGMA integrity_check").getString(), std::string("ok"));
+            QVERIFY(provider.settingStorage()->removeAll());
+        }
+    }
 };
 
-QTEST_GUILESS_MAIN(tst_Database)
+int main(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    if (app.arguments().value(1) == QLatin1StringView("--save"))
+        return saveUntilKilled();
+    tst_Database test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_database.moc"
