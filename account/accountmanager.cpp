@@ -972,10 +972,13 @@ void AccountManager::abandonSignIn(AccountBase *account)
     m_beingListed.removeAll(account);
     if (account != m_currentAccount && account == m_loginAccount)
         resetLoginAccount();
-    // A handler may log out the one that was to follow.
+    // A handler may log out the one that was to follow; and one that cannot follow is not asked twice.
+    AccountBase *asked = guard;
     while (isUsable(guard) && guard == m_currentAccount && !m_closing) {
-        if (count() > 0) {
-            setCurrentAccount(successor(0), true);
+        AccountBase *next = count() > 0 ? successor(0) : nullptr;
+        if (next && next != guard && next != asked) {
+            asked = next;
+            setCurrentAccount(next, true);
         } else {
             if (guard == m_loginAccount)
                 setLogin(nullptr);
