@@ -1,0 +1,295 @@
+#pragma once
+
+#include "account/threadmanager.h"
+#include "dialog/datainfomodel.h"
+#include "imcrypto/store.h"
+#include "settings/accountsettingmodel.h"
+#include "settings/appsettingmodel.h"
+#include "storage/globalstorageprovider.h"
+#include "storage/userstorageprovider.h"
+#include "support/fakeaccount.h"
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <vector>
+
+/// A session that stores and tells what is safe, as a process of its own that comes to a sudden end;
+/// and what the next start must find.
+namespace session
+{
+
+constexpr qint64 id = 10001;
+constexpr int slotCount = 16; // of the ranges: each step saves one and removes another
+
+inline AppSettingModel *settings()
+{
+    return AppSettingModel::instance();
+}
+
+inline AccountManager *manager()
+{
+    return AccountManager::getInstance();
+}
+
+/// As long as no other near it, so that a torn value shows.
+inline QByteArray bytesOf(int number)
+{
+    return QByteArray::number(number) + QByteArray(32 + 400 * (number % 10), '.');
+}
+
+/// 0 where nothing is stored, -1 for what was never written.
+inline int numberOf(const QByteArray &bytes)
+{
+    const int number = bytes.left(bytes.indexOf('.')).toInt();
+    return bytes.isEmpty() ? 0 : bytes == bytesOf(number) ? number : -1;
+}
+
+/// What the session stores again and again, with a number that grows.
+struct Value {
+    QByteArray name;
+    std::function<bool(FakeAccount &, int number)> write;
+    std::function<bool(FakeAccount &)> flush; // none where what was written is safe at once
+    std::function<int(FakeAccount &)> read;   // -1 for what was never written, or in this order
+};
+
+/// Rows that are written one after the other: the first may be one step ahead of the last.
+template <typename Write, typename Flush, typename Read>
+Value rows(const QByteArray &name, Write write, Flush flush, Read read)
+{
+    static const auto keys = [] {
+        QStringList all;
+        for (int row = 0; row < 6; ++row)
+            all.append(QStringLiteral("row/%1").arg(row));
+        return all;
+    }();
+    return {name,
+            [=](FakeAccount &account, int number) {
+                for (const QString &key : keys)
+                    write(account, key, bytesOf(number));
+                return true;
+            },
+            flush,
+            [=](FakeAccount &account) {
+                std::vector<int> numbers;
+                for (const QString &key : keys)
+                    numbers.push_back(numberOf(read(account, key)));
+                const bool inOrder = std::is_sorted(numbers.crbegin(), numbers.crend())
+                    && numbers.front() - numbers.back() <= 1;
+                return inOrder ? numbers.back() : -1;
+            }};
+}
+
+inline QString slot(int number)
+{
+    return QStringLiteral("slot/%1").arg(number % slotCount);
+}
+
+inline int readSlots(const DataInfoModel &ranges)
+{
+    int last = 0;
+    for (int i = 0; i < slotCount; ++i)
+        last = std::max(last, numberOf(ranges.missRange(slot(i))));
+    for (int number = last; number > std::max(0, last - slotCount); --number) {
+        const int there = numberOf(ranges.missRange(slot(number)));
+        const int age = last - number;
+        if (age != slotCount / 2 && there != (age < slotCount / 2 ? number : 0))
+            return -1;
+    }
+    // Saved, but what is to go with it may still be there.
+    const int other = last - slotCount / 2;
+    return other > 0 && !ranges.missRange(slot(other)).isEmpty() ? last - 1 : last;
+}
+
+inline bool flushRanges(FakeAccount &account)
+{
+    return account.dataInfoModel()->flush();
+}
+
+inline const Value values[] = {
+    rows(
+        "settings",
+        [](FakeAccount &, const QString &key, const QByteArray &value) {
+            settings()->setValue(key, value, true);
+        },
+        [](FakeAccount &) { return settings()->flush(); },
+        [](FakeAccount &, const QString &key) {
+            return settings()->getValue(key, {}).toByteArray();
+        }),
+    rows(
+        "account settings",
+        [](FakeAccount &account, const QString &key, const QByteArray &value) {
+            account.accountSettingModel()->setValue(key, value, true);
+        },
+        [](FakeAccount &account) { return account.accountSettingModel()->flush(); },
+        [](FakeAccount &account, const QString &key) {
+            return account.accountSettingModel()->getValue(key, {}).toByteArray();
+        }),
+    rows(
+        "ranges",
+        [](FakeAccount &account, const QString &key, const QByteArray &value) {
+            account.dataInfoModel()->saveMissRange(key, value);
+        },
+        flushRanges,
+        [](FakeAccount &account, const QString &key) {
+            return account.dataInfoModel()->missRange(key);
+        }),
+    {"slots",
+     [](FakeAccount &account, int number) {
+         account.dataInfoModel()->saveMissRange(slot(number), bytesOf(number));
+         account.dataInfoModel()->removeMissRange(slot(number + slotCount / 2));
+         return true;
+     },
+     flushRanges, [](FakeAccount &account) { return readSlots(*account.dataInfoModel()); }},
+    {"offset",
+     [](FakeAccount &account, int number) {
+         account.dataInfoModel()->saveContactsOffset(number);
+         return account.dataInfoModel()->flush();
+     },
+     {},
+     [](FakeAccount &account) { return int(account.dataInfoModel()->contactsOffset()); }},
+    {"user key",
+     [](FakeAccount &account, int number) {
+         return account.signalStore()->saveUserKey({7, 1, 1}, bytesOf(number));
+     },
+     {},
+     [](FakeAccount &account) {
+         return numberOf(account.signalStore()->userKey({7, 1, 1}));
+     }},
+    {"chat keys",
+     [](FakeAccount &account, int number) {
+         return account.signalStore()->saveChatKey(QStringLiteral("G-1"), number, bytesOf(number));
+     },
+     {},
+     [](FakeAccount &account) {
+         int last = 0;
+         for (const auto &[version, key] :
+              account.signalStore()->getMissingChatKeys(QStringLiteral("G-1"), 1, INT_MAX)) {
+             if (version != ++last || numberOf(key) != version)
+                 return -1;
+         }
+         return last;
+     }},
+    {"secure keys",
+     [](FakeAccount &account, int number) {
+         return !account.signalStore()->secureKey(QStringLiteral("key"), number, true).isEmpty();
+     },
+     {},
+     [](FakeAccount &account) {
+         int last = 0;
+         while (account.signalStore()->secureKey(QStringLiteral("key"), last + 1).size() == 32)
+             ++last;
+         return last;
+     }},
+};
+
+/// A line for what is safe now, in one call: two threads speak.
+inline void say(const QByteArray &what, int number)
+{
+    std::printf("%d %s\n", number, what.constData());
+    std::fflush(stdout);
+}
+
+/// Opens its store where it signed in before.
+class Account : public FakeAccount
+{
+public:
+    using FakeAccount::FakeAccount;
+    void restore(QVariantMap params, bool, int) override
+    {
+        setAccountId(params.value(QStringLiteral("userId")).toLongLong());
+        setAuthorized(openStorage(false));
+    }
+};
+
+inline void start()
+{
+    ThreadManager::getInstance()->init();
+    settings()->loadGlobalData();
+    manager()->init([](QObject *parent) { return new Account(parent); });
+}
+
+/// The account, which signs in unless it did before; null where that fails.
+inline FakeAccount *signIn()
+{
+    if (AccountBase *known = manager()->getAccount(id))
+        return static_cast<FakeAccount *>(known);
+    manager()->addAccount();
+    auto *account = static_cast<FakeAccount *>(manager()->loginAccount());
+    if (!account || !account->signIn(id))
+        return nullptr;
+    if (settings()->flush())
+        say("account", 1);
+    return account;
+}
+
+inline void stop()
+{
+    manager()->waitForFinished();
+    AccountManager::releaseInstance();
+    ThreadManager::getInstance()->quitAll();
+    AppSettingModel::releaseInstance();
+}
+
+/// What a session has said, by the name of the value.
+using Safe = QMap<QByteArray, int>;
+
+/// Adds what a session has said; returns how much that is. What follows the last line feed is half
+/// a line.
+inline int addSaid(const QByteArray &output, Safe *safe)
+{
+    int count = 0;
+    for (const QByteArray &line : output.left(output.lastIndexOf('\n')).split('\n')) {
+        if (line.isEmpty())
+            continue;
+        const qsizetype space = line.indexOf(' ');
+        (*safe)[line.mid(space + 1)] = line.left(space).toInt();
+        ++count;
+    }
+    return count;
+}
+
+/// Starts, looks for what is safe, and stops; `more` runs in between where the account is there.
+/// Returns what is lost or torn, and which stores did not open or only after a repair.
+template <typename More>
+QString check(const Safe &safe, More more)
+{
+    QStringList wrong;
+    const auto expect = [&](bool holds, const QString &otherwise) {
+        if (!holds)
+            wrong.append(otherwise);
+    };
+    start();
+    const auto *global = settings()->globalStorage();
+    expect(global->isOpen() && !global->recovered(), QStringLiteral("The settings do not open"));
+    QStringList files{global->filePath()};
+    auto *account = static_cast<FakeAccount *>(manager()->getAccount(id));
+    expect(account || !safe.contains("account"), QStringLiteral("The account is lost"));
+    if (account) {
+        expect(account->storage()->isOpen() && !account->storage()->recovered(),
+               QStringLiteral("The account's store does not open"));
+        files.append(account->storage()->filePath());
+        for (const Value &value : values) {
+            const int there = value.read(*account);
+            expect(there >= safe.value(value.name),
+                   QStringLiteral("%1: %2 was safe, %3 is there")
+                       .arg(QLatin1StringView(value.name))
+                       .arg(safe.value(value.name))
+                       .arg(there));
+        }
+        more(&wrong);
+    } else {
+        FakeAccount nobody;
+        expect(values[0].read(nobody) >= 0, QStringLiteral("A setting is torn"));
+    }
+    stop();
+    for (const QString &file : files) {
+        SQLite::Database database(file.toStdString());
+        expect(database.execAndGet("PRAGMA integrity_check").getString() == "ok", file);
+    }
+    return wrong.join(QLatin1Char('\n'));
+}
+
+} // namespace session
