@@ -74,7 +74,7 @@ void crashSoon(const std::vector<pthread_t> &threads)
 /// then; what is safe as soon as the call returns is stored on another one.
 int writeUntilKilled(bool crash)
 {
-    session::start();
+    startApplication();
     FakeAccount *account = session::signIn();
     if (!account)
         return 1;

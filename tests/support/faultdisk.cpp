@@ -8,10 +8,12 @@
 //   kill   the process ends instead of that call, with the code 99
 //   cut    and the power fails: what was not synced is as it was before
 //   torn   as cut, but by FAULT_SEED some of what was not synced is on the disk, in any order
+// Whoever makes a file of the name power-cut has the power fail, too.
 // A sync of a file makes its data, its size and its name durable; one of a directory what happened
 // to the names in it; one of the file system everything. The log, and
 // what is only memory that processes share, are not watched.
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -161,6 +163,34 @@ public:
     }
 
     void allSynced() { m_changes.clear(); }
+    [[noreturn]] void cut()
+    {
+        REAL(rename);
+        REAL(unlink);
+        for (auto change = m_changes.rbegin(); change != m_changes.rend(); ++change) {
+            if (change->what != Change::Name) {
+                set(*change, change->before, change->sizeBefore);
+                continue;
+            }
+            if (!change->made.empty() && !change->gone.empty())
+                real_rename(change->made.c_str(), change->gone.c_str());
+            else if (!change->made.empty())
+                real_unlink(change->made.c_str());
+            if (!change->kept.empty())
+                real_rename(change->kept.c_str(),
+                            (change->made.empty() ? change->gone : change->made).c_str());
+        }
+        if (m_kind == "torn") {
+            std::minstd_rand random(m_seed);
+            for (const Change &change : m_changes) {
+                if (change.what == Change::Write && random() % 2)
+                    set(change, change.after,
+                        std::max(about(change.file).st_size,
+                                 change.offset + off_t(change.after.size())));
+            }
+        }
+        _exit(99);
+    }
 
     std::mutex mutex;
 
@@ -190,34 +220,6 @@ private:
         REAL(ftruncate64);
         (void)real_pwrite64(change.file, bytes.data(), bytes.size(), change.offset);
         (void)real_ftruncate64(change.file, size);
-    }
-    [[noreturn]] void cut()
-    {
-        REAL(rename);
-        REAL(unlink);
-        for (auto change = m_changes.rbegin(); change != m_changes.rend(); ++change) {
-            if (change->what != Change::Name) {
-                set(*change, change->before, change->sizeBefore);
-                continue;
-            }
-            if (!change->made.empty() && !change->gone.empty())
-                real_rename(change->made.c_str(), change->gone.c_str());
-            else if (!change->made.empty())
-                real_unlink(change->made.c_str());
-            if (!change->kept.empty())
-                real_rename(change->kept.c_str(),
-                            (change->made.empty() ? change->gone : change->made).c_str());
-        }
-        if (m_kind == "torn") {
-            std::minstd_rand random(m_seed);
-            for (const Change &change : m_changes) {
-                if (change.what == Change::Write && random() % 2)
-                    set(change, change.after,
-                        std::max(about(change.file).st_size,
-                                 change.offset + off_t(change.after.size())));
-            }
-        }
-        _exit(99);
     }
     static std::string canonical(const std::string &path)
     {
@@ -307,6 +309,8 @@ int make(const char *path, int flags, mode_t mode, Open real)
     if (!disk.isWatched(path) || !(flags & (O_CREAT | O_TRUNC)))
         return real(path, flags, mode);
     const std::lock_guard lock(disk.mutex);
+    if (std::string(path).ends_with("/power-cut"))
+        disk.cut();
     struct stat before;
     const bool isNew = ::stat(path, &before) != 0;
     const bool cuts = !isNew && flags & O_TRUNC && before.st_size > 0;

@@ -1,10 +1,8 @@
 #pragma once
 
-#include "account/threadmanager.h"
 #include "dialog/datainfomodel.h"
 #include "imcrypto/store.h"
 #include "settings/accountsettingmodel.h"
-#include "settings/appsettingmodel.h"
 #include "storage/globalstorageprovider.h"
 #include "storage/userstorageprovider.h"
 #include "support/fakeaccount.h"
@@ -192,25 +190,6 @@ inline void say(const QByteArray &what, int number)
     std::fflush(stdout);
 }
 
-/// Opens its store where it signed in before.
-class Account : public FakeAccount
-{
-public:
-    using FakeAccount::FakeAccount;
-    void restore(QVariantMap params, bool, int) override
-    {
-        setAccountId(params.value(QStringLiteral("userId")).toLongLong());
-        setAuthorized(openStorage(false));
-    }
-};
-
-inline void start()
-{
-    ThreadManager::getInstance()->init();
-    settings()->loadGlobalData();
-    manager()->init([](QObject *parent) { return new Account(parent); });
-}
-
 /// The account, which signs in unless it did before; null where that fails.
 inline FakeAccount *signIn()
 {
@@ -223,14 +202,6 @@ inline FakeAccount *signIn()
     if (settings()->flush())
         say("account", 1);
     return account;
-}
-
-inline void stop()
-{
-    manager()->waitForFinished();
-    AccountManager::releaseInstance();
-    ThreadManager::getInstance()->quitAll();
-    AppSettingModel::releaseInstance();
 }
 
 /// What a session has said, by the name of the value.
@@ -261,7 +232,7 @@ QString check(const Safe &safe, More more)
         if (!holds)
             wrong.append(otherwise);
     };
-    start();
+    startApplication();
     const auto *global = settings()->globalStorage();
     expect(global->isOpen() && !global->recovered(), QStringLiteral("The settings do not open"));
     QStringList files{global->filePath()};
@@ -284,7 +255,7 @@ QString check(const Safe &safe, More more)
         FakeAccount nobody;
         expect(values[0].read(nobody) >= 0, QStringLiteral("A setting is torn"));
     }
-    stop();
+    leaveApplication();
     for (const QString &file : files) {
         SQLite::Database database(file.toStdString());
         expect(database.execAndGet("PRAGMA integrity_check").getString() == "ok", file);
