@@ -271,6 +271,14 @@ QString AccountBase::statusDataPath(qint64 id)
 
 void AccountBase::setAccountId(qint64 accountId)
 {
+    if (const auto *manager = qobject_cast<AccountManager *>(parent());
+        m_authorized && accountId != m_accountId && manager && manager->containsAccount(this)) {
+        ImLog::error(lcAccount(),
+                     QStringLiteral("Account %1 is listed and keeps its id; refused: %2")
+                         .arg(m_accountId)
+                         .arg(accountId));
+        return;
+    }
     const qint64 old = m_accountId.exchange(accountId);
     if (m_userStatusDataPath.isEmpty() || (old != accountId && accountId > 0)) {
         m_pathId = accountId;

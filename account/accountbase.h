@@ -169,7 +169,8 @@ public:
     /// Also chooses the directories below: those named after the id. With an id below 1 they stay
     /// what they are, at first those of the id 0. Opens and moves nothing; but an open store is that
     /// of the id before: until openStorage(), the keys answer nothing and settings and data ranges
-    /// stay in memory. Another id after one above 0 forgets the person, see above.
+    /// stay in memory. Another id after one above 0 forgets the person, see above. Refused, with a
+    /// log line, while the account is authorized and the manager lists it.
     void setAccountId(qint64 accountId);
     bool isAccountId(qint64 id) const { return id == m_accountId; }
     /// True for this account's id and for the ids of its other identities: those of which the key

@@ -57,6 +57,12 @@ void processEvents()
     QCoreApplication::processEvents(QEventLoop::AllEvents, waitMilliseconds);
 }
 
+/// Set where a wipe could not remove everything: the next start tries again.
+QString leftStoresKey()
+{
+    return QStringLiteral("left_stores");
+}
+
 void logRefusal(const QString &reason)
 {
     ImLog::error(lcAccounts(), QStringLiteral("AccountManager: ") + reason);
@@ -96,8 +102,11 @@ AccountManager::~AccountManager()
     // The accounts report their end to the manager, and what cleans up after them may use them.
     finishResetPool(waitRounds * waitMilliseconds);
     finishFileTransferThread();
-    while (const auto *account = findChild<AccountBase *>({}, Qt::FindDirectChildrenOnly))
+    while (auto *account = findChild<AccountBase *>({}, Qt::FindDirectChildrenOnly)) {
+        // Or an event loop in a slot of destroyed() would delete it a second time.
+        QCoreApplication::removePostedEvents(account, QEvent::DeferredDelete);
         delete account;
+    }
 }
 
 /// A pool or thread that is destroyed while it hangs would wait, or abort the process: it is left
@@ -144,11 +153,15 @@ void AccountManager::init(Factory factory)
     connect(settings, &AppSettingModel::paramsBeReseted, this, [this] {
         if (m_loginAccount)
             m_loginAccount->updateUserCacheDataPath();
-        // Whoever resets the settings signs nobody out.
-        if (m_loggingOutAll || idsToSave().isEmpty())
+        if (m_loggingOutAll)
             return;
-        AppSettingModel::instance()->setAccountIds(idsToSave(), true);
+        const QList<qint64> found = m_deleteAll ? QList<qint64>() : takeStored();
+        // Whoever resets the settings signs nobody out.
+        if (idsToSave().isEmpty())
+            return;
+        storeIds(idsToSave());
         saveAccounts();
+        restoreLate(found);
     });
     connect(settings, &AppSettingModel::infoPanelViewModeChanged, this, [this] {
         m_infoPanelVisible = infoPanelVisible();
@@ -162,26 +175,10 @@ void AccountManager::init(Factory factory)
     m_accountFactory = std::move(factory);
 
     const QVariantList storedIds = settings->accountIds();
-    const qint64 storedCurrentId = settings->currentAccountId();
-    QList<qint64> ids;
-    for (const QVariant &stored : storedIds) {
-        const qint64 id = stored.toLongLong();
-        if (id < 1)
-            logRefusal(
-                QStringLiteral("the stored account id \"%1\" is none").arg(stored.toString()));
-        if (id < 1 || ids.contains(id))
-            continue;
-        if (id == storedCurrentId)
-            ids.prepend(id);
-        else
-            ids.append(id);
-    }
-
     setAppLocked(!settings->passcode().isEmpty());
-    for (qint64 id : std::as_const(ids))
-        addAbsent(id, AccountBase::StoreClosed);
+    const QList<qint64> ids = takeStored();
     m_restoring = true;
-    for (qint64 id : std::as_const(ids)) {
+    for (qint64 id : ids) {
         if (isAbsent(id)) // unless a handler has signed it in, or everybody out
             restore(id);
     }
@@ -194,10 +191,52 @@ void AccountManager::init(Factory factory)
     chooseCurrentAccount(0);
     saveCurrentId();
     announceAbsent();
+    if (settings->value(leftStoresKey(), false).toBool() && removeTraces())
+        settings->removeKey(leftStoresKey());
     m_notebookAccount = createAccount(false, true);
     m_appDataMove->resume();
     initGeometry();
     ImLog::info(lcAccounts(), QStringLiteral("AccountManager::init end"));
+}
+
+/// Notes the stored accounts that have not been met yet, as not available; the current one first.
+QList<qint64> AccountManager::takeStored()
+{
+    const AppSettingModel *settings = AppSettingModel::instance();
+    QList<qint64> found;
+    for (const QVariant &stored : settings->accountIds()) {
+        const qint64 id = stored.toLongLong();
+        if (id < 1)
+            logRefusal(
+                QStringLiteral("the stored account id \"%1\" is none").arg(stored.toString()));
+        if (id < 1 || m_known.contains(id))
+            continue;
+        m_known.insert(id);
+        if (id == settings->currentAccountId())
+            found.prepend(id);
+        else
+            found.append(id);
+    }
+    for (qint64 id : std::as_const(found))
+        addAbsent(id, AccountBase::StoreClosed);
+    return found;
+}
+
+/// Restores accounts of settings that could not be read at the start.
+void AccountManager::restoreLate(const QList<qint64> &ids)
+{
+    if (ids.isEmpty())
+        return;
+    if (!AppSettingModel::instance()->passcode().isEmpty())
+        setAppLocked(true);
+    QMetaObject::invokeMethod(
+        this,
+        [this, ids] {
+            for (qint64 id : ids)
+                retryAccount(id);
+            m_appDataMove->resume();
+        },
+        Qt::QueuedConnection);
 }
 
 void AccountManager::restore(qint64 id)
@@ -607,17 +646,36 @@ QVariantList AccountManager::idsToSave() const
     return ids;
 }
 
+/// Settings that have not been read may hold a list of their own: it is not replaced.
+void AccountManager::storeIds(const QVariantList &ids)
+{
+    AppSettingModel *settings = AppSettingModel::instance();
+    for (const QVariant &id : ids)
+        m_known.insert(id.toLongLong());
+    if (!settings->isUnread())
+        settings->setAccountIds(ids, true);
+    else if (!ids.isEmpty()) // which would reset what is stored
+        settings->setAccountIds(ids, false);
+}
+
+void AccountManager::storeCurrentId(qint64 id)
+{
+    AppSettingModel *settings = AppSettingModel::instance();
+    settings->setCurrentAccountId(id, !settings->isUnread());
+}
+
 void AccountManager::saveAccounts()
 {
     if (m_deleteAll)
         return;
+    takeStored();
     // An empty list resets all settings, once its signal has been delivered, and with them what a
     // handler of that has stored.
     AppSettingModel *settings = AppSettingModel::instance();
     QVariantList ids;
     do {
         ids = idsToSave();
-        settings->setAccountIds(ids, true);
+        storeIds(ids);
     } while (!m_deleteAll && ids != idsToSave());
     saveCurrentId();
     // Who has signed in is not to do so again after a power cut; nor is who signed out back.
@@ -634,9 +692,9 @@ void AccountManager::saveCurrentId()
     const bool signedIn =
         isListed(current) || (m_beingListed.contains(current) && current->authorized());
     if (signedIn && !m_deleteAll)
-        settings->setCurrentAccountId(current->accountId(), true);
+        storeCurrentId(current->accountId());
     else if (!idsToSave().contains(settings->currentAccountId()))
-        settings->setCurrentAccountId(0, true);
+        storeCurrentId(0);
 }
 
 // The end of an object
@@ -809,7 +867,7 @@ void AccountManager::setCurrentAccount(AccountBase *account, bool forced)
         m_lastAccount = nullptr;
     // An account that logged out may still have its id.
     if (account && account->authorized() && account->accountId() > 0) {
-        AppSettingModel::instance()->setCurrentAccountId(account->accountId(), true);
+        storeCurrentId(account->accountId());
         if (overtaken())
             return;
     }
@@ -1082,13 +1140,15 @@ void AccountManager::finishWipe()
         return;
     m_absent.clear();
     // Before the settings forget: whoever is killed here wipes the rest at the next start.
-    removeTraces();
+    const bool removed = removeTraces();
     AppSettingModel::instance()->setAccountIds({}, true);
     logoutAll();
     updateTotals();
     m_finishingWipe = false;
     m_deleteAll = false;
     saveCurrentId();
+    if (!removed)
+        AppSettingModel::instance()->setValue(leftStoresKey(), true, true);
     AppSettingModel::instance()->flush();
     AppSettingModel::instance()->globalStorage()->removeSetAside();
     ImLog::instance()->removeFiles();
@@ -1096,9 +1156,10 @@ void AccountManager::finishWipe()
     QMetaObject::invokeMethod(this, &AccountManager::afterUnlockApp, Qt::QueuedConnection);
 }
 
-/// Removes the stores of all accounts, and the key that theirs are sealed under. Whoever signs in just
-/// now, in a handler, keeps both: an account is not to be listed without a store.
-void AccountManager::removeTraces()
+/// Removes the stores of all accounts that are not signed in, and the key that they are sealed under.
+/// Whoever signs in just now, in a handler, keeps both: an account is not to be listed without a
+/// store. False when something stays that should not.
+bool AccountManager::removeTraces()
 {
     if (m_notebookAccount)
         m_notebookAccount->closeStorage();
@@ -1107,19 +1168,21 @@ void AccountManager::removeTraces()
         if (account->storage()->isOpen())
             inUse.append(QFileInfo(account->storage()->filePath()).path());
     }
+    for (const Absent &absent : m_absent)
+        inUse.append(QDir::cleanPath(AccountBase::statusDataPath(absent.id)));
+    bool removed = true;
     const QDir data(AppDirManager::instance()->defaultCacheDataDir());
     for (const QString &name : data.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         bool isId = false;
         name.toLongLong(&isId);
         const QString store = data.filePath(name) + QStringLiteral("/userstatus");
         if (isId && QFileInfo::exists(store) && !inUse.contains(QDir::cleanPath(store)))
-            Util::removeLocalFolder(data.filePath(name));
+            removed = Util::removeLocalFolder(data.filePath(name)) && removed;
     }
     if (inUse.isEmpty())
-        crypto::MasterKey::installation()->remove();
-    else
-        logRefusal(
-            QStringLiteral("the wipe leaves the store and the key of an account that signs in"));
+        return crypto::MasterKey::installation()->remove() && removed;
+    logRefusal(QStringLiteral("the wipe leaves the store and the key of an account that signs in"));
+    return removed;
 }
 
 void AccountManager::logoutAll()
@@ -1217,7 +1280,7 @@ void AccountManager::unlockApp(bool destroy, bool notebookMode)
     });
     // Not where handlers have finished it: somebody may have signed in since.
     if (m_deleteAll)
-        AppSettingModel::instance()->setCurrentAccountId(0, true);
+        storeCurrentId(0);
     if (nothingListed && m_deleteAll)
         finishWipe();
 }

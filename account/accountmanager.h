@@ -9,6 +9,7 @@
 #include <QAbstractListModel>
 #include <QHash>
 #include <QPointer>
+#include <QSet>
 #include <QSize>
 #include <QThread>
 #include <QThreadPool>
@@ -28,10 +29,12 @@ class NewDeviceLoginManager;
 /// What is kept: the id of an account that signed in stays in the settings until it logs out, by
 /// logout(), logoutAll() or a destroying unlockApp(). One that could not be opened just now, and
 /// one whose object the application deleted, are not listed but in unavailableAccounts(), and tried
-/// again at the next start. Forgotten are accounts that are gone: without a database, or with one
-/// that opens and is nobody's, see AccountBase::restore(). AppSettingModel::reset() signs nobody
-/// out: their ids, and that of the current account, are stored again. While an account is listed
-/// and current, its id is the stored current one.
+/// again at the next start. While the settings themselves cannot be read, no id is stored; once they
+/// can be, those that are stored come in beside those that signed in meanwhile. Forgotten are
+/// accounts that are gone: without a database, or with one that opens and is nobody's, see
+/// AccountBase::restore(). AppSettingModel::reset() signs nobody out: their ids, and that of the
+/// current account, are stored again. While an account is listed and current, its id is the stored
+/// current one.
 ///
 /// The dynamic property "appLocked" of the application object tells whether a passcode is asked
 /// for: init() sets it when there is one, unlockApp() and the end of the last account clear it.
@@ -201,7 +204,8 @@ public:
     /// to log out ends in appWiped(). By then the application data directory holds no store of an
     /// account any more, be it one that could not be opened, or the notebook's, nor "master.key",
     /// log files, or damaged files that were set aside; but an account whose store is open then, as
-    /// of one that is signing in, keeps that and the key. Where there is nothing to go back to from
+    /// of one that is signing in, keeps that and the key. What cannot be removed is named in the log,
+    /// and tried again at each start. Where there is nothing to go back to from
     /// the notebook, a new sign-in is.
     Q_INVOKABLE void unlockApp(bool destroy, bool notebookMode);
     /// The end of a wipe, queued by it; emits appWiped().
@@ -427,10 +431,14 @@ private:
     bool removeAbsent(qint64 id);
     void announceAbsent();
     QVariantList idsToSave() const;
+    QList<qint64> takeStored();
+    void restoreLate(const QList<qint64> &ids);
+    void storeIds(const QVariantList &ids);
+    void storeCurrentId(qint64 id);
     void saveAccounts();
     void saveCurrentId();
     void finishWipe();
-    void removeTraces();
+    bool removeTraces();
     void initGeometry();
     void updateInfoPanelVisible();
     void setMeeting(MeetingModelBase *meeting);
@@ -457,6 +465,7 @@ private:
     /// Those that addAccount() is about to list. Whoever refuses or logs out one takes it out.
     QList<AccountBase *> m_beingListed;
     QList<Absent> m_absent;
+    QSet<qint64> m_known;            // ids that were stored, or are
     QList<Absent> m_announcedAbsent; // by unavailableAccountsChanged()
     bool m_changingRows = false;
     std::deque<std::function<void()>> m_postponed; // until the rows have changed

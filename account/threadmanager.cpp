@@ -9,6 +9,7 @@
 #include <QThread>
 #include <QThreadPool>
 
+#include <atomic>
 #include <chrono>
 #include <deque>
 #include <map>
@@ -86,6 +87,8 @@ private:
     const std::function<void()> m_fn;
 };
 
+std::atomic_bool quitsWithApplication = false;
+
 } // namespace
 
 /// Is never deleted: it outlives the manager for threads that were given up, and for what uses the
@@ -144,6 +147,13 @@ ThreadManager::~ThreadManager()
 
 void ThreadManager::init()
 {
+    // What tasks use goes piece by piece once the application object is gone.
+    if (QCoreApplication::instance() && !quitsWithApplication.exchange(true)) {
+        qAddPostRoutine([] {
+            quitsWithApplication = false;
+            getInstance()->quitAll();
+        });
+    }
     bool quitting;
     {
         const std::lock_guard lock(d->mutex);

@@ -23,8 +23,8 @@ class MODELBASE_EXPORT ThreadManager : public QObject
     Q_OBJECT
     MODELBASE_QML_SINGLETON(ThreadManager, getInstance)
 public:
-    /// The process-wide instance, made by the first call; its destruction at process exit does what
-    /// quitAll() does. invoke(), invokeLater() and run() work after it, too.
+    /// The process-wide instance, made by the first call. The end of the application object, and that
+    /// of the process, do what quitAll() does. invoke(), invokeLater() and run() work after it, too.
     static ThreadManager *getInstance();
 
     /// Makes the pool (at most 8 threads) and starts the save thread. A second call does nothing;

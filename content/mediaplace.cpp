@@ -1,5 +1,6 @@
 #include "content/mediaplace_p.h"
 
+#include "base/undying.h"
 #include "content/modelbaseutil.h"
 #include "settings/appdirmanager.h"
 
@@ -7,12 +8,15 @@
 #include <QFileInfo>
 #include <QSet>
 
+#include <algorithm>
+#include <utility>
+
 namespace
 {
 
 const QSet<QString> &mediaFolders()
 {
-    static const QSet<QString> folders = [] {
+    static const auto &folders = undying([] {
         QSet<QString> all;
         for (int modelType = 1; modelType <= 256; modelType *= 2) {
             for (int fileType = 0; fileType <= 13; ++fileType) {
@@ -21,7 +25,7 @@ const QSet<QString> &mediaFolders()
             }
         }
         return all;
-    }();
+    }());
     return folders;
 }
 
@@ -84,11 +88,17 @@ QString findMediaFile(const QString &path)
         return path;
     if (!renamed.isEmpty())
         return renamed;
-    // Search the old place first: the directory in use may have a new file of the same name.
-    const QStringList dirsInUse = dirs->mediaDirs();
-    for (const QString &likely : mediaNames(path)) {
-        for (auto dir = dirsInUse.crbegin(); dir != dirsInUse.crend(); ++dir) {
-            const QString place = *dir + QDir::toNativeSeparators(likely);
+    const QStringList likelyNames = mediaNames(path);
+    if (likelyNames.isEmpty())
+        return {};
+    // Search the old place first: the directory in use may have a new file of the same name. Farther
+    // back lies what was left when a move was given up.
+    QStringList places = dirs->mediaDirs();
+    std::reverse(places.begin(), places.end());
+    places += dirs->everyDir();
+    for (const QString &likely : likelyNames) {
+        for (const QString &dir : std::as_const(places)) {
+            const QString place = dir + QDir::toNativeSeparators(likely);
             if (QFileInfo::exists(place))
                 return place;
         }

@@ -1,5 +1,6 @@
 #include "content/modelbaseutil.h"
 
+#include "base/undying.h"
 #include "base/usertextblock.h"
 #include "base/util.h"
 
@@ -18,7 +19,7 @@ struct NamedCode {
 
 const QList<NamedCode> &messageTypes()
 {
-    static const QList<NamedCode> table{
+    static const auto &table = undying(QList<NamedCode>{
         {1, QStringLiteral("text")},
         {2, QStringLiteral("image")},
         {3, QStringLiteral("audio")},
@@ -39,7 +40,7 @@ const QList<NamedCode> &messageTypes()
         {502, QStringLiteral("filegroup")},
         {2008, QStringLiteral("invalidlottery")},
         {2009, QStringLiteral("invalidpoll")},
-    };
+    });
     return table;
 }
 
@@ -47,133 +48,169 @@ const QList<NamedCode> &messageTypes()
 
 QString messageTypeIntToStr(int type)
 {
-    static const QHash<int, QString> names = [] {
+    static const auto &names = undying([] {
         QHash<int, QString> result;
         for (const NamedCode &row : messageTypes())
             result.insert(row.code, row.name);
         return result;
-    }();
+    }());
     return names.value(type);
 }
 
 int messageTypeStrToInt(const QString &name)
 {
-    static const QHash<QString, int> codes = [] {
+    static const auto &codes = undying([] {
         QHash<QString, int> result;
         for (const NamedCode &row : messageTypes())
             result.insert(row.name, row.code);
         // Combined messages are made of their parts and never rebuilt from a stored name.
         result.remove(QStringLiteral("combined"));
         return result;
-    }();
+    }());
     return codes.value(name);
 }
 
 QString getFileTypeString(int fileType)
 {
-    static const QHash<int, QString> names{
-        {0, QStringLiteral("photo")},        {1, QStringLiteral("sticker")},
-        {2, QStringLiteral("image")},        {3, QStringLiteral("audio")},
-        {4, QStringLiteral("video")},        {5, QStringLiteral("file")},
-        {6, QStringLiteral("music")},        {11, QStringLiteral("sticker")},
+    static const auto &names = undying(QHash<int, QString>{
+        {0, QStringLiteral("photo")},
+        {1, QStringLiteral("sticker")},
+        {2, QStringLiteral("image")},
+        {3, QStringLiteral("audio")},
+        {4, QStringLiteral("video")},
+        {5, QStringLiteral("file")},
+        {6, QStringLiteral("music")},
+        {11, QStringLiteral("sticker")},
         {13, QStringLiteral("messagefile")},
-    };
+    });
     return names.value(fileType);
 }
 
 QString getModelSourceTypeString(int sourceType)
 {
     // Ordinary chat media (1) have no name: they lie directly below the base folder.
-    static const QHash<int, QString> names{
-        {2, QStringLiteral("notebook")},   {4, QStringLiteral("clouddrive")},
-        {8, QStringLiteral("reminder")},   {16, QStringLiteral("wallpaper")},
-        {32, QStringLiteral("ringtone")},  {128, QStringLiteral("quickreply")},
+    static const auto &names = undying(QHash<int, QString>{
+        {2, QStringLiteral("notebook")},
+        {4, QStringLiteral("clouddrive")},
+        {8, QStringLiteral("reminder")},
+        {16, QStringLiteral("wallpaper")},
+        {32, QStringLiteral("ringtone")},
+        {128, QStringLiteral("quickreply")},
         {256, QStringLiteral("schedule")},
-    };
+    });
     return names.value(sourceType);
 }
 
 int getMsgTypeToFileType(int type)
 {
-    static const QHash<int, int> fileTypes{{2, 2}, {3, 3}, {4, 6},  {5, 4},
-                                           {6, 5}, {7, 1}, {500, 5}};
+    static const auto &fileTypes =
+        undying(QHash<int, int>{{2, 2}, {3, 3}, {4, 6}, {5, 4}, {6, 5}, {7, 1}, {500, 5}});
     return fileTypes.value(type, 5);
 }
 
 const QList<QString> &imageFormat()
 {
-    static const QList<QString> list{
-        QStringLiteral("jpg"),  QStringLiteral("png"),  QStringLiteral("jpeg"),
-        QStringLiteral("bmp"),  QStringLiteral("svg"),  QStringLiteral("gif"),
-        QStringLiteral("webp"), QStringLiteral("tiff"), QStringLiteral("heic"),
-    };
+    static const auto &list = undying(QList<QString>{
+        QStringLiteral("jpg"),
+        QStringLiteral("png"),
+        QStringLiteral("jpeg"),
+        QStringLiteral("bmp"),
+        QStringLiteral("svg"),
+        QStringLiteral("gif"),
+        QStringLiteral("webp"),
+        QStringLiteral("tiff"),
+        QStringLiteral("heic"),
+    });
     return list;
 }
 
 const QList<QString> &staticStickerFormat()
 {
-    static const QList<QString> list{
-        QStringLiteral("jpg"), QStringLiteral("png"),  QStringLiteral("jpeg"),
-        QStringLiteral("bmp"), QStringLiteral("webp"), QStringLiteral("tiff"),
-    };
+    static const auto &list = undying(QList<QString>{
+        QStringLiteral("jpg"),
+        QStringLiteral("png"),
+        QStringLiteral("jpeg"),
+        QStringLiteral("bmp"),
+        QStringLiteral("webp"),
+        QStringLiteral("tiff"),
+    });
     return list;
 }
 
 const QList<QString> &animateStickerFormat()
 {
-    static const QList<QString> list{
+    static const auto &list = undying(QList<QString>{
         QStringLiteral("mp4"),
         QStringLiteral("mov"),
         QStringLiteral("rmvb"),
         QStringLiteral("gif"),
-    };
+    });
     return list;
 }
 
 const QList<QString> &audioFormat()
 {
-    static const QList<QString> list{
-        QStringLiteral("mp3"), QStringLiteral("aac"), QStringLiteral("ogg"), QStringLiteral("wav"),
-        QStringLiteral("ac3"), QStringLiteral("wma"), QStringLiteral("m4r"), QStringLiteral("mp2"),
-    };
+    static const auto &list = undying(QList<QString>{
+        QStringLiteral("mp3"),
+        QStringLiteral("aac"),
+        QStringLiteral("ogg"),
+        QStringLiteral("wav"),
+        QStringLiteral("ac3"),
+        QStringLiteral("wma"),
+        QStringLiteral("m4r"),
+        QStringLiteral("mp2"),
+    });
     return list;
 }
 
 const QList<QString> &videoFormat()
 {
-    static const QList<QString> list{
-        QStringLiteral("mp4"), QStringLiteral("avi"), QStringLiteral("mov"), QStringLiteral("rmvb"),
-        QStringLiteral("rm"),  QStringLiteral("flv"), QStringLiteral("3gp"), QStringLiteral("mpeg"),
-        QStringLiteral("wma"), QStringLiteral("mkv"), QStringLiteral("wmv"), QStringLiteral("m4v"),
-    };
+    static const auto &list = undying(QList<QString>{
+        QStringLiteral("mp4"),
+        QStringLiteral("avi"),
+        QStringLiteral("mov"),
+        QStringLiteral("rmvb"),
+        QStringLiteral("rm"),
+        QStringLiteral("flv"),
+        QStringLiteral("3gp"),
+        QStringLiteral("mpeg"),
+        QStringLiteral("wma"),
+        QStringLiteral("mkv"),
+        QStringLiteral("wmv"),
+        QStringLiteral("m4v"),
+    });
     return list;
 }
 
 const QList<QString> &wallpaperFormat()
 {
-    static const QList<QString> list{
-        QStringLiteral("jpg"),  QStringLiteral("png"), QStringLiteral("jpeg"),
-        QStringLiteral("bmp"),  QStringLiteral("svg"), QStringLiteral("webp"),
+    static const auto &list = undying(QList<QString>{
+        QStringLiteral("jpg"),
+        QStringLiteral("png"),
+        QStringLiteral("jpeg"),
+        QStringLiteral("bmp"),
+        QStringLiteral("svg"),
+        QStringLiteral("webp"),
         QStringLiteral("tiff"),
-    };
+    });
     return list;
 }
 
 const QSet<int> &allFileTypes()
 {
-    static const QSet<int> set{2, 3, 5, 6, 4, 7, 8, 9, 500};
+    static const auto &set = undying(QSet<int>{2, 3, 5, 6, 4, 7, 8, 9, 500});
     return set;
 }
 
 const QSet<int> &uploadTypes()
 {
-    static const QSet<int> set{2, 3, 5, 6, 4, 500};
+    static const auto &set = undying(QSet<int>{2, 3, 5, 6, 4, 500});
     return set;
 }
 
 const QSet<int> &typingTypes()
 {
-    static const QSet<int> set{1, 2, 3, 5, 6, 4, 500};
+    static const auto &set = undying(QSet<int>{1, 2, 3, 5, 6, 4, 500});
     return set;
 }
 

@@ -634,5 +634,9 @@
         <source>Some files are still being written. They follow later.</source>
         <translation>لا تزال بعض الملفات قيد الكتابة، وستُنقل لاحقًا.</translation>
     </message>
+    <message id="storage_settings_not_stored_tip">
+        <source>The settings cannot be stored just now.</source>
+        <translation>لا يمكن حفظ الإعدادات الآن.</translation>
+    </message>
 </context>
 </TS>

@@ -614,5 +614,9 @@
         <source>Some files are still being written. They follow later.</source>
         <translation>Some files are still being written. They follow later.</translation>
     </message>
+    <message id="storage_settings_not_stored_tip">
+        <source>The settings cannot be stored just now.</source>
+        <translation>The settings cannot be stored just now.</translation>
+    </message>
 </context>
 </TS>

@@ -609,5 +609,9 @@
         <source>Some files are still being written. They follow later.</source>
         <translation>部分文件仍在写入，稍后会继续移动。</translation>
     </message>
+    <message id="storage_settings_not_stored_tip">
+        <source>The settings cannot be stored just now.</source>
+        <translation>目前无法保存设置。</translation>
+    </message>
 </context>
 </TS>

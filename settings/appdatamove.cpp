@@ -4,6 +4,7 @@
 #include "account/threadmanager.h"
 #include "base/basefile.h"
 #include "base/json.h"
+#include "base/undying.h"
 #include "base/util.h"
 #include "content/modelbaseutil.h"
 #include "i18n/translated_p.h"
@@ -146,6 +147,10 @@ std::pair<QString, const char *> textsOf(Reason reason)
     case Reason::FilesInUse:
         //% "Some files are still being written. They follow later."
         return {translated(QT_TRID_NOOP("storage_files_in_use_tip")), "some files are in use"};
+    case Reason::NotStored:
+        //% "The settings cannot be stored just now."
+        return {translated(QT_TRID_NOOP("storage_settings_not_stored_tip")),
+                "the settings cannot be stored"};
     case Reason::None:
         break;
     }
@@ -181,7 +186,7 @@ struct MediaFolder {
 
 const QList<MediaFolder> &mediaFolders()
 {
-    static const QList<MediaFolder> table = [] {
+    static const auto &table = undying([] {
         QList<MediaFolder> folders;
         for (int modelType = 1; modelType <= 256; modelType *= 2) {
             // Ordinary media alone have no name.
@@ -195,7 +200,7 @@ const QList<MediaFolder> &mediaFolders()
             }
         }
         return folders;
-    }();
+    }());
     return table;
 }
 
@@ -317,12 +322,21 @@ QString trashFolder(const QString &directory)
     return directory + nameOfOurs("left", directory);
 }
 
+/// Those of the accounts that could not be opened this time, too.
+QStringList signedInIds()
+{
+    QStringList ids;
+    for (const qint64 id : AccountManager::getInstance()->getAccountIds())
+        ids.append(QString::number(id));
+    for (const QVariant &id : AppSettingModel::instance()->accountIds())
+        ids.append(QString::number(id.toLongLong()));
+    ids.removeDuplicates();
+    return ids;
+}
+
 bool isSignedIn(const QString &id)
 {
-    // An account that could not be opened this time is still one of those signed in.
-    const qint64 number = id.toLongLong();
-    return AccountManager::getInstance()->getAccountIds().contains(number)
-        || AppSettingModel::instance()->accountIds().contains(number);
+    return signedInIds().contains(id);
 }
 
 /// Whether the old place is there, and not just the empty directory at which a disk is mounted: as
@@ -409,8 +423,8 @@ public:
     {
         // Without a map, because the stored one was damaged, all that is still there is to be moved.
         if (m_plan.accounts.isEmpty()) {
-            for (const qint64 id : AccountManager::getInstance()->getAccountIds())
-                m_plan.accounts.insert(QString::number(id), QVariant());
+            for (const QString &id : signedInIds())
+                m_plan.accounts.insert(id, QVariant());
         }
         const QStringList ids = m_plan.accounts.keys();
         m_report.ids = ids;
@@ -617,8 +631,8 @@ bool AppDataMove::moveTo(const QString &targetDirectory)
         plan.undoneInfo = settings->movedDataInfo();
     }
 
-    for (const qint64 id : m_manager->getAccountIds())
-        plan.accounts.insert(QString::number(id), QVariant());
+    for (const QString &id : signedInIds())
+        plan.accounts.insert(id, QVariant());
     begin();
     m_carrying = start([this, plan] { survey(plan); });
     return true;
@@ -627,11 +641,10 @@ bool AppDataMove::moveTo(const QString &targetDirectory)
 void AppDataMove::measure(const QString &targetDirectory)
 {
     const QString source = AppDirManager::instance()->cacheDataDir();
-    const QList<qint64> ids = AccountManager::getInstance()->getAccountIds();
-    run([this, source, ids, targetDirectory] {
+    run([this, source, ids = signedInIds(), targetDirectory] {
         qint64 needed = 0;
-        for (const qint64 id : ids)
-            surveyAccount(source, QString::number(id), &needed);
+        for (const QString &id : ids)
+            surveyAccount(source, id, &needed);
         const QString target = Util::toLocalFile(targetDirectory);
         const qint64 available =
             QFileInfo(target).isDir() ? QStorageInfo(target).bytesAvailable() : -1;
@@ -735,13 +748,8 @@ void AppDataMove::reset()
 
 void AppDataMove::wipe()
 {
-    QStringList ids;
-    for (const QVariant &id : AppSettingModel::instance()->accountIds())
-        ids.append(QString::number(id.toLongLong()));
-    for (const qint64 id : AccountManager::getInstance()->getAccountIds())
-        ids.append(QString::number(id));
     follow();
-    addLeftMedia(AppDirManager::instance()->everyDir(), ids);
+    addLeftMedia(AppDirManager::instance()->everyDir(), signedInIds());
     AppSettingModel::instance()->flush();
 }
 
@@ -986,7 +994,7 @@ void AppDataMove::switchOver(const Plan &plan)
         return;
     }
 
-    const Reason reason = stored ? Reason::NoPermission : Reason::NoSpace;
+    const Reason reason = stored ? Reason::NoPermission : Reason::NotStored;
     tell(reason);
     settings->saveToConfig({{QStringLiteral("cache_data_path"), plan.source},
                             {QStringLiteral("old_cache_data_path"), plan.undoneSource},

@@ -97,6 +97,7 @@ public:
         NoPermission, ///< to write at the new place
         FilesLeft,    ///< some cannot be moved, see problems()
         FilesInUse,   ///< some are still being written, see problems()
+        NotStored,    ///< the settings, which would tell of the move, cannot be written
     };
     Q_ENUM(Reason)
     /// Why one file stays at the old place.

@@ -35,8 +35,8 @@ QString cleanDir(const QString &path)
 
 AppDirManager *AppDirManager::instance()
 {
-    static AppDirManager manager;
-    return &manager;
+    static auto *const manager = new AppDirManager; // for threads, whatever is destroyed
+    return manager;
 }
 
 AppDirManager::AppDirManager()
@@ -94,6 +94,20 @@ QStringList AppDirManager::everyDir() const
         dirs.append(QDir::toNativeSeparators(cleanDir(dir)));
     dirs.removeDuplicates();
     return dirs;
+}
+
+QByteArray AppDirManager::withFormerDirs(const QByteArray &stored, const QStringList &dirs)
+{
+    QVariantMap map = jsonToMap(stored);
+    QStringList former = map.value(dirsKey()).toStringList();
+    for (const QString &dir : dirs) {
+        if (!dir.isEmpty() && !former.contains(cleanDir(dir)))
+            former.append(cleanDir(dir));
+    }
+    if (former.isEmpty())
+        return stored;
+    map.insert(dirsKey(), former);
+    return mapToJson(map);
 }
 
 void AppDirManager::addFormerDir(const QString &directory)

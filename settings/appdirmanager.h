@@ -51,7 +51,8 @@ public:
     QStringList mediaDirs() const;
 
     /// Wherever media have been: cacheDataDir(), the default one, and those that were moved away
-    /// from since the settings were reset. All end in a separator.
+    /// from, or were in use before a reset of the settings, since somebody is signed in. All end in a
+    /// separator.
     QStringList everyDir() const;
 
     // When media are moved, a name may be taken at the new place. What was stored of such a file
@@ -67,6 +68,8 @@ public:
     QString renamed(const QString &path) const;
     /// For the setting "moved_file_names", which init() reads.
     QByteArray renamedFiles() const;
+    /// That setting with further former directories.
+    static QByteArray withFormerDirs(const QByteArray &stored, const QStringList &dirs);
 
 private:
     AppDirManager();

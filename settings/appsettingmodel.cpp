@@ -1,8 +1,10 @@
 #include "settings/appsettingmodel.h"
 
+#include "account/threadmanager.h"
 #include "i18n/languagefollower.h"
 #include "i18n/translations.h"
 #include "imlog/imlog.h"
+#include "settings/appdirmanager.h"
 #include "settings/settingmodel_p.h"
 #include "settings/storewriter_p.h"
 #include "storage/globalstorageprovider.h"
@@ -17,6 +19,7 @@
 #include <QMetaMethod>
 #include <QQmlEngine>
 #include <QThread>
+#include <QTimer>
 
 #include <algorithm>
 #include <array>
@@ -31,6 +34,9 @@ std::atomic<AppSettingModel *> theModel = nullptr;
 std::mutex theModelMutex; // guards the making of it, and what follows
 bool isReleasing = false;
 constexpr int closeMs = 5000;
+// For a store that does not open: each time twice as long.
+constexpr int firstRetryMs = 1000;
+constexpr int lastRetryMs = 60'000;
 
 const char defaultConsoleOptions[] = "[{\"uri\": \"im.base\", \"enable\": true}, "
                                      "{\"uri\": \"im.component\", \"enable\": true}, "
@@ -72,6 +78,14 @@ QString serverConfigKey()
 QString skinIndexesKey()
 {
     return QStringLiteral("emoji_skin_indexes");
+}
+QString accountsKey()
+{
+    return QStringLiteral("accounts");
+}
+QString formerPlacesKey()
+{
+    return QStringLiteral("moved_file_names");
 }
 
 /// Settings whose changes are announced before and after, see beginConfig.
@@ -193,7 +207,9 @@ AppSettingModel::~AppSettingModel()
 
 void AppSettingModel::loadGlobalData()
 {
-    m_storage->open();
+    m_isUnread = !m_storage->open();
+    if (m_isUnread)
+        readLater(firstRetryMs);
     // What was changed while the store was closed is newer than what is in it, and among these.
     const QList<storage::SettingInfo> rows = m_writer->allInfos();
     {
@@ -218,6 +234,34 @@ void AppSettingModel::loadGlobalData()
     Q_EMIT screenCaptureHotkeyChanged(screenCaptureHotkey());
     Q_EMIT screenRecordHotkeyChanged(screenRecordHotkey());
     Q_EMIT showImHotkeyChanged(showImHotkey());
+}
+
+bool AppSettingModel::isUnread() const
+{
+    return m_isUnread;
+}
+
+/// Asks for the store until it opens: in the save thread, as that may take long.
+void AppSettingModel::readLater(int ms)
+{
+    QTimer::singleShot(ms, this, [this, ms] {
+        if (readNow())
+            return;
+        ThreadManager::invoke(
+            [storage = *m_storage->settingStorage()]() mutable { storage.apply({}); }, true);
+        readLater(std::min(2 * ms, lastRetryMs));
+    });
+}
+
+/// Reads an unread store if it has opened meanwhile. False while there is one.
+bool AppSettingModel::readNow()
+{
+    if (m_isUnread && thread() == QThread::currentThread() && m_storage->isOpen()) {
+        ImLog::info(lcSettings(), QStringLiteral("The settings can be read now"));
+        loadGlobalData();
+        announceAll();
+    }
+    return !m_isUnread;
 }
 
 template <typename T>
@@ -344,12 +388,14 @@ void AppSettingModel::removeKey(const QString &key)
 
 bool AppSettingModel::flush()
 {
-    return m_writer->flush();
+    if (m_isUnread && thread() == QThread::currentThread())
+        m_storage->open();
+    return readNow() && m_writer->flush();
 }
 
 bool AppSettingModel::flush(QDeadlineTimer deadline)
 {
-    return m_writer->flush(deadline);
+    return readNow() && m_writer->flush(deadline);
 }
 
 void AppSettingModel::reset()
@@ -360,16 +406,23 @@ void AppSettingModel::reset()
         const Change change(this);
         keptServerConfig = serverConfig();
         keptVersion = getValue(databaseVersionKey(), 1);
+        keepSignedIn();
+        // What has yet to be deleted.
+        ValueCache values;
+        for (const QString &key : {QStringLiteral("left_media"), QStringLiteral("left_stores")}) {
+            if (const auto found = m_cache.find(key); found != m_cache.end())
+                values.insert(*found);
+        }
+        if (const QVariant places = m_signedIn.value(formerPlacesKey()); places.isValid())
+            values.insert_or_assign(formerPlacesKey(), places);
+        // What is kept goes with the wipe: a kill between the two must not lose it.
         QList<storage::SettingInfo> kept = {{databaseVersionKey(), keptVersion, {}},
                                             {serverConfigKey(), keptServerConfig, {}}};
-        const QString mediaKey = QStringLiteral("left_media");
-        const QVariant leftMedia = getValue(mediaKey, {});
-        if (leftMedia.isValid())
-            kept.append({mediaKey, leftMedia, {}});
-        m_cache.clear();
-        if (leftMedia.isValid())
-            m_cache.insert_or_assign(mediaKey, leftMedia);
-        // What is kept goes with the wipe: a kill between the two must not lose it.
+        for (const auto &[key, value] : values)
+            kept.append({key, value, {}});
+        for (auto row = m_signedIn.cbegin(); row != m_signedIn.cend(); ++row)
+            kept.append({row.key(), row.value(), {}});
+        m_cache = std::move(values);
         if (m_writer->putRemovalOfAll(kept))
             m_writeDue = true;
     }
@@ -386,17 +439,50 @@ void AppSettingModel::reset()
     // A handler may have reset anew what had been announced. After the second time they are left to
     // themselves: a handler that sets and resets each time would never let this end.
     for (const bool again : {false, true}) {
-        announceReset();
+        announceAll();
+        ImLog::info(lcSettings(), QStringLiteral("AppSettingModel::resetAppSetting"));
         const std::lock_guard lock(m_mutex);
         if (again || std::exchange(m_resets, Resets::One) == Resets::One) {
             m_resets = Resets::None;
             break;
         }
     }
+    dropSignedIn();
 }
 
-/// Announces the defaults.
-void AppSettingModel::announceReset()
+/// Notes the rows that a reset leaves for those who stay signed in: who they are, and where media of
+/// theirs lie. They are stored again by a slot of what is announced; until then a kill signs nobody
+/// out.
+void AppSettingModel::keepSignedIn()
+{
+    for (const QString &key :
+         {accountsKey(), QStringLiteral("current_account"), formerPlacesKey()}) {
+        if (const auto found = m_cache.find(key); found != m_cache.end())
+            m_signedIn.insert(key, found->second);
+    }
+    if (jsonToList(m_signedIn.value(accountsKey()).toByteArray()).isEmpty())
+        return m_signedIn.clear();
+    QVariant &places = m_signedIn[formerPlacesKey()];
+    places =
+        AppDirManager::withFormerDirs(places.toByteArray(), {cacheDataPath(), oldCacheDataPath()});
+}
+
+/// Removes what keepSignedIn() left when nobody has stayed.
+void AppSettingModel::dropSignedIn()
+{
+    const Change change(this);
+    const QVariantMap rows = std::exchange(m_signedIn, {});
+    if (m_cache.find(accountsKey()) != m_cache.end())
+        return;
+    for (auto row = rows.keyBegin(); row != rows.keyEnd(); ++row) {
+        m_cache.erase(*row);
+        if (m_writer->putRemoval(*row))
+            m_writeDue = true;
+    }
+}
+
+/// Announces all values, as a reset does its defaults.
+void AppSettingModel::announceAll()
 {
 #define CHANGED(name)                                                                              \
     announce<AppSettingModel, &AppSettingModel::name, &AppSettingModel::name##Changed>
@@ -473,7 +559,6 @@ void AppSettingModel::announceReset()
     for (const auto step : order)
         step(this);
     Q_EMIT paramsBeReseted();
-    ImLog::info(lcSettings(), QStringLiteral("AppSettingModel::resetAppSetting"));
 }
 
 void AppSettingModel::resetBadgeCounter()
@@ -617,12 +702,12 @@ void AppSettingModel::setUpgradeInfo(QVariantMap value, bool needSave)
 
 QVariantList AppSettingModel::accountIds() const
 {
-    return jsonToList(read(QStringLiteral("accounts"), QByteArrayLiteral("[]")));
+    return jsonToList(read(accountsKey(), QByteArrayLiteral("[]")));
 }
 
 void AppSettingModel::setAccountIds(QVariantList value, bool needSave)
 {
-    const QString key = QStringLiteral("accounts");
+    const QString key = accountsKey();
     if (!makeStorable(key, &value))
         return;
     if (setValue(key, listToJson(value), needSave))

@@ -187,7 +187,15 @@ public:
     /// Opens the store and fills the cache; to be called once at start-up, before the getters mean
     /// anything. Sets the application's font size, its dynamic property "fontPixelSize" and its
     /// language (by its method "switchLanguage", where it has one), and announces the hot keys.
+    ///
+    /// A store that cannot be opened just now is tried again in the save thread, after a second at first and
+    /// after a minute at last. Once it
+    /// opens, its values take the place of the defaults, but for what was set and saved meanwhile,
+    /// and all are announced as by a reset().
     Q_INVOKABLE void loadGlobalData();
+    /// True after a loadGlobalData() that could not open the store, until that has been read.
+    /// AccountManager stores no list of accounts then: it would replace one that nobody has seen.
+    bool isUnread() const;
 
     /// The value stored under `key`, or `defaultValue`.
     ///
@@ -213,16 +221,18 @@ public:
     /// Removes a value from memory, and its row in the background. Nothing is announced.
     void removeKey(const QString &key);
     /// Returns when all changes so far are on the disk, where not even a power cut takes them back.
-    /// False when it cannot be written to: the changes are kept, and tried again later. From any
-    /// thread. Without it a change that is saved is in the store, and survives a kill, as soon as the
+    /// False when it cannot be written to, or has not been read: the changes are kept, and tried again
+    /// later. From any thread; but what has not been read is read here on the main thread only. Without it a change that is saved is in the store, and survives a kill, as soon as the
     /// save thread has written it; a power cut may take back that of the last second.
     bool flush();
     /// The same on a thread of its own, until `deadline` at most, whatever the disk does.
     bool flush(QDeadlineTimer deadline);
 
-    /// Wipes all settings but "database_version", "server_config" and "left_media" (what
-    /// AppDataMove has yet to delete), in one step as far as the store is concerned, and announces
-    /// the defaults; what is not announced one by one is to be read again after paramsBeReseted.
+    /// Wipes all settings but "database_version", "server_config", "left_media" and "left_stores"
+    /// (what AppDataMove and AccountManager have yet to delete), in one step as far as the store is concerned, and announces
+    /// the defaults. What is not announced one by one is to be read again after paramsBeReseted.
+    /// Signs nobody out: AccountManager stores its accounts again, and a kill in between loses none.
+    /// While somebody stays, so does what tells where media lay before, see AppDirManager.
     /// Called by a handler of what a reset announces, it wipes at once, and all is announced once
     /// more when that has come to its end; not a third time.
     Q_INVOKABLE void reset();
@@ -356,7 +366,11 @@ private:
     void parseSkinIndexes() const;
     void put(storage::SettingInfo &&row);
     bool holds(const QString &key, const QVariant &value) const;
-    void announceReset();
+    void keepSignedIn();
+    void dropSignedIn();
+    void announceAll();
+    void readLater(int ms);
+    bool readNow();
     void closeStorage();
 
     class Change;
@@ -365,7 +379,9 @@ private:
     mutable std::recursive_mutex m_mutex;
     int m_changes = 0;       // under way on the thread that holds the lock
     bool m_writeDue = false; // at their end
+    std::atomic_bool m_isUnread = false;
     enum class Resets { None, One, More } m_resets = Resets::None; // being announced
+    QVariantMap m_signedIn;   // while a reset is announced: the rows that tell who was
     bool m_isStandIn = false; // see releaseInstance(); never written
     ValueCache m_cache;
     storage::GlobalStorageProvider *const m_storage;

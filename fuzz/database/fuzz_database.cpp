@@ -5,6 +5,7 @@
 #include "storage/userstorageprovider.h"
 #include "support/fuzzing.h"
 
+#include <QFile>
 #include <QtEndian>
 
 using fuzzing::check;
@@ -39,13 +40,17 @@ void fuzzOne(QByteArrayView input)
     UserStorageProvider provider;
     if (!provider.open(folder.path())) {
         check(isOfNewerVersion(input), "only a newer program's file is refused");
+        QFile file(folder.filePath(QStringLiteral("account.db")));
+        check(file.open(QIODevice::ReadOnly) && file.readAll() == input, "it stays as it is");
         return;
     }
     if (provider.recovered()) {
         check(!folder.entryList({QStringLiteral("*.damaged-*")}).isEmpty(),
               "a damaged file is kept");
     }
+    check(provider.settingStorage()->save({QStringLiteral("new"), 1, {}}), "a row can be saved");
     const QStringList rows = rowsOf(provider);
+    check(rows.contains(QStringLiteral("new")), "it is there");
     provider.close();
     check(provider.open(folder.path()) && !provider.recovered() && rowsOf(provider) == rows,
           "what was opened opens again, as it was");

@@ -1,10 +1,8 @@
 // The ids of a dialog's mentions and reactions: packed bytes of any kind, and changes in any order,
 // against sets that are right by themselves.
 
-#include "dialog/dialogbase.h"
+#include "support/fakedialog.h"
 #include "support/fuzzing.h"
-
-#include <QDataStream>
 
 #include <algorithm>
 #include <optional>
@@ -16,20 +14,6 @@ namespace
 {
 
 using Ids = std::set<qint64>;
-
-class Dialog : public DialogBase
-{
-public:
-    using DialogBase::getMentionIdData;
-
-    Dialog() { setIsGroup(true); }
-
-    AccountBase *account() const override { return nullptr; }
-    void jumpToMessage(qint64, MessageModelBase *) override { }
-    void mentionsConfirmed(const QList<qint64> &, bool) override { }
-    void reactionsConfirmed(const QList<qint64> &, bool) override { }
-    void dialogChanged() override { }
-};
 
 struct Expected {
     Ids mentions;
@@ -75,11 +59,17 @@ void removeBelow(Ids *ids, qint64 upTo)
 }
 
 /// Changes both in the same way.
-void change(Dialog &dialog, Expected &expected, fuzzing::Pieces &data)
+void change(FakeDialog &dialog, Expected &expected, fuzzing::Pieces &data)
 {
     switch (data.number(0, 4)) {
     case 0: {
-        const QByteArray bytes = data.bytes(data.number(0, 100)).toByteArray();
+        // Bytes of any kind, or sound ones, of which the end may be missing or something unknown.
+        QByteArray bytes = data.bytes(data.number(0, 100)).toByteArray();
+        if (data.flag()) {
+            const QList<qint64> mentions = anyIds(data);
+            bytes.prepend(packedIds(mentions, anyIds(data)));
+        }
+        bytes.chop(data.number(0, 40));
         dialog.setMentionIdData(bytes);
         if (auto all = unpacked(bytes))
             expected = *std::move(all);
@@ -104,7 +94,9 @@ void change(Dialog &dialog, Expected &expected, fuzzing::Pieces &data)
         }
         break;
     case 4: {
-        const qint64 upTo = data.number();
+        const bool isInside = data.flag() && !expected.mentions.empty();
+        const qint64 upTo =
+            isInside ? *expected.mentions.rbegin() - data.number(0, 200) : data.number();
         dialog.removeAllMentions(upTo, true);
         removeBelow(&expected.mentions, upTo);
         removeBelow(&expected.reactions, upTo);
@@ -118,7 +110,7 @@ void change(Dialog &dialog, Expected &expected, fuzzing::Pieces &data)
 void fuzzOne(QByteArrayView input)
 {
     fuzzing::Pieces data(input);
-    Dialog dialog;
+    FakeDialog dialog;
     Expected expected;
     for (int i = 0; i < 12 && !data.isEmpty(); ++i) {
         change(dialog, expected, data);
@@ -128,7 +120,7 @@ void fuzzOne(QByteArrayView input)
                   && dialog.reactedMessageCount() == int(expected.reactions.size()),
               "their number");
     }
-    Dialog other;
+    FakeDialog other;
     other.setMentionIdData(dialog.getMentionIdData());
     check(other.atMeMessages() == dialog.atMeMessages()
               && other.reactedMessages() == dialog.reactedMessages(),

@@ -28,11 +28,24 @@ void fuzzOne(QByteArrayView input)
         whole[at] = char(whole[at] ^ 1 << bit);
         return whole;
     };
+    const auto allDamaged = [&](const QByteArray &whole) {
+        return QByteArrayList{damaged(whole), whole.first(place % quint32(whole.size())),
+                              whole + '\0'};
+    };
     const QByteArray encrypted = aes.encrypt(bytes, key, vector);
+    check(encrypted.size() == bytes.size() + 16, "a message grows by its tag");
     check(aes.decrypt(encrypted, key, vector) == bytes, "a message decrypts");
-    check(aes.decrypt(damaged(encrypted), key, vector).isEmpty(), "a changed one does not");
+    for (const QByteArray &changed : allDamaged(encrypted))
+        check(aes.decrypt(changed, key, vector).isEmpty(), "a changed one does not");
+    check(aes.decrypt(encrypted, damaged(key), vector).isEmpty(), "nor with another key");
+    check(aes.decrypt(encrypted, key, vector + '\0').isEmpty(), "nor with another vector");
+
     const QByteArray sealed = cryptobase::seal(bytes, secret, vector);
     const auto opened = cryptobase::unseal(sealed, secret, vector);
     check(opened && QByteArray(*opened) == bytes, "a seal opens");
-    check(!cryptobase::unseal(damaged(sealed), secret, vector), "a changed one does not");
+    for (const QByteArray &changed : allDamaged(sealed))
+        check(!cryptobase::unseal(changed, secret, vector), "a changed one does not");
+    const cryptobase::SecureBytes other(damaged(key));
+    check(!cryptobase::unseal(sealed, other, vector), "nor with another key");
+    check(!cryptobase::unseal(sealed, secret, vector + '\0'), "nor in another place");
 }

@@ -6,6 +6,7 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include <algorithm>
 #include <bit>
 
 using fuzzing::check;
@@ -44,12 +45,32 @@ private:
     SQLite::Statement m_row;
 };
 
+/// Nothing when the bytes are refused.
+std::optional<QVariant> readValue(Row &row, const std::string &type, QByteArrayView bytes)
+{
+    SQLite::Statement &columns = row.cleared();
+    columns.bind(1, type);
+    columns.bind(2, static_cast<const void *>(bytes.data()), int(bytes.size()));
+    return row.value();
+}
+
+/// Where all is in one column, its bytes are the value's, no fewer and no more.
+void checkWhole(Row &row, const QByteArray &bytes)
+{
+    const std::string type = "QVariant";
+    if (bytes.isEmpty() || !readValue(row, type, bytes))
+        return;
+    check(!readValue(row, type, bytes.chopped(1)), "a value that is cut is refused");
+    check(!readValue(row, type, bytes + 'x'), "so is what goes on behind its end");
+}
+
 } // namespace
 
 void fuzzOne(QByteArrayView input)
 {
     fuzzing::Pieces data(input);
     static Row row;
+    checkWhole(row, input.sliced(std::min<qsizetype>(2, input.size())).toByteArray());
     SQLite::Statement &columns = row.cleared();
     columns.bind(1, std::string(types[data.number(0, int(std::size(types)) - 1)]));
     switch (data.number(0, 8)) {

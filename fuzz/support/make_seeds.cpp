@@ -1,6 +1,6 @@
 // make_seeds DIRECTORY FEED...: writes what the fuzz targets start from into DIRECTORY/<target>/:
-// a record of every kind of content, made from the schema, what arrives in recorded feeds, and an
-// account's database.
+// a record of every kind of content, made from the schema, what arrives in recorded feeds, an
+// account's database, and the values of its rows.
 
 #include "base/json.h"
 #include "content/contentfactory.h"
@@ -89,6 +89,21 @@ void writeDatabase()
     write("database", file.readAll());
 }
 
+/// What rows of each type hold, behind the two bytes that have the target take them as they are.
+void writeStoredValues()
+{
+    QFile file(QStringLiteral(STORED_VALUES));
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("Cannot read %s", qUtf8Printable(file.fileName()));
+    const QByteArray streamed = "QVariant|X'";
+    for (const QByteArray &line : file.readAll().split('\n')) {
+        if (line.startsWith(streamed)) {
+            const QByteArray digits = line.sliced(streamed.size()).chopped(1);
+            write("stored_value", QByteArray("\0\4", 2) + QByteArray::fromHex(digits));
+        }
+    }
+}
+
 void writeFeed(const QString &path)
 {
     FeedReader feed(path);
@@ -119,6 +134,7 @@ int main(int argc, char **argv)
     seeds.setPath(arguments.first());
     writeEveryKind();
     writeDatabase();
+    writeStoredValues();
     for (const QString &feed : arguments.sliced(1))
         writeFeed(feed);
 }

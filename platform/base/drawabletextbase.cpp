@@ -1,6 +1,7 @@
 #include "base/drawabletextbase.h"
 
 #include "base/layoutcharacter_p.h"
+#include "base/undying.h"
 #include "base/wordlayout_p.h"
 
 #include <QFontDatabase>
@@ -338,14 +339,14 @@ struct StyledSpan : Span {
 
 const QStringList &monospaceFamilies()
 {
-    static const QStringList families = [] {
+    static const auto &families = undying([] {
         QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
         if (!QFontInfo(font).fixedPitch()) {
             font.setFamily(QStringLiteral("monospace"));
             font.setStyleHint(QFont::Monospace);
         }
         return QStringList{QFontInfo(font).family()};
-    }();
+    }());
     return families;
 }
 

@@ -1,5 +1,7 @@
 #include "base/layoutcharacter_p.h"
 
+#include "base/undying.h"
+
 #include <algorithm>
 #include <vector>
 
@@ -89,13 +91,13 @@ LayoutCharacter classify(char32_t c)
 const LayoutCharacter &layoutCharacter(char16_t c)
 {
     // By table: the properties of a character take eight look-ups.
-    static const std::vector<LayoutCharacter> table = [] {
+    static const auto &table = undying([] {
         std::vector<LayoutCharacter> made;
         made.reserve(0x10000);
         for (char32_t at = 0; at < 0x10000; ++at)
             made.push_back(classify(at));
         return made;
-    }();
+    }());
     return table[c];
 }
 

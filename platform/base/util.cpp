@@ -92,7 +92,7 @@ QString Util::toLocalFile(const QString &pathOrUrl)
 
 QString Util::intToSizeStr(qint64 bytes)
 {
-    static const QString units[] = {
+    const QString units[] = {
         QStringLiteral(" B"),  QStringLiteral(" KB"), QStringLiteral(" MB"), QStringLiteral(" GB"),
         QStringLiteral(" TB"), QStringLiteral(" PB"), QStringLiteral(" EB"),
     };

@@ -145,6 +145,8 @@ void abandonFile() { }
 void setFile(std::FILE *opened)
 {
     streamFile = fileno(opened);
+    // A program that the application starts does not inherit the log.
+    fcntl(streamFile, F_SETFD, FD_CLOEXEC);
     const int own = file;
     if (own >= 0) {
         dup2(fileno(opened), own);

@@ -1,6 +1,7 @@
 #include "multimedia/videocapture.h"
 
 #include "base/privatefile.h"
+#include "base/undying.h"
 #include "multimedia/mediafile_p.h"
 #include "multimedia/mediainput_p.h"
 
@@ -91,8 +92,8 @@ Decoded decode(const QString &videoPath, int greatestSide)
 /// Why `imagePath` is no place for the image; empty when it is one.
 QString objection(const QString &videoPath, const QFileInfo &imagePath)
 {
-    static const QStringList endings{QStringLiteral("png"), QStringLiteral("jpg"),
-                                     QStringLiteral("jpeg")};
+    static const auto &endings =
+        undying(QStringList{QStringLiteral("png"), QStringLiteral("jpg"), QStringLiteral("jpeg")});
     if (!endings.contains(imagePath.suffix().toLower()))
         return QStringLiteral("only png and jpg can be written");
     if (imagePath.exists() && !imagePath.isFile())

@@ -2,6 +2,7 @@
 
 #include "base/privatefile.h"
 #include "imlog/imlog.h"
+#include "storage/processlock_p.h"
 #include "storage/recovery_p.h"
 
 #include <QDir>
@@ -42,6 +43,7 @@ struct TextHash {
 };
 
 struct Handle {
+    ProcessLock lock; // until the database is closed
     std::unique_ptr<SQLite::Database> database;
     std::unordered_map<std::string, SQLite::Statement, TextHash, std::equal_to<>> statements;
 };
@@ -137,6 +139,16 @@ struct OpenError : std::runtime_error {
     }
     Database::OpenFailure failure;
 };
+
+ProcessLock lockDirectory(const QString &filePath, bool create)
+{
+    const QString directory = QFileInfo(filePath).path();
+    if (create)
+        privatefile::makeDirectory(directory);
+    if (std::optional<ProcessLock> lock = lockForProcess(directory))
+        return *lock;
+    throw OpenError(Database::OpenFailure::Locked, "another process has it open");
+}
 
 /// Why opening failed, from the exception that is being handled.
 Database::OpenFailure currentFailure()
@@ -281,8 +293,8 @@ void Database::log(const QString &text)
     ImLog::error(category, QStringLiteral("storage: ") + text.simplified());
 }
 
-Database::Database(SchemaSteps steps)
-    : m_steps(std::move(steps)), m_main(std::make_unique<Connection>()),
+Database::Database(SchemaSteps steps, Sharing sharing)
+    : m_steps(std::move(steps)), m_sharing(sharing), m_main(std::make_unique<Connection>()),
       m_reader(std::make_unique<Connection>())
 {
 }
@@ -336,6 +348,8 @@ bool Database::open(const QString &filePath, bool create)
             if (m_filePath != filePath) // a call that tries again changes nothing others may read
                 m_filePath = filePath;
             m_recovered = false;
+            ProcessLock lock =
+                m_sharing == OneProcess ? lockDirectory(filePath, create) : ProcessLock();
             created = prepareFile(filePath, create);
             std::unique_ptr<SQLite::Database> connection;
             try {
@@ -350,7 +364,7 @@ bool Database::open(const QString &filePath, bool create)
                              .arg(recovery.rows);
                 connection = connect(filePath, m_steps);
             }
-            m_main->m_handle.reset(new Handle{std::move(connection), {}});
+            m_main->m_handle.reset(new Handle{std::move(lock), std::move(connection), {}});
             // What a killed process wrote last may not be on the disk yet.
             m_unsynced = true;
             ++m_openings;
@@ -526,7 +540,7 @@ bool Database::run(const char *what, Kind kind, const Work &work)
             return QStringLiteral("it is closed");
         try {
             if (!connection->m_handle) {
-                connection->m_handle.reset(new Handle{connectReader(m_filePath), {}});
+                connection->m_handle.reset(new Handle{{}, connectReader(m_filePath), {}});
             }
             Handle &handle = *connection->m_handle;
             const auto before = std::exchange(inUse, &handle);

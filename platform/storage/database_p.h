@@ -40,7 +40,9 @@ class STORAGE_EXPORT Database
 public:
     using OpenFailure = UserStorageProvider::OpenFailure;
 
-    explicit Database(SchemaSteps steps);
+    /// Whether other processes may have the directory of the file open in the same way meanwhile.
+    enum Sharing { Shared, OneProcess };
+    explicit Database(SchemaSteps steps, Sharing sharing = Shared);
     ~Database();
 
     /// Opens `filePath`, making the directory and the file where they are missing, and brings the
@@ -115,6 +117,7 @@ private:
     void retry();
 
     const SchemaSteps m_steps;
+    const Sharing m_sharing;
     std::atomic_uint m_openedIn = 0; ///< 0 while closed; else the count of crashes it was opened in
     std::atomic_uint m_openings = 0; ///< so far; a call is for the one that it began in
     std::atomic_uint m_retriesIn = 0;  ///< likewise, while writes are to open it; else 0

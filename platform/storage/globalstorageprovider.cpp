@@ -11,7 +11,8 @@
 namespace storage
 {
 GlobalStorageProvider::GlobalStorageProvider(QObject *parent)
-    : QObject(parent), m_database(std::make_shared<Database>(SchemaSteps{settingSchema})),
+    : QObject(parent),
+      m_database(std::make_shared<Database>(SchemaSteps{settingSchema}, Database::OneProcess)),
       m_settings(std::make_unique<SettingStorage>(m_database))
 {
 }

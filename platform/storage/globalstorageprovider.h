@@ -29,8 +29,9 @@ public:
     /// Opens the database, making the directory and the tables where they are missing. True at once
     /// when it is open. False, with a log line, when it cannot be opened: the path is a directory,
     /// may only be read, is locked by another process for 2 seconds, or was written by a newer
-    /// version (which is left untouched). Until close(), saving then tries again to open it, four
-    /// times a second at most.
+    /// version (which is left untouched); or another process has opened it with this class, since
+    /// each would undo what the other stores. Until close(), saving then tries again to open it,
+    /// four times a second at most.
     ///
     /// A damaged file is never thrown away: it is set aside as "global.db.damaged-<date>", every
     /// row that can be read is carried into a fresh file, and recovered() says so.

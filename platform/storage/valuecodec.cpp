@@ -1,5 +1,7 @@
 #include "storage/valuecodec_p.h"
 
+#include "base/undying.h"
+
 #include <QDataStream>
 #include <QDateTime>
 #include <QHash>
@@ -112,7 +114,7 @@ QVariant readMap(QDataStream &in, QMetaType)
 /// number says, as do those of pens, gradients and regions.
 const std::vector<Listed> &listed()
 {
-    static const std::vector<Listed> all = [] {
+    static const auto &all = undying([] {
         std::vector<Listed> types;
         const auto add = [&]<typename... T>(std::type_identity<std::tuple<T...>>) {
             (types.insert(types.end(),
@@ -132,7 +134,7 @@ const std::vector<Listed> &listed()
         if (const QMetaType colour(QMetaType::QColor); colour.isValid()) // needs Qt Gui
             types.push_back({colour, readColour});
         return types;
-    }();
+    }());
     return all;
 }
 

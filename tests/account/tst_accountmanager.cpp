@@ -14,13 +14,17 @@
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
+#include <QTimer>
 
 #include <sqlite3.h>
 #include <SQLiteCpp/SQLiteCpp.h>
 
 #include <cstring>
+#include <fcntl.h>
 #include <functional>
+#include <sys/file.h>
 #include <thread>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -111,9 +115,19 @@ private Q_SLOTS:
     void init();
     void cleanup();
     void beforeInit();
+    void settingsThatOpenLate_data()
+    {
+        QTest::addColumn<bool>("signsIn");
+        QTest::addColumn<bool>("byFlush");
+        QTest::newRow("nobody signs in") << false << false;
+        QTest::newRow("somebody signs in") << true << false;
+        QTest::newRow("another process had them") << true << true;
+    }
+    void settingsThatOpenLate();
     void accountsThatCannotBeRestored_data();
     void accountsThatCannotBeRestored();
     void scenarios();
+    void eventsWhileAccountsEnd();
     void lostConnections();
     void otherThreadsReadTheList();
 
@@ -466,6 +480,80 @@ void TestAccountManager::otherThreadsReadTheList()
             manager()->logout(manager()->getAccountByIndex(0));
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
+}
+
+/// The disk is full, or another process holds the settings, when the application starts.
+void TestAccountManager::settingsThatOpenLate()
+{
+    QFETCH(bool, signsIn);
+    QFETCH(bool, byFlush);
+    start();
+    signIn({1, 2});
+    manager()->setCurrentAccount(1);
+    settings()->setPasscode(QStringLiteral("digest"));
+    settings()->setSaveasPath(QStringLiteral("kept"));
+    stop();
+
+    const QString directory = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+    const QString file = directory + QStringLiteral("/global.db");
+    const QString aside = file + QStringLiteral(".aside");
+    int other = -1;
+    if (byFlush) {
+        other = ::open(QFile::encodeName(directory).constData(), O_RDONLY);
+        QCOMPARE(flock(other, LOCK_EX | LOCK_NB), 0);
+    } else {
+        QVERIFY(QFile::rename(file, aside) && QDir().mkdir(file));
+    }
+    start();
+    QVERIFY(settings()->isUnread());
+    settings()->setDarkMode(true);
+    if (signsIn) {
+        signIn({3});
+        // Who comes and goes meanwhile resets nothing that is stored.
+        signIn({4});
+        manager()->logout(manager()->getAccount(4));
+    }
+    QVERIFY(!settings()->flush());
+    QVERIFY(!qApp->property("appLocked").toBool());
+
+    if (byFlush) {
+        ::close(other);
+        QVERIFY(settings()->flush());
+    } else {
+        QVERIFY(QDir().rmdir(file) && QFile::rename(aside, file));
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(manager()->count(), signsIn ? 3 : 2, 20'000);
+    QVERIFY(!settings()->isUnread());
+    QVERIFY(qApp->property("appLocked").toBool());
+    QCOMPARE(settings()->saveasPath(), QStringLiteral("kept"));
+    QVERIFY(settings()->darkMode());
+    QVERIFY(manager()->unavailableAccounts().isEmpty());
+    const Ids expected = signsIn ? Ids{3, 1, 2} : Ids{1, 2};
+    QCOMPARE(manager()->getAccountIds(), expected);
+    QCOMPARE(manager()->currentAccount()->accountId(), expected.first());
+    QVERIFY(settings()->flush());
+    stop();
+    start();
+    QCOMPARE(manager()->getAccountIds(), expected);
+}
+
+void TestAccountManager::eventsWhileAccountsEnd()
+{
+    start();
+    signIn({1, 2, 3});
+    manager()->getAccount(1)->setAccountId(2);
+    QCOMPARE(manager()->getAccountIds(), (Ids{1, 2, 3}));
+    int ended = 0;
+    for (qint64 id : {1, 2, 3}) {
+        connect(manager()->getAccount(id), &QObject::destroyed, [&] {
+            QEventLoop loop;
+            QTimer::singleShot(1, &loop, &QEventLoop::quit);
+            loop.exec();
+            ++ended;
+        });
+    }
+    stop();
+    QCOMPARE(ended, 3);
 }
 
 QTEST_GUILESS_MAIN(TestAccountManager)

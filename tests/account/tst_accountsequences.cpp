@@ -482,11 +482,13 @@ private:
         account->run([&] {
             account->setAccountId(id);
             account->setTotalUnreadCount(m_sequence.below(4));
-            // A handler of what is loaded may end the sign-in.
+            // A wipe may have removed what is in the way. A handler of what is loaded may end the
+            // sign-in.
+            const bool isBlocked = QFileInfo(storeOf(id)).isDir();
             const bool isOpen = account->openStorage(true);
             if (account->stage != WatchedAccount::SignedOut)
                 return;
-            CHECK(isOpen != m_blocked.contains(id));
+            CHECK(isOpen != isBlocked);
             account->setAuthorized(isOpen);
             if (isOpen) {
                 account->checkBelongsTo(id);

@@ -7,11 +7,11 @@
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 #include "support/everyfield.h"
+#include "support/facts.h"
 #include "support/mediatree.h"
 #include "support/signallog.h"
 
 #include <QJSEngine>
-#include <QLoggingCategory>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -94,30 +94,14 @@ private Q_SLOTS:
 
     void nameAndExtension_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("extension");
-        QTest::addColumn<QString>("fileName");
-        QTest::addColumn<QString>("fileExtension");
-        const auto row = [](const QString &name, const QString &extension, const QString &fileName,
-                            const QString &fileExtension) {
-            QTest::addRow("%s + %s", qPrintable(name), qPrintable(extension))
-                << name << extension << fileName << fileExtension;
-        };
-        row(u"report"_s, u"pdf"_s, u"report.pdf"_s, u"pdf"_s);
-        row(u"report.txt"_s, u"pdf"_s, u"report.pdf"_s, u"pdf"_s);
-        row(u".profile"_s, u"pdf"_s, u".profile.pdf"_s, u"pdf"_s);
-        row(u"REPORT.PDF"_s, u"pdf"_s, u"REPORT.PDF"_s, u"pdf"_s);
-        row(u"notapdf"_s, u"pdf"_s, u"notapdf"_s, u"pdf"_s);
-        row(u"a.b.c"_s, u"pdf"_s, u"a.b.pdf"_s, u"pdf"_s);
-        row(u"a."_s, u"pdf"_s, u"a.pdf"_s, u"pdf"_s);
-        row(u"."_s, u"pdf"_s, u"..pdf"_s, u"pdf"_s);
-        row(u""_s, u"pdf"_s, u""_s, u"pdf"_s);
-        row(u"Photo.JPG"_s, u""_s, u"Photo.JPG"_s, u"JPG"_s);
-        row(u"report"_s, u"../../x"_s, u"report"_s, u""_s);
-        row(u"report.txt"_s, u"p\u202edf"_s, u"report.txt"_s, u"txt"_s);
-        row(u"report"_s, u".pdf"_s, u"report"_s, u""_s);
-        row(u"photo\u202egpj.exe"_s, u""_s, u"photogpj.exe"_s, u"exe"_s);
-        row(u"\u2067a\u2069\u200fb\u061cc\n.\u0007\ufefftxt"_s, u""_s, u"abc.txt"_s, u""_s);
+        const char *columns[] = {"name", "extension", "fileName", "fileExtension"};
+        for (const char *column : columns)
+            QTest::addColumn<QString>(column);
+        for (const QString &line : facts(u"file_names.txt"_s)) {
+            QTestData &row = QTest::newRow(line.toUtf8().toPercentEncoding(" ").constData());
+            for (int i = 0; i < int(std::size(columns)); ++i)
+                row << line.section(u'\t', i, i);
+        }
     }
     void nameAndExtension()
     {
@@ -231,45 +215,6 @@ private Q_SLOTS:
                     .fileType(),
                 0);
         }
-    }
-
-    /// Those of files within items are tried with the items.
-    void hostileMaps()
-    {
-        QLoggingCategory::setFilterRules(u"im.base.warning=false"_s);
-        const QVariant values[] = {{},
-                                   true,
-                                   1e300,
-                                   std::nan(""),
-                                   u"x"_s,
-                                   QByteArray("\0\xff", 2),
-                                   QVariantMap{{u"a"_s, 1}},
-                                   QVariantList{1, QVariantMap{{u"from"_s, 5}, {u"to"_s, 1}}},
-                                   u"\0/"_s + QChar(0xd83d),
-                                   m_dir.path()};
-        FileData file(filled<im::content::FileInfo>(1));
-        file.setIv("iv");
-        file.setFileState(BaseFile::Missing);
-        file.setFileType(2);
-        file.setCacheFilePath(m_cached);
-        file.addDownloadedRange(1, 2);
-        QStringList keys = stored(file, ParseType::Source).keys();
-        keys += {u"fileExtension"_s, u"photoId"_s, u"photoPath"_s, u"photoType"_s, u"innerPath"_s};
-        for (const QVariant &value : values) {
-            QVariantMap all;
-            for (const QString &key : std::as_const(keys)) {
-                all.insert(key, value);
-                PhotoData({{key, value}}).serialize();
-                FileData one(QVariantMap{{key, value}}, ParseType::Source);
-                one.exists();
-                one.update(all);
-                QVERIFY(one.fileState() <= BaseFile::UploadPaused);
-                QVERIFY(one.downloadedRange().isEmpty());
-                QVERIFY(!InnerFileData(all).innerDiskPath().isEmpty());
-            }
-        }
-        QLoggingCategory::setFilterRules({});
-        QCOMPARE(FileData({{u"size"_s, 1e300}}, ParseType::Source).size(), 9223372036854775807);
     }
 
     void noBase64()
@@ -711,6 +656,8 @@ private Q_SLOTS:
         QCOMPARE(same.innerDiskPath(), file.innerDiskPath());
         QCOMPARE(InnerFileData(info, {}).innerDiskPath(), u"_con"_s);
         QCOMPARE(InnerFileData(info, u"a\u202eb/c"_s).innerPath(), u"ab/c"_s);
+        for (const QVariant &odd : {QVariant(), QVariant(1e300), QVariant(u"\0/"_s)})
+            QVERIFY(!InnerFileData({{u"innerPath"_s, odd}}).innerDiskPath().isEmpty());
     }
 
     void registry()

@@ -1,5 +1,6 @@
 #include "feeds/feed.h"
 #include "feeds/markup.h"
+#include "support/facts.h"
 
 #include <QTemporaryDir>
 #include <QTest>
@@ -104,30 +105,10 @@ private Q_SLOTS:
 
     void markup()
     {
-        struct {
-            const char *markup, *text, *entities;
-        } rows[] = {
-            // clang-format off
-            {"2 * 3 ** 4, a_b__c, |x||", "2 * 3 ** 4, a_b__c, |x||", ""},
-            {"**a** __b__ ~~c~~ ++d++ ||e||", "a b c d e", "BOLD[0,1], ITALIC[2,1], STRIKETHROUGH[4,1], UNDERLINE[6,1], SPOILER[8,1]"},
-            {"**a __b__ c**", "a b c", "BOLD[0,5], ITALIC[2,1]"},
-            {"👨‍👩‍👧 **é**", "👨‍👩‍👧 é", "BOLD[9,1]"},
-            {"`**x** #tag`", "**x** #tag", "MONOSPACE[0,10]"},
-            {"\\**a** \\`b\\`", "**a** `b`", ""},
-            {"[the **map**](https://m.example/__a__)", "the map", "HYPERLINK[0,7] https://m.example/__a__, BOLD[4,3]"},
-            {"https://m.example/__a__/x", "https://m.example/__a__/x", "URL[0,25]"},
-            {"@[Ada L](7) @all x@all @alles", "@Ada L @all x@all @alles", "MENTION_NAME[0,6] user 7, MENTION_NAME[7,4], MENTION_IM_ID[18,6]"},
-            {"a ![🧺](5/12)", "a 🧺", "CUSTOM_EMOJI[2,2] emoji 5/12"},
-            {"see\n```cpp collapsed\n**x**\n\n> y\n```\nend", "see\n**x**\n\n> y\nend", "CODE_BLOCK[4,10] cpp collapsed"},
-            {"```cpp\nx", "```cpp\nx", ""},
-            {"> a\n> **b**\n\n>- c", "a\nb\n\nc", "QUOTED[0,3], BOLD[2,1], QUOTED[5,1] collapsed"},
-            {"**/start** ada@a.example #tag +49 30 1234567, 1:02:03", "/start ada@a.example #tag +49 30 1234567, 1:02:03", "BOLD[0,6], BOT_COMMAND[0,6] user 99, EMAIL[7,13], HASH_TAG[21,4], PHONE_NUMBER[26,14], VIDEO_POSITION[42,7] at 3723"},
-            // clang-format on
-        };
-        for (const auto &row : rows) {
-            const im::content::Text record = readMarkup(QString::fromUtf8(row.markup), 99);
-            QCOMPARE(record.text(), row.text);
-            QCOMPARE(described(record).join(u", "_s), QString::fromUtf8(row.entities));
+        for (const QString &line : facts(u"markup.txt"_s)) {
+            const im::content::Text record = readMarkup(line.section(u'\t', 0, 0), 99);
+            QCOMPARE(QString::fromStdString(record.text()), line.section(u'\t', 1, 1));
+            QCOMPARE(described(record).join(u", "_s), line.section(u'\t', 2));
         }
     }
 };

@@ -6,7 +6,10 @@
 #include "protocol/message_content.pb.h"
 #include "settings/appsettingmodel.h"
 
+#include "support/facts.h"
 #include "support/signallog.h"
+
+#include <google/protobuf/text_format.h>
 
 #include <QGuiApplication>
 #include <QProcess>
@@ -94,17 +97,14 @@ private Q_SLOTS:
 
     void languages()
     {
-        const std::pair<const QString &, QStringList> expected[] = {
-            {englishRemoval, {u"en"_s, u"en_GB"_s, u"de_DE"_s, u"tlh"_s, u"C"_s, u"_"_s}},
-            {arabicRemoval, {u"ar"_s, u"ar_EG"_s, u"ar-SA"_s}},
-            {chineseRemoval, {u"zh"_s, u"zh_CN"_s, u"zh_TW"_s, u"zh_Hant_HK"_s}}};
-        for (const auto &[text, languages] : expected) {
-            for (const QString &language : languages) {
-                settings()->setLanguage(language);
-                SystemItem item(1, nullptr);
-                item.setInfo(removal());
-                QCOMPARE(item.text(), text);
-            }
+        for (const QString &line : facts(u"sentences.txt"_s)) {
+            settings()->setLanguage(line.section(u'\t', 0, 0));
+            Alert alert;
+            QVERIFY(google::protobuf::TextFormat::ParseFromString(
+                line.section(u'\t', 2).toStdString(), &alert));
+            SystemItem item(1, nullptr);
+            item.setInfo(alert);
+            QCOMPARE(item.text(), line.section(u'\t', 1, 1));
         }
     }
 
@@ -197,22 +197,10 @@ private Q_SLOTS:
 
     void plurals()
     {
-        const std::pair<QString, QMap<int, QString>> expected[] = {
-            {u"en"_s, {{0, u"0 days"_s}, {1, u"1 day"_s}, {2, u"2 days"_s}, {101, u"101 days"_s}}},
-            {u"ar"_s,
-             {{0, u"0 يوم"_s},
-              {1, u"يوم واحد"_s},
-              {2, u"يومين"_s},
-              {3, u"3 أيام"_s},
-              {11, u"11 يومًا"_s},
-              {100, u"100 يوم"_s},
-              {103, u"103 أيام"_s}}},
-            {u"zh"_s, {{0, u"0 天"_s}, {1, u"1 天"_s}, {2, u"2 天"_s}}},
-            {u"tlh"_s, {{1, u"1 day"_s}, {2, u"2 days"_s}}}};
-        for (const auto &[language, texts] : expected) {
-            settings()->setLanguage(language);
-            for (auto text = texts.cbegin(); text != texts.cend(); ++text)
-                QCOMPARE(translated("system_alert_days", text.key()), *text);
+        for (const QString &line : facts(u"plurals.txt"_s)) {
+            const QStringList fields = line.split(u'\t');
+            settings()->setLanguage(fields[0]);
+            QCOMPARE(translated("system_alert_days", fields[1].toInt()), fields[2]);
         }
     }
 
@@ -227,23 +215,6 @@ private Q_SLOTS:
         QVERIFY2(item.text().contains(u"November"_s), qPrintable(item.text()));
         settings()->setLanguage(u"zh_CN"_s);
         QVERIFY2(item.text().contains(u"2023年11月"_s), qPrintable(item.text()));
-    }
-
-    void whoDidIt()
-    {
-        // The verb is another one where the user did it, or more than one did.
-        settings()->setLanguage(u"ar"_s);
-        SystemItem item(1, nullptr);
-        Alert alert = removal();
-        alert.clear_targets();
-        alert.clear_operator_();
-        item.setInfo(alert);
-        QCOMPARE(item.text(), u"أزال شخص ما شخصًا ما من المجموعة"_s);
-        alert.set_type(Alert::MEMBER_JOINED);
-        alert.add_targets()->set_name("Ben");
-        alert.add_targets()->set_name("سارة");
-        item.setInfo(alert);
-        QCOMPARE(item.text(), u"انضم \u2068Ben\u2069، \u2068سارة\u2069 إلى المجموعة"_s);
     }
 
     void cataloguesOfTheApplication()

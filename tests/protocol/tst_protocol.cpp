@@ -1,6 +1,5 @@
 #include "protocol/callcatalogue.h"
 #include "protocol/common_error.pb.h"
-#include "protocol/connection.pb.h"
 #include "protocol/errordetails.h"
 #include "protocol/group_service.pb.h"
 #include "protocol/notif.pb.h"
@@ -201,24 +200,6 @@ private Q_SLOTS:
         for (int type :
              {int(im::notif::UNKNOWN_NOTIF), int(im::notif::DEVICE_UNLINKED), -1, 100000})
             QVERIFY(!protocol::notificationPrototype(type));
-    }
-
-    void handshakeRecords()
-    {
-        // One sign-in at most: of two on the wire, the one parsed last counts.
-        im::AuthReq sign;
-        sign.mutable_sign_auth()->set_user_id(3);
-        im::AuthReq token;
-        token.mutable_token_auth()->set_type(im::AuthReq::TokenAuth::LINK_DEVICE_V2);
-        im::AuthReq both;
-        QVERIFY(both.ParseFromString(sign.SerializeAsString() + token.SerializeAsString()));
-        QCOMPARE(both.auth_case(), im::AuthReq::kTokenAuth);
-        // Kinds of application that this client does not know are kept.
-        im::ConnectReq connect;
-        connect.mutable_conn()->set_app_id(im::ConnectReq::ConnInfo::FULL_WEB + 40);
-        im::ConnectReq read;
-        QVERIFY(read.ParseFromString(connect.SerializeAsString()));
-        QCOMPARE(read.conn().app_id(), 52);
     }
 };
 

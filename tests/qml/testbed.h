@@ -4,9 +4,6 @@
 #include "base/json.h"
 #include "content/contentfactory.h"
 #include "content/contentitem.h"
-#include "content/items/combineditem.h"
-#include "content/items/filegroupitem.h"
-#include "content/items/mediagroupitem.h"
 #include "content/items/stickeritem.h"
 #include "dialog/dialogbase.h"
 #include "settings/appsettingmodel.h"
@@ -80,30 +77,17 @@ public:
         m_items.append(makeContentItem(json.toStdString(), 1, 1, nullptr));
         return m_items.last().data();
     }
-    /// An item of the kind `name`, of a stored item map; also those that the factory does not make.
+    /// An item of the kind `name`, of a stored map: of one content, or of several.
     Q_INVOKABLE ContentItem *itemOf(const QString &name, const QVariantMap &map)
     {
-        using Items = QList<QSharedPointer<ContentItem>>;
-        const auto member = [](const QString &type) {
-            const QVariantMap stored{{QStringLiteral("type"), type}};
-            return makeContentItem({{QStringLiteral("content"), QVariantList{stored}}}, 1, nullptr);
-        };
-        QSharedPointer<ContentItem> made;
-        if (name == QStringLiteral("StickerItem"))
-            made = QSharedPointer<StickerItem>::create(map, 1, nullptr);
-        else if (name == QStringLiteral("CombinedItem"))
-            made = QSharedPointer<CombinedItem>::create(map, 1, nullptr);
-        else if (name == QStringLiteral("MediaGroupItem"))
-            made = QSharedPointer<MediaGroupItem>::create(
-                Items{member(QStringLiteral("image")), member(QStringLiteral("video"))}, 1,
-                nullptr);
-        else if (name == QStringLiteral("FileGroupItem"))
-            made = QSharedPointer<FileGroupItem>::create(
-                Items{member(QStringLiteral("file")), member(QStringLiteral("music"))}, 1, nullptr);
+        const QString content = QStringLiteral("content");
+        const bool isWhole = map.value(content).typeId() == QMetaType::QVariantList;
+        const QVariantMap stored = isWhole ? map : QVariantMap{{content, QVariantList{map}}};
+        if (name == QStringLiteral("StickerItem")) // which the factory has from an account
+            m_items.append(QSharedPointer<StickerItem>::create(map, 1, nullptr));
         else
-            made = makeContentItem({{QStringLiteral("content"), QVariantList{map}}}, 1, nullptr);
-        m_items.append(made);
-        return made.data();
+            m_items.append(restoreContent(stored, 1, nullptr));
+        return m_items.last().data();
     }
     /// Lets go of the items: QML must have no say in their end.
     Q_INVOKABLE void dropItems() { m_items.clear(); }

@@ -56,10 +56,12 @@ TestCase {
               name: "comment", set: "why" },
             { tag: "LotteryItem", type: LotteryItem, objects: 2,
               map: { type: "lottery", title: { type: "text", content: "Three chances" } } },
-            { tag: "CombinedItem", type: CombinedItem, objects: 2, map: { total: 2, entries: [
+            { tag: "CombinedItem", type: CombinedItem, objects: 2, map: { type: "combined", total: 2, entries: [
                 { messageId: 1, item: { type: "text", content: "inside" } }] } },
-            { tag: "MediaGroupItem", type: MediaGroupItem, objects: 4, map: {} },
-            { tag: "FileGroupItem", type: FileGroupItem, objects: 4, map: {} },
+            { tag: "MediaGroupItem", type: MediaGroupItem, objects: 4,
+              map: { content: [{ type: "image" }, { type: "video" }] } },
+            { tag: "FileGroupItem", type: FileGroupItem, objects: 4,
+              map: { content: [{ type: "file" }, { type: "music" }] } },
         ]
     }
 
@@ -102,7 +104,7 @@ TestCase {
             { tag: "PollItem", map: { type: "poll", options: [text] }, list: "options" },
             { tag: "LotteryItem", map: { type: "lottery", options: [text] }, list: "options" },
             { tag: "LotteryItem", map: { type: "lottery", options: [text] }, list: "prizes" },
-            { tag: "CombinedItem", map: { entries: [{ messageId: 1, item: text }] },
+            { tag: "CombinedItem", map: { type: "combined", entries: [{ messageId: 1, item: text }] },
               list: "entries" },
         ]
     }

@@ -26,13 +26,6 @@ TestCase {
         verify(dark)
     }
 
-    function test_isOneObject() {
-        const first = AppSettingModel
-        gc()
-        AppSettingModel.setThemeFontSize(20, true)
-        compare(first.themeFontSize, 20)
-    }
-
     function test_valuesByKey() {
         compare(AppSettingModel.getValue("page", 7), 7)
         verify(AppSettingModel.setValue("page", {list: [1, "x"], map: {yes: true}}, true))

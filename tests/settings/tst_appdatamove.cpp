@@ -403,7 +403,7 @@ void goOnWithDownload()
 /// What a process does that is started to be killed: it starts up, which goes on with a move that
 /// is stored, moves the data unless they are there, and ends when all of them are that can be.
 /// Meanwhile a download goes on, and an account signs out.
-int moveAsChild(const QString &target)
+int moveAsChild(const QString &target, const QString &mode)
 {
     ThreadManager::getInstance()->init();
     AppSettingModel *settings = AppSettingModel::instance();
@@ -414,6 +414,14 @@ int moveAsChild(const QString &target)
     AppDataMove *move = AccountManager::getInstance()->appDataMove();
     std::puts("ready");
     std::fflush(stdout);
+    if (mode != u"move"_s) {
+        QObject::connect(move, &AppDataMove::movedBytesChanged, qApp, [mode] {
+            if (mode == u"exit"_s)
+                std::exit(5);
+            qApp->exit(5);
+        });
+        return move->moveTo(target) ? qApp->exec() : 3;
+    }
     std::thread download(goOnWithDownload);
     const auto leave = [] {
         AccountManager *manager = AccountManager::getInstance();
@@ -501,7 +509,8 @@ class TestAppDataMove : public QObject
         return all;
     }
 
-    std::unique_ptr<QProcess> startChild(const QString &home, const QString &shellSetup = {}) const
+    std::unique_ptr<QProcess> startChild(const QString &home, const QString &shellSetup = {},
+                                         const QString &mode = u"move"_s) const
     {
         auto child = std::make_unique<QProcess>();
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -510,11 +519,11 @@ class TestAppDataMove : public QObject
         child->setProcessChannelMode(QProcess::ForwardedErrorChannel);
         const QString program = QCoreApplication::applicationFilePath();
         if (shellSetup.isEmpty()) {
-            child->start(program, {u"move"_s, home + u"/new"_s});
+            child->start(program, {mode, home + u"/new"_s});
         } else {
-            child->start(u"/bin/sh"_s,
-                         {u"-c"_s, shellSetup + u"; exec \"$0\" \"$@\""_s, program, u"move"_s,
-                          home + u"/new"_s});
+            child->start(
+                u"/bin/sh"_s,
+                {u"-c"_s, shellSetup + u"; exec \"$0\" \"$@\""_s, program, mode, home + u"/new"_s});
         }
         if (!child->waitForReadyRead(30'000))
             qWarning("A child does not get ready");
@@ -911,7 +920,8 @@ private Q_SLOTS:
         settings()->closeGlobalStorage();
         QVERIFY(dataMove()->moveTo(source()));
         QVERIFY(!finish());
-        QCOMPARE(takeError(), noSpace);
+        QCOMPARE(dataMove()->reason(), Reason::NotStored);
+        QVERIFY(!takeError().isEmpty());
         QCOMPARE(settings()->cacheDataPath(), target());
         QCOMPARE(settings()->oldCacheDataPath(), source());
         QCOMPARE(settings()->movedDataInfo(), info);
@@ -952,6 +962,48 @@ private Q_SLOTS:
         MediaAccount::lockedId = 0;
         QVERIFY(!AccountManager::getInstance()->getAccount(10001));
         QVERIFY(finish());
+        QCOMPARE(readMedia(target()), before);
+        // Nor is one that begins now without its media.
+        QVERIFY(dataMove()->moveTo(source()));
+        QVERIFY(finish());
+        QCOMPARE(readMedia(source()), before);
+    }
+
+    void wipeOfWhatCannotBeRemoved()
+    {
+        const QString account = source() + u"10001"_s;
+        MediaTree::write(account + u"/userstatus/account.db"_s, "secret");
+        const QString store = account + u"/userstatus"_s;
+        QVERIFY(QFile::setPermissions(store, QFile::ReadOwner | QFile::ExeOwner));
+        QSignalSpy wiped(AccountManager::getInstance(), &AccountManager::appWiped);
+        AccountManager::getInstance()->unlockApp(true, false);
+        QVERIFY(wiped.wait());
+        QVERIFY(QFileInfo::exists(store));
+        // A person who signs in and out before the next start changes nothing about it.
+        settings()->reset();
+        QVERIFY(
+            QFile::setPermissions(store, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        shutDown();
+        start();
+        QVERIFY(!QFileInfo::exists(account));
+    }
+
+    void processEndsDuringAMove_data()
+    {
+        QTest::addColumn<QString>("mode");
+        QTest::newRow("exit() in a handler") << u"exit"_s;
+        QTest::newRow("main() returns") << u"return"_s;
+    }
+    void processEndsDuringAMove()
+    {
+        QFETCH(QString, mode);
+        const QString data = m_home->path() + u"/data/"_s + QCoreApplication::applicationName();
+        fillMedia(data, 31, 8);
+        const MediaTree before = readMedia(data);
+        std::unique_ptr<QProcess> child = startChild(m_home->path(), {}, mode);
+        QCOMPARE(run(*child), 5);
+        child = startChild(m_home->path());
+        QCOMPARE(run(*child), 0);
         QCOMPARE(readMedia(target()), before);
     }
 
@@ -1291,8 +1343,8 @@ int main(int argc, char *argv[])
     respectPermissions(argv);
     QGuiApplication app(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() == 3 && arguments.at(1) == u"move"_s)
-        return moveAsChild(arguments.at(2));
+    if (arguments.size() == 3)
+        return moveAsChild(arguments.at(2), arguments.at(1));
     PowerCut::install();
     TestAppDataMove test;
     return QTest::qExec(&test, argc, argv);

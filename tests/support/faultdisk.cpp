@@ -120,10 +120,10 @@ public:
         const auto [known, isNew] = m_open.try_emplace(now.st_ino);
         if (isNew) {
             // Another one than the caller's, which may be closed, and closing which would drop locks:
-            // only at the very end.
+            // only at the very end. Not for writing: what is written to is not moved.
             const std::string path = "/proc/self/fd/" + std::to_string(file);
             REAL(open64);
-            known->second = real_open64(path.c_str(), O_RDWR | O_CLOEXEC);
+            known->second = real_open64(path.c_str(), O_RDONLY | O_CLOEXEC);
         }
         change.file = known->second;
         change.before.resize(size);
@@ -216,10 +216,13 @@ private:
 
     void set(const Change &change, const Bytes &bytes, off_t size)
     {
+        REAL(open64);
         REAL(pwrite64);
         REAL(ftruncate64);
-        (void)real_pwrite64(change.file, bytes.data(), bytes.size(), change.offset);
-        (void)real_ftruncate64(change.file, size);
+        const std::string path = "/proc/self/fd/" + std::to_string(change.file);
+        const int file = real_open64(path.c_str(), O_WRONLY | O_CLOEXEC);
+        (void)real_pwrite64(file, bytes.data(), bytes.size(), change.offset);
+        (void)real_ftruncate64(file, size);
     }
     static std::string canonical(const std::string &path)
     {

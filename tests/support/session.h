@@ -20,7 +20,8 @@ namespace session
 {
 
 constexpr qint64 id = 10001;
-constexpr int slotCount = 16; // of the ranges: each step saves one and removes another
+constexpr qint64 secondId = 10002; // who may leave during the session
+constexpr int slotCount = 16;      // of the ranges: each step saves one and removes another
 
 inline AppSettingModel *settings()
 {
@@ -53,7 +54,8 @@ struct Value {
     std::function<int(FakeAccount &)> read;   // -1 for what was never written, or in this order
 };
 
-/// Rows that are written one after the other: the first may be one step ahead of the last.
+/// Rows that are written one after the other: the first may be one step ahead of the last, and has
+/// any number where all were removed before.
 template <typename Write, typename Flush, typename Read>
 Value rows(const QByteArray &name, Write write, Flush flush, Read read)
 {
@@ -75,7 +77,7 @@ Value rows(const QByteArray &name, Write write, Flush flush, Read read)
                 for (const QString &key : keys)
                     numbers.push_back(numberOf(read(account, key)));
                 const bool inOrder = std::is_sorted(numbers.crbegin(), numbers.crend())
-                    && numbers.front() - numbers.back() <= 1;
+                    && (numbers.front() - numbers.back() <= 1 || numbers.back() == 0);
                 return inOrder ? numbers.back() : -1;
             }};
 }
@@ -184,14 +186,14 @@ inline const Value values[] = {
 };
 
 /// A line for what is safe now, in one call: two threads speak.
-inline void say(const QByteArray &what, int number)
+inline void say(qint64 id, const QByteArray &what, int number)
 {
-    std::printf("%d %s\n", number, what.constData());
+    std::printf("%d %lld %s\n", number, id, what.constData());
     std::fflush(stdout);
 }
 
 /// The account, which signs in unless it did before; null where that fails.
-inline FakeAccount *signIn()
+inline FakeAccount *signIn(qint64 id)
 {
     if (AccountBase *known = manager()->getAccount(id))
         return static_cast<FakeAccount *>(known);
@@ -200,11 +202,11 @@ inline FakeAccount *signIn()
     if (!account || !account->signIn(id))
         return nullptr;
     if (settings()->flush())
-        say("account", 1);
+        say(id, "account", 1);
     return account;
 }
 
-/// What a session has said, by the name of the value.
+/// What a session has said, by the account and the name of the value.
 using Safe = QMap<QByteArray, int>;
 
 /// Adds what a session has said; returns how much that is. What follows the last line feed is half
@@ -222,7 +224,7 @@ inline int addSaid(const QByteArray &output, Safe *safe)
     return count;
 }
 
-/// Starts, looks for what is safe, and stops; `more` runs in between where the account is there.
+/// Starts, looks for what is safe, and stops; `more` runs in between.
 /// Returns what is lost or torn, and which stores did not open or only after a repair.
 template <typename More>
 QString check(const Safe &safe, More more)
@@ -236,25 +238,33 @@ QString check(const Safe &safe, More more)
     const auto *global = settings()->globalStorage();
     expect(global->isOpen() && !global->recovered(), QStringLiteral("The settings do not open"));
     QStringList files{global->filePath()};
-    auto *account = static_cast<FakeAccount *>(manager()->getAccount(id));
-    expect(account || !safe.contains("account"), QStringLiteral("The account is lost"));
-    if (account) {
+    for (const qint64 one : {id, secondId}) {
+        const auto told = [&](const QByteArray &name) {
+            return safe.value(QByteArray::number(one) + ' ' + name);
+        };
+        auto *account = static_cast<FakeAccount *>(manager()->getAccount(one));
+        expect(!account || !told("left"), QStringLiteral("%1 has left and is listed").arg(one));
+        if (told("leaves"))
+            continue;
+        expect(account || !told("account"), QStringLiteral("%1 is not listed").arg(one));
+        if (!account)
+            continue;
         expect(account->storage()->isOpen() && !account->storage()->recovered(),
-               QStringLiteral("The account's store does not open"));
+               QStringLiteral("The store of %1 does not open").arg(one));
         files.append(account->storage()->filePath());
         for (const Value &value : values) {
             const int there = value.read(*account);
-            expect(there >= safe.value(value.name),
-                   QStringLiteral("%1: %2 was safe, %3 is there")
+            expect(there >= told(value.name),
+                   QStringLiteral("%1, %2: %3 was safe, %4 is there")
+                       .arg(one)
                        .arg(QLatin1StringView(value.name))
-                       .arg(safe.value(value.name))
+                       .arg(told(value.name))
                        .arg(there));
         }
-        more(&wrong);
-    } else {
-        FakeAccount nobody;
-        expect(values[0].read(nobody) >= 0, QStringLiteral("A setting is torn"));
     }
+    FakeAccount nobody;
+    expect(values[0].read(nobody) >= 0, QStringLiteral("A setting is torn"));
+    more(&wrong);
     leaveApplication();
     for (const QString &file : files) {
         SQLite::Database database(file.toStdString());

@@ -2,6 +2,8 @@
 #include "base/define.h"
 #include "base/storedvalue.h"
 #include "base/util.h"
+#include "support/facts.h"
+#include "support/files.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -19,43 +21,12 @@ class TestUtil : public QObject
 {
     Q_OBJECT
 
-    static void write(const QString &path)
-    {
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write("x"), 1);
-    }
-
     static QStringList allMatches(const QRegularExpression &expression, const QString &text)
     {
         QStringList found;
         for (auto it = expression.globalMatch(text); it.hasNext();)
             found.append(it.next().captured(0));
         return found;
-    }
-
-    /// The lines of a file of facts, without its comments.
-    static QStringList facts(const QString &path)
-    {
-        static const QRegularExpression escape(u"\\\\(?:u([0-9a-f]{4})|(.))"_s);
-        QFile file(path);
-        QStringList lines;
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        for (QString line : QString::fromUtf8(file.readAll()).split(u'\n')) {
-            if (line.isEmpty() || line.startsWith(u"# "))
-                continue;
-            for (qsizetype at = 0; (at = line.indexOf(escape, at)) >= 0; ++at) {
-                const auto found = escape.match(line, at);
-                const QString code = found.captured(1);
-                line.replace(at, found.capturedLength(),
-                             !code.isEmpty()                   ? QChar(code.toUShort(nullptr, 16))
-                                 : found.captured(2) == u"n"_s ? QChar(u'\n')
-                                                               : found.captured(2).front());
-            }
-            lines.append(line);
-        }
-        return lines;
     }
 
 private Q_SLOTS:
@@ -115,7 +86,7 @@ private Q_SLOTS:
         QVERIFY(QDir(data).exists());
 
         const QTemporaryDir dir;
-        write(dir.filePath(u"file"_s));
+        QVERIFY(write(dir.filePath(u"file"_s), "x"));
         for (const QString &path :
              {dir.filePath(u"file/x"_s), dir.filePath(u"file"_s), QString()}) {
             QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Cannot make directory"_s));
@@ -127,7 +98,7 @@ private Q_SLOTS:
     {
         const QTemporaryDir dir;
         QVERIFY(Util::mkpath(dir.filePath(u"a/b"_s)));
-        write(dir.filePath(u"a/b/c"_s));
+        QVERIFY(write(dir.filePath(u"a/b/c"_s), "x"));
         QVERIFY(QFile::setPermissions(dir.filePath(u"a/b/c"_s), QFile::ReadOwner));
         QVERIFY(Util::syncFolder(dir.filePath(u"a/"_s)));
         QVERIFY(!Util::syncFolder(dir.filePath(u"missing"_s)));
@@ -140,9 +111,9 @@ private Q_SLOTS:
         const QString folder = dir.filePath(u"folder"_s);
         const QString kept = dir.filePath(u"kept"_s);
         QVERIFY(Util::mkpath(folder + u"/a/b"_s) && Util::mkpath(kept));
-        write(folder + u"/a/.hidden"_s);
-        write(folder + u"/a/b/file"_s);
-        write(kept + u"/file"_s);
+        QVERIFY(write(folder + u"/a/.hidden"_s, "x"));
+        QVERIFY(write(folder + u"/a/b/file"_s, "x"));
+        QVERIFY(write(kept + u"/file"_s, "x"));
         QVERIFY(QFile::link(kept, folder + u"/a/link"_s));
         QVERIFY(QFile::link(dir.filePath(u"nowhere"_s), folder + u"/dangling"_s));
 
@@ -206,7 +177,7 @@ private Q_SLOTS:
             QTest::addRow("%s", sent.left(20).toUtf8().toPercentEncoding().constData())
                 << sent << safe;
         };
-        for (const QString &line : facts(QStringLiteral(FACTS "safe_names.txt")))
+        for (const QString &line : facts(u"safe_names.txt"_s))
             row(line.section(u'\t', 0, 0), line.section(u'\t', 1));
         row({}, u"_"_s);
         row(u"a\0b\n\r\tc\x7f\u0085\u2028"_s, u"a_b___c___"_s);
@@ -265,7 +236,7 @@ private Q_SLOTS:
                 text.isEmpty() ? QStringList() : allMatches(*expression, std::exchange(text, {}));
             return std::exchange(expected, {}) == found;
         };
-        for (const QString &line : facts(QStringLiteral(FACTS "recognisers.txt"))) {
+        for (const QString &line : facts(u"recognisers.txt"_s)) {
             if (line.startsWith(u'\t')) {
                 expected.append(line.sliced(1));
                 continue;

@@ -1,7 +1,6 @@
 #include "imcrypto/masterkey.h"
+#include "support/files.h"
 
-#include <QElapsedTimer>
-#include <QFile>
 #include <QLocalServer>
 #include <QProcess>
 #include <QStandardPaths>
@@ -19,74 +18,68 @@ class TestKeychain : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void withoutKeychain_data();
-    void withoutKeychain();
-    void withKeychain();
+    void withoutKeychain_data()
+    {
+        QTest::addColumn<QByteArray>("busAddress");
+        QTest::newRow("no session bus") << QByteArray();
+        QTest::newRow("a bus that is gone") << QByteArray("unix:path=/nonexistent/bus");
+        QTest::newRow("a bus that never answers") << QByteArray("silent");
+    }
+
+    void withoutKeychain()
+    {
+        QFETCH(QByteArray, busAddress);
+        const QTemporaryDir directory;
+        QLocalServer silent;
+        if (busAddress == "silent") {
+            QVERIFY(silent.listen(directory.filePath(QStringLiteral("bus"))));
+            busAddress = "unix:path=" + silent.fullServerName().toLocal8Bit();
+        }
+        const QByteArray made = start(directory.path(), busAddress);
+        QCOMPARE(made.size(), 32);
+        QCOMPARE(start(directory.path(), busAddress), made);
+        if (silent.isListening())
+            QVERIFY(silent.hasPendingConnections());
+    }
+
+    void withKeychain()
+    {
+        const QByteArray bus = qgetenv("TEST_KEYCHAIN_BUS");
+        if (bus.isEmpty())
+            QSKIP("no keychain to test with: dbus-run-session or gnome-keyring-daemon is missing");
+        const QTemporaryDir directory;
+        const QByteArray made = start(directory.path(), bus);
+        QCOMPARE(made.size(), 32);
+        QCOMPARE(start(directory.path(), bus), made);
+
+        const QByteArray content =
+            contents(directory.filePath(QStringLiteral("tst_keychain/master.key")));
+        QVERIFY2(content.startsWith("keychain:"), content);
+        QVERIFY(!content.contains(made) && !content.contains(made.toHex()));
+
+        // It lies in the keychain: without one there is no key, and none is made.
+        QCOMPARE(start(directory.path(), {}), QByteArray());
+        QCOMPARE(start(directory.path(), bus), made);
+    }
 
 private:
     /// One start of the program: the key's bytes, or nothing when it could not be had.
-    static QByteArray start(const QString &dataHome, const QByteArray &busAddress);
-};
-
-QByteArray TestKeychain::start(const QString &dataHome, const QByteArray &busAddress)
-{
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_DATA_HOME"), dataHome);
-    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QString::fromLatin1(busAddress));
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process.start(QCoreApplication::applicationFilePath(), {QStringLiteral("installation")});
-    // Spins the event loop: the bus that does not answer has to accept.
-    if (!QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 20000))
-        return "it hangs";
-    return QByteArray::fromHex(process.readAllStandardOutput());
-}
-
-void TestKeychain::withoutKeychain_data()
-{
-    QTest::addColumn<QByteArray>("busAddress");
-    QTest::newRow("no session bus") << QByteArray();
-    QTest::newRow("a bus that is gone") << QByteArray("unix:path=/nonexistent/bus");
-    QTest::newRow("a bus that never answers") << QByteArray("silent");
-}
-
-void TestKeychain::withoutKeychain()
-{
-    QFETCH(QByteArray, busAddress);
-    const QTemporaryDir directory;
-    QLocalServer silent;
-    if (busAddress == "silent") {
-        QVERIFY(silent.listen(directory.filePath(QStringLiteral("bus"))));
-        busAddress = "unix:path=" + silent.fullServerName().toLocal8Bit();
+    static QByteArray start(const QString &dataHome, const QByteArray &busAddress)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("XDG_DATA_HOME"), dataHome);
+        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+                           QString::fromLatin1(busAddress));
+        QProcess process;
+        process.setProcessEnvironment(environment);
+        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        process.start(QCoreApplication::applicationFilePath(), {QStringLiteral("installation")});
+        // Spins the event loop: the bus that does not answer has to accept.
+        if (!QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 20000))
+            return "it hangs";
+        return QByteArray::fromHex(process.readAllStandardOutput());
     }
-    const QByteArray made = start(directory.path(), busAddress);
-    QCOMPARE(made.size(), 32);
-    QCOMPARE(start(directory.path(), busAddress), made);
-    if (silent.isListening())
-        QVERIFY(silent.hasPendingConnections());
-}
-
-void TestKeychain::withKeychain()
-{
-    const QByteArray bus = qgetenv("TEST_KEYCHAIN_BUS");
-    if (bus.isEmpty())
-        QSKIP("no keychain to test with: dbus-run-session or gnome-keyring-daemon is missing");
-    const QTemporaryDir directory;
-    const QByteArray made = start(directory.path(), bus);
-    QCOMPARE(made.size(), 32);
-    QCOMPARE(start(directory.path(), bus), made);
-
-    QFile file(directory.filePath(QStringLiteral("tst_keychain/master.key")));
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QByteArray content = file.readAll();
-    QVERIFY2(content.startsWith("keychain:"), content);
-    QVERIFY(!content.contains(made) && !content.contains(made.toHex()));
-
-    // It lies in the keychain: without one there is no key, and none is made.
-    QCOMPARE(start(directory.path(), {}), QByteArray());
-    QCOMPARE(start(directory.path(), bus), made);
-}
+};
 
 int main(int argc, char **argv)
 {

@@ -1,5 +1,6 @@
 #include "imcrypto/masterkey.h"
 #include "imcrypto/masterkey_p.h"
+#include "support/files.h"
 
 #include <QDir>
 #include <QFile>
@@ -25,18 +26,6 @@ using Status = MasterKey::Status;
 
 namespace
 {
-
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool write(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
 
 QByteArray key(const MasterKey::Answer &answer)
 {
@@ -66,205 +55,172 @@ class TestMasterKey : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void file();
-    void damagedFile_data();
-    void damagedFile();
-    void whatIsNoFileOfOurs();
-    void removes();
-    void unwritableDirectory();
-    void withoutHardLinks();
-    void threadsAtOnce_data();
-    void threadsAtOnce();
-    void processesAtOnce_data();
-    void processesAtOnce();
-};
-
-void TestMasterKey::file()
-{
-    const QTemporaryDir directory;
-    const QString path = directory.filePath(QStringLiteral("deep/down/master.key"));
-    QCOMPARE(MasterKey::inFile(path)->load().status, Status::None);
-    const QByteArray made = key(MasterKey::inFile(path)->create());
-    QCOMPARE(made.size(), 32);
-    QCOMPARE(key(MasterKey::inFile(path)->load()), made);
-    QCOMPARE(key(MasterKey::inFile(path)->create()), made);
-    QCOMPARE(files(directory.filePath(QStringLiteral("deep/down"))),
-             QStringList{QStringLiteral("master.key")});
-
-    const auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
-    QVERIFY(!(QFile::permissions(path) & others));
-    QVERIFY(QFile::setPermissions(path, QFile::permissions(path) | others));
-    QCOMPARE(key(MasterKey::inFile(path)->load()), made);
-    QVERIFY(!(QFile::permissions(path) & others));
-
-    QVERIFY(key(MasterKey::inFile(directory.filePath(QStringLiteral("other")))->create()) != made);
-}
-
-void TestMasterKey::damagedFile_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::newRow("empty") << QByteArray();
-    QTest::newRow("cut") << QByteArray(31, 'k');
-    QTest::newRow("longer") << QByteArray(33, 'k');
-    QTest::newRow("huge") << QByteArray(1 << 20, 'k');
-    QTest::newRow("in a keychain that does not run") << QByteArray("keychain:master-00112233");
-}
-
-void TestMasterKey::damagedFile()
-{
-    QFETCH(QByteArray, bytes);
-    const QTemporaryDir directory;
-    const QString path = directory.filePath(QStringLiteral("master.key"));
-    QVERIFY(write(path, bytes));
-    QCOMPARE(MasterKey::inFile(path)->load().status, Status::Unavailable);
-    QCOMPARE(MasterKey::inFile(path)->create().status, Status::Unavailable);
-    QCOMPARE(contents(path), bytes);
-    QCOMPARE(files(directory.path()).size(), 1);
-}
-
-void TestMasterKey::whatIsNoFileOfOurs()
-{
-#ifdef Q_OS_UNIX
-    const QTemporaryDir directory;
-    const QString path = directory.filePath(QStringLiteral("master.key"));
-    const QString other = directory.filePath(QStringLiteral("other"));
-    const QByteArray name = QFile::encodeName(path);
-    const QByteArray others = QFile::encodeName(other);
-    const std::function<bool()> obstacles[] = {
-        [&] { return ::mkfifo(name.constData(), 0600) == 0; },
-        [&] { return ::symlink(others.constData(), name.constData()) == 0; },
-        [&] { return ::symlink("nowhere", name.constData()) == 0; },
-        [&] { return ::mkdir(name.constData(), 0700) == 0; },
-        [&] {
-            return ::geteuid() != 0
-                || (write(path, QByteArray(32, 'k')) && ::chown(name.constData(), 65534, 0) == 0);
-        },
-    };
-    for (const auto &place : obstacles) {
-        QVERIFY(write(other, QByteArray(32, 'o')));
-        QVERIFY(QFile::setPermissions(other, QFile::Permissions(0x6644)));
-        QVERIFY(place());
-        const auto source = MasterKey::inFile(path);
-        QVERIFY(!source->mayWait());
-        QCOMPARE(source->load().status, Status::Unavailable);
-        QCOMPARE(source->create().status, Status::Unavailable);
-        QCOMPARE(QFile::permissions(other), QFile::Permissions(0x6644));
-        QCOMPARE(contents(other), QByteArray(32, 'o'));
-        QVERIFY(QFile::remove(path) || QDir().rmdir(path));
-    }
-#else
-    QSKIP("there are no such files here");
-#endif
-}
-
-void TestMasterKey::removes()
-{
-    const QTemporaryDir directory;
-    const QString path = directory.filePath(QStringLiteral("master.key"));
-    const auto source = MasterKey::inFile(path);
-    const QByteArray made = key(source->create());
-    // Left by a process that died while it made the key, and somebody else's.
-    QVERIFY(write(path + QStringLiteral(".0123456789abcdef"), made));
-    QVERIFY(write(path + QStringLiteral(".copy"), "not ours"));
-    QVERIFY(source->remove());
-    QCOMPARE(files(directory.path()), QStringList(QStringLiteral("master.key.copy")));
-    QCOMPARE(source->load().status, Status::None);
-    QVERIFY(source->remove());
-    QVERIFY(key(source->create()) != made);
-}
-
-void TestMasterKey::unwritableDirectory()
-{
-    const QTemporaryDir directory;
-    QVERIFY(write(directory.filePath(QStringLiteral("file")), "in the way"));
-    const auto blocked = MasterKey::inFile(directory.filePath(QStringLiteral("file/master.key")));
-    QCOMPARE(blocked->load().status, Status::None);
-    QCOMPARE(blocked->create().status, Status::Unavailable);
-}
-
-void TestMasterKey::withoutHardLinks()
-{
-    for (const std::errc error :
-         {std::errc::operation_not_permitted, std::errc::operation_not_supported,
-          std::errc::function_not_supported, std::errc::permission_denied}) {
+    void file()
+    {
         const QTemporaryDir directory;
-        const QString path = directory.filePath(QStringLiteral("master.key"));
-        const QByteArray made = key(keyWithoutLinks(path, error)->create());
+        const QString path = directory.filePath(QStringLiteral("deep/down/master.key"));
+        QCOMPARE(MasterKey::inFile(path)->load().status, Status::None);
+        const QByteArray made = key(MasterKey::inFile(path)->create());
         QCOMPARE(made.size(), 32);
-        QCOMPARE(key(keyWithoutLinks(path, error)->create()), made);
         QCOMPARE(key(MasterKey::inFile(path)->load()), made);
-        QCOMPARE(files(directory.path()).size(), 1);
-        QVERIFY(!(QFile::permissions(path) & (QFile::ReadGroup | QFile::ReadOther)));
+        QCOMPARE(key(MasterKey::inFile(path)->create()), made);
+        QCOMPARE(files(directory.filePath(QStringLiteral("deep/down"))),
+                 QStringList{QStringLiteral("master.key")});
+
+        const auto others =
+            QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
+        QVERIFY(!(QFile::permissions(path) & others));
+        QVERIFY(QFile::setPermissions(path, QFile::permissions(path) | others));
+        QCOMPARE(key(MasterKey::inFile(path)->load()), made);
+        QVERIFY(!(QFile::permissions(path) & others));
+
+        QVERIFY(key(MasterKey::inFile(directory.filePath(QStringLiteral("other")))->create())
+                != made);
     }
-    const QTemporaryDir directory;
-    const QString path = directory.filePath(QStringLiteral("master.key"));
-    // Another trouble is no reason to do without.
-    QCOMPARE(keyWithoutLinks(path, std::errc::no_space_on_device)->create().status,
-             Status::Unavailable);
-    QVERIFY(files(directory.path()).isEmpty());
-    // Somebody died while it was making the key.
-    QCOMPARE(
-        QProcess::execute(QCoreApplication::applicationFilePath(), {QStringLiteral("die"), path}),
-        0);
-    QCOMPARE(files(directory.path()).size(), 1);
-    QCOMPARE(key(keyWithoutLinks(path)->create()).size(), 32);
-}
 
-void TestMasterKey::threadsAtOnce_data()
-{
-    QTest::addColumn<bool>("links");
-    QTest::newRow("hard links") << true;
-    QTest::newRow("none") << false;
-}
+    void damagedFile_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("empty") << QByteArray();
+        QTest::newRow("cut") << QByteArray(31, 'k');
+        QTest::newRow("longer") << QByteArray(33, 'k');
+        QTest::newRow("huge") << QByteArray(1 << 20, 'k');
+        QTest::newRow("in a keychain that does not run") << QByteArray("keychain:master-00112233");
+    }
 
-void TestMasterKey::threadsAtOnce()
-{
-    QFETCH(const bool, links);
-    constexpr int count = 8;
-    for (int round = 0; round < 20; ++round) {
+    void damagedFile()
+    {
+        QFETCH(QByteArray, bytes);
         const QTemporaryDir directory;
         const QString path = directory.filePath(QStringLiteral("master.key"));
-        std::barrier start(count);
-        std::vector<QByteArray> made(count);
-        {
-            std::vector<std::jthread> threads;
-            for (QByteArray &mine : made) {
-                threads.emplace_back([&] {
-                    start.arrive_and_wait();
-                    mine = key(keyAt(path, links)->create());
-                });
-            }
-        }
-        QCOMPARE(made.front().size(), 32);
-        QCOMPARE(QSet<QByteArray>(made.begin(), made.end()).size(), 1);
+        QVERIFY(write(path, bytes));
+        QCOMPARE(MasterKey::inFile(path)->load().status, Status::Unavailable);
+        QCOMPARE(MasterKey::inFile(path)->create().status, Status::Unavailable);
+        QCOMPARE(contents(path), bytes);
         QCOMPARE(files(directory.path()).size(), 1);
     }
-}
 
-void TestMasterKey::processesAtOnce_data()
-{
-    threadsAtOnce_data();
-}
+    void whatIsNoFileOfOurs()
+    {
+#ifdef Q_OS_UNIX
+        const QTemporaryDir directory;
+        const QString path = directory.filePath(QStringLiteral("master.key"));
+        const QString other = directory.filePath(QStringLiteral("other"));
+        const QByteArray name = QFile::encodeName(path);
+        const QByteArray others = QFile::encodeName(other);
+        const std::function<bool()> obstacles[] = {
+            [&] { return ::mkfifo(name.constData(), 0600) == 0; },
+            [&] { return ::symlink(others.constData(), name.constData()) == 0; },
+            [&] { return ::symlink("nowhere", name.constData()) == 0; },
+            [&] { return ::mkdir(name.constData(), 0700) == 0; },
+            [&] {
+                return ::geteuid() != 0
+                    || (write(path, QByteArray(32, 'k'))
+                        && ::chown(name.constData(), 65534, 0) == 0);
+            },
+        };
+        for (const auto &place : obstacles) {
+            QVERIFY(write(other, QByteArray(32, 'o')));
+            QVERIFY(QFile::setPermissions(other, QFile::Permissions(0x6644)));
+            QVERIFY(place());
+            const auto source = MasterKey::inFile(path);
+            QVERIFY(!source->mayWait());
+            QCOMPARE(source->load().status, Status::Unavailable);
+            QCOMPARE(source->create().status, Status::Unavailable);
+            QCOMPARE(QFile::permissions(other), QFile::Permissions(0x6644));
+            QCOMPARE(contents(other), QByteArray(32, 'o'));
+            QVERIFY(QFile::remove(path) || QDir().rmdir(path));
+        }
+#else
+        QSKIP("there are no such files here");
+#endif
+    }
 
-void TestMasterKey::processesAtOnce()
-{
-    QFETCH(const bool, links);
-    const QTemporaryDir directory;
-    const QString path = directory.filePath(QStringLiteral("master.key"));
-    std::vector<std::unique_ptr<QProcess>> processes;
-    for (int i = 0; i < 4; ++i) {
-        processes.push_back(std::make_unique<QProcess>());
-        processes.back()->start(QCoreApplication::applicationFilePath(),
-                                {QLatin1StringView(links ? "create" : "createWithoutLinks"), path});
+    void removes()
+    {
+        const QTemporaryDir directory;
+        const QString path = directory.filePath(QStringLiteral("master.key"));
+        const auto source = MasterKey::inFile(path);
+        const QByteArray made = key(source->create());
+        // Left by a process that died while it made the key, and somebody else's.
+        QVERIFY(write(path + QStringLiteral(".0123456789abcdef"), made));
+        QVERIFY(write(path + QStringLiteral(".copy"), "not ours"));
+        QVERIFY(source->remove());
+        QCOMPARE(files(directory.path()), QStringList(QStringLiteral("master.key.copy")));
+        QCOMPARE(source->load().status, Status::None);
+        QVERIFY(source->remove());
+        QVERIFY(key(source->create()) != made);
     }
-    QSet<QByteArray> made;
-    for (const std::unique_ptr<QProcess> &process : processes) {
-        QVERIFY(process->waitForFinished(60000));
-        QCOMPARE(process->exitCode(), 0);
-        made.insert(process->readAllStandardOutput());
+
+    void unwritableDirectory()
+    {
+        const QTemporaryDir directory;
+        QVERIFY(write(directory.filePath(QStringLiteral("file")), "in the way"));
+        const auto blocked =
+            MasterKey::inFile(directory.filePath(QStringLiteral("file/master.key")));
+        QCOMPARE(blocked->load().status, Status::None);
+        QCOMPARE(blocked->create().status, Status::Unavailable);
     }
-    QCOMPARE(made, QSet<QByteArray>{key(MasterKey::inFile(path)->load()).toHex()});
-}
+
+    void withoutHardLinks()
+    {
+        for (const std::errc error :
+             {std::errc::operation_not_permitted, std::errc::operation_not_supported,
+              std::errc::function_not_supported, std::errc::permission_denied}) {
+            const QTemporaryDir directory;
+            const QString path = directory.filePath(QStringLiteral("master.key"));
+            const QByteArray made = key(keyWithoutLinks(path, error)->create());
+            QCOMPARE(made.size(), 32);
+            QCOMPARE(key(keyWithoutLinks(path, error)->create()), made);
+            QCOMPARE(key(MasterKey::inFile(path)->load()), made);
+            QCOMPARE(files(directory.path()).size(), 1);
+            QVERIFY(!(QFile::permissions(path) & (QFile::ReadGroup | QFile::ReadOther)));
+        }
+        const QTemporaryDir directory;
+        const QString path = directory.filePath(QStringLiteral("master.key"));
+        // Another trouble is no reason to do without.
+        QCOMPARE(keyWithoutLinks(path, std::errc::no_space_on_device)->create().status,
+                 Status::Unavailable);
+        QVERIFY(files(directory.path()).isEmpty());
+        // Somebody died while it was making the key.
+        QCOMPARE(QProcess::execute(QCoreApplication::applicationFilePath(),
+                                   {QStringLiteral("die"), path}),
+                 0);
+        QCOMPARE(files(directory.path()).size(), 1);
+        QCOMPARE(key(keyWithoutLinks(path)->create()).size(), 32);
+    }
+
+    void threadsAtOnce_data()
+    {
+        QTest::addColumn<bool>("links");
+        QTest::newRow("hard links") << true;
+        QTest::newRow("none") << false;
+    }
+
+    void threadsAtOnce()
+    {
+        QFETCH(const bool, links);
+        constexpr int count = 8;
+        for (int round = 0; round < 20; ++round) {
+            const QTemporaryDir directory;
+            const QString path = directory.filePath(QStringLiteral("master.key"));
+            std::barrier start(count);
+            std::vector<QByteArray> made(count);
+            {
+                std::vector<std::jthread> threads;
+                for (QByteArray &mine : made) {
+                    threads.emplace_back([&] {
+                        start.arrive_and_wait();
+                        mine = key(keyAt(path, links)->create());
+                    });
+                }
+            }
+            QCOMPARE(made.front().size(), 32);
+            QCOMPARE(QSet<QByteArray>(made.begin(), made.end()).size(), 1);
+            QCOMPARE(files(directory.path()).size(), 1);
+        }
+    }
+};
 
 int main(int argc, char **argv)
 {
@@ -272,12 +228,6 @@ int main(int argc, char **argv)
     if (argc == 3 && QByteArrayView(argv[1]) == "die") {
         QLockFile turn(QString::fromLocal8Bit(argv[2]) + QStringLiteral(".lock"));
         std::_Exit(turn.tryLock() ? 0 : 1);
-    }
-    // What processesAtOnce() starts.
-    if (argc == 3 && QByteArrayView(argv[1]).startsWith("create")) {
-        const bool links = QByteArrayView(argv[1]) == "create";
-        const QByteArray made = key(keyAt(QString::fromLocal8Bit(argv[2]), links)->create());
-        return std::fputs(made.toHex().constData(), stdout) < 0;
     }
     TestMasterKey test;
     return QTest::qExec(&test, argc, argv);

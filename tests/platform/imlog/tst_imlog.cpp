@@ -1,5 +1,6 @@
 #include "imlog/imlog.h"
 
+#include "support/facts.h"
 #include "support/privacy.h"
 
 #include <QDir>
@@ -74,24 +75,14 @@ private Q_SLOTS:
 
     void oneLegibleLineEach()
     {
-        const struct {
-            QString text, written;
-        } rows[] = {
-            {u"é {} %s 👨‍👩‍👧 می‌خواهم C:\\new"_s,
-             u"é {} %s 👨‍👩‍👧 می‌خواهم C:\\new"_s},
-            {u"a\n2000-01-01 00:00:00 info: forged\r\nb"_s,
-             u"a\\n2000-01-01 00:00:00 info: forged\\r\\nb"_s},
-            {u"\x1b[2J\x07\t\x7f\u0085\u009b"_s + QChar(0),
-             u"\\x1b[2J\\x07\\t\\x7f\\x85\\x9b\\x00"_s},
-            {u"photo\u202egpj.exe\u2066\u200f\u061c\ufeff"_s,
-             u"photo\\u{202e}gpj.exe\\u{2066}\\u{200f}\\u{61c}\\u{feff}"_s},
-            {u"a\u2028b\u2029c\U000e0041"_s, u"a\\u{2028}b\\u{2029}c\\u{e0041}"_s},
-            {u'x' + QString(QChar(0xd83d)) + u'y', u"x\\u{d83d}y"_s},
-            {QString(100'000, u'x'), QString(4096, u'x') + u"... (100000 characters)"_s},
-            {u"😀"_s.repeated(2048) + u"x"_s, u"😀"_s.repeated(2048) + u"... (4097 characters)"_s},
-            {u"x"_s + u"😀"_s.repeated(2048),
-             u"x"_s + u"😀"_s.repeated(2047) + u"... (4097 characters)"_s},
-        };
+        QList<std::pair<QString, QString>> rows;
+        for (const QString &line : facts(u"lines.txt"_s))
+            rows.append({line.section(u'\t', 0, 0), line.section(u'\t', 1)});
+        const QString more = u"... (4097 characters)"_s;
+        rows.append({u"\t\r"_s, u"\\t\\r"_s});
+        rows.append({QString(100'000, u'x'), QString(4096, u'x') + u"... (100000 characters)"_s});
+        rows.append({u"😀"_s.repeated(2048) + u'x', u"😀"_s.repeated(2048) + more});
+        rows.append({u'x' + u"😀"_s.repeated(2048), u'x' + u"😀"_s.repeated(2047) + more});
         QTemporaryDir directory;
         QVERIFY(ImLog::instance()->setDirectory(directory.path()));
         static QStringList terminal;
@@ -107,16 +98,16 @@ private Q_SLOTS:
         ImLog::instance()->flush();
         ImLog::infoInCrash("crash\n\x1b[2J");
         const QStringList all = lines(directory.path());
-        QCOMPARE(all.size(), 2 * std::size(rows) + 1);
-        QCOMPARE(terminal.size(), 2 * std::size(rows));
+        QCOMPARE(all.size(), 2 * rows.size() + 1);
+        QCOMPARE(terminal.size(), 2 * rows.size());
         const auto parts = [](const QString &line) {
             static const QRegularExpression form(
                 u"^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} [+-]\\d\\d:\\d\\d "
                 "\\[\\d+\\] (\\w+): (.*)$"_s);
             return form.match(line).capturedTexts().mid(1);
         };
-        for (std::size_t i = 0; i < std::size(rows); ++i) {
-            const QString &written = rows[i].written;
+        for (qsizetype i = 0; i < rows.size(); ++i) {
+            const QString &written = rows[i].second;
             QCOMPARE(parts(all[2 * i]), (QStringList{u"info"_s, written}));
             QCOMPARE(parts(all[2 * i + 1]), (QStringList{u"error"_s, written}));
             QCOMPARE(terminal.mid(2 * i, 2), (QStringList{written, written}));
@@ -240,8 +231,12 @@ int main(int argc, char **argv)
             return 2;
         ::fcntl(pipe[1], F_SETFL, 0);
         for (const QFileInfo &file : QDir(u"/proc/self/fd"_s).entryInfoList(QDir::AllEntries)) {
-            if (file.symLinkTarget().endsWith(u"/im.log"_s))
-                ::dup2(pipe[1], file.fileName().toInt());
+            if (!file.symLinkTarget().endsWith(u"/im.log"_s))
+                continue;
+            const int log = file.fileName().toInt();
+            if (!(::fcntl(log, F_GETFD) & FD_CLOEXEC)) // programs that are started would have it
+                return 3;
+            ::dup2(pipe[1], log);
         }
         bool isWritten = false;
         for (int i = 0; i < 3; ++i) {

@@ -50,7 +50,7 @@ QByteArray pictureFrame(const QByteArray &image, char type, const char *mime = "
 QByteArray song(const QByteArray &frames, char version = 3)
 {
     static const QByteArray sound = [] {
-        const QByteArray whole = content(mediaPath("morning.mp3"));
+        const QByteArray whole = contents(mediaPath("morning.mp3"));
         quint32 size = 0;
         for (int i = 6; i < 10; ++i)
             size = size << 7 | quint32(whole.at(i));
@@ -94,7 +94,7 @@ class tst_AudioPlayer : public QObject
     }
     QString newFile(const QByteArray &bytes)
     {
-        return write(m_home.filePath(u"f%1"_s.arg(++m_number)), bytes);
+        return written(m_home.filePath(u"f%1"_s.arg(++m_number)), bytes);
     }
     /// The cover of an audio file with these bytes.
     QString coverOf(const QByteArray &bytes)
@@ -175,7 +175,7 @@ private Q_SLOTS:
         QVERIFY(middle.red() > 200 && middle.blue() < 160);
         QVERIFY(QImage(jpeg).pixelColor(3, 3).lightness() < 90);
 
-        const Warnings warnings;
+        const LogLines warnings(category);
         QCOMPARE(AudioPlayer::getCover(mediaPath("voice.ogg"), directory), QString());
         QCOMPARE(warnings.count(), 0);
         QCOMPARE(QDir(directory).entryList(QDir::Files).size(), 2);
@@ -190,14 +190,14 @@ private Q_SLOTS:
         };
         QVERIFY(!QImage(cover(u"cover.flac"_s)).isNull());
         QVERIFY(cover(u"cover.opus"_s).endsWith(u".png")); // "image/jpeg", it says
-        QCOMPARE(content(cover(u"cover.opus"_s)), content(mediaPath("map.png")));
+        QCOMPARE(contents(cover(u"cover.opus"_s)), contents(mediaPath("map.png")));
     }
 
     void aCoverIsStoredOnce()
     {
         const QString directory = newDirectory();
         const QString path = AudioPlayer::getCover(mediaPath("morning.mp3"), directory);
-        const QByteArray image = content(path);
+        const QByteArray image = contents(path);
         QVERIFY(!image.isEmpty());
         const QDateTime old = QDateTime::fromSecsSinceEpoch(1'000'000'000);
         {
@@ -209,10 +209,10 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(path).lastModified(), old);
 
         // What has taken its name stays: a file, a link to nowhere, a directory.
-        const Warnings warnings;
-        write(path, "something else");
+        const LogLines warnings(category);
+        written(path, "something else");
         QCOMPARE(AudioPlayer::getCover(mediaPath("morning.mp3"), directory), QString());
-        QCOMPARE(content(path), QByteArray("something else"));
+        QCOMPARE(contents(path), QByteArray("something else"));
         QVERIFY(QFile::remove(path));
         const QString elsewhere = m_home.filePath(u"elsewhere"_s);
         QVERIFY(QFile::link(elsewhere, path));
@@ -230,14 +230,14 @@ private Q_SLOTS:
 
     void whichPicture()
     {
-        const QByteArray png = content(mediaPath("map.png"));
-        const QByteArray jpeg = content(mediaPath("lake.jpg"));
+        const QByteArray png = contents(mediaPath("map.png"));
+        const QByteArray jpeg = contents(mediaPath("lake.jpg"));
         constexpr char front = 3;
         constexpr char artist = 8;
-        QCOMPARE(content(coverOf(song(pictureFrame(png, artist) + pictureFrame(jpeg, front)))),
+        QCOMPARE(contents(coverOf(song(pictureFrame(png, artist) + pictureFrame(jpeg, front)))),
                  jpeg);
         QCOMPARE(
-            content(coverOf(song(pictureFrame("no image", front) + pictureFrame(png, artist)))),
+            contents(coverOf(song(pictureFrame("no image", front) + pictureFrame(png, artist)))),
             png);
         QVERIFY(coverOf(song(pictureFrame(png, front))).endsWith(u".png"_s));
         QVERIFY(coverOf(song(pictureFrame(bmp(2, 2), front))).endsWith(u".bmp"_s));
@@ -245,7 +245,7 @@ private Q_SLOTS:
 
         const QByteArray large = jpeg + QByteArray(16 << 20, '\0');
         const auto refused = [this](const QByteArray &image) {
-            const Warnings warnings;
+            const LogLines warnings(category);
             return coverOf(song(pictureFrame(image, front))).isEmpty() && warnings.count() < 2;
         };
         QVERIFY(refused("http://example.org/cover.jpg"));
@@ -284,7 +284,7 @@ private Q_SLOTS:
         QByteArray atoms = number(16) + "ftypM4A " + number(0);
         for (quint32 i = depth; i > 0; --i)
             atoms += number(i * 8) + "moov";
-        const Warnings warnings;
+        const LogLines warnings(category);
         QVERIFY(AudioPlayer::getAlbumInfo(newFile(atoms)).isEmpty());
         QCOMPARE(warnings.count(), 1);
     }
@@ -321,7 +321,7 @@ private Q_SLOTS:
             paths += mediaPath(name);
         const QString directory = newDirectory();
         for (const QString &path : std::as_const(paths)) {
-            const Warnings warnings;
+            const LogLines warnings(category);
             QVERIFY2(AudioPlayer::getAlbumInfo(path).isEmpty(), qPrintable(path));
             QCOMPARE(warnings.count(), 1);
             QCOMPARE(AudioPlayer::getCover(path, directory), QString());

@@ -45,7 +45,7 @@ private Q_SLOTS:
             QCOMPARE(frame->size, each.expected);
             QCOMPARE(frame->natural, QSize(192, 120));
             QVERIFY(qAbs(frame->duration - 2000) < 60);
-            QVERIFY(content(each.image).startsWith(each.magic));
+            QVERIFY(contents(each.image).startsWith(each.magic));
             const QImage image(each.image);
             QCOMPARE(image.size(), each.expected);
             // Before sunrise: a blue sky above, red on the horizon.
@@ -66,7 +66,7 @@ private Q_SLOTS:
     // A telephone held upright writes its pictures lying, and a matrix that turns them.
     void turnedVideos()
     {
-        QByteArray video = content(mediaPath("sunrise.mp4"));
+        QByteArray video = contents(mediaPath("sunrise.mp4"));
         const qsizetype header = video.indexOf("tkhd");
         const QByteArray asItIs = QByteArray::fromHex("00010000 00000000 00000000"
                                                       "00000000 00010000 00000000 00000000");
@@ -75,7 +75,7 @@ private Q_SLOTS:
         const qsizetype matrix = video.indexOf(asItIs, header);
         QVERIFY(header > 0 && matrix > header && matrix < header + 60);
         video.replace(matrix, turned.size(), turned);
-        const QString path = write(in(u"turned.mp4"_s), video);
+        const QString path = written(in(u"turned.mp4"_s), video);
         const auto frame = VideoCapture::capture(path, in(u"turned.png"_s), 96);
         QVERIFY(frame);
         QCOMPARE(frame->size, QSize(60, 96));
@@ -87,9 +87,9 @@ private Q_SLOTS:
     {
         const QByteArray stored = QByteArray::fromHex("00c00000 00780000");
         const auto capture = [&](const char *shown) {
-            QByteArray video = content(mediaPath("sunrise.mp4"));
+            QByteArray video = contents(mediaPath("sunrise.mp4"));
             video.replace(video.indexOf(stored), stored.size(), QByteArray::fromHex(shown));
-            const QString path = write(in(u"stretched.mp4"_s), video);
+            const QString path = written(in(u"stretched.mp4"_s), video);
             const auto frame = VideoCapture::capture(path, in(u"stretched.png"_s), 96);
             return frame ? QList{frame->size, frame->natural} : QList<QSize>();
         };
@@ -104,16 +104,16 @@ private Q_SLOTS:
             side = qToLittleEndian(side);
             for (qsizetype i = at; i < at + 4; i += 2)
                 std::memcpy(video.data() + i, &side, sizeof side);
-            const QString path = write(in(u"huge"_s), video);
+            const QString path = written(in(u"huge"_s), video);
             const auto frame = VideoCapture::capture(path, in(u"huge.png"_s), 96);
             return frame ? frame->size : QSize();
         };
         // Here the container says how large a frame is.
-        const QByteArray gif = content(mediaPath("wink.gif"));
+        const QByteArray gif = contents(mediaPath("wink.gif"));
         QCOMPARE(capture(gif, 6, 200), QSize(96, 96));
         QCOMPARE(capture(gif, 6, 6400), QSize());
         // And here it says 64 x 40, whatever the frame itself says, behind its start code.
-        const QByteArray webm = content(QStringLiteral(FUZZ "video/seeds/vp8.webm"));
+        const QByteArray webm = contents(QStringLiteral(FUZZ "video/seeds/vp8.webm"));
         const qsizetype size = webm.indexOf("\x9d\x01\x2a") + 3;
         QVERIFY(size > 3);
         QCOMPARE(capture(webm, size, 200), QSize(96, 96));
@@ -122,24 +122,24 @@ private Q_SLOTS:
 
     void whatIsNoVideo()
     {
-        const QString image = write(in(u"before.png"_s), "as it was");
+        const QString image = written(in(u"before.png"_s), "as it was");
         const QByteArray name = mediaPath("sunrise.mp4").toUtf8();
         QStringList paths = notFiles(QDir(m_home.path()));
         for (const char *other : {"notes.txt", "timetable.pdf", "lake.jpg", "receipt.png",
                                   "morning.mp3", "lakeside.m4a", "voice.ogg"})
             paths += mediaPath(other);
         // Text that has FFmpeg open other files.
-        paths += write(in(u"list.mp4"_s), "ffconcat version 1.0\nfile '" + name + "'\n");
+        paths += written(in(u"list.mp4"_s), "ffconcat version 1.0\nfile '" + name + "'\n");
         paths +=
-            write(in(u"list.m3u8"_s),
-                  "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXTINF:2,\n" + name + "\n#EXT-X-ENDLIST\n");
+            written(in(u"list.m3u8"_s),
+                    "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXTINF:2,\n" + name + "\n#EXT-X-ENDLIST\n");
         paths += u"file:"_s + mediaPath("sunrise.mp4");
         paths += u"concat:"_s + mediaPath("sunrise.mp4");
         for (const QString &path : std::as_const(paths)) {
-            const Warnings warnings;
+            const LogLines warnings(category);
             QVERIFY2(!VideoCapture::capture(path, image, 96), qPrintable(path));
             QCOMPARE(warnings.count(), 1);
-            QCOMPARE(content(image), QByteArray("as it was"));
+            QCOMPARE(contents(image), QByteArray("as it was"));
         }
     }
 
@@ -149,9 +149,9 @@ private Q_SLOTS:
         const QString itself = in(u"itself.png"_s);
         QVERIFY(QFile::copy(video, itself));
         QVERIFY(QDir().mkpath(in(u"directory.png"_s)));
-        const Warnings warnings;
+        const LogLines warnings(category);
         QVERIFY(!VideoCapture::capture(itself, itself, 96));
-        QCOMPARE(content(itself), content(video));
+        QCOMPARE(contents(itself), contents(video));
         QVERIFY(!VideoCapture::capture(video, in(u"directory.png"_s), 96));
         QVERIFY(!VideoCapture::capture(video, in(u"missing/a.png"_s), 96));
         QVERIFY(!VideoCapture::capture(video, in(u"a.exe"_s), 96));
