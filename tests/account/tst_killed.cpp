@@ -75,7 +75,7 @@ void crashSoon(const std::vector<pthread_t> &threads)
 int writeUntilKilled(bool crash)
 {
     startApplication();
-    FakeAccount *account = session::signIn(session::id);
+    FakeAccount *account = session::signIn(session::firstId);
     if (!account)
         return 1;
     std::map<const Value *, int> numbers; // the last of each
@@ -88,7 +88,7 @@ int writeUntilKilled(bool crash)
                     continue;
                 if (!value->write(*account, ++number))
                     fail();
-                session::say(session::id, value->name, number);
+                session::say(session::firstId, value->name, number);
             }
             QThread::usleep(QRandomGenerator::global()->bounded(3000));
         }
@@ -132,7 +132,7 @@ int writeUntilKilled(bool crash)
                 continue;
             if (!quits && !value->flush(*account))
                 fail();
-            session::say(session::id, value->name, number);
+            session::say(session::firstId, value->name, number);
         }
         if (quits)
             ThreadManager::getInstance()->init();

@@ -19,7 +19,7 @@
 namespace session
 {
 
-constexpr qint64 id = 10001;
+constexpr qint64 firstId = 10001;
 constexpr qint64 secondId = 10002; // who may leave during the session
 constexpr int slotCount = 16;      // of the ranges: each step saves one and removes another
 
@@ -238,7 +238,7 @@ QString check(const Safe &safe, More more)
     const auto *global = settings()->globalStorage();
     expect(global->isOpen() && !global->recovered(), QStringLiteral("The settings do not open"));
     QStringList files{global->filePath()};
-    for (const qint64 one : {id, secondId}) {
+    for (const qint64 one : {firstId, secondId}) {
         const auto told = [&](const QByteArray &name) {
             return safe.value(QByteArray::number(one) + ' ' + name);
         };
