@@ -2,16 +2,11 @@
 #undef QT_NO_CAST_FROM_ASCII
 #undef QT_NO_CAST_TO_ASCII
 
-#include "account/accountdevicemodel.h"
-#include "account/accountmanager.h"
 #include "account/threadmanager.h"
 #include "account/verificationemoji_p.h"
-#include "content/filedata.h"
-#include "content/fileprovider.h"
 #include "dialog/datainfomodel.h"
 #include "imcrypto/store.h"
 #include "protocol/common_data.pb.h"
-#include "protocol/user_service.pb.h"
 #include "settings/accountsettingmodel.h"
 #include "settings/appdirmanager.h"
 #include "storage/configstorage.h"
@@ -19,14 +14,13 @@
 #include "storage/settingstorage.h"
 #include "storage/userstorageprovider.h"
 #include "support/fakeaccount.h"
-#include "support/signallog.h"
+#include "support/loglines.h"
 #include "support/stuckdisk.h"
 
 #include <QCryptographicHash>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QJSEngine>
-#include <QMutex>
 #include <QScopeGuard>
 #include <QSemaphore>
 #include <QSignalSpy>
@@ -63,32 +57,6 @@ QStringList emojiOf(const QByteArray &hash)
         texts.append(emoji.toString());
     return texts;
 }
-
-/// What is logged while it lives.
-class Messages
-{
-public:
-    Messages() : m_before(qInstallMessageHandler(note)) { texts().clear(); }
-    ~Messages() { qInstallMessageHandler(m_before); }
-    Q_DISABLE_COPY_MOVE(Messages)
-
-    static QStringList &texts()
-    {
-        static QStringList all;
-        return all;
-    }
-
-private:
-    static void note(QtMsgType type, const QMessageLogContext &, const QString &text)
-    {
-        static QMutex mutex;
-        const QMutexLocker lock(&mutex);
-        if (type != QtDebugMsg)
-            texts().append(text);
-    }
-
-    const QtMessageHandler m_before;
-};
 
 /// What another process would find in the account's store.
 QStringList storedKeys(qint64 id)
@@ -235,7 +203,7 @@ private Q_SLOTS:
         if (!trouble.isEmpty())
             run(trouble);
 
-        const Messages log;
+        LogLines log(LogLines::Info);
         if (close) {
             account->closeStorage();
             change(u"late"_s); // stays in memory
@@ -256,7 +224,7 @@ private Q_SLOTS:
             QVERIFY(!account->openStorage(true));
             QVERIFY(account->storage()->isOpen());
             QCOMPARE(account->storage()->filePath(), firstPath);
-            QVERIFY(log.texts().join(u' ').contains(u"3"_s));
+            QVERIFY(log.takeTexts().join(u' ').contains(u"3"_s));
             other.reset();
         }
         QVERIFY(account->openStorage(true));
@@ -268,7 +236,7 @@ private Q_SLOTS:
                  QStringList({u"second range"_s, u"second row"_s, u"second setting"_s}));
         QCOMPARE(storedKeys(3), first);
         if (close) {
-            const QString text = log.texts().join(u' ');
+            const QString text = log.takeTexts().join(u' ');
             for (const char *key : {"lost setting", "lost row", "lost range"})
                 QVERIFY2(text.contains(QLatin1StringView(key)), qPrintable(text));
         }
@@ -312,76 +280,14 @@ private Q_SLOTS:
         SQLite::Database other(account->storage()->filePath().toStdString(),
                                SQLite::OPEN_READWRITE);
         other.exec("CREATE TRIGGER r BEFORE INSERT ON settings BEGIN SELECT RAISE(ABORT, ''); END");
-        const Messages log;
+        LogLines log(LogLines::Info);
         account->accountSettingModel()->setValue(u"lost"_s, 1, true);
         account->logout(false);
-        QVERIFY(log.texts().join(u' ').contains(u"lost"_s));
+        QVERIFY(log.takeTexts().join(u' ').contains(u"lost"_s));
         other.exec("DROP TRIGGER r");
         QVERIFY(account->openStorage(true));
         QVERIFY(account->accountSettingModel()->flush());
         QVERIFY(!storedKeys(3).contains(u"lost"_s));
-    }
-
-    void nothingOfAPersonStays_data()
-    {
-        QTest::addColumn<bool>("signOut");
-        QTest::newRow("signed out") << true;
-        QTest::newRow("another id") << false;
-    }
-    void nothingOfAPersonStays()
-    {
-        QFETCH(const bool, signOut);
-        // What a sign-in sets before the id is known is that person's own.
-        FakeAccount person;
-        person.setPhone(u"5550100"_s);
-        person.setAccountId(3);
-        QCOMPARE(person.phone(), u"5550100"_s);
-        QVERIFY(person.openStorage(true));
-        person.setAuthorized(true);
-        person.setTotalUnreadCount(8);
-        person.updateEmail(u"a@b"_s);
-        person.updateFeature(4, AccountBase::Feature_ENABLED);
-        AccountSettingModel &settings = *person.accountSettingModel();
-        settings.setLeftTabWidth(90);
-        settings.setNotifyAite(false);
-        im::user::ListDevicesResp devices;
-        devices.add_devices()->set_device_id(0);
-        devices.add_devices()->set_device_id(8);
-        devices.set_delete_timer(im::GlobalEnums::THREE_MONTHS);
-        person.deviceModel()->setDeviceList(devices);
-        QVERIFY(person.signalStore()->saveUserKey({12, 1, 1}, QByteArray(32, 'k')));
-        QVERIFY(person.isMyUserId(12));
-        const auto file = QSharedPointer<FileData>::create(QVariantMap{{u"fileId"_s, u"f1"_s}},
-                                                           FileData::ParseType::Source);
-        QCOMPARE(person.fileProvider()->add(file), file);
-
-        // Everything is gone by the time the first handler hears of it.
-        int heard = 0;
-        const auto compare = [&] {
-            ++heard;
-            QVERIFY(person.phone().isEmpty() && person.email().isEmpty());
-            QVERIFY(person.features().isEmpty() && person.totalUnreadCount() == 0);
-            QVERIFY(settings.leftTabWidth() == 72 && settings.notifyAite());
-            QCOMPARE(person.deviceModel()->count(), 0);
-            QVERIFY(person.deviceModel()->currentDevice().isEmpty());
-            QCOMPARE(person.deviceModel()->deviceDeleteTimer(), int(AccountDeviceModel::Never));
-            QVERIFY(!person.isMyUserId(12) && !person.fileProvider()->file(u"f1"_s));
-        };
-        for (const auto signal : {&AccountBase::phoneChanged, &AccountBase::emailChanged,
-                                  &AccountBase::featuresChanged})
-            connect(&person, signal, this, compare);
-        const SignalLog settingSignals{&settings};
-        QSignalSpy unread(&person, &AccountBase::totalUnreadCountChanged);
-        if (signOut)
-            person.logout(false);
-        else
-            person.setAccountId(4);
-        compare();
-        QCOMPARE(heard, 4);
-        QCOMPARE(unread, (QList<QVariantList>{{0, 8}}));
-        QStringList names = settingSignals.names();
-        names.sort();
-        QCOMPARE(names, QStringList({u"leftTabWidthChanged"_s, u"notifyAiteChanged"_s}));
     }
 
     void phoneIsStoredWithTheKeys()
@@ -411,12 +317,12 @@ private Q_SLOTS:
     void questionsToAClosedStoreAreQuiet()
     {
         const auto ask = [this] {
-            const Messages log;
+            LogLines log(LogLines::Info);
             if (account->isMyUserId(4) || account->containsSecureKey(u"notes"_s, 1)
                 || account->signalStore()->userInfo()
                 || !account->getMissingChatKeys(u"C-3-5"_s, 1, 9, u"notes"_s).isEmpty())
                 qFatal("answered");
-            return log.texts();
+            return log.takeTexts();
         };
         QCOMPARE(ask(), QStringList());
         QVERIFY(account->openStorage(true));
@@ -427,9 +333,9 @@ private Q_SLOTS:
         QVERIFY(account->encrypt(cipher, "text", u"notes"_s, 1).isEmpty() && cipher.isEmpty());
         account->closeDbInCrash();
         // What is refused is told, once.
-        const Messages log;
+        LogLines log(LogLines::Info);
         QVERIFY(!account->signalStore()->saveUserKey({5, 1, 1}, "k"));
-        QCOMPARE(log.texts().size(), 1);
+        QCOMPARE(log.takeTexts().size(), 1);
     }
 
     void groupsAreRefreshedOnTheAccountsThread()

@@ -1,6 +1,7 @@
 #include "account/accountmanager.h"
 #include "account/newdeviceloginmanager.h"
 #include "account/threadmanager.h"
+#include "base/json.h"
 #include "settings/accountsettingmodel.h"
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
@@ -24,6 +25,8 @@
 #include <sys/file.h>
 #include <thread>
 #include <unistd.h>
+
+using namespace Qt::StringLiterals;
 
 namespace
 {
@@ -58,24 +61,6 @@ public:
         setAuthorized(authorized() && !signedOutIds.contains(accountId()));
     }
 };
-
-/// The application is started: settings first, then the accounts.
-void start()
-{
-    ThreadManager::getInstance()->init();
-    settings()->loadGlobalData();
-    manager()->init([](QObject *parent) { return new Account(parent); });
-}
-
-/// The application is left, in the order that it does that.
-void stop()
-{
-    manager()->waitForFinished();
-    AccountManager::releaseInstance();
-    AppSettingModel::releaseInstance();
-    ThreadManager::getInstance()->quitAll();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-}
 
 /// Signs in accounts of these ids, one after the other, as a user does.
 void signIn(const Ids &ids)
@@ -158,7 +143,7 @@ void TestAccountManager::init()
 
 void TestAccountManager::cleanup()
 {
-    stop();
+    leaveApplication();
 }
 
 void TestAccountManager::beforeInit()
@@ -185,31 +170,28 @@ void TestAccountManager::accountsThatCannotBeRestored_data()
     };
     const auto execute = [](const QString &path, const char *sql) {
         auto other = std::make_shared<SQLite::Database>(
-            (path + QStringLiteral("/userstatus/account.db")).toStdString(),
-            SQLite::OPEN_READWRITE);
+            (path + u"/userstatus/account.db"_s).toStdString(), SQLite::OPEN_READWRITE);
         other->exec(sql);
         return other;
     };
     // Moves what is there aside, and undoes that.
     const auto replace = [](const QString &path, const std::function<void()> &put,
                             const std::function<void()> &take) {
-        QDir().rename(path, path + QStringLiteral("-aside"));
+        QDir().rename(path, path + u"-aside"_s);
         put();
         return [path, take] {
             take();
-            QDir().rename(path + QStringLiteral("-aside"), path);
+            QDir().rename(path + u"-aside"_s, path);
         };
     };
-    const QString database = QStringLiteral("/userstatus/account.db");
+    const QString database = u"/userstatus/account.db"_s;
     row("locked by another program", AccountBase::StoreLocked, [=](const QString &path) -> Undo {
         return [other = execute(path, "BEGIN EXCLUSIVE")]() mutable { other->exec("COMMIT"); };
     });
     row("written by a newer version", AccountBase::StoreNewer, [=](const QString &path) -> Undo {
         const int version = execute(path, "")->execAndGet("PRAGMA user_version").getInt();
         execute(path, "PRAGMA user_version = 99");
-        return [=] {
-            execute(path, qPrintable(QStringLiteral("PRAGMA user_version = %1").arg(version)));
-        };
+        return [=] { execute(path, qPrintable(u"PRAGMA user_version = %1"_s.arg(version))); };
     });
     row("on a failing disk", AccountBase::StoreUnreadable, [](const QString &) -> Undo {
         FailingDisk::fails = true;
@@ -229,8 +211,7 @@ void TestAccountManager::accountsThatCannotBeRestored_data()
     row("a link to what is not there", AccountBase::StoreUnreadable,
         [=](const QString &path) -> Undo {
             return replace(
-                path, [=] { QFile::link(path + QStringLiteral("-away"), path); },
-                [=] { QFile::remove(path); });
+                path, [=] { QFile::link(path + u"-away"_s, path); }, [=] { QFile::remove(path); });
         });
     row("no database", -1, [=](const QString &path) -> Undo {
         QFile::remove(path + database);
@@ -247,13 +228,13 @@ void TestAccountManager::accountsThatCannotBeRestored()
     QFETCH(const std::function<std::function<void()>(const QString &)>, breakStore);
     QFETCH(const int, state);
     FailingDisk::install();
-    start();
+    startApplication<Account>();
     signIn({7});
     manager()->currentAccount()->accountSettingModel()->setLeftTabWidth(90);
     settings()->setDarkMode(true);
-    stop();
+    leaveApplication();
     const auto undo = breakStore(AppDirManager::instance()->defaultCacheDataDir() + u'7');
-    start();
+    startApplication<Account>();
     signedOutIds.clear();
     QCOMPARE(manager()->count(), 0);
     QVERIFY(manager()->loginAccount());
@@ -264,8 +245,7 @@ void TestAccountManager::accountsThatCannotBeRestored()
         QVERIFY(manager()->unavailableAccounts().isEmpty() && !manager()->retryAccount(7));
         return;
     }
-    const QVariantList unavailable{
-        QVariantMap{{QStringLiteral("accountId"), qint64(7)}, {QStringLiteral("state"), state}}};
+    const QVariantList unavailable{QVariantMap{{u"accountId"_s, qint64(7)}, {u"state"_s, state}}};
     QCOMPARE(manager()->unavailableAccounts(), unavailable);
     QVERIFY(!manager()->retryAccount(7));
     QCOMPARE(manager()->unavailableAccounts(), unavailable);
@@ -289,16 +269,16 @@ void TestAccountManager::scenarios()
     const QStringList expected = QString::fromUtf8(file.readAll()).split(u'\n');
     QStringList actual;
     for (const QString &line : expected) {
-        const QString step = line.section(QStringLiteral(" -> "), 0, 0);
+        const QString step = line.section(u" -> "_s, 0, 0);
         if (step == QLatin1StringView("start anew")) {
             cleanup();
             init();
-            start();
+            startApplication<Account>();
         } else if (step.isEmpty() || step.startsWith(u'#')) {
             actual.append(line);
             continue;
         }
-        actual.append((step + QStringLiteral(" -> ") + result(step)).trimmed());
+        actual.append((step + u" -> "_s + result(step)).trimmed());
     }
     for (qsizetype i = 0; i < expected.size(); ++i)
         QCOMPARE(actual.at(i), expected.at(i));
@@ -308,107 +288,94 @@ QString TestAccountManager::result(const QString &step)
 {
     static bool veto = false;
     static auto meeting = std::make_unique<MeetingModelBase>();
+    NewDeviceLoginManager *devices = manager()->newDeviceLoginManager();
     const QString verb = step.section(u' ', 0, 0);
-    const QList<qint64> numbers = [&] {
-        QList<qint64> all;
-        for (const QString &word : step.split(u' ').mid(1))
-            all.append(word.toLongLong());
-        return all;
-    }();
-    AccountBase *account = manager()->getAccount(numbers.value(0));
+    QList<int> numbers;
+    for (const QString &word : step.split(u' ').mid(1))
+        numbers.append(word.toInt());
+    const auto number = [&](int i) { return numbers.value(i); };
+    const auto flag = [&](int i) { return numbers.value(i) != 0; };
+    AccountBase *account = manager()->getAccount(number(0));
     if (!account)
         account = manager()->loginAccount();
     const QHash<QString, std::function<void()>> verbs{
-        {QStringLiteral("start"), [] { veto = false; }},
-        {QStringLiteral("restart"),
+        {u"start"_s, [] { veto = false; }},
+        {u"restart"_s,
          [] {
-             stop();
-             start();
+             leaveApplication();
+             startApplication<Account>();
          }},
-        {QStringLiteral("restart-with"), // the current id, and all
+        {u"restart-with"_s, // the current id, and all
          [&] {
-             settings()->setCurrentAccountId(numbers.value(0));
-             settings()->setPasscode(QStringLiteral("1234"));
-             QVariantList ids;
-             for (const QString &id : step.split(u' ').mid(2))
-                 ids.append(id);
-             stop();
+             settings()->setCurrentAccountId(number(0));
+             settings()->setPasscode(u"1234"_s);
+             leaveApplication();
              settings()->loadGlobalData();
-             settings()->setAccountIds(ids);
+             const QStringList ids = step.split(u' ').mid(2);
+             settings()->setAccountIds({ids.cbegin(), ids.cend()});
              AppSettingModel::releaseInstance();
-             start();
+             startApplication<Account>();
          }},
-        {QStringLiteral("crash"),
+        {u"crash"_s,
          [] {
              settings()->flush();
              manager()->closeAllDbInCrash();
          }},
-        {QStringLiteral("veto"), [] { veto = !veto; }},
-        {QStringLiteral("add"), [] { manager()->addAccount(); }},
-        {QStringLiteral("cancel"), [] { manager()->cancelSignIn(); }},
-        {QStringLiteral("sign-in"),
-         [&] { fake(manager()->loginAccount())->signIn(numbers.value(0)); }},
-        {QStringLiteral("show"), [&] { manager()->setCurrentAccount(numbers.value(0)); }},
-        {QStringLiteral("next"), [] { manager()->activeNextAccount(); }},
-        {QStringLiteral("activate"), [&] { manager()->setActiveAccountById(numbers.value(0)); }},
-        {QStringLiteral("log-out"), [&] { manager()->logout(account); }},
-        {QStringLiteral("log-out-all"), [] { manager()->logoutAll(); }},
-        {QStringLiteral("unlock"),
-         [&] { manager()->unlockApp(numbers.value(0) != 0, numbers.value(1) != 0); }},
-        {QStringLiteral("counts"),
+        {u"veto"_s, [] { veto = !veto; }},
+        {u"add"_s, [] { manager()->addAccount(); }},
+        {u"cancel"_s, [] { manager()->cancelSignIn(); }},
+        {u"sign-in"_s, [&] { fake(manager()->loginAccount())->signIn(number(0)); }},
+        {u"show"_s, [&] { manager()->setCurrentAccount(number(0)); }},
+        {u"next"_s, [] { manager()->activeNextAccount(); }},
+        {u"activate"_s, [&] { manager()->setActiveAccountById(number(0)); }},
+        {u"log-out"_s, [&] { manager()->logout(account); }},
+        {u"log-out-all"_s, [] { manager()->logoutAll(); }},
+        {u"unlock"_s, [&] { manager()->unlockApp(flag(0), flag(1)); }},
+        {u"counts"_s,
          [&] {
-             account->setTotalUnreadCount(int(numbers.value(1)));
-             account->setTotalAtMeCount(int(numbers.value(2)));
+             account->setTotalUnreadCount(number(1));
+             account->setTotalAtMeCount(number(2));
          }},
-        {QStringLiteral("reconnect"), [] { manager()->reconnectToServer(); }},
-        {QStringLiteral("abort"),
-         [&] { manager()->abortAndReconnect(numbers.value(0) != 0, numbers.value(1)); }},
-        {QStringLiteral("reset-server"), [] { manager()->resetCurrentServer(); }},
-        {QStringLiteral("proxy"), [] { manager()->setProxy({}); }},
-        {QStringLiteral("lock-log"), [] { manager()->recordScreenLockLog(1, 2, 3); }},
-        {QStringLiteral("reset-settings"), [] { settings()->reset(); }},
-        {QStringLiteral("device"),
+        {u"reconnect"_s, [] { manager()->reconnectToServer(); }},
+        {u"abort"_s, [&] { manager()->abortAndReconnect(flag(0), number(1)); }},
+        {u"reset-server"_s, [] { manager()->resetCurrentServer(); }},
+        {u"proxy"_s, [] { manager()->setProxy({}); }},
+        {u"lock-log"_s, [] { manager()->recordScreenLockLog(1, 2, 3); }},
+        {u"reset-settings"_s, [] { settings()->reset(); }},
+        {u"device"_s,
          [&] {
-             manager()->newDeviceLoginManager()->deviceLogin(
-                 account, {{QStringLiteral("deviceId"), numbers.value(1)}});
+             devices->deviceLogin(account, {{u"deviceId"_s, qint64(number(1))}});
          }},
-        {QStringLiteral("device-out"),
-         [&] { manager()->newDeviceLoginManager()->deviceLogout(numbers.value(0)); }},
-        {QStringLiteral("join"), [&] { manager()->setJoiningMeetingId(step.mid(5)); }},
-        {QStringLiteral("joining"), [&] { manager()->setJoiningMeeting(numbers.value(0) != 0); }},
-        {QStringLiteral("created"),
+        {u"device-out"_s, [&] { devices->deviceLogout(number(0)); }},
+        {u"join"_s, [&] { manager()->setJoiningMeetingId(step.mid(5)); }},
+        {u"joining"_s, [&] { manager()->setJoiningMeeting(flag(0)); }},
+        {u"created"_s,
          [&] {
-             manager()->createMeetingFinished(int(numbers.value(0)),
-                                              numbers.value(0) == 0 ? meeting.get() : nullptr,
-                                              QStringLiteral("G-1"), QStringLiteral("name"));
+             manager()->createMeetingFinished(number(0), flag(0) ? nullptr : meeting.get(),
+                                              u"G-1"_s, u"name"_s);
          }},
-        {QStringLiteral("joined"),
+        {u"joined"_s, [&] { manager()->joinMeetingFinished(flag(0), meeting.get(), u"full"_s); }},
+        {u"meeting-ends"_s, [] { manager()->meetingWillBeDeleted(meeting.get()); }},
+        {u"meeting-dies"_s, [] { meeting = std::make_unique<MeetingModelBase>(); }},
+        {u"geometry"_s,
          [&] {
-             manager()->joinMeetingFinished(numbers.value(0) != 0, meeting.get(),
-                                            QStringLiteral("full"));
+             const QVariantMap size{{u"width"_s, number(0)}, {u"height"_s, number(1)}};
+             settings()->setMainwindowGeometry(QString::fromUtf8(mapToJson(size)));
+             settings()->setSessionListWidth(number(2));
          }},
-        {QStringLiteral("meeting-ends"), [] { manager()->meetingWillBeDeleted(meeting.get()); }},
-        {QStringLiteral("meeting-dies"), [] { meeting = std::make_unique<MeetingModelBase>(); }},
-        {QStringLiteral("geometry"),
+        {u"panel"_s,
          [&] {
-             settings()->setMainwindowGeometry(QStringLiteral(R"({"width": %1, "height": %2})")
-                                                   .arg(numbers.value(0))
-                                                   .arg(numbers.value(1)));
-             settings()->setSessionListWidth(int(numbers.value(2)));
+             settings()->setInfoPanelViewMode(flag(0));
+             settings()->setInfoPanelWidth(number(1));
          }},
-        {QStringLiteral("panel"),
+        {u"window"_s,
          [&] {
-             settings()->setInfoPanelViewMode(numbers.value(0) != 0);
-             settings()->setInfoPanelWidth(int(numbers.value(1)));
+             manager()->setDialogWindowSize({number(0), number(1)});
          }},
-        {QStringLiteral("window"),
+        {u"widest"_s,
          [&] {
-             manager()->setDialogWindowSize({int(numbers.value(0)), int(numbers.value(1))});
-         }},
-        {QStringLiteral("widest"),
-         [&] {
-             manager()->setMaxMsgItemWidth(int(numbers.value(0)));
-             manager()->setMaxMsgItemWidthInThread(int(numbers.value(1)));
+             manager()->setMaxMsgItemWidth(number(0));
+             manager()->setMaxMsgItemWidthInThread(number(1));
          }},
     };
     const SignalLog log{manager()};
@@ -434,21 +401,19 @@ QString TestAccountManager::result(const QString &step)
     const QSize window = manager()->dialogWindowSize();
     QString more;
     if (QCoreApplication::instance()->property("appLocked").toBool())
-        more += QStringLiteral(", locked");
+        more += u", locked"_s;
     if (manager()->meetingModel() || manager()->joiningMeeting())
-        more += QStringLiteral(", meeting %1, joining %2")
-                    .arg(manager()->meetingModel() == meeting.get())
+        more += u", meeting %1, joining %2"_s.arg(manager()->meetingModel() == meeting.get())
                     .arg(manager()->joiningMeeting());
     if (window.width() > 0)
-        more += QStringLiteral(", window %1x%2, widest %3 %4, panel %5")
-                    .arg(window.width())
+        more += u", window %1x%2, widest %3 %4, panel %5"_s.arg(window.width())
                     .arg(window.height())
                     .arg(manager()->maxMsgItemWidth())
                     .arg(manager()->maxMsgItemWidthInThread())
                     .arg(manager()->infoPanelVisible());
-    if (const QByteArray devices = settings()->newDeviceLoginRemind(); devices.size() > 2)
-        more += QStringLiteral(", devices ") + QString::fromUtf8(devices);
-    return QStringLiteral("[%1] current %2, login %3, stored [%4] %5, counts %6 %7%8; %9; %10")
+    if (const QByteArray told = settings()->newDeviceLoginRemind(); told.size() > 2)
+        more += u", devices "_s + QString::fromUtf8(told);
+    return u"[%1] current %2, login %3, stored [%4] %5, counts %6 %7%8; %9; %10"_s
         .arg(shown.join(u' '), name(manager()->currentAccount()), name(manager()->loginAccount()),
              stored.join(u' '))
         .arg(settings()->currentAccountId())
@@ -460,15 +425,15 @@ QString TestAccountManager::result(const QString &step)
 QString TestAccountManager::name(AccountBase *account)
 {
     if (!account)
-        return QStringLiteral("-");
+        return u"-"_s;
     if (account == manager()->notebookAccount())
-        return QStringLiteral("notebook");
+        return u"notebook"_s;
     return QString::number(account->accountId());
 }
 
 void TestAccountManager::lostConnections()
 {
-    start();
+    startApplication<Account>();
     signIn({1});
     QVERIFY(manager()->addAccount());
     // A connection counts as lost unless it is up, or given up on purpose.
@@ -484,7 +449,7 @@ void TestAccountManager::lostConnections()
 
 void TestAccountManager::otherThreadsReadTheList()
 {
-    start();
+    startApplication<Account>();
     std::atomic_bool done = false;
     std::vector<std::thread> readers;
     const auto join = qScopeGuard([&] {

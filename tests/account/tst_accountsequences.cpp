@@ -1,6 +1,10 @@
+#include "account/accountdevicemodel.h"
 #include "account/threadmanager.h"
+#include "content/filedata.h"
+#include "content/fileprovider.h"
 #include "dialog/datainfomodel.h"
 #include "imcrypto/store.h"
+#include "protocol/user_service.pb.h"
 #include "settings/accountsettingmodel.h"
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
@@ -26,6 +30,8 @@
 // nor deleted is listed, stored and counted, and nobody else.
 
 #define CHECK(condition) QTest::qVerify(bool(condition), #condition, "", __FILE__, __LINE__)
+
+using namespace Qt::StringLiterals;
 
 namespace
 {
@@ -68,6 +74,7 @@ public:
         stage = deleteThis ? Gone : SignedOut;
         FakeAccount::logout(deleteThis);
         checkBelongsTo(0);
+        CHECK(!signalStore()->userInfo());
         react();
     }
     void release(bool logOut, bool deleteThis) override
@@ -111,6 +118,15 @@ public:
         updateFeature(1, Feature_ENABLED);
         accountSettingModel()->setLeftTabWidth(int(90 + id));
         dataInfoModel()->saveDialogOffset(id);
+        im::user::ListDevicesResp devices;
+        devices.add_devices()->set_device_id(int(id));
+        devices.add_devices()->set_device_id(int(90 + id));
+        devices.set_delete_timer(im::GlobalEnums::THREE_MONTHS);
+        deviceModel()->setDeviceList(devices);
+        signalStore()->saveUserKey({90 + id, 1, 1}, QByteArray(32, 'k'));
+        m_file = QSharedPointer<FileData>::create(QVariantMap{{u"fileId"_s, u"f%1"_s.arg(id)}},
+                                                  FileData::ParseType::Source);
+        fileProvider()->add(m_file);
     }
     /// What is stored is that person's, or nobody's; of nobody nothing is there at all.
     void checkBelongsTo(qint64 id)
@@ -119,8 +135,14 @@ public:
         const qint64 offset = dataInfoModel()->dialogOffset();
         CHECK(width == 72 || (id > 0 && width == 90 + id));
         CHECK(offset == 0 || offset == id);
+        for (qint64 other = 1; other < 8; ++other) {
+            if (other != id)
+                CHECK(!isMyUserId(90 + other) && !fileProvider()->file(u"f%1"_s.arg(other)));
+        }
         if (id > 0)
             return;
+        CHECK(deviceModel()->count() == 0 && deviceModel()->currentDevice().isEmpty());
+        CHECK(deviceModel()->deviceDeleteTimer() == AccountDeviceModel::Never);
         static const FakeAccount &fresh = *new FakeAccount;
         const QMetaObject *meta = &AccountBase::staticMetaObject;
         for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i) {
@@ -129,7 +151,6 @@ public:
                 && !property.metaType().flags().testFlag(QMetaType::PointerToQObject))
                 QVERIFY2(property.read(this) == property.read(&fresh), property.name());
         }
-        CHECK(!signalStore()->userInfo());
     }
 
     /// Runs `set`, in whose signals the object must not be deleted.
@@ -146,6 +167,7 @@ public:
     bool slow = false; // its deletion needs an answer of the server
 
 private:
+    QSharedPointer<FileData> m_file; // which the application still shows
     void loggedOut();
     void givenUp();
     void called()
@@ -254,8 +276,18 @@ public:
         }
     }
 
+private:
+    const int phoneSignal = FakeAccount::staticMetaObject.indexOfSignal("phoneChanged()");
+
 private Q_SLOTS:
-    void handle() { react(); }
+    void handle()
+    {
+        // Whoever is told that a person has gone finds nothing of them.
+        if (auto *account = qobject_cast<WatchedAccount *>(sender());
+            account && senderSignalIndex() == phoneSignal && account->phone().isEmpty())
+            account->checkBelongsTo(0);
+        react();
+    }
 };
 
 /// What the application does, and what it knows of its accounts.
@@ -292,7 +324,7 @@ public:
     {
         const qint64 other = m_sequence.chance(85) ? id : m_sequence.below(4);
         if (other != id || m_blocked.contains(id)) {
-            note(QStringLiteral("%1 is restored as %2").arg(id).arg(other));
+            note(u"%1 is restored as %2"_s.arg(id).arg(other));
             if (!m_gone.contains(id))
                 m_absent.insert(id);
             m_renamed = m_renamed || other > 0;
@@ -320,14 +352,11 @@ public:
     Handlers handlers;
 
 private:
-    void note(const QString &what)
-    {
-        m_sequence.note(QString(m_depth * 2, QLatin1Char(' ')) + what);
-    }
+    void note(const QString &what) { m_sequence.note(QString(m_depth * 2, u' ') + what); }
 
     void start()
     {
-        note(QStringLiteral("start"));
+        note(u"start"_s);
         ThreadManager::getInstance()->init();
         settings()->loadGlobalData();
         m_closed = false;
@@ -353,7 +382,7 @@ private:
 
     void stop()
     {
-        note(QStringLiteral("stop"));
+        note(u"stop"_s);
         const QScopedValueRollback<bool> stopping(m_stopping, true);
         for (const Account &account : ofStage([](WatchedAccount *one) { return one->mine; }))
             delete account;
@@ -378,12 +407,12 @@ private:
     static QString storeOf(qint64 id)
     {
         return AppDirManager::instance()->defaultCacheDataDir()
-            + QStringLiteral("%1/userstatus/account.db").arg(id);
+            + u"%1/userstatus/account.db"_s.arg(id);
     }
     /// Puts a directory in the place of a database, or takes it away again.
     void block(qint64 id, bool isBlocked)
     {
-        const QString aside = storeOf(id) + QStringLiteral("-aside");
+        const QString aside = storeOf(id) + u"-aside"_s;
         if (!isBlocked && !QFile::exists(aside)) // a wipe has removed it
             return;
         CHECK(isBlocked ? QFile::rename(storeOf(id), aside) && QDir().mkdir(storeOf(id))
@@ -422,14 +451,13 @@ private:
     static QString name(WatchedAccount *account)
     {
         return account
-            ? QStringLiteral("%1%2%3%4")
-                  .arg(account->accountId())
+            ? u"%1%2%3%4"_s.arg(account->accountId())
                   .arg(QLatin1StringView(account == manager()->currentAccount()     ? "c"
                                              : account == manager()->loginAccount() ? "l"
                                                                                     : ""))
                   .arg(QLatin1StringView(manager()->containsAccount(account) ? "+" : ""))
                   .arg(QLatin1StringView(account->mine ? "m" : ""))
-            : QStringLiteral("null");
+            : u"null"_s;
     }
 
     void signIn(const Account &account)
@@ -439,7 +467,7 @@ private:
             return;
         // An id of 0 or below is refused wherever it comes up.
         const qint64 id = m_sequence.chance(5) ? -m_sequence.below(2) : 1 + m_sequence.below(7);
-        note(QStringLiteral("%1 signs in as %2").arg(name(account)).arg(id));
+        note(u"%1 signs in as %2"_s.arg(name(account)).arg(id));
         if (id < 1) {
             account->run([&] {
                 account->setAccountId(id);
@@ -524,9 +552,9 @@ WatchedAccount::~WatchedAccount()
 void WatchedAccount::restore(QVariantMap params, bool connectNow, int reason)
 {
     const QScopedValueRollback<int> running(busy, busy + 1);
-    const qint64 id = params.value(QStringLiteral("userId")).toLongLong();
+    const qint64 id = params.value(u"userId"_s).toLongLong();
     if (const qint64 other = Application::the->restoredId(id); other > 0)
-        FakeAccount::restore({{QStringLiteral("userId"), other}}, connectNow, reason);
+        FakeAccount::restore({{u"userId"_s, other}}, connectNow, reason);
     else
         setAccountId(id);
     if (stage != Gone)
@@ -565,7 +593,7 @@ void Application::operate()
              })) {
             if (m_mirror->inserting) // too late
                 return;
-            note(QStringLiteral("revoke %1").arg(name(account)));
+            note(u"revoke %1"_s.arg(name(account)));
             account->stage = WatchedAccount::SignedOut;
             m_gone.insert(account->accountId()); // where it was being restored
             account->run([&] { account->setAuthorized(false); });
@@ -575,21 +603,21 @@ void Application::operate()
     case 9:
     case 10:
         if (const Account account = anyListed()) {
-            note(QStringLiteral("show %1").arg(name(account)));
+            note(u"show %1"_s.arg(name(account)));
             manager()->setCurrentAccount(account->accountId());
         }
         return;
     case 11:
     case 12: {
         const Account account = m_sequence.chance(70) ? anyListed() : any();
-        note(QStringLiteral("log out %1").arg(name(account)));
+        note(u"log out %1"_s.arg(name(account)));
         return manager()->logout(account);
     }
     case 13: {
         const Account account = any();
         if (!account || account->busy > 0)
             return;
-        note(QStringLiteral("delete %1").arg(name(account)));
+        note(u"delete %1"_s.arg(name(account)));
         if (manager()->containsAccount(account)
             || (account->stage == WatchedAccount::SignedIn
                 && (m_resetting || (storedIds() - m_gone).contains(account->accountId()))))
@@ -626,7 +654,7 @@ void Application::operate()
         return;
     case 19:
         if (const Account account = anyListed()) {
-            note(QStringLiteral("list %1 again").arg(name(account)));
+            note(u"list %1 again"_s.arg(name(account)));
             manager()->addAccount(account);
         }
         return;
@@ -639,7 +667,7 @@ void Application::operate()
             call("setLoginAccount null", [] { manager()->setLoginAccount(nullptr); });
         } else if (const Account account = any();
                    account && account->stage == WatchedAccount::SignedOut) {
-            note(QStringLiteral("setLoginAccount %1").arg(name(account)));
+            note(u"setLoginAccount %1"_s.arg(name(account)));
             manager()->setLoginAccount(account);
         }
         return;
@@ -658,7 +686,7 @@ void Application::operate()
         // Answers come in to those that are being deleted.
         for (const Account &account : ofStage([](WatchedAccount *one) { return one->slow; })) {
             if (manager()->deleteAll() && manager()->containsAccount(account)) {
-                note(QStringLiteral("%1 is deleted at last").arg(name(account)));
+                note(u"%1 is deleted at last"_s.arg(name(account)));
                 return manager()->logout(account);
             }
         }
@@ -668,7 +696,7 @@ void Application::operate()
     case 27:
         if (!m_absent.isEmpty()) {
             const qint64 id = m_sequence.pick(m_absent.values());
-            note(QStringLiteral("try %1 again").arg(id));
+            note(u"try %1 again"_s.arg(id));
             manager()->retryAccount(id);
         }
         return;
@@ -683,7 +711,7 @@ void Application::operate()
 
 void Application::restart()
 {
-    settings()->setSaveasPath(QStringLiteral("kept"));
+    settings()->setSaveasPath(u"kept"_s);
     stop();
     if (QTest::currentTestFailed())
         return;
@@ -756,7 +784,7 @@ void Application::check()
         CHECK(isListed || account == current || account == login
               || account == manager()->notebookAccount() || account->mine);
         if (QTest::currentTestFailed())
-            note(QStringLiteral("account %1, stage %2").arg(name(account)).arg(account->stage));
+            note(u"account %1, stage %2"_s.arg(name(account)).arg(account->stage));
     }
     CHECK(!current || accounts.contains(current));
     CHECK(!login || (accounts.contains(login) && !rows.contains(login)));
@@ -772,7 +800,7 @@ void Application::check()
         CHECK(storedIds() - m_gone == ids + m_absent);
         QSet<qint64> unavailable;
         for (const QVariant &one : manager()->unavailableAccounts())
-            unavailable.insert(one.toMap().value(QStringLiteral("accountId")).toLongLong());
+            unavailable.insert(one.toMap().value(u"accountId"_s).toLongLong());
         CHECK(unavailable - m_gone == m_absent);
         const qint64 currentId = settings()->currentAccountId();
         CHECK(currentId == 0 || storedIds().contains(currentId));
@@ -798,7 +826,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         // What goes wrong here on purpose fills the log.
-        QLoggingCategory::setFilterRules(QStringLiteral("*=false"));
+        QLoggingCategory::setFilterRules(u"*=false"_s);
     }
     void sequences()
     {

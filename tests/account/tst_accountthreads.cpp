@@ -1,15 +1,13 @@
 #include "account/threadmanager.h"
 #include "dialog/datainfomodel.h"
-#include "imcrypto/store.h"
 #include "settings/accountsettingmodel.h"
 #include "settings/appsettingmodel.h"
 #include "storage/configstorage.h"
 #include "storage/globalstorageprovider.h"
-#include "storage/keystorage.h"
 #include "storage/settingstorage.h"
 #include "storage/userstorageprovider.h"
 #include "support/fakeaccount.h"
-#include "support/powercut.h"
+#include "support/loglines.h"
 #include "support/stuckdisk.h"
 
 #include <QDir>
@@ -17,7 +15,6 @@
 #include <QRegularExpression>
 #include <QSemaphore>
 #include <QStandardPaths>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -25,7 +22,6 @@
 #include <array>
 #include <atomic>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <thread>
 #include <vector>
@@ -37,7 +33,7 @@ namespace
 
 /// What the models are to those who do not care which it is: values by key.
 struct Store {
-    QString prefix; ///< in what rowsIn() gives
+    QString prefix; ///< in what rows() gives
     std::function<void(const QString &key, const QByteArray &value)> set;
     std::function<QByteArray(const QString &key)> get;
     std::function<bool()> flush;
@@ -52,34 +48,6 @@ Store storeOf(const QString &prefix, Model *model)
             [=] { return model->flush(); }};
 }
 
-/// What another process finds in these directories.
-QMap<QString, QByteArray> rowsIn(const QString &machineDirectory, const QString &accountDirectory)
-{
-    QMap<QString, QByteArray> rows;
-    const auto add = [&](const QString &prefix, const auto &infos) {
-        for (const auto &info : infos)
-            rows.insert(prefix + info.key, info.value.toByteArray());
-    };
-    storage::GlobalStorageProvider machine;
-    machine.setDirectory(machineDirectory);
-    storage::UserStorageProvider account;
-    if (!machine.open() || !account.open(accountDirectory, false))
-        return rows;
-    add(u"machine/"_s, machine.settingStorage()->allInfos());
-    add(u"account/"_s, account.settingStorage()->allInfos());
-    add(u"ranges/"_s, account.bufferConfigStorage()->allInfos());
-    const QList<storage::KeyInfo> keys =
-        account.keyStorage()->allInfos().value_or(QList<storage::KeyInfo>());
-    for (const storage::KeyInfo &key : keys)
-        rows.insert(u"keys/"_s + key.kind + key.id, key.value);
-    return rows;
-}
-
-QString directoryOf(const QString &file)
-{
-    return QFileInfo(file).path() + u'/';
-}
-
 } // namespace
 
 /// The machine's settings, one account's, and its data ranges under many hands, and on disks that
@@ -88,11 +56,7 @@ class TestAccountThreads : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void initTestCase()
-    {
-        PowerCut::install();
-        StuckDisk::install(".db");
-    }
+    void initTestCase() { StuckDisk::install(".db"); }
     void init()
     {
         QDir(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)).removeRecursively();
@@ -226,70 +190,6 @@ private Q_SLOTS:
         }
     }
 
-    /// What was confirmed is on the disk, where a power cut does not take it back.
-    void aPowerCut_data()
-    {
-        using Change = std::function<bool(FakeAccount &)>;
-        QTest::addColumn<Change>("change");
-        const auto row = [](const char *name, const Change &change) {
-            QTest::newRow(name) << change;
-        };
-        row("settings, flushed", [](FakeAccount &) {
-            machine()->setDarkMode(true);
-            return machine()->flush();
-        });
-        row("an account's settings, flushed", [](FakeAccount &account) {
-            account.accountSettingModel()->setLeftTabWidth(90);
-            return account.accountSettingModel()->flush();
-        });
-        row("ranges, flushed in time", [](FakeAccount &account) {
-            account.dataInfoModel()->saveMissRange(u"a"_s, "b");
-            return account.dataInfoModel()->flush(QDeadlineTimer(5000));
-        });
-        row("flushed after it was written", [](FakeAccount &account) {
-            account.dataInfoModel()->saveMissRange(u"a"_s, "b");
-            return QTest::qWaitFor([&] {
-                       return !account.storage()->bufferConfigStorage()->allInfos().isEmpty();
-                   })
-                && account.dataInfoModel()->flush();
-        });
-        row("never flushed, for a while", [](FakeAccount &account) {
-            machine()->setDarkMode(true);
-            account.accountSettingModel()->setLeftTabWidth(90);
-            std::thread([&] { account.dataInfoModel()->saveMissRange(u"a"_s, "b"); }).join();
-            QTest::qWait(1500);
-            return true;
-        });
-        row("a chat key", [](FakeAccount &account) {
-            return account.signalStore()->saveChatKey(u"G-1"_s, 1, QByteArray(32, 'k'));
-        });
-        row("a secure key", [](FakeAccount &account) {
-            return !account.signalStore()->secureKey(u"id"_s, 1, true).isEmpty();
-        });
-        row("a sign-in", [](FakeAccount &account) {
-            AccountManager::getInstance()->init(
-                [](QObject *parent) { return new FakeAccount(parent); });
-            account.setAuthorized(true);
-            account.accountSettingModel()->setLeftTabWidth(90);
-            AccountManager::getInstance()->addAccount(&account);
-            return AccountManager::getInstance()->containsAccount(&account);
-        });
-    }
-    void aPowerCut()
-    {
-        QFETCH(const std::function<bool(FakeAccount &)>, change);
-        QVERIFY(machine()->flush());
-        const auto before = rows();
-        QVERIFY(change(*m_account));
-        const auto found = rowsAfterPowerCut();
-        QVERIFY(found.size() > before.size());
-        QCOMPARE(found, rows());
-        // What is not synced is gone, indeed.
-        QVERIFY(machine()->globalStorage()->settingStorage()->save({u"unsynced"_s, 1, {}}));
-        QVERIFY(!rowsAfterPowerCut().contains(u"machine/unsynced"_s));
-        QVERIFY(rows().contains(u"machine/unsynced"_s));
-    }
-
     void theExitWithStoresThatCannotBeWritten_data()
     {
         QTest::addColumn<bool>("stuck");
@@ -315,8 +215,7 @@ private Q_SLOTS:
         machine()->setSaveasPath(u"secret"_s);
         m_account->accountSettingModel()->setLastLocation(u"secret"_s);
         m_account->dataInfoModel()->saveMissRange(u"range"_s, "secret");
-        messages.clear();
-        const QtMessageHandler before = qInstallMessageHandler(collect);
+        LogLines log;
         QElapsedTimer timer;
         std::array<qint64, 3> took{};
         const std::array<std::function<void()>, 3> steps{
@@ -327,7 +226,7 @@ private Q_SLOTS:
             steps[i]();
             took[i] = timer.elapsed();
         }
-        qInstallMessageHandler(before);
+        const QString messages = log.takeTexts().join(u'\n');
         qInfo("An account: %lld ms, the settings: %lld ms, the threads: %lld ms", took[0], took[1],
               took[2]);
         QVERIFY(took[0] < 5500 && took[1] < 5500 && took[2] < 12500);
@@ -388,25 +287,23 @@ private:
                       [=](const QString &key) { return ranges->missRange(key); },
                       [=] { return ranges->flush(); }}};
     }
-    QString machineDirectory() { return directoryOf(machine()->globalStorage()->filePath()); }
-    QString accountDirectory() { return directoryOf(m_account->storage()->filePath()); }
-    QMap<QString, QByteArray> rows() { return rowsIn(machineDirectory(), accountDirectory()); }
-    QMap<QString, QByteArray> rowsAfterPowerCut()
+    /// What another process finds in the stores.
+    QMap<QString, QByteArray> rows()
     {
-        const QTemporaryDir machineCopy;
-        const QTemporaryDir accountCopy;
-        PowerCut::copy(machineDirectory().toStdString(), machineCopy.path().toStdString() + '/');
-        PowerCut::copy(accountDirectory().toStdString(), accountCopy.path().toStdString() + '/');
-        return rowsIn(machineCopy.path(), accountCopy.path());
+        QMap<QString, QByteArray> rows;
+        const auto add = [&](const QString &prefix, const auto &infos) {
+            for (const auto &info : infos)
+                rows.insert(prefix + info.key, info.value.toByteArray());
+        };
+        storage::GlobalStorageProvider machine;
+        storage::UserStorageProvider account;
+        if (!machine.open() || !account.open(m_account->userStatusDataPath(), false))
+            return rows;
+        add(u"machine/"_s, machine.settingStorage()->allInfos());
+        add(u"account/"_s, account.settingStorage()->allInfos());
+        add(u"ranges/"_s, account.bufferConfigStorage()->allInfos());
+        return rows;
     }
-    static void collect(QtMsgType, const QMessageLogContext &, const QString &text)
-    {
-        static std::mutex mutex;
-        const std::lock_guard lock(mutex);
-        messages += text + u'\n';
-    }
-
-    static inline QString messages;
     std::unique_ptr<FakeAccount> m_account;
 };
 

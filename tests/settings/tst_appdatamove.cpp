@@ -81,23 +81,6 @@ public:
 /// In an account's folder, and none of its media.
 const QString foreignFile = u".moving"_s;
 
-/// One start of the application, with the stored accounts.
-void startUp()
-{
-    ThreadManager::getInstance()->init();
-    AppSettingModel *settings = AppSettingModel::instance();
-    settings->loadGlobalData();
-    AccountManager::getInstance()->init([](QObject *parent) { return new MediaAccount(parent); });
-}
-
-void shutDown()
-{
-    AccountManager::getInstance()->waitForFinished();
-    AccountManager::releaseInstance();
-    ThreadManager::getInstance()->quitAll();
-    AppSettingModel::releaseInstance();
-}
-
 /// The media of all accounts: what is to be moved, and nothing of what lies beside it.
 MediaTree readMedia(const QString &root)
 {
@@ -427,7 +410,7 @@ int moveAsChild(const QString &target, const QString &mode)
     settings->loadGlobalData();
     if (settings->accountIds().isEmpty())
         settings->setAccountIds({accountIds.at(0), accountIds.at(1), leavingId});
-    startUp();
+    startApplication<MediaAccount>();
     AppDataMove *move = AccountManager::getInstance()->appDataMove();
     std::puts("ready");
     std::fflush(stdout);
@@ -457,7 +440,7 @@ int moveAsChild(const QString &target, const QString &mode)
         result = move->running() || move->moveTo(target) ? qApp->exec() : 3;
     leave();
     download.join();
-    shutDown();
+    leaveApplication();
     return result;
 }
 
@@ -478,7 +461,7 @@ class TestAppDataMove : public QObject
 
     void start()
     {
-        startUp();
+        startApplication<MediaAccount>();
         m_errors =
             std::make_unique<QSignalSpy>(AccountManager::getInstance(), &AccountManager::error);
         m_finished = std::make_unique<QSignalSpy>(dataMove(), &AppDataMove::finished);
@@ -562,7 +545,7 @@ class TestAppDataMove : public QObject
             MediaAccount::isOffline = true;
             manager->unlockApp(true, false);
             MediaAccount::isOffline = false;
-            shutDown();
+            leaveApplication();
             start();
             return;
         }
@@ -579,7 +562,7 @@ class TestAppDataMove : public QObject
         }
         if (sequence.chance(50)) {
             sequence.note(u"restart"_s);
-            shutDown();
+            leaveApplication();
             start();
         }
         QTRY_VERIFY(!dataMove()->unfinished());
@@ -613,7 +596,7 @@ class TestAppDataMove : public QObject
         } else {
             if (sequence.chance(50)) {
                 sequence.note(u"restart"_s);
-                shutDown();
+                leaveApplication();
                 start();
                 move = dataMove();
             } else {
@@ -717,7 +700,7 @@ class TestAppDataMove : public QObject
         case 8:
             if (sequence.chance(50)) {
                 sequence.note(u"restart"_s);
-                shutDown();
+                leaveApplication();
                 start();
             }
             break;
@@ -758,7 +741,7 @@ private Q_SLOTS:
 
     void cleanup()
     {
-        shutDown();
+        leaveApplication();
         for (const QString &entry :
              QDir(source()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot)) {
             if (entry != u"log") {
@@ -901,7 +884,7 @@ private Q_SLOTS:
         QCOMPARE(AppDirManager::instance()->oldCacheDataDir(), QString());
         QCOMPARE(readMedia(source()), before);
 
-        shutDown();
+        leaveApplication();
         start();
         QVERIFY(usesSource());
         QVERIFY(!dataMove()->running());
@@ -954,7 +937,7 @@ private Q_SLOTS:
     {
         fillMedia(source(), 9);
         settings()->setMovedDataInfo(mapToJson({{u"777"_s, u"[]"_s}}));
-        shutDown();
+        leaveApplication();
         start();
         QVERIFY(!dataMove()->unfinished());
         settings()->setMovedDataInfo("{}");
@@ -973,7 +956,7 @@ private Q_SLOTS:
         MediaAccount::isOffline = true;
         AccountManager::getInstance()->unlockApp(true, false);
         MediaAccount::isOffline = false;
-        shutDown();
+        leaveApplication();
         MediaAccount::lockedId = 10001;
         start();
         MediaAccount::lockedId = 0;
@@ -1054,7 +1037,7 @@ private Q_SLOTS:
         settings()->setCacheDataPath(target());
         settings()->setOldCacheDataPath(source());
         settings()->setMovedDataInfo(info);
-        shutDown();
+        leaveApplication();
         start();
         QVERIFY(dataMove()->running());
         QVERIFY(finish());
@@ -1100,7 +1083,7 @@ private Q_SLOTS:
     {
         const QString place = m_home->path() + u"/unplugged/"_s;
         settings()->setCacheDataPath(place);
-        shutDown();
+        leaveApplication();
         start();
         QVERIFY(dataMove()->moveTo(target()));
         QVERIFY(!finish());
@@ -1248,9 +1231,9 @@ private Q_SLOTS:
             }
             QTRY_VERIFY(!dataMove()->unfinished());
             media.check();
-            shutDown();
+            leaveApplication();
             start();
-            shutDown(); // which waits for what is being deleted
+            leaveApplication(); // which waits for what is being deleted
             media.checkOnce(places);
             start();
             // What is empty may be a disk that is not there.
@@ -1294,23 +1277,17 @@ private Q_SLOTS:
         int halfway = 0; // of these, with files at both places
         constexpr int rounds = 16;
         constexpr int wanted = rounds / 4;
-        const QString longName = QString(84, QChar(0x4e2d)) + u"abc"_s;
         // A busy machine needs more kills until enough of them come in the midst.
         for (int round = 0; round < rounds || (halfway < wanted && round < 6 * rounds); ++round) {
             const QTemporaryDir home;
             const QString data = home.path() + u"/data/"_s + QCoreApplication::applicationName();
             const QString target = home.path() + u"/new"_s;
+            QVERIFY(QDir().mkpath(target));
             fillMedia(data, quint32(100 + 10 * round), 3);
             MediaTree::fill(data + u"/10003/photo"_s, 3, quint32(round));
-            MediaTree::write(data + u"/10001/video/"_s + longName, "from there");
-            const QString locked = data + u"/10002/photo/locked"_s;
-            MediaTree::write(locked + u"/secret"_s, "secret");
-            MediaTree before = readMedia(data);
-            before.files.remove(u"10002/photo/locked/secret"_s);
+            const MediaTree before = readMedia(data);
             const QString film = u"10001/file/film.mp4"_s;
             MediaTree::write(data + u'/' + film, downloadPart(0));
-            MediaTree::write(target + u"/10001/video/"_s + longName, "from here");
-            QVERIFY(QFile::setPermissions(locked, {}));
             int written = 0; // of the download, as it was told
             const auto readAll = [&](QProcess &child) {
                 for (const QByteArray &line : child.readAllStandardOutput().split('\n')) {
@@ -1327,9 +1304,7 @@ private Q_SLOTS:
                 child->kill();
                 kills += run(*child) == -1;
                 readAll(*child);
-                QFile::setPermissions(locked, QFile::ReadOwner | QFile::ExeOwner);
-                halfway += readMedia(data).files.size() > 2 && readMedia(target).files.size() > 1;
-                QFile::setPermissions(locked, {});
+                halfway += readMedia(data).files.size() > 1 && readMedia(target).files.size() > 0;
             }
             const std::unique_ptr<QProcess> child = startChild(home.path());
             QElapsedTimer timer;
@@ -1339,8 +1314,6 @@ private Q_SLOTS:
             if (round == 0)
                 duration = timer.nsecsElapsed() / 1000;
 
-            QVERIFY(QFile::setPermissions(locked,
-                                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
             MediaTree after = readMedia(target);
             // A kill behind its copying leaves the beginning of it, too.
             QByteArray download;
@@ -1354,17 +1327,8 @@ private Q_SLOTS:
             QVERIFY(download.size() / 8 > written);
             for (int i = 0; i < download.size() / 8; ++i)
                 QCOMPARE(download.mid(8 * i, 8), downloadPart(i));
-            const QString from = u"10001/video/"_s + longName;
-            QCOMPARE(after.files.take(from).content, "from here"_ba);
-            const MediaTree::File renamed = before.files.take(from);
-            int found = 0;
-            for (const MediaTree::File &file : std::as_const(after.files))
-                found += file.content == renamed.content;
-            QCOMPARE(found, 1);
-            after.files.removeIf([&](auto file) { return file.value() == renamed; });
             QCOMPARE(after, before);
-            const MediaTree left = readMedia(data);
-            QCOMPARE(left.files.keys(), QStringList{u"10002/photo/locked/secret"_s});
+            QVERIFY(readMedia(data).files.isEmpty());
             QVERIFY(!QFileInfo::exists(target + u"/10003"_s));
             QVERIFY(!QFileInfo::exists(data + u"/10003/photo"_s));
         }

@@ -4,6 +4,7 @@
 #include "settings/appsettingmodel.h"
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
+#include "support/loglines.h"
 #include "support/settingtable.h"
 #include "support/signallog.h"
 
@@ -20,6 +21,7 @@
 
 #include <cmath>
 #include <future>
+#include <optional>
 #include <thread>
 
 using namespace Qt::StringLiterals;
@@ -92,12 +94,6 @@ void restart()
 bool debugEnabled(const char *category)
 {
     return QLoggingCategory(category).isDebugEnabled();
-}
-
-QStringList warnings;
-void collectAll(QtMsgType, const QMessageLogContext &context, const QString &text)
-{
-    warnings.append(QLatin1StringView(context.category) + u": "_s + text);
 }
 
 } // namespace
@@ -656,13 +652,13 @@ private Q_SLOTS:
         SignalLog order{{app(), model()}};
         QSignalSpy width(model(), &AppSettingModel::infoPanelWidthChanged);
         QSignalSpy tools(model(), &AppSettingModel::accountIdsChanged);
-        warnings.clear();
-        const QtMessageHandler before = qInstallMessageHandler(collectAll);
+        std::optional<LogLines> lines(std::in_place);
         model()->reset();
-        qInstallMessageHandler(before);
+        const QStringList told = lines->takeTexts();
+        lines.reset();
         // In both logs, as notable steps are.
         const QString line = u"AppSettingModel::resetAppSetting"_s;
-        QCOMPARE(warnings.filter(line), QStringList{u"im.settingmodel: "_s + line});
+        QCOMPARE(told.filter(line), QStringList{u"im.settingmodel: "_s + line});
         ImLog::instance()->flush();
         QFile log(ImLog::instance()->directory() + u"/im.log"_s);
         QVERIFY(log.open(QFile::ReadOnly) && log.readAll().contains(line.toUtf8()));

@@ -2,6 +2,7 @@
 #include "settings/appsettingmodel.h"
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
+#include "support/loglines.h"
 #include "support/sequences.h"
 #include "support/stuckdisk.h"
 
@@ -26,12 +27,6 @@ AppSettingModel *model()
     return AppSettingModel::instance();
 }
 
-QStringList messages;
-void collect(QtMsgType, const QMessageLogContext &, const QString &text)
-{
-    messages.append(text);
-}
-
 } // namespace
 
 /// Without a graphical application, or any; and from many threads.
@@ -53,7 +48,7 @@ private Q_SLOTS:
             char *argv[] = {name, nullptr};
             const auto app = application ? std::make_unique<QCoreApplication>(argc, argv) : nullptr;
 
-            const QtMessageHandler before = qInstallMessageHandler(collect);
+            LogLines log;
             ThreadManager::getInstance()->init();
             model()->loadGlobalData();
             model()->reset();
@@ -61,10 +56,8 @@ private Q_SLOTS:
             const QString language = model()->language();
             cleanup();
             model()->loadGlobalData();
-            qInstallMessageHandler(before);
-
-            QCOMPARE(std::exchange(messages, {}),
-                     QStringList{u"AppSettingModel::resetAppSetting"_s});
+            QCOMPARE(log.takeTexts(),
+                     QStringList{u"im.settingmodel: AppSettingModel::resetAppSetting"_s});
             QCOMPARE(model()->themeFontSize(), 20);
             QCOMPARE(model()->lineHeigt(), 0);
             QCOMPARE(language, QLocale::system().name());
@@ -229,6 +222,12 @@ private Q_SLOTS:
                     if (!ThreadManager::getInstance()->thread())
                         other.reset();
                     const QString key = u"key%1"_s.arg(sequence.below(5));
+                    if (sequence.chance(25)) {
+                        model()->removeKey(key);
+                        memory.remove(key);
+                        saved.remove(key);
+                        break;
+                    }
                     const bool save = sequence.chance(70);
                     QVERIFY(model()->setValue(key, number, save));
                     memory[key] = number;

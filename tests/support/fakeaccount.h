@@ -2,7 +2,10 @@
 
 #include "account/accountbase.h"
 #include "account/accountmanager.h"
+#include "account/threadmanager.h"
+#include "settings/appsettingmodel.h"
 
+#include <QCoreApplication>
 #include <QNetworkProxy>
 #include <QStringList>
 
@@ -82,3 +85,22 @@ private:
             QStringLiteral("%1(%2)").arg(QString::fromLatin1(name), texts.join(QLatin1Char(','))));
     }
 };
+
+/// The application is started: settings first, then the accounts.
+template <typename Account = FakeAccount>
+void startApplication()
+{
+    ThreadManager::getInstance()->init();
+    AppSettingModel::instance()->loadGlobalData();
+    AccountManager::getInstance()->init([](QObject *parent) { return new Account(parent); });
+}
+
+/// The application is left, in the order that it does that.
+inline void leaveApplication()
+{
+    AccountManager::getInstance()->waitForFinished();
+    AccountManager::releaseInstance();
+    AppSettingModel::releaseInstance();
+    ThreadManager::getInstance()->quitAll();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}

@@ -5,13 +5,15 @@
 //   gone   that one and all that follow do
 //   full   from that one on, nothing can be made or written: ENOSPC
 //   short  that write is cut in half; any other call is left alone
-//   cut    the power fails instead of that call: what was not synced is as it was before, and the
-//          process ends with the code 99
+//   kill   the process ends instead of that call, with the code 99
+//   cut    and the power fails: what was not synced is as it was before
 //   torn   as cut, but by FAULT_SEED some of what was not synced is on the disk, in any order
+// Whoever makes a file of the name power-cut has the power fail, too.
 // A sync of a file makes its data, its size and its name durable; one of a directory what happened
 // to the names in it; one of the file system everything. The log, and
 // what is only memory that processes share, are not watched.
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -37,6 +39,14 @@ namespace
     static const auto real_##name = reinterpret_cast<decltype(&::name)>(dlsym(RTLD_NEXT, #name))
 
 using Bytes = std::vector<char>;
+
+struct stat about(int file)
+{
+    struct stat result {
+    };
+    fstat(file, &result);
+    return result;
+}
 
 /// One thing that is not durable yet.
 struct Change {
@@ -85,14 +95,14 @@ public:
         if (m_kind == "short" && call != Writing)
             return 0;
         ++m_calls;
-        if (m_kind == "fail" && m_calls == m_at)
-            return EIO;
-        if (m_kind == "gone" && m_calls >= m_at)
+        if ((m_kind == "fail" && m_calls == m_at) || (m_kind == "gone" && m_calls >= m_at))
             return EIO;
         if (m_kind == "full" && m_calls >= m_at && call != Other)
             return ENOSPC;
         if (m_kind == "short" && m_calls == m_at)
             return -1;
+        if (m_kind == "kill" && m_calls == m_at)
+            _exit(99);
         if ((m_kind == "cut" || m_kind == "torn") && m_calls == m_at)
             cut();
         return 0;
@@ -101,23 +111,21 @@ public:
     void add(Change change) { m_changes.push_back(std::move(change)); }
     Change data(int file, off_t offset, std::size_t size)
     {
-        struct stat about {
-        };
-        fstat(file, &about);
+        const struct stat now = about(file);
         Change change{};
         change.what = Change::Write;
-        change.inode = about.st_ino;
+        change.inode = now.st_ino;
         change.offset = offset;
-        change.sizeBefore = about.st_size;
-        if (const auto known = m_open.find(about.st_ino); known != m_open.end()) {
-            change.file = known->second;
-        } else {
+        change.sizeBefore = now.st_size;
+        const auto [known, isNew] = m_open.try_emplace(now.st_ino);
+        if (isNew) {
             // Another one than the caller's, which may be closed, and closing which would drop locks:
             // only at the very end. Not for writing: what is written to is not moved.
             const std::string path = "/proc/self/fd/" + std::to_string(file);
             REAL(open64);
-            change.file = m_open[about.st_ino] = real_open64(path.c_str(), O_RDONLY | O_CLOEXEC);
+            known->second = real_open64(path.c_str(), O_RDONLY | O_CLOEXEC);
         }
+        change.file = known->second;
         change.before.resize(size);
         const auto got = pread(change.file, change.before.data(), size, offset);
         change.before.resize(got > 0 ? std::size_t(got) : 0);
@@ -129,9 +137,8 @@ public:
         change.what = Change::Name;
         const std::string &path = made.empty() ? gone : made;
         change.directory = canonical(path.substr(0, path.rfind('/') + 1));
-        struct stat about {
-        };
-        change.inode = ::stat(path.c_str(), &about) == 0 ? about.st_ino : 0;
+        struct stat now;
+        change.inode = ::stat(path.c_str(), &now) == 0 ? now.st_ino : 0;
         change.gone = gone;
         change.made = made;
         change.kept = kept;
@@ -146,18 +153,44 @@ public:
     }
     void synced(int file)
     {
-        struct stat about {
-        };
-        fstat(file, &about);
+        const struct stat now = about(file);
         const std::string path = pathOf(file);
         m_changes.remove_if([&](const Change &change) {
-            return change.inode == about.st_ino
-                || (S_ISDIR(about.st_mode) && change.what == Change::Name
+            return change.inode == now.st_ino
+                || (S_ISDIR(now.st_mode) && change.what == Change::Name
                     && change.directory == path);
         });
     }
 
     void allSynced() { m_changes.clear(); }
+    [[noreturn]] void cut()
+    {
+        REAL(rename);
+        REAL(unlink);
+        for (auto change = m_changes.rbegin(); change != m_changes.rend(); ++change) {
+            if (change->what != Change::Name) {
+                set(*change, change->before, change->sizeBefore);
+                continue;
+            }
+            if (!change->made.empty() && !change->gone.empty())
+                real_rename(change->made.c_str(), change->gone.c_str());
+            else if (!change->made.empty())
+                real_unlink(change->made.c_str());
+            if (!change->kept.empty())
+                real_rename(change->kept.c_str(),
+                            (change->made.empty() ? change->gone : change->made).c_str());
+        }
+        if (m_kind == "torn") {
+            std::minstd_rand random(m_seed);
+            for (const Change &change : m_changes) {
+                if (change.what == Change::Write && random() % 2)
+                    set(change, change.after,
+                        std::max(about(change.file).st_size,
+                                 change.offset + off_t(change.after.size())));
+            }
+        }
+        _exit(99);
+    }
 
     std::mutex mutex;
 
@@ -191,46 +224,12 @@ private:
         (void)real_pwrite64(file, bytes.data(), bytes.size(), change.offset);
         (void)real_ftruncate64(file, size);
     }
-    [[noreturn]] void cut()
-    {
-        REAL(rename);
-        REAL(unlink);
-        for (auto change = m_changes.rbegin(); change != m_changes.rend(); ++change) {
-            if (change->what != Change::Name) {
-                set(*change, change->before, change->sizeBefore);
-                continue;
-            }
-            if (!change->made.empty() && !change->gone.empty())
-                real_rename(change->made.c_str(), change->gone.c_str());
-            else if (!change->made.empty())
-                real_unlink(change->made.c_str());
-            if (!change->kept.empty())
-                real_rename(change->kept.c_str(),
-                            (change->made.empty() ? change->gone : change->made).c_str());
-        }
-        if (m_kind == "torn") {
-            std::minstd_rand random(m_seed);
-            for (const Change &change : m_changes) {
-                if (change.what == Change::Write && random() % 2)
-                    set(change, change.after,
-                        std::max(sizeOf(change.file), change.offset + off_t(change.after.size())));
-            }
-        }
-        _exit(99);
-    }
     static std::string canonical(const std::string &path)
     {
         char *known = ::realpath(path.c_str(), nullptr);
         const std::string result = known ? known : path;
         std::free(known);
         return result;
-    }
-    static off_t sizeOf(int file)
-    {
-        struct stat about {
-        };
-        fstat(file, &about);
-        return about.st_size;
     }
 
     std::string m_root;
@@ -242,6 +241,22 @@ private:
     std::map<ino_t, int> m_open;
     std::list<Change> m_changes;
 };
+
+/// Makes a call that is watched, as far as the disk lets it; `note` what it did.
+template <typename Real, typename Note>
+int attempt(Disk::Call call, Real real, Note note)
+{
+    Disk &disk = Disk::the();
+    const std::lock_guard lock(disk.mutex);
+    if (const int error = disk.begin(call); error > 0) {
+        errno = error;
+        return -1;
+    }
+    const int result = real(disk);
+    if (result == 0)
+        note(disk);
+    return result;
+}
 
 ssize_t writeAt(int file, const void *bytes, std::size_t size, off_t offset, bool moves)
 {
@@ -273,36 +288,21 @@ ssize_t writeAt(int file, const void *bytes, std::size_t size, off_t offset, boo
 int resize(int file, off_t size)
 {
     REAL(ftruncate64);
-    Disk &disk = Disk::the();
-    const std::lock_guard lock(disk.mutex);
-    if (const int error = disk.begin(Disk::Other); error > 0) {
-        errno = error;
-        return -1;
-    }
-    struct stat about {
+    Change change;
+    const auto real = [&](Disk &disk) {
+        const off_t before = about(file).st_size;
+        change = disk.data(file, size, before > size ? std::size_t(before - size) : 0);
+        change.what = Change::Resize;
+        return real_ftruncate64(file, size);
     };
-    fstat(file, &about);
-    Change change =
-        disk.data(file, size, about.st_size > size ? std::size_t(about.st_size - size) : 0);
-    change.what = Change::Resize;
-    const int result = real_ftruncate64(file, size);
-    if (result == 0)
-        disk.add(std::move(change));
-    return result;
+    return attempt(Disk::Other, real, [&](Disk &disk) { disk.add(std::move(change)); });
 }
 
-template <typename Sync>
-int sync(int file, Sync real)
+/// The machine's own disk need not be asked.
+int sync(int file)
 {
-    Disk &disk = Disk::the();
-    const std::lock_guard lock(disk.mutex);
-    if (const int error = disk.begin(Disk::Other); error > 0) {
-        errno = error;
-        return -1;
-    }
-    disk.synced(file); // the machine's own disk need not be asked
-    (void)real;
-    return 0;
+    return attempt(
+        Disk::Other, [](Disk &) { return 0; }, [&](Disk &disk) { disk.synced(file); });
 }
 
 template <typename Open>
@@ -312,10 +312,12 @@ int make(const char *path, int flags, mode_t mode, Open real)
     if (!disk.isWatched(path) || !(flags & (O_CREAT | O_TRUNC)))
         return real(path, flags, mode);
     const std::lock_guard lock(disk.mutex);
-    struct stat about {
-    };
-    const bool isNew = ::stat(path, &about) != 0;
-    if (isNew || (flags & O_TRUNC && about.st_size > 0)) {
+    if (std::string(path).ends_with("/power-cut"))
+        disk.cut();
+    struct stat before;
+    const bool isNew = ::stat(path, &before) != 0;
+    const bool cuts = !isNew && flags & O_TRUNC && before.st_size > 0;
+    if (isNew || cuts) {
         if (const int error = disk.begin(Disk::Making); error > 0) {
             errno = error;
             return -1;
@@ -326,9 +328,9 @@ int make(const char *path, int flags, mode_t mode, Open real)
         return file;
     if (isNew) {
         disk.name({}, path, {});
-    } else if (flags & O_TRUNC && about.st_size > 0) {
+    } else if (cuts) {
         REAL(ftruncate64);
-        Change change = disk.data(file, 0, std::size_t(about.st_size));
+        Change change = disk.data(file, 0, std::size_t(before.st_size));
         change.what = Change::Resize;
         real_ftruncate64(file, 0);
         disk.add(std::move(change));
@@ -339,19 +341,16 @@ int make(const char *path, int flags, mode_t mode, Open real)
 template <typename Call>
 int renameTo(const char *from, const char *to, Call call)
 {
-    Disk &disk = Disk::the();
-    if (!disk.isWatched(to))
+    if (!Disk::the().isWatched(to))
         return call();
-    const std::lock_guard lock(disk.mutex);
-    if (const int error = disk.begin(Disk::Making); error > 0) {
-        errno = error;
-        return -1;
-    }
-    const std::string kept = disk.keep(to);
-    const int result = call();
-    if (result == 0)
-        disk.name(from, to, kept);
-    return result;
+    std::string kept;
+    return attempt(
+        Disk::Making,
+        [&](Disk &disk) {
+            kept = disk.keep(to);
+            return call();
+        },
+        [&](Disk &disk) { disk.name(from, to, kept); });
 }
 
 } // namespace
@@ -403,26 +402,20 @@ int ftruncate(int file, off_t size)
 int fsync(int file)
 {
     REAL(fsync);
-    return Disk::the().isWatched(file) ? sync(file, real_fsync) : real_fsync(file);
+    return Disk::the().isWatched(file) ? sync(file) : real_fsync(file);
 }
 int fdatasync(int file)
 {
     REAL(fdatasync);
-    return Disk::the().isWatched(file) ? sync(file, real_fdatasync) : real_fdatasync(file);
+    return Disk::the().isWatched(file) ? sync(file) : real_fdatasync(file);
 }
 int syncfs(int file)
 {
     REAL(syncfs);
-    Disk &disk = Disk::the();
-    if (!disk.isWatched(file))
+    if (!Disk::the().isWatched(file))
         return real_syncfs(file);
-    const std::lock_guard lock(disk.mutex);
-    if (const int error = disk.begin(Disk::Other); error > 0) {
-        errno = error;
-        return -1;
-    }
-    disk.allSynced();
-    return 0;
+    return attempt(
+        Disk::Other, [](Disk &) { return 0; }, [](Disk &disk) { disk.allSynced(); });
 }
 int open64(const char *path, int flags, ...)
 {
@@ -459,48 +452,31 @@ int renameat2(int fromDirectory, const char *from, int toDirectory, const char *
 int link(const char *from, const char *to)
 {
     REAL(link);
-    Disk &disk = Disk::the();
-    if (!disk.isWatched(to))
-        return real_link(from, to);
-    const std::lock_guard lock(disk.mutex);
-    if (const int error = disk.begin(Disk::Making); error > 0) {
-        errno = error;
-        return -1;
-    }
-    const int result = real_link(from, to);
-    if (result == 0)
-        disk.name({}, to, {});
-    return result;
+    const auto real = [&](Disk &) { return real_link(from, to); };
+    return Disk::the().isWatched(to)
+        ? attempt(Disk::Making, real, [&](Disk &disk) { disk.name({}, to, {}); })
+        : real_link(from, to);
 }
 int unlink(const char *path)
 {
     REAL(unlink);
-    Disk &disk = Disk::the();
-    if (!disk.isWatched(path))
+    if (!Disk::the().isWatched(path))
         return real_unlink(path);
-    const std::lock_guard lock(disk.mutex);
-    if (const int error = disk.begin(Disk::Other); error > 0) {
-        errno = error;
-        return -1;
-    }
-    const std::string kept = disk.keep(path);
-    const int result = real_unlink(path);
-    if (result == 0)
-        disk.name(path, {}, kept);
-    return result;
+    std::string kept;
+    return attempt(
+        Disk::Other,
+        [&](Disk &disk) {
+            kept = disk.keep(path);
+            return real_unlink(path);
+        },
+        [&](Disk &disk) { disk.name(path, {}, kept); });
 }
 int mkdir(const char *path, mode_t mode)
 {
     REAL(mkdir);
-    Disk &disk = Disk::the();
-    if (!disk.isWatched(path))
-        return real_mkdir(path, mode);
-    const std::lock_guard lock(disk.mutex);
-    if (const int error = disk.begin(Disk::Making); error > 0) {
-        errno = error;
-        return -1;
-    }
-    return real_mkdir(path, mode);
+    const auto real = [&](Disk &) { return real_mkdir(path, mode); };
+    return Disk::the().isWatched(path) ? attempt(Disk::Making, real, [](Disk &) {})
+                                       : real_mkdir(path, mode);
 }
 
 } // extern "C"

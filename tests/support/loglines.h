@@ -1,34 +1,55 @@
 #pragma once
 
 #include <QLoggingCategory>
-#include <QString>
+#include <QMutex>
+#include <QStringList>
 
-#include <atomic>
+#include <cstring>
 #include <utility>
 
-/// Counts the log lines of every category, or of one, while it lives, and keeps all off the terminal.
+/// Takes the log lines of every category, or of one, while it lives, and keeps all off the terminal.
 class LogLines
 {
 public:
-    explicit LogLines(const char *category = nullptr) : m_before(qInstallMessageHandler(&note))
+    enum From { Debug, Info };
+
+    explicit LogLines(const char *category = nullptr, From from = Debug)
+        : m_before(qInstallMessageHandler(&note))
     {
         s_category = category;
-        s_count = 0;
+        s_from = from;
+        takeTexts();
     }
+    explicit LogLines(From from) : LogLines(nullptr, from) { }
     ~LogLines() { qInstallMessageHandler(m_before); }
     Q_DISABLE_COPY_MOVE(LogLines)
 
-    int count() const { return s_count; }
-    /// Those since it was made, or asked last.
-    int take() { return s_count.exchange(0); }
-
-private:
-    static void note(QtMsgType, const QMessageLogContext &context, const QString &)
+    int count() const
     {
-        s_count += !s_category || qstrcmp(context.category, s_category) == 0;
+        const QMutexLocker lock(&s_mutex);
+        return int(s_lines.size());
+    }
+    /// Those since it was made, or asked last.
+    int take() { return int(takeTexts().size()); }
+    /// The same as "category: text".
+    QStringList takeTexts()
+    {
+        const QMutexLocker lock(&s_mutex);
+        return std::exchange(s_lines, {});
     }
 
-    inline static const char *s_category = nullptr;
-    inline static std::atomic<int> s_count = 0;
-    QtMessageHandler m_before;
+private:
+    static void note(QtMsgType type, const QMessageLogContext &context, const QString &text)
+    {
+        const QMutexLocker lock(&s_mutex);
+        if ((type != QtDebugMsg || s_from == Debug)
+            && (!s_category || std::strcmp(context.category, s_category) == 0))
+            s_lines.append(QString::fromLatin1(context.category) + QStringLiteral(": ") + text);
+    }
+
+    inline static QMutex s_mutex;
+    inline static QStringList s_lines;
+    inline static From s_from;
+    inline static const char *s_category;
+    const QtMessageHandler m_before;
 };
