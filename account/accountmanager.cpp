@@ -869,7 +869,7 @@ void AccountManager::setCurrentAccount(AccountBase *account, bool forced)
     if (account && account->authorized() && account->accountId() > 0) {
         storeCurrentId(account->accountId());
         if (overtaken())
-            return;
+            return saveCurrentId();
     }
     m_currentAccount = guard;
     Q_EMIT currentAccountChanged(m_currentAccount, m_lastAccount);

@@ -487,12 +487,12 @@ void TestAccountManager::settingsThatOpenLate()
 {
     QFETCH(bool, signsIn);
     QFETCH(bool, byFlush);
-    start();
+    startApplication();
     signIn({1, 2});
     manager()->setCurrentAccount(1);
     settings()->setPasscode(QStringLiteral("digest"));
     settings()->setSaveasPath(QStringLiteral("kept"));
-    stop();
+    leaveApplication();
 
     const QString directory = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
     const QString file = directory + QStringLiteral("/global.db");
@@ -504,7 +504,7 @@ void TestAccountManager::settingsThatOpenLate()
     } else {
         QVERIFY(QFile::rename(file, aside) && QDir().mkdir(file));
     }
-    start();
+    startApplication();
     QVERIFY(settings()->isUnread());
     settings()->setDarkMode(true);
     if (signsIn) {
@@ -532,14 +532,14 @@ void TestAccountManager::settingsThatOpenLate()
     QCOMPARE(manager()->getAccountIds(), expected);
     QCOMPARE(manager()->currentAccount()->accountId(), expected.first());
     QVERIFY(settings()->flush());
-    stop();
-    start();
+    leaveApplication();
+    startApplication();
     QCOMPARE(manager()->getAccountIds(), expected);
 }
 
 void TestAccountManager::eventsWhileAccountsEnd()
 {
-    start();
+    startApplication();
     signIn({1, 2, 3});
     manager()->getAccount(1)->setAccountId(2);
     QCOMPARE(manager()->getAccountIds(), (Ids{1, 2, 3}));
@@ -552,7 +552,7 @@ void TestAccountManager::eventsWhileAccountsEnd()
             ++ended;
         });
     }
-    stop();
+    leaveApplication();
     QCOMPARE(ended, 3);
 }
 

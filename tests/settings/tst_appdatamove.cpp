@@ -983,7 +983,7 @@ private Q_SLOTS:
         settings()->reset();
         QVERIFY(
             QFile::setPermissions(store, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-        shutDown();
+        leaveApplication();
         start();
         QVERIFY(!QFileInfo::exists(account));
     }
