@@ -11,6 +11,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <deque>
 #include <map>
 #include <memory>
@@ -37,6 +38,7 @@ Q_LOGGING_CATEGORY(lcThreads, "im.modelbase")
 
 constexpr int hangRounds = 100;
 constexpr int quitRounds = 300;
+constexpr int maxExitWaits = 64;
 constexpr int roundMs = 20; // for the events, and again for the wait
 
 /// One round of waiting; true when `isDone(ms)`, which waits up to `ms` itself.
@@ -124,7 +126,8 @@ private:
 
     std::deque<std::function<void()>> m_tasks; // of the save thread, oldest first
     std::multimap<Clock::time_point, std::function<void()>> m_laterTasks; // by when they are due
-    std::size_t m_finished = 0;                                           // save tasks so far
+    int m_exitWaits = 0;
+    std::size_t m_finished = 0;          // save tasks so far
     bool m_accepting = false;            // tasks go to the save thread
     bool m_closing = false;              // the save thread ends once it has nothing left to do
     Qt::HANDLE m_saveThreadId = nullptr; // set by the save thread while it takes tasks
@@ -291,6 +294,10 @@ bool ThreadManager::Private::run(std::function<void()> &fn)
     const std::lock_guard lock(mutex);
     if (!threadPool)
         return false;
+    // At exit() statics go in the reverse order of their making: tasks are waited for before those go
+    // that were made until now. Later ones are few.
+    if (m_exitWaits < maxExitWaits && std::atexit([] { getInstance()->quitAll(); }) == 0)
+        ++m_exitWaits;
     threadPool->start(new PoolTask(std::move(fn)), 0);
     return true;
 }

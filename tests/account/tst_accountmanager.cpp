@@ -514,7 +514,7 @@ void TestAccountManager::settingsThatOpenLate()
         manager()->logout(manager()->getAccount(4));
     }
     QVERIFY(!settings()->flush());
-    QVERIFY(!qApp->property("appLocked").toBool());
+    QVERIFY(!QCoreApplication::instance()->property("appLocked").toBool());
 
     if (byFlush) {
         ::close(other);
@@ -524,7 +524,7 @@ void TestAccountManager::settingsThatOpenLate()
     }
     QTRY_COMPARE_WITH_TIMEOUT(manager()->count(), signsIn ? 3 : 2, 20'000);
     QVERIFY(!settings()->isUnread());
-    QVERIFY(qApp->property("appLocked").toBool());
+    QVERIFY(QCoreApplication::instance()->property("appLocked").toBool());
     QCOMPARE(settings()->saveasPath(), QStringLiteral("kept"));
     QVERIFY(settings()->darkMode());
     QVERIFY(manager()->unavailableAccounts().isEmpty());
