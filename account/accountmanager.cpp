@@ -972,7 +972,7 @@ void AccountManager::abandonSignIn(AccountBase *account)
     m_beingListed.removeAll(account);
     if (account != m_currentAccount && account == m_loginAccount)
         resetLoginAccount();
-    // A handler may log out the one that was to follow; and one that cannot follow is not asked twice.
+    // A handler may log out the one that was to follow. One that cannot follow is not asked twice.
     AccountBase *asked = guard;
     while (isUsable(guard) && guard == m_currentAccount && !m_closing) {
         AccountBase *next = count() > 0 ? successor(0) : nullptr;
@@ -1159,7 +1159,7 @@ void AccountManager::finishWipe()
     QMetaObject::invokeMethod(this, &AccountManager::afterUnlockApp, Qt::QueuedConnection);
 }
 
-/// Removes the stores of all accounts that are not signed in, and the key that they are sealed under.
+/// Removes the stores of accounts that are not signed in, and the key that they are sealed under.
 /// Whoever signs in just now, in a handler, keeps both: an account is not to be listed without a
 /// store. False when something stays that should not.
 bool AccountManager::removeTraces()

@@ -208,7 +208,7 @@ AppSettingModel::~AppSettingModel()
 void AppSettingModel::loadGlobalData()
 {
     m_isUnread = !m_storage->open();
-    if (m_isUnread)
+    if (m_isUnread && QCoreApplication::instance())
         readLater(firstRetryMs);
     // What was changed while the store was closed is newer than what is in it, and among these.
     const QList<storage::SettingInfo> rows = m_writer->allInfos();

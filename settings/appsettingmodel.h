@@ -35,6 +35,7 @@ class Translations;
 /// looked at by nobody here.
 ///
 /// Failures: a store that cannot be opened or written is logged, and the model goes on in memory.
+/// One process at a time has the store: to a second one it cannot be opened, see isUnread().
 ///
 /// Thread: getters, setters and setValue() may be called from any thread, loadGlobalData(), reset()
 /// and everything about the store from the main thread. Signals are emitted on the calling thread,
@@ -47,8 +48,8 @@ class Translations;
 /// Works with a QGuiApplication. Without one the line height is 0; without any application object
 /// nothing of what is kept on that object is set or read. That is, as dynamic properties:
 /// "availableLanguages" (QStringList of locale names) and "productColor", which the application
-/// sets before other threads read settings; "fontPixelSize" (int, set by loadGlobalData()) and "autoRun" (false after a reset()),
-/// which it reads; and its invokable method "switchLanguage(QString)", if it has one.
+/// sets before other threads read settings; "fontPixelSize" (int, set by loadGlobalData()) and
+/// "autoRun" (false after a reset()), which it reads; and its invokable method "switchLanguage(QString)", if it has one.
 class MODELBASE_EXPORT AppSettingModel : public SettingModelBase
 {
     Q_OBJECT
@@ -229,10 +230,11 @@ public:
     bool flush(QDeadlineTimer deadline);
 
     /// Wipes all settings but "database_version", "server_config", "left_media" and "left_stores"
-    /// (what AppDataMove and AccountManager have yet to delete), in one step as far as the store is concerned, and announces
-    /// the defaults. What is not announced one by one is to be read again after paramsBeReseted.
-    /// Signs nobody out: AccountManager stores its accounts again, and a kill in between loses none.
-    /// While somebody stays, so does what tells where media lay before, see AppDirManager.
+    /// (what AppDataMove and AccountManager have yet to delete), in one step as far as the store is
+    /// concerned, and announces the defaults. What is not announced one by one is to be read again
+    /// after paramsBeReseted. Signs nobody out: AccountManager stores its accounts again, and a kill
+    /// in between loses none. While somebody stays, so does what tells where media lay before, see
+    /// AppDirManager.
     /// Called by a handler of what a reset announces, it wipes at once, and all is announced once
     /// more when that has come to its end; not a third time.
     Q_INVOKABLE void reset();
