@@ -83,6 +83,10 @@ QString accountsKey()
 {
     return QStringLiteral("accounts");
 }
+QString currentAccountKey()
+{
+    return QStringLiteral("current_account");
+}
 QString formerPlacesKey()
 {
     return QStringLiteral("moved_file_names");
@@ -407,9 +411,13 @@ void AppSettingModel::reset()
         keptServerConfig = serverConfig();
         keptVersion = getValue(databaseVersionKey(), 1);
         keepSignedIn();
-        // What has yet to be deleted.
+        // What has yet to be deleted; and where a handler of what a reset announces resets again, those
+        // that another has stored again before.
+        QStringList lasting{QStringLiteral("left_media"), QStringLiteral("left_stores")};
+        if (m_resets != Resets::None && !m_signedIn.isEmpty())
+            lasting += {accountsKey(), currentAccountKey()};
         ValueCache values;
-        for (const QString &key : {QStringLiteral("left_media"), QStringLiteral("left_stores")}) {
+        for (const QString &key : std::as_const(lasting)) {
             if (const auto found = m_cache.find(key); found != m_cache.end())
                 values.insert(*found);
         }
@@ -455,8 +463,7 @@ void AppSettingModel::reset()
 /// out.
 void AppSettingModel::keepSignedIn()
 {
-    for (const QString &key :
-         {accountsKey(), QStringLiteral("current_account"), formerPlacesKey()}) {
+    for (const QString &key : {accountsKey(), currentAccountKey(), formerPlacesKey()}) {
         if (const auto found = m_cache.find(key); found != m_cache.end())
             m_signedIn.insert(key, found->second);
     }

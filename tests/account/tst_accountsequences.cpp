@@ -357,6 +357,7 @@ private:
     void start()
     {
         note(u"start"_s);
+        m_wasStarting = true;
         ThreadManager::getInstance()->init();
         settings()->loadGlobalData();
         m_closed = false;
@@ -509,7 +510,8 @@ private:
     bool m_closed = false;
     bool m_wiping = false;
     bool m_resetting = false;
-    bool m_renamed = false; // since the start, in a restore()
+    bool m_wasStarting = false; // since the last check
+    bool m_renamed = false;     // since the start, in a restore()
     QSet<qint64> m_absent;
     QSet<qint64> m_blocked; // whose databases cannot be opened
     QSet<qint64>
