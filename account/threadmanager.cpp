@@ -41,12 +41,17 @@ constexpr int quitRounds = 300;
 constexpr int maxExitWaits = 64;
 constexpr int roundMs = 20; // for the events, and again for the wait
 
+std::atomic_bool quitsWithApplication = false;
+// What handles events may be gone then, and is not to call exit() again.
+std::atomic_bool isExiting = false;
+
 /// One round of waiting; true when `isDone(ms)`, which waits up to `ms` itself.
 template <typename IsDone>
 bool isDoneInRound(IsDone isDone)
 {
     // A task may be waiting for the calling thread: keep its events going.
-    QCoreApplication::processEvents(QEventLoop::AllEvents, roundMs);
+    if (!isExiting)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, roundMs);
     return isDone(roundMs);
 }
 
@@ -89,7 +94,11 @@ private:
     const std::function<void()> m_fn;
 };
 
-std::atomic_bool quitsWithApplication = false;
+void quitAtExit()
+{
+    isExiting = true;
+    ThreadManager::getInstance()->quitAll();
+}
 
 } // namespace
 
@@ -145,6 +154,7 @@ ThreadManager::ThreadManager() : d(Private::instance()) { }
 
 ThreadManager::~ThreadManager()
 {
+    isExiting = true;
     quitAll();
 }
 
@@ -154,7 +164,8 @@ void ThreadManager::init()
     if (QCoreApplication::instance() && !quitsWithApplication.exchange(true)) {
         qAddPostRoutine([] {
             quitsWithApplication = false;
-            getInstance()->quitAll();
+            quitAtExit();
+            isExiting = false; // there may be another
         });
     }
     bool quitting;
@@ -296,7 +307,7 @@ bool ThreadManager::Private::run(std::function<void()> &fn)
         return false;
     // At exit() statics go in the reverse order of their making: tasks are waited for before those go
     // that were made until now. Later ones are few.
-    if (m_exitWaits < maxExitWaits && std::atexit([] { getInstance()->quitAll(); }) == 0)
+    if (m_exitWaits < maxExitWaits && std::atexit(quitAtExit) == 0)
         ++m_exitWaits;
     threadPool->start(new PoolTask(std::move(fn)), 0);
     return true;

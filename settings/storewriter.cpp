@@ -184,8 +184,9 @@ public:
     bool flush(QDeadlineTimer deadline, bool bounded)
     {
         const QDeadlineTimer syncDeadline = bounded ? deadline : QDeadlineTimer::Forever;
-        // What was written to a store that is closed now was synced by that.
-        return writeNow(deadline, bounded) && (!m_storage.isOpen() || m_storage.sync(syncDeadline));
+        // What was written to a store that is closed now was synced by that, unless in a crash.
+        return writeNow(deadline, bounded)
+            && (m_storage.isOpen() ? m_storage.sync(syncDeadline) : !m_storage.closedInCrash());
     }
 
     bool close(QDeadlineTimer deadline)

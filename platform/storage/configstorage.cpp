@@ -19,6 +19,11 @@ bool ConfigStorage::isOpen() const
     return m_rows->isOpen();
 }
 
+bool ConfigStorage::closedInCrash() const
+{
+    return m_rows->closedInCrash();
+}
+
 QList<ConfigInfo> ConfigStorage::allInfos() const
 {
     return m_rows->allInfos();

@@ -37,6 +37,8 @@ public:
 
     /// False while every other call would fail.
     bool isOpen() const;
+    /// True when it was open until GlobalStorageProvider::closeAllInCrash().
+    bool closedInCrash() const;
     QList<ConfigInfo> allInfos() const;
     /// The value of one row; invalid when there is none.
     QVariant value(const QString &key) const;

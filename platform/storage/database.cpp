@@ -319,6 +319,12 @@ bool Database::isOpen() const
     return m_openedIn == crashes;
 }
 
+bool Database::closedInCrash() const
+{
+    const unsigned openedIn = m_openedIn;
+    return openedIn != 0 && openedIn != crashes;
+}
+
 bool Database::open(const QString &filePath, bool create)
 {
     if (isOpen())

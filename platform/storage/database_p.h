@@ -54,6 +54,8 @@ public:
     /// own thread, and not more often than every retryMs.
     void retryOpening();
     bool isOpen() const;
+    /// True when it was open and closeAllInCrash() has closed it.
+    bool closedInCrash() const;
     bool recovered() const { return m_recovered; }
     /// Why the last open() failed.
     OpenFailure openFailure() const { return m_openFailure; }

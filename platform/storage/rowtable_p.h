@@ -50,6 +50,7 @@ public:
     }
 
     bool isOpen() const { return m_database->isOpen(); }
+    bool closedInCrash() const { return m_database->closedInCrash(); }
 
     /// What cannot be read is left out, with one log line.
     QList<Info> allInfos() const

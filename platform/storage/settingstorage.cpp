@@ -24,6 +24,11 @@ bool SettingStorage::isOpen() const
     return m_rows->isOpen();
 }
 
+bool SettingStorage::closedInCrash() const
+{
+    return m_rows->closedInCrash();
+}
+
 QList<SettingInfo> SettingStorage::allInfos() const
 {
     return m_rows->allInfos();

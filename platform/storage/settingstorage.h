@@ -52,6 +52,8 @@ public:
 
     /// False while every other call would fail.
     bool isOpen() const;
+    /// True when it was open until GlobalStorageProvider::closeAllInCrash().
+    bool closedInCrash() const;
     /// In the order in which the keys were first saved. Rows that cannot be read, because they are
     /// damaged or of a type that isStorable() refuses, are left out, with one log line.
     QList<SettingInfo> allInfos() const;

@@ -795,14 +795,18 @@ void Application::check()
     CHECK(current);
     CHECK(!m_wiping || manager()->deleteAll()); // or it would have been told
     if (!manager()->deleteAll()) {
-        m_absent += m_maybeAbsent & storedIds();
-        m_maybeAbsent.clear();
-        m_absent -= ids;
-        m_gone = (m_gone - ids - m_absent) & storedIds();
-        CHECK(storedIds() - m_gone == ids + m_absent);
         QSet<qint64> unavailable;
         for (const QVariant &one : manager()->unavailableAccounts())
             unavailable.insert(one.toMap().value(u"accountId"_s).toLongLong());
+        m_absent += m_maybeAbsent & storedIds();
+        // A handler may have signed in as another the one that init() was about to restore.
+        if (m_wasStarting && !m_maybeAbsent.isEmpty())
+            m_absent += unavailable;
+        m_maybeAbsent.clear();
+        m_wasStarting = false;
+        m_absent -= ids;
+        m_gone = (m_gone - ids - m_absent) & storedIds();
+        CHECK(storedIds() - m_gone == ids + m_absent);
         CHECK(unavailable - m_gone == m_absent);
         const qint64 currentId = settings()->currentAccountId();
         CHECK(currentId == 0 || storedIds().contains(currentId));
