@@ -1177,7 +1177,9 @@ bool AccountManager::removeTraces()
     const QDir data(AppDirManager::instance()->defaultCacheDataDir());
     for (const QString &name : data.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         bool isId = false;
-        name.toLongLong(&isId);
+        // At a later start the notebook may hold what was written since the wipe.
+        if (name.toLongLong(&isId) < 1 && !m_notebookAccount)
+            continue;
         const QString store = data.filePath(name) + QStringLiteral("/userstatus");
         if (isId && QFileInfo::exists(store) && !inUse.contains(QDir::cleanPath(store)))
             removed = Util::removeLocalFolder(data.filePath(name)) && removed;

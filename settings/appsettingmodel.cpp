@@ -211,8 +211,9 @@ AppSettingModel::~AppSettingModel()
 
 void AppSettingModel::loadGlobalData()
 {
+    const bool wasUnread = m_isUnread;
     m_isUnread = !m_storage->open();
-    if (m_isUnread && QCoreApplication::instance())
+    if (m_isUnread && !wasUnread && QCoreApplication::instance())
         readLater(firstRetryMs);
     // What was changed while the store was closed is newer than what is in it, and among these.
     const QList<storage::SettingInfo> rows = m_writer->allInfos();
