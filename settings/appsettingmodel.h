@@ -49,7 +49,8 @@ class Translations;
 /// nothing of what is kept on that object is set or read. That is, as dynamic properties:
 /// "availableLanguages" (QStringList of locale names) and "productColor", which the application
 /// sets before other threads read settings; "fontPixelSize" (int, set by loadGlobalData()) and
-/// "autoRun" (false after a reset()), which it reads; and its invokable method "switchLanguage(QString)", if it has one.
+/// "autoRun" (false after a reset()), which it reads; and its invokable method
+/// "switchLanguage(QString)", if it has one.
 class MODELBASE_EXPORT AppSettingModel : public SettingModelBase
 {
     Q_OBJECT
@@ -189,10 +190,9 @@ public:
     /// anything. Sets the application's font size, its dynamic property "fontPixelSize" and its
     /// language (by its method "switchLanguage", where it has one), and announces the hot keys.
     ///
-    /// A store that cannot be opened just now is tried again in the save thread, after a second at first and
-    /// after a minute at last. Once it
-    /// opens, its values take the place of the defaults, but for what was set and saved meanwhile,
-    /// and all are announced as by a reset().
+    /// A store that cannot be opened just now is tried again in the save thread, first after a
+    /// second, later each minute. Once it opens, its values take the place of the defaults, but for
+    /// what was set and saved meanwhile, and all are announced as by a reset().
     Q_INVOKABLE void loadGlobalData();
     /// True after a loadGlobalData() that could not open the store, until that has been read.
     /// AccountManager stores no list of accounts then: it would replace one that nobody has seen.
@@ -222,9 +222,10 @@ public:
     /// Removes a value from memory, and its row in the background. Nothing is announced.
     void removeKey(const QString &key);
     /// Returns when all changes so far are on the disk, where not even a power cut takes them back.
-    /// False when it cannot be written to, or has not been read: the changes are kept, and tried again
-    /// later. From any thread; but what has not been read is read here on the main thread only. Without it a change that is saved is in the store, and survives a kill, as soon as the
-    /// save thread has written it; a power cut may take back that of the last second.
+    /// False when the store cannot be written to, or isUnread(): the changes are kept, and tried again
+    /// later. From any thread; on the main thread an unread store is tried at once. Without a flush, a
+    /// saved change survives a kill as soon as the save thread has written it; a power cut may take
+    /// back that of the last second.
     bool flush();
     /// The same on a thread of its own, until `deadline` at most, whatever the disk does.
     bool flush(QDeadlineTimer deadline);
@@ -234,7 +235,7 @@ public:
     /// concerned, and announces the defaults. What is not announced one by one is to be read again
     /// after paramsBeReseted. Signs nobody out: AccountManager stores its accounts again, and a kill
     /// in between loses none. While somebody stays, so does what tells where media lay before, see
-    /// AppDirManager.
+    /// AppDirManager. While isUnread() it wipes what nobody has read, stored accounts included.
     /// Called by a handler of what a reset announces, it wipes at once, and all is announced once
     /// more when that has come to its end; not a third time.
     Q_INVOKABLE void reset();
