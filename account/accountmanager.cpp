@@ -57,10 +57,16 @@ void processEvents()
     QCoreApplication::processEvents(QEventLoop::AllEvents, waitMilliseconds);
 }
 
-/// Set where a wipe could not remove everything: the next start tries again.
+/// The folders that a wipe could not remove, as a JSON list: the next start tries again.
 QString leftStoresKey()
 {
     return QStringLiteral("left_stores");
+}
+
+/// Stands in that list for the key that the stores are sealed under.
+QString masterKeyName()
+{
+    return QStringLiteral("master_key");
 }
 
 void logRefusal(const QString &reason)
@@ -191,8 +197,8 @@ void AccountManager::init(Factory factory)
     chooseCurrentAccount(0);
     saveCurrentId();
     announceAbsent();
-    if (settings->value(leftStoresKey(), false).toBool() && removeTraces())
-        settings->removeKey(leftStoresKey());
+    if (const QByteArray left = settings->value(leftStoresKey(), {}).toByteArray(); !left.isEmpty())
+        storeLeft(removeTraces(jsonToList(left)));
     m_notebookAccount = createAccount(false, true);
     m_appDataMove->resume();
     initGeometry();
@@ -1143,15 +1149,14 @@ void AccountManager::finishWipe()
         return;
     m_absent.clear();
     // Before the settings forget: whoever is killed here wipes the rest at the next start.
-    const bool removed = removeTraces();
+    const QVariantList left = removeTraces(storeFolders());
     AppSettingModel::instance()->setAccountIds({}, true);
     logoutAll();
     updateTotals();
     m_finishingWipe = false;
     m_deleteAll = false;
     saveCurrentId();
-    if (!removed)
-        AppSettingModel::instance()->setValue(leftStoresKey(), true, true);
+    storeLeft(left);
     AppSettingModel::instance()->flush();
     AppSettingModel::instance()->globalStorage()->removeSetAside();
     ImLog::instance()->removeFiles();
@@ -1159,10 +1164,32 @@ void AccountManager::finishWipe()
     QMetaObject::invokeMethod(this, &AccountManager::afterUnlockApp, Qt::QueuedConnection);
 }
 
-/// Removes the stores of accounts that are not signed in, and the key that they are sealed under.
-/// Whoever signs in just now, in a handler, keeps both: an account is not to be listed without a
-/// store. False when something stays that should not.
-bool AccountManager::removeTraces()
+/// What a wipe removes: the folders of all accounts in the data directory, and the key.
+QVariantList AccountManager::storeFolders()
+{
+    QVariantList names;
+    const QDir data(AppDirManager::instance()->defaultCacheDataDir());
+    for (const QString &name : data.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        bool isId = false;
+        name.toLongLong(&isId);
+        if (isId && QFileInfo::exists(data.filePath(name) + QStringLiteral("/userstatus")))
+            names.append(name);
+    }
+    return names << masterKeyName();
+}
+
+void AccountManager::storeLeft(const QVariantList &names)
+{
+    AppSettingModel *settings = AppSettingModel::instance();
+    if (!names.isEmpty())
+        settings->setValue(leftStoresKey(), listToJson(names), true);
+    else if (settings->value(leftStoresKey(), {}).isValid())
+        settings->removeKey(leftStoresKey());
+}
+
+/// Removes what storeFolders() named, and returns what could not be removed. Whoever signs in just
+/// now, in a handler, keeps store and key: an account is not to be listed without a store.
+QVariantList AccountManager::removeTraces(const QVariantList &names)
 {
     if (m_notebookAccount)
         m_notebookAccount->closeStorage();
@@ -1173,21 +1200,23 @@ bool AccountManager::removeTraces()
     }
     for (const Absent &absent : m_absent)
         inUse.append(QDir::cleanPath(AccountBase::statusDataPath(absent.id)));
-    bool removed = true;
     const QDir data(AppDirManager::instance()->defaultCacheDataDir());
-    for (const QString &name : data.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+    QVariantList left;
+    for (const QVariant &entry : names) {
+        const QString name = entry.toString();
         bool isId = false;
-        // At a later start the notebook may hold what was written since the wipe.
-        if (name.toLongLong(&isId) < 1 && !m_notebookAccount)
-            continue;
-        const QString store = data.filePath(name) + QStringLiteral("/userstatus");
-        if (isId && QFileInfo::exists(store) && !inUse.contains(QDir::cleanPath(store)))
-            removed = Util::removeLocalFolder(data.filePath(name)) && removed;
+        name.toLongLong(&isId);
+        const QString folder = data.filePath(name);
+        const QString store = QDir::cleanPath(folder + QStringLiteral("/userstatus"));
+        if (isId && !inUse.contains(store) && !Util::removeLocalFolder(folder))
+            left.append(name);
     }
-    if (inUse.isEmpty())
-        return crypto::MasterKey::installation()->remove() && removed;
-    logRefusal(QStringLiteral("the wipe leaves the store and the key of an account that signs in"));
-    return removed;
+    if (!inUse.isEmpty())
+        logRefusal(
+            QStringLiteral("the wipe leaves the store and the key of an account that signs in"));
+    else if (names.contains(masterKeyName()) && !crypto::MasterKey::installation()->remove())
+        left.append(masterKeyName());
+    return left;
 }
 
 void AccountManager::logoutAll()

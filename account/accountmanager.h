@@ -438,7 +438,9 @@ private:
     void saveAccounts();
     void saveCurrentId();
     void finishWipe();
-    bool removeTraces();
+    static QVariantList storeFolders();
+    static void storeLeft(const QVariantList &names);
+    QVariantList removeTraces(const QVariantList &names);
     void initGeometry();
     void updateInfoPanelVisible();
     void setMeeting(MeetingModelBase *meeting);

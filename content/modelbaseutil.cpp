@@ -7,6 +7,10 @@
 #include <QHash>
 #include <QRegularExpression>
 
+#include <span>
+
+using namespace Qt::StringLiterals;
+
 namespace ModelBaseUtil
 {
 namespace
@@ -14,46 +18,61 @@ namespace
 
 struct NamedCode {
     int code;
-    QString name;
+    QLatin1String name;
 };
 
-const QList<NamedCode> &messageTypes()
+constexpr NamedCode messageTypes[] = {
+    {1, "text"_L1},
+    {2, "image"_L1},
+    {3, "audio"_L1},
+    {4, "music"_L1},
+    {5, "video"_L1},
+    {6, "file"_L1},
+    {7, "sticker"_L1},
+    {8, "card"_L1},
+    {9, "location"_L1},
+    {10, "system"_L1},
+    {11, "call"_L1},
+    {12, "meeting"_L1},
+    {13, "poll"_L1},
+    {14, "lottery"_L1},
+    {15, "combined"_L1},
+    {500, "folder"_L1},
+    {501, "mediagroup"_L1},
+    {502, "filegroup"_L1},
+    {2008, "invalidlottery"_L1},
+    {2009, "invalidpoll"_L1},
+};
+
+constexpr NamedCode fileTypes[] = {
+    {0, "photo"_L1}, {1, "sticker"_L1}, {2, "image"_L1},    {3, "audio"_L1},        {4, "video"_L1},
+    {5, "file"_L1},  {6, "music"_L1},   {11, "sticker"_L1}, {13, "messagefile"_L1},
+};
+
+/// Ordinary chat media (1) have no name: they lie directly below the base folder.
+constexpr NamedCode sourceTypes[] = {
+    {2, "notebook"_L1},  {4, "clouddrive"_L1},   {8, "reminder"_L1},   {16, "wallpaper"_L1},
+    {32, "ringtone"_L1}, {128, "quickreply"_L1}, {256, "schedule"_L1},
+};
+
+QHash<int, QString> namesByCode(std::span<const NamedCode> rows)
 {
-    static const auto &table = undying(QList<NamedCode>{
-        {1, QStringLiteral("text")},
-        {2, QStringLiteral("image")},
-        {3, QStringLiteral("audio")},
-        {4, QStringLiteral("music")},
-        {5, QStringLiteral("video")},
-        {6, QStringLiteral("file")},
-        {7, QStringLiteral("sticker")},
-        {8, QStringLiteral("card")},
-        {9, QStringLiteral("location")},
-        {10, QStringLiteral("system")},
-        {11, QStringLiteral("call")},
-        {12, QStringLiteral("meeting")},
-        {13, QStringLiteral("poll")},
-        {14, QStringLiteral("lottery")},
-        {15, QStringLiteral("combined")},
-        {500, QStringLiteral("folder")},
-        {501, QStringLiteral("mediagroup")},
-        {502, QStringLiteral("filegroup")},
-        {2008, QStringLiteral("invalidlottery")},
-        {2009, QStringLiteral("invalidpoll")},
-    });
-    return table;
+    QHash<int, QString> result;
+    for (const NamedCode &row : rows)
+        result.insert(row.code, row.name);
+    return result;
+}
+
+QStringList words(const QString &text)
+{
+    return text.split(u' ');
 }
 
 } // namespace
 
 QString messageTypeIntToStr(int type)
 {
-    static const auto &names = undying([] {
-        QHash<int, QString> result;
-        for (const NamedCode &row : messageTypes())
-            result.insert(row.code, row.name);
-        return result;
-    }());
+    static const auto &names = undying(namesByCode(messageTypes));
     return names.value(type);
 }
 
@@ -61,7 +80,7 @@ int messageTypeStrToInt(const QString &name)
 {
     static const auto &codes = undying([] {
         QHash<QString, int> result;
-        for (const NamedCode &row : messageTypes())
+        for (const NamedCode &row : messageTypes)
             result.insert(row.name, row.code);
         // Combined messages are made of their parts and never rebuilt from a stored name.
         result.remove(QStringLiteral("combined"));
@@ -72,32 +91,13 @@ int messageTypeStrToInt(const QString &name)
 
 QString getFileTypeString(int fileType)
 {
-    static const auto &names = undying(QHash<int, QString>{
-        {0, QStringLiteral("photo")},
-        {1, QStringLiteral("sticker")},
-        {2, QStringLiteral("image")},
-        {3, QStringLiteral("audio")},
-        {4, QStringLiteral("video")},
-        {5, QStringLiteral("file")},
-        {6, QStringLiteral("music")},
-        {11, QStringLiteral("sticker")},
-        {13, QStringLiteral("messagefile")},
-    });
+    static const auto &names = undying(namesByCode(fileTypes));
     return names.value(fileType);
 }
 
 QString getModelSourceTypeString(int sourceType)
 {
-    // Ordinary chat media (1) have no name: they lie directly below the base folder.
-    static const auto &names = undying(QHash<int, QString>{
-        {2, QStringLiteral("notebook")},
-        {4, QStringLiteral("clouddrive")},
-        {8, QStringLiteral("reminder")},
-        {16, QStringLiteral("wallpaper")},
-        {32, QStringLiteral("ringtone")},
-        {128, QStringLiteral("quickreply")},
-        {256, QStringLiteral("schedule")},
-    });
+    static const auto &names = undying(namesByCode(sourceTypes));
     return names.value(sourceType);
 }
 
@@ -110,89 +110,39 @@ int getMsgTypeToFileType(int type)
 
 const QList<QString> &imageFormat()
 {
-    static const auto &list = undying(QList<QString>{
-        QStringLiteral("jpg"),
-        QStringLiteral("png"),
-        QStringLiteral("jpeg"),
-        QStringLiteral("bmp"),
-        QStringLiteral("svg"),
-        QStringLiteral("gif"),
-        QStringLiteral("webp"),
-        QStringLiteral("tiff"),
-        QStringLiteral("heic"),
-    });
+    static const auto &list =
+        undying(words(QStringLiteral("jpg png jpeg bmp svg gif webp tiff heic")));
     return list;
 }
 
 const QList<QString> &staticStickerFormat()
 {
-    static const auto &list = undying(QList<QString>{
-        QStringLiteral("jpg"),
-        QStringLiteral("png"),
-        QStringLiteral("jpeg"),
-        QStringLiteral("bmp"),
-        QStringLiteral("webp"),
-        QStringLiteral("tiff"),
-    });
+    static const auto &list = undying(words(QStringLiteral("jpg png jpeg bmp webp tiff")));
     return list;
 }
 
 const QList<QString> &animateStickerFormat()
 {
-    static const auto &list = undying(QList<QString>{
-        QStringLiteral("mp4"),
-        QStringLiteral("mov"),
-        QStringLiteral("rmvb"),
-        QStringLiteral("gif"),
-    });
+    static const auto &list = undying(words(QStringLiteral("mp4 mov rmvb gif")));
     return list;
 }
 
 const QList<QString> &audioFormat()
 {
-    static const auto &list = undying(QList<QString>{
-        QStringLiteral("mp3"),
-        QStringLiteral("aac"),
-        QStringLiteral("ogg"),
-        QStringLiteral("wav"),
-        QStringLiteral("ac3"),
-        QStringLiteral("wma"),
-        QStringLiteral("m4r"),
-        QStringLiteral("mp2"),
-    });
+    static const auto &list = undying(words(QStringLiteral("mp3 aac ogg wav ac3 wma m4r mp2")));
     return list;
 }
 
 const QList<QString> &videoFormat()
 {
-    static const auto &list = undying(QList<QString>{
-        QStringLiteral("mp4"),
-        QStringLiteral("avi"),
-        QStringLiteral("mov"),
-        QStringLiteral("rmvb"),
-        QStringLiteral("rm"),
-        QStringLiteral("flv"),
-        QStringLiteral("3gp"),
-        QStringLiteral("mpeg"),
-        QStringLiteral("wma"),
-        QStringLiteral("mkv"),
-        QStringLiteral("wmv"),
-        QStringLiteral("m4v"),
-    });
+    static const auto &list =
+        undying(words(QStringLiteral("mp4 avi mov rmvb rm flv 3gp mpeg wma mkv wmv m4v")));
     return list;
 }
 
 const QList<QString> &wallpaperFormat()
 {
-    static const auto &list = undying(QList<QString>{
-        QStringLiteral("jpg"),
-        QStringLiteral("png"),
-        QStringLiteral("jpeg"),
-        QStringLiteral("bmp"),
-        QStringLiteral("svg"),
-        QStringLiteral("webp"),
-        QStringLiteral("tiff"),
-    });
+    static const auto &list = undying(words(QStringLiteral("jpg png jpeg bmp svg webp tiff")));
     return list;
 }
 

@@ -405,6 +405,10 @@ bool AppSettingModel::flush(QDeadlineTimer deadline)
 
 void AppSettingModel::reset()
 {
+    if (!readNow() && read(accountsKey(), QByteArray()) != "[]") {
+        ImLog::error(lcSettings(), QStringLiteral("reset() before the settings could be read"));
+        return;
+    }
     QVariant keptVersion;
     QByteArray keptServerConfig;
     {

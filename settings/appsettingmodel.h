@@ -235,9 +235,10 @@ public:
     /// concerned, and announces the defaults. What is not announced one by one is to be read again
     /// after paramsBeReseted. Signs nobody out: AccountManager stores its accounts again, and a kill
     /// in between loses none. While somebody stays, so does what tells where media lay before, see
-    /// AppDirManager. While isUnread() it wipes what nobody has read, stored accounts included.
-    /// Called by a handler of what a reset announces, it wipes at once, and all is announced once
-    /// more when that has come to its end; not a third time.
+    /// AppDirManager. Called by a handler of what a reset announces, it wipes at once, and all is
+    /// announced once more when that has come to its end; not a third time.
+    /// Does nothing but log while isUnread(), as the stored accounts are not known, unless an empty
+    /// list of accounts has been set (by AccountManager, when everybody is signed out or wiped).
     Q_INVOKABLE void reset();
     /// Sets countMuteDialog and unreadMessagesCounter back to false.
     Q_INVOKABLE void resetBadgeCounter();

@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <semaphore>
 #include <thread>
 #include <vector>
 
@@ -67,8 +68,9 @@ public:
     void letGo() { m_leave.release(); }
 
 private:
-    QSemaphore m_entered;
-    QSemaphore m_leave;
+    // QSemaphore of Qt 6.4.2 was seen to hang here after its release().
+    std::counting_semaphore<> m_entered{0};
+    std::counting_semaphore<> m_leave{0};
 };
 
 struct Application {
