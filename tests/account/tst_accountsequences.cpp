@@ -622,8 +622,10 @@ void Application::operate()
         note(u"delete %1"_s.arg(name(account)));
         if (manager()->containsAccount(account)
             || (account->stage == WatchedAccount::SignedIn
-                && (m_resetting || (storedIds() - m_gone).contains(account->accountId()))))
+                && (m_resetting || (storedIds() - m_gone).contains(account->accountId())))) {
+            m_absent.remove(account->accountId()); // it has come back since
             (m_depth > 0 ? m_maybeAbsent : m_absent).insert(account->accountId());
+        }
         delete account;
         return;
     }
