@@ -598,6 +598,7 @@ void Application::operate()
             note(u"revoke %1"_s.arg(name(account)));
             account->stage = WatchedAccount::SignedOut;
             m_gone.insert(account->accountId()); // where it was being restored
+            m_absent.remove(account->accountId());
             account->run([&] { account->setAuthorized(false); });
             return;
         }
