@@ -13,11 +13,34 @@
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
+#include <vector>
 
 namespace
 {
+
 Q_LOGGING_CATEGORY(log, "im.base")
+
+/// Removes all that can be removed, and tells the first reason why something cannot.
+void removeTree(const std::filesystem::path &path, QString *obstacle)
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    if (fs::is_directory(fs::symlink_status(path, error))) {
+        std::vector<fs::path> entries;
+        for (fs::directory_iterator it(path, error); !error && it != fs::directory_iterator();
+             it.increment(error))
+            entries.push_back(it->path());
+        for (const fs::path &entry : entries)
+            removeTree(entry, obstacle);
+    }
+    fs::remove(path, error);
+    if (error && obstacle->isEmpty()) {
+        *obstacle = QStringLiteral("%1: %2").arg(QFileInfo(path).filePath(),
+                                                 QString::fromLocal8Bit(error.message().c_str()));
+    }
 }
+
+} // namespace
 
 bool Util::isEmojiGame(const QString &text)
 {
@@ -72,15 +95,11 @@ bool Util::removeLocalFolder(const QString &path)
         ImLog::error(log(), QStringLiteral("Not a directory, not removed: \"%1\"").arg(path));
         return false;
     }
-    std::error_code error;
-    std::filesystem::remove_all(info.filesystemFilePath(), error);
-    if (error) {
-        ImLog::error(log(),
-                     QStringLiteral("Cannot remove \"%1\" - %2")
-                         .arg(path, QString::fromLocal8Bit(error.message().c_str())));
-        return false;
-    }
-    return true;
+    QString obstacle;
+    removeTree(info.filesystemFilePath(), &obstacle);
+    if (!obstacle.isEmpty())
+        ImLog::error(log(), QStringLiteral("Cannot remove \"%1\" - %2").arg(path, obstacle));
+    return obstacle.isEmpty();
 }
 
 QString Util::toLocalFile(const QString &pathOrUrl)

@@ -53,7 +53,8 @@ public:
     static bool mkpath(const QString &path);
     /// Deletes a directory and all it holds. Links, `path` itself included, are removed and never
     /// followed. True when it is gone afterwards or was never there; false, with a log line, for a
-    /// file, a root directory, an empty path, or when something inside cannot be deleted.
+    /// file, a root directory, an empty path, or when something inside cannot be deleted: all else
+    /// is gone then.
     static bool removeLocalFolder(const QString &path);
     /// Returns when everything below a directory is on the disk, where a power cut does not harm it.
     /// On Linux that is all the file system has to write, and may take seconds. False when there is
