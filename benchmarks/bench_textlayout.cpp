@@ -225,7 +225,7 @@ void addHostileTexts()
             std::string("hostile text: ") + name, 6,
             [&text](benchmark::State &state) {
                 for (auto _ : state) {
-                    WordLayout::ofThisThread().clear();
+                    WordLayout::ofThisThread()->clear();
                     benchmark::DoNotOptimize(measure(text, bubbleWidth, {}));
                 }
             },
@@ -278,11 +278,11 @@ void addRows()
         return measure(text, width, {});
     };
     const auto measuredCold = [](const QString &text, double width) {
-        WordLayout::ofThisThread().clear();
+        WordLayout::ofThisThread()->clear();
         return measure(text, width, {});
     };
     const auto measuredColdWithEntities = [](const QString &text, double width) {
-        WordLayout::ofThisThread().clear();
+        WordLayout::ofThisThread()->clear();
         return measure(text, width, entitiesOf(text));
     };
     const auto measuredWithEntities = [](const QString &text, double width) {

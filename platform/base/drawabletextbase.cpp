@@ -185,7 +185,8 @@ LaidOut layOutPiece(const QString &text, bool isCut, const QFont &font, const Fo
                     double width, int most, Lines &lines)
 {
     if (!isCut && !lines.areKept()) {
-        const auto *known = WordLayout::ofThisThread().breakLines(text, font, formats, width);
+        WordLayout *const words = WordLayout::ofThisThread();
+        const auto *known = words ? words->breakLines(text, font, formats, width) : nullptr;
         if (known != nullptr)
             return addLines(*known, most, lines);
     }

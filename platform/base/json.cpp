@@ -1,5 +1,6 @@
 #include "base/json.h"
 
+#include "base/undying.h"
 #include "base/util.h"
 #include "imlog/imlog.h"
 
@@ -99,10 +100,9 @@ bool parse(dom::parser &parser, const QByteArray &json, Container *container)
 template <typename Source, typename Container>
 bool parse(const QByteArray &json, Container *container)
 {
-    if (json.size() <= longestForKeptParser) {
-        thread_local dom::parser kept;
-        return parse<Source>(kept, json, container);
-    }
+    auto *const kept = json.size() <= longestForKeptParser ? keptByThread<dom::parser>() : nullptr;
+    if (kept)
+        return parse<Source>(*kept, json, container);
     dom::parser parser;
     return parse<Source>(parser, json, container);
 }

@@ -9,3 +9,19 @@ const T &undying(T value)
 {
     return *new T(std::move(value));
 }
+
+/// What each thread keeps from one call to the next. Null once the thread has destroyed it: on the
+/// main thread, atexit functions and static destructors run after that.
+template <typename T>
+T *keptByThread()
+{
+    thread_local bool isGone = false;
+    struct Keeper {
+        T value;
+        ~Keeper() { isGone = true; }
+    };
+    if (isGone)
+        return nullptr;
+    thread_local Keeper keeper;
+    return &keeper.value;
+}

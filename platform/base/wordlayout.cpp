@@ -1,6 +1,7 @@
 #include "base/wordlayout_p.h"
 
 #include "base/layoutcharacter_p.h"
+#include "base/undying.h"
 
 #include <QTextBoundaryFinder>
 
@@ -95,10 +96,9 @@ qsizetype endOfWord(const QString &text, qsizetype from, qsizetype end, QChar::S
 
 } // namespace
 
-WordLayout &WordLayout::ofThisThread()
+WordLayout *WordLayout::ofThisThread()
 {
-    thread_local WordLayout layout;
-    return layout;
+    return keptByThread<WordLayout>();
 }
 
 const std::vector<WordLayout::Line> *WordLayout::breakLines(const QString &paragraph,

@@ -26,7 +26,7 @@ public:
     using Line = LineBreaker::Line;
     using Formats = QList<QTextLayout::FormatRange>;
 
-    static WordLayout &ofThisThread();
+    static WordLayout *ofThisThread();
 
     /// Whether this thread asks it at all: a test compares with and without.
     void setEnabled(bool isEnabled) { m_isEnabled = isEnabled; }

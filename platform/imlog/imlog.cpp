@@ -237,6 +237,9 @@ public:
     /// here on the process may end, and its threads with it, at any moment.
     void finish()
     {
+        // The child of a fork has neither the thread nor, perhaps, a mutex that is free.
+        if (m_process != QCoreApplication::applicationPid())
+            return;
         const std::lock_guard lock(m_mutex);
         m_synchronous = true;
         if (m_worker)
@@ -337,6 +340,7 @@ private:
     std::shared_ptr<spdlog::details::thread_pool> m_worker;
     std::shared_future<void> m_written; ///< of the last hand-over
     std::shared_ptr<spdlog::logger> m_logger;
+    const qint64 m_process = QCoreApplication::applicationPid();
     bool m_synchronous = false;
     bool m_gaveUp = false; ///< the disk has not answered at the end
 };

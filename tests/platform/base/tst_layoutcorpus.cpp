@@ -150,9 +150,9 @@ struct Request {
 
     Measured measureInFull() const
     {
-        WordLayout::ofThisThread().setEnabled(false);
+        WordLayout::ofThisThread()->setEnabled(false);
         const Measured measured = measure();
-        WordLayout::ofThisThread().setEnabled(true);
+        WordLayout::ofThisThread()->setEnabled(true);
         return measured;
     }
 
@@ -171,7 +171,7 @@ struct Findings {
     {
         ++compared;
         const auto *known =
-            WordLayout::ofThisThread().breakLines(request.text, request.font, {}, request.width);
+            WordLayout::ofThisThread()->breakLines(request.text, request.font, {}, request.width);
         fromWords += int(known != nullptr);
         const double difference = std::abs(actual.size.width() - expected.size.width());
         widest = std::max(widest, difference);
@@ -334,7 +334,7 @@ private Q_SLOTS:
 
     void boundedMemory()
     {
-        const WordLayout &cache = WordLayout::ofThisThread();
+        const WordLayout &cache = *WordLayout::ofThisThread();
         size_t most = 0;
         for (int i = 0; i < 1500; ++i) {
             QString text;
@@ -352,7 +352,7 @@ private Q_SLOTS:
 
     void forgottenWhenFontsChange()
     {
-        const WordLayout &cache = WordLayout::ofThisThread();
+        const WordLayout &cache = *WordLayout::ofThisThread();
         const auto measure = [](const QString &text) {
             return DrawableTextBase::calculateSize(text, 200, fontOf(14), 0, 0, 0, {}, true, true,
                                                    0);
