@@ -1,27 +1,26 @@
 #include "account/accountbase.h"
 
+#include "account/accountcipher_p.h"
 #include "account/accountdevicemodel.h"
 #include "account/accountmanager.h"
 #include "account/accountservices.h"
+#include "account/accounttraces_p.h"
+#include "account/datainfomodel.h"
+#include "account/defaultproviders_p.h"
 #include "account/verificationemoji_p.h"
-#include "base/define.h"
 #include "base/json.h"
 #include "base/util.h"
-#include "content/fileprovider.h"
-#include "content/sharedstickers.h"
-#include "cryptobase/cryptoaes.h"
-#include "dialog/datainfomodel.h"
+#include "core/logs_p.h"
+#include "core/storedvalues_p.h"
 #include "imcrypto/store.h"
 #include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
 #include "settings/accountsettingmodel.h"
 #include "settings/appdirmanager.h"
-#include "settings/storedvalues_p.h"
 #include "storage/configstorage.h"
 #include "storage/userstorageprovider.h"
 
 #include <QJSEngine>
-#include <QLoggingCategory>
 #include <QPointer>
 #include <QtEndian>
 
@@ -32,13 +31,8 @@
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcAccount, "im.modelbase")
-
-constexpr int keySize = 32;
 constexpr int defaultMaxDevices = 5;
 constexpr int closeMs = 5000;
-/// Secure keys are synchronised between devices in this version.
-constexpr int syncedSecureKeyVersion = 3;
 
 /// The account's synchronised configuration, kept in its own store, while that is `entered`.
 class StoredConfiguration : public ConfigurationService
@@ -58,7 +52,7 @@ public:
         if (m_entered)
             m_rows->save({name, json});
         else
-            ImLog::error(lcAccount(),
+            ImLog::error(lcModel(),
                          QStringLiteral("\"%1\" is not stored: no store is open").arg(name));
     }
 
@@ -66,16 +60,6 @@ private:
     storage::ConfigStorage *const m_rows;
     const std::atomic_bool &m_entered;
 };
-
-/// A key for a password. The password's bytes replace as many bytes as it has characters, so that a
-/// password outside ASCII makes the key longer; both directions rely on that.
-QByteArray passwordKey(QString password)
-{
-    password.truncate(keySize);
-    QByteArray key(keySize, '\0');
-    key.replace(0, password.size(), password.toUtf8());
-    return key;
-}
 
 } // namespace
 
@@ -105,12 +89,22 @@ private:
     AccountBase *m_account; // null once its destruction has begun
 };
 
+// Here, since settings know nothing of accounts but what they are given.
+AccountSettingModel::AccountSettingModel(AccountBase *account)
+    : AccountSettingModel(
+        account, account,
+        {account->storage()->settingStorage(), [account] { return account->accountId(); },
+         [account](const QString &name) { return account->configurationService()->value(name); },
+         [account](const QString &name, const QByteArray &json) {
+             account->configurationService()->save(name, json);
+         }})
+{
+}
+
 AccountBase::AccountBase(QObject *parent)
-    : QObject(parent), m_aes(std::make_unique<CryptoAES>(2)),
-      m_storage(std::make_unique<storage::UserStorageProvider>()),
+    : QObject(parent), m_storage(std::make_unique<storage::UserStorageProvider>()),
       m_signalStore(std::make_unique<crypto::Store>(m_storage->keyStorage())),
-      m_ownFiles(std::make_unique<FileRegistry>()),
-      m_ownStickers(std::make_unique<SharedStickers>()),
+      m_cipher(std::make_unique<AccountCipher>(m_signalStore.get())),
       m_ownConfiguration(
           std::make_unique<StoredConfiguration>(m_storage->syncConfigStorage(), m_storeEntered)),
       m_dataInfoModel(new DataInfoModel(this)), m_deviceModel(new AccountDeviceModel(this)),
@@ -150,12 +144,12 @@ bool AccountBase::openStorage(bool create)
 {
     if (m_accountId < 1 && !m_isNotebook) {
         ImLog::error(
-            lcAccount(),
+            lcModel(),
             QStringLiteral("The id %1 is no account's: there is no store for it").arg(m_accountId));
         return false;
     }
     if (m_pathId != m_accountId) {
-        ImLog::error(lcAccount(),
+        ImLog::error(lcModel(),
                      QStringLiteral("Account %1 has no store: its directory is that of account %2")
                          .arg(m_accountId)
                          .arg(m_pathId));
@@ -163,11 +157,18 @@ bool AccountBase::openStorage(bool create)
     }
     if (m_storePath != m_userStatusDataPath && !leaveStore(QDeadlineTimer(closeMs))) {
         ImLog::error(
-            lcAccount(),
+            lcModel(),
             QStringLiteral("The store of account %1 is not opened: changes in %2 cannot be "
                            "written now")
                 .arg(m_accountId)
                 .arg(m_storePath));
+        return false;
+    }
+    if (create && !AccountTraces::makeRoom(m_accountId, m_userStatusDataPath)) {
+        ImLog::error(lcModel(),
+                     QStringLiteral("The store of account %1 is not opened: a wipe could not "
+                                    "remove what it held before")
+                         .arg(m_accountId));
         return false;
     }
     if (!m_storage->open(m_userStatusDataPath, create))
@@ -273,7 +274,7 @@ void AccountBase::setAccountId(qint64 accountId)
 {
     if (const auto *manager = qobject_cast<AccountManager *>(parent());
         m_authorized && accountId != m_accountId && manager && manager->containsAccount(this)) {
-        ImLog::error(lcAccount(),
+        ImLog::error(lcModel(),
                      QStringLiteral("Account %1 is listed and keeps its id; refused: %2")
                          .arg(m_accountId)
                          .arg(accountId));
@@ -333,8 +334,8 @@ std::function<void()> AccountBase::forgetPerson(QDeadlineTimer deadline)
     reset(m_features, QMap<int, FeatureState>(), &AccountBase::featuresChanged);
     const int unread = std::exchange(m_totalUnreadCount, 0);
     const int atMe = std::exchange(m_totalAtMeCount, 0);
-    m_ownFiles->clear();
-    m_ownStickers->clear();
+    if (DefaultProviders *defaults = m_defaults)
+        defaults->clear();
     const QVariantList settings = m_accountSettingModel->propertyValues();
     m_accountSettingModel->clear();
     m_dataInfoModel->clearData(true);
@@ -485,12 +486,22 @@ void AccountBase::setBannedState(BannedState state)
 
 StickerProvider *AccountBase::stickerProvider() const
 {
-    return m_stickerProvider ? m_stickerProvider : m_ownStickers.get();
+    DefaultProviders *const defaults = m_defaults;
+    return m_stickerProvider || !defaults ? m_stickerProvider : defaults->stickers();
 }
 
 FileProvider *AccountBase::fileProvider() const
 {
-    return m_fileProvider ? m_fileProvider : m_ownFiles.get();
+    DefaultProviders *const defaults = m_defaults;
+    return m_fileProvider || !defaults ? m_fileProvider : defaults->files();
+}
+
+void AccountBase::setDefaultProviders(std::unique_ptr<DefaultProviders> (*make)())
+{
+    std::call_once(m_madeDefaults, [this, make] {
+        m_ownedDefaults = make();
+        m_defaults = m_ownedDefaults.get();
+    });
 }
 
 ConfigurationService *AccountBase::configurationService() const
@@ -500,7 +511,7 @@ ConfigurationService *AccountBase::configurationService() const
 
 void AccountBase::refreshGroupInfo(qint64 groupId)
 {
-    qCDebug(lcAccount, "Group %lld wants its information refreshed.", groupId);
+    qCDebug(lcModel, "Group %lld wants its information refreshed.", groupId);
 }
 
 // Dialogs
@@ -543,52 +554,34 @@ QList<qint64> AccountBase::messageIdsByEmojiTag(const QString &, const QString &
 
 QByteArray AccountBase::encrypt(const QByteArray &data, QByteArray &key) const
 {
-    if (data.isEmpty())
-        return {};
-    if (key.size() != keySize)
-        key = CryptoAES::createKey(keySize);
-    return m_aes->encrypt(data, m_signalStore->kdf(key), Define::comIV());
+    return m_cipher->encrypt(data, key);
 }
 
 QByteArray AccountBase::decrypt(const QByteArray &data, const QByteArray &key) const
 {
-    if (data.isEmpty())
-        return data;
-    return m_aes->decrypt(data, m_signalStore->kdf(key), Define::comIV());
+    return m_cipher->decrypt(data, key);
 }
 
 QByteArray AccountBase::encrypt(const QByteArray &data, QString password) const
 {
-    if (data.isEmpty())
-        return {};
-    return m_aes->encrypt(data, passwordKey(std::move(password)), Define::comIV());
+    return m_cipher->encrypt(data, password);
 }
 
 QByteArray AccountBase::decrypt(const QByteArray &data, QString password) const
 {
-    return m_aes->decrypt(data, passwordKey(std::move(password)), Define::comIV());
+    return m_cipher->decrypt(data, password);
 }
 
 QByteArray AccountBase::encrypt(QByteArray &out, const QByteArray &data, const QString &keyId,
                                 int version)
 {
-    const cryptobase::SecureBytes key = m_signalStore->secureKey(keyId, version, true);
-    out = m_aes->encrypt(data, key, Define::comIV());
-    return key;
+    return m_cipher->encrypt(out, data, keyId, version);
 }
 
 bool AccountBase::decrypt(QByteArray &out, const std::string &data, const QString &keyId,
                           int version) const
 {
-    const cryptobase::SecureBytes key = m_signalStore->secureKey(keyId, version, false);
-    if (key.isEmpty()) {
-        ImLog::error(
-            lcAccount(),
-            QStringLiteral("Decrypt failed: no secure key (%1_%2)").arg(keyId).arg(version));
-        return false;
-    }
-    out = m_aes->decrypt(QByteArray::fromStdString(data), key, Define::comIV());
-    return true;
+    return m_cipher->decrypt(out, data, keyId, version);
 }
 
 bool AccountBase::containsSecureKey(const QString &keyId, int version) const
@@ -599,27 +592,7 @@ bool AccountBase::containsSecureKey(const QString &keyId, int version) const
 QByteArray AccountBase::getMissingChatKeys(const QString &dialogId, int fromVersion, int toVersion,
                                            const QString &secureKeyId) const
 {
-    im::DeviceMessage::ContentKeyPatch patch;
-    if (fromVersion <= toVersion && toVersion >= 1) {
-        for (const auto &chatKey :
-             m_signalStore->getMissingChatKeys(dialogId, fromVersion, toVersion)) {
-            im::DialogKey *entry = patch.add_dialog_keys();
-            entry->set_dialog_id(dialogId.toStdString());
-            entry->set_key(chatKey.key.constData(), std::size_t(chatKey.key.size()));
-            entry->set_key_ver(chatKey.version);
-        }
-    }
-    if (!secureKeyId.isEmpty()) {
-        const cryptobase::SecureBytes key =
-            m_signalStore->secureKey(secureKeyId, syncedSecureKeyVersion, false);
-        if (!key.isEmpty()) {
-            im::SecureKey *entry = patch.add_secure_keys();
-            entry->set_id(secureKeyId.toStdString());
-            entry->set_type(im::SecureKey::Type(syncedSecureKeyVersion));
-            entry->set_key(key.constData(), std::size_t(key.size()));
-        }
-    }
-    return QByteArray::fromStdString(patch.SerializeAsString());
+    return m_cipher->missingChatKeys(dialogId, fromVersion, toVersion, secureKeyId);
 }
 
 QVariantMap AccountBase::veirifyKey(qint64 myUserId, qint64 contactsUserId, QByteArray sha256) const
@@ -631,7 +604,7 @@ QVariantMap AccountBase::veirifyKey(qint64 myUserId, qint64 contactsUserId, QByt
     security->set_bob_uid(int(std::max(myUserId, contactsUserId)));
     std::string link;
     if (!code.SerializeToString(&link))
-        qCDebug(lcAccount, "=====Serialize proto buffer failed");
+        qCDebug(lcModel, "=====Serialize proto buffer failed");
 
     return {{QStringLiteral("emoji"), verificationEmoji(sha256)},
             {QStringLiteral("hex"), QString::fromLatin1(sha256.toHex().toUpper())},

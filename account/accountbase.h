@@ -17,18 +17,18 @@
 #include <concepts>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 
+class AccountCipher;
 class AccountDeviceModel;
 class AccountSettingModel;
 class ConfigurationService;
-class CryptoAES;
 class DataInfoModel;
-class FileProvider;
-class FileRegistry;
+class DefaultProviders;
 class DeviceMessageHandler;
+class FileProvider;
 class QNetworkProxy;
-class SharedStickers;
 class StickerProvider;
 
 namespace crypto
@@ -248,12 +248,15 @@ public:
 
     // What the application may set; not owned.
 
-    /// Never null: without one of the application's, an account has SharedStickers.
+    /// Without one of the application's, SharedStickers once a content has needed them, null before.
     StickerProvider *stickerProvider() const;
     void setStickerProvider(StickerProvider *provider) { m_stickerProvider = provider; }
-    /// Never null: without one of the application's, an account has a FileRegistry.
+    /// Without one of the application's, a FileRegistry once a content has needed it, null before.
     FileProvider *fileProvider() const;
     void setFileProvider(FileProvider *provider) { m_fileProvider = provider; }
+    /// For contents, which know the defaults of the two: calls `make` unless it was called before.
+    /// Thread: any.
+    void setDefaultProviders(std::unique_ptr<DefaultProviders> (*make)());
     /// Never null: without one of the application's, an account keeps its configuration in its
     /// store.
     ConfigurationService *configurationService() const;
@@ -356,8 +359,9 @@ protected:
     /// Opens the account's database in userStatusDataPath() and loads what lies there: settings,
     /// data ranges, features. False, with a log line, when it cannot be opened, and for an id below
     /// 1: only the notebook account has a store without an id of its own. With `create` false, as
-    /// for restore(), an account without a database is refused. The keys are opened by the first
-    /// call that needs them, see crypto::Store.
+    /// for restore(), an account without a database is refused. With `create` true, one of which a
+    /// wipe could not remove the database is refused as long as that cannot be removed. The keys are
+    /// opened by the first call that needs them, see crypto::Store.
     ///
     /// The store of another id that is still open is closed first, with its changes written. When
     /// they cannot be written within 5 seconds, the call is refused and that store stays open, so
@@ -401,11 +405,9 @@ private:
     QString m_verificationEmail;
     bool m_verificationEnabled = false;
     qint64 m_verificationResetAt = 0;
-    const std::unique_ptr<CryptoAES> m_aes;
     const std::unique_ptr<storage::UserStorageProvider> m_storage;
     const std::unique_ptr<crypto::Store> m_signalStore;
-    const std::unique_ptr<FileRegistry> m_ownFiles;
-    const std::unique_ptr<SharedStickers> m_ownStickers;
+    const std::unique_ptr<AccountCipher> m_cipher;
     const std::unique_ptr<ConfigurationService> m_ownConfiguration;
     DataInfoModel *m_dataInfoModel;
     AccountDeviceModel *m_deviceModel;
@@ -420,6 +422,9 @@ private:
     bool m_userInfoWaits = false; // phone and country code are still to be stored
     const std::shared_ptr<Mailbox> m_mailbox;
     QMap<int, FeatureState> m_features;
+    std::once_flag m_madeDefaults;
+    std::unique_ptr<DefaultProviders> m_ownedDefaults;
+    std::atomic<DefaultProviders *> m_defaults = nullptr;
     StickerProvider *m_stickerProvider = nullptr;
     FileProvider *m_fileProvider = nullptr;
     ConfigurationService *m_configuration = nullptr;

@@ -13,14 +13,8 @@
 namespace
 {
 
-QString idKey()
-{
-    return QStringLiteral("deviceId");
-}
-QString modelKey()
-{
-    return QStringLiteral("deviceModel");
-}
+constexpr auto idKey = [] { return QStringLiteral("deviceId"); };
+constexpr auto modelKey = [] { return QStringLiteral("deviceModel"); };
 
 int idOf(const QVariantMap &device)
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "account/modelbase.h"
+#include "core/modelbase.h"
 #include "modelbase_export.h"
 #include "modelbase_qml.h"
 

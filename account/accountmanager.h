@@ -18,6 +18,7 @@
 #include <functional>
 #include <mutex>
 
+class MeetingState;
 class NewDeviceLoginManager;
 
 /// The one owner of every account on this machine, as a list model of those that are signed in. It
@@ -273,11 +274,11 @@ public:
     /// The meeting that the user is in, not owned; null without one, and once it is deleted.
     /// joiningMeeting() is true from the moment that one is asked for: it ends with a failure, or
     /// with the meeting.
-    MeetingModelBase *meetingModel() const { return m_meetingModel; }
+    MeetingModelBase *meetingModel() const;
     Q_INVOKABLE void setMeetingModel(MeetingModelBase *meetingModel);
-    bool joiningMeeting() const { return m_joiningMeeting; }
+    bool joiningMeeting() const;
     Q_INVOKABLE void setJoiningMeeting(bool joiningMeeting);
-    const QString &joiningMeetingId() const { return m_joiningMeetingId; }
+    const QString &joiningMeetingId() const;
     Q_INVOKABLE void setJoiningMeetingId(QString joiningMeetingId);
     /// What the server answered: the meeting, or a code other than 0 (an im::Error), of which
     /// createMeetingFailed() tells.
@@ -289,13 +290,13 @@ public:
 
     /// The window without the list of dialogs, in pixels. init() takes the first size from the
     /// stored geometry of the main window.
-    QSize dialogWindowSize() const { return m_dialogWindowSize; }
+    QSize dialogWindowSize() const;
     void setDialogWindowSize(const QSize &size);
     /// How wide a message with media may be, in pixels, in a chat and in the narrower view of a
     /// thread: at least 200; widths below 1 are ignored. ContentItem::calcSize() goes by them.
-    int maxMsgItemWidth() const { return m_maxMsgItemWidth; }
+    int maxMsgItemWidth() const;
     void setMaxMsgItemWidth(int width);
-    int maxMsgItemWidthInThread() const { return m_maxMsgItemWidthInThread; }
+    int maxMsgItemWidthInThread() const;
     void setMaxMsgItemWidthInThread(int width);
     /// True when the information panel is wanted and the window is wide enough for it.
     bool infoPanelVisible() const;
@@ -431,27 +432,23 @@ private:
     bool removeAbsent(qint64 id);
     void announceAbsent();
     QVariantList idsToSave() const;
+    static void setAppLocked(bool locked);
+    static void logRefusal(const QString &reason);
     QList<qint64> takeStored();
-    void restoreLate(const QList<qint64> &ids);
+    void restoreLate();
     void storeIds(const QVariantList &ids);
     void storeCurrentId(qint64 id);
     void saveAccounts();
     void saveCurrentId();
     void finishWipe();
-    static QVariantList storeFolders();
-    static void storeLeft(const QVariantList &names);
-    QVariantList removeTraces(const QVariantList &names);
-    void initGeometry();
+    QStringList usedStores() const;
     void updateInfoPanelVisible();
-    void setMeeting(MeetingModelBase *meeting);
     void finishResetPool(int milliseconds);
     void finishFileTransferThread();
     /// The accounts of the list, and the login account if that is wanted, each null once deleted.
     QList<Account> snapshot(bool withLogin) const;
     /// Passes something on, but not to those that leave before their turn.
     void forEach(bool withLogin, const std::function<void(AccountBase *)> &call);
-    void meetingFinished(bool ok, MeetingModelBase *meeting,
-                         const std::function<void()> &signalFailure);
 
     Factory m_accountFactory;
     /// In the order of the rows; null for one that was deleted while rows changed.
@@ -467,6 +464,7 @@ private:
     /// Those that addAccount() is about to list. Whoever refuses or logs out one takes it out.
     QList<AccountBase *> m_beingListed;
     QList<Absent> m_absent;
+    QList<qint64> m_foundLate;       // to be restored once the settings are announced
     QSet<qint64> m_known;            // ids that were stored, or are
     QList<Absent> m_announcedAbsent; // by unavailableAccountsChanged()
     bool m_changingRows = false;
@@ -486,15 +484,9 @@ private:
     const Qt::HANDLE m_thread = QThread::currentThreadId(); ///< the main one
     QThreadPool *m_resetThreadPool;
     QThread *m_fileTransferThread;
-    MeetingModelBase *m_meetingModel = nullptr;
-    QMetaObject::Connection m_meetingEnd;
+    MeetingState *m_meeting;
     NewDeviceLoginManager *m_newDeviceLoginManager;
     AppDataMove *m_appDataMove;
-    bool m_joiningMeeting = false;
-    QString m_joiningMeetingId;
     bool m_notebookMode = false;
-    QSize m_dialogWindowSize;
     bool m_infoPanelVisible = false; // as it was announced last
-    int m_maxMsgItemWidth = 425;
-    int m_maxMsgItemWidthInThread = 224;
 };

@@ -75,7 +75,4 @@ private:
     ThreadManager();
     ~ThreadManager() override;
     Q_DISABLE_COPY_MOVE(ThreadManager)
-
-    class Private;
-    Private *const d;
 };

@@ -1,7 +1,7 @@
 cmake_minimum_required(VERSION 3.25)
 # cmake -DSOURCE=<root> -P CheckLogs.cmake: fails where a library logs under a category that no console
 # option switches, or a warning to the console alone and not to the log file.
-file(READ ${SOURCE}/settings/appsettingmodel.cpp model)
+file(READ ${SOURCE}/settings/consoleoptions.cpp model)
 string(REGEX MATCHALL "uri[^ ]+ [^ ]+\"im\\.[a-z]+" switches "${model}")
 list(TRANSFORM switches REPLACE ".*\"" "")
 

@@ -23,13 +23,13 @@
 #include "content/items/videoitem.h"
 #include "content/items/voiceitem.h"
 #include "content/modelbaseutil.h"
+#include "content/providers_p.h"
+#include "core/logs_p.h"
 #include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 
 #include <google/protobuf/arena.h>
-
-#include <QLoggingCategory>
 
 #include <algorithm>
 #include <array>
@@ -38,8 +38,6 @@
 
 namespace
 {
-
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
 using ItemPointer = QSharedPointer<ContentItem>;
 using ItemMap = QMap<QString, QVariant>;
@@ -74,21 +72,16 @@ Kind kind(int type)
         typeid(Item)};
 }
 
-StickerProvider *stickerProvider(AccountBase *account)
-{
-    return account ? account->stickerProvider() : nullptr;
-}
-
 /// Stickers are made by the account's provider, since many messages share one.
 Kind stickerKind()
 {
     return {ContentItem::Sticker,
             [](const ItemMap &map, int, AccountBase *account) {
-                StickerProvider *provider = stickerProvider(account);
+                StickerProvider *provider = stickerProviderOf(account);
                 return provider ? provider->sticker(map) : ItemPointer();
             },
             [](const im::content::Content &content, int, AccountBase *account) {
-                StickerProvider *provider = stickerProvider(account);
+                StickerProvider *provider = stickerProviderOf(account);
                 return provider ? provider->sticker(content) : ItemPointer();
             },
             kind<StickerItem>(ContentItem::Sticker).copy, typeid(StickerItem)};
@@ -129,19 +122,12 @@ const Kind *findKind(int type)
 ItemPointer checked(ItemPointer item)
 {
     if (!item && Nesting::isFirstFailure())
-        ImLog::info(lcContent(), QStringLiteral("makeContentItem version or content error."));
+        ImLog::info(lcModel(), QStringLiteral("makeContentItem version or content error."));
     return item;
 }
 
-QString contentKey()
-{
-    return QStringLiteral("content");
-}
-
-QString typeKey()
-{
-    return QStringLiteral("type");
-}
+constexpr auto contentKey = [] { return QStringLiteral("content"); };
+constexpr auto typeKey = [] { return QStringLiteral("type"); };
 
 ItemPointer makeOf(const ItemMap &map, int type, int source, AccountBase *account)
 {
@@ -173,7 +159,7 @@ ItemPointer makeContentItem(const std::string &bytes, int version, int source, A
         auto *content = google::protobuf::Arena::CreateMessage<im::content::Content>(&arena);
         if (bytes.size() > INT_MAX || !content->ParseFromString(bytes)) {
             if (Nesting::isFirstFailure())
-                ImLog::info(lcContent(), QStringLiteral("makeContentItem parse pbContent failed."));
+                ImLog::info(lcModel(), QStringLiteral("makeContentItem parse pbContent failed."));
             return {};
         }
         return deserializeContent(*content, source, account);
@@ -238,7 +224,7 @@ ItemPointer makeGroupItem(const QList<ItemPointer> &members, int source, Account
         return QSharedPointer<MediaGroupItem>::create(items, source, account);
     if (fitInto(FileGroupItem::canHold))
         return QSharedPointer<FileGroupItem>::create(items, source, account);
-    ImLog::error(lcContent(),
+    ImLog::error(lcModel(),
                  QStringLiteral("Contents that no group can hold are not shown as one."));
     return {};
 }

@@ -9,6 +9,7 @@
 #include "content/filedata.h"
 #include "content/modelbaseutil.h"
 #include "content/remainder_p.h"
+#include "core/logs_p.h"
 #include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
@@ -16,7 +17,6 @@
 
 #include <QGuiApplication>
 #include <QJSEngine>
-#include <QLoggingCategory>
 #include <QUrl>
 
 #include <algorithm>
@@ -27,8 +27,6 @@
 
 namespace
 {
-
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
 constexpr int maxLargeEmoji = 4096;
 
@@ -72,16 +70,13 @@ qsizetype keptEntities(qsizetype count)
 {
     if (count <= ContentItem::mostEntities)
         return count;
-    ImLog::error(lcContent(),
+    ImLog::error(lcModel(),
                  QStringLiteral("A text has more than %1 entities; the others are dropped.")
                      .arg(ContentItem::mostEntities));
     return ContentItem::mostEntities;
 }
 
-QString remainderKey()
-{
-    return QStringLiteral("rest");
-}
+constexpr auto remainderKey = [] { return QStringLiteral("rest"); };
 
 Remainder::Record storedRemainder(const QVariant &value, int type)
 {
@@ -344,7 +339,7 @@ void ContentItem::writeText(im::content::Text *record) const
         isWhole = isWhole && entity->type() == blocks.at(i).type;
     }
     if (!isWhole) {
-        ImLog::error(lcContent(),
+        ImLog::error(lcModel(),
                      QStringLiteral("Ids of mentions or emoji that no message can carry are not "
                                     "written."));
     }
@@ -396,7 +391,7 @@ void ContentItem::serializeEntity(im::content::TextEntity *entity, const UserTex
 void ContentItem::setContent(const im::content::Content &content)
 {
     if (!content.has_text()) {
-        qCDebug(lcContent, "A text cannot be updated from a content of type %d.",
+        qCDebug(lcModel, "A text cannot be updated from a content of type %d.",
                 int(content.data_case()));
         return;
     }
@@ -739,7 +734,7 @@ QSize ContentItem::calcTextSize(int &lineCount, int maxWidth, int rowLimit, int 
                                 int fontPixelSize, int extraHeight, bool plainText)
 {
     if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
-        ImLog::error(lcContent(),
+        ImLog::error(lcModel(),
                      QStringLiteral("A text cannot be measured without a QGuiApplication."));
         lineCount = 0;
         return {};

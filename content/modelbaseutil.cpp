@@ -3,11 +3,10 @@
 #include "base/undying.h"
 #include "base/usertextblock.h"
 #include "base/util.h"
+#include "core/mediafolders_p.h"
 
 #include <QHash>
 #include <QRegularExpression>
-
-#include <span>
 
 using namespace Qt::StringLiterals;
 
@@ -44,25 +43,6 @@ constexpr NamedCode messageTypes[] = {
     {2009, "invalidpoll"_L1},
 };
 
-constexpr NamedCode fileTypes[] = {
-    {0, "photo"_L1}, {1, "sticker"_L1}, {2, "image"_L1},    {3, "audio"_L1},        {4, "video"_L1},
-    {5, "file"_L1},  {6, "music"_L1},   {11, "sticker"_L1}, {13, "messagefile"_L1},
-};
-
-/// Ordinary chat media (1) have no name: they lie directly below the base folder.
-constexpr NamedCode sourceTypes[] = {
-    {2, "notebook"_L1},  {4, "clouddrive"_L1},   {8, "reminder"_L1},   {16, "wallpaper"_L1},
-    {32, "ringtone"_L1}, {128, "quickreply"_L1}, {256, "schedule"_L1},
-};
-
-QHash<int, QString> namesByCode(std::span<const NamedCode> rows)
-{
-    QHash<int, QString> result;
-    for (const NamedCode &row : rows)
-        result.insert(row.code, row.name);
-    return result;
-}
-
 QStringList words(const QString &text)
 {
     return text.split(u' ');
@@ -72,7 +52,12 @@ QStringList words(const QString &text)
 
 QString messageTypeIntToStr(int type)
 {
-    static const auto &names = undying(namesByCode(messageTypes));
+    static const auto &names = undying([] {
+        QHash<int, QString> result;
+        for (const NamedCode &row : messageTypes)
+            result.insert(row.code, row.name);
+        return result;
+    }());
     return names.value(type);
 }
 
@@ -91,14 +76,12 @@ int messageTypeStrToInt(const QString &name)
 
 QString getFileTypeString(int fileType)
 {
-    static const auto &names = undying(namesByCode(fileTypes));
-    return names.value(fileType);
+    return MediaFolders::ofFileType(fileType);
 }
 
 QString getModelSourceTypeString(int sourceType)
 {
-    static const auto &names = undying(namesByCode(sourceTypes));
-    return names.value(sourceType);
+    return MediaFolders::ofSource(sourceType);
 }
 
 int getMsgTypeToFileType(int type)
@@ -212,13 +195,7 @@ int flagToDayOfWeek(int flag)
 
 QString makeMediaPath(const QString &base, int sourceType, int fileType)
 {
-    QString path = base;
-    for (const QString &folder :
-         {getModelSourceTypeString(sourceType), getFileTypeString(fileType)}) {
-        if (!folder.isEmpty())
-            path += folder + Util::separator();
-    }
-    return path;
+    return MediaFolders::path(base, sourceType, fileType);
 }
 
 } // namespace ModelBaseUtil

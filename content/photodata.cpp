@@ -19,15 +19,8 @@ namespace
 
 constexpr int keySize = 32;
 
-QString typeKey()
-{
-    return QStringLiteral("photoType");
-}
-
-QString algorithmKey()
-{
-    return QStringLiteral("encryptAlgorithm");
-}
+constexpr auto typeKey = [] { return QStringLiteral("photoType"); };
+constexpr auto algorithmKey = [] { return QStringLiteral("encryptAlgorithm"); };
 
 } // namespace
 

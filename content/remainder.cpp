@@ -4,12 +4,12 @@
 #include "base/usertextblock.h"
 #include "base/util.h"
 #include "content/contentitem.h"
+#include "core/logs_p.h"
 #include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 
 #include <QByteArray>
-#include <QLoggingCategory>
 
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
@@ -22,8 +22,6 @@
 
 namespace
 {
-
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
 using google::protobuf::FieldDescriptor;
 using google::protobuf::Message;
@@ -183,7 +181,7 @@ Remainder::Record kept(Remainder::Record record)
     if (onTheWire == 0)
         return nullptr;
     if (onTheWire > mostBytes / 100 && record->SpaceUsedLong() > mostBytes) {
-        ImLog::error(lcContent(),
+        ImLog::error(lcModel(),
                      QStringLiteral("A content has more beside its fields than can be kept."));
         return nullptr;
     }
@@ -326,7 +324,7 @@ Remainder::Record Remainder::fromBytes(const QByteArray &bytes, int type)
     const int expected = type == ContentItem::Folder ? int(ContentItem::File) : type;
     if (!isWhole || (body != 0 && body != expected)) {
         ImLog::error(
-            lcContent(),
+            lcModel(),
             QStringLiteral("The remainder of a stored content of type %1 is damaged.").arg(type));
         return nullptr;
     }

@@ -2,12 +2,12 @@
 
 #include "account/accountbase.h"
 #include "account/accountmanager.h"
+#include "core/logs_p.h"
 #include "dialog/idset_p.h"
 #include "dialog/messagemodelbase.h"
 #include "imlog/imlog.h"
 
 #include <QJSEngine>
-#include <QLoggingCategory>
 #include <QtEndian>
 
 #include <limits>
@@ -15,8 +15,6 @@
 
 namespace
 {
-
-Q_LOGGING_CATEGORY(lcDialog, "im.modelbase")
 
 using Ids = std::unique_ptr<IdSet>;
 
@@ -333,7 +331,7 @@ void DialogBase::loadAtMeMessage(MessageModelBase *msgModel)
     if (*id >= 1)
         jumpToMessage(*id, msgModel);
     else
-        qCDebug(lcDialog, "Jump to a invalid at me message ID.");
+        qCDebug(lcModel, "Jump to a invalid at me message ID.");
 }
 
 // Reactions
@@ -403,7 +401,7 @@ void DialogBase::loadReactedMessage(MessageModelBase *msgModel)
     if (*id >= 1)
         jumpToMessage(*id, msgModel);
     else
-        qCDebug(lcDialog, "Jump to a invalid at me message ID.");
+        qCDebug(lcModel, "Jump to a invalid at me message ID.");
 }
 
 // Both
@@ -436,7 +434,7 @@ void DialogBase::setMentionIdData(const QByteArray &data)
     Ids atMe = unpack(bytes);
     Ids reacted = atMe ? unpack(bytes) : nullptr;
     if (!reacted) {
-        ImLog::error(lcDialog(),
+        ImLog::error(lcModel(),
                      QStringLiteral("The stored mentions of dialog %1 are damaged; "
                                     "those that are held stay.")
                          .arg(m_dialogId));

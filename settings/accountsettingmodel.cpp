@@ -1,10 +1,9 @@
 #include "settings/accountsettingmodel.h"
 
-#include "account/accountbase.h"
-#include "account/accountservices.h"
 #include "base/util.h"
+#include "core/storedvalues_p.h"
 #include "settings/appsettingmodel.h"
-#include "settings/storedvalues_p.h"
+#include "settings/settingmodel_p.h"
 #include "storage/settingstorage.h"
 #include "storage/userstorageprovider.h"
 
@@ -23,36 +22,15 @@ namespace
 constexpr qsizetype maxTags = 100;
 
 // Names of the shared configurations.
-QString notificationName()
-{
-    return QStringLiteral("mobileNotification");
-}
-QString chatFolderName()
-{
-    return QStringLiteral("dialog_folder_config");
-}
+constexpr auto notificationName = [] { return QStringLiteral("mobileNotification"); };
+constexpr auto chatFolderName = [] { return QStringLiteral("dialog_folder_config"); };
 
 // Keys.
-QString downloadFolderKey()
-{
-    return QStringLiteral("download_folder");
-}
-QString tagKey()
-{
-    return QStringLiteral("tag_info");
-}
-QString groupKey()
-{
-    return QStringLiteral("group");
-}
-QString exceptionsKey()
-{
-    return QStringLiteral("exceptionMention");
-}
-QString dialogKey()
-{
-    return QStringLiteral("dialogID");
-}
+constexpr auto downloadFolderKey = [] { return QStringLiteral("download_folder"); };
+constexpr auto tagKey = [] { return QStringLiteral("tag_info"); };
+constexpr auto groupKey = [] { return QStringLiteral("group"); };
+constexpr auto exceptionsKey = [] { return QStringLiteral("exceptionMention"); };
+constexpr auto dialogKey = [] { return QStringLiteral("dialogID"); };
 
 /// True when the map has this value, as far as booleans go, under the key.
 bool has(const QVariantMap &map, const QString &key, bool value)
@@ -111,9 +89,9 @@ constexpr std::array movedSettings = {
 
 } // namespace
 
-AccountSettingModel::AccountSettingModel(AccountBase *account)
-    : SettingModelBase(account),
-      m_values(std::make_unique<Values>(account->storage()->settingStorage())), m_account(account)
+AccountSettingModel::AccountSettingModel(AccountBase *account, QObject *parent, Owner owner)
+    : SettingModelBase(parent), m_values(std::make_unique<Values>(owner.rows)), m_account(account),
+      m_owner(std::move(owner))
 {
     QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
 }
@@ -129,7 +107,7 @@ void AccountSettingModel::loadLocalData(bool skip)
         upgradeFrequentContact(rows);
     });
     initChatFolderConfig();
-    m_notification = jsonToMap(m_account->configurationService()->value(notificationName()));
+    m_notification = jsonToMap(m_owner.sharedText(notificationName()));
 
 #define CHANGED(name)                                                                              \
     announce<AccountSettingModel, &AccountSettingModel::name, &AccountSettingModel::name##Changed>
@@ -231,13 +209,13 @@ void AccountSettingModel::upgradeSetting(const ValueCache &rows)
                 moved.insert(QString::fromLatin1(setting.target), value);
         }
         if (!old.isEmpty()) {
-            settings->setValue(movedFrom, m_account->accountId(), false);
-            moved.insert(movedFrom, m_account->accountId());
+            settings->setValue(movedFrom, m_owner.id(), false);
+            moved.insert(movedFrom, m_owner.id());
         }
         settings->saveToConfig(moved);
     }
     // Remove the old rows only once their values are stored machine-wide.
-    if (settings->value(movedFrom, QVariant()) != m_account->accountId() || !settings->flush())
+    if (settings->value(movedFrom, QVariant()) != m_owner.id() || !settings->flush())
         return;
     for (const QString &key : std::as_const(old))
         removeKey(key);
@@ -391,7 +369,7 @@ bool AccountSettingModel::writeNotification(const QString &key, const QVariant &
 
 void AccountSettingModel::syncNotification() const
 {
-    m_account->configurationService()->save(notificationName(), mapToJson(m_notification));
+    m_owner.saveSharedText(notificationName(), mapToJson(m_notification));
 }
 
 void AccountSettingModel::updateNotifyConfig(QVariantMap config)
@@ -471,7 +449,7 @@ void AccountSettingModel::deleteMutedGroupNotification(QString dialogId)
 
 void AccountSettingModel::initChatFolderConfig()
 {
-    m_chatFolder = jsonToMap(m_account->configurationService()->value(chatFolderName()));
+    m_chatFolder = jsonToMap(m_owner.sharedText(chatFolderName()));
     const QVariantMap defaults{{QStringLiteral("show_tab"), true},
                                {QStringLiteral("unread_badge"), true},
                                {QStringLiteral("icon_only"), false}};
@@ -498,7 +476,7 @@ bool AccountSettingModel::writeChatFolder(const QString &key, bool value, bool n
         return false;
     m_chatFolder.insert(key, value);
     if (needSync)
-        m_account->configurationService()->save(chatFolderName(), mapToJson(m_chatFolder));
+        m_owner.saveSharedText(chatFolderName(), mapToJson(m_chatFolder));
     return true;
 }
 

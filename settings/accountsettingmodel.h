@@ -1,17 +1,18 @@
 #pragma once
 
-#include "account/modelbase.h"
+#include "core/modelbase.h"
+#include "core/valuecache.h"
 #include "modelbase_export.h"
 #include "modelbase_qml.h"
 #include "settings/settingmacros.h"
 #include "settings/settingmodelbase.h"
-#include "settings/valuecache.h"
 
 #include <QDeadlineTimer>
 #include <QObject>
 #include <QString>
 #include <QVariant>
 
+#include <functional>
 #include <memory>
 
 class AccountBase;
@@ -52,9 +53,10 @@ Q_SIGNALS:                                                                      
 
 /// The settings of one account. Most are rows of the account's store, cached and written through as
 /// AppSettingModel's are. A change belongs to the store that is open when it is made; while none is
-/// open for the account's id, it stays in memory until the next load. What concerns notifications and chat folders is shared by the account's devices: two maps,
-/// read from and handed to AccountBase::configurationService() as JSON under the names
-/// "mobileNotification" and "dialog_folder_config".
+/// open for the account's id, it stays in memory until the next load. What concerns notifications
+/// and chat folders is shared by the account's devices: two maps, read from and handed to
+/// AccountBase::configurationService() as JSON under the names "mobileNotification" and
+/// "dialog_folder_config".
 ///
 /// The keys are those of the stored format, odd spellings included, and must not be corrected. What
 /// a number or text means that has no comment is the application's own affair, as for
@@ -237,6 +239,16 @@ Q_SIGNALS:
 private:
     friend class AccountBase; // which opens and closes the store
 
+    /// What the settings need of their account.
+    struct Owner {
+        storage::SettingStorage *rows;
+        std::function<qint64()> id;
+        // Of the configuration that the account's devices share, a JSON text by its name.
+        std::function<QByteArray(const QString &name)> sharedText;
+        std::function<void(const QString &name, const QByteArray &json)> saveSharedText;
+    };
+    AccountSettingModel(AccountBase *account, QObject *parent, Owner owner);
+
     void clear();
     QVariantList propertyValues() const;
     void announceChanges(const QVariantList &before);
@@ -261,4 +273,5 @@ private:
     QVariantMap m_notification;
     QVariantMap m_chatFolder;
     AccountBase *const m_account;
+    const Owner m_owner;
 };

@@ -1,27 +1,19 @@
-#include "settings/appdatamove.h"
+#include "settings/appdatamove_p.h"
 
-#include "account/accountmanager.h"
-#include "account/threadmanager.h"
-#include "base/basefile.h"
 #include "base/json.h"
-#include "base/undying.h"
 #include "base/util.h"
-#include "content/modelbaseutil.h"
-#include "i18n/translated_p.h"
+#include "core/logs_p.h"
+#include "core/workers_p.h"
 #include "imlog/imlog.h"
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
-#include "settings/foldermove_p.h"
-#include "storage/globalstorageprovider.h"
+#include "settings/leftmedia_p.h"
+#include "settings/movemap_p.h"
 
-#include <QCryptographicHash>
 #include <QDir>
-#include <QElapsedTimer>
+#include <QFile>
 #include <QFileInfo>
-#include <QLoggingCategory>
-#include <QSet>
 #include <QStorageInfo>
-#include <QThread>
 
 #include <algorithm>
 #include <chrono>
@@ -29,239 +21,15 @@
 #include <memory>
 #include <utility>
 
-struct AppDataMove::Plan {
-    QString source; // both end in a separator
-    QString target;
-    /// What is stored as "moved_data_info": of each account's id, the list of its media folders as
-    /// JSON text.
-    QVariantMap accounts;
-    qint64 bytes = 0;
-    // Of the move that this one takes back.
-    QString undoneSource;
-    QByteArray undoneInfo;
-};
-
-/// A file that stays, and where the stored map has its folder.
-struct AppDataMove::Problem {
-    QString id;     // of the account
-    QString folder; // below the account's
-    QString name;   // below that
-    QString path;
-    FileCause cause;
-    QString obstacle;
-};
-
-struct AppDataMove::Report {
-    FolderMove::Result result = FolderMove::Done;
-    bool isSourceMissing = false;
-    QStringList ids; // of the accounts
-    qint64 movedBytes = 0;
-    qint64 totalBytes = 0;
-    std::vector<Problem> problems;
-};
-
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcMove, "im.settingmodel")
-
-constexpr int progressMs = 50;
-/// How often a folder is gone over in which files change meanwhile.
-constexpr int rounds = 3;
-/// How often files that are being written are come back for, and after how long.
-constexpr int patientRounds = 8;
-constexpr int patienceMs = 250;
 constexpr int laterMs = 10'000;
 /// How long the application's end waits for media to be deleted.
 constexpr std::chrono::seconds deletionTime(10);
 
 using FileCause = AppDataMove::FileCause;
 using Reason = AppDataMove::Reason;
-
-QString textOf(FileCause cause)
-{
-    switch (cause) {
-    case FileCause::BeingWritten:
-        //% "It is still being written."
-        return translated(QT_TRID_NOOP("storage_file_in_use_tip"));
-    case FileCause::Unreadable:
-        //% "It cannot be read."
-        return translated(QT_TRID_NOOP("storage_file_unreadable_tip"));
-    case FileCause::NotWritable:
-        //% "It cannot be written at the new place."
-        return translated(QT_TRID_NOOP("storage_file_not_writable_tip"));
-    case FileCause::InTheWay:
-        //% "Something else is in its way at the new place."
-        return translated(QT_TRID_NOOP("storage_file_in_the_way_tip"));
-    case FileCause::NotRemovable:
-        break;
-    }
-    //% "It has been copied, but cannot be removed from the old place."
-    return translated(QT_TRID_NOOP("storage_file_not_removable_tip"));
-}
-
-/// What a person is told, and the log.
-std::pair<QString, const char *> textsOf(Reason reason)
-{
-    switch (reason) {
-    case Reason::Running:
-        //% "A move is under way."
-        return {translated(QT_TRID_NOOP("storage_move_running_tip")), "one is under way"};
-    case Reason::LastUnfinished:
-        //% "The last move has not finished yet."
-        return {translated(QT_TRID_NOOP("storage_move_unfinished_tip")),
-                "the last one has not finished"};
-    case Reason::OldPlaceMissing:
-        //% "The old place is not there. Is its disk connected?"
-        return {translated(QT_TRID_NOOP("storage_old_place_missing_tip")),
-                "the old place is not there"};
-    case Reason::TargetRelative:
-        //% "The new place needs a full path."
-        return {translated(QT_TRID_NOOP("storage_place_relative_tip")), "a relative path"};
-    case Reason::NoTarget:
-        //% "The new place does not exist."
-        return {translated(QT_TRID_NOOP("storage_place_missing_tip")), "no such directory"};
-    case Reason::TargetNotDirectory:
-        //% "The new place is not a directory."
-        return {translated(QT_TRID_NOOP("storage_place_no_directory_tip")), "not a directory"};
-    case Reason::SamePlace:
-        //% "The files are there already."
-        return {translated(QT_TRID_NOOP("storage_place_same_tip")), "it is the present place"};
-    case Reason::TargetInside:
-        //% "The new place lies inside the present one."
-        return {translated(QT_TRID_NOOP("storage_place_inside_tip")),
-                "it lies in the present place"};
-    case Reason::TargetAround:
-        //% "The present place lies inside the new one."
-        return {translated(QT_TRID_NOOP("storage_place_around_tip")),
-                "the present place lies in it"};
-    case Reason::NoSpace:
-        //% "There is not enough space at the new place."
-        return {translated(QT_TRID_NOOP("storage_space_insufficient_tip")), "too little space"};
-    case Reason::NoPermission:
-        //% "The new place cannot be written to."
-        return {translated(QT_TRID_NOOP("storage_no_permissions__tip")), "it cannot be written to"};
-    case Reason::FilesLeft:
-        //% "Some files could not be moved."
-        return {translated(QT_TRID_NOOP("storage_files_left_tip")), "some files cannot be moved"};
-    case Reason::FilesInUse:
-        //% "Some files are still being written. They follow later."
-        return {translated(QT_TRID_NOOP("storage_files_in_use_tip")), "some files are in use"};
-    case Reason::NotStored:
-        //% "The settings cannot be stored just now."
-        return {translated(QT_TRID_NOOP("storage_settings_not_stored_tip")),
-                "the settings cannot be stored"};
-    case Reason::None:
-        break;
-    }
-    return {QString(), "done"};
-}
-
-// Members of an entry of the map.
-QString modelTypeKey()
-{
-    return QStringLiteral("modelType");
-}
-QString fileTypeKey()
-{
-    return QStringLiteral("fileType");
-}
-QString movedKey()
-{
-    return QStringLiteral("moved");
-}
-
-/// Names of files that a person has skipped; only where there are some.
-QString skippedKey()
-{
-    return QStringLiteral("skipped");
-}
-
-/// The combinations of model source type and file type, each with its folder below an account's.
-struct MediaFolder {
-    int modelType;
-    int fileType;
-    QString path; // two file types share one
-};
-
-const QList<MediaFolder> &mediaFolders()
-{
-    static const auto &table = undying([] {
-        QList<MediaFolder> folders;
-        for (int modelType = 1; modelType <= 256; modelType *= 2) {
-            // Ordinary media alone have no name.
-            if (modelType > 1 && ModelBaseUtil::getModelSourceTypeString(modelType).isEmpty())
-                continue;
-            for (int fileType = 0; fileType <= 13; ++fileType) {
-                if (!ModelBaseUtil::getFileTypeString(fileType).isEmpty()) {
-                    folders.append({modelType, fileType,
-                                    ModelBaseUtil::makeMediaPath({}, modelType, fileType)});
-                }
-            }
-        }
-        return folders;
-    }());
-    return table;
-}
-
-bool isMediaFolder(const QVariantMap &entry)
-{
-    const QList<MediaFolder> &folders = mediaFolders();
-    return std::any_of(folders.cbegin(), folders.cend(), [&](const MediaFolder &folder) {
-        return entry.value(modelTypeKey()) == folder.modelType
-            && entry.value(fileTypeKey()) == folder.fileType;
-    });
-}
-
-QString accountFolder(const QString &id)
-{
-    return id + Util::separator();
-}
-
-QVariant toJsonText(const QVariantList &entries)
-{
-    return QString::fromUtf8(listToJson(entries));
-}
-
-QVariantList fromJsonText(const QVariant &text)
-{
-    return jsonToList(text.toString().toUtf8());
-}
-
-/// The entries of one account, and their bytes added to `bytes`.
-QVariantList surveyAccount(const QString &source, const QString &id, qint64 *bytes)
-{
-    QVariantList entries;
-    QSet<QString> counted;
-    for (const MediaFolder &folder : mediaFolders()) {
-        const qint64 size = FolderMove::size(source, accountFolder(id) + folder.path);
-        if (!counted.contains(folder.path)) {
-            counted.insert(folder.path);
-            *bytes += size;
-        }
-        entries.append(QVariantMap{{modelTypeKey(), folder.modelType},
-                                   {fileTypeKey(), folder.fileType},
-                                   {movedKey(), size == 0}});
-    }
-    return entries;
-}
-
-/// The stored map without what it cannot be trusted in: it says which folders are emptied.
-QVariantMap readAccounts(const QByteArray &info)
-{
-    const QVariantMap stored = jsonToMap(info);
-    QVariantMap accounts;
-    for (auto account = stored.cbegin(); account != stored.cend(); ++account) {
-        const qint64 id = account.key().toLongLong();
-        QVariantList entries = fromJsonText(account.value());
-        entries.removeIf([](const QVariant &entry) { return !isMediaFolder(entry.toMap()); });
-        if (id > 0 && QString::number(id) == account.key() && !entries.isEmpty())
-            accounts.insert(account.key(), toJsonText(entries));
-    }
-    if (accounts.size() < stored.size())
-        ImLog::error(lcMove(), QStringLiteral("The stored state of a data move is damaged"));
-    return accounts;
-}
 
 /// True when `path` is `folder` or lies in it, whatever links its spelling goes through.
 bool isWithin(const QString &path, const QString &folder)
@@ -293,300 +61,10 @@ Reason obstacle(const QString &source, const QString &target)
     return info.isDir() ? Reason::None : Reason::TargetNotDirectory;
 }
 
-QString folderOf(const QVariantMap &entry)
-{
-    return ModelBaseUtil::makeMediaPath({}, entry.value(modelTypeKey()).toInt(),
-                                        entry.value(fileTypeKey()).toInt());
-}
-
-/// A name below a directory that nothing else has: neither a person's files, nor those of a move to
-/// another place, which may have been copied here.
-QString nameOfOurs(const char *purpose, const QString &directory)
-{
-    const QByteArray place = QDir::cleanPath(QDir::fromNativeSeparators(directory)).toUtf8();
-    return QStringLiteral(".modelbase-%1-%2")
-        .arg(QLatin1String(purpose),
-             QString::fromLatin1(
-                 QCryptographicHash::hash(place, QCryptographicHash::Sha256).toHex().left(16)));
-}
-
-/// The file in which the copies for an account are made.
-QString scratchFile(const QString &target, const QString &id)
-{
-    return target + accountFolder(id) + nameOfOurs("copy", target);
-}
-
-/// Where media wait for their deletion.
-QString trashFolder(const QString &directory)
-{
-    return directory + nameOfOurs("left", directory);
-}
-
-/// Those of the accounts that could not be opened this time, too.
-QStringList signedInIds()
-{
-    QStringList ids;
-    for (const qint64 id : AccountManager::getInstance()->getAccountIds())
-        ids.append(QString::number(id));
-    for (const QVariant &id : AppSettingModel::instance()->accountIds())
-        ids.append(QString::number(id.toLongLong()));
-    ids.removeDuplicates();
-    return ids;
-}
-
-bool isSignedIn(const QString &id)
-{
-    return signedInIds().contains(id);
-}
-
-/// Whether the old place is there, and not just the empty directory at which a disk is mounted: as
-/// long as a move is unfinished, it has a folder for each of its accounts.
-bool isThere(const QString &source, const QStringList &ids)
-{
-    const auto isStaying = [](const QString &id) { return isSignedIn(id); };
-    return QFileInfo(source).isDir()
-        && (std::none_of(ids.cbegin(), ids.cend(), isStaying)
-            || std::any_of(ids.cbegin(), ids.cend(), [&](const QString &id) {
-                   return QFileInfo(source + accountFolder(id)).isDir();
-               }));
-}
-
-/// Not there, or perhaps the directory at which a disk is mounted when that is unplugged.
-bool isBare(const QString &directory)
-{
-    return QDir(directory).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System
-                                   | QDir::NoDotAndDotDot);
-}
-
-/// Puts what an account has there where it can be deleted at leisure, whoever signs in meanwhile.
-/// False when something stays: the disk may be back later.
-bool setAside(const QString &directory, const QString &id)
-{
-    if (isBare(directory))
-        return false;
-    QFile::remove(scratchFile(directory, id));
-    bool isDone = true;
-    for (const MediaFolder &folder : mediaFolders())
-        isDone =
-            FolderMove::moveAway(directory, accountFolder(id) + folder.path, trashFolder(directory))
-            && isDone;
-    QDir().rmdir(directory + id);
-    return isDone;
-}
-
-/// What is to be deleted, which is stored: of each directory, the ids of those who had media there.
-QString leftKey()
-{
-    return QStringLiteral("left_media");
-}
-
-QVariantMap leftMedia()
-{
-    return jsonToMap(AppSettingModel::instance()->getValue(leftKey(), {}).toByteArray());
-}
-
-void setLeftMedia(const QVariantMap &left)
-{
-    AppSettingModel *settings = AppSettingModel::instance();
-    if (!left.isEmpty())
-        settings->setValue(leftKey(), mapToJson(left), true);
-    else if (settings->getValue(leftKey(), {}).isValid())
-        settings->removeKey(leftKey());
-}
-
-void addLeftMedia(const QStringList &directories, const QStringList &ids)
-{
-    if (ids.isEmpty())
-        return;
-    QVariantMap left = leftMedia();
-    for (const QString &directory : directories) {
-        QStringList all = left.value(directory).toStringList() + ids;
-        all.removeDuplicates();
-        left.insert(directory, all);
-    }
-    setLeftMedia(left);
-}
-
 } // namespace
 
-/// The background part of a move: what is left at the old place goes to the new one.
-class AppDataMove::Carrier
-{
-public:
-    Carrier(AppDataMove *move, Plan &&plan)
-        : m_move(move), m_cancelled(move->m_cancelled), m_abandoned(move->m_abandoned),
-          m_settings(AppSettingModel::instance()), m_plan(std::move(plan))
-    {
-    }
-
-    Report run()
-    {
-        // Without a map, because the stored one was damaged, all that is still there is to be moved.
-        if (m_plan.accounts.isEmpty()) {
-            for (const QString &id : signedInIds())
-                m_plan.accounts.insert(id, QVariant());
-        }
-        const QStringList ids = m_plan.accounts.keys();
-        m_report.ids = ids;
-        m_report.isSourceMissing = !isThere(m_plan.source, ids);
-        if (m_report.isSourceMissing)
-            return std::move(m_report);
-        for (const QString &id : ids) {
-            if (isStopped())
-                break;
-            // At the source it is of a move that this one takes back.
-            for (const QString &place : {m_plan.source, m_plan.target})
-                QFile::remove(scratchFile(place, id));
-            const QVariantList entries = surveyAccount(m_plan.source, id, &m_report.totalBytes);
-            if (m_plan.accounts.value(id).isNull())
-                m_plan.accounts.insert(id, toJsonText(entries));
-        }
-        m_sinceShown.start();
-
-        m_report.result = carryAll(ids);
-        for (int round = 0; round < patientRounds && m_report.result == FolderMove::InUse;
-             ++round) {
-            for (int slept = 0; slept < patienceMs && !isStopped(); slept += 10)
-                QThread::msleep(10);
-            m_report.result = carryAll(ids);
-        }
-        m_report.isSourceMissing = !isThere(m_plan.source, ids);
-        return std::move(m_report);
-    }
-
-private:
-    bool isStopped() const { return m_cancelled || m_abandoned; }
-
-    /// The flag is read last: who gives the manager up sets it before the accounts are forgotten.
-    bool isGone(const QString &id) const { return !isSignedIn(id) && !m_cancelled; }
-
-    FolderMove::Result carryAll(const QStringList &ids)
-    {
-        m_report.problems.clear();
-        FolderMove::Result worst = FolderMove::Done;
-        for (const QString &id : ids) {
-            if (isStopped())
-                break;
-            const FolderMove::Result ofAccount = carryAccount(id);
-            if (!isGone(id))
-                worst = std::max(worst, ofAccount);
-        }
-        std::erase_if(m_report.problems,
-                      [this](const Problem &problem) { return isGone(problem.id); });
-        return isStopped() ? FolderMove::Cancelled : worst;
-    }
-
-    FolderMove::Result carryAccount(const QString &id)
-    {
-        FolderMove::Result worst = FolderMove::Done;
-        QVariantList entries = fromJsonText(m_plan.accounts.value(id));
-        for (QVariant &entry : entries) {
-            if (isGone(id))
-                return worst;
-            QVariantMap fields = entry.toMap();
-            const auto markMoved = [&] {
-                fields.insert(movedKey(), true);
-                entry = fields;
-                m_plan.accounts.insert(id, toJsonText(entries));
-                return store();
-            };
-            const FolderMove::Result result = carryFolder(id, fields, markMoved);
-            worst = std::max(worst, result);
-            if (result > FolderMove::InUse)
-                break;
-        }
-        return worst;
-    }
-
-    /// A folder that is marked as moved may have files left: some without bytes, originals that a
-    /// kill has saved, or what has come since.
-    template <typename MarkMoved>
-    FolderMove::Result carryFolder(const QString &id, const QVariantMap &fields,
-                                   MarkMoved markMoved)
-    {
-        const QString folder = folderOf(fields);
-        const FolderMove::Task task = {m_plan.source, m_plan.target, accountFolder(id) + folder,
-                                       scratchFile(m_plan.target, id),
-                                       fields.value(skippedKey()).toStringList()};
-        for (int round = 0; round < rounds; ++round) {
-            FolderMove move(task, [this](qint64 count) { return advance(count); });
-            if (move.copy() >= FolderMove::NoSpace)
-                return move.worst();
-            if (isStopped())
-                return FolderMove::Cancelled;
-            // A disk that goes takes nothing that has been moved.
-            if (!isThere(m_plan.source, m_plan.accounts.keys()))
-                return FolderMove::Failed;
-            for (const auto &[name, newName] : move.renamed()) {
-                const QString path = QDir::fromNativeSeparators(task.folder);
-                AppDirManager::instance()->addRenamed(m_plan.source, path + name, path + newName);
-                m_settings->setValue(QStringLiteral("moved_file_names"),
-                                     AppDirManager::instance()->renamedFiles(), true);
-            }
-            // The originals go only after what says so is on the disk.
-            const bool isMarked = move.worst() != FolderMove::Done
-                || fields.value(movedKey()).toBool() || markMoved();
-            if (!isMarked || (move.hasCopies() && !sync()))
-                return FolderMove::NoSpace;
-            const bool all = move.removeOriginals();
-            tell(move.moved());
-            if (!all && round + 1 < rounds)
-                continue;
-            for (const FolderMove::Problem &problem : move.problems()) {
-                m_report.problems.push_back({id, folder, move.nameOf(problem), problem.path,
-                                             FileCause(problem.cause), problem.obstacle});
-            }
-            return all ? move.worst() : std::max(move.worst(), FolderMove::InUse);
-        }
-        return FolderMove::InUse;
-    }
-
-    bool store()
-    {
-        if (m_abandoned)
-            return true;
-        m_settings->setMovedDataInfo(mapToJson(m_plan.accounts));
-        return m_settings->flush();
-    }
-
-    bool sync()
-    {
-        return m_abandoned || (m_settings->flush() && m_settings->globalStorage()->sync());
-    }
-
-    void tell(const QStringList &paths)
-    {
-        if (!paths.isEmpty()) {
-            QMetaObject::invokeMethod(
-                m_move, [paths] { BaseFile::tellFollowers(paths); }, Qt::QueuedConnection);
-        }
-    }
-
-    bool advance(qint64 count)
-    {
-        m_report.movedBytes += count;
-        if (m_sinceShown.elapsed() >= progressMs) {
-            m_sinceShown.start();
-            QMetaObject::invokeMethod(
-                m_move,
-                [move = m_move, moved = m_report.movedBytes, total = m_report.totalBytes] {
-                    move->setProgress(moved, total);
-                },
-                Qt::QueuedConnection);
-        }
-        return !isStopped();
-    }
-
-    AppDataMove *const m_move;
-    const std::atomic<bool> &m_cancelled;
-    const std::atomic<bool> &m_abandoned;
-    AppSettingModel *const m_settings;
-    Plan m_plan;
-    Report m_report;
-    QElapsedTimer m_sinceShown;
-};
-
-AppDataMove::AppDataMove(QObject *parent) : QObject(parent)
+AppDataMove::AppDataMove(Accounts accounts, QObject *parent)
+    : QObject(parent), m_accounts(std::move(accounts))
 {
     m_again.setSingleShot(true);
     m_again.setInterval(laterMs);
@@ -598,11 +76,43 @@ AppDataMove::~AppDataMove()
     reset();
 }
 
+/// Those of the accounts that could not be opened this time, too.
+QStringList AppDataMove::signedInIds() const
+{
+    QStringList ids;
+    for (const qint64 id : m_accounts.listed())
+        ids.append(QString::number(id));
+    for (const QVariant &id : AppSettingModel::instance()->accountIds())
+        ids.append(QString::number(id.toLongLong()));
+    ids.removeDuplicates();
+    return ids;
+}
+
+bool AppDataMove::isSignedIn(const QString &id) const
+{
+    return signedInIds().contains(id);
+}
+
+/// Whether the old place is there, and not just the empty directory at which a disk is mounted: as
+/// long as a move is unfinished, it has a folder for each of its accounts.
+bool AppDataMove::isThere(const QString &source, const QStringList &ids) const
+{
+    const auto isStaying = [this](const QString &id) { return isSignedIn(id); };
+    return QFileInfo(source).isDir()
+        && (std::none_of(ids.cbegin(), ids.cend(), isStaying)
+            || std::any_of(ids.cbegin(), ids.cend(), [&](const QString &id) {
+                   return QFileInfo(source + MoveMap::accountFolder(id)).isDir();
+               }));
+}
+
 bool AppDataMove::moveTo(const QString &targetDirectory)
 {
-    m_manager = AccountManager::getInstance();
     if (m_running)
         return refuse(Reason::Running);
+    // Where media are is not known yet.
+    AppSettingModel *settings = AppSettingModel::instance();
+    if (settings->isUnread() && !settings->flush())
+        return refuse(Reason::NotStored);
     Plan plan;
     plan.source = AppDirManager::instance()->cacheDataDir();
     const QString path = Util::toLocalFile(targetDirectory);
@@ -618,9 +128,9 @@ bool AppDataMove::moveTo(const QString &targetDirectory)
     dropStored();
     // Before the place is in use again.
     removeLeft();
-    if (QVariantMap left = leftMedia(); isBare(plan.target) && left.remove(plan.target) > 0)
-        setLeftMedia(left);
-    const AppSettingModel *settings = AppSettingModel::instance();
+    if (QVariantMap left = LeftMedia::stored();
+        LeftMedia::isBare(plan.target) && left.remove(plan.target) > 0)
+        LeftMedia::store(left);
     // A move that has not finished can be taken back.
     if (!settings->movedDataInfo().isEmpty()) {
         if (QDir(settings->oldCacheDataPath()) != QDir(plan.target))
@@ -644,7 +154,7 @@ void AppDataMove::measure(const QString &targetDirectory)
     run([this, source, ids = signedInIds(), targetDirectory] {
         qint64 needed = 0;
         for (const QString &id : ids)
-            surveyAccount(source, id, &needed);
+            MoveMap::surveyAccount(source, id, &needed);
         const QString target = Util::toLocalFile(targetDirectory);
         const qint64 available =
             QFileInfo(target).isDir() ? QStorageInfo(target).bytesAvailable() : -1;
@@ -668,11 +178,10 @@ void AppDataMove::resume()
     const QByteArray info = settings->movedDataInfo();
     if (info.isEmpty())
         return;
-    m_manager = AccountManager::getInstance();
     Plan plan;
     plan.source = settings->oldCacheDataPath();
     plan.target = settings->cacheDataPath();
-    plan.accounts = readAccounts(info);
+    plan.accounts = MoveMap::readAccounts(info);
 
     begin();
     if (const Reason reason = obstacle(plan.source, plan.target); reason != Reason::None)
@@ -701,16 +210,17 @@ bool AppDataMove::skip()
     for (const Problem &problem : m_problems) {
         if (problem.cause == FileCause::BeingWritten && !isAllInUse)
             continue;
-        QVariantList entries = fromJsonText(accounts.value(problem.id));
+        QVariantList entries = MoveMap::fromJsonText(accounts.value(problem.id));
         for (QVariant &entry : entries) {
             QVariantMap fields = entry.toMap();
-            if (folderOf(fields) != problem.folder)
+            if (MoveMap::folderOf(fields) != problem.folder)
                 continue;
-            fields.insert(skippedKey(),
-                          fields.value(skippedKey()).toStringList() + QStringList{problem.name});
+            fields.insert(MoveMap::skippedKey(),
+                          fields.value(MoveMap::skippedKey()).toStringList()
+                              + QStringList{problem.name});
             entry = fields;
         }
-        accounts.insert(problem.id, toJsonText(entries));
+        accounts.insert(problem.id, MoveMap::toJsonText(entries));
     }
     settings->setMovedDataInfo(mapToJson(accounts));
     if (!settings->flush())
@@ -749,8 +259,32 @@ void AppDataMove::reset()
 void AppDataMove::wipe()
 {
     follow();
-    addLeftMedia(AppDirManager::instance()->everyDir(), signedInIds());
+    LeftMedia::add(AppDirManager::instance()->everyDir(), signedInIds());
+    m_wipesLate = AppSettingModel::instance()->isUnread();
     AppSettingModel::instance()->flush();
+}
+
+/// Notes the media of those who were wiped before the settings could be read.
+void AppDataMove::wipeLate(const QVariantMap &rows)
+{
+    if (!std::exchange(m_wipesLate, false))
+        return;
+    QStringList directories =
+        AppDirManager::formerDirs(rows.value(QStringLiteral("moved_file_names")).toByteArray());
+    for (const char *key : {"cache_data_path", "old_cache_data_path"}) {
+        const QString directory = rows.value(QLatin1StringView(key)).toString();
+        if (!directory.isEmpty())
+            directories.append(directory);
+    }
+    QStringList ids = jsonToMap(rows.value(QStringLiteral("moved_data_info")).toByteArray()).keys();
+    for (const QVariant &id : jsonToList(rows.value(QStringLiteral("accounts")).toByteArray()))
+        ids.append(QString::number(id.toLongLong()));
+    LeftMedia::add(directories, ids);
+    // The reset has not seen what an earlier wipe left.
+    const QVariantMap left = jsonToMap(rows.value(QStringLiteral("left_media")).toByteArray());
+    for (auto entry = left.cbegin(); entry != left.cend(); ++entry)
+        LeftMedia::add({entry.key()}, entry.value().toStringList());
+    removeLeft();
 }
 
 bool AppDataMove::unfinished() const
@@ -760,7 +294,7 @@ bool AppDataMove::unfinished() const
 
 QString AppDataMove::reasonText() const
 {
-    return textsOf(m_reason).first;
+    return MoveTexts::of(m_reason).first;
 }
 
 QVariantList AppDataMove::problems() const
@@ -771,7 +305,7 @@ QVariantList AppDataMove::problems() const
             QVariantMap{{QStringLiteral("path"), QDir::toNativeSeparators(problem.path)},
                         {QStringLiteral("cause"), QVariant::fromValue(problem.cause)},
                         {QStringLiteral("obstacle"), QDir::toNativeSeparators(problem.obstacle)},
-                        {QStringLiteral("text"), textOf(problem.cause)}});
+                        {QStringLiteral("text"), MoveTexts::of(problem.cause)}});
     }
     return list;
 }
@@ -782,7 +316,8 @@ void AppDataMove::dropStored()
     AppSettingModel *settings = AppSettingModel::instance();
     if (settings->movedDataInfo().isEmpty() || !settings->oldCacheDataPath().isEmpty())
         return;
-    ImLog::error(lcMove(), QStringLiteral("A stored data move has no old place and is dropped"));
+    ImLog::error(lcSettings(),
+                 QStringLiteral("A stored data move has no old place and is dropped"));
     settings->setMovedDataInfo({});
 }
 
@@ -793,6 +328,8 @@ void AppDataMove::follow()
             Qt::UniqueConnection);
     connect(settings, &AppSettingModel::paramsBeReseted, this, &AppDataMove::abandon,
             Qt::UniqueConnection);
+    connect(settings, &AppSettingModel::storeRead, this, &AppDataMove::wipeLate,
+            Qt::UniqueConnection);
 }
 
 /// Once everybody has signed out, the settings are about to be reset, which forgets the places.
@@ -802,12 +339,12 @@ void AppDataMove::accountsChanged(const QVariantList &ids)
     const QStringList moving = jsonToMap(settings->movedDataInfo()).keys();
     if (!ids.isEmpty())
         return dropGone(); // at once: they may come back
-    if (moving.isEmpty() && !AccountManager::getInstance()->deleteAll())
+    if (moving.isEmpty() && !m_accounts.areWiped())
         return;
     abandon();
     if (m_carrying.valid())
         m_carrying.wait();
-    addLeftMedia({settings->oldCacheDataPath(), settings->cacheDataPath()}, moving);
+    LeftMedia::add({settings->oldCacheDataPath(), settings->cacheDataPath()}, moving);
     removeLeft(true);
 }
 
@@ -821,7 +358,7 @@ void AppDataMove::abandon()
 /// directory that is in use those stay who are signed in, unless everybody is about to sign out.
 void AppDataMove::removeLeft(bool isEverybodyLeaving)
 {
-    QVariantMap left = leftMedia();
+    QVariantMap left = LeftMedia::stored();
     if (left.isEmpty())
         return;
     const QStringList used =
@@ -832,49 +369,24 @@ void AppDataMove::removeLeft(bool isEverybodyLeaving)
         QStringList ids = entry.value().toStringList();
         // Who is there was not wiped after all, or has come back.
         ids.removeIf([&](const QString &id) {
-            return isUsed && AccountManager::getInstance()->getAccount(id.toLongLong());
+            return isUsed && m_accounts.listed().contains(id.toLongLong());
         });
         entry.value() = ids;
         ids.removeIf([&](const QString &id) {
-            return (isUsed && isSignedIn(id)) || !setAside(entry.key(), id);
+            return (isUsed && isSignedIn(id)) || !LeftMedia::setAside(entry.key(), id);
         });
         removed.insert(entry.key(), ids);
     }
-    setLeftMedia(left);
+    LeftMedia::store(left);
     run([this, removed] {
         QVariantMap done;
         for (auto entry = removed.cbegin(); entry != removed.cend(); ++entry) {
-            if (emptyTrash(entry.key()))
+            if (LeftMedia::emptyTrash(entry.key(), m_hurrying))
                 done.insert(entry.key(), entry.value());
         }
         QMetaObject::invokeMethod(
-            this, [done] { forgetLeft(done); }, Qt::QueuedConnection);
+            this, [done] { LeftMedia::remove(done); }, Qt::QueuedConnection);
     });
-}
-
-bool AppDataMove::emptyTrash(const QString &directory) const
-{
-    const QDir trash(trashFolder(directory));
-    for (const QString &name : trash.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot)) {
-        if (m_hurrying || !Util::removeLocalFolder(trash.filePath(name)))
-            return false;
-    }
-    return !trash.exists() || QDir().rmdir(trash.path());
-}
-
-void AppDataMove::forgetLeft(const QVariantMap &removed)
-{
-    QVariantMap left = leftMedia();
-    for (auto entry = removed.cbegin(); entry != removed.cend(); ++entry) {
-        QStringList ids = left.value(entry.key()).toStringList();
-        for (const QString &id : entry.value().toStringList())
-            ids.removeAll(id);
-        if (ids.isEmpty())
-            left.remove(entry.key());
-        else
-            left.insert(entry.key(), ids);
-    }
-    setLeftMedia(left);
 }
 
 /// Takes those who have signed out from the stored map. What they have left is deleted, and also
@@ -884,10 +396,10 @@ void AppDataMove::dropGone(const QStringList &ids)
     AppSettingModel *settings = AppSettingModel::instance();
     QVariantMap accounts = jsonToMap(settings->movedDataInfo());
     QStringList gone = accounts.keys() + ids;
-    gone.removeIf(isSignedIn);
+    gone.removeIf([this](const QString &id) { return isSignedIn(id); });
     if (gone.isEmpty())
         return;
-    addLeftMedia({settings->oldCacheDataPath(), settings->cacheDataPath()}, gone);
+    LeftMedia::add({settings->oldCacheDataPath(), settings->cacheDataPath()}, gone);
     for (const QString &id : std::as_const(gone))
         accounts.remove(id);
     settings->setMovedDataInfo(mapToJson(accounts));
@@ -902,16 +414,13 @@ void AppDataMove::closeMap()
     const QStringList ids = jsonToMap(settings->movedDataInfo()).keys();
     settings->setMovedDataInfo({});
     for (const QString &id : ids) {
-        QFile::remove(scratchFile(settings->cacheDataPath(), id));
+        QFile::remove(MoveMap::scratchFile(settings->cacheDataPath(), id));
         QDir().rmdir(settings->oldCacheDataPath() + id);
     }
 }
 
 void AppDataMove::begin()
 {
-    // The manager forgets its accounts when it is given up: none of them is gone then.
-    connect(m_manager, &AccountManager::beginReset, this, &AppDataMove::cancel,
-            Qt::UniqueConnection);
     follow();
     m_again.stop();
     m_cancelled = false;
@@ -929,7 +438,7 @@ std::future<void> AppDataMove::start(const std::function<void()> &work)
     // Also a task that is dropped unrun makes the future ready.
     const auto task = std::make_shared<std::packaged_task<void()>>(work);
     std::future<void> future = task->get_future();
-    ThreadManager::run([task] { (*task)(); }, true);
+    Workers::run([task] { (*task)(); }, true);
     return future;
 }
 
@@ -946,7 +455,8 @@ void AppDataMove::survey(Plan plan)
     for (auto account = plan.accounts.begin(); account != plan.accounts.end(); ++account) {
         if (m_cancelled)
             break;
-        account.value() = toJsonText(surveyAccount(plan.source, account.key(), &plan.bytes));
+        account.value() =
+            MoveMap::toJsonText(MoveMap::surveyAccount(plan.source, account.key(), &plan.bytes));
     }
     QMetaObject::invokeMethod(
         this, [this, plan] { switchOver(plan); }, Qt::QueuedConnection);
@@ -981,11 +491,11 @@ void AppDataMove::switchOver(const Plan &plan)
     settings->setValue(QStringLiteral("moved_file_names"), names, true);
     settings->setMovedDataInfo(info);
     dirs->updateCacheDataDir(plan.target, plan.source);
-    m_manager->updateUserCacheDataPath();
+    Q_EMIT directoryChanged();
 
     const bool stored = settings->flush();
     if (stored && !plan.accounts.isEmpty()
-        && Util::mkpath(plan.target + accountFolder(plan.accounts.firstKey()))) {
+        && Util::mkpath(plan.target + MoveMap::accountFolder(plan.accounts.firstKey()))) {
         for (const QString &id : plan.accounts.keys()) {
             if (QFileInfo(plan.source).isDir()) // see isThere()
                 Util::mkpath(plan.source + id);
@@ -1004,7 +514,7 @@ void AppDataMove::switchOver(const Plan &plan)
     settings->setMovedDataInfo(plan.undoneInfo);
     m_running = false;
     dirs->updateCacheDataDir(plan.source, plan.undoneSource);
-    m_manager->updateUserCacheDataPath();
+    Q_EMIT directoryChanged();
     settings->flush();
     end(Outcome::Failed, reason);
 }
@@ -1039,25 +549,26 @@ void AppDataMove::complete(const Report &report)
         return fail(Reason::OldPlaceMissing);
     if (report.result == FolderMove::InUse)
         m_again.start();
-    fail(report.result == FolderMove::NoSpace     ? Reason::NoSpace
-             : report.result == FolderMove::InUse ? Reason::FilesInUse
-                                                  : Reason::FilesLeft);
+    fail(report.result == FolderMove::NoSpace         ? Reason::NoSpace
+             : report.result == FolderMove::NotStored ? Reason::NotStored
+             : report.result == FolderMove::InUse     ? Reason::FilesInUse
+                                                      : Reason::FilesLeft);
 }
 
 bool AppDataMove::refuse(Reason reason)
 {
-    const auto [text, words] = textsOf(reason);
-    ImLog::error(lcMove(), QStringLiteral("Data move refused: ") + QLatin1String(words));
+    const auto [text, words] = MoveTexts::of(reason);
+    ImLog::error(lcSettings(), QStringLiteral("Data move refused: ") + QLatin1String(words));
     setOutcome(m_running ? Outcome::None : Outcome::Refused, reason);
-    Q_EMIT m_manager->error(0, text, 0);
+    Q_EMIT problemOccurred(text);
     return false;
 }
 
 void AppDataMove::tell(Reason reason)
 {
-    const auto [text, words] = textsOf(reason);
-    ImLog::error(lcMove(), QStringLiteral("Data move: ") + QLatin1String(words));
-    Q_EMIT m_manager->error(0, text, 0);
+    const auto [text, words] = MoveTexts::of(reason);
+    ImLog::error(lcSettings(), QStringLiteral("Data move: ") + QLatin1String(words));
+    Q_EMIT problemOccurred(text);
 }
 
 void AppDataMove::fail(Reason reason)

@@ -14,8 +14,6 @@
 #include <future>
 #include <vector>
 
-class AccountManager;
-
 /// Moves the cache data directory, which is every account's media, to another place. The work is
 /// done in the background (ThreadManager::run), while the application goes on: once the files are
 /// counted, the settings point at the new place, and the files follow.
@@ -110,7 +108,12 @@ public:
     };
     Q_ENUM(FileCause)
 
-    explicit AppDataMove(QObject *parent);
+    /// What a move asks about the accounts.
+    struct Accounts {
+        std::function<QList<qint64>()> listed; ///< ids of those that are open; any thread
+        std::function<bool()> areWiped;        ///< they are about to sign out for a wipe
+    };
+    AppDataMove(Accounts accounts, QObject *parent);
     /// As reset().
     ~AppDataMove() override;
 
@@ -144,7 +147,8 @@ public:
     /// get ten seconds; the next start deletes the rest.
     void reset();
     /// For AccountManager, when everybody is about to be wiped: once they are signed out, their
-    /// media are deleted in every place that has been in use, also by the next start.
+    /// media are deleted in every place that has been in use, also by the next start. Where the
+    /// settings could not be read, that is once they are; this process has to live that long.
     void wipe();
 
     bool running() const { return m_running; }
@@ -173,6 +177,10 @@ Q_SIGNALS:
     void totalBytesChanged();
     /// The end of each move that was begun or resumed; true when everything is at its new place.
     void finished(bool ok);
+    /// For AccountManager: the directory in use is another one from now on.
+    void directoryChanged();
+    /// For AccountManager, whose error() it becomes: a text in the user's language.
+    void problemOccurred(const QString &text);
     /// The answer to measure(), in bytes.
     void measured(const QString &targetDirectory, qint64 neededBytes, qint64 availableBytes);
 
@@ -182,6 +190,9 @@ private:
     struct Report;
     class Carrier;
 
+    QStringList signedInIds() const;
+    bool isSignedIn(const QString &id) const;
+    bool isThere(const QString &source, const QStringList &ids) const;
     void begin();
     static std::future<void> start(const std::function<void()> &work);
     void run(const std::function<void()> &work);
@@ -192,10 +203,9 @@ private:
     void switchOver(const Plan &plan);
     void complete(const Report &report);
     void follow();
+    void wipeLate(const QVariantMap &rows);
     void accountsChanged(const QVariantList &ids);
     void removeLeft(bool isEverybodyLeaving = false);
-    bool emptyTrash(const QString &directory) const; // in the background
-    static void forgetLeft(const QVariantMap &removed);
     void dropGone(const QStringList &ids = {});
     void closeMap();
     bool refuse(Reason reason);
@@ -207,12 +217,13 @@ private:
     void abandon();
     void setProgress(qint64 movedBytes, qint64 totalBytes);
 
-    AccountManager *m_manager = nullptr;    // known once a move begins
+    const Accounts m_accounts;
     std::future<void> m_carrying;           // ready when no file is copied any more
     std::vector<std::future<void>> m_tasks; // others, likewise
     std::atomic<bool> m_hurrying = false;   // nothing more is deleted
     std::atomic<bool> m_cancelled = false;
     std::atomic<bool> m_abandoned = false; // the settings were reset: nothing is stored any more
+    bool m_wipesLate = false; // the settings that tell where media are have not been read
     bool m_givingUp = false;
     bool m_running = false;
     Outcome m_outcome = Outcome::None;

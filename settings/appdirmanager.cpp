@@ -11,14 +11,8 @@
 namespace
 {
 
-QString dirsKey()
-{
-    return QStringLiteral("dirs");
-}
-QString filesKey()
-{
-    return QStringLiteral("files");
-}
+constexpr auto dirsKey = [] { return QStringLiteral("dirs"); };
+constexpr auto filesKey = [] { return QStringLiteral("files"); };
 
 QString clean(const QString &path)
 {
@@ -66,6 +60,8 @@ void AppDirManager::init()
     }
     QObject::disconnect(m_resets);
     m_resets = QObject::connect(settings, &AppSettingModel::paramsBeReseted, [this] { init(); });
+    QObject::disconnect(m_reads);
+    m_reads = QObject::connect(settings, &AppSettingModel::storeRead, [this] { init(); });
 }
 
 void AppDirManager::updateCacheDataDir(const QString &cacheDataDir, const QString &oldCacheDataDir)
@@ -94,6 +90,11 @@ QStringList AppDirManager::everyDir() const
         dirs.append(QDir::toNativeSeparators(cleanDir(dir)));
     dirs.removeDuplicates();
     return dirs;
+}
+
+QStringList AppDirManager::formerDirs(const QByteArray &stored)
+{
+    return jsonToMap(stored).value(dirsKey()).toStringList();
 }
 
 QByteArray AppDirManager::withFormerDirs(const QByteArray &stored, const QStringList &dirs)

@@ -68,7 +68,9 @@ public:
     QString renamed(const QString &path) const;
     /// For the setting "moved_file_names", which init() reads.
     QByteArray renamedFiles() const;
-    /// That setting with further former directories.
+    /// The former directories in that setting.
+    static QStringList formerDirs(const QByteArray &stored);
+    /// That setting with further ones.
     static QByteArray withFormerDirs(const QByteArray &stored, const QStringList &dirs);
 
 private:
@@ -83,6 +85,7 @@ private:
     QString m_cacheDataDir;
     QString m_oldCacheDataDir;
     QMetaObject::Connection m_resets;
+    QMetaObject::Connection m_reads;
 
     mutable std::mutex m_mutex; // guards what follows
     QStringList m_mediaDirs;

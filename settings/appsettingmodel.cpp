@@ -1,12 +1,16 @@
 #include "settings/appsettingmodel.h"
 
-#include "account/threadmanager.h"
+#include "core/logs_p.h"
+#include "core/storewriter_p.h"
+#include "core/valuecache_p.h"
+#include "core/workers_p.h"
 #include "i18n/languagefollower.h"
 #include "i18n/translations.h"
 #include "imlog/imlog.h"
 #include "settings/appdirmanager.h"
+#include "settings/consoleoptions_p.h"
+#include "settings/emojiskins_p.h"
 #include "settings/settingmodel_p.h"
-#include "settings/storewriter_p.h"
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
 
@@ -15,7 +19,6 @@
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QLocale>
-#include <QLoggingCategory>
 #include <QMetaMethod>
 #include <QQmlEngine>
 #include <QThread>
@@ -28,8 +31,6 @@
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcSettings, "im.settingmodel")
-
 std::atomic<AppSettingModel *> theModel = nullptr;
 std::mutex theModelMutex; // guards the making of it, and what follows
 bool isReleasing = false;
@@ -38,59 +39,19 @@ constexpr int closeMs = 5000;
 constexpr int firstRetryMs = 1000;
 constexpr int lastRetryMs = 60'000;
 
-const char defaultConsoleOptions[] = "[{\"uri\": \"im.base\", \"enable\": true}, "
-                                     "{\"uri\": \"im.component\", \"enable\": true}, "
-                                     "{\"uri\": \"im.contacts\", \"enable\": true}, "
-                                     "{\"uri\": \"im.multimedia\", \"enable\": true}, "
-                                     "{\"uri\": \"im.devicemessage\", \"enable\": true}, "
-                                     "{\"uri\": \"im.emoji\", \"enable\": true}, "
-                                     "{\"uri\": \"im.filemanager\", \"enable\": true}, "
-                                     "{\"uri\": \"im.mediamodel\", \"enable\": true}, "
-                                     "{\"uri\": \"im.meeting\", \"enable\": true}, "
-                                     "{\"uri\": \"im.model\", \"enable\": true}, "
-                                     "{\"uri\": \"im.modelbase\", \"enable\": true}, "
-                                     "{\"uri\": \"im.network\", \"enable\": true}, "
-                                     "{\"uri\": \"im.notebook\", \"enable\": true}, "
-                                     "{\"uri\": \"im.search\", \"enable\": true}, "
-                                     "{\"uri\": \"im.storage\", \"enable\": true}, "
-                                     "{\"uri\": \"im.screencapture\", \"enable\": true}, "
-                                     "{\"uri\": \"im.ui\", \"enable\": true}, "
-                                     "{\"uri\": \"im.webrtc\", \"enable\": true}, "
-                                     "{\"uri\": \"im.settingmodel\", \"enable\": true}]";
-
 constexpr int defaultFontSize = 14;
 constexpr int maximumFontSize = 1000;
 constexpr int infoPanelMinimum = 320;
 constexpr int infoPanelMaximum = 480;
 
-QString upgradeKey()
-{
-    return QStringLiteral("upgrade");
-}
-QString databaseVersionKey()
-{
-    return QStringLiteral("database_version");
-}
-QString serverConfigKey()
-{
-    return QStringLiteral("server_config");
-}
-QString skinIndexesKey()
-{
-    return QStringLiteral("emoji_skin_indexes");
-}
-QString accountsKey()
-{
-    return QStringLiteral("accounts");
-}
-QString currentAccountKey()
-{
-    return QStringLiteral("current_account");
-}
-QString formerPlacesKey()
-{
-    return QStringLiteral("moved_file_names");
-}
+constexpr auto upgradeKey = [] { return QStringLiteral("upgrade"); };
+constexpr auto databaseVersionKey = [] { return QStringLiteral("database_version"); };
+constexpr auto serverConfigKey = [] { return QStringLiteral("server_config"); };
+constexpr auto consoleOptionsKey = [] { return QStringLiteral("console_options"); };
+constexpr auto skinIndexesKey = [] { return QStringLiteral("emoji_skin_indexes"); };
+constexpr auto accountsKey = [] { return QStringLiteral("accounts"); };
+constexpr auto currentAccountKey = [] { return QStringLiteral("current_account"); };
+constexpr auto formerPlacesKey = [] { return QStringLiteral("moved_file_names"); };
 
 /// Settings whose changes are announced before and after, see beginConfig.
 bool isBracketed(const QString &key)
@@ -103,27 +64,6 @@ QVariant applicationProperty(const char *name)
 {
     const QCoreApplication *app = QCoreApplication::instance();
     return app ? app->property(name) : QVariant();
-}
-
-// Members of one console option.
-QString uriOf(const QJsonObject &option)
-{
-    return option.value(QStringLiteral("uri")).toString();
-}
-bool isEnabled(const QJsonObject &option)
-{
-    return option.value(QStringLiteral("enable")).toBool();
-}
-
-QString filterRule(const QJsonObject &option)
-{
-    return QStringLiteral("%1.debug=%2")
-        .arg(uriOf(option), isEnabled(option) ? QStringLiteral("true") : QStringLiteral("false"));
-}
-
-QString toText(const QJsonArray &array)
-{
-    return QString::fromUtf8(QJsonDocument(array).toJson(QJsonDocument::Compact));
 }
 
 } // namespace
@@ -193,7 +133,7 @@ void AppSettingModel::releaseInstance()
 AppSettingModel::AppSettingModel()
     : m_storage(new storage::GlobalStorageProvider(this)),
       m_writer(std::make_unique<SettingWriter>(m_storage->settingStorage())),
-      m_translations(std::make_unique<Translations>())
+      m_translations(std::make_unique<Translations>()), m_skins(std::make_unique<EmojiSkins>())
 {
     // What concerns the application object runs where this object lives.
     if (const QCoreApplication *app = QCoreApplication::instance())
@@ -215,6 +155,12 @@ void AppSettingModel::loadGlobalData()
     m_isUnread = !m_storage->open();
     if (m_isUnread && !wasUnread && QCoreApplication::instance())
         readLater(firstRetryMs);
+    const bool isLate = wasUnread && !m_isUnread;
+    QVariantMap stored;
+    if (isLate) {
+        for (const storage::SettingInfo &row : m_storage->settingStorage()->allInfos())
+            stored.insert(row.key, row.value);
+    }
     // What was changed while the store was closed is newer than what is in it, and among these.
     const QList<storage::SettingInfo> rows = m_writer->allInfos();
     {
@@ -231,6 +177,10 @@ void AppSettingModel::loadGlobalData()
             m_cache.insert_or_assign(row.key, row.value);
         }
     }
+    if (isLate) {
+        ImLog::info(lcSettings(), QStringLiteral("The settings can be read now"));
+        Q_EMIT storeRead(stored);
+    }
     recalcLineHeight();
     setApplicationProperty("fontPixelSize", themeFontSize());
     loadTranslations();
@@ -239,6 +189,8 @@ void AppSettingModel::loadGlobalData()
     Q_EMIT screenCaptureHotkeyChanged(screenCaptureHotkey());
     Q_EMIT screenRecordHotkeyChanged(screenRecordHotkey());
     Q_EMIT showImHotkeyChanged(showImHotkey());
+    if (isLate)
+        announceAll();
 }
 
 bool AppSettingModel::isUnread() const
@@ -252,8 +204,8 @@ void AppSettingModel::readLater(int ms)
     QTimer::singleShot(ms, this, [this, ms] {
         if (readNow())
             return;
-        ThreadManager::invoke(
-            [storage = *m_storage->settingStorage()]() mutable { storage.apply({}); }, true);
+        Workers::invoke([storage = *m_storage->settingStorage()]() mutable { storage.apply({}); },
+                        true);
         readLater(std::min(2 * ms, lastRetryMs));
     });
 }
@@ -261,11 +213,8 @@ void AppSettingModel::readLater(int ms)
 /// Reads an unread store if it has opened meanwhile. False while there is one.
 bool AppSettingModel::readNow()
 {
-    if (m_isUnread && thread() == QThread::currentThread() && m_storage->isOpen()) {
-        ImLog::info(lcSettings(), QStringLiteral("The settings can be read now"));
+    if (m_isUnread && thread() == QThread::currentThread() && m_storage->isOpen())
         loadGlobalData();
-        announceAll();
-    }
     return !m_isUnread;
 }
 
@@ -730,84 +679,39 @@ void AppSettingModel::setAccountIds(QVariantList value, bool needSave)
 
 QString AppSettingModel::consoleOptions() const
 {
-    const QByteArray defaults =
-        QByteArray::fromRawData(defaultConsoleOptions, sizeof defaultConsoleOptions - 1);
-    const QString stored = read(QStringLiteral("console_options"), QString());
+    const QString stored = read(consoleOptionsKey(), QString());
     if (stored.isEmpty())
-        return QString::fromLatin1(defaults);
-
-    QJsonArray options = QJsonDocument::fromJson(stored.toUtf8()).array();
-    const QJsonArray known = options;
-    const QJsonArray all = QJsonDocument::fromJson(defaults).array();
-    for (const QJsonValue &option : all) {
-        const QString uri = uriOf(option.toObject());
-        if (std::none_of(known.begin(), known.end(),
-                         [&](const QJsonValue &other) { return uriOf(other.toObject()) == uri; }))
-            options.append(option);
-    }
-    QStringList rules;
-    for (const QJsonValue option : std::as_const(options))
-        rules.append(filterRule(option.toObject()));
-    QLoggingCategory::setFilterRules(rules.join(QLatin1Char('\n')));
-    return toText(options);
+        return ConsoleOptions::defaultText();
+    const ConsoleOptions options(stored);
+    options.apply();
+    return options.text();
 }
 
 void AppSettingModel::setConsoleOptions(QString newConsoleOptions, bool needSave)
 {
-    if (setValue(QStringLiteral("console_options"), newConsoleOptions, needSave))
+    if (setValue(consoleOptionsKey(), newConsoleOptions, needSave))
         Q_EMIT consoleOptionsChanged(newConsoleOptions);
 }
 
 void AppSettingModel::changeConsoleOption(QString uri, bool enabled)
 {
-    QJsonArray options = QJsonDocument::fromJson(consoleOptions().toUtf8()).array();
-    QStringList rules;
-    bool known = false;
-    for (QJsonArray::iterator it = options.begin(); it != options.end(); ++it) {
-        QJsonObject option = QJsonValue(*it).toObject();
-        if (uriOf(option) == uri) {
-            known = true;
-            option.insert(QStringLiteral("enable"), enabled);
-            *it = option;
-        }
-        rules.append(filterRule(option));
-    }
-    if (!known) {
-        options.append(
-            QJsonObject{{QStringLiteral("uri"), uri}, {QStringLiteral("enable"), enabled}});
-    }
-    setConsoleOptions(toText(options), true);
-    QLoggingCategory::setFilterRules(rules.join(QLatin1Char('\n')));
-}
-
-void AppSettingModel::parseSkinIndexes() const
-{
-    const QString text = read(skinIndexesKey(), QString());
-    if (text == m_skinIndexesText)
-        return;
-    m_skinIndexesText = text;
-    m_skinIndexes = QJsonDocument::fromJson(text.toUtf8());
+    ConsoleOptions options(consoleOptions());
+    options.change(uri, enabled);
+    setConsoleOptions(options.text(), true);
+    options.apply();
 }
 
 int AppSettingModel::emojiSkinIndex(QString emoji) const
 {
     const std::lock_guard lock(m_mutex);
-    parseSkinIndexes();
-    return m_skinIndexes.object().value(emoji).toInt(-1);
+    return m_skins->index(read(skinIndexesKey(), QString()), emoji);
 }
 
 void AppSettingModel::setEmojiSkinIndex(QString emoji, int index)
 {
     const Change change(this);
-    parseSkinIndexes();
-    QJsonObject indexes = m_skinIndexes.object();
-    if (index == -1)
-        indexes.remove(emoji);
-    else
-        indexes.insert(emoji, index);
-    m_skinIndexes.setObject(indexes);
-    m_skinIndexesText = QString::fromUtf8(m_skinIndexes.toJson(QJsonDocument::Indented));
-    setValue(skinIndexesKey(), m_skinIndexesText, true);
+    setValue(skinIndexesKey(), m_skins->changed(read(skinIndexesKey(), QString()), emoji, index),
+             true);
 }
 
 void AppSettingModel::setGlobalSkinIndex(int index, bool needSave)

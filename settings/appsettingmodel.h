@@ -1,14 +1,13 @@
 #pragma once
 
+#include "core/valuecache.h"
 #include "modelbase_export.h"
 #include "modelbase_qml.h"
 #include "settings/appdirmanager.h"
 #include "settings/settingmacros.h"
 #include "settings/settingmodelbase.h"
-#include "settings/valuecache.h"
 
 #include <QDeadlineTimer>
-#include <QJsonDocument>
 #include <QObject>
 #include <QString>
 #include <QVariant>
@@ -22,6 +21,7 @@ namespace storage
 class GlobalStorageProvider;
 struct SettingInfo;
 } // namespace storage
+class EmojiSkins;
 class SettingWriter;
 class Translations;
 
@@ -337,6 +337,9 @@ Q_SIGNALS:
     void endConfig(QString key, QVariant value);
     /// The last signal of a reset.
     void paramsBeReseted();
+    /// What isUnread() can be read now: the first signal of a late loadGlobalData(). `rows` are those
+    /// that the store holds, also where a reset since is about to remove them.
+    void storeRead(const QVariantMap &rows);
 
     void languageChanged(QString);
     void sendMessageKeysChanged(QString);
@@ -367,7 +370,6 @@ private:
     void loadTranslations();
     void switchLanguage();
     void retranslate();
-    void parseSkinIndexes() const;
     void put(storage::SettingInfo &&row);
     bool holds(const QString &key, const QVariant &value) const;
     void keepSignedIn();
@@ -394,7 +396,5 @@ private:
     QString m_toldLanguage; // of the last retranslate(), on the main thread
     std::atomic<int> m_lineHeight = 0;
     std::atomic<bool> m_requestUserLocation = true;
-    // The parsed form of the text stored for the emoji, and that text.
-    mutable QJsonDocument m_skinIndexes;
-    mutable QString m_skinIndexesText;
+    const std::unique_ptr<EmojiSkins> m_skins; // guarded by the mutex
 };

@@ -3,6 +3,7 @@
 #include "base/basefile.h"
 #include "base/privatefile.h"
 #include "base/util.h"
+#include "core/logs_p.h"
 #include "imlog/imlog.h"
 #include "settings/fileinuse.h"
 
@@ -10,7 +11,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QLoggingCategory>
 #include <QScopeGuard>
 
 #include <algorithm>
@@ -19,8 +19,6 @@
 
 namespace
 {
-
-Q_LOGGING_CATEGORY(lcMove, "im.settingmodel")
 
 constexpr qsizetype bufferSize = 1 << 20;
 /// How often a file is copied that changes meanwhile.
@@ -484,5 +482,5 @@ void FolderMove::log(const char *problem, const QString &reason) const
                        .arg(m_source.mid(m_sourceRoot.size()), QLatin1String(problem));
     if (!reason.isEmpty())
         text += QStringLiteral(": ") + reason;
-    ImLog::error(lcMove(), text);
+    ImLog::error(lcSettings(), text);
 }

@@ -28,7 +28,8 @@ class FolderMove
 {
 public:
     /// Whichever is the worst. InUse: some files are being written, and are left for another time.
-    enum Result { Done, InUse, Failed, NoSpace, Cancelled };
+    /// NotStored is for callers that cannot store how far they are.
+    enum Result { Done, InUse, Failed, NoSpace, NotStored, Cancelled };
 
     /// Why a file stays where it is. Stored nowhere.
     enum Cause {

@@ -3,31 +3,17 @@
 #include "base/storedvalue.h"
 #include "base/util.h"
 #include "content/changes_p.h"
+#include "core/logs_p.h"
 #include "i18n/translated_p.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 
-#include <QLoggingCategory>
-
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
-
-QString stateKey()
-{
-    return QStringLiteral("state");
-}
-
-QString durationKey()
-{
-    return QStringLiteral("duration");
-}
-
-QString callIdKey()
-{
-    return QStringLiteral("callId");
-}
+constexpr auto stateKey = [] { return QStringLiteral("state"); };
+constexpr auto durationKey = [] { return QStringLiteral("duration"); };
+constexpr auto callIdKey = [] { return QStringLiteral("callId"); };
 
 /// "m:ss", from an hour on "h:mm:ss".
 QString clock(qint64 seconds)
@@ -189,7 +175,7 @@ void CallItem::deserialize(const QMap<QString, QVariant> &map)
 void CallItem::setContent(const im::content::Content &content)
 {
     if (!content.has_call()) {
-        qCDebug(lcContent, "A call cannot be updated from a content of type %d.",
+        qCDebug(lcModel, "A call cannot be updated from a content of type %d.",
                 int(content.data_case()));
         return;
     }

@@ -5,63 +5,26 @@
 #include "content/changes_p.h"
 #include "content/items/namedobject_p.h"
 #include "content/photodata.h"
+#include "core/logs_p.h"
 #include "protocol/message_content.pb.h"
-
-#include <QLoggingCategory>
 
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
-
 using Map = QMap<QString, QVariant>;
 
-QString nickKey()
-{
-    return QStringLiteral("nick");
-}
-
-QString userIdKey()
-{
-    return QStringLiteral("userId");
-}
-
-QString imIdKey()
-{
-    return QStringLiteral("imId");
-}
+constexpr auto nickKey = [] { return QStringLiteral("nick"); };
+constexpr auto userIdKey = [] { return QStringLiteral("userId"); };
+constexpr auto imIdKey = [] { return QStringLiteral("imId"); };
 
 // Of the photo.
 
-QString photoIdKey()
-{
-    return QStringLiteral("photoId");
-}
-
-QString aesKeyKey()
-{
-    return QStringLiteral("aesKey");
-}
-
-QString md5Key()
-{
-    return QStringLiteral("photoMd5");
-}
-
-QString photoNameKey()
-{
-    return QStringLiteral("photoName");
-}
-
-QString photoSizeKey()
-{
-    return QStringLiteral("photoSize");
-}
-
-QString photoVersionKey()
-{
-    return QStringLiteral("photoVersion");
-}
+constexpr auto photoIdKey = [] { return QStringLiteral("photoId"); };
+constexpr auto aesKeyKey = [] { return QStringLiteral("aesKey"); };
+constexpr auto md5Key = [] { return QStringLiteral("photoMd5"); };
+constexpr auto photoNameKey = [] { return QStringLiteral("photoName"); };
+constexpr auto photoSizeKey = [] { return QStringLiteral("photoSize"); };
+constexpr auto photoVersionKey = [] { return QStringLiteral("photoVersion"); };
 
 CardItem::Photo photoOf(const Map &map)
 {
@@ -236,7 +199,7 @@ void CardItem::deserialize(const Map &map)
 void CardItem::setContent(const im::content::Content &content)
 {
     if (!content.has_card()) {
-        qCDebug(lcContent, "A card cannot be updated from a content of type %d.",
+        qCDebug(lcModel, "A card cannot be updated from a content of type %d.",
                 int(content.data_case()));
         return;
     }

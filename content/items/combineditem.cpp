@@ -7,20 +7,17 @@
 #include "content/items/innercontent_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/items/watch_p.h"
+#include "core/logs_p.h"
 #include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 #include "settings/appsettingmodel.h"
-
-#include <QLoggingCategory>
 
 #include <algorithm>
 #include <utility>
 
 namespace
 {
-
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
 constexpr int summaryLines = 3;
 /// What a view has room for in a line; more is not measured.
@@ -260,7 +257,7 @@ void CombinedItem::read(const QMap<QString, QVariant> &map)
 
 void CombinedItem::serialize(im::content::Content *content) const
 {
-    ImLog::error(lcContent(), QStringLiteral("Combined messages have no body."));
+    ImLog::error(lcModel(), QStringLiteral("Combined messages have no body."));
     content->Clear();
 }
 

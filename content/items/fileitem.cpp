@@ -1,21 +1,22 @@
 #include "content/items/fileitem.h"
 
 #include "account/accountbase.h"
+#include "account/fileprovider.h"
 #include "base/storedvalue.h"
 #include "base/util.h"
 #include "content/changes_p.h"
-#include "content/fileprovider.h"
 #include "content/items/background_p.h"
 #include "content/items/fileitem_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/items/thumbnail_p.h"
 #include "content/modelbaseutil.h"
+#include "content/providers_p.h"
+#include "core/logs_p.h"
 #include "cryptobase/cryptoaes.h"
 #include "imlog/imlog.h"
 #include "protocol/message_content.pb.h"
 #include "settings/appdirmanager.h"
 
-#include <QLoggingCategory>
 #include <QMetaMethod>
 
 #include <algorithm>
@@ -25,8 +26,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace
 {
-
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
 bool isEmpty(const im::content::FileInfo &info)
 {
@@ -104,7 +103,7 @@ QSharedPointer<FileData> fileForUpload(const QString &path, int fileType)
     base.setFilePath(path);
     if (!base.checkFilePath()) {
         ImLog::error(
-            lcContent(),
+            lcModel(),
             QStringLiteral("\"%1\" cannot be sent: it is no file that can be read.").arg(path));
         return {};
     }
@@ -119,7 +118,7 @@ QSharedPointer<FileData> localThumbnail(const QString &path)
     base.setFilePath(path);
     if (!base.checkFilePath()) {
         ImLog::error(
-            lcContent(),
+            lcModel(),
             QStringLiteral("\"%1\" cannot be shown: it is no file that can be read.").arg(path));
         return {};
     }
@@ -167,7 +166,7 @@ AccountBase *FileItem::account() const
 
 FileProvider *FileItem::fileProvider() const
 {
-    return m_account ? m_account->fileProvider() : nullptr;
+    return fileProviderOf(m_account);
 }
 
 QString FileItem::mediaDirectory(int fileType) const
@@ -500,7 +499,7 @@ void FileItem::serialize(im::content::Content *content) const
 void FileItem::setContent(const im::content::Content &content)
 {
     if (!content.has_file()) {
-        qCDebug(lcContent, "A file cannot be updated from a content of type %d.",
+        qCDebug(lcModel, "A file cannot be updated from a content of type %d.",
                 int(content.data_case()));
         return;
     }

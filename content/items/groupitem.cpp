@@ -2,20 +2,13 @@
 
 #include "content/items/captionitem.h"
 #include "content/items/innercontent_p.h"
+#include "core/logs_p.h"
 #include "imlog/imlog.h"
 #include "protocol/message_content.pb.h"
 
-#include <QLoggingCategory>
 #include <QSet>
 
 #include <utility>
-
-namespace
-{
-
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
-
-} // namespace
 
 GroupItem::GroupItem(Type type, int source, AccountBase *account)
     : ContentItem(source, account), m_caption(QSharedPointer<CaptionItem>::create(source, nullptr))
@@ -43,8 +36,7 @@ void GroupItem::setMembers(const QList<QSharedPointer<ContentItem>> &members)
         accepted.append(item);
     }
     if (accepted.size() != members.size())
-        ImLog::error(lcContent(),
-                     QStringLiteral("What cannot be a member of a group is left out."));
+        ImLog::error(lcModel(), QStringLiteral("What cannot be a member of a group is left out."));
     if (accepted == m_members)
         return;
     for (const auto &item : std::as_const(m_members))
@@ -96,7 +88,7 @@ QList<QObject *> GroupItem::memberObjects() const
 
 void GroupItem::serialize(im::content::Content *content) const
 {
-    ImLog::error(lcContent(), QStringLiteral("A group has no body; its members have."));
+    ImLog::error(lcModel(), QStringLiteral("A group has no body; its members have."));
     content->Clear();
 }
 

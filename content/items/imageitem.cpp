@@ -2,19 +2,13 @@
 
 #include "content/changes_p.h"
 #include "content/items/fileitem_p.h"
+#include "core/logs_p.h"
 #include "protocol/message_content.pb.h"
-
-#include <QLoggingCategory>
 
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
-
-QString livePhotoKey()
-{
-    return QStringLiteral("livePhoto");
-}
+constexpr auto livePhotoKey = [] { return QStringLiteral("livePhoto"); };
 
 } // namespace
 
@@ -121,7 +115,7 @@ void ImageItem::serialize(im::content::Content *content) const
 void ImageItem::setContent(const im::content::Content &content)
 {
     if (!content.has_image()) {
-        qCDebug(lcContent, "An image cannot be updated from a content of type %d.",
+        qCDebug(lcModel, "An image cannot be updated from a content of type %d.",
                 int(content.data_case()));
         return;
     }

@@ -2,19 +2,16 @@
 
 #include "base/storedvalue.h"
 #include "content/contentfactory.h"
+#include "core/logs_p.h"
 #include "imlog/imlog.h"
 #include "protocol/message_content.pb.h"
 #include "settings/appsettingmodel.h"
-
-#include <QLoggingCategory>
 
 #include <algorithm>
 #include <climits>
 
 namespace
 {
-
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
 struct Nested {
     int depth = 0;
@@ -24,20 +21,9 @@ struct Nested {
 thread_local Nested nested;
 
 /// The key of a content that is stored as its record.
-QString bodyKey()
-{
-    return QStringLiteral("body");
-}
-
-QString titleKey()
-{
-    return QStringLiteral("title");
-}
-
-QString optionsKey()
-{
-    return QStringLiteral("options");
-}
+constexpr auto bodyKey = [] { return QStringLiteral("body"); };
+constexpr auto titleKey = [] { return QStringLiteral("title"); };
+constexpr auto optionsKey = [] { return QStringLiteral("options"); };
 
 bool parse(const QByteArray &bytes, im::content::Content *record)
 {
@@ -50,7 +36,7 @@ bool readList(QList<InnerContent> &parts, const List &source, Read read)
 {
     const auto size = std::min<qsizetype>(source.size(), ContentItem::mostEntities);
     if (size < qsizetype(source.size()) && Nesting::isFirstFailure())
-        ImLog::error(lcContent(),
+        ImLog::error(lcModel(),
                      QStringLiteral("A content has more than %1 options; the others are dropped.")
                          .arg(ContentItem::mostEntities));
     bool changed = parts.size() != size;
@@ -86,7 +72,7 @@ bool Nesting::take()
     }
     if (isFirstFailure())
         ImLog::error(
-            lcContent(),
+            lcModel(),
             QStringLiteral("A content holds too many others, or nested too deep, to show them."));
     return false;
 }

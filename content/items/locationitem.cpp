@@ -5,10 +5,9 @@
 #include "content/items/fileitem_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/items/thumbnail_p.h"
+#include "core/logs_p.h"
 #include "imlog/imlog.h"
 #include "protocol/message_content.pb.h"
-
-#include <QLoggingCategory>
 
 #include <bit>
 #include <cmath>
@@ -17,8 +16,6 @@
 
 namespace
 {
-
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
 /// In pixels.
 constexpr QSize naturalMapSize(320, 180);
@@ -146,7 +143,7 @@ bool LocationItem::setMapImage(const QString &path, double longitude, double lat
     if (!isSame(longitude, m_longitude) || !isSame(latitude, m_latitude))
         return false;
     if (pictureSize(path).isEmpty()) {
-        ImLog::error(lcContent(), QStringLiteral("\"%1\" is no image of a map.").arg(path));
+        ImLog::error(lcModel(), QStringLiteral("\"%1\" is no image of a map.").arg(path));
         return false;
     }
     const auto image = localThumbnail(path);
@@ -201,7 +198,7 @@ void LocationItem::serialize(im::content::Content *content) const
 void LocationItem::setContent(const im::content::Content &content)
 {
     if (!content.has_location()) {
-        qCDebug(lcContent, "A location cannot be updated from a content of type %d.",
+        qCDebug(lcModel, "A location cannot be updated from a content of type %d.",
                 int(content.data_case()));
         return;
     }

@@ -5,11 +5,10 @@
 #include "content/items/innercontent_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/items/watch_p.h"
+#include "core/logs_p.h"
 #include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
-
-#include <QLoggingCategory>
 
 #include <algorithm>
 #include <limits>
@@ -19,15 +18,10 @@
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
-
 // Layout, in pixels.
 constexpr int leastWidth = 220;
 
-QString lotteryKey()
-{
-    return QStringLiteral("lottery");
-}
+constexpr auto lotteryKey = [] { return QStringLiteral("lottery"); };
 
 /// What im.Lottery says, to be compared.
 std::string details(const LotteryItem &item)
@@ -298,7 +292,7 @@ bool LotteryItem::isOther(const im::Lottery &lottery) const
 {
     if (lottery.id().empty() || m_lottery->id().empty() || lottery.id() == m_lottery->id())
         return false;
-    ImLog::error(lcContent(),
+    ImLog::error(lcModel(),
                  QStringLiteral("The record of another lottery does not change this one."));
     return true;
 }
@@ -312,7 +306,7 @@ bool LotteryItem::setLottery(const im::Lottery &lottery)
 bool LotteryItem::addShares(const im::Lottery &page)
 {
     if (page.content_case() != m_lottery->content_case()) {
-        ImLog::error(lcContent(),
+        ImLog::error(lcModel(),
                      QStringLiteral("The shares of another kind of lottery are left out."));
         return false;
     }
@@ -341,7 +335,7 @@ bool LotteryItem::adopt(const im::Lottery &lottery)
 void LotteryItem::cleanDetails()
 {
     if (clean(m_lottery.get(), int(titledOptions().options.size())))
-        ImLog::error(lcContent(),
+        ImLog::error(lcModel(),
                      QStringLiteral("Details that the lottery cannot have are left out."));
 }
 
@@ -386,7 +380,7 @@ bool LotteryItem::read(const QMap<QString, QVariant> &map)
     if (isWhole)
         adopt(lottery);
     else if (bytes)
-        ImLog::error(lcContent(), QStringLiteral("The stored details of a lottery are damaged."));
+        ImLog::error(lcModel(), QStringLiteral("The stored details of a lottery are damaged."));
     return true;
 }
 
@@ -402,7 +396,7 @@ void LotteryItem::serialize(im::content::Content *content) const
 void LotteryItem::setContent(const im::content::Content &content)
 {
     if (!content.has_lottery()) {
-        qCDebug(lcContent, "A lottery cannot be updated from a content of type %d.",
+        qCDebug(lcModel, "A lottery cannot be updated from a content of type %d.",
                 int(content.data_case()));
         return;
     }

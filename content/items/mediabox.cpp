@@ -1,7 +1,7 @@
 #include "content/items/mediabox_p.h"
 
-#include "account/accountmanager.h"
 #include "settings/appsettingmodel.h"
+#include "settings/messagegeometry_p.h"
 
 #include <QFontMetrics>
 #include <QGuiApplication>
@@ -14,8 +14,8 @@
 
 int MediaBox::messageWidth(int maxWidth, bool inThread)
 {
-    const AccountManager *manager = AccountManager::getInstance();
-    const int width = inThread ? manager->maxMsgItemWidthInThread() : manager->maxMsgItemWidth();
+    const MessageGeometry *geometry = MessageGeometry::instance();
+    const int width = inThread ? geometry->widthInThread() : geometry->messageWidth();
     return std::max(leastSide, maxWidth > 0 ? std::min(maxWidth, width) : width);
 }
 

@@ -3,24 +3,14 @@
 #include "base/storedvalue.h"
 #include "base/util.h"
 #include "content/changes_p.h"
+#include "core/logs_p.h"
 #include "protocol/message_content.pb.h"
-
-#include <QLoggingCategory>
 
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
-
-QString keyKey()
-{
-    return QStringLiteral("key");
-}
-
-QString nonceKey()
-{
-    return QStringLiteral("nonce");
-}
+constexpr auto keyKey = [] { return QStringLiteral("key"); };
+constexpr auto nonceKey = [] { return QStringLiteral("nonce"); };
 
 } // namespace
 
@@ -93,7 +83,7 @@ void MeetingItem::deserialize(const QMap<QString, QVariant> &map)
 void MeetingItem::setContent(const im::content::Content &content)
 {
     if (!content.has_meeting_invite()) {
-        qCDebug(lcContent, "A meeting cannot be updated from a content of type %d.",
+        qCDebug(lcModel, "A meeting cannot be updated from a content of type %d.",
                 int(content.data_case()));
         return;
     }

@@ -1,25 +1,18 @@
 #include "content/items/musicitem.h"
 
 #include "account/accountbase.h"
+#include "account/fileprovider.h"
 #include "base/storedvalue.h"
 #include "base/util.h"
 #include "content/changes_p.h"
-#include "content/fileprovider.h"
 #include "content/items/background_p.h"
 #include "content/items/fileitem_p.h"
 #include "content/items/mediabox_p.h"
+#include "core/logs_p.h"
 #include "multimedia/audioplayer.h"
 #include "protocol/message_content.pb.h"
 
 #include <QFileInfo>
-#include <QLoggingCategory>
-
-namespace
-{
-
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
-
-} // namespace
 
 MusicItem::MusicItem(int source, AccountBase *account) : FileItem(source, account)
 {
@@ -170,7 +163,7 @@ void MusicItem::serialize(im::content::Content *content) const
 void MusicItem::setContent(const im::content::Content &content)
 {
     if (!content.has_audio()) {
-        qCDebug(lcContent, "Music cannot be updated from a content of type %d.",
+        qCDebug(lcModel, "Music cannot be updated from a content of type %d.",
                 int(content.data_case()));
         return;
     }

@@ -8,22 +8,19 @@
 #include "content/items/videoitem.h"
 #include "content/items/voiceitem.h"
 #include "content/modelbaseutil.h"
+#include "core/logs_p.h"
 #include "imlog/imlog.h"
 #include "multimedia/audioplayer.h"
 #include "multimedia/videocapture.h"
 
-#include <QLoggingCategory>
-
 namespace
 {
-
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
 QSharedPointer<ImageItem> makeImage(const QString &path, int source, AccountBase *account)
 {
     const QSize size = pictureSize(path);
     if (size.isEmpty()) {
-        ImLog::error(lcContent(),
+        ImLog::error(lcModel(),
                      QStringLiteral("\"%1\" cannot be sent as a picture: it is none.").arg(path));
         return {};
     }
@@ -66,7 +63,7 @@ QSharedPointer<FileItem> makeItem(const QString &path, ContentItem::Type type, i
     case ContentItem::File:
         return QSharedPointer<FileItem>::create(source, account);
     default:
-        ImLog::error(lcContent(),
+        ImLog::error(lcModel(),
                      QStringLiteral("No file can be sent as a content of type %1.").arg(int(type)));
         return {};
     }

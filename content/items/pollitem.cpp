@@ -6,12 +6,11 @@
 #include "content/items/innercontent_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/items/watch_p.h"
+#include "core/logs_p.h"
 #include "cryptobase/cryptoaes.h"
 #include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
-
-#include <QLoggingCategory>
 
 #include <algorithm>
 #include <climits>
@@ -19,8 +18,6 @@
 
 namespace
 {
-
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
 /// More options than that no list of results is read for.
 constexpr int maxOptions = 1000;
@@ -299,7 +296,7 @@ void PollItem::setExpectedAnswers(const QList<int> &answers)
 void PollItem::cleanAnswers()
 {
     if (cleanOptions(m_info->mutable_expected_answers(), optionLimit()))
-        ImLog::error(lcContent(),
+        ImLog::error(lcModel(),
                      QStringLiteral("Right answers that the poll does not offer are left out."));
 }
 
@@ -384,8 +381,7 @@ bool PollItem::isOther(const std::string &pollId) const
 {
     if (pollId.empty() || m_info->poll_id().empty() || pollId == m_info->poll_id())
         return false;
-    ImLog::error(lcContent(),
-                 QStringLiteral("The record of another poll does not change this one."));
+    ImLog::error(lcModel(), QStringLiteral("The record of another poll does not change this one."));
     return true;
 }
 
@@ -421,13 +417,12 @@ bool PollItem::adopt(const im::PollResult &result)
         return false;
     const im::PollResult &held = m_info->result();
     if (result.last_updated() < held.last_updated()) {
-        qCDebug(lcContent, "Results of a poll that are older than those held are left out.");
+        qCDebug(lcModel, "Results of a poll that are older than those held are left out.");
         return false;
     }
     im::PollResult next = result;
     if (clean(&next, optionLimit()))
-        ImLog::error(lcContent(),
-                     QStringLiteral("Results that the poll cannot have are left out."));
+        ImLog::error(lcModel(), QStringLiteral("Results that the poll cannot have are left out."));
     if (!next.with_voted_options()) {
         *next.mutable_voted_options() = held.voted_options();
         next.set_with_voted_options(held.with_voted_options());
@@ -460,7 +455,7 @@ QByteArray PollItem::encryptComment() const
 {
     if (m_comment.isEmpty())
         return {};
-    return CryptoAES(2).encrypt(m_comment.toUtf8(), m_key, Define::comIV());
+    return CryptoAES(CryptoAES::deterministic).encrypt(m_comment.toUtf8(), m_key, Define::comIV());
 }
 
 void PollItem::decryptComment(const QByteArray &cipher)
@@ -473,8 +468,8 @@ void PollItem::decryptComment(const QByteArray &cipher)
 
 QString PollItem::decrypted(const std::string &cipher) const
 {
-    return Util::fromUtf8(
-        CryptoAES(2).decrypt(QByteArray::fromStdString(cipher), m_key, Define::comIV()));
+    return Util::fromUtf8(CryptoAES(CryptoAES::deterministic)
+                              .decrypt(QByteArray::fromStdString(cipher), m_key, Define::comIV()));
 }
 
 void PollItem::adoptComment()
@@ -532,7 +527,7 @@ bool PollItem::read(const QMap<QString, QVariant> &map)
     im::PollInfo info;
     if (const QByteArray results = bytes(QStringLiteral("pollInfo"));
         !info.ParseFromArray(results.constData(), int(results.size()))) {
-        ImLog::error(lcContent(), QStringLiteral("The stored results of a poll are damaged."));
+        ImLog::error(lcModel(), QStringLiteral("The stored results of a poll are damaged."));
         info.Clear();
     }
     if (isOther(info.poll_id()))
@@ -566,7 +561,7 @@ void PollItem::serialize(im::content::Content *content) const
 void PollItem::setContent(const im::content::Content &content)
 {
     if (!content.has_poll()) {
-        qCDebug(lcContent, "A poll cannot be updated from a content of type %d.",
+        qCDebug(lcModel, "A poll cannot be updated from a content of type %d.",
                 int(content.data_case()));
         return;
     }

@@ -5,10 +5,9 @@
 #include "content/changes_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/stickerdata.h"
+#include "core/logs_p.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
-
-#include <QLoggingCategory>
 
 #include <algorithm>
 #include <utility>
@@ -16,68 +15,23 @@
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
-
 using Map = StickerItem::Map;
 using FilePointer = QSharedPointer<StickerData>;
 
 /// The side of the square that stickers are shown within, in pixels.
 constexpr int greatestSide = 192;
 
-QString pidKey()
-{
-    return QStringLiteral("pid");
-}
-
-QString shortcutKey()
-{
-    return QStringLiteral("shortcut");
-}
-
-QString hintKey()
-{
-    return QStringLiteral("hint");
-}
-
-QString wKey()
-{
-    return QStringLiteral("w");
-}
-
-QString hKey()
-{
-    return QStringLiteral("h");
-}
-
-QString uploadUserIdKey()
-{
-    return QStringLiteral("uploadUserId");
-}
-
-QString thumbWKey()
-{
-    return QStringLiteral("thumbW");
-}
-
-QString thumbHKey()
-{
-    return QStringLiteral("thumbH");
-}
-
-QString thumbNailKey()
-{
-    return QStringLiteral("thumbNail");
-}
-
-QString thumbnailIdKey()
-{
-    return QStringLiteral("thumbnailId");
-}
-
-QString thumbPathKey()
-{
-    return QStringLiteral("thumbPath");
-}
+constexpr auto pidKey = [] { return QStringLiteral("pid"); };
+constexpr auto shortcutKey = [] { return QStringLiteral("shortcut"); };
+constexpr auto hintKey = [] { return QStringLiteral("hint"); };
+constexpr auto wKey = [] { return QStringLiteral("w"); };
+constexpr auto hKey = [] { return QStringLiteral("h"); };
+constexpr auto uploadUserIdKey = [] { return QStringLiteral("uploadUserId"); };
+constexpr auto thumbWKey = [] { return QStringLiteral("thumbW"); };
+constexpr auto thumbHKey = [] { return QStringLiteral("thumbH"); };
+constexpr auto thumbNailKey = [] { return QStringLiteral("thumbNail"); };
+constexpr auto thumbnailIdKey = [] { return QStringLiteral("thumbnailId"); };
+constexpr auto thumbPathKey = [] { return QStringLiteral("thumbPath"); };
 
 /// When a value of a file's record is stored.
 enum class Written { Always, IfNotEmpty, IfOnDevice };
@@ -125,15 +79,8 @@ QString formatKey(bool animated)
     return animated ? QStringLiteral("animateFileType") : QStringLiteral("fileType");
 }
 
-QString animateWKey()
-{
-    return QStringLiteral("animateW");
-}
-
-QString animateHKey()
-{
-    return QStringLiteral("animateH");
-}
+constexpr auto animateWKey = [] { return QStringLiteral("animateW"); };
+constexpr auto animateHKey = [] { return QStringLiteral("animateH"); };
 
 /// A record that has neither an id nor a place is none.
 template <typename File>
@@ -572,7 +519,7 @@ bool StickerItem::says(const im::content::Sticker &sticker) const
 void StickerItem::setContent(const im::content::Content &content)
 {
     if (!content.has_sticker()) {
-        qCDebug(lcContent, "A sticker cannot be updated from a content of type %d.",
+        qCDebug(lcModel, "A sticker cannot be updated from a content of type %d.",
                 int(content.data_case()));
         return;
     }

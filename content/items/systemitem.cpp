@@ -7,12 +7,12 @@
 #include "content/items/alerttext_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/items/namedobject_p.h"
+#include "core/logs_p.h"
 #include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 
 #include <QGuiApplication>
-#include <QLoggingCategory>
 #include <QVarLengthArray>
 
 #include <algorithm>
@@ -22,28 +22,19 @@
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
-
 using Alert = im::content::SystemAlert;
 
 /// More names nobody reads; each takes a whole record.
 constexpr int mostTargets = 1000;
 
-QString alertKey()
-{
-    return QStringLiteral("alert");
-}
-
-QString sysTypeKey()
-{
-    return QStringLiteral("sysType");
-}
+constexpr auto alertKey = [] { return QStringLiteral("alert"); };
+constexpr auto sysTypeKey = [] { return QStringLiteral("sysType"); };
 
 std::unique_ptr<Alert> kept(const Alert &record)
 {
     auto alert = std::make_unique<Alert>(record);
     if (const int more = alert->targets_size() - mostTargets; more > 0) {
-        ImLog::error(lcContent(),
+        ImLog::error(lcModel(),
                      QStringLiteral("A system alert is about more than %1 people; the others are "
                                     "dropped.")
                          .arg(mostTargets));
@@ -61,7 +52,7 @@ std::unique_ptr<Alert> storedAlert(const QMap<QString, QVariant> &map)
         const bool isRefused = bytes.isEmpty() && !value->toByteArray().isEmpty();
         if (!isRefused && alert->ParseFromArray(bytes.constData(), int(bytes.size())))
             return kept(*alert);
-        ImLog::error(lcContent(), QStringLiteral("The record of a stored system alert is damaged"));
+        ImLog::error(lcModel(), QStringLiteral("The record of a stored system alert is damaged"));
         return nullptr;
     }
     if (const auto value = map.constFind(sysTypeKey()); value != map.constEnd()) {
@@ -376,7 +367,7 @@ void SystemItem::deserialize(const QMap<QString, QVariant> &map)
 void SystemItem::setContent(const im::content::Content &content)
 {
     if (!content.has_system_alert()) {
-        qCDebug(lcContent, "A system alert cannot be updated from a content of type %d.",
+        qCDebug(lcModel, "A system alert cannot be updated from a content of type %d.",
                 int(content.data_case()));
         return;
     }

@@ -2,6 +2,7 @@
 
 #include "base/privatefile.h"
 #include "base/util.h"
+#include "core/logs_p.h"
 #include "imlog/imlog.h"
 #include "multimedia/audioplayer.h"
 #include "multimedia/videocapture.h"
@@ -12,7 +13,6 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QImageReader>
-#include <QLoggingCategory>
 #include <QPainter>
 #include <QSaveFile>
 
@@ -20,8 +20,6 @@
 
 namespace
 {
-
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
 /// Enough for the widest message on a screen with two device pixels a pixel, less a little.
 constexpr int longestSide = 640;
@@ -97,7 +95,7 @@ std::optional<FileItem::Thumbnail> FileItem::Thumbnail::make(const QString &file
 {
     const auto refuse = [&](const char *why) {
         ImLog::error(
-            lcContent(),
+            lcModel(),
             QStringLiteral("No thumbnail of \"%1\": %2.").arg(file, QLatin1StringView(why)));
         return std::nullopt;
     };

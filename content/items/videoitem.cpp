@@ -4,19 +4,13 @@
 #include "content/changes_p.h"
 #include "content/items/fileitem_p.h"
 #include "content/items/thumbnail_p.h"
+#include "core/logs_p.h"
 #include "protocol/message_content.pb.h"
-
-#include <QLoggingCategory>
 
 namespace
 {
 
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
-
-QString streamingKey()
-{
-    return QStringLiteral("supportStreaming");
-}
+constexpr auto streamingKey = [] { return QStringLiteral("supportStreaming"); };
 
 } // namespace
 
@@ -114,7 +108,7 @@ void VideoItem::serialize(im::content::Content *content) const
 void VideoItem::setContent(const im::content::Content &content)
 {
     if (!content.has_video()) {
-        qCDebug(lcContent, "A video cannot be updated from a content of type %d.",
+        qCDebug(lcModel, "A video cannot be updated from a content of type %d.",
                 int(content.data_case()));
         return;
     }

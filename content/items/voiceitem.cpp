@@ -4,16 +4,13 @@
 #include "content/changes_p.h"
 #include "content/items/fileitem_p.h"
 #include "content/items/mediabox_p.h"
+#include "core/logs_p.h"
 #include "protocol/message_content.pb.h"
-
-#include <QLoggingCategory>
 
 #include <algorithm>
 
 namespace
 {
-
-Q_LOGGING_CATEGORY(lcContent, "im.modelbase")
 
 // The bar, in pixels: with the button to play and the time beside it.
 constexpr int barHeight = 48;
@@ -93,7 +90,7 @@ void VoiceItem::serialize(im::content::Content *content) const
 void VoiceItem::setContent(const im::content::Content &content)
 {
     if (!content.has_voice()) {
-        qCDebug(lcContent, "A voice message cannot be updated from a content of type %d.",
+        qCDebug(lcModel, "A voice message cannot be updated from a content of type %d.",
                 int(content.data_case()));
         return;
     }

@@ -3,7 +3,7 @@
 #include "account/accountdevicemodel.h"
 #include "account/accountmanager.h"
 #include "base/util.h"
-#include "dialog/datainfomodel.h"
+#include "account/datainfomodel.h"
 #include "imcrypto/store.h"
 #include "imlog/imlog.h"
 #include "protocol/account_service.pb.h"

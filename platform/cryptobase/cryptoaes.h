@@ -16,7 +16,9 @@
 class CRYPTOBASE_EXPORT CryptoAES
 {
 public:
-    /// With any other mode than 2, encrypt() and decrypt() refuse everything.
+    /// The one mode there is, see above.
+    static constexpr int deterministic = 2;
+    /// With any other mode encrypt() and decrypt() refuse everything.
     explicit CryptoAES(int mode);
 
     /// Of a longer key the first 32 bytes are used. Empty, with a log line, for a shorter key, for

@@ -4,7 +4,7 @@
 
 #include "account/threadmanager.h"
 #include "account/verificationemoji_p.h"
-#include "dialog/datainfomodel.h"
+#include "account/datainfomodel.h"
 #include "imcrypto/store.h"
 #include "protocol/common_data.pb.h"
 #include "settings/accountsettingmodel.h"

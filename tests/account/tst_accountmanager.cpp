@@ -118,10 +118,12 @@ private Q_SLOTS:
     void settingsThatOpenLate_data()
     {
         QTest::addColumn<bool>("signsIn");
-        QTest::addColumn<bool>("byFlush");
-        QTest::newRow("nobody signs in") << false << false;
-        QTest::newRow("somebody signs in") << true << false;
-        QTest::newRow("another process had them") << true << true;
+        QTest::addColumn<QString>("how");
+        QTest::newRow("nobody signs in") << false << u"waits"_s;
+        QTest::newRow("somebody signs in") << true << u"waits"_s;
+        QTest::newRow("another process had them") << true << u"flush"_s;
+        QTest::newRow("they are loaded again") << true << u"load"_s;
+        QTest::newRow("a handler resets them") << true << u"reset"_s;
     }
     void settingsThatOpenLate();
     void accountsThatCannotBeRestored_data();
@@ -486,7 +488,8 @@ void TestAccountManager::otherThreadsReadTheList()
 void TestAccountManager::settingsThatOpenLate()
 {
     QFETCH(bool, signsIn);
-    QFETCH(bool, byFlush);
+    QFETCH(QString, how);
+    const bool byFlush = how == u"flush"_s;
     startApplication();
     signIn({1, 2});
     manager()->setCurrentAccount(1);
@@ -522,12 +525,21 @@ void TestAccountManager::settingsThatOpenLate()
         QVERIFY(settings()->flush());
     } else {
         QVERIFY(QDir().rmdir(file) && QFile::rename(aside, file));
+        if (how == u"load"_s)
+            settings()->loadGlobalData();
+    }
+    if (how == u"reset"_s) {
+        connect(
+            settings(), &AppSettingModel::passcodeChanged, settings(), [] { settings()->reset(); },
+            Qt::SingleShotConnection);
     }
     QTRY_COMPARE_WITH_TIMEOUT(manager()->count(), signsIn ? 3 : 2, 20'000);
     QVERIFY(!settings()->isUnread());
-    QVERIFY(QCoreApplication::instance()->property("appLocked").toBool());
-    QCOMPARE(settings()->saveasPath(), QStringLiteral("kept"));
-    QVERIFY(settings()->darkMode());
+    if (how != u"reset"_s) {
+        QVERIFY(QCoreApplication::instance()->property("appLocked").toBool());
+        QCOMPARE(settings()->saveasPath(), QStringLiteral("kept"));
+        QVERIFY(settings()->darkMode());
+    }
     QVERIFY(manager()->unavailableAccounts().isEmpty());
     const Ids expected = signsIn ? Ids{3, 1, 2} : Ids{1, 2};
     QCOMPARE(manager()->getAccountIds(), expected);

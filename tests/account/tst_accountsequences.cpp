@@ -1,8 +1,9 @@
 #include "account/accountdevicemodel.h"
+#include "account/datainfomodel.h"
+#include "account/fileprovider.h"
 #include "account/threadmanager.h"
-#include "content/filedata.h"
-#include "content/fileprovider.h"
-#include "dialog/datainfomodel.h"
+#include "content/contentfactory.h"
+#include "content/contentitem.h"
 #include "imcrypto/store.h"
 #include "protocol/user_service.pb.h"
 #include "settings/accountsettingmodel.h"
@@ -124,9 +125,8 @@ public:
         devices.set_delete_timer(im::GlobalEnums::THREE_MONTHS);
         deviceModel()->setDeviceList(devices);
         signalStore()->saveUserKey({90 + id, 1, 1}, QByteArray(32, 'k'));
-        m_file = QSharedPointer<FileData>::create(QVariantMap{{u"fileId"_s, u"f%1"_s.arg(id)}},
-                                                  FileData::ParseType::Source);
-        fileProvider()->add(m_file);
+        m_file = deserializeContent({{u"fileId"_s, u"f%1"_s.arg(id)}}, ContentItem::File, 1, this);
+        CHECK(fileProvider()->file(u"f%1"_s.arg(id)));
     }
     /// What is stored is that person's, or nobody's; of nobody nothing is there at all.
     void checkBelongsTo(qint64 id)
@@ -137,7 +137,8 @@ public:
         CHECK(offset == 0 || offset == id);
         for (qint64 other = 1; other < 8; ++other) {
             if (other != id)
-                CHECK(!isMyUserId(90 + other) && !fileProvider()->file(u"f%1"_s.arg(other)));
+                CHECK(!isMyUserId(90 + other)
+                      && (!fileProvider() || !fileProvider()->file(u"f%1"_s.arg(other))));
         }
         if (id > 0)
             return;
@@ -167,7 +168,7 @@ public:
     bool slow = false; // its deletion needs an answer of the server
 
 private:
-    QSharedPointer<FileData> m_file; // which the application still shows
+    QSharedPointer<ContentItem> m_file; // which the application still shows
     void loggedOut();
     void givenUp();
     void called()

@@ -1,6 +1,6 @@
 #include "base/json.h"
 #include "content/filedata.h"
-#include "content/fileprovider.h"
+#include "content/fileregistry.h"
 #include "content/innerfiledata.h"
 #include "content/photodata.h"
 #include "content/stickerdata.h"

@@ -2,7 +2,7 @@
 #include "base/json.h"
 #include "content/contentfactory.h"
 #include "content/filedata.h"
-#include "content/fileprovider.h"
+#include "content/fileregistry.h"
 #include "content/items/locationitem.h"
 #include "content/items/musicitem.h"
 #include "content/items/outgoingfile.h"

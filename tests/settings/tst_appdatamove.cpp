@@ -29,8 +29,14 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <thread>
 #include <vector>
+
+#ifdef Q_OS_UNIX
+#    include <sys/wait.h>
+#    include <unistd.h>
+#endif
 
 using namespace Qt::StringLiterals;
 
@@ -415,6 +421,16 @@ int moveAsChild(const QString &target, const QString &mode)
     std::puts("ready");
     std::fflush(stdout);
     if (mode != u"move"_s) {
+        // After what the main thread keeps is destroyed.
+        std::atexit([] { AppSettingModel::instance()->accountIds(); });
+#ifdef Q_OS_UNIX
+        const pid_t fork = ::fork();
+        int status = 0;
+        if (fork == 0)
+            std::exit(0);
+        if (waitpid(fork, &status, 0) != fork || status != 0)
+            return 4;
+#endif
         QObject::connect(move, &AppDataMove::movedBytesChanged, qApp, [mode] {
             if (mode == u"exit"_s)
                 std::exit(5);
@@ -971,23 +987,69 @@ private Q_SLOTS:
         QCOMPARE(readMedia(source()), before);
     }
 
+    void wipeOfWhatCannotBeRemoved_data()
+    {
+        QTest::addColumn<QString>("folder");
+        QTest::newRow("the store") << u"userstatus"_s;
+        QTest::newRow("media") << u"image"_s;
+    }
     void wipeOfWhatCannotBeRemoved()
     {
+        QFETCH(QString, folder);
         const QString account = source() + u"10001"_s;
-        MediaTree::write(account + u"/userstatus/account.db"_s, "secret");
         const QString store = account + u"/userstatus"_s;
-        QVERIFY(QFile::setPermissions(store, QFile::ReadOwner | QFile::ExeOwner));
-        QSignalSpy wiped(AccountManager::getInstance(), &AccountManager::appWiped);
-        AccountManager::getInstance()->unlockApp(true, false);
+        const QString stuck = account + u'/' + folder;
+        MediaTree::write(store + u"/other"_s, "secret");
+        MediaTree::write(stuck + u"/file"_s, "secret");
+        QVERIFY(QFile::setPermissions(stuck, QFile::ReadOwner | QFile::ExeOwner));
+        AccountManager *manager = AccountManager::getInstance();
+        QSignalSpy wiped(manager, &AccountManager::appWiped);
+        manager->unlockApp(true, false);
         QVERIFY(wiped.wait());
-        QVERIFY(QFileInfo::exists(store));
-        // A person who signs in and out before the next start changes nothing about it.
+        QVERIFY(QFileInfo::exists(stuck));
+        QCOMPARE(QFileInfo::exists(store), stuck == store);
+        // Nobody gets to see it again, and a reset does not forget it.
         settings()->reset();
+        if (stuck == store)
+            QVERIFY(!qobject_cast<FakeAccount *>(manager->loginAccount())->signIn(10001));
         QVERIFY(
-            QFile::setPermissions(store, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+            QFile::setPermissions(stuck, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
         leaveApplication();
         start();
         QVERIFY(!QFileInfo::exists(account));
+    }
+
+    void settingsThatCannotBeRead_data()
+    {
+        QTest::addColumn<bool>("wipes");
+        QTest::newRow("a move is refused") << false;
+        QTest::newRow("a wipe removes what they tell of") << true;
+    }
+    void settingsThatCannotBeRead()
+    {
+        QFETCH(bool, wipes);
+        fillMedia(source(), 14);
+        QVERIFY(dataMove()->moveTo(target()));
+        QVERIFY(finish());
+        const MediaTree moved = readMedia(target());
+        leaveApplication();
+        const QString file =
+            QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) + u"/global.db"_s;
+        QVERIFY(QFile::rename(file, file + u".aside"_s) && QDir().mkdir(file));
+        start();
+        QVERIFY(!dataMove()->moveTo(source()));
+        QCOMPARE(takeError(), u"The settings cannot be stored just now."_s);
+        if (wipes) {
+            QSignalSpy wiped(AccountManager::getInstance(), &AccountManager::appWiped);
+            AccountManager::getInstance()->unlockApp(true, false);
+            QVERIFY(wiped.wait());
+        }
+        QVERIFY(QDir().rmdir(file) && QFile::rename(file + u".aside"_s, file));
+        QVERIFY(settings()->flush());
+        leaveApplication();
+        start();
+        QCOMPARE(AppDirManager::instance()->cacheDataDir(), wipes ? source() : target());
+        QCOMPARE(readMedia(target()), wipes ? MediaTree() : moved);
     }
 
     void processEndsDuringAMove_data()

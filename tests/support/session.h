@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dialog/datainfomodel.h"
+#include "account/datainfomodel.h"
 #include "imcrypto/store.h"
 #include "settings/accountsettingmodel.h"
 #include "storage/globalstorageprovider.h"

@@ -1,4 +1,4 @@
-#include "content/fileprovider.h"
+#include "content/fileregistry.h"
 
 #include "content/filedata.h"
 

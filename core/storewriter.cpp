@@ -1,11 +1,11 @@
-#include "settings/storewriter_p.h"
+#include "core/storewriter_p.h"
 
-#include "account/threadmanager.h"
+#include "core/logs_p.h"
+#include "core/workers_p.h"
 #include "imlog/imlog.h"
 #include "storage/configstorage.h"
 #include "storage/settingstorage.h"
 
-#include <QLoggingCategory>
 #include <QMutex>
 #include <QSet>
 #include <QThread>
@@ -21,8 +21,6 @@
 
 namespace
 {
-
-Q_LOGGING_CATEGORY(lcWriter, "im.settingmodel")
 
 // What changes at all often changes again at once: a window is resized, a page of options applied. The
 // save thread waits this long for it, so that neither it nor the disk works on each change alone.
@@ -158,7 +156,7 @@ public:
 
     void post()
     {
-        ThreadManager::invoke(
+        Workers::invoke(
             [task = std::make_shared<Task>(this->shared_from_this()),
              caller = QThread::currentThreadId()] {
                 task->run(QThread::currentThreadId() != caller);
@@ -170,7 +168,7 @@ public:
     {
         switch (begin(deadline)) {
         case Begun::No:
-            ImLog::error(lcWriter(),
+            ImLog::error(lcSettings(),
                          QStringLiteral("A write to the store hangs; later changes may be lost"));
             return false;
         case Begun::Inside:
@@ -203,7 +201,7 @@ public:
             lost = std::exchange(m_pending, {}).keys();
         }
         if (!lost.isEmpty()) {
-            ImLog::error(lcWriter(),
+            ImLog::error(lcSettings(),
                          QStringLiteral("Lost changes that could not be stored: %1 (%2)")
                              .arg(lost.size())
                              .arg(lost.mid(0, namedKeys).join(QStringLiteral(", "))));
@@ -225,7 +223,7 @@ public:
             if (state && state->m_storage.isOpen())
                 state->m_storage.sync();
         };
-        if (ThreadManager::invokeLater(sync, syncMs))
+        if (Workers::invokeLater(sync, syncMs))
             return;
         {
             const QMutexLocker lock(&m_mutex);
@@ -342,7 +340,7 @@ private:
         } while (!end(done));
         if (m_failing.exchange(!done) || done)
             return done;
-        ImLog::error(lcWriter(), QStringLiteral("Cannot store changes now; will try again"));
+        ImLog::error(lcSettings(), QStringLiteral("Cannot store changes now; will try again"));
         return false;
     }
 
@@ -408,7 +406,7 @@ bool StoreWriter<Storage, Info>::accepts(const QString &key, const QVariant &val
 {
     if (storage::SettingStorage::isStorable(value))
         return true;
-    ImLog::error(lcWriter(),
+    ImLog::error(lcSettings(),
                  QStringLiteral("A value of type %1 cannot be stored: %2")
                      .arg(QLatin1StringView(value.typeName()), key.left(64)));
     return false;

@@ -1,5 +1,5 @@
 #include "account/threadmanager.h"
-#include "settings/storewriter_p.h"
+#include "core/storewriter_p.h"
 #include "storage/configstorage.h"
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"

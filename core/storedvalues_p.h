@@ -1,7 +1,7 @@
 #pragma once
 
-#include "settings/settingmodel_p.h"
-#include "settings/storewriter_p.h"
+#include "core/storewriter_p.h"
+#include "core/valuecache_p.h"
 
 #include <memory>
 #include <mutex>

@@ -1,7 +1,7 @@
-#include "dialog/datainfomodel.h"
+#include "account/datainfomodel.h"
 
 #include "account/accountbase.h"
-#include "settings/storedvalues_p.h"
+#include "core/storedvalues_p.h"
 #include "storage/configstorage.h"
 #include "storage/userstorageprovider.h"
 
@@ -14,10 +14,7 @@ namespace
 
 constexpr QLatin1Char idSeparator(',');
 
-QString unretrievableKey()
-{
-    return QStringLiteral("unretrievable_ids");
-}
+constexpr auto unretrievableKey = [] { return QStringLiteral("unretrievable_ids"); };
 
 bool onMainThread()
 {

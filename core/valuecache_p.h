@@ -1,0 +1,67 @@
+#pragma once
+
+#include "core/valuecache.h"
+
+#include <QMetaType>
+#include <QString>
+#include <QVariant>
+
+#include <cmath>
+#include <mutex>
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+/// True for values of which one need not replace the other: equal ones, where what is no number is
+/// equal to itself, also within a list or map.
+bool isSame(const QVariant &a, const QVariant &b);
+
+/// The value as a T, as far as QVariant converts it; nothing where it is none: a text that is no
+/// number, a number that T cannot hold, a map.
+template <typename T>
+std::optional<T> convertedTo(const QVariant &value)
+{
+    if constexpr (std::is_arithmetic_v<T> && !std::is_same_v<T, bool>) {
+        bool ok = false;
+        const double number = value.toDouble(&ok);
+        if (!ok || !std::isfinite(number))
+            return std::nullopt;
+        if constexpr (std::is_integral_v<T>) {
+            const bool isFraction =
+                value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float;
+            // 2^63 is the first that is too big, and exact.
+            if (std::abs(number) >= 9223372036854775808.0)
+                return std::nullopt;
+            const qint64 whole = isFraction ? qRound64(number) : value.toLongLong(&ok);
+            if (!ok || !std::in_range<T>(whole))
+                return std::nullopt;
+            return T(whole);
+        } else {
+            return number;
+        }
+    }
+    T result = T();
+    if (!QMetaType::convert(value.metaType(), value.constData(), QMetaType::fromType<T>(), &result))
+        return std::nullopt;
+    return result;
+}
+
+/// The value under `key`, or `fallback` where there is none that is a T.
+template <typename T, typename Mutex>
+T readCached(Mutex &mutex, const ValueCache &cache, const QString &key, const T &fallback)
+{
+    QVariant value;
+    {
+        const std::lock_guard lock(mutex);
+        const auto found = cache.find(key);
+        if (found == cache.end())
+            return fallback;
+        if constexpr (std::is_same_v<T, QVariant>)
+            return found->second;
+        // Of fractions, some are no numbers.
+        if (found->second.typeId() == qMetaTypeId<T>() && !std::is_floating_point_v<T>)
+            return *static_cast<const T *>(found->second.constData());
+        value = found->second;
+    }
+    return convertedTo<T>(value).value_or(fallback);
+}

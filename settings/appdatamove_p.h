@@ -1,0 +1,86 @@
+#pragma once
+
+#include "settings/appdatamove.h"
+#include "settings/foldermove_p.h"
+
+#include <QByteArray>
+#include <QElapsedTimer>
+#include <QString>
+#include <QStringList>
+#include <QVariantMap>
+
+#include <atomic>
+#include <utility>
+#include <vector>
+
+class AppSettingModel;
+
+// The parts of AppDataMove.
+
+struct AppDataMove::Plan {
+    QString source; // both end in a separator
+    QString target;
+    /// What is stored as "moved_data_info": of each account's id, the list of its media folders as
+    /// JSON text.
+    QVariantMap accounts;
+    qint64 bytes = 0;
+    // Of the move that this one takes back.
+    QString undoneSource;
+    QByteArray undoneInfo;
+};
+
+/// A file that stays, and where the stored map has its folder.
+struct AppDataMove::Problem {
+    QString id;     // of the account
+    QString folder; // below the account's
+    QString name;   // below that
+    QString path;
+    FileCause cause;
+    QString obstacle;
+};
+
+struct AppDataMove::Report {
+    FolderMove::Result result = FolderMove::Done;
+    bool isSourceMissing = false;
+    QStringList ids; // of the accounts
+    qint64 movedBytes = 0;
+    qint64 totalBytes = 0;
+    std::vector<Problem> problems;
+};
+
+/// What a person reads, in the user's language; of a reason, also the words of the log.
+namespace MoveTexts
+{
+QString of(AppDataMove::FileCause cause);
+std::pair<QString, const char *> of(AppDataMove::Reason reason);
+} // namespace MoveTexts
+
+/// The background part of a move: what is left at the old place goes to the new one.
+class AppDataMove::Carrier
+{
+public:
+    Carrier(AppDataMove *move, Plan &&plan);
+
+    Report run();
+
+private:
+    bool isStopped() const { return m_cancelled || m_abandoned; }
+    bool isGone(const QString &id) const;
+    FolderMove::Result carryAll(const QStringList &ids);
+    FolderMove::Result carryAccount(const QString &id);
+    template <typename MarkMoved>
+    FolderMove::Result carryFolder(const QString &id, const QVariantMap &fields,
+                                   MarkMoved markMoved);
+    bool store();
+    bool sync();
+    void tell(const QStringList &paths);
+    bool advance(qint64 count);
+
+    AppDataMove *const m_move;
+    const std::atomic<bool> &m_cancelled;
+    const std::atomic<bool> &m_abandoned;
+    AppSettingModel *const m_settings;
+    Plan m_plan;
+    Report m_report;
+    QElapsedTimer m_sinceShown;
+};

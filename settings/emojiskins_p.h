@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QString>
+
+/// The skin tones chosen for single emoji, which are stored as a JSON object. Keeps the text that was
+/// parsed last, since views ask for one emoji after another.
+class EmojiSkins
+{
+public:
+    /// -1 where none was chosen.
+    int index(const QString &text, const QString &emoji);
+    /// The text with another choice in it; -1 takes it out.
+    QString changed(const QString &text, const QString &emoji, int index);
+
+private:
+    void parse(const QString &text);
+
+    QString m_text;
+    QJsonObject m_indexes;
+};
