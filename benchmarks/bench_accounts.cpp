@@ -1,6 +1,6 @@
 #include "account/accountmanager.h"
-#include "account/threadmanager.h"
 #include "account/datainfomodel.h"
+#include "account/threadmanager.h"
 #include "settings/accountsettingmodel.h"
 #include "settings/appsettingmodel.h"
 #include "storage/configstorage.h"

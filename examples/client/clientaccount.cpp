@@ -2,8 +2,8 @@
 
 #include "account/accountdevicemodel.h"
 #include "account/accountmanager.h"
-#include "base/util.h"
 #include "account/datainfomodel.h"
+#include "base/util.h"
 #include "imcrypto/store.h"
 #include "imlog/imlog.h"
 #include "protocol/account_service.pb.h"

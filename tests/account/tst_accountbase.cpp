@@ -2,9 +2,9 @@
 #undef QT_NO_CAST_FROM_ASCII
 #undef QT_NO_CAST_TO_ASCII
 
+#include "account/datainfomodel.h"
 #include "account/threadmanager.h"
 #include "account/verificationemoji_p.h"
-#include "account/datainfomodel.h"
 #include "imcrypto/store.h"
 #include "protocol/common_data.pb.h"
 #include "settings/accountsettingmodel.h"

@@ -1,5 +1,5 @@
-#include "account/threadmanager.h"
 #include "account/datainfomodel.h"
+#include "account/threadmanager.h"
 #include "settings/accountsettingmodel.h"
 #include "settings/appsettingmodel.h"
 #include "storage/configstorage.h"

@@ -1,5 +1,5 @@
-#include "account/threadmanager.h"
 #include "account/datainfomodel.h"
+#include "account/threadmanager.h"
 #include "storage/configstorage.h"
 #include "storage/userstorageprovider.h"
 #include "support/fakeaccount.h"
