@@ -175,11 +175,13 @@ void AccountManager::init(Factory factory)
         restoreLate();
     });
     // Before handlers of what is announced then do anything with them.
-    connect(settings, &AppSettingModel::storeRead, this, [this] {
-        if (!m_deleteAll)
-            m_foundLate += takeStored();
-        if (!idsToSave().isEmpty())
-            storeIds(idsToSave());
+    connect(settings, &AppSettingModel::storeRead, this, [this, settings] {
+        if (m_deleteAll)
+            return;
+        m_foundLate += takeStored();
+        // Those who have signed out meanwhile are not among them any more.
+        if (const QVariantList ids = idsToSave(); ids != settings->accountIds())
+            storeIds(ids);
     });
     connect(settings, &AppSettingModel::infoPanelViewModeChanged, this, [this] {
         m_infoPanelVisible = infoPanelVisible();

@@ -447,6 +447,13 @@ QString bounded(const QString &text)
     return text.first(length) + u'\u2026';
 }
 
+/// The next letter may make one shape with the one before, as after Devanagari's virama.
+bool isConjoining(char32_t c)
+{
+    constexpr uchar virama = 9; // Unicode's combining class of all such signs
+    return c >= 0x900 && QChar::combiningClass(c) == virama;
+}
+
 /// Whether some character of the text may have more on it, or joined to it, than is shown. Never
 /// false where it has.
 bool mayHaveLongClusters(QStringView text)
@@ -458,7 +465,7 @@ bool mayHaveLongClusters(QStringView text)
     for (const QChar each : text) {
         const char16_t c = each.unicode();
         const bool goesOn = c >= 0x300 && (each.isSurrogate() || layoutCharacter(c).isJoining);
-        if (!goesOn && before != joiner)
+        if (!goesOn && before != joiner && !isConjoining(before))
             length = joiners = 0;
         ++length;
         joiners += int(c == joiner);
@@ -479,11 +486,14 @@ std::vector<Treatment> treatmentOf(const QString &text)
         return {};
     std::vector<Treatment> treatment(size_t(text.size()), Treatment::Keep);
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    int letters = 0; // that make one character with each other, as those of Hangul do
+    char32_t before = 0;
     for (qsizetype from = 0, end = 0; (end = finder.toNextBoundary()) >= 0; from = end) {
         int marks = 0;
-        int letters = 0; // that make one character with each other, as those of Hangul do
         int joined = 0;
-        char32_t before = 0;
+        if (!isConjoining(before))
+            letters = 0;
+        before = 0;
         for (qsizetype at = from; at < end;) {
             const qsizetype start = at;
             char32_t c = text[at++].unicode();

@@ -48,8 +48,9 @@ public:
     /// first one's. Blocks outside the text are ignored.
     ///
     /// Whatever somebody sends, measuring and drawing it takes no longer than a text of ordinary
-    /// words in these scripts that has `mostLength`: see the bounds below. Only a maxWidth less than
-    /// that of one of its letters is exceeded.
+    /// words in these scripts that has `mostLength`: see the bounds below. Emoji of several code
+    /// points are the exception; of these, `mostLength` may take a second or two. Only a maxWidth less
+    /// than that of one of its letters is exceeded.
     ///
     /// Thread: needs a QGuiApplication; otherwise reentrant.
     static Measured calculateSize(const QString &text, double maxWidth, const QFont &font,

@@ -124,6 +124,7 @@ private Q_SLOTS:
         QTest::newRow("another process had them") << true << u"flush"_s;
         QTest::newRow("they are loaded again") << true << u"load"_s;
         QTest::newRow("a handler resets them") << true << u"reset"_s;
+        QTest::newRow("everybody has signed out") << true << u"log out"_s;
     }
     void settingsThatOpenLate();
     void accountsThatCannotBeRestored_data();
@@ -517,6 +518,11 @@ void TestAccountManager::settingsThatOpenLate()
         signIn({4});
         manager()->logout(manager()->getAccount(4));
     }
+    if (how == u"log out"_s) {
+        signIn({1, 2});
+        for (const qint64 id : {3, 1, 2})
+            manager()->logout(manager()->getAccount(id));
+    }
     QVERIFY(!settings()->flush());
     QVERIFY(!QCoreApplication::instance()->property("appLocked").toBool());
 
@@ -527,6 +533,14 @@ void TestAccountManager::settingsThatOpenLate()
         QVERIFY(QDir().rmdir(file) && QFile::rename(aside, file));
         if (how == u"load"_s)
             settings()->loadGlobalData();
+    }
+    if (how == u"log out"_s) {
+        QVERIFY(settings()->flush());
+        QCOMPARE(settings()->saveasPath(), QString());
+        leaveApplication();
+        startApplication();
+        QCOMPARE(manager()->count(), 0);
+        return;
     }
     if (how == u"reset"_s) {
         connect(
