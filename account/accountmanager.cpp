@@ -58,9 +58,13 @@ AccountManager *AccountManager::getInstance()
 
 void AccountManager::releaseInstance()
 {
+    static bool isReleasing = false;
+    if (std::exchange(isReleasing, true)) // a handler asks for what is under way
+        return logRefusal(QStringLiteral("the manager is being released already"));
     // Accounts ask for the manager while they are given up, so it is forgotten last.
     delete theInstance;
     theInstance = nullptr;
+    isReleasing = false;
 }
 
 AccountManager::AccountManager()

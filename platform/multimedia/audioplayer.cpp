@@ -1,8 +1,8 @@
 #include "multimedia/audioplayer.h"
 
 #include "base/privatefile.h"
-#include "multimedia/audiotags_p.h"
 #include "multimedia/mediafile_p.h"
+#include "multimedia/mediareader_p.h"
 
 #include <QBuffer>
 #include <QCryptographicHash>
@@ -68,12 +68,14 @@ QString store(const QByteArray &image, const QString &format, const QString &dir
 
 QVariantMap AudioPlayer::getAlbumInfo(const QString &path)
 {
-    return readAudioTags(path, false).value_or(AudioTags{}).album;
+    MediaReader *reader = mediaReader();
+    return reader ? reader->readAudioTags(path, false).value_or(AudioTags{}).album : QVariantMap();
 }
 
 QString AudioPlayer::getCover(const QString &path, const QString &directory)
 {
-    const auto tags = readAudioTags(path, true);
+    MediaReader *reader = mediaReader();
+    const auto tags = reader ? reader->readAudioTags(path, true) : std::nullopt;
     if (!tags || tags->pictures.isEmpty())
         return {};
     for (const QByteArray &picture : tags->pictures) {

@@ -698,6 +698,8 @@ void Application::operate()
         }
         return;
     case 25:
+        if (m_stopping)
+            return call("release", [] { AccountManager::releaseInstance(); });
         return m_sequence.chance(10) ? call("reset", [] { manager()->reset(); }) : void();
     case 27:
         if (!m_absent.isEmpty()) {

@@ -1,4 +1,4 @@
-#include "multimedia/tagstream_p.h"
+#include "multimedia/reader/tagstream_p.h"
 
 #include <limits>
 

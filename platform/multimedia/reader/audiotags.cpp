@@ -1,8 +1,8 @@
-#include "multimedia/audiotags_p.h"
+#include "multimedia/reader/audiotags_p.h"
 
 #include "multimedia/mediafile_p.h"
-#include "multimedia/mediainput_p.h"
-#include "multimedia/tagstream_p.h"
+#include "multimedia/reader/mediainput_p.h"
+#include "multimedia/reader/tagstream_p.h"
 
 #include <taglib/attachedpictureframe.h>
 #include <taglib/flacfile.h>

@@ -1,4 +1,4 @@
-#include "multimedia/mediainput_p.h"
+#include "multimedia/reader/mediainput_p.h"
 
 #include <memory>
 #include <vector>

@@ -1,0 +1,31 @@
+#include "multimedia/mediareader_p.h"
+#include "multimedia/reader/audiotags_p.h"
+#include "multimedia/reader/videodecoder_p.h"
+
+namespace
+{
+
+class Reader : public multimedia::MediaReader
+{
+public:
+    std::optional<multimedia::AudioTags> readAudioTags(const QString &path,
+                                                       bool withPictures) override
+    {
+        return multimedia::readAudioTags(path, withPictures);
+    }
+    bool isVideoFile(const QString &path) override { return multimedia::isVideoFile(path); }
+    std::optional<multimedia::VideoFrame> decodeFrame(const QString &path,
+                                                      int greatestSide) override
+    {
+        return multimedia::decodeFrame(path, greatestSide);
+    }
+};
+
+} // namespace
+
+/// What multimedia::mediaReader() looks up.
+extern "C" Q_DECL_EXPORT multimedia::MediaReader *modelbase_media_reader_instance()
+{
+    static Reader reader;
+    return &reader;
+}
