@@ -108,7 +108,8 @@ public:
     /// AppSettingModel::releaseInstance() afterwards. Takes at most 5 s for each account (see
     /// AccountBase::closeStorage()), besides what the application's own release() does, 2 s for
     /// what still runs in the reset pool, and 3 s for the file transfer thread unless it was given
-    /// up before. What takes longer is left to itself, with a log line.
+    /// up before. What takes longer is left to itself, with a log line. Not for a handler of one of
+    /// the manager's signals, which it deletes; but what itself emits may call it again, to no effect.
     static void releaseInstance();
 
     /// Restores the stored accounts, the one that was current first; offers a login account when

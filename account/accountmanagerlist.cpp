@@ -324,10 +324,8 @@ void AccountManager::storeIds(const QVariantList &ids)
     AppSettingModel *settings = AppSettingModel::instance();
     for (const QVariant &id : ids)
         m_known.insert(id.toLongLong());
-    if (!settings->isUnread())
+    if (!settings->isUnread() || !ids.isEmpty()) // which would reset what is stored
         settings->setAccountIds(ids, true);
-    else if (!ids.isEmpty()) // which would reset what is stored
-        settings->setAccountIds(ids, false);
 }
 
 void AccountManager::storeCurrentId(qint64 id)

@@ -25,6 +25,8 @@ namespace
 {
 
 constexpr int laterMs = 10'000;
+/// The notebook is no account that signs in: its media stay where they are, until a wipe.
+constexpr auto notebookId = [] { return QStringLiteral("0"); };
 /// How long the application's end waits for media to be deleted.
 constexpr std::chrono::seconds deletionTime(10);
 
@@ -259,7 +261,8 @@ void AppDataMove::reset()
 void AppDataMove::wipe()
 {
     follow();
-    LeftMedia::add(AppDirManager::instance()->everyDir(), signedInIds());
+    LeftMedia::add(AppDirManager::instance()->everyDir(),
+                   signedInIds() + QStringList{notebookId()});
     m_wipesLate = AppSettingModel::instance()->isUnread();
     AppSettingModel::instance()->flush();
 }
@@ -277,6 +280,7 @@ void AppDataMove::wipeLate(const QVariantMap &rows)
             directories.append(directory);
     }
     QStringList ids = jsonToMap(rows.value(QStringLiteral("moved_data_info")).toByteArray()).keys();
+    ids.append(notebookId());
     for (const QVariant &id : jsonToList(rows.value(QStringLiteral("accounts")).toByteArray()))
         ids.append(QString::number(id.toLongLong()));
     LeftMedia::add(directories, ids);
@@ -369,7 +373,10 @@ void AppDataMove::removeLeft(bool isEverybodyLeaving)
         QStringList ids = entry.value().toStringList();
         // Who is there was not wiped after all, or has come back.
         ids.removeIf([&](const QString &id) {
-            return isUsed && m_accounts.listed().contains(id.toLongLong());
+            // The notebook's have been deleted, or are new.
+            return isUsed
+                && (m_accounts.listed().contains(id.toLongLong())
+                    || (id == notebookId() && !isEverybodyLeaving));
         });
         entry.value() = ids;
         ids.removeIf([&](const QString &id) {

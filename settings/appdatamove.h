@@ -16,7 +16,8 @@
 
 /// Moves the cache data directory, which is every account's media, to another place. The work is
 /// done in the background (ThreadManager::run), while the application goes on: once the files are
-/// counted, the settings point at the new place, and the files follow.
+/// counted, the settings point at the new place, and the files follow. The notebook's stay where they
+/// are, where its records find them; new ones come to the new place.
 ///
 /// A move survives everything, power cuts included. Each file is copied under a temporary name,
 /// compared with its original byte by byte and only then renamed; an original is deleted after its

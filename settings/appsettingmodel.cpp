@@ -671,6 +671,8 @@ void AppSettingModel::setAccountIds(QVariantList value, bool needSave)
     const QString key = accountsKey();
     if (!makeStorable(key, &value))
         return;
+    // Or it would replace a list that nobody has read.
+    needSave = needSave && (!m_isUnread || value.isEmpty());
     if (setValue(key, listToJson(value), needSave))
         Q_EMIT accountIdsChanged(value);
     if (value.isEmpty())

@@ -278,7 +278,8 @@ public:
 
     /// The ids of the accounts that are signed in on this machine.
     QVariantList accountIds() const;
-    /// An empty list resets all settings: nobody is left whose settings they would be.
+    /// An empty list resets all settings: nobody is left whose settings they would be. While isUnread()
+    /// any other list stays in memory.
     Q_INVOKABLE void setAccountIds(QVariantList value, bool needSave = true);
 
     /// Which logging categories write debug lines: a JSON array of {"uri": prefix, "enable": bool}.

@@ -391,7 +391,9 @@ private:
         manager()->waitForFinished();
         m_mirror->sorted.reset();
         m_mirror->tester.reset();
+        m_releasing = true;
         AccountManager::releaseInstance();
+        m_releasing = false;
         m_absent.clear();
         m_maybeAbsent.clear();
         m_gone.clear();
@@ -508,6 +510,7 @@ private:
     Sequence &m_sequence;
     int m_depth = 0;
     bool m_stopping = false;
+    bool m_releasing = false;
     bool m_closed = false;
     bool m_wiping = false;
     bool m_resetting = false;
@@ -698,7 +701,7 @@ void Application::operate()
         }
         return;
     case 25:
-        if (m_stopping)
+        if (m_releasing)
             return call("release", [] { AccountManager::releaseInstance(); });
         return m_sequence.chance(10) ? call("reset", [] { manager()->reset(); }) : void();
     case 27:

@@ -1031,6 +1031,7 @@ private Q_SLOTS:
         fillMedia(source(), 14);
         QVERIFY(dataMove()->moveTo(target()));
         QVERIFY(finish());
+        MediaTree::write(target() + u"0/image/ofTheNotebook"_s, "new");
         const MediaTree moved = readMedia(target());
         leaveApplication();
         const QString file =
@@ -1050,6 +1051,7 @@ private Q_SLOTS:
         start();
         QCOMPARE(AppDirManager::instance()->cacheDataDir(), wipes ? source() : target());
         QCOMPARE(readMedia(target()), wipes ? MediaTree() : moved);
+        QCOMPARE(QFileInfo::exists(target() + u"0/image/ofTheNotebook"_s), !wipes);
     }
 
     void processEndsDuringAMove_data()
