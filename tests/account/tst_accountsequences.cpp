@@ -811,8 +811,12 @@ void Application::check()
             unavailable.insert(one.toMap().value(u"accountId"_s).toLongLong());
         m_absent += m_maybeAbsent & storedIds();
         // A handler may have signed in as another the one that init() was about to restore.
-        if (m_wasStarting && !m_maybeAbsent.isEmpty())
+        if (m_wasStarting && !m_maybeAbsent.isEmpty()) {
             m_absent += unavailable;
+            // And one that a handler has deleted was restored after that, and is nobody's.
+            m_gone += m_maybeAbsent - unavailable - ids;
+            m_absent -= m_gone;
+        }
         m_maybeAbsent.clear();
         m_wasStarting = false;
         m_absent -= ids;
