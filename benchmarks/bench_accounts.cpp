@@ -159,7 +159,7 @@ private:
 void addSettings()
 {
     comparison::add(
-        "an account's setting: getter, bool", 0.5,
+        "an account's setting: getter, bool", 0.35,
         [](State &state) {
             const Settings settings;
             settings->setShowArchivedFolder(false);
@@ -174,7 +174,7 @@ void addSettings()
                 benchmark::DoNotOptimize(plain.settings.value(name, true).toBool());
         });
     comparison::add(
-        "an account's setting: getter, text", 0.5,
+        "an account's setting: getter, text", 0.35,
         [](State &state) {
             const Settings settings;
             settings->setLastLocation(QStringLiteral("52.52,13.40"));
@@ -189,7 +189,7 @@ void addSettings()
                 benchmark::DoNotOptimize(plain.settings.value(name, QString()).toString());
         });
     comparison::add(
-        "an account's setting: setter, as the caller feels it", 1.5,
+        "an account's setting: setter, as the caller feels it", 1.0,
         [](State &state) {
             const Settings settings;
             int width = 0;
@@ -203,7 +203,7 @@ void addSettings()
                 plain.settings.setValue(QStringLiteral("left_tab_width"), ++width);
         });
     comparison::add(
-        "an account's settings made durable, 10,000 changes", 0.5,
+        "an account's settings made durable, 10,000 changes", 0.2,
         [](State &state) {
             const Settings settings;
             changeAll(state, settings.get());
@@ -274,7 +274,7 @@ void addSwitch()
 void addStoredData()
 {
     comparison::add(
-        "start-up with 5 accounts of 10,000 configuration rows", 2.0,
+        "start-up with 5 accounts of 10,000 configuration rows", 1.6,
         [](State &state) {
             directories();
             for (auto _ : state) {

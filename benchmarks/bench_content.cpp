@@ -49,7 +49,7 @@ void addFactoryRows()
 {
     const std::string bytes = textWithMentions().SerializeAsString();
     comparison::add(
-        "makeContentItem from protocol bytes, text with 4 mentions", 1.5,
+        "makeContentItem from protocol bytes, text with 4 mentions", 1.4,
         [bytes](benchmark::State &state) {
             for (auto _ : state)
                 benchmark::DoNotOptimize(makeContentItem(bytes, 2, 1, nullptr));
@@ -80,7 +80,7 @@ void addFactoryRows()
     const QByteArray json = mapToJson(serializeContent(item));
     const std::string stored = json.toStdString();
     comparison::add(
-        "makeContentItem from stored JSON", 0.7,
+        "makeContentItem from stored JSON", 0.6,
         [stored](benchmark::State &state) {
             for (auto _ : state)
                 benchmark::DoNotOptimize(makeContentItem(stored, 1, 1, nullptr));
@@ -171,7 +171,7 @@ void addKindRow(const char *kind, const Content &content, Make make, Take take)
 {
     const std::string bytes = content.SerializeAsString();
     comparison::add(
-        std::string("makeContentItem from protocol bytes, ") + kind, 2.0,
+        std::string("makeContentItem from protocol bytes, ") + kind, 1.8,
         [bytes, make](benchmark::State &state) {
             for (auto _ : state)
                 benchmark::DoNotOptimize(make(bytes));
@@ -623,7 +623,7 @@ void addHostileRows()
 
 void addMemoryRows()
 {
-    addMemoryRow("memory of 100,000 text items", 1.5,
+    addMemoryRow("memory of 100,000 text items", 1.45,
                  [](int) -> const Share & { return chat().front(); });
     // A hundred messages in a row have each kind's share.
     static const auto kinds = [] {
@@ -632,7 +632,7 @@ void addMemoryRows()
             list.insert(list.end(), std::size_t(chat()[i].percent), i);
         return list;
     }();
-    addMemoryRow("memory of 100,000 mixed items", 1.5, [](int number) -> const Share & {
+    addMemoryRow("memory of 100,000 mixed items", 1.55, [](int number) -> const Share & {
         return chat()[kinds[std::size_t(number) % 100]];
     });
 }

@@ -43,7 +43,7 @@ private:
 void addGetters()
 {
     comparison::add(
-        "a settings getter, bool", 0.5,
+        "a settings getter, bool", 0.35,
         [](State &state) {
             const Model model;
             fill([&](const QString &key, int value) { model->setValue(key, value, false); });
@@ -60,7 +60,7 @@ void addGetters()
             }
         });
     comparison::add(
-        "a settings getter, text", 0.5,
+        "a settings getter, text", 0.35,
         [](State &state) {
             const Model model;
             fill([&](const QString &key, int value) { model->setValue(key, value, false); });
@@ -82,7 +82,7 @@ void addGetters()
 void addSetter()
 {
     comparison::add(
-        "a settings setter, as the caller feels it", 1.5,
+        "a settings setter, as the caller feels it", 1.0,
         [](State &state) {
             const Model model;
             fill([&](const QString &key, int value) { model->setValue(key, value, true); });
@@ -101,7 +101,7 @@ void addSetter()
 void addDurability()
 {
     comparison::add(
-        "settings made durable through the model, 10,000 changes", 0.5,
+        "settings made durable through the model, 10,000 changes", 0.2,
         [](State &state) {
             const Model model;
             changeAll(state, model.operator->());

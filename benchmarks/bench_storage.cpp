@@ -162,7 +162,7 @@ void addRows()
 {
     using benchmark::State;
     comparison::add(
-        "settings rows made durable, 10,000 changes", 0.5,
+        "settings rows made durable, 10,000 changes", 0.2,
         [](State &state) {
             const auto provider = freshProvider();
             changes();
@@ -200,7 +200,7 @@ void addRows()
             }
         });
     comparison::add(
-        "settings store opened and read, 10,000 rows", 2.0,
+        "settings store opened and read, 10,000 rows", 1.8,
         [](State &state) {
             const auto provider = freshProvider();
             saveAll(*provider->settingStorage());

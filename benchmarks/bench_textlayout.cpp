@@ -299,11 +299,11 @@ void addRows()
     // Against a layout that is given the same formats: more fonts are dear for both.
     comparison::add("measuring a text message with entities, cold", 1.2,
                     atOneWidth(measuredColdWithEntities), atOneWidth(plainWithFormats));
-    comparison::add("measuring a new text of known words", 0.25, ofKnownWords(measured),
+    comparison::add("measuring a new text of known words", 0.12, ofKnownWords(measured),
                     ofKnownWords(plain));
-    comparison::add("measuring a new text of known words with entities", 0.25,
+    comparison::add("measuring a new text of known words with entities", 0.2,
                     ofKnownWords(measuredWithEntities), ofKnownWords(plainWithFormats));
-    comparison::add("measuring it again at another width", 0.25, atManyWidths(measured),
+    comparison::add("measuring it again at another width", 0.1, atManyWidths(measured),
                     atManyWidths(plain));
     addHostileTexts();
     comparison::add("emoji counting, ordinary text", 0.1, countingEmoji([](const QString &text) {
