@@ -971,8 +971,38 @@ private Q_SLOTS:
         QCOMPARE(readMedia(source()), before);
     }
 
+    // Whatever was moved and reset since.
+    void wipeOfFormerPlaces()
+    {
+        QStringList left;
+        for (const QString &name : {u"second"_s, u"third"_s, u"fourth"_s}) {
+            const QString place = m_home->path() + u'/' + name + u'/';
+            QVERIFY(QDir().mkpath(place) && dataMove()->moveTo(place));
+            QVERIFY(finish());
+            left.append(place + u"10001/photo/left.jpg"_s);
+        }
+        settings()->reset();
+        leaveApplication();
+        start();
+        for (const QString &file : std::as_const(left))
+            MediaTree::write(file, "left");
+        AccountManager::getInstance()->unlockApp(true, false);
+        for (const QString &file : std::as_const(left))
+            QTRY_VERIFY2(!QFileInfo::exists(file), qPrintable(file));
+    }
+
+    void wipeOfWhatCannotBeRemoved_data()
+    {
+        QTest::addColumn<bool>("comesBack");
+        QTest::addColumn<qint64>("lockedId");
+        QTest::newRow("nobody comes back") << false << qint64(0);
+        QTest::newRow("who was there comes back") << true << qint64(0);
+        QTest::newRow("and cannot be opened") << true << qint64(10001);
+    }
     void wipeOfWhatCannotBeRemoved()
     {
+        QFETCH(const bool, comesBack);
+        QFETCH(const qint64, lockedId);
         const QString account = source() + u"10001"_s;
         MediaTree::write(account + u"/userstatus/account.db"_s, "secret");
         const QString store = account + u"/userstatus"_s;
@@ -985,9 +1015,25 @@ private Q_SLOTS:
         settings()->reset();
         QVERIFY(
             QFile::setPermissions(store, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        if (comesBack) {
+            AccountBase *login = AccountManager::getInstance()->loginAccount();
+            QVERIFY(static_cast<MediaAccount *>(login)->signIn(10001));
+        }
+        const QByteArray left = settings()->value(u"left_stores"_s, {}).toByteArray();
+        settings()->setValue(u"left_stores"_s, listToJson(jsonToList(left) << u"music"_s), true);
         leaveApplication();
+        // What the wipe did not leave is no business of the next start, nor is what is no account's.
+        const QString others[] = {source() + u"777/userstatus/account.db"_s,
+                                  source() + u"music/kept"_s};
+        for (const QString &other : others)
+            MediaTree::write(other, "kept");
+        MediaAccount::lockedId = lockedId;
         start();
-        QVERIFY(!QFileInfo::exists(account));
+        MediaAccount::lockedId = 0;
+        QCOMPARE(QFileInfo::exists(account), comesBack);
+        for (const QString &other : others)
+            QVERIFY(QFileInfo::exists(other));
+        QVERIFY(!settings()->value(u"left_stores"_s, {}).isValid());
     }
 
     void processEndsDuringAMove_data()
