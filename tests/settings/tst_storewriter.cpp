@@ -101,6 +101,21 @@ private Q_SLOTS:
         QCOMPARE(values().size(), 2);
     }
 
+    void whatIsNotOnTheDiskIsNotConfirmed()
+    {
+        SettingWriter writer(storage());
+        writer.save({u"a"_s, 1, {}});
+        StuckDisk::failsToSync = true;
+        writer.save({u"a"_s, 2, {}});
+        QVERIFY(!writer.flush());
+        StuckDisk::failsToSync = false;
+        QVERIFY(writer.flush());
+        // What has been written since a sync that there will not be.
+        writer.save({u"a"_s, 3, {}});
+        storage::GlobalStorageProvider::closeAllInCrash();
+        QVERIFY(!writer.flush());
+    }
+
     void savesOnAfterAThreadWasGivenUp()
     {
         // So many of somebody else's tasks hang that the writer's behind them is dropped.
