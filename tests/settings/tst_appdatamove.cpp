@@ -986,9 +986,21 @@ private Q_SLOTS:
         start();
         for (const QString &file : std::as_const(left))
             MediaTree::write(file, "left");
+        // One cannot be removed, wherever it is put, before the next start.
+        const QString stuck = m_home->path() + u"/third/10001/photo/stuck"_s;
+        MediaTree::write(stuck + u"/left.jpg"_s, "left");
+        const QFile::Permissions usual = QFile::permissions(stuck);
+        QVERIFY(QFile::setPermissions(stuck, QFile::ReadOwner | QFile::ExeOwner));
         AccountManager::getInstance()->unlockApp(true, false);
         for (const QString &file : std::as_const(left))
             QTRY_VERIFY2(!QFileInfo::exists(file), qPrintable(file));
+        leaveApplication();
+        for (QDirIterator folder(m_home->path(), {u"stuck"_s}, QDir::Dirs | QDir::Hidden,
+                                 QDirIterator::Subdirectories);
+             folder.hasNext();)
+            QVERIFY(QFile::setPermissions(folder.next(), usual));
+        start();
+        QTRY_VERIFY(MediaTree::read(m_home->path() + u"/third"_s).files.isEmpty());
     }
 
     void wipeOfWhatCannotBeRemoved_data()
@@ -1003,14 +1015,23 @@ private Q_SLOTS:
     {
         QFETCH(const bool, comesBack);
         QFETCH(const qint64, lockedId);
+        leaveApplication();
+        MediaAccount::lockedId = 10002;
+        start();
+        MediaAccount::lockedId = 0;
         const QString account = source() + u"10001"_s;
         MediaTree::write(account + u"/userstatus/account.db"_s, "secret");
         const QString store = account + u"/userstatus"_s;
         QVERIFY(QFile::setPermissions(store, QFile::ReadOwner | QFile::ExeOwner));
+        const QString key = source() + u"master.key"_s;
+        QFile::remove(key);
+        MediaTree::write(key + u"/in the way"_s, "");
         QSignalSpy wiped(AccountManager::getInstance(), &AccountManager::appWiped);
         AccountManager::getInstance()->unlockApp(true, false);
         QVERIFY(wiped.wait());
-        QVERIFY(QFileInfo::exists(store));
+        QVERIFY(QFileInfo::exists(store) && !QFileInfo::exists(source() + u"10002"_s));
+        QVERIFY(QDir(key).removeRecursively());
+        MediaTree::write(key, QByteArray(32, 'k'));
         // A person who signs in and out before the next start changes nothing about it.
         settings()->reset();
         QVERIFY(
@@ -1031,6 +1052,7 @@ private Q_SLOTS:
         start();
         MediaAccount::lockedId = 0;
         QCOMPARE(QFileInfo::exists(account), comesBack);
+        QCOMPARE(QFileInfo::exists(key), comesBack);
         for (const QString &other : others)
             QVERIFY(QFileInfo::exists(other));
         QVERIFY(!settings()->value(u"left_stores"_s, {}).isValid());
