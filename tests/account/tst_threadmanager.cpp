@@ -225,10 +225,10 @@ private Q_SLOTS:
         std::atomic<int> found = 0;
         bool isHandled = false;
         QObject here;
+        QSemaphore entered;
         {
             const Application application;
             manager()->init();
-            QSemaphore entered;
             for (const auto post : {ThreadManager::invoke, ThreadManager::run}) {
                 post(
                     [&] {
