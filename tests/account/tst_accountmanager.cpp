@@ -25,6 +25,7 @@
 #include <sys/file.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -50,6 +51,8 @@ FakeAccount *fake(AccountBase *account)
 
 /// Whose accounts open, but are signed out.
 Ids signedOutIds;
+/// The next account that is restored has everybody logged out.
+bool logsOutAll = false;
 
 class Account : public FakeAccount
 {
@@ -59,6 +62,8 @@ public:
     {
         FakeAccount::restore(params, connectNow, reason);
         setAuthorized(authorized() && !signedOutIds.contains(accountId()));
+        if (std::exchange(logsOutAll, false))
+            manager()->logoutAll();
     }
 };
 
@@ -222,6 +227,10 @@ void TestAccountManager::accountsThatCannotBeRestored_data()
     });
     row("nobody's", -1, [](const QString &) -> Undo {
         signedOutIds.append(7);
+        return {};
+    });
+    row("logged out meanwhile", -1, [](const QString &) -> Undo {
+        logsOutAll = true;
         return {};
     });
 }

@@ -100,6 +100,28 @@ private Q_SLOTS:
         });
     }
     void cleanup() { manager()->quitAll(); }
+    void cleanupTestCase()
+    {
+        // At the very end a task still has what was made before it.
+        static struct Used {
+            ~Used()
+            {
+                if (users > 0)
+                    std::_Exit(1);
+            }
+            std::atomic<int> users = 0;
+        } used;
+        manager()->init();
+        ThreadManager::run(
+            [] {
+                ++used.users;
+                QThread::msleep(100);
+                --used.users;
+            },
+            true);
+        while (used.users == 0)
+            QThread::yieldCurrentThread();
+    }
 
     void threadsOfTasks()
     {
@@ -176,7 +198,7 @@ private Q_SLOTS:
     {
         manager()->init();
         std::vector<int> order;
-        std::atomic<bool> late = false;
+        std::atomic<int> late = 0;
         std::thread poster;
         ThreadManager::invoke(
             [&] {
@@ -185,13 +207,44 @@ private Q_SLOTS:
                 ThreadManager::invoke([&] { order.push_back(2); }, true);
                 order.push_back(3);
                 // While quitAll() waits: still before it returns.
-                poster = std::thread([&] { ThreadManager::invoke([&] { late = true; }, true); });
+                poster = std::thread([&] {
+                    ThreadManager::invoke([&] { ++late; }, true);
+                    ThreadManager::invokeLater([&] { ++late; }, 60'000);
+                });
                 poster.join();
             },
             true);
         manager()->quitAll();
         QCOMPARE(order, (std::vector<int>{1, 2, 3}));
-        QVERIFY(late);
+        QCOMPARE(late.load(), 2);
+    }
+
+    // Of one that asks for nothing: what runs finds its object, whose events are over.
+    void theApplicationEnds()
+    {
+        std::atomic<int> found = 0;
+        bool isHandled = false;
+        QObject here;
+        QSemaphore entered;
+        {
+            const Application application;
+            manager()->init();
+            for (const auto post : {ThreadManager::invoke, ThreadManager::run}) {
+                post(
+                    [&] {
+                        entered.release();
+                        QThread::msleep(100);
+                        found += int(QCoreApplication::instance() != nullptr);
+                    },
+                    true);
+                entered.acquire();
+            }
+            QMetaObject::invokeMethod(
+                &here, [&] { isHandled = true; }, Qt::QueuedConnection);
+        }
+        QVERIFY(!manager()->thread() && !manager()->threadPool());
+        QCOMPARE(found.load(), 2);
+        QVERIFY(!isHandled);
     }
 
     void nothingIsLostBetweenInvokeAndQuit()

@@ -987,36 +987,101 @@ private Q_SLOTS:
         QCOMPARE(readMedia(source()), before);
     }
 
+    // Whatever was moved and reset since.
+    void wipeOfFormerPlaces()
+    {
+        QStringList left;
+        for (const QString &name : {u"second"_s, u"third"_s, u"fourth"_s}) {
+            const QString place = m_home->path() + u'/' + name + u'/';
+            QVERIFY(QDir().mkpath(place) && dataMove()->moveTo(place));
+            QVERIFY(finish());
+            left.append(place + u"10001/photo/left.jpg"_s);
+        }
+        settings()->reset();
+        leaveApplication();
+        start();
+        for (const QString &file : std::as_const(left))
+            MediaTree::write(file, "left");
+        // One cannot be removed, wherever it is put, before the next start.
+        const QString stuck = m_home->path() + u"/third/10001/photo/stuck"_s;
+        MediaTree::write(stuck + u"/left.jpg"_s, "left");
+        const QFile::Permissions usual = QFile::permissions(stuck);
+        QVERIFY(QFile::setPermissions(stuck, QFile::ReadOwner | QFile::ExeOwner));
+        AccountManager::getInstance()->unlockApp(true, false);
+        for (const QString &file : std::as_const(left))
+            QTRY_VERIFY2(!QFileInfo::exists(file), qPrintable(file));
+        leaveApplication();
+        for (QDirIterator folder(m_home->path(), {u"stuck"_s}, QDir::Dirs | QDir::Hidden,
+                                 QDirIterator::Subdirectories);
+             folder.hasNext();)
+            QVERIFY(QFile::setPermissions(folder.next(), usual));
+        start();
+        QTRY_VERIFY(MediaTree::read(m_home->path() + u"/third"_s).files.isEmpty());
+    }
+
     void wipeOfWhatCannotBeRemoved_data()
     {
         QTest::addColumn<QString>("folder");
-        QTest::newRow("the store") << u"userstatus"_s;
-        QTest::newRow("media") << u"image"_s;
+        QTest::addColumn<bool>("comesBack");
+        QTest::addColumn<qint64>("lockedId");
+        QTest::newRow("nobody comes back") << u"userstatus"_s << false << qint64(0);
+        QTest::newRow("only media stay") << u"image"_s << false << qint64(0);
+        QTest::newRow("who was there comes back") << u"userstatus"_s << true << qint64(0);
+        QTest::newRow("and cannot be opened") << u"userstatus"_s << true << qint64(10001);
     }
     void wipeOfWhatCannotBeRemoved()
     {
-        QFETCH(QString, folder);
+        QFETCH(const QString, folder);
+        QFETCH(const bool, comesBack);
+        QFETCH(const qint64, lockedId);
+        leaveApplication();
+        MediaAccount::lockedId = 10002;
+        start();
+        MediaAccount::lockedId = 0;
         const QString account = source() + u"10001"_s;
         const QString store = account + u"/userstatus"_s;
         const QString stuck = account + u'/' + folder;
         MediaTree::write(store + u"/other"_s, "secret");
         MediaTree::write(stuck + u"/file"_s, "secret");
         QVERIFY(QFile::setPermissions(stuck, QFile::ReadOwner | QFile::ExeOwner));
+        const QString key = source() + u"master.key"_s;
+        QFile::remove(key);
+        MediaTree::write(key + u"/in the way"_s, "");
         AccountManager *manager = AccountManager::getInstance();
         QSignalSpy wiped(manager, &AccountManager::appWiped);
         manager->unlockApp(true, false);
         QVERIFY(wiped.wait());
-        QVERIFY(QFileInfo::exists(stuck));
+        QVERIFY(QFileInfo::exists(stuck) && !QFileInfo::exists(source() + u"10002"_s));
         QCOMPARE(QFileInfo::exists(store), stuck == store);
+        QVERIFY(QDir(key).removeRecursively());
+        MediaTree::write(key, QByteArray(32, 'k'));
         // Nobody gets to see it again, and a reset does not forget it.
         settings()->reset();
+        const auto signIn = [&] {
+            return static_cast<MediaAccount *>(manager->loginAccount())->signIn(10001);
+        };
         if (stuck == store)
-            QVERIFY(!qobject_cast<FakeAccount *>(manager->loginAccount())->signIn(10001));
+            QVERIFY(!signIn());
         QVERIFY(
             QFile::setPermissions(stuck, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        if (comesBack)
+            QVERIFY(signIn() && !QFileInfo::exists(store + u"/other"_s));
+        const QByteArray left = settings()->value(u"left_stores"_s, {}).toByteArray();
+        settings()->setValue(u"left_stores"_s, listToJson(jsonToList(left) << u"music"_s), true);
         leaveApplication();
+        // What the wipe did not leave is no business of the next start, nor is what is no account's.
+        const QString others[] = {source() + u"777/userstatus/account.db"_s,
+                                  source() + u"music/kept"_s};
+        for (const QString &other : others)
+            MediaTree::write(other, "kept");
+        MediaAccount::lockedId = lockedId;
         start();
-        QVERIFY(!QFileInfo::exists(account));
+        MediaAccount::lockedId = 0;
+        QCOMPARE(QFileInfo::exists(account), comesBack);
+        QCOMPARE(QFileInfo::exists(key), comesBack);
+        for (const QString &other : others)
+            QVERIFY(QFileInfo::exists(other));
+        QVERIFY(!settings()->value(u"left_stores"_s, {}).isValid());
     }
 
     void settingsThatCannotBeRead_data()

@@ -703,7 +703,7 @@ private Q_SLOTS:
         QCOMPARE(announced, (QStringList{u""_s, u"a"_s, u""_s}));
     }
 
-    void aResetIsStoredInOneStep()
+    void severalRowsAreStoredInOneStep()
     {
         model()->setDarkMode(true);
         model()->setServerConfig("config", true);
@@ -711,6 +711,8 @@ private Q_SLOTS:
                                SQLite::OPEN_READWRITE, 2000);
         store.exec("CREATE TRIGGER bad BEFORE INSERT ON settings WHEN NEW.key = 'server_config'"
                    " BEGIN SELECT RAISE(ABORT, 'bad'); END");
+        model()->saveToConfig({{u"before"_s, 1}, {u"server_config"_s, QByteArray("other")}});
+        QVERIFY(!storedRows().contains(u"before"_s));
         model()->reset();
         QCOMPARE(storedRows().value(u"dark_mode"_s).value, true);
         QCOMPARE(storedRows().value(u"server_config"_s).value, QByteArray("config"));
@@ -719,6 +721,14 @@ private Q_SLOTS:
         QStringList left = storedRows().keys();
         left.sort();
         QCOMPARE(left, (QStringList{u"database_version"_s, u"server_config"_s}));
+        // Nobody is signed out by a kill before those who stay have been stored again.
+        model()->setAccountIds({7});
+        QByteArray meanwhile;
+        connect(model(), &AppSettingModel::darkModeChanged, model(),
+                [&] { meanwhile = storedRows().value(u"accounts"_s).value.toByteArray(); });
+        model()->reset();
+        QCOMPARE(meanwhile, "[7]");
+        QVERIFY(!storedRows().contains(u"accounts"_s));
     }
 };
 

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QStringList>
 
 #ifdef Q_OS_UNIX
+#    include <fcntl.h>
 #    include <sys/stat.h>
 #endif
 
@@ -36,5 +38,20 @@ inline QStringList openToOthers(const QString &directory)
     while (inside.hasNext())
         paths.append(inside.next());
     paths.removeIf([](const QString &path) { return !(QFile::permissions(path) & others); });
+    return paths;
+}
+
+/// What a program that this process starts would have open of a directory, as far as is known.
+inline QStringList openToChildren([[maybe_unused]] const QString &directory)
+{
+    QStringList paths;
+#ifdef Q_OS_LINUX
+    const QDir open(QStringLiteral("/proc/self/fd"));
+    for (const QString &name : open.entryList(QDir::AllEntries | QDir::System)) {
+        const QString path = QFile::symLinkTarget(open.filePath(name));
+        if (path.startsWith(directory) && !(::fcntl(name.toInt(), F_GETFD) & FD_CLOEXEC))
+            paths.append(path);
+    }
+#endif
     return paths;
 }

@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
@@ -39,6 +40,8 @@ public:
         state().isStuck = false;
         state().changed.notify_all();
     }
+    /// Says of each of those files that it cannot be synced; with or without one that lives.
+    static inline std::atomic_bool failsToSync = false;
     /// True once somebody waits for the disk.
     bool isReached() const
     {
@@ -56,6 +59,7 @@ private:
         sqlite3_vfs *vfs = nullptr;
         std::map<const sqlite3_io_methods *, sqlite3_io_methods> slowMethods; // of the usual ones
         int (*write)(sqlite3_file *, const void *, int, sqlite3_int64) = nullptr;
+        int (*sync)(sqlite3_file *, int) = nullptr;
         std::mutex mutex;
         std::condition_variable changed;
         bool isStuck = false;
@@ -73,11 +77,17 @@ private:
         const int result = all.vfs->xOpen(all.vfs, name, file, flags, outFlags);
         const std::lock_guard lock(all.mutex);
         if (file->pMethods && name && std::strstr(name, all.part)) {
-            if (!all.write)
+            if (!all.write) {
                 all.write = file->pMethods->xWrite;
+                all.sync = file->pMethods->xSync;
+            }
             const auto [slow, isNew] = all.slowMethods.try_emplace(file->pMethods, *file->pMethods);
-            if (isNew)
+            if (isNew) {
                 slow->second.xWrite = write;
+                slow->second.xSync = [](sqlite3_file *synced, int how) {
+                    return failsToSync ? SQLITE_IOERR_FSYNC : state().sync(synced, how);
+                };
+            }
             file->pMethods = &slow->second;
         }
         return result;

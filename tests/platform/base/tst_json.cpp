@@ -51,6 +51,7 @@ private Q_SLOTS:
         QCOMPARE(jsonToList("[\"\xEF\xBB\xBF\"]"), QVariantList{mark});
         QCOMPARE(jsonToList("[\"" + QByteArray(200'000, 'x') + "\",1]").size(), 2);
         QCOMPARE(jsonToList("[1e-4000,\"a\"]"), (QVariantList{0, u"a"_s}));
+        QCOMPARE(jsonToList("[\"\\\",\\\",\",2,3]", 2), (QVariantList{u"\",\","_s, 2}));
         QCOMPARE(dump(jsonToList(listToJson(nest(1024)))), dump(nest(1024)));
     }
 

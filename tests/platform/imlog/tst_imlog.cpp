@@ -152,6 +152,7 @@ private Q_SLOTS:
         ImLog::instance()->flush();
         ImLog::infoInCrash("crash");
         QVERIFY(lines(directory.path()).constLast().endsWith(u"crash"_s));
+        QCOMPARE(openToChildren(home.path()), QStringList());
         QCOMPARE(openToOthers(home.path()), QStringList());
         const QFileInfoList files = directory.entryInfoList(QDir::Files);
         QCOMPARE(files.size(), 4);

@@ -274,6 +274,7 @@ private Q_SLOTS:
             QVERIFY(provider.settingStorage()->save({u"key"_s, 1, {}}));
             QVERIFY(QFile::exists(provider.filePath() + u"-wal"_s));
             QCOMPARE(openToOthers(home), QStringList());
+            QCOMPARE(openToChildren(home), QStringList());
             // As an earlier version left them, with a log that goes on.
             const QByteArray bytes = contents(provider.filePath() + u"-wal"_s);
             provider.close();
