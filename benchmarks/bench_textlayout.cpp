@@ -1,6 +1,6 @@
 #include "base/drawabletextbase.h"
 #include "base/drawabletextutil.h"
-#include "base/wordlayout_p.h"
+#include "base/text/wordlayout_p.h"
 #include "support/comparison.h"
 
 #include <QFont>

@@ -1,5 +1,6 @@
 #include "base/drawabletextbase.h"
-#include "base/wordlayout_p.h"
+#include "base/text/wordlayout_p.h"
+#include "base/text/wordproof_p.h"
 #include "referencelayout.h"
 
 #include <QDir>
@@ -214,6 +215,28 @@ private Q_SLOTS:
                      qPrintable(u"No texts in "_s + language + u": install corpus_packages"_s));
         QVERIFY2(all.texts.size() >= fewest, "Too few texts: install what ./dev test installs");
         QVERIFY(all.languages.size() >= 20);
+    }
+
+    void givesWayToAnotherLayout()
+    {
+        QVERIFY(WordProof::holds());
+        // A late probe has a line that is wider by the least there is; or one line less.
+        int called = 0;
+        const auto other = [&](const QString &text, const QFont &font, double width) {
+            WordProof::Lines lines = WordProof::fullLayout(text, font, width);
+            if (++called > 30)
+                lines.back().width += 1.0 / 64;
+            return lines;
+        };
+        QVERIFY(!WordProof::holds(other));
+        QCOMPARE(called, 31);
+        QVERIFY(!WordProof::holds([](const QString &text, const QFont &font, double width) {
+            WordProof::Lines lines = WordProof::fullLayout(text, font, width);
+            if (lines.size() > 1)
+                lines.pop_back();
+            return lines;
+        }));
+        QVERIFY(WordLayout::ofThisThread());
     }
 
     void likeFullLayout()

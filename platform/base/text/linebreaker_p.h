@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/wordcache_p.h"
+#include "base/text/wordcache_p.h"
 
 #include <optional>
 #include <span>

@@ -1,6 +1,6 @@
-#include "base/wordcache_p.h"
+#include "base/text/wordcache_p.h"
 
-#include "base/layoutcharacter_p.h"
+#include "base/text/layoutcharacter_p.h"
 
 #include <QGuiApplication>
 

@@ -1,4 +1,4 @@
-#include "base/layoutcharacter_p.h"
+#include "base/text/layoutcharacter_p.h"
 
 #include "base/undying.h"
 

@@ -1,6 +1,7 @@
-#include "base/wordlayout_p.h"
+#include "base/text/wordlayout_p.h"
 
-#include "base/layoutcharacter_p.h"
+#include "base/text/layoutcharacter_p.h"
+#include "base/text/wordproof_p.h"
 #include "base/undying.h"
 
 #include <QTextBoundaryFinder>
@@ -98,7 +99,12 @@ qsizetype endOfWord(const QString &text, qsizetype from, qsizetype end, QChar::S
 
 WordLayout *WordLayout::ofThisThread()
 {
-    return keptByThread<WordLayout>();
+#ifdef MODELBASE_WORD_CACHE
+    static const bool holds = WordProof::holds();
+    return holds ? keptByThread<WordLayout>() : nullptr;
+#else
+    return nullptr;
+#endif
 }
 
 const std::vector<WordLayout::Line> *WordLayout::breakLines(const QString &paragraph,

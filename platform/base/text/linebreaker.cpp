@@ -1,4 +1,4 @@
-#include "base/linebreaker_p.h"
+#include "base/text/linebreaker_p.h"
 
 #include <algorithm>
 #include <cmath>

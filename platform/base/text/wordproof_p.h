@@ -1,0 +1,29 @@
+#pragma once
+
+#include "base/base_export.h"
+#include "base/text/wordlayout_p.h"
+
+#include <QFont>
+#include <QString>
+
+#include <functional>
+#include <vector>
+
+/// The test that WordLayout has to pass before a process uses it: some twenty short texts, those that
+/// the application's font can show, are laid out both ways. It takes a millisecond or two, once.
+///
+/// Thread: any; needs a QGuiApplication.
+namespace WordProof
+{
+
+using Lines = std::vector<WordLayout::Line>;
+
+/// The lines of a paragraph as QTextLayout makes them.
+BASE_EXPORT Lines fullLayout(const QString &paragraph, const QFont &font, double width);
+
+/// False, with one log line that names the first difference, when WordLayout decides a text otherwise
+/// than `full` does, or decides none.
+BASE_EXPORT bool
+holds(const std::function<Lines(const QString &, const QFont &, double)> &full = fullLayout);
+
+} // namespace WordProof
