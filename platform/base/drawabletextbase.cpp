@@ -1,8 +1,8 @@
 #include "base/drawabletextbase.h"
 
 #include "base/text/layoutcharacter_p.h"
-#include "base/undying.h"
 #include "base/text/wordlayout_p.h"
+#include "base/undying.h"
 
 #include <QFontDatabase>
 #include <QFontInfo>
