@@ -420,6 +420,9 @@ void AppDataMove::closeMap()
     AppSettingModel *settings = AppSettingModel::instance();
     const QStringList ids = jsonToMap(settings->movedDataInfo()).keys();
     settings->setMovedDataInfo({});
+    // While there is a map, these folders tell that the old place is there: see isThere().
+    if (!settings->flush())
+        return;
     for (const QString &id : ids) {
         QFile::remove(MoveMap::scratchFile(settings->cacheDataPath(), id));
         QDir().rmdir(settings->oldCacheDataPath() + id);
