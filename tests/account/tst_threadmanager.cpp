@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <memory>
 #include <semaphore>
 #include <thread>
 #include <vector>
@@ -55,22 +56,26 @@ private:
     bool m_inOrder = true;
 };
 
-/// A task that keeps its thread until let go.
+/// A task that keeps its thread until let go. A thread that was given up may be in it for longer than
+/// the test is.
 class Blocker
 {
 public:
     void operator()()
     {
-        m_entered.release();
-        m_leave.acquire();
+        const auto gates = m_gates;
+        gates->entered.release();
+        gates->leave.acquire();
     }
-    void waitUntilEntered() { m_entered.acquire(); }
-    void letGo() { m_leave.release(); }
+    void waitUntilEntered() { m_gates->entered.acquire(); }
+    void letGo() { m_gates->leave.release(); }
 
 private:
-    // QSemaphore of Qt 6.4.2 was seen to hang here after its release().
-    std::counting_semaphore<> m_entered{0};
-    std::counting_semaphore<> m_leave{0};
+    struct Gates {
+        std::counting_semaphore<> entered{0};
+        std::counting_semaphore<> leave{0};
+    };
+    const std::shared_ptr<Gates> m_gates = std::make_shared<Gates>();
 };
 
 struct Application {
