@@ -7,6 +7,7 @@
 #include "imcrypto/store.h"
 #include "imlog/imlog.h"
 #include "settings/accountsettingmodel.h"
+#include "settings/appdatamove.h"
 #include "settings/appsettingmodel.h"
 #include "storage/globalstorageprovider.h"
 
@@ -14,6 +15,7 @@
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <sqlite3.h>
@@ -34,14 +36,18 @@ QString dataDirectory()
     return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
 }
 
-/// The files of the application that hold a text, as UTF-8 or UTF-16.
-QStringList filesWith(const QString &text)
+/// The files of the application that hold a text, as UTF-8 or UTF-16; in a place that media are moved
+/// to, too.
+QStringList filesWith(const QString &text, const QString &directory = {})
 {
     const QByteArray utf8 = text.toUtf8();
     const auto *utf16 = reinterpret_cast<const char *>(text.utf16());
     const QByteArrayView wide(utf16, 2 * text.size());
     QStringList found;
-    for (QDirIterator it(dataDirectory(), QDir::Files, QDirIterator::Subdirectories);
+    if (!directory.isEmpty())
+        found = filesWith(text);
+    for (QDirIterator it(directory.isEmpty() ? dataDirectory() : directory,
+                         QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
          it.hasNext();) {
         QFile file(it.next());
         if (!file.open(QFile::ReadOnly))
@@ -89,12 +95,16 @@ private Q_SLOTS:
     void afterWipe_data()
     {
         QTest::addColumn<bool>("notebook");
-        QTest::addRow("accounts") << false;
-        QTest::addRow("accounts and notebook") << true;
+        QTest::addColumn<bool>("moves");
+        QTest::addRow("accounts") << false << false;
+        QTest::addRow("accounts and notebook") << true << false;
+        QTest::addRow("in the midst of a move") << false << true;
     }
     void afterWipe()
     {
         QFETCH(bool, notebook);
+        QFETCH(bool, moves);
+        const QTemporaryDir target;
         AccountManager *manager = AccountManager::getInstance();
         AppSettingModel *settings = AppSettingModel::instance();
         if (manager->count() == 0)
@@ -125,11 +135,22 @@ private Q_SLOTS:
         const QByteArray master = contents(u"master.key"_s);
         QCOMPARE(master.size(), 32);
 
+        if (moves) {
+            markers.append(u"MEDIA-MARKER"_s);
+            for (int i = 0; i < 300; ++i) {
+                write(u"%1/image/%2"_s.arg(mira->accountId()).arg(i),
+                      QByteArray(20'000, char(i)) + "MEDIA-MARKER");
+            }
+            QVERIFY(manager->appDataMove()->moveTo(target.path()));
+            QTRY_VERIFY(manager->appDataMove()->movedBytes() > 0);
+            QVERIFY(manager->appDataMove()->running());
+        }
+
         QSignalSpy wiped(manager, &AccountManager::appWiped);
         QCOMPARE(applock::unlock(u"1379"_s), applock::Opens::Destruction);
         QVERIFY(wiped.wait());
         for (const QString &marker : markers)
-            QCOMPARE(filesWith(marker), QStringList());
+            QTRY_COMPARE(filesWith(marker, target.path()), QStringList());
         QVERIFY(contents(u"master.key"_s).isEmpty());
         QCOMPARE(contents(u"somebody else's"_s), QByteArray("kept"));
         QCOMPARE(QDir(dataDirectory()).entryList({u"[0-9]*"_s}, QDir::Dirs), QStringList());
