@@ -289,6 +289,9 @@ void AccountBase::setAccountId(qint64 accountId)
     if (old == accountId)
         return;
     suspendStore();
+    // A content of whoever had the id may have been made after the end of the session.
+    if (DefaultProviders *defaults = m_defaults; defaults && old > 0)
+        defaults->clear();
     const bool isAnother = std::exchange(m_personId, accountId) > 0;
     if (!isAnother)
         return Q_EMIT accountIdChanged();
