@@ -3,33 +3,23 @@
 #include "account/accounttraces_p.h"
 #include "account/meetingstate_p.h"
 #include "account/newdeviceloginmanager.h"
-#include "account/threadmanager.h"
-#include "base/json.h"
-#include "base/util.h"
 #include "core/logs_p.h"
 #include "i18n/translated_p.h"
 #include "imlog/imlog.h"
-#include "settings/accountsettingmodel.h"
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
 #include "settings/messagegeometry_p.h"
 #include "storage/globalstorageprovider.h"
-#include "storage/settingstorage.h"
 #include "storage/userstorageprovider.h"
 
 #include <QCoreApplication>
-#include <QDir>
-#include <QFileInfo>
 #include <QJSEngine>
 #include <QMetaEnum>
 #include <QNetworkProxy>
 #include <QScopedValueRollback>
 
 #include <algorithm>
-#include <cstddef>
-#include <limits>
 #include <new>
-#include <optional>
 #include <utility>
 
 namespace

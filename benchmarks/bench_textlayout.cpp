@@ -16,6 +16,12 @@
 namespace
 {
 
+void forgetWords()
+{
+    if (WordLayout *words = WordLayout::ofThisThread()) // or the build has none
+        words->clear();
+}
+
 /// What people write to each other, short and long.
 const QStringList &messages()
 {
@@ -225,7 +231,7 @@ void addHostileTexts()
             std::string("hostile text: ") + name, 6,
             [&text](benchmark::State &state) {
                 for (auto _ : state) {
-                    WordLayout::ofThisThread()->clear();
+                    forgetWords();
                     benchmark::DoNotOptimize(measure(text, bubbleWidth, {}));
                 }
             },
@@ -278,11 +284,11 @@ void addRows()
         return measure(text, width, {});
     };
     const auto measuredCold = [](const QString &text, double width) {
-        WordLayout::ofThisThread()->clear();
+        forgetWords();
         return measure(text, width, {});
     };
     const auto measuredColdWithEntities = [](const QString &text, double width) {
-        WordLayout::ofThisThread()->clear();
+        forgetWords();
         return measure(text, width, entitiesOf(text));
     };
     const auto measuredWithEntities = [](const QString &text, double width) {

@@ -1,9 +1,12 @@
 #include "multimedia/mediareader_p.h"
 
+#include "base/undying.h"
 #include "multimedia/mediafile_p.h"
 
 #include <QFileInfo>
 #include <QLibrary>
+
+#include <atomic>
 
 #ifdef Q_OS_UNIX
 #    include <dlfcn.h>
@@ -26,24 +29,33 @@ QString libraryPath()
     return name;
 }
 
-MediaReader *load()
+struct Loaded {
+    MediaReader *reader = nullptr;
+    QString path;
+    QString why; // there is none
+};
+
+Loaded load()
 {
-    QLibrary library(libraryPath(), 0);
+    QLibrary library(libraryPath(), MODELBASE_SOVERSION);
     using Instance = MediaReader *(*)();
-    if (const auto instance =
-            reinterpret_cast<Instance>(library.resolve("modelbase_media_reader_instance")))
-        return instance();
-    logFailure(QStringLiteral("cannot load the reader of songs and videos"), library.fileName(),
-               library.errorString());
-    return nullptr;
+    const auto instance =
+        reinterpret_cast<Instance>(library.resolve("modelbase_media_reader_instance"));
+    return {instance ? instance() : nullptr, library.fileName(), library.errorString()};
 }
 
 } // namespace
 
 MediaReader *mediaReader()
 {
-    static MediaReader *const reader = load();
-    return reader;
+    static const Loaded &loaded = undying(load());
+    // Not while it is loaded: who handles the log line may look at a song.
+    static std::atomic_bool isLogged = false;
+    if (!loaded.reader && !isLogged.exchange(true)) {
+        logFailure(QStringLiteral("cannot load the reader of songs and videos"), loaded.path,
+                   loaded.why);
+    }
+    return loaded.reader;
 }
 
 } // namespace multimedia

@@ -6,6 +6,8 @@
 
 #include <QTextBoundaryFinder>
 
+#include <atomic>
+
 #include <optional>
 
 namespace
@@ -100,8 +102,13 @@ qsizetype endOfWord(const QString &text, qsizetype from, qsizetype end, QChar::S
 WordLayout *WordLayout::ofThisThread()
 {
 #ifdef MODELBASE_WORD_CACHE
-    static const bool holds = WordProof::holds();
-    return holds ? keptByThread<WordLayout>() : nullptr;
+    // While one thread finds out, and handles the log line, all others take the full layout.
+    enum Verdict { Unknown, Differs, Holds };
+    static std::atomic<Verdict> verdict = Unknown;
+    Verdict before = verdict;
+    if (before == Unknown && verdict.compare_exchange_strong(before, Differs) && WordProof::holds())
+        verdict = Holds;
+    return verdict == Holds ? keptByThread<WordLayout>() : nullptr;
 #else
     return nullptr;
 #endif

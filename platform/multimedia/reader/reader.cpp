@@ -23,9 +23,10 @@ public:
 
 } // namespace
 
-/// What multimedia::mediaReader() looks up.
+/// What multimedia::mediaReader() looks up. Never destroyed: tasks may be in it while the process
+/// exits.
 extern "C" Q_DECL_EXPORT multimedia::MediaReader *modelbase_media_reader_instance()
 {
-    static Reader reader;
-    return &reader;
+    static auto *const reader = new Reader;
+    return reader;
 }

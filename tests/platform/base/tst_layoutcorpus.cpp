@@ -205,6 +205,8 @@ class TestLayoutCorpus : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
+        if (!WordLayout::ofThisThread())
+            QSKIP("Built without MODELBASE_WORD_CACHE");
         const Corpus &all = corpus();
         qInfo("%lld texts in %lld languages", qlonglong(all.texts.size()),
               qlonglong(all.languages.size()));
