@@ -7,6 +7,7 @@
 #include "imlog/imlog.h"
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
+#include "settings/settingkeys_p.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -15,14 +16,14 @@ namespace
 {
 
 /// What is left: names of folders in the data directory, as a JSON list.
-constexpr auto leftKey = [] { return QStringLiteral("left_stores"); };
 
 /// Stands for the key in that list.
 constexpr auto masterKeyName = [] { return QStringLiteral("master_key"); };
 
 QVariantList noted()
 {
-    return jsonToList(AppSettingModel::instance()->value(leftKey(), {}).toByteArray());
+    return jsonToList(
+        AppSettingModel::instance()->value(SettingKey::leftStores(), {}).toByteArray());
 }
 
 QVariantList everything()
@@ -76,9 +77,9 @@ void AccountTraces::note(const QVariantList &left)
 {
     AppSettingModel *settings = AppSettingModel::instance();
     if (!left.isEmpty())
-        settings->setValue(leftKey(), listToJson(left), true);
-    else if (settings->value(leftKey(), {}).isValid())
-        settings->removeKey(leftKey());
+        settings->setValue(SettingKey::leftStores(), listToJson(left), true);
+    else if (settings->value(SettingKey::leftStores(), {}).isValid())
+        settings->removeKey(SettingKey::leftStores());
 }
 
 bool AccountTraces::makeRoom(qint64 accountId, const QString &directory)

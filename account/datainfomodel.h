@@ -6,6 +6,7 @@
 
 #include <QByteArray>
 #include <QDeadlineTimer>
+#include <QMutex>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -14,7 +15,7 @@
 #include <memory>
 
 class AccountBase;
-template <typename Storage, typename Info>
+template <typename Storage, typename Info, typename Mutex>
 class StoredValues;
 namespace storage
 {
@@ -151,6 +152,6 @@ private:
     void saveDataInfo(const QString &key, const QVariant &value);
     bool containstDataInfo(const QString &key) const;
 
-    using Values = StoredValues<storage::ConfigStorage, storage::ConfigInfo>;
+    using Values = StoredValues<storage::ConfigStorage, storage::ConfigInfo, QMutex>;
     const std::unique_ptr<Values> m_values;
 };

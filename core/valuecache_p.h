@@ -50,18 +50,19 @@ std::optional<T> convertedTo(const QVariant &value)
 template <typename T, typename Mutex>
 T readCached(Mutex &mutex, const ValueCache &cache, const QString &key, const T &fallback)
 {
-    QVariant value;
-    {
-        const std::lock_guard lock(mutex);
-        const auto found = cache.find(key);
-        if (found == cache.end())
-            return fallback;
-        if constexpr (std::is_same_v<T, QVariant>)
-            return found->second;
+    std::unique_lock lock(mutex);
+    const auto found = cache.find(key);
+    if (found == cache.end())
+        return fallback;
+    const QVariant &value = found->second;
+    if constexpr (std::is_same_v<T, QVariant>) {
+        return value;
+    } else {
         // Of fractions, some are no numbers.
-        if (found->second.typeId() == qMetaTypeId<T>() && !std::is_floating_point_v<T>)
-            return *static_cast<const T *>(found->second.constData());
-        value = found->second;
+        if (value.typeId() == qMetaTypeId<T>() && !std::is_floating_point_v<T>)
+            return *static_cast<const T *>(value.constData());
+        const QVariant copy = value;
+        lock.unlock();
+        return convertedTo<T>(copy).value_or(fallback);
     }
-    return convertedTo<T>(value).value_or(fallback);
 }

@@ -8,6 +8,7 @@
 #include "settings/settingmodelbase.h"
 
 #include <QDeadlineTimer>
+#include <QMutex>
 #include <QObject>
 #include <QString>
 #include <QVariant>
@@ -16,7 +17,7 @@
 #include <memory>
 
 class AccountBase;
-template <typename Storage, typename Info>
+template <typename Storage, typename Info, typename Mutex>
 class StoredValues;
 namespace storage
 {
@@ -268,7 +269,7 @@ private:
     void upgradeSetting(const ValueCache &rows);
     void upgradeFrequentContact(ValueCache &rows);
 
-    using Values = StoredValues<storage::SettingStorage, storage::SettingInfo>;
+    using Values = StoredValues<storage::SettingStorage, storage::SettingInfo, QMutex>;
     const std::unique_ptr<Values> m_values;
     QVariantMap m_notification;
     QVariantMap m_chatFolder;

@@ -5,6 +5,7 @@
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
 #include "settings/movemap_p.h"
+#include "settings/settingkeys_p.h"
 #include "storage/globalstorageprovider.h"
 
 #include <QDir>
@@ -110,7 +111,7 @@ FolderMove::Result AppDataMove::Carrier::carryFolder(const QString &id, const QV
         for (const auto &[name, newName] : move.renamed()) {
             const QString path = QDir::fromNativeSeparators(task.folder);
             AppDirManager::instance()->addRenamed(m_plan.source, path + name, path + newName);
-            m_settings->setValue(QStringLiteral("moved_file_names"),
+            m_settings->setValue(SettingKey::formerPlaces(),
                                  AppDirManager::instance()->renamedFiles(), true);
         }
         // The originals go only after what says so is on the disk.

@@ -9,6 +9,7 @@
 #include "settings/appsettingmodel.h"
 #include "settings/leftmedia_p.h"
 #include "settings/movemap_p.h"
+#include "settings/settingkeys_p.h"
 
 #include <QDir>
 #include <QFile>
@@ -273,19 +274,19 @@ void AppDataMove::wipeLate(const QVariantMap &rows)
     if (!std::exchange(m_wipesLate, false))
         return;
     QStringList directories =
-        AppDirManager::formerDirs(rows.value(QStringLiteral("moved_file_names")).toByteArray());
-    for (const char *key : {"cache_data_path", "old_cache_data_path"}) {
-        const QString directory = rows.value(QLatin1StringView(key)).toString();
+        AppDirManager::formerDirs(rows.value(SettingKey::formerPlaces()).toByteArray());
+    for (const QString &key : {SettingKey::cacheDataPath(), SettingKey::oldCacheDataPath()}) {
+        const QString directory = rows.value(key).toString();
         if (!directory.isEmpty())
             directories.append(directory);
     }
     QStringList ids = jsonToMap(rows.value(QStringLiteral("moved_data_info")).toByteArray()).keys();
     ids.append(notebookId());
-    for (const QVariant &id : jsonToList(rows.value(QStringLiteral("accounts")).toByteArray()))
+    for (const QVariant &id : jsonToList(rows.value(SettingKey::accounts()).toByteArray()))
         ids.append(QString::number(id.toLongLong()));
     LeftMedia::add(directories, ids);
     // The reset has not seen what an earlier wipe left.
-    const QVariantMap left = jsonToMap(rows.value(QStringLiteral("left_media")).toByteArray());
+    const QVariantMap left = jsonToMap(rows.value(SettingKey::leftMedia()).toByteArray());
     for (auto entry = left.cbegin(); entry != left.cend(); ++entry)
         LeftMedia::add({entry.key()}, entry.value().toStringList());
     removeLeft();
@@ -490,15 +491,15 @@ void AppDataMove::switchOver(const Plan &plan)
     dropGone(); // from the map of a move that is taken back
     dirs->addFormerDir(plan.source);
     const QByteArray names = dirs->renamedFiles();
-    settings->saveToConfig({{QStringLiteral("cache_data_path"), plan.target},
-                            {QStringLiteral("old_cache_data_path"), plan.source},
-                            {QStringLiteral("moved_file_names"), names},
+    settings->saveToConfig({{SettingKey::cacheDataPath(), plan.target},
+                            {SettingKey::oldCacheDataPath(), plan.source},
+                            {SettingKey::formerPlaces(), names},
                             {QStringLiteral("moved_data_info"), info}});
     settings->setCacheDataPath(plan.target, true);
     if (m_abandoned) // by a handler: the settings are those of a fresh start
         return end(Outcome::Cancelled);
     settings->setOldCacheDataPath(plan.source);
-    settings->setValue(QStringLiteral("moved_file_names"), names, true);
+    settings->setValue(SettingKey::formerPlaces(), names, true);
     settings->setMovedDataInfo(info);
     dirs->updateCacheDataDir(plan.target, plan.source);
     Q_EMIT directoryChanged();
@@ -516,8 +517,8 @@ void AppDataMove::switchOver(const Plan &plan)
 
     const Reason reason = stored ? Reason::NoPermission : Reason::NotStored;
     tell(reason);
-    settings->saveToConfig({{QStringLiteral("cache_data_path"), plan.source},
-                            {QStringLiteral("old_cache_data_path"), plan.undoneSource},
+    settings->saveToConfig({{SettingKey::cacheDataPath(), plan.source},
+                            {SettingKey::oldCacheDataPath(), plan.undoneSource},
                             {QStringLiteral("moved_data_info"), plan.undoneInfo}});
     settings->setCacheDataPath(plan.source, true);
     settings->setOldCacheDataPath(plan.undoneSource);

@@ -3,6 +3,7 @@
 #include "base/json.h"
 #include "base/util.h"
 #include "settings/appsettingmodel.h"
+#include "settings/settingkeys_p.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -49,7 +50,7 @@ void AppDirManager::init()
     updateCacheDataDir(settings->cacheDataPath(), settings->oldCacheDataPath());
     {
         const QVariantMap stored =
-            jsonToMap(settings->getValue(QStringLiteral("moved_file_names"), {}).toByteArray());
+            jsonToMap(settings->getValue(SettingKey::formerPlaces(), {}).toByteArray());
         const QVariantMap files = stored.value(filesKey()).toMap();
         const std::lock_guard lock(m_mutex);
         m_formerDirs = stored.value(dirsKey()).toStringList();

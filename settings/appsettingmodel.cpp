@@ -1,8 +1,7 @@
 #include "settings/appsettingmodel.h"
 
 #include "core/logs_p.h"
-#include "core/storewriter_p.h"
-#include "core/valuecache_p.h"
+#include "core/storedvalues_p.h"
 #include "core/workers_p.h"
 #include "i18n/languagefollower.h"
 #include "i18n/translations.h"
@@ -10,7 +9,7 @@
 #include "settings/appdirmanager.h"
 #include "settings/consoleoptions_p.h"
 #include "settings/emojiskins_p.h"
-#include "settings/settingmodel_p.h"
+#include "settings/settingkeys_p.h"
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
 
@@ -45,13 +44,8 @@ constexpr int infoPanelMinimum = 320;
 constexpr int infoPanelMaximum = 480;
 
 constexpr auto upgradeKey = [] { return QStringLiteral("upgrade"); };
-constexpr auto databaseVersionKey = [] { return QStringLiteral("database_version"); };
-constexpr auto serverConfigKey = [] { return QStringLiteral("server_config"); };
 constexpr auto consoleOptionsKey = [] { return QStringLiteral("console_options"); };
 constexpr auto skinIndexesKey = [] { return QStringLiteral("emoji_skin_indexes"); };
-constexpr auto accountsKey = [] { return QStringLiteral("accounts"); };
-constexpr auto currentAccountKey = [] { return QStringLiteral("current_account"); };
-constexpr auto formerPlacesKey = [] { return QStringLiteral("moved_file_names"); };
 
 /// Settings whose changes are announced before and after, see beginConfig.
 bool isBracketed(const QString &key)
@@ -67,30 +61,6 @@ QVariant applicationProperty(const char *name)
 }
 
 } // namespace
-
-/// Holds the lock while settings change. Once the last of them lets go, what was put for saving
-/// meanwhile is handed on: the task may run at once, and nobody is to wait for the disk then.
-class AppSettingModel::Change
-{
-public:
-    explicit Change(AppSettingModel *model) : m_model(model)
-    {
-        model->m_mutex.lock();
-        ++model->m_changes;
-    }
-    ~Change()
-    {
-        const bool write = --m_model->m_changes == 0 && std::exchange(m_model->m_writeDue, false)
-            && !m_model->m_isStandIn;
-        m_model->m_mutex.unlock();
-        if (write)
-            m_model->m_writer->write();
-    }
-    Q_DISABLE_COPY_MOVE(Change)
-
-private:
-    AppSettingModel *const m_model;
-};
 
 AppSettingModel *AppSettingModel::instance()
 {
@@ -112,16 +82,12 @@ void AppSettingModel::releaseInstance()
         if (!model || std::exchange(isReleasing, true))
             return;
         standIn = new AppSettingModel;
-        standIn->m_isStandIn = true;
-        {
-            const std::lock_guard values(model->m_mutex);
-            standIn->m_cache = model->m_cache;
-        }
+        standIn->m_values->standInFor(*model->m_values);
         standIn->m_lineHeight = model->m_lineHeight.load();
         theModel = standIn;
     }
     delete model;
-    standIn->m_writer->close(QDeadlineTimer(closeMs)); // names what was set meanwhile
+    standIn->m_values->leave(QDeadlineTimer(closeMs)); // names what was set meanwhile
     {
         const std::lock_guard lock(theModelMutex);
         theModel = nullptr;
@@ -132,7 +98,7 @@ void AppSettingModel::releaseInstance()
 
 AppSettingModel::AppSettingModel()
     : m_storage(new storage::GlobalStorageProvider(this)),
-      m_writer(std::make_unique<SettingWriter>(m_storage->settingStorage())),
+      m_values(std::make_unique<Values>(m_storage->settingStorage())),
       m_translations(std::make_unique<Translations>()), m_skins(std::make_unique<EmojiSkins>())
 {
     // What concerns the application object runs where this object lives.
@@ -145,7 +111,7 @@ AppSettingModel::AppSettingModel()
 AppSettingModel::~AppSettingModel()
 {
     closeStorage();
-    m_writer.reset();
+    m_values.reset();
     delete m_storage;
 }
 
@@ -162,19 +128,15 @@ void AppSettingModel::loadGlobalData()
             stored.insert(row.key, row.value);
     }
     // What was changed while the store was closed is newer than what is in it, and among these.
-    const QList<storage::SettingInfo> rows = m_writer->allInfos();
-    {
-        const std::lock_guard lock(m_mutex);
-        m_cache.clear();
-    }
+    const QList<storage::SettingInfo> rows = m_values->allInfos();
+    m_values->clear();
     for (const storage::SettingInfo &row : rows) {
         if (row.key == upgradeKey()) {
             setUpgradeInfo({{QStringLiteral("value"), row.value.toString()},
                             {QStringLiteral("remark"), row.remark}},
                            false);
         } else {
-            const std::lock_guard lock(m_mutex);
-            m_cache.insert_or_assign(row.key, row.value);
+            Values::Access(*m_values).assign(row.key, row.value);
         }
     }
     if (isLate) {
@@ -218,54 +180,39 @@ bool AppSettingModel::readNow()
     return !m_isUnread;
 }
 
-template <typename T>
-T AppSettingModel::readAs(const QString &key, const T &fallback) const
-{
-    return readCached(m_mutex, m_cache, key, fallback);
-}
-
 bool AppSettingModel::read(const QString &key, bool fallback) const
 {
-    return readAs(key, fallback);
+    return m_values->value(key, fallback);
 }
 
 int AppSettingModel::read(const QString &key, int fallback) const
 {
-    return readAs(key, fallback);
+    return m_values->value(key, fallback);
 }
 
 qint64 AppSettingModel::read(const QString &key, qint64 fallback) const
 {
-    return readAs(key, fallback);
+    return m_values->value(key, fallback);
 }
 
 QString AppSettingModel::read(const QString &key, const QString &fallback) const
 {
-    return readAs(key, fallback);
+    return m_values->value(key, fallback);
 }
 
 QByteArray AppSettingModel::read(const QString &key, const QByteArray &fallback) const
 {
-    return readAs(key, fallback);
-}
-
-bool AppSettingModel::holds(const QString &key, const QVariant &value) const
-{
-    const std::lock_guard lock(m_mutex);
-    const auto found = m_cache.find(key);
-    return found != m_cache.end() && isSame(found->second, value);
+    return m_values->value(key, fallback);
 }
 
 const QVariant &AppSettingModel::getValue(const QString &key, const QVariant &defaultValue) const
 {
-    const std::lock_guard lock(m_mutex);
-    const auto found = m_cache.find(key);
-    return found == m_cache.end() ? defaultValue : found->second;
+    return m_values->reference(key, defaultValue);
 }
 
 QVariant AppSettingModel::value(const QString &key, const QVariant &defaultValue) const
 {
-    return readAs(key, defaultValue);
+    return m_values->value(key, defaultValue);
 }
 
 bool AppSettingModel::setValue(const QString &key, const QVariant &given, bool needSave)
@@ -273,27 +220,26 @@ bool AppSettingModel::setValue(const QString &key, const QVariant &given, bool n
     std::optional<QVariant> kept;
     if (!isPlain(given)) {
         // Comparing costs less than looking at what may be large, or a script's.
-        if (holds(key, given))
+        if (m_values->holds(key, given))
             return false;
         kept = storable(key, given);
         if (!kept)
             return false;
     }
     const QVariant &value = kept ? *kept : given;
-    const Change change(this);
-    const auto found = m_cache.find(key);
-    if (found != m_cache.end() && isSame(found->second, value))
-        return false;
+    Values::Access access(*m_values);
     const bool bracketed = isBracketed(key);
-    if (bracketed)
-        Q_EMIT beginConfig(key, found == m_cache.end() ? QVariant() : found->second);
-    // A slot on that signal may have changed the cache itself.
-    if (bracketed || found == m_cache.end())
-        m_cache.insert_or_assign(key, value);
-    else
-        found->second = value;
+    if (bracketed) {
+        const QVariant *held = access.find(key);
+        if (held && isSame(*held, value))
+            return false;
+        Q_EMIT beginConfig(key, held ? *held : QVariant());
+        access.assign(key, value); // a slot on the signal may have changed it, too
+    } else if (!access.replace(key, value)) {
+        return false;
+    }
     if (needSave)
-        put({key, value, {}});
+        access.put({key, value, {}});
     if (bracketed)
         Q_EMIT endConfig(key, value);
     return true;
@@ -306,220 +252,38 @@ void AppSettingModel::saveToConfig(QString key, QVariant value, bool needSave)
 
 void AppSettingModel::saveToConfig(QString key, QVariant value, QString remark, bool needSave)
 {
-    if (!needSave || !SettingWriter::accepts(key, value))
-        return;
-    const Change change(this);
-    put({std::move(key), std::move(value), std::move(remark)});
-}
-
-/// Inside a Change, with what the writer accepts.
-void AppSettingModel::put(storage::SettingInfo &&row)
-{
-    if (m_writer->put(std::move(row)))
-        m_writeDue = true;
+    if (needSave && Values::Writer::accepts(key, value))
+        Values::Access(*m_values).put({std::move(key), std::move(value), std::move(remark)});
 }
 
 void AppSettingModel::saveToConfig(const QVariantMap &rows)
 {
     QList<storage::SettingInfo> infos;
     for (auto row = rows.cbegin(); row != rows.cend(); ++row) {
-        if (!SettingWriter::accepts(row.key(), row.value()))
+        if (!Values::Writer::accepts(row.key(), row.value()))
             return;
         infos.append({row.key(), row.value(), {}});
     }
-    const Change change(this);
-    if (m_writer->put(std::move(infos)))
-        m_writeDue = true;
+    Values::Access(*m_values).put(std::move(infos));
 }
 
 void AppSettingModel::removeKey(const QString &key)
 {
-    const Change change(this);
-    m_cache.erase(key);
-    if (m_writer->putRemoval(key))
-        m_writeDue = true;
+    Values::Access access(*m_values);
+    access.erase(key);
+    access.putRemoval(key);
 }
 
 bool AppSettingModel::flush()
 {
     if (m_isUnread && thread() == QThread::currentThread())
         m_storage->open();
-    return readNow() && m_writer->flush();
+    return readNow() && m_values->flush();
 }
 
 bool AppSettingModel::flush(QDeadlineTimer deadline)
 {
-    return readNow() && m_writer->flush(deadline);
-}
-
-void AppSettingModel::reset()
-{
-    if (!readNow() && read(accountsKey(), QByteArray()) != "[]") {
-        ImLog::error(lcSettings(), QStringLiteral("reset() before the settings could be read"));
-        return;
-    }
-    QVariant keptVersion;
-    QByteArray keptServerConfig;
-    {
-        const Change change(this);
-        keptServerConfig = serverConfig();
-        keptVersion = getValue(databaseVersionKey(), 1);
-        keepSignedIn();
-        // What has yet to be deleted; and where a handler of what a reset announces resets again, those
-        // that another has stored again before.
-        QStringList lasting{QStringLiteral("left_media"), QStringLiteral("left_stores")};
-        if (m_resets != Resets::None && !m_signedIn.isEmpty())
-            lasting += {accountsKey(), currentAccountKey()};
-        ValueCache values;
-        for (const QString &key : std::as_const(lasting)) {
-            if (const auto found = m_cache.find(key); found != m_cache.end())
-                values.insert(*found);
-        }
-        if (const QVariant places = m_signedIn.value(formerPlacesKey()); places.isValid())
-            values.insert_or_assign(formerPlacesKey(), places);
-        // What is kept goes with the wipe: a kill between the two must not lose it.
-        QList<storage::SettingInfo> kept = {{databaseVersionKey(), keptVersion, {}},
-                                            {serverConfigKey(), keptServerConfig, {}}};
-        for (const auto &[key, value] : values)
-            kept.append({key, value, {}});
-        for (auto row = m_signedIn.cbegin(); row != m_signedIn.cend(); ++row)
-            kept.append({row.key(), row.value(), {}});
-        m_cache = std::move(values);
-        if (m_writer->putRemovalOfAll(kept))
-            m_writeDue = true;
-    }
-    setValue(databaseVersionKey(), keptVersion, true);
-    setServerConfig(keptServerConfig, true);
-    recalcLineHeight();
-    setApplicationProperty("autoRun", false);
-    {
-        const std::lock_guard lock(m_mutex);
-        if (std::exchange(m_resets, m_resets == Resets::None ? Resets::One : Resets::More)
-            != Resets::None)
-            return;
-    }
-    // A handler may have reset anew what had been announced. After the second time they are left to
-    // themselves: a handler that sets and resets each time would never let this end.
-    for (const bool again : {false, true}) {
-        announceAll();
-        ImLog::info(lcSettings(), QStringLiteral("AppSettingModel::resetAppSetting"));
-        const std::lock_guard lock(m_mutex);
-        if (again || std::exchange(m_resets, Resets::One) == Resets::One) {
-            m_resets = Resets::None;
-            break;
-        }
-    }
-    dropSignedIn();
-}
-
-/// Notes the rows that a reset leaves for those who stay signed in: who they are, and where media of
-/// theirs lie. They are stored again by a slot of what is announced; until then a kill signs nobody
-/// out.
-void AppSettingModel::keepSignedIn()
-{
-    for (const QString &key : {accountsKey(), currentAccountKey(), formerPlacesKey()}) {
-        if (const auto found = m_cache.find(key); found != m_cache.end())
-            m_signedIn.insert(key, found->second);
-    }
-    if (jsonToList(m_signedIn.value(accountsKey()).toByteArray()).isEmpty())
-        return m_signedIn.clear();
-    QVariant &places = m_signedIn[formerPlacesKey()];
-    places =
-        AppDirManager::withFormerDirs(places.toByteArray(), {cacheDataPath(), oldCacheDataPath()});
-}
-
-/// Removes what keepSignedIn() left when nobody has stayed.
-void AppSettingModel::dropSignedIn()
-{
-    const Change change(this);
-    const QVariantMap rows = std::exchange(m_signedIn, {});
-    if (m_cache.find(accountsKey()) != m_cache.end())
-        return;
-    for (auto row = rows.keyBegin(); row != rows.keyEnd(); ++row) {
-        m_cache.erase(*row);
-        if (m_writer->putRemoval(*row))
-            m_writeDue = true;
-    }
-}
-
-/// Announces all values, as a reset does its defaults.
-void AppSettingModel::announceAll()
-{
-#define CHANGED(name)                                                                              \
-    announce<AppSettingModel, &AppSettingModel::name, &AppSettingModel::name##Changed>
-    static constexpr std::array order = {
-        CHANGED(updateAutomaticallly),
-        CHANGED(systemTrayIconVisible),
-        CHANGED(launchWhenSystemStart),
-        CHANGED(messageFontSize),
-        +[](AppSettingModel *model) { model->loadTranslations(); },
-        CHANGED(language),
-        +[](AppSettingModel *model) { model->switchLanguage(); },
-        +[](AppSettingModel *model) { model->retranslate(); },
-        CHANGED(sendMessageKeys),
-        CHANGED(debug),
-        CHANGED(networkProxyState),
-        CHANGED(currentNetworkProxy),
-        CHANGED(networkProxyList),
-        CHANGED(useProxyForCall),
-        CHANGED(themeFontSize),
-        CHANGED(msgDoubleClickAction),
-        CHANGED(msgSendType),
-        CHANGED(musicPlay),
-        CHANGED(darkMode),
-        CHANGED(mainwindowGeometry),
-        CHANGED(passcode),
-        CHANGED(screenLockTime),
-        CHANGED(miniSessionMode),
-        CHANGED(infoPanelViewMode),
-        CHANGED(infoPanelOutdision),
-        CHANGED(infoPanelWidth),
-        CHANGED(messageDisplayMode),
-        CHANGED(firstDayOfWeek),
-        CHANGED(autoPlayGif),
-        CHANGED(autoPlayVideo),
-        CHANGED(autoPlayLivePhoto),
-        CHANGED(screenCapture),
-        CHANGED(upgradeInfo),
-        CHANGED(accountIds),
-        CHANGED(currentAccountId),
-        CHANGED(unlockWithTouchID),
-        CHANGED(appearenceFollowSystemTheme),
-        CHANGED(themeColorFollowSystem),
-        CHANGED(saveasPath),
-        CHANGED(destructionPasscode),
-        CHANGED(countMuteDialog),
-        CHANGED(unreadMessagesCounter),
-        CHANGED(plainModel),
-        CHANGED(systemFont),
-        CHANGED(spellChecker),
-        CHANGED(openFilePath),
-        CHANGED(handleMarkDown),
-        CHANGED(lastUploadLogTime),
-        CHANGED(screenLockErrorCountDownSeconds),
-        CHANGED(screenCaptureHotkey),
-        CHANGED(screenRecordHotkey),
-        CHANGED(showImHotkey),
-        CHANGED(largeEmoji),
-        CHANGED(useStandRouting),
-        CHANGED(appIcon),
-        CHANGED(reduceAnimation),
-        CHANGED(consoleOptions),
-        CHANGED(isFirstSendReceipt),
-        CHANGED(isFirstReadReceipt),
-        CHANGED(isFirstSwitchAccount),
-        CHANGED(isFirstDropToMyStorage),
-        CHANGED(showTrayIcon),
-        CHANGED(messageBubbleCorners),
-        CHANGED(fullScreen),
-        CHANGED(isFirstScrollMedia),
-        CHANGED(requestUserLocation),
-        CHANGED(sessionListWidth),
-    };
-#undef CHANGED
-    for (const auto step : order)
-        step(this);
-    Q_EMIT paramsBeReseted();
+    return readNow() && m_values->flush(deadline);
 }
 
 void AppSettingModel::resetBadgeCounter()
@@ -642,8 +406,7 @@ void AppSettingModel::setInfoPanelWidth(int value, bool needSave)
 
 QVariantMap AppSettingModel::upgradeInfo() const
 {
-    const std::lock_guard lock(m_mutex);
-    return getValue(upgradeKey(), QVariant()).toMap();
+    return value(upgradeKey(), QVariant()).toMap();
 }
 
 void AppSettingModel::setUpgradeInfo(QVariantMap value, bool needSave)
@@ -652,23 +415,22 @@ void AppSettingModel::setUpgradeInfo(QVariantMap value, bool needSave)
         return;
     storage::SettingInfo row{upgradeKey(), value.value(QStringLiteral("value")),
                              value.value(QStringLiteral("remark")).toString()};
-    const Change change(this);
-    if (holds(upgradeKey(), value))
+    Values::Access access(*m_values);
+    if (!access.replace(upgradeKey(), value))
         return;
     if (needSave)
-        put(std::move(row));
-    m_cache.insert_or_assign(upgradeKey(), value);
+        access.put(std::move(row));
     Q_EMIT upgradeInfoChanged(value);
 }
 
 QVariantList AppSettingModel::accountIds() const
 {
-    return jsonToList(read(accountsKey(), QByteArrayLiteral("[]")));
+    return jsonToList(read(SettingKey::accounts(), QByteArrayLiteral("[]")));
 }
 
 void AppSettingModel::setAccountIds(QVariantList value, bool needSave)
 {
-    const QString key = accountsKey();
+    const QString key = SettingKey::accounts();
     if (!makeStorable(key, &value))
         return;
     // Or it would replace a list that nobody has read.
@@ -705,13 +467,13 @@ void AppSettingModel::changeConsoleOption(QString uri, bool enabled)
 
 int AppSettingModel::emojiSkinIndex(QString emoji) const
 {
-    const std::lock_guard lock(m_mutex);
+    const Values::Access access(*m_values);
     return m_skins->index(read(skinIndexesKey(), QString()), emoji);
 }
 
 void AppSettingModel::setEmojiSkinIndex(QString emoji, int index)
 {
-    const Change change(this);
+    const Values::Access access(*m_values);
     setValue(skinIndexesKey(), m_skins->changed(read(skinIndexesKey(), QString()), emoji, index),
              true);
 }
@@ -736,12 +498,12 @@ void AppSettingModel::setRequestUserLocation(bool newRequestUserLocation)
 
 QByteArray AppSettingModel::serverConfig() const
 {
-    return read(serverConfigKey(), QByteArray());
+    return read(SettingKey::serverConfig(), QByteArray());
 }
 
 void AppSettingModel::setServerConfig(QByteArray serverConfig, bool needSave)
 {
-    setValue(serverConfigKey(), serverConfig, needSave);
+    setValue(SettingKey::serverConfig(), serverConfig, needSave);
 }
 
 QString AppSettingModel::themeColor() const
@@ -756,17 +518,15 @@ QString AppSettingModel::appIconPath() const
 
 bool AppSettingModel::containsCustomThemeInfo() const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_cache.contains(QStringLiteral("theme_color"))
-        || m_cache.contains(QStringLiteral("gradient_start_color"))
-        || m_cache.contains(QStringLiteral("gradient_color"))
-        || m_cache.contains(QStringLiteral("chat_background_mode"));
+    return m_values->contains(QStringLiteral("theme_color"))
+        || m_values->contains(QStringLiteral("gradient_start_color"))
+        || m_values->contains(QStringLiteral("gradient_color"))
+        || m_values->contains(QStringLiteral("chat_background_mode"));
 }
 
 bool AppSettingModel::containsAutoDownloadSetting() const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_cache.contains(QStringLiteral("auto_download_media"));
+    return m_values->contains(QStringLiteral("auto_download_media"));
 }
 
 int AppSettingModel::lineHeigt() const
@@ -807,6 +567,6 @@ void AppSettingModel::closeGlobalStorage()
 void AppSettingModel::closeStorage()
 {
     const QDeadlineTimer deadline(closeMs);
-    m_writer->flush(deadline);
+    m_values->flush(deadline);
     m_storage->close(deadline);
 }

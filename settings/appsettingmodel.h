@@ -1,6 +1,5 @@
 #pragma once
 
-#include "core/valuecache.h"
 #include "modelbase_export.h"
 #include "modelbase_qml.h"
 #include "settings/appdirmanager.h"
@@ -19,10 +18,12 @@
 namespace storage
 {
 class GlobalStorageProvider;
+class SettingStorage;
 struct SettingInfo;
 } // namespace storage
 class EmojiSkins;
-class SettingWriter;
+template <typename Storage, typename Info, typename Mutex>
+class StoredValues;
 class Translations;
 
 /// The machine-wide settings: a cache in memory, written through to the global store in the
@@ -365,14 +366,10 @@ private:
     qint64 read(const QString &key, qint64 fallback) const;
     QString read(const QString &key, const QString &fallback) const;
     QByteArray read(const QString &key, const QByteArray &fallback) const;
-    template <typename T>
-    T readAs(const QString &key, const T &fallback) const;
     void setApplicationProperty(const char *name, const QVariant &value);
     void loadTranslations();
     void switchLanguage();
     void retranslate();
-    void put(storage::SettingInfo &&row);
-    bool holds(const QString &key, const QVariant &value) const;
     void keepSignedIn();
     void dropSignedIn();
     void announceAll();
@@ -380,22 +377,18 @@ private:
     bool readNow();
     void closeStorage();
 
-    class Change;
-
     // Recursive, so that a slot on the signals that are emitted under it can read the settings.
-    mutable std::recursive_mutex m_mutex;
-    int m_changes = 0;       // under way on the thread that holds the lock
-    bool m_writeDue = false; // at their end
+    using Values =
+        StoredValues<storage::SettingStorage, storage::SettingInfo, std::recursive_mutex>;
+
     std::atomic_bool m_isUnread = false;
     enum class Resets { None, One, More } m_resets = Resets::None; // being announced
-    QVariantMap m_signedIn;   // while a reset is announced: the rows that tell who was
-    bool m_isStandIn = false; // see releaseInstance(); never written
-    ValueCache m_cache;
+    QVariantMap m_signedIn; // while a reset is announced: the rows that tell who was
     storage::GlobalStorageProvider *const m_storage;
-    std::unique_ptr<SettingWriter> m_writer;
+    std::unique_ptr<Values> m_values; // its lock guards what else is here, too
     std::unique_ptr<Translations> m_translations;
     QString m_toldLanguage; // of the last retranslate(), on the main thread
     std::atomic<int> m_lineHeight = 0;
     std::atomic<bool> m_requestUserLocation = true;
-    const std::unique_ptr<EmojiSkins> m_skins; // guarded by the mutex
+    const std::unique_ptr<EmojiSkins> m_skins;
 };

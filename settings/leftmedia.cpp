@@ -5,14 +5,13 @@
 #include "settings/appsettingmodel.h"
 #include "settings/foldermove_p.h"
 #include "settings/movemap_p.h"
+#include "settings/settingkeys_p.h"
 
 #include <QDir>
 #include <QFile>
 
 namespace
 {
-
-constexpr auto leftKey = [] { return QStringLiteral("left_media"); };
 
 /// Where media wait for their deletion.
 QString trashFolder(const QString &directory)
@@ -44,16 +43,17 @@ bool LeftMedia::setAside(const QString &directory, const QString &id)
 
 QVariantMap LeftMedia::stored()
 {
-    return jsonToMap(AppSettingModel::instance()->getValue(leftKey(), {}).toByteArray());
+    return jsonToMap(
+        AppSettingModel::instance()->getValue(SettingKey::leftMedia(), {}).toByteArray());
 }
 
 void LeftMedia::store(const QVariantMap &left)
 {
     AppSettingModel *settings = AppSettingModel::instance();
     if (!left.isEmpty())
-        settings->setValue(leftKey(), mapToJson(left), true);
-    else if (settings->getValue(leftKey(), {}).isValid())
-        settings->removeKey(leftKey());
+        settings->setValue(SettingKey::leftMedia(), mapToJson(left), true);
+    else if (settings->getValue(SettingKey::leftMedia(), {}).isValid())
+        settings->removeKey(SettingKey::leftMedia());
 }
 
 void LeftMedia::add(const QStringList &directories, const QStringList &ids)
