@@ -15,13 +15,8 @@
 #include <memory>
 
 class AccountBase;
-template <typename Storage, typename Info, typename Mutex>
+template <typename Mutex>
 class StoredValues;
-namespace storage
-{
-class ConfigStorage;
-struct ConfigInfo;
-} // namespace storage
 
 /// One datum of DataInfoModel: its getter, which gives T() where nothing is stored, and its setter.
 #define DATA_INFO(T, getter, setter, key)                                                          \
@@ -152,6 +147,6 @@ private:
     void saveDataInfo(const QString &key, const QVariant &value);
     bool containstDataInfo(const QString &key) const;
 
-    using Values = StoredValues<storage::ConfigStorage, storage::ConfigInfo, QMutex>;
+    using Values = StoredValues<QMutex>;
     const std::unique_ptr<Values> m_values;
 };

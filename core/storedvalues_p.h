@@ -2,6 +2,7 @@
 
 #include "core/storewriter_p.h"
 #include "core/valuecache_p.h"
+#include "storage/rowstorage.h"
 
 #include <memory>
 #include <mutex>
@@ -18,12 +19,10 @@
 /// Thread: any; load() and all that concerns the store by one at a time. The store is never called
 /// under the lock, and the two see changes of a key in the same order. Where the
 /// mutex is recursive, a thread may use the values while it holds an Access.
-template <typename Storage, typename Info, typename Mutex>
+template <typename Mutex>
 class StoredValues
 {
 public:
-    using Writer = StoreWriter<Storage, Info>;
-
     /// Holds the lock for several steps that must not be torn. What they put for saving goes to the
     /// writer when the thread lets go of the last one: the task may run at once, and nobody is to
     /// wait for the disk then.
@@ -37,7 +36,7 @@ public:
         }
         ~Access()
         {
-            std::shared_ptr<Writer> writer;
+            std::shared_ptr<StoreWriter> writer;
             if (--m_values.m_accesses == 0 && std::exchange(m_values.m_writeDue, false))
                 writer = m_values.m_writer;
             m_values.m_mutex.unlock();
@@ -73,10 +72,10 @@ public:
 
         // Rows to save, which the writer accepts.
 
-        void put(Info info) { due(m_values.m_writer->put(std::move(info))); }
-        void put(QList<Info> infos) { due(m_values.m_writer->put(std::move(infos))); }
+        void put(storage::Row row) { due(m_values.m_writer->put(std::move(row))); }
+        void put(QList<storage::Row> rows) { due(m_values.m_writer->put(std::move(rows))); }
         void putRemoval(const QString &key) { due(m_values.m_writer->putRemoval(key)); }
-        void putRemovalOfAll(const QList<Info> &kept)
+        void putRemovalOfAll(const QList<storage::Row> &kept)
         {
             due(m_values.m_writer->putRemovalOfAll(kept));
         }
@@ -94,8 +93,8 @@ public:
         StoredValues &m_values;
     };
 
-    explicit StoredValues(Storage *storage)
-        : m_storage(storage), m_writer(std::make_shared<Writer>(storage))
+    explicit StoredValues(storage::RowStorage *storage)
+        : m_storage(storage), m_writer(std::make_shared<StoreWriter>(*storage))
     {
     }
 
@@ -130,24 +129,24 @@ public:
     /// Changes a value; false when it is equal to the present one.
     bool change(const QString &key, const QVariant &value, bool save)
     {
-        save = save && Writer::accepts(key, value);
+        save = save && StoreWriter::accepts(key, value);
         Access access(*this);
         if (!access.replace(key, value))
             return false;
         if (save && isStoreOpen())
-            access.put(info(key, value));
+            access.put({key, value});
         return true;
     }
 
     /// Sets a value and saves it, equal or not; with `async` false before the call returns.
     void set(const QString &key, const QVariant &value, bool async)
     {
-        const bool save = Writer::accepts(key, value);
+        const bool save = StoreWriter::accepts(key, value);
         inStep(async, [&](Access &access) {
             access.assign(key, value);
             if (!save || !isStoreOpen())
                 return false;
-            access.put(info(key, value));
+            access.put({key, value});
             return true;
         });
     }
@@ -166,11 +165,11 @@ public:
     /// Writes one row, bypassing the memory.
     void saveStored(const QString &key, const QVariant &value)
     {
-        if (!Writer::accepts(key, value))
+        if (!StoreWriter::accepts(key, value))
             return;
         Access access(*this);
         if (isStoreOpen())
-            access.put(info(key, value));
+            access.put({key, value});
     }
 
     /// Removes one row; the value in memory stays until the next load.
@@ -190,10 +189,10 @@ public:
             m_touched.emplace();
         }
         ValueCache values;
-        QList<Info> rows = allInfos();
+        QList<storage::Row> rows = allInfos();
         values.reserve(std::size_t(rows.size()));
-        for (Info &info : rows)
-            values.insert_or_assign(std::move(info.key), std::move(info.value));
+        for (storage::Row &row : rows)
+            values.insert_or_assign(std::move(row.key), std::move(row.value));
         upgrade(values);
         const std::lock_guard lock(m_mutex);
         for (const QString &key : *m_touched) {
@@ -213,7 +212,7 @@ public:
     }
 
     /// All rows as they are once what is pending has been written, which is tried first.
-    QList<Info> allInfos() { return m_writer->allInfos(); }
+    QList<storage::Row> allInfos() { return m_writer->allInfos(); }
 
     bool flush() { return m_writer->flush(); }
     bool flush(QDeadlineTimer deadline) { return m_writer->flush(deadline); }
@@ -245,7 +244,7 @@ public:
     bool leave(QDeadlineTimer deadline)
     {
         const bool done = m_writer->close(deadline);
-        auto next = std::make_shared<Writer>(m_storage);
+        auto next = std::make_shared<StoreWriter>(*m_storage);
         const std::lock_guard lock(m_mutex);
         m_writer.swap(next);
         return done;
@@ -266,7 +265,7 @@ private:
     template <typename Step>
     void inStep(bool async, Step step)
     {
-        std::shared_ptr<Writer> writer;
+        std::shared_ptr<StoreWriter> writer;
         {
             Access access(*this);
             if (step(access) && !async)
@@ -276,20 +275,12 @@ private:
             writer->writeNow();
     }
 
-    static Info info(const QString &key, const QVariant &value)
-    {
-        Info info;
-        info.key = key;
-        info.value = value;
-        return info;
-    }
-
-    Storage *const m_storage;
-    mutable Mutex m_mutex;            // guards what follows
-    std::shared_ptr<Writer> m_writer; // replaced by leave() only
-    int m_accesses = 0;               // of the thread that holds the lock
-    bool m_writeDue = false;          // at the end of the last of them
-    bool m_isHeld = false;            // what is put stays with the writer
+    storage::RowStorage *const m_storage;
+    mutable Mutex m_mutex;                 // guards what follows
+    std::shared_ptr<StoreWriter> m_writer; // replaced by leave() only
+    int m_accesses = 0;                    // of the thread that holds the lock
+    bool m_writeDue = false;               // at the end of the last of them
+    bool m_isHeld = false;                 // what is put stays with the writer
     bool m_entered = false;
     ValueCache m_values;
     std::optional<std::unordered_set<QString>> m_touched; // while a load reads: keys changed since

@@ -3,8 +3,7 @@
 #include "core/logs_p.h"
 #include "core/workers_p.h"
 #include "imlog/imlog.h"
-#include "storage/configstorage.h"
-#include "storage/settingstorage.h"
+#include "storage/rowstorage.h"
 
 #include <QMutex>
 #include <QSet>
@@ -35,26 +34,24 @@ constexpr int syncMs = 1000;
 constexpr int namedKeys = 20; // at most, in the log
 
 /// One row that is to change.
-template <typename Info>
 struct Change {
-    Info info;
+    storage::Row row;
     bool removed = false; // only the key counts then
 };
 
-/// Changes in the order in which they came. Who makes one only appends; that of equal keys the last
-/// one counts is seen to by the thread that writes.
-template <typename Info>
+/// Changes in the order in which they came. A caller only appends; the thread that writes keeps the
+/// last one of each key.
 struct Pending {
     bool wipe = false; // before anything else every row is removed
-    std::vector<Change<Info>> changes;
+    std::vector<Change> changes;
     std::size_t compactAt = 4096; // so that nothing grows for ever where nothing can be written
 
     bool isEmpty() const { return !wipe && changes.empty(); }
 
-    void append(Change<Info> &&change)
+    void append(Change &&change)
     {
         // A slider that is dragged changes one setting many times.
-        if (!changes.empty() && changes.back().info.key == change.info.key) {
+        if (!changes.empty() && changes.back().row.key == change.row.key) {
             changes.back() = std::move(change);
             return;
         }
@@ -70,9 +67,9 @@ struct Pending {
     {
         QSet<QString> seen;
         seen.reserve(qsizetype(changes.size()));
-        const auto superseded = [&](const Change<Info> &change) {
+        const auto superseded = [&](const Change &change) {
             const qsizetype before = seen.size();
-            seen.insert(change.info.key);
+            seen.insert(change.row.key);
             return seen.size() == before;
         };
         const auto kept = std::remove_if(changes.rbegin(), changes.rend(), superseded);
@@ -96,40 +93,40 @@ struct Pending {
         QStringList keys;
         if (wipe)
             keys.append(QStringLiteral("all"));
-        for (const Change<Info> &change : changes)
-            keys.append(change.info.key.left(64));
+        for (const Change &change : changes)
+            keys.append(change.row.key.left(64));
         return keys;
     }
 
-    storage::Changes<Info> toChanges() const
+    storage::Changes toChanges() const
     {
-        storage::Changes<Info> result;
+        storage::Changes result;
         result.removeAll = wipe;
         result.saved.reserve(qsizetype(changes.size()));
-        for (const Change<Info> &change : changes) {
+        for (const Change &change : changes) {
             if (change.removed)
-                result.removed.append(change.info.key);
+                result.removed.append(change.row.key);
             else
-                result.saved.append(change.info);
+                result.saved.append(change.row);
         }
         return result;
     }
 
     /// The rows as they will be.
-    QList<Info> appliedTo(const QList<Info> &stored)
+    QList<storage::Row> appliedTo(const QList<storage::Row> &stored)
     {
         if (isEmpty())
             return stored;
         compact();
         QSet<QString> changed;
-        for (const Change<Info> &change : changes)
-            changed.insert(change.info.key);
-        QList<Info> infos = toChanges().saved;
-        for (const Info &info : stored) {
-            if (!wipe && !changed.contains(info.key))
-                infos.append(info);
+        for (const Change &change : changes)
+            changed.insert(change.row.key);
+        QList<storage::Row> rows = toChanges().saved;
+        for (const storage::Row &row : stored) {
+            if (!wipe && !changed.contains(row.key))
+                rows.append(row);
         }
-        return infos;
+        return rows;
     }
 };
 
@@ -137,11 +134,10 @@ struct Pending {
 
 /// Whoever writes is the only one meanwhile, and holds no lock: a handler of what the store logs
 /// may call anything, and a write that hangs keeps nobody but those who wait for it.
-template <typename Storage, typename Info>
-class StoreWriter<Storage, Info>::State : public std::enable_shared_from_this<State>
+class StoreWriter::State : public std::enable_shared_from_this<State>
 {
 public:
-    explicit State(const Storage &storage) : m_storage(storage) { }
+    explicit State(const storage::RowStorage &storage) : m_storage(storage) { }
 
     /// Lets `change` alter the pending set. True when no task is under way that will write it.
     template <typename Alter>
@@ -235,22 +231,22 @@ public:
         sync();
     }
 
-    QList<Info> allInfos()
+    QList<storage::Row> allInfos()
     {
         // Meanwhile nobody takes what is pending, so that each change is in one of the two.
         const bool begun = begin(QDeadlineTimer(waitMs)) == Begun::Yes;
         if (begun)
             writeOnce({});
-        const QList<Info> stored = m_storage.allInfos();
-        QList<Info> infos;
+        const QList<storage::Row> stored = m_storage.allInfos();
+        QList<storage::Row> rows;
         {
             const QMutexLocker lock(&m_mutex);
-            infos = m_pending.appliedTo(stored);
+            rows = m_pending.appliedTo(stored);
         }
         while (begun && !end(true))
             writeOnce({});
         syncSoon();
-        return infos;
+        return rows;
     }
 
 private:
@@ -346,7 +342,7 @@ private:
 
     bool writeOnce(std::optional<QDeadlineTimer> deadline)
     {
-        Pending<Info> taken;
+        Pending taken;
         {
             const QMutexLocker lock(&m_mutex);
             taken = std::exchange(m_pending, {});
@@ -354,7 +350,7 @@ private:
         if (taken.isEmpty())
             return true;
         taken.compact();
-        const storage::Changes<Info> changes = taken.toChanges();
+        const storage::Changes changes = taken.toChanges();
         {
             const QMutexLocker lock(&m_mutex);
             m_taken = std::move(taken);
@@ -367,13 +363,13 @@ private:
         return done;
     }
 
-    Storage m_storage; // a copy: it may be needed longer than the provider is there
+    storage::RowStorage m_storage; // a copy: it may be needed longer than the provider is there
     std::atomic_bool m_failing = false; // the last write failed, which has been logged
 
     QMutex m_mutex;                        // guards what follows; held for moments only
     std::condition_variable_any m_changed; // a thread has written
-    Pending<Info> m_pending;
-    Pending<Info> m_taken; // by the thread that writes
+    Pending m_pending;
+    Pending m_taken;       // by the thread that writes
     bool m_posted = false; // a task is under way that will take the pending set
     bool m_writing = false;
     bool m_again = false; // what came while one writes is to be written by it
@@ -384,27 +380,23 @@ private:
     Qt::HANDLE m_writingThread = nullptr;
 };
 
-template <typename Storage, typename Info>
-StoreWriter<Storage, Info>::StoreWriter(Storage *storage) : d(std::make_shared<State>(*storage))
+StoreWriter::StoreWriter(const storage::RowStorage &storage) : d(std::make_shared<State>(storage))
 {
 }
 
-template <typename Storage, typename Info>
-StoreWriter<Storage, Info>::~StoreWriter()
+StoreWriter::~StoreWriter()
 {
     close();
 }
 
-template <typename Storage, typename Info>
-bool StoreWriter<Storage, Info>::close(QDeadlineTimer deadline)
+bool StoreWriter::close(QDeadlineTimer deadline)
 {
     return d->close(deadline);
 }
 
-template <typename Storage, typename Info>
-bool StoreWriter<Storage, Info>::accepts(const QString &key, const QVariant &value)
+bool StoreWriter::accepts(const QString &key, const QVariant &value)
 {
-    if (storage::SettingStorage::isStorable(value))
+    if (storage::RowStorage::isStorable(value))
         return true;
     ImLog::error(lcSettings(),
                  QStringLiteral("A value of type %1 cannot be stored: %2")
@@ -412,71 +404,58 @@ bool StoreWriter<Storage, Info>::accepts(const QString &key, const QVariant &val
     return false;
 }
 
-template <typename Storage, typename Info>
-bool StoreWriter<Storage, Info>::put(Info info)
+bool StoreWriter::put(storage::Row row)
 {
-    return d->add([&](Pending<Info> &pending) { pending.append({std::move(info)}); });
+    return d->add([&](Pending &pending) { pending.append({std::move(row)}); });
 }
 
-template <typename Storage, typename Info>
-bool StoreWriter<Storage, Info>::put(QList<Info> infos)
+bool StoreWriter::put(QList<storage::Row> rows)
 {
-    return d->add([&](Pending<Info> &pending) {
-        for (Info &info : infos)
-            pending.append({std::move(info)});
+    return d->add([&](Pending &pending) {
+        for (storage::Row &row : rows)
+            pending.append({std::move(row)});
     });
 }
 
-template <typename Storage, typename Info>
-bool StoreWriter<Storage, Info>::putRemoval(const QString &key)
+bool StoreWriter::putRemoval(const QString &key)
 {
-    return d->add([&](Pending<Info> &pending) {
-        Info info;
-        info.key = key;
-        pending.append({std::move(info), true});
-    });
+    return d->add([&](Pending &pending) { pending.append({{key, {}}, true}); });
 }
 
-template <typename Storage, typename Info>
-void StoreWriter<Storage, Info>::write()
+void StoreWriter::write()
 {
     d->post();
 }
 
-template <typename Storage, typename Info>
-void StoreWriter<Storage, Info>::save(Info info)
+void StoreWriter::save(storage::Row row)
 {
-    if (accepts(info.key, info.value) && put(std::move(info)))
+    if (accepts(row.key, row.value) && put(std::move(row)))
         write();
 }
 
-template <typename Storage, typename Info>
-void StoreWriter<Storage, Info>::remove(const QString &key)
+void StoreWriter::remove(const QString &key)
 {
     if (putRemoval(key))
         write();
 }
 
-template <typename Storage, typename Info>
-bool StoreWriter<Storage, Info>::putRemovalOfAll(const QList<Info> &kept)
+bool StoreWriter::putRemovalOfAll(const QList<storage::Row> &kept)
 {
-    return d->add([&](Pending<Info> &pending) {
+    return d->add([&](Pending &pending) {
         pending = {};
         pending.wipe = true;
-        for (const Info &info : kept)
-            pending.append({info});
+        for (const storage::Row &row : kept)
+            pending.append({row});
     });
 }
 
-template <typename Storage, typename Info>
-void StoreWriter<Storage, Info>::removeAll(const QList<Info> &kept)
+void StoreWriter::removeAll(const QList<storage::Row> &kept)
 {
     if (putRemovalOfAll(kept))
         write();
 }
 
-template <typename Storage, typename Info>
-bool StoreWriter<Storage, Info>::writeNow()
+bool StoreWriter::writeNow()
 {
     const bool done = d->writeNow(QDeadlineTimer(waitMs), false);
     if (done)
@@ -484,23 +463,17 @@ bool StoreWriter<Storage, Info>::writeNow()
     return done;
 }
 
-template <typename Storage, typename Info>
-bool StoreWriter<Storage, Info>::flush()
+bool StoreWriter::flush()
 {
     return d->flush(QDeadlineTimer(waitMs), false);
 }
 
-template <typename Storage, typename Info>
-bool StoreWriter<Storage, Info>::flush(QDeadlineTimer deadline)
+bool StoreWriter::flush(QDeadlineTimer deadline)
 {
     return d->flush(deadline, true);
 }
 
-template <typename Storage, typename Info>
-QList<Info> StoreWriter<Storage, Info>::allInfos()
+QList<storage::Row> StoreWriter::allInfos()
 {
     return d->allInfos();
 }
-
-template class StoreWriter<storage::SettingStorage, storage::SettingInfo>;
-template class StoreWriter<storage::ConfigStorage, storage::ConfigInfo>;

@@ -9,10 +9,8 @@
 
 namespace storage
 {
-class ConfigStorage;
-class SettingStorage;
-struct ConfigInfo;
-struct SettingInfo;
+class RowStorage;
+struct Row;
 } // namespace storage
 
 /// Makes the changes of one store durable, in order and in the background.
@@ -29,12 +27,11 @@ struct SettingInfo;
 /// Thread: any. No lock is held while the store is called: handlers of what it logs may use the
 /// writer. Whoever writes waits 5 seconds for another thread that does, and then no more until that
 /// one is through. The writer may be destroyed while a task of it still waits or hangs.
-template <typename Storage, typename Info>
 class StoreWriter
 {
 public:
-    /// @param storage where to write; copied, see SettingStorage
-    explicit StoreWriter(Storage *storage);
+    /// @param storage where to write; copied, see RowStorage
+    explicit StoreWriter(const storage::RowStorage &storage);
     /// Closes, within 5 seconds.
     ~StoreWriter();
     /// Lets go of the store for good: flushes where it is open, until `deadline` at most, whatever
@@ -49,21 +46,21 @@ public:
     static bool accepts(const QString &key, const QVariant &value);
     /// Add a change (one that is accepted) to the pending set; nothing is called. Who gets true
     /// calls write() once the lock is let go: nobody else does.
-    [[nodiscard]] bool put(Info info);
+    [[nodiscard]] bool put(storage::Row row);
     /// Of rows that go into one transaction.
-    [[nodiscard]] bool put(QList<Info> infos);
+    [[nodiscard]] bool put(QList<storage::Row> rows);
     [[nodiscard]] bool putRemoval(const QString &key);
     /// Of all rows but `kept`.
-    [[nodiscard]] bool putRemovalOfAll(const QList<Info> &kept);
+    [[nodiscard]] bool putRemovalOfAll(const QList<storage::Row> &kept);
     /// Has what is pending written by a task.
     void write();
 
     // All of these in one:
 
-    void save(Info info);
+    void save(storage::Row row);
     void remove(const QString &key);
     /// Wipes the store down to `kept`, in one step that cannot be torn.
-    void removeAll(const QList<Info> &kept = {});
+    void removeAll(const QList<storage::Row> &kept = {});
 
     /// Writes what is pending on the calling thread, after waiting for a write under way; a power cut
     /// may take it back. True when nothing is left to write.
@@ -73,19 +70,11 @@ public:
     /// That on a thread of its own, until `deadline` at most, whatever the disk does.
     bool flush(QDeadlineTimer deadline);
     /// All rows as they are once what is pending has been written, which is tried first.
-    QList<Info> allInfos();
+    QList<storage::Row> allInfos();
 
 private:
     Q_DISABLE_COPY_MOVE(StoreWriter)
 
     class State;
     const std::shared_ptr<State> d; // shared with the task
-};
-
-extern template class StoreWriter<storage::SettingStorage, storage::SettingInfo>;
-extern template class StoreWriter<storage::ConfigStorage, storage::ConfigInfo>;
-
-class SettingWriter : public StoreWriter<storage::SettingStorage, storage::SettingInfo>
-{
-    using StoreWriter::StoreWriter;
 };

@@ -60,5 +60,5 @@ bool isSame(const QVariant &a, const QVariant &b)
         stream << value;
         return result;
     };
-    return storage::SettingStorage::isStorable(a) && bytes(a) == bytes(b);
+    return storage::RowStorage::isStorable(a) && bytes(a) == bytes(b);
 }

@@ -17,12 +17,11 @@
 #include <memory>
 
 class AccountBase;
-template <typename Storage, typename Info, typename Mutex>
+template <typename Mutex>
 class StoredValues;
 namespace storage
 {
 class SettingStorage;
-struct SettingInfo;
 } // namespace storage
 
 // A switch of one of the two configurations that the account's devices share, kept as `type` under
@@ -269,7 +268,7 @@ private:
     void upgradeSetting(const ValueCache &rows);
     void upgradeFrequentContact(ValueCache &rows);
 
-    using Values = StoredValues<storage::SettingStorage, storage::SettingInfo, QMutex>;
+    using Values = StoredValues<QMutex>;
     const std::unique_ptr<Values> m_values;
     QVariantMap m_notification;
     QVariantMap m_chatFolder;

@@ -124,13 +124,13 @@ void AppSettingModel::loadGlobalData()
     const bool isLate = wasUnread && !m_isUnread;
     QVariantMap stored;
     if (isLate) {
-        for (const storage::SettingInfo &row : m_storage->settingStorage()->allInfos())
+        for (const storage::Row &row : m_storage->settingStorage()->allInfos())
             stored.insert(row.key, row.value);
     }
     // What was changed while the store was closed is newer than what is in it, and among these.
-    const QList<storage::SettingInfo> rows = m_values->allInfos();
+    const QList<storage::Row> rows = m_values->allInfos();
     m_values->clear();
-    for (const storage::SettingInfo &row : rows) {
+    for (const storage::Row &row : rows) {
         if (row.key == upgradeKey()) {
             setUpgradeInfo({{QStringLiteral("value"), row.value.toString()},
                             {QStringLiteral("remark"), row.remark}},
@@ -252,15 +252,15 @@ void AppSettingModel::saveToConfig(QString key, QVariant value, bool needSave)
 
 void AppSettingModel::saveToConfig(QString key, QVariant value, QString remark, bool needSave)
 {
-    if (needSave && Values::Writer::accepts(key, value))
+    if (needSave && StoreWriter::accepts(key, value))
         Values::Access(*m_values).put({std::move(key), std::move(value), std::move(remark)});
 }
 
 void AppSettingModel::saveToConfig(const QVariantMap &rows)
 {
-    QList<storage::SettingInfo> infos;
+    QList<storage::Row> infos;
     for (auto row = rows.cbegin(); row != rows.cend(); ++row) {
-        if (!Values::Writer::accepts(row.key(), row.value()))
+        if (!StoreWriter::accepts(row.key(), row.value()))
             return;
         infos.append({row.key(), row.value(), {}});
     }
@@ -413,8 +413,8 @@ void AppSettingModel::setUpgradeInfo(QVariantMap value, bool needSave)
 {
     if (!makeStorable(upgradeKey(), &value))
         return;
-    storage::SettingInfo row{upgradeKey(), value.value(QStringLiteral("value")),
-                             value.value(QStringLiteral("remark")).toString()};
+    storage::Row row{upgradeKey(), value.value(QStringLiteral("value")),
+                     value.value(QStringLiteral("remark")).toString()};
     Values::Access access(*m_values);
     if (!access.replace(upgradeKey(), value))
         return;

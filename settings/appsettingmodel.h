@@ -19,10 +19,9 @@ namespace storage
 {
 class GlobalStorageProvider;
 class SettingStorage;
-struct SettingInfo;
 } // namespace storage
 class EmojiSkins;
-template <typename Storage, typename Info, typename Mutex>
+template <typename Mutex>
 class StoredValues;
 class Translations;
 
@@ -208,7 +207,7 @@ public:
     const QVariant &getValue(const QString &key, const QVariant &defaultValue) const;
     QVariant value(const QString &key, const QVariant &defaultValue) const override;
     /// Changes a value, saving it when `needSave`. False when it is equal to the present one, and,
-    /// with a log line, for what storage::SettingStorage::isStorable() refuses, as a function, a
+    /// with a log line, for what storage::RowStorage::isStorable() refuses, as a function, a
     /// QObject, or a map with one: then the value stays. A script's object or array is kept as a map
     /// or list. No property signal is emitted; that is the typed setters' part. The setters of maps
     /// and lists refuse the same, but for an object that contains itself: QML makes the map that they
@@ -378,8 +377,7 @@ private:
     void closeStorage();
 
     // Recursive, so that a slot on the signals that are emitted under it can read the settings.
-    using Values =
-        StoredValues<storage::SettingStorage, storage::SettingInfo, std::recursive_mutex>;
+    using Values = StoredValues<std::recursive_mutex>;
 
     std::atomic_bool m_isUnread = false;
     enum class Resets { None, One, More } m_resets = Resets::None; // being announced

@@ -38,8 +38,8 @@ void AppSettingModel::reset()
         if (const QVariant places = m_signedIn.value(SettingKey::formerPlaces()); places.isValid())
             values.insert_or_assign(SettingKey::formerPlaces(), places);
         // What is kept goes with the wipe: a kill between the two must not lose it.
-        QList<storage::SettingInfo> kept = {{SettingKey::databaseVersion(), keptVersion, {}},
-                                            {SettingKey::serverConfig(), keptServerConfig, {}}};
+        QList<storage::Row> kept = {{SettingKey::databaseVersion(), keptVersion, {}},
+                                    {SettingKey::serverConfig(), keptServerConfig, {}}};
         for (const auto &[key, value] : values)
             kept.append({key, value, {}});
         for (auto row = m_signedIn.cbegin(); row != m_signedIn.cend(); ++row)

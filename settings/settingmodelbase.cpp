@@ -106,10 +106,10 @@ QVariant SettingModelBase::getValue(const QString &key, const QVariant &defaultV
 
 std::optional<QVariant> SettingModelBase::storable(const QString &key, const QVariant &value)
 {
-    if (storage::SettingStorage::isStorable(value))
+    if (storage::RowStorage::isStorable(value))
         return value;
     std::optional<QVariant> plain = Plain()(value);
-    if (plain && storage::SettingStorage::isStorable(*plain))
+    if (plain && storage::RowStorage::isStorable(*plain))
         return plain;
     ImLog::error(lcSettings(),
                  QStringLiteral("A value of type %1 cannot be stored: %2")

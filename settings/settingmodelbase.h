@@ -29,7 +29,7 @@ protected:
 
     /// The value to keep for a value that is handed over: a script's object or array becomes a map or
     /// list, which lives on without the engine. Nothing, with one log line that names the key, for
-    /// what no row can hold (see storage::SettingStorage::isStorable()), also within a map or list,
+    /// what no row can hold (see storage::RowStorage::isStorable()), also within a map or list,
     /// as for functions, cycles, and a script's value of more than 100,000 elements. May run code of
     /// the script: not to be called under a lock.
     static std::optional<QVariant> storable(const QString &key, const QVariant &value);

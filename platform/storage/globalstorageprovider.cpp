@@ -1,7 +1,7 @@
 #include "storage/globalstorageprovider.h"
 
 #include "storage/database_p.h"
-#include "storage/rowtable_p.h"
+#include "storage/rowstorage_p.h"
 #include "storage/settingstorage.h"
 
 #include <QDir>

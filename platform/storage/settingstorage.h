@@ -1,85 +1,19 @@
 #pragma once
 
-#include "storage/changes.h"
-#include "storage/storage_export.h"
-
-#include <QDeadlineTimer>
-#include <QList>
-#include <QString>
-#include <QVariant>
-
-#include <memory>
+#include "storage/rowstorage.h"
 
 namespace storage
 {
 
-class Database;
-template <typename Info>
-class RowTable;
+using SettingInfo = Row;
+using SettingChanges = Changes;
 
-/// One setting row. The value keeps its type through the store.
-struct SettingInfo {
-    QString key;
-    QVariant value;
-    QString remark; ///< free text beside the value
-};
-
-using SettingChanges = Changes<SettingInfo>;
-
-/// The setting rows of one database, see GlobalStorageProvider and UserStorageProvider.
-///
-/// Copies speak of the same rows, and may outlive the provider.
-///
-/// Thread: any. A call waits for the disk, up to 2 seconds for another process that writes to the
-/// same file, and up to 5 for other threads. A change for which it returns true survives the end of
-/// the process at any later moment. Until sync() has returned true, a power cut may take the last
-/// changes back, never others nor the file. While the database is closed, when the disk refuses, and for a value that no
-/// row can hold, calls return false (allInfos() an empty list), log one line, and change nothing.
-class STORAGE_EXPORT SettingStorage
+/// The setting rows of one database, see GlobalStorageProvider and UserStorageProvider. They keep
+/// their remarks.
+class STORAGE_EXPORT SettingStorage : public RowStorage
 {
 public:
     explicit SettingStorage(std::shared_ptr<Database> database);
-    SettingStorage(const SettingStorage &);
-    ~SettingStorage();
-
-    /// True for what a row can hold: nothing at all; numbers, truth values and characters; QString,
-    /// QByteArray, QUuid, QUrl; QDate, QTime, QDateTime; points, sizes, rectangles and lines; QColor;
-    /// QVariantList, QVariantMap and QVariantHash of these, nested up to 100 levels; and QList, and
-    /// QMap and QHash by QString, of any one of these types but QColor. Everything else is refused:
-    /// pointers and functions, enumerations and types of the application, JSON objects, fonts,
-    /// images.
-    static bool isStorable(const QVariant &value);
-
-    /// False while every other call would fail.
-    bool isOpen() const;
-    /// True when it was open until GlobalStorageProvider::closeAllInCrash().
-    bool closedInCrash() const;
-    /// In the order in which the keys were first saved. Rows that cannot be read, because they are
-    /// damaged or of a type that isStorable() refuses, are left out, with one log line.
-    QList<SettingInfo> allInfos() const;
-    /// Writes the row, in place of one of the same key.
-    bool save(const SettingInfo &info);
-    /// True, too, when there was no such row.
-    bool remove(const QString &key);
-    bool removeAll();
-    bool apply(const SettingChanges &changes);
-    /// What was removed, and values that were replaced, are overwritten in the file, but stay legible
-    /// in its log until that is cleared: by removals of all rows, by this, and when the database is
-    /// closed. True, too, while that is closed. False, with a log line, when another process reads.
-    bool clearLog();
-    /// The same on a thread of its own, for which it waits until `deadline` at most, whatever the
-    /// disk does. False then: the changes may come to be stored later, but not after what is saved
-    /// by calls that come later.
-    bool apply(const SettingChanges &changes, QDeadlineTimer deadline);
-    /// Returns when no power cut takes back what was saved before, until `deadline` at most; then it
-    /// goes on in the background. False when one may. Costs nothing where nothing was saved since
-    /// the last time.
-    bool sync(QDeadlineTimer deadline = QDeadlineTimer::Forever);
-
-private:
-    const std::shared_ptr<RowTable<SettingInfo>> m_rows;
 };
 
 } // namespace storage
-
-Q_DECLARE_TYPEINFO(storage::SettingInfo, Q_RELOCATABLE_TYPE);

@@ -4,7 +4,7 @@
 #include "storage/database_p.h"
 #include "storage/keystorage.h"
 #include "storage/keystorage_p.h"
-#include "storage/rowtable_p.h"
+#include "storage/rowstorage_p.h"
 #include "storage/settingstorage.h"
 
 #include <QDir>

@@ -29,7 +29,7 @@ QString readText(const SQLite::Column &column);
 /// Binds the type at `index` and the value at `index` + 1. Throws std::runtime_error for what is not
 /// isStorable(), or bigger than SQLite takes.
 void bindValue(SQLite::Statement &statement, int index, const QVariant &value);
-/// What a value may be; see SettingStorage::isStorable(). Nothing else is written or read.
+/// What a value may be; see RowStorage::isStorable(). Nothing else is written or read.
 bool isStorable(const QVariant &value);
 /// Nothing when the type is none of those, or the bytes are damaged.
 std::optional<QVariant> readValue(const SQLite::Column &type, const SQLite::Column &value);

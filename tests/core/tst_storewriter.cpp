@@ -40,7 +40,7 @@ private Q_SLOTS:
 
     void whatFailedIsTriedAgainUnderWhatCameLater()
     {
-        SettingWriter writer(storage());
+        StoreWriter writer(*storage());
         writer.save({u"removed"_s, 0, {}});
         m_provider.close();
         std::optional<LogLines> log(std::in_place);
@@ -73,7 +73,7 @@ private Q_SLOTS:
 
     void aResetByAHandlerOfAWriteThatFails()
     {
-        SettingWriter writer(storage());
+        StoreWriter writer(*storage());
         m_provider.close();
         static std::function<void()> reset;
         reset = [&] { writer.removeAll({{u"kept"_s, 1, {}}}); };
@@ -95,7 +95,7 @@ private Q_SLOTS:
 
     void whatComesWhileAnotherThreadWrites()
     {
-        SettingWriter writer(storage());
+        StoreWriter writer(*storage());
         StuckDisk disk;
         std::jthread first([&] { writer.save({u"a"_s, 1, {}}); });
         QVERIFY(disk.isReached());
@@ -109,7 +109,7 @@ private Q_SLOTS:
 
     void whatIsNotOnTheDiskIsNotConfirmed()
     {
-        SettingWriter writer(storage());
+        StoreWriter writer(*storage());
         m_provider.close();
         writer.save({u"a"_s, 1, {}});
         QVERIFY(m_provider.open());
@@ -138,7 +138,7 @@ private Q_SLOTS:
         // So many of somebody else's tasks hang that the writer's behind them is dropped.
         ThreadManager::getInstance()->init();
         static QSemaphore hold; // the threads may outlive the test
-        SettingWriter writer(storage());
+        StoreWriter writer(*storage());
         for (int i = 0; i < 4; ++i)
             ThreadManager::invoke([&] { hold.acquire(); }, true);
         // However often it is flushed, one task waits.
@@ -166,8 +166,8 @@ private Q_SLOTS:
         storage::UserStorageProvider other;
         QVERIFY(provider->open() && other.open(directory.path()));
         ThreadManager::getInstance()->init();
-        auto writer = std::make_unique<SettingWriter>(provider->settingStorage());
-        StoreWriter<storage::ConfigStorage, storage::ConfigInfo> others(other.syncConfigStorage());
+        auto writer = std::make_unique<StoreWriter>(*provider->settingStorage());
+        StoreWriter others(*other.syncConfigStorage());
         std::optional<StuckDisk> disk(std::in_place);
         writer->save({u"a"_s, 1, {}});
         QVERIFY(disk->isReached());

@@ -282,15 +282,15 @@ private Q_SLOTS:
         QStringList wrong;
         for (const QVariant &value : others) {
             // All or nothing: the sound row before the bad one is not written either.
-            if (SettingStorage::isStorable(value)
-                || SettingStorage::isStorable(QVariantMap{{u"a"_s, value}})
+            if (RowStorage::isStorable(value)
+                || RowStorage::isStorable(QVariantMap{{u"a"_s, value}})
                 || settings.apply({true, {}, {{u"b"_s, 2, {}}, {u"c"_s, value, {}}}}))
                 wrong.append(QString::fromLatin1(value.typeName()));
         }
         qInstallMessageHandler(previous);
         QCOMPARE(wrong, QStringList());
         QCOMPARE(seen, qsizetype(std::size(others)));
-        QVERIFY(SettingStorage::isStorable(nestedList(100)));
+        QVERIFY(RowStorage::isStorable(nestedList(100)));
         QCOMPARE(rowsOf(settings), QStringList{u"a=1"_s});
     }
 

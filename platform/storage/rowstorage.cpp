@@ -1,16 +1,11 @@
-#pragma once
+#include "storage/rowstorage.h"
 
-#include "storage/changes.h"
 #include "storage/database_p.h"
 #include "storage/valuecodec_p.h"
-
-#include <QDeadlineTimer>
-#include <QString>
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
 #include <atomic>
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -19,22 +14,11 @@
 namespace storage
 {
 
-// Steps of a schema (see SchemaSteps). Columns without a declared type keep what is put into them
-// as it is.
-constexpr const char *settingSchema =
-    "CREATE TABLE settings (key PRIMARY KEY NOT NULL, type TEXT NOT NULL, value, remark NOT NULL)";
-constexpr const char *configSchema =
-    "CREATE TABLE buffer_config (key PRIMARY KEY NOT NULL, type TEXT NOT NULL, value);"
-    "CREATE TABLE sync_config (key PRIMARY KEY NOT NULL, type TEXT NOT NULL, value)";
-
-/// One table of values by key, with a remark where Info has one. See the storages on threads and
-/// failures.
-template <typename Info>
-class RowTable : public std::enable_shared_from_this<RowTable<Info>>
+class RowStorage::Table : public std::enable_shared_from_this<Table>
 {
 public:
-    RowTable(std::shared_ptr<Database> database, const std::string &table)
-        : m_database(std::move(database)), m_table(table),
+    Table(std::shared_ptr<Database> database, const std::string &table, bool hasRemarks)
+        : m_database(std::move(database)), m_hasRemarks(hasRemarks), m_table(table),
           m_reading("read the rows of " + table + " in"),
           m_writing("write the rows of " + table + " in"),
           m_selectAll("SELECT key, type, value" + andRemark(", remark") + " FROM " + table
@@ -53,9 +37,9 @@ public:
     bool closedInCrash() const { return m_database->closedInCrash(); }
 
     /// What cannot be read is left out, with one log line.
-    QList<Info> allInfos() const
+    QList<Row> allInfos() const
     {
-        QList<Info> infos;
+        QList<Row> all;
         QStringList unreadable;
         QString path;
         const bool complete = m_database->read(m_reading.c_str(), [&] {
@@ -63,11 +47,11 @@ public:
             while (rows.executeStep()) {
                 QString key = codec::readText(rows.getColumn(0));
                 if (auto value = codec::readValue(rows.getColumn(1), rows.getColumn(2))) {
-                    Info &info = infos.emplaceBack();
-                    info.key = std::move(key);
-                    info.value = *std::move(value);
-                    if constexpr (hasRemark)
-                        info.remark = codec::readText(rows.getColumn(3));
+                    Row &row = all.emplaceBack();
+                    row.key = std::move(key);
+                    row.value = *std::move(value);
+                    if (m_hasRemarks)
+                        row.remark = codec::readText(rows.getColumn(3));
                 } else {
                     unreadable.append(std::move(key));
                 }
@@ -78,7 +62,7 @@ public:
         if (!complete)
             return {};
         logUnreadable(unreadable, path);
-        return infos;
+        return all;
     }
 
     QVariant value(const QString &key) const
@@ -100,7 +84,7 @@ public:
         return {};
     }
 
-    bool apply(const Changes<Info> &changes, QDeadlineTimer deadline)
+    bool apply(const Changes &changes, QDeadlineTimer deadline)
     {
         struct Attempt {
             std::atomic_bool done = false;
@@ -115,7 +99,7 @@ public:
         return inTime && attempt->done;
     }
 
-    bool apply(const Changes<Info> &changes, const std::atomic_bool &givenUp = false)
+    bool apply(const Changes &changes, const std::atomic_bool &givenUp = false)
     {
         const bool done = m_database->write(m_writing.c_str(), [&] {
             // Changes that came later may be written by now.
@@ -128,13 +112,13 @@ public:
                 codec::bindText(row, 1, key);
                 row.exec();
             }
-            for (const Info &info : changes.saved) {
-                SQLite::Statement &row = m_database->statement(m_save);
-                codec::bindText(row, 1, info.key);
-                codec::bindValue(row, 2, info.value);
-                if constexpr (hasRemark)
-                    codec::bindText(row, 4, info.remark);
-                row.exec();
+            for (const Row &row : changes.saved) {
+                SQLite::Statement &statement = m_database->statement(m_save);
+                codec::bindText(statement, 1, row.key);
+                codec::bindValue(statement, 2, row.value);
+                if (m_hasRemarks)
+                    codec::bindText(statement, 4, row.remark);
+                statement.exec();
             }
         });
         if (done && changes.removeAll)
@@ -155,9 +139,7 @@ public:
     }
 
 private:
-    static constexpr bool hasRemark = requires(Info info) { info.remark; };
-
-    static std::string andRemark(const char *sql) { return hasRemark ? sql : ""; }
+    std::string andRemark(const char *sql) const { return m_hasRemarks ? sql : ""; }
 
     void logUnreadable(const QStringList &keys, const QString &path) const
     {
@@ -170,6 +152,7 @@ private:
     }
 
     const std::shared_ptr<Database> m_database;
+    const bool m_hasRemarks;
     const std::string m_table;
     const std::string m_reading;
     const std::string m_writing;
@@ -179,5 +162,74 @@ private:
     const std::string m_removeOne;
     const std::string m_save;
 };
+
+RowStorage::RowStorage(std::shared_ptr<Database> database, const char *table, bool hasRemarks)
+    : m_table(std::make_shared<Table>(std::move(database), table, hasRemarks))
+{
+}
+
+RowStorage::RowStorage(const RowStorage &) = default;
+
+RowStorage::~RowStorage() = default;
+
+bool RowStorage::isStorable(const QVariant &value)
+{
+    return codec::isStorable(value);
+}
+
+bool RowStorage::isOpen() const
+{
+    return m_table->isOpen();
+}
+
+bool RowStorage::closedInCrash() const
+{
+    return m_table->closedInCrash();
+}
+
+QList<Row> RowStorage::allInfos() const
+{
+    return m_table->allInfos();
+}
+
+QVariant RowStorage::value(const QString &key) const
+{
+    return m_table->value(key);
+}
+
+bool RowStorage::save(const Row &row)
+{
+    return apply({false, {}, {row}});
+}
+
+bool RowStorage::remove(const QString &key)
+{
+    return apply({false, {key}, {}});
+}
+
+bool RowStorage::removeAll()
+{
+    return apply({true, {}, {}});
+}
+
+bool RowStorage::apply(const Changes &changes)
+{
+    return m_table->apply(changes);
+}
+
+bool RowStorage::apply(const Changes &changes, QDeadlineTimer deadline)
+{
+    return m_table->apply(changes, deadline);
+}
+
+bool RowStorage::clearLog()
+{
+    return m_table->clearLog();
+}
+
+bool RowStorage::sync(QDeadlineTimer deadline)
+{
+    return m_table->sync(deadline);
+}
 
 } // namespace storage
