@@ -7,26 +7,10 @@
 #include "protocol/message_content.pb.h"
 #include "support/fuzzing.h"
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
-
 using fuzzing::check;
 
 namespace
 {
-
-void checkOnDisk(const QString &name)
-{
-    static const QTemporaryDir directory;
-    const QDir folder(directory.path());
-    QFile file(folder.filePath(name));
-    check(file.open(QIODevice::WriteOnly), "a safe name can be given to a file");
-    check(folder.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)
-              == QStringList{name},
-          "the file has that name, in that folder");
-    file.remove();
-}
 
 void checkSafe(const QString &name)
 {
@@ -34,7 +18,10 @@ void checkSafe(const QString &name)
     check(safe.isValidUtf16() && safe.toUtf8().size() <= 255, "a safe name is a text of 255 bytes");
     check(!safe.endsWith(u'.') && safe.trimmed() == safe, "nothing at its ends gets lost");
     check(Util::safeFileName(safe) == safe, "a safe name stays as it is");
-    checkOnDisk(safe);
+    const QDir folder = fuzzing::folderWith(safe, {});
+    check(folder.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)
+              == QStringList{safe},
+          "a file can have that name, in that folder");
 }
 
 void checkExtension(const QString &name)

@@ -98,7 +98,7 @@ void writeStoredValues()
     const QByteArray streamed = "QVariant|X'";
     for (const QByteArray &line : file.readAll().split('\n')) {
         if (line.startsWith(streamed)) {
-            const QByteArray digits = line.sliced(streamed.size()).chopped(1);
+            const QByteArray digits = line.split('\'').at(1);
             write("stored_value", QByteArray("\0\4", 2) + QByteArray::fromHex(digits));
         }
     }

@@ -157,7 +157,7 @@ struct Request {
         return measured;
     }
 
-    Measured reference() const { return referenceLayout(text, width, font); }
+    Measured reference() const { return ReferenceLayout(text, font).measure(width); }
 };
 
 /// What a comparison has found.
