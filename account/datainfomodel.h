@@ -19,7 +19,7 @@ template <typename Mutex>
 class StoredValues;
 
 /// One datum of DataInfoModel: its getter, which gives T() where nothing is stored, and its setter.
-#define DATA_INFO(T, getter, setter, key)                                                          \
+#define MODELBASE_DATUM(T, getter, setter, key)                                                    \
 public:                                                                                            \
     T getter() const                                                                               \
     {                                                                                              \
@@ -31,7 +31,7 @@ public:                                                                         
     }
 
 /// Whether a datum was ever saved.
-#define DATA_INFO_PRESENT(name, key)                                                               \
+#define MODELBASE_DATUM_PRESENT(name, key)                                                         \
 public:                                                                                            \
     bool name() const                                                                              \
     {                                                                                              \
@@ -63,54 +63,54 @@ class MODELBASE_EXPORT DataInfoModel : public QObject, public ModelBase
 
     // clang-format off
     //        type        getter                      setter                          key
-    DATA_INFO(QByteArray, archiveDialogs,             saveArchiveDialogs,             "archived_dialogs")
-    DATA_INFO(QByteArray, archiveNotebooks,           saveArchiveNotebooks,           "archived_notebooks")
-    DATA_INFO(qint64,     atAllPermitsOffset,         saveAtAllPermitsOffset,         "at_all_permits_offset")
-    DATA_INFO(qint64,     cloudDriveCapacity,         saveCloudDriveCapacity,         "clouddrive_capacity") // bytes
-    DATA_INFO(bool,       cloudDriveEnablePassword,   saveCloudDriveEnablePassword,   "clouddrive_enable_password")
-    DATA_INFO(QByteArray, cloudDriveInitParameters,   saveCloudDriveInitParameters,   "clouddrive_init_parameters")
-    DATA_INFO(qint64,     cloudDriveOffset,           saveCloudDriveOffset,           "clouddrive_offset")
-    DATA_INFO(QByteArray, cloudDrivePrefetchIds,      saveCloudDrivePrefetchIds,      "clouddrive_prefetch_ids")
-    DATA_INFO(qint64,     cloudDriveUseCapacity,      saveCloudDriveUseCapacity,      "clouddrive_use_capacity") // bytes
-    DATA_INFO(qint64,     contactRequestOffset,       saveContactRequestOffset,       "contact_request_offset")
-    DATA_INFO(qint64,     contactsOffset,             saveContactsOffset,             "contacts_offset")
-    DATA_INFO(QByteArray, dialogKeepTime,             saveDialogKeepTime,             "dialog_keep_time")
-    DATA_INFO(qint64,     dialogOffset,               saveDialogOffset,               "dialog_offset")
-    DATA_INFO(QByteArray, dialogOrder,                saveDialogOrder,                "dialog_order")
-    DATA_INFO(qint64,     dialogTagsOffset,           saveDialogTagsOffset,           "dialog_tags_offset")
-    DATA_INFO(qint64,     discussionOffset,           saveDiscussionOffset,           "discussion_offset")
-    DATA_INFO(QByteArray, emojiRecent,                saveEmojiRecent,                "emoji_recent")
-    DATA_INFO(QByteArray, fatures,                    saveFatures,                    "features")
-    DATA_INFO(qint64,     groupPengingMemberOffset,   saveGroupPendingMemberOffset,   "groups_pengingmembers_offset")
-    DATA_INFO(qint64,     groupsOffset,               saveGroupsOffset,               "groups_offset")
-    DATA_INFO(qint64,     myGroupPermissionsOffset,   saveMyGroupPermissionsOffset,   "mygroup_permissions_offset")
-    DATA_INFO(qint64,     notebookOffset,             saveNotebookOffset,             "notebook_offset")
-    DATA_INFO(bool,       notebookOpened,             saveNotebookOpened,             "notebook_opened")
-    DATA_INFO(QByteArray, notebookPrefetchIds,        saveNotebookPrefetchIds,        "notebook_prefetch_ids")
-    DATA_INFO(QByteArray, notebookRecentNotes,        saveNotebookRecentNotes,        "notebook_recent_notes")
-    DATA_INFO(QByteArray, notebookSearchRecords,      saveNotebookSearchRecords,      "notebook_search_records")
-    DATA_INFO(qint64,     pollOffset,                 savePollOffset,                 "poll_offset")
-    DATA_INFO(qint64,     quickReplyOffset,           saveQuickReplyOffset,           "quickreply_offset")
-    DATA_INFO(QByteArray, reactionEmojiRecent,        saveReactionEmojiRecent,        "reaction_emoji_recent")
-    DATA_INFO(qint64,     reactionOffset,             saveReactionOffset,             "reaction_offset")
-    DATA_INFO(qint64,     receiptOffset,              saveReceiptOffset,              "receipt_offset")
-    DATA_INFO(qint64,     recentCallOffset,           saveRecentCallOffset,           "recent_call_offset")
-    DATA_INFO(qint64,     savedDialogsOffset,         saveSavedDialogsOffset,         "saved_dialog_offset")
-    DATA_INFO(qint64,     scheduledOffset,            saveScheduledOffset,            "scheduled_offset")
-    DATA_INFO(qint64,     sharedReferenceOffset,      saveSharedReferenceOffset,      "shared_preference_offset")
-    DATA_INFO(QByteArray, stickerRecent,              saveStickerRecent,              "sticker_recent")
-    DATA_INFO(qint64,     stickerRecentOffset,        saveStickerRecentOffset,        "sticker_recent_offset")
-    DATA_INFO(QByteArray, tagsList,                   saveTagsList,                   "tags_list")
-    DATA_INFO(QByteArray, usedCustomEmojiPack,        saveUsedCustomEmojiPack,        "used_custom_emoji_pack")
-    DATA_INFO(QByteArray, usedStickerPack,            saveUsedStickerPack,            "used_sticker_pack")
-    DATA_INFO(qint64,     userCustomEmojiLastUpdated, saveUserCustomEmojiLastUpdated, "custom_emoji_last_updated")
-    DATA_INFO(qint64,     userStickerLastUpdated,     saveUserStickerLastUpdated,     "user_sticker_last_updated")
-    DATA_INFO(qint64,     wallpaperOffset,            saveWallpaperOffset,            "wallpaper_offset")
+    MODELBASE_DATUM(QByteArray, archiveDialogs,             saveArchiveDialogs,             "archived_dialogs")
+    MODELBASE_DATUM(QByteArray, archiveNotebooks,           saveArchiveNotebooks,           "archived_notebooks")
+    MODELBASE_DATUM(qint64,     atAllPermitsOffset,         saveAtAllPermitsOffset,         "at_all_permits_offset")
+    MODELBASE_DATUM(qint64,     cloudDriveCapacity,         saveCloudDriveCapacity,         "clouddrive_capacity") // bytes
+    MODELBASE_DATUM(bool,       cloudDriveEnablePassword,   saveCloudDriveEnablePassword,   "clouddrive_enable_password")
+    MODELBASE_DATUM(QByteArray, cloudDriveInitParameters,   saveCloudDriveInitParameters,   "clouddrive_init_parameters")
+    MODELBASE_DATUM(qint64,     cloudDriveOffset,           saveCloudDriveOffset,           "clouddrive_offset")
+    MODELBASE_DATUM(QByteArray, cloudDrivePrefetchIds,      saveCloudDrivePrefetchIds,      "clouddrive_prefetch_ids")
+    MODELBASE_DATUM(qint64,     cloudDriveUseCapacity,      saveCloudDriveUseCapacity,      "clouddrive_use_capacity") // bytes
+    MODELBASE_DATUM(qint64,     contactRequestOffset,       saveContactRequestOffset,       "contact_request_offset")
+    MODELBASE_DATUM(qint64,     contactsOffset,             saveContactsOffset,             "contacts_offset")
+    MODELBASE_DATUM(QByteArray, dialogKeepTime,             saveDialogKeepTime,             "dialog_keep_time")
+    MODELBASE_DATUM(qint64,     dialogOffset,               saveDialogOffset,               "dialog_offset")
+    MODELBASE_DATUM(QByteArray, dialogOrder,                saveDialogOrder,                "dialog_order")
+    MODELBASE_DATUM(qint64,     dialogTagsOffset,           saveDialogTagsOffset,           "dialog_tags_offset")
+    MODELBASE_DATUM(qint64,     discussionOffset,           saveDiscussionOffset,           "discussion_offset")
+    MODELBASE_DATUM(QByteArray, emojiRecent,                saveEmojiRecent,                "emoji_recent")
+    MODELBASE_DATUM(QByteArray, fatures,                    saveFatures,                    "features")
+    MODELBASE_DATUM(qint64,     groupPengingMemberOffset,   saveGroupPendingMemberOffset,   "groups_pengingmembers_offset")
+    MODELBASE_DATUM(qint64,     groupsOffset,               saveGroupsOffset,               "groups_offset")
+    MODELBASE_DATUM(qint64,     myGroupPermissionsOffset,   saveMyGroupPermissionsOffset,   "mygroup_permissions_offset")
+    MODELBASE_DATUM(qint64,     notebookOffset,             saveNotebookOffset,             "notebook_offset")
+    MODELBASE_DATUM(bool,       notebookOpened,             saveNotebookOpened,             "notebook_opened")
+    MODELBASE_DATUM(QByteArray, notebookPrefetchIds,        saveNotebookPrefetchIds,        "notebook_prefetch_ids")
+    MODELBASE_DATUM(QByteArray, notebookRecentNotes,        saveNotebookRecentNotes,        "notebook_recent_notes")
+    MODELBASE_DATUM(QByteArray, notebookSearchRecords,      saveNotebookSearchRecords,      "notebook_search_records")
+    MODELBASE_DATUM(qint64,     pollOffset,                 savePollOffset,                 "poll_offset")
+    MODELBASE_DATUM(qint64,     quickReplyOffset,           saveQuickReplyOffset,           "quickreply_offset")
+    MODELBASE_DATUM(QByteArray, reactionEmojiRecent,        saveReactionEmojiRecent,        "reaction_emoji_recent")
+    MODELBASE_DATUM(qint64,     reactionOffset,             saveReactionOffset,             "reaction_offset")
+    MODELBASE_DATUM(qint64,     receiptOffset,              saveReceiptOffset,              "receipt_offset")
+    MODELBASE_DATUM(qint64,     recentCallOffset,           saveRecentCallOffset,           "recent_call_offset")
+    MODELBASE_DATUM(qint64,     savedDialogsOffset,         saveSavedDialogsOffset,         "saved_dialog_offset")
+    MODELBASE_DATUM(qint64,     scheduledOffset,            saveScheduledOffset,            "scheduled_offset")
+    MODELBASE_DATUM(qint64,     sharedReferenceOffset,      saveSharedReferenceOffset,      "shared_preference_offset")
+    MODELBASE_DATUM(QByteArray, stickerRecent,              saveStickerRecent,              "sticker_recent")
+    MODELBASE_DATUM(qint64,     stickerRecentOffset,        saveStickerRecentOffset,        "sticker_recent_offset")
+    MODELBASE_DATUM(QByteArray, tagsList,                   saveTagsList,                   "tags_list")
+    MODELBASE_DATUM(QByteArray, usedCustomEmojiPack,        saveUsedCustomEmojiPack,        "used_custom_emoji_pack")
+    MODELBASE_DATUM(QByteArray, usedStickerPack,            saveUsedStickerPack,            "used_sticker_pack")
+    MODELBASE_DATUM(qint64,     userCustomEmojiLastUpdated, saveUserCustomEmojiLastUpdated, "custom_emoji_last_updated")
+    MODELBASE_DATUM(qint64,     userStickerLastUpdated,     saveUserStickerLastUpdated,     "user_sticker_last_updated")
+    MODELBASE_DATUM(qint64,     wallpaperOffset,            saveWallpaperOffset,            "wallpaper_offset")
 
-    DATA_INFO_PRESENT(containArchiveDialogs,        "archived_dialogs")
-    DATA_INFO_PRESENT(containArchiveNotebooks,      "archived_notebooks")
-    DATA_INFO_PRESENT(containNotebookRecentNotes,   "notebook_recent_notes")
-    DATA_INFO_PRESENT(containNotebookSearchRecords, "notebook_search_records")
+    MODELBASE_DATUM_PRESENT(containArchiveDialogs,        "archived_dialogs")
+    MODELBASE_DATUM_PRESENT(containArchiveNotebooks,      "archived_notebooks")
+    MODELBASE_DATUM_PRESENT(containNotebookRecentNotes,   "notebook_recent_notes")
+    MODELBASE_DATUM_PRESENT(containNotebookSearchRecords, "notebook_search_records")
     // clang-format on
 
 public:

@@ -26,11 +26,14 @@ function(modelbase_views target)
     endif()
 endfunction()
 
+# The headers that mark what a library offers to others; everything else stays hidden in it.
+include(GenerateExportHeader)
+set(MODELBASE_EXPORT_HEADERS ${PROJECT_BINARY_DIR}/exports)
+
 # A library of the product. In the build tree its headers are found under the root that they are
 # installed below: "settings/..." at the top of the tree, "base/..." inside platform/.
 function(modelbase_library target)
     modelbase_target(${target})
-    target_compile_definitions(${target} PRIVATE MODELBASE_BUILD_${target})
     set_target_properties(${target} PROPERTIES
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
     # Thousands of symbols less to look up at each start. Qt demands -fPIC of whoever links it then.
@@ -45,6 +48,17 @@ function(modelbase_library target)
                                  ${CMAKE_INSTALL_INCLUDEDIR}/modelbase)
 endfunction()
 
+# Makes <target>_export.h in <folder> of the headers, which defines MODELBASE_<macro>.
+function(modelbase_export_header target folder macro)
+    cmake_path(APPEND folder ${target}_export.h OUTPUT_VARIABLE header)
+    generate_export_header(${target} EXPORT_MACRO_NAME ${macro}
+                           EXPORT_FILE_NAME ${MODELBASE_EXPORT_HEADERS}/${header}
+                           PREFIX_NAME MODELBASE_)
+    target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${MODELBASE_EXPORT_HEADERS}>)
+    install(FILES ${MODELBASE_EXPORT_HEADERS}/${header}
+            DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/modelbase/${folder})
+endfunction()
+
 # A platform library: platform/<name>, target modelbase::<name>, includes "<name>/...".
 function(modelbase_platform_library name)
     add_library(${name} SHARED ${ARGN})
@@ -52,6 +66,8 @@ function(modelbase_platform_library name)
     modelbase_library(${name})
     set_target_properties(${name} PROPERTIES OUTPUT_NAME modelbase_${name})
     target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/platform>)
+    string(TOUPPER ${name} upper)
+    modelbase_export_header(${name} ${name} ${upper}_EXPORT)
 endfunction()
 
 # Public headers of the folder that calls this; they are installed under modelbase/<folder>/.

@@ -27,8 +27,9 @@ class SettingStorage;
 // A switch of one of the two configurations that the account's devices share, kept as `type` under
 // `key`: a property with its getter, its signal, and its setter, which with `needSync` hands the
 // whole configuration on.
-#define SYNCED_SWITCH(Configuration, type, name, Name, key, fallback, parameter, signal, change)   \
-    SETTING_PROPERTY(bool, name, Name)                                                             \
+#define MODELBASE_SYNCED_SWITCH(Configuration, type, name, Name, key, fallback, parameter, signal, \
+                                change)                                                            \
+    MODELBASE_SETTING_PROPERTY(bool, name, Name)                                                   \
     bool name() const                                                                              \
     {                                                                                              \
         return read##Configuration(QStringLiteral(key), fallback);                                 \
@@ -41,15 +42,15 @@ class SettingStorage;
 Q_SIGNALS:                                                                                         \
     void signal;
 
-#define NOTIFICATION(type, name, Name, key, fallback, changedParameter, parameter)                 \
-    SYNCED_SWITCH(Notification, type, name, Name, key, fallback, parameter,                        \
-                  name##Changed(bool changedParameter), name##Changed(parameter))
-#define NOTIFICATION_BARE(type, name, Name, key, fallback)                                         \
-    SYNCED_SWITCH(Notification, type, name, Name, key, fallback, value, name##Changed(),           \
-                  name##Changed())
-#define CHAT_FOLDER(name, Name, key, fallback)                                                     \
-    SYNCED_SWITCH(ChatFolder, bool, name, Name, key, fallback, value, name##Changed(bool),         \
-                  name##Changed(value))
+#define MODELBASE_NOTIFICATION(type, name, Name, key, fallback, changedParameter, parameter)       \
+    MODELBASE_SYNCED_SWITCH(Notification, type, name, Name, key, fallback, parameter,              \
+                            name##Changed(bool changedParameter), name##Changed(parameter))
+#define MODELBASE_NOTIFICATION_BARE(type, name, Name, key, fallback)                               \
+    MODELBASE_SYNCED_SWITCH(Notification, type, name, Name, key, fallback, value, name##Changed(), \
+                            name##Changed())
+#define MODELBASE_CHAT_FOLDER(name, Name, key, fallback)                                           \
+    MODELBASE_SYNCED_SWITCH(ChatFolder, bool, name, Name, key, fallback, value,                    \
+                            name##Changed(bool), name##Changed(value))
 
 /// The settings of one account. Most are rows of the account's store, cached and written through as
 /// AppSettingModel's are. A change belongs to the store that is open when it is made; while none is
@@ -77,90 +78,90 @@ class MODELBASE_EXPORT AccountSettingModel : public SettingModelBase, public Mod
 
     // clang-format off
     //      type     name                     Name                     key                              default
-    SETTING(bool,    showArchivedFolder,      ShowArchivedFolder,      "show_archived_folder",          true)
-    SETTING(bool,    fullPreviewState,        FullPreviewState,        "full_preview_state",            true)
-    SETTING(QString, lastLocation,            LastLocation,            "last_latlog",                   QString())
-    SETTING(QString, linkBaseHost,            LinkBaseHost,            "link_base_host",                QString())
-    SETTING(int,     passcodeNotify,          PasscodeNotify,          "passcodeNotify",                0)
-    SETTING(bool,    syncMyFocusStatus,       SyncMyFocusStatus,       "syncMyFocusStatus_setting",     false)
-    SETTING(double,  voiceDefalutPlaySpeed,   VoiceDefalutPlaySpeed,   "voice_default_play_speed",      2.0)
-    SETTING(bool,    suggestFreqContacts,     SuggestFreqContacts,     "suggest_freq_contacts",         true)
-    SETTING(bool,    bounceDockIcon,          BounceDockIcon,          "bounce_dock_icon",              false)
-    SETTING(bool,    hexColorFormat,          HexColorFormat,          "hex_color_format",              false)
-    SETTING(int,     callChangerType,         CallChangerType,         "call_changer_type",             0)
-    SETTING(int,     unencryptKeepType,       UnencryptKeepType,       "unencrypt_keep_type",           0)
-    SETTING(bool,    syncDeviceFocusState,    SyncDeviceFocusState,    "sync_device_focus_state",       true)
-    SETTING(bool,    suggestStickersByEmoji,  SuggestStickersByEmoji,  "suggest_stickers_by_emoji",     true)
-    SETTING(bool,    suggestAnimatedEmoji,    SuggestAnimatedEmoji,    "suggest_animated_emoji",        true)
-    SETTING(bool,    loopAnimatedStickers,    LoopAnimatedStickers,    "loop_animated_stickers",        true)
-    SETTING(bool,    allowDoubleCopy,         AllowDoubleCopy,         "allow_double_copy",             true)
+    MODELBASE_SETTING(bool,    showArchivedFolder,      ShowArchivedFolder,      "show_archived_folder",          true)
+    MODELBASE_SETTING(bool,    fullPreviewState,        FullPreviewState,        "full_preview_state",            true)
+    MODELBASE_SETTING(QString, lastLocation,            LastLocation,            "last_latlog",                   QString())
+    MODELBASE_SETTING(QString, linkBaseHost,            LinkBaseHost,            "link_base_host",                QString())
+    MODELBASE_SETTING(int,     passcodeNotify,          PasscodeNotify,          "passcodeNotify",                0)
+    MODELBASE_SETTING(bool,    syncMyFocusStatus,       SyncMyFocusStatus,       "syncMyFocusStatus_setting",     false)
+    MODELBASE_SETTING(double,  voiceDefalutPlaySpeed,   VoiceDefalutPlaySpeed,   "voice_default_play_speed",      2.0)
+    MODELBASE_SETTING(bool,    suggestFreqContacts,     SuggestFreqContacts,     "suggest_freq_contacts",         true)
+    MODELBASE_SETTING(bool,    bounceDockIcon,          BounceDockIcon,          "bounce_dock_icon",              false)
+    MODELBASE_SETTING(bool,    hexColorFormat,          HexColorFormat,          "hex_color_format",              false)
+    MODELBASE_SETTING(int,     callChangerType,         CallChangerType,         "call_changer_type",             0)
+    MODELBASE_SETTING(int,     unencryptKeepType,       UnencryptKeepType,       "unencrypt_keep_type",           0)
+    MODELBASE_SETTING(bool,    syncDeviceFocusState,    SyncDeviceFocusState,    "sync_device_focus_state",       true)
+    MODELBASE_SETTING(bool,    suggestStickersByEmoji,  SuggestStickersByEmoji,  "suggest_stickers_by_emoji",     true)
+    MODELBASE_SETTING(bool,    suggestAnimatedEmoji,    SuggestAnimatedEmoji,    "suggest_animated_emoji",        true)
+    MODELBASE_SETTING(bool,    loopAnimatedStickers,    LoopAnimatedStickers,    "loop_animated_stickers",        true)
+    MODELBASE_SETTING(bool,    allowDoubleCopy,         AllowDoubleCopy,         "allow_double_copy",             true)
 
     //                                                                                                          signal's, setter's parameter
-    SETTING_NAMED(bool, alwaysShowNotification, AlwaysShowNotification, "show_notification",             false,  showNotification,        value)
-    SETTING_NAMED(int,  superGroupLimit,        SuperGroupLimit,        "super_group_limit",             100000, limit,                   value) // members
-    SETTING_NAMED(bool, cloudDriveSecurityTips, CloudDriveSecurityTips, "clouddrive_securitytips",       true,   securityTips,            value)
-    SETTING_NAMED(bool, cloudDriveSendTips,     CloudDriveSendTips,     "clouddrive_sendtips",           true,   sendTips,                value)
-    SETTING_NAMED(int,  supportedMeetingType,   SupportedMeetingType,   "supported_meeting_type",        0,      newSupportedMeetingType, value) // AccountBase::SupportedMeetingType
-    SETTING_NAMED(int,  voiceChangerType,       VoiceChangerType,       "voice_changer_type",            0,      changerType,             value)
-    SETTING_NAMED(int,  encryptKeepType,        EncryptKeepType,        "encrypt_keep_type",             4,      keepType,                value)
-    SETTING_NAMED(bool, tabsViewOnTop,          TabsViewOnTop,          "tabs_view_mode_top",            true,   newTabsViewOnTop,        value)
-    SETTING_NAMED(int,  leftTabWidth,           LeftTabWidth,           "left_tab_width",                72,     newLeftTabWidth,         value) // pixels
+    MODELBASE_SETTING_NAMED(bool, alwaysShowNotification, AlwaysShowNotification, "show_notification",             false,  showNotification,        value)
+    MODELBASE_SETTING_NAMED(int,  superGroupLimit,        SuperGroupLimit,        "super_group_limit",             100000, limit,                   value) // members
+    MODELBASE_SETTING_NAMED(bool, cloudDriveSecurityTips, CloudDriveSecurityTips, "clouddrive_securitytips",       true,   securityTips,            value)
+    MODELBASE_SETTING_NAMED(bool, cloudDriveSendTips,     CloudDriveSendTips,     "clouddrive_sendtips",           true,   sendTips,                value)
+    MODELBASE_SETTING_NAMED(int,  supportedMeetingType,   SupportedMeetingType,   "supported_meeting_type",        0,      newSupportedMeetingType, value) // AccountBase::SupportedMeetingType
+    MODELBASE_SETTING_NAMED(int,  voiceChangerType,       VoiceChangerType,       "voice_changer_type",            0,      changerType,             value)
+    MODELBASE_SETTING_NAMED(int,  encryptKeepType,        EncryptKeepType,        "encrypt_keep_type",             4,      keepType,                value)
+    MODELBASE_SETTING_NAMED(bool, tabsViewOnTop,          TabsViewOnTop,          "tabs_view_mode_top",            true,   newTabsViewOnTop,        value)
+    MODELBASE_SETTING_NAMED(int,  leftTabWidth,           LeftTabWidth,           "left_tab_width",                72,     newLeftTabWidth,         value) // pixels
 
     // Signals without a value.
-    SETTING_BARE(bool, supportNSFW,          SupportNSFW,          "surport_NSFW",            false, value)
-    SETTING_BARE(bool, allowNSFW,            AllowNSFW,            "allow_NSFW",              false, value)
-    SETTING_BARE(bool, showReactionResult,   ShowReactionResult,   "show_reaction",           true,  value)
-    SETTING_BARE(bool, showInDiscussionOnly, ShowInDiscussionOnly, "show_in_discussion_only", true,  value)
-    SETTING_BARE(bool, mediaMessageExif,     MediaMessageExif,     "media_message_exif",      true,  value)
-    SETTING_BARE(bool, fileMessageExif,      FileMessageExif,      "file_message_exif",       false, value)
+    MODELBASE_SETTING_BARE(bool, supportNSFW,          SupportNSFW,          "surport_NSFW",            false, value)
+    MODELBASE_SETTING_BARE(bool, allowNSFW,            AllowNSFW,            "allow_NSFW",              false, value)
+    MODELBASE_SETTING_BARE(bool, showReactionResult,   ShowReactionResult,   "show_reaction",           true,  value)
+    MODELBASE_SETTING_BARE(bool, showInDiscussionOnly, ShowInDiscussionOnly, "show_in_discussion_only", true,  value)
+    MODELBASE_SETTING_BARE(bool, mediaMessageExif,     MediaMessageExif,     "media_message_exif",      true,  value)
+    MODELBASE_SETTING_BARE(bool, fileMessageExif,      FileMessageExif,      "file_message_exif",       false, value)
 
     // Without property and signal.
-    SETTING_SILENT(int,     groupKeepTime,   GroupKeepTime,   "group_keep_time",   -1)
-    SETTING_SILENT(int,     privateKeepTime, PrivateKeepTime, "private_keep_time", -1)
-    SETTING_SILENT(QString, currentDialogId, CurrentDialogId, "current_dialog_id", QString())
+    MODELBASE_SETTING_SILENT(int,     groupKeepTime,   GroupKeepTime,   "group_keep_time",   -1)
+    MODELBASE_SETTING_SILENT(int,     privateKeepTime, PrivateKeepTime, "private_keep_time", -1)
+    MODELBASE_SETTING_SILENT(QString, currentDialogId, CurrentDialogId, "current_dialog_id", QString())
 
     // Written by the user interface through setValue().
-    SETTING_READONLY(QString, aiteNotificationToneName,       "aite_notifications_tone_name",      QStringLiteral("system_ringtone"))
-    SETTING_READONLY(QString, notificationToneName,           "notifications_tone_name",           QStringLiteral("system_ringtone"))
-    SETTING_READONLY(QString, chatBackgroundColor,            "chat_background_color",             QStringLiteral("#EBECEF"))
-    SETTING_READONLY(QString, darkModeChatBackgroundColor,    "dark_mode_chat_background_color",   QStringLiteral("#121212"))
-    SETTING_READONLY(QString, chatBackgroundGradientColor,    "chat_background_gradient_color",    QString())
-    SETTING_READONLY(int,     chatBackgroundGradientRotation, "chat_background_gradient_rotation", 0) // degrees
-    SETTING_READONLY(QString, chatBackgroundId,               "chat_background_id",                QString())
-    SETTING_READONLY(int,     chatBackgroundBlur,             "chat_background_blur",              0)
-    SETTING_READONLY(int,     chatShaderOpacity,              "chat_shader_opacity",               40) // percent
+    MODELBASE_SETTING_READONLY(QString, aiteNotificationToneName,       "aite_notifications_tone_name",      QStringLiteral("system_ringtone"))
+    MODELBASE_SETTING_READONLY(QString, notificationToneName,           "notifications_tone_name",           QStringLiteral("system_ringtone"))
+    MODELBASE_SETTING_READONLY(QString, chatBackgroundColor,            "chat_background_color",             QStringLiteral("#EBECEF"))
+    MODELBASE_SETTING_READONLY(QString, darkModeChatBackgroundColor,    "dark_mode_chat_background_color",   QStringLiteral("#121212"))
+    MODELBASE_SETTING_READONLY(QString, chatBackgroundGradientColor,    "chat_background_gradient_color",    QString())
+    MODELBASE_SETTING_READONLY(int,     chatBackgroundGradientRotation, "chat_background_gradient_rotation", 0) // degrees
+    MODELBASE_SETTING_READONLY(QString, chatBackgroundId,               "chat_background_id",                QString())
+    MODELBASE_SETTING_READONLY(int,     chatBackgroundBlur,             "chat_background_blur",              0)
+    MODELBASE_SETTING_READONLY(int,     chatShaderOpacity,              "chat_shader_opacity",               40) // percent
 
     // Records in the form of whoever writes them. A setter always saves.                                          setter's parameter
-    SETTING_RECORD(QByteArray, colorCircles,        updateColorCircles,     "color_circles",          QByteArray(), value)
-    SETTING_RECORD(int,        selectColorCircleId, setSelectColorCircleId, "select_color_circle_id", 0,            id)
-    SETTING_RECORD(QByteArray, currentTheme,        updateCurrentTheme,     "current_theme",          QByteArray(), value)
-    SETTING_RECORD(QByteArray, nearestVisitChats,   setNearstVisitChats,    "nearest_visit_chats",    QByteArray(), value)
-    SETTING_RECORD(QByteArray, exportMsgInfo,       setExportMsgInfo,       "export_msg_info",        QByteArray(), value)
-    SETTING_RECORD(QByteArray, privacySettings,     savePrivacySettings,    "privacy_settings",       QByteArray(), value)
-    SETTING_RECORD(qint64,     deviceMsgOffset,     saveDeviceMsgOffset,    "device_message_offset",  0,            offset)
-    SETTING_MAP_RECORD(syncMsgInfo,      SyncMsgInfo,      "sync_msg_info",       value)
-    SETTING_MAP_RECORD(syncMsgStateInfo, SyncMsgStateInfo, "sync_msg_state_info", value)
-    SETTING_MAP_READONLY(notebookSetting, "notebook_setting")
+    MODELBASE_SETTING_RECORD(QByteArray, colorCircles,        updateColorCircles,     "color_circles",          QByteArray(), value)
+    MODELBASE_SETTING_RECORD(int,        selectColorCircleId, setSelectColorCircleId, "select_color_circle_id", 0,            id)
+    MODELBASE_SETTING_RECORD(QByteArray, currentTheme,        updateCurrentTheme,     "current_theme",          QByteArray(), value)
+    MODELBASE_SETTING_RECORD(QByteArray, nearestVisitChats,   setNearstVisitChats,    "nearest_visit_chats",    QByteArray(), value)
+    MODELBASE_SETTING_RECORD(QByteArray, exportMsgInfo,       setExportMsgInfo,       "export_msg_info",        QByteArray(), value)
+    MODELBASE_SETTING_RECORD(QByteArray, privacySettings,     savePrivacySettings,    "privacy_settings",       QByteArray(), value)
+    MODELBASE_SETTING_RECORD(qint64,     deviceMsgOffset,     saveDeviceMsgOffset,    "device_message_offset",  0,            offset)
+    MODELBASE_SETTING_MAP_RECORD(syncMsgInfo,      SyncMsgInfo,      "sync_msg_info",       value)
+    MODELBASE_SETTING_MAP_RECORD(syncMsgStateInfo, SyncMsgStateInfo, "sync_msg_state_info", value)
+    MODELBASE_SETTING_MAP_READONLY(notebookSetting, "notebook_setting")
 
     // Notifications; stored as different types, which is part of the shared format.
     //            stored as  name                    Name                    key                          default                                        signal's, setter's parameter
-    NOTIFICATION(bool,       globalNotifications,    GlobalNotifications,    "notifications",             read(QStringLiteral("notifications"), true),   notifications,  value)
-    NOTIFICATION(bool,       globalMessagePreview,   GlobalMessagePreview,   "messagePreview",            read(QStringLiteral("messagePreview"), true),  messagePreview, value)
-    NOTIFICATION(int,        notifyReply,            NotifyReply,            "reply",                     true,                                          ,               value)
-    NOTIFICATION(int,        notifyAite,             NotifyAite,             "at",                        true,                                          ,               value)
-    NOTIFICATION(int,        notifyAiteAll,          NotifyAiteAll,          "atAll",                     true,                                          ,               nofityAiteAll)
-    NOTIFICATION(int,        muteNewGroup,           MuteNewGroup,           "muteNewGroup",              false,                                         ,               value)
-    NOTIFICATION(int,        autoHideArchivedFolder, AutoHideArchivedFolder, "auto_hide_archived_folder", false,                                         ,               value)
-    NOTIFICATION_BARE(int,   notificationReaction,   NotificationReaction,   "reaction",                  true)
+    MODELBASE_NOTIFICATION(bool,       globalNotifications,    GlobalNotifications,    "notifications",             read(QStringLiteral("notifications"), true),   notifications,  value)
+    MODELBASE_NOTIFICATION(bool,       globalMessagePreview,   GlobalMessagePreview,   "messagePreview",            read(QStringLiteral("messagePreview"), true),  messagePreview, value)
+    MODELBASE_NOTIFICATION(int,        notifyReply,            NotifyReply,            "reply",                     true,                                          ,               value)
+    MODELBASE_NOTIFICATION(int,        notifyAite,             NotifyAite,             "at",                        true,                                          ,               value)
+    MODELBASE_NOTIFICATION(int,        notifyAiteAll,          NotifyAiteAll,          "atAll",                     true,                                          ,               nofityAiteAll)
+    MODELBASE_NOTIFICATION(int,        muteNewGroup,           MuteNewGroup,           "muteNewGroup",              false,                                         ,               value)
+    MODELBASE_NOTIFICATION(int,        autoHideArchivedFolder, AutoHideArchivedFolder, "auto_hide_archived_folder", false,                                         ,               value)
+    MODELBASE_NOTIFICATION_BARE(int,   notificationReaction,   NotificationReaction,   "reaction",                  true)
 
     // Chat folders.
-    CHAT_FOLDER(chatFolderShowTabs,    ChatFolderShowTabs,    "show_tab",     true)
-    CHAT_FOLDER(chatFolderUnreadBadge, ChatFolderUnreadBadge, "unread_badge", true)
-    CHAT_FOLDER(chatFolderIconOnly,    ChatFolderIconOnly,    "icon_only",    false)
+    MODELBASE_CHAT_FOLDER(chatFolderShowTabs,    ChatFolderShowTabs,    "show_tab",     true)
+    MODELBASE_CHAT_FOLDER(chatFolderUnreadBadge, ChatFolderUnreadBadge, "unread_badge", true)
+    MODELBASE_CHAT_FOLDER(chatFolderIconOnly,    ChatFolderIconOnly,    "icon_only",    false)
 
     // Settings with behaviour of their own; declared below, or half of them.
-    SETTING_PROPERTY(QString, downloadFolder, DownloadFolder)
-    SETTING_GETTER(bool, openNotebook, OpenNotebook, "opennotebook_setting", false)
+    MODELBASE_SETTING_PROPERTY(QString, downloadFolder, DownloadFolder)
+    MODELBASE_SETTING_GETTER(bool, openNotebook, OpenNotebook, "opennotebook_setting", false)
     // clang-format on
 
 public:

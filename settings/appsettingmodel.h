@@ -58,121 +58,121 @@ class MODELBASE_EXPORT AppSettingModel : public SettingModelBase
 
     // clang-format off
     //      type      name                             Name                             key                                 default
-    SETTING(bool,     updateAutomaticallly,            UpdateAutomaticallly,            "update_automaticallly",            true)
-    SETTING(bool,     systemTrayIconVisible,           SystemTrayIconVisible,           "system_tray_icon_visible",         true)
-    SETTING(bool,     launchWhenSystemStart,           LaunchWhenSystemStart,           "launch_when_system_start",         false)
-    SETTING(int,      messageFontSize,                 MessageFontSize,                 "message_font_size",                12) // contents are measured by themeFontSize
-    SETTING(bool,     debug,                           Debug,                           "debug",                            false)
-    SETTING(int,      networkProxyState,               NetworkProxyState,               "enable_network_proxy",             0) // 0: no proxy
-    SETTING(QString,  currentNetworkProxy,             CurrentNetworkProxy,             "current_network_proxy",            QStringLiteral("{}")) // JSON text
-    SETTING(bool,     useProxyForCall,                 UseProxyForCall,                 "use_proxy_for_call",               false)
-    SETTING(int,      msgDoubleClickAction,            MsgDoubleClickAction,            "message_double_click_action",      0)
-    SETTING(int,      msgSendType,                     MsgSendType,                     "message_send_type",                0)
-    SETTING(QString,  musicPlay,                       MusicPlay,                       "music_play_sequence",              QStringLiteral("{}")) // JSON text
-    SETTING(bool,     darkMode,                        DarkMode,                        "dark_mode",                        false)
-    SETTING(QString,  mainwindowGeometry,              MainwindowGeometry,              "mainwindow_geometry",              QString()) // JSON text of a map; "width" and "height" in pixels
-    SETTING(QString,  passcode,                        Passcode,                        "passcode",                         QString()) // kept as given: give a digest; "": nothing is locked
-    SETTING(int,      screenLockTime,                  ScreenLockTime,                  "screenlocktime",                   3)
-    SETTING(int,      screenLockErrorCountDownSeconds, ScreenLockErrorCountDownSeconds, "screenLockErrorCountDownSeconds",  0)
-    SETTING(bool,     miniSessionMode,                 MiniSessionMode,                 "miniSessionMode",                  false)
-    SETTING(bool,     infoPanelViewMode,               InfoPanelViewMode,               "infoPanelViewMode",                false)
-    SETTING(bool,     infoPanelOutdision,              InfoPanelOutdision,              "infoPanelOutdision",               false)
-    SETTING(int,      messageDisplayMode,              MessageDisplayMode,              "messageDisplayMode",               0)
-    SETTING(int,      firstDayOfWeek,                  FirstDayOfWeek,                  "firstDayOfWeek",                   255)
-    SETTING(bool,     autoPlayGif,                     AutoPlayGif,                     "autoPlayGif",                      true)
-    SETTING(bool,     autoPlayVideo,                   AutoPlayVideo,                   "autoPlayVideo",                    true)
-    SETTING(bool,     autoPlayLivePhoto,               AutoPlayLivePhoto,               "autoPlayLivePhoto",                true)
-    SETTING(QString,  screenCapture,                   ScreenCapture,                   "screencapture",                    QStringLiteral("1,1,1,1,1,1,0,0,0,0,6,0"))
-    SETTING(qint64,   currentAccountId,                CurrentAccountId,                "current_account",                  0)
-    SETTING(bool,     unlockWithTouchID,               UnlockWithTouchID,               "unlockWithTouchID",                false)
-    SETTING(bool,     appearenceFollowSystemTheme,     AppearenceFollowSystemTheme,     "appearence_follow_system_theme",   false)
-    SETTING(bool,     themeColorFollowSystem,          ThemeColorFollowSystem,          "theme_color_follow_system",        false)
-    SETTING(QString,  saveasPath,                      SaveasPath,                      "saveas_path",                      QString())
-    SETTING(QString,  destructionPasscode,             DestructionPasscode,             "destruction_passcode",             QString())
-    SETTING(QString,  incognitoPassword,               IncognitoPassword,               "incognito_password",               QString())
-    SETTING(bool,     countMuteDialog,                 CountMuteDialog,                 "count_mute_dialog",                false)
-    SETTING(bool,     unreadMessagesCounter,           UnreadMessagesCounter,           "unread_messages_counter",          false)
-    SETTING(bool,     plainModel,                      PlainModel,                      "plain_model",                      false)
-    SETTING(bool,     systemFont,                      SystemFont,                      "system_font",                      false)
-    SETTING(bool,     spellChecker,                    SpellChecker,                    "spell_checker",                    true)
-    SETTING(QString,  openFilePath,                    OpenFilePath,                    "open_file_path",                   AppDirManager::instance()->documentDir())
-    SETTING(bool,     handleMarkDown,                  HandleMarkDown,                  "handle_markdown",                  false)
-    SETTING(qint64,   lastUploadLogTime,               LastUploadLogTime,               "last_upload_log_time",             0)
-    SETTING(QString,  appIcon,                         AppIcon,                         "app_icon",                         QStringLiteral("logo_im_light"))
-    SETTING(bool,     largeEmoji,                      LargeEmoji,                      "large_emoji",                      true)
-    SETTING(bool,     useStandRouting,                 UseStandRouting,                 "use_stand_routing",                false)
-    SETTING(bool,     autoDownloadMedia,               AutoDownloadMedia,               "auto_download_media",              true)
-    SETTING(bool,     autoDownloadImageGroupChats,     AutoDownloadImageGroupChats,     "auto_download_image_group_chats",  true)
-    SETTING(bool,     autoDownloadVideoPrivateChats,   AutoDownloadVideoPrivateChats,   "auto_download_video_private_chats", true)
-    SETTING(bool,     autoDownloadVideoGroupChats,     AutoDownloadVideoGroupChats,     "auto_download_video_group_chats",  true)
-    SETTING(bool,     autoDownloadFilePrivateChats,    AutoDownloadFilePrivateChats,    "auto_download_file_private_chats", false)
-    SETTING(bool,     autoDownloadFileGroupChats,      AutoDownloadFileGroupChats,      "auto_download_file_group_chats",   false)
-    SETTING(bool,     reduceAnimation,                 ReduceAnimation,                 "reduce_animation",                 false)
-    SETTING(bool,     isFirstSendReceipt,              IsFirstSendReceipt,              "first_send_receipt",               true)
-    SETTING(bool,     isFirstReadReceipt,              IsFirstReadReceipt,              "first_read_receipt",               true)
-    SETTING(bool,     isFirstSwitchAccount,            IsFirstSwitchAccount,            "first_switch_account",             true)
-    SETTING(bool,     isFirstDropToMyStorage,          IsFirstDropToMyStorage,          "first_drop_mystorage",             true)
-    SETTING(bool,     isFirstScrollMedia,              IsFirstScrollMedia,              "first_scroll_mddia",               true)
+    MODELBASE_SETTING(bool,     updateAutomaticallly,            UpdateAutomaticallly,            "update_automaticallly",            true)
+    MODELBASE_SETTING(bool,     systemTrayIconVisible,           SystemTrayIconVisible,           "system_tray_icon_visible",         true)
+    MODELBASE_SETTING(bool,     launchWhenSystemStart,           LaunchWhenSystemStart,           "launch_when_system_start",         false)
+    MODELBASE_SETTING(int,      messageFontSize,                 MessageFontSize,                 "message_font_size",                12) // contents are measured by themeFontSize
+    MODELBASE_SETTING(bool,     debug,                           Debug,                           "debug",                            false)
+    MODELBASE_SETTING(int,      networkProxyState,               NetworkProxyState,               "enable_network_proxy",             0) // 0: no proxy
+    MODELBASE_SETTING(QString,  currentNetworkProxy,             CurrentNetworkProxy,             "current_network_proxy",            QStringLiteral("{}")) // JSON text
+    MODELBASE_SETTING(bool,     useProxyForCall,                 UseProxyForCall,                 "use_proxy_for_call",               false)
+    MODELBASE_SETTING(int,      msgDoubleClickAction,            MsgDoubleClickAction,            "message_double_click_action",      0)
+    MODELBASE_SETTING(int,      msgSendType,                     MsgSendType,                     "message_send_type",                0)
+    MODELBASE_SETTING(QString,  musicPlay,                       MusicPlay,                       "music_play_sequence",              QStringLiteral("{}")) // JSON text
+    MODELBASE_SETTING(bool,     darkMode,                        DarkMode,                        "dark_mode",                        false)
+    MODELBASE_SETTING(QString,  mainwindowGeometry,              MainwindowGeometry,              "mainwindow_geometry",              QString()) // JSON text of a map; "width" and "height" in pixels
+    MODELBASE_SETTING(QString,  passcode,                        Passcode,                        "passcode",                         QString()) // kept as given: give a digest; "": nothing is locked
+    MODELBASE_SETTING(int,      screenLockTime,                  ScreenLockTime,                  "screenlocktime",                   3)
+    MODELBASE_SETTING(int,      screenLockErrorCountDownSeconds, ScreenLockErrorCountDownSeconds, "screenLockErrorCountDownSeconds",  0)
+    MODELBASE_SETTING(bool,     miniSessionMode,                 MiniSessionMode,                 "miniSessionMode",                  false)
+    MODELBASE_SETTING(bool,     infoPanelViewMode,               InfoPanelViewMode,               "infoPanelViewMode",                false)
+    MODELBASE_SETTING(bool,     infoPanelOutdision,              InfoPanelOutdision,              "infoPanelOutdision",               false)
+    MODELBASE_SETTING(int,      messageDisplayMode,              MessageDisplayMode,              "messageDisplayMode",               0)
+    MODELBASE_SETTING(int,      firstDayOfWeek,                  FirstDayOfWeek,                  "firstDayOfWeek",                   255)
+    MODELBASE_SETTING(bool,     autoPlayGif,                     AutoPlayGif,                     "autoPlayGif",                      true)
+    MODELBASE_SETTING(bool,     autoPlayVideo,                   AutoPlayVideo,                   "autoPlayVideo",                    true)
+    MODELBASE_SETTING(bool,     autoPlayLivePhoto,               AutoPlayLivePhoto,               "autoPlayLivePhoto",                true)
+    MODELBASE_SETTING(QString,  screenCapture,                   ScreenCapture,                   "screencapture",                    QStringLiteral("1,1,1,1,1,1,0,0,0,0,6,0"))
+    MODELBASE_SETTING(qint64,   currentAccountId,                CurrentAccountId,                "current_account",                  0)
+    MODELBASE_SETTING(bool,     unlockWithTouchID,               UnlockWithTouchID,               "unlockWithTouchID",                false)
+    MODELBASE_SETTING(bool,     appearenceFollowSystemTheme,     AppearenceFollowSystemTheme,     "appearence_follow_system_theme",   false)
+    MODELBASE_SETTING(bool,     themeColorFollowSystem,          ThemeColorFollowSystem,          "theme_color_follow_system",        false)
+    MODELBASE_SETTING(QString,  saveasPath,                      SaveasPath,                      "saveas_path",                      QString())
+    MODELBASE_SETTING(QString,  destructionPasscode,             DestructionPasscode,             "destruction_passcode",             QString())
+    MODELBASE_SETTING(QString,  incognitoPassword,               IncognitoPassword,               "incognito_password",               QString())
+    MODELBASE_SETTING(bool,     countMuteDialog,                 CountMuteDialog,                 "count_mute_dialog",                false)
+    MODELBASE_SETTING(bool,     unreadMessagesCounter,           UnreadMessagesCounter,           "unread_messages_counter",          false)
+    MODELBASE_SETTING(bool,     plainModel,                      PlainModel,                      "plain_model",                      false)
+    MODELBASE_SETTING(bool,     systemFont,                      SystemFont,                      "system_font",                      false)
+    MODELBASE_SETTING(bool,     spellChecker,                    SpellChecker,                    "spell_checker",                    true)
+    MODELBASE_SETTING(QString,  openFilePath,                    OpenFilePath,                    "open_file_path",                   AppDirManager::instance()->documentDir())
+    MODELBASE_SETTING(bool,     handleMarkDown,                  HandleMarkDown,                  "handle_markdown",                  false)
+    MODELBASE_SETTING(qint64,   lastUploadLogTime,               LastUploadLogTime,               "last_upload_log_time",             0)
+    MODELBASE_SETTING(QString,  appIcon,                         AppIcon,                         "app_icon",                         QStringLiteral("logo_im_light"))
+    MODELBASE_SETTING(bool,     largeEmoji,                      LargeEmoji,                      "large_emoji",                      true)
+    MODELBASE_SETTING(bool,     useStandRouting,                 UseStandRouting,                 "use_stand_routing",                false)
+    MODELBASE_SETTING(bool,     autoDownloadMedia,               AutoDownloadMedia,               "auto_download_media",              true)
+    MODELBASE_SETTING(bool,     autoDownloadImageGroupChats,     AutoDownloadImageGroupChats,     "auto_download_image_group_chats",  true)
+    MODELBASE_SETTING(bool,     autoDownloadVideoPrivateChats,   AutoDownloadVideoPrivateChats,   "auto_download_video_private_chats", true)
+    MODELBASE_SETTING(bool,     autoDownloadVideoGroupChats,     AutoDownloadVideoGroupChats,     "auto_download_video_group_chats",  true)
+    MODELBASE_SETTING(bool,     autoDownloadFilePrivateChats,    AutoDownloadFilePrivateChats,    "auto_download_file_private_chats", false)
+    MODELBASE_SETTING(bool,     autoDownloadFileGroupChats,      AutoDownloadFileGroupChats,      "auto_download_file_group_chats",   false)
+    MODELBASE_SETTING(bool,     reduceAnimation,                 ReduceAnimation,                 "reduce_animation",                 false)
+    MODELBASE_SETTING(bool,     isFirstSendReceipt,              IsFirstSendReceipt,              "first_send_receipt",               true)
+    MODELBASE_SETTING(bool,     isFirstReadReceipt,              IsFirstReadReceipt,              "first_read_receipt",               true)
+    MODELBASE_SETTING(bool,     isFirstSwitchAccount,            IsFirstSwitchAccount,            "first_switch_account",             true)
+    MODELBASE_SETTING(bool,     isFirstDropToMyStorage,          IsFirstDropToMyStorage,          "first_drop_mystorage",             true)
+    MODELBASE_SETTING(bool,     isFirstScrollMedia,              IsFirstScrollMedia,              "first_scroll_mddia",               true)
 
     //                                                                                                                               signal's, setter's parameter
-    SETTING_NAMED(bool,   autoDownloadImagePrivateChats, AutoDownloadImagePrivateChats, "auto_download_image_private_chats", true,   bAutoDownload, value)
-    SETTING_NAMED(qint64, localCacheMaxSize,             LocalCacheMaxSize,             "local_cache_max_size",              -1,     maxSize,       value) // bytes; -1: no limit
-    SETTING_NAMED(int,    messageBubbleCorners,          MessageBubbleCorners,          "message_bubble_corners",            18,     bubbleCorners, corners) // pixels
-    SETTING_NAMED(bool,   notiAllAccounts,               NotiAllAccounts,               "noti_all_accounts",                 true,   ,              newNotiAllAccounts)
+    MODELBASE_SETTING_NAMED(bool,   autoDownloadImagePrivateChats, AutoDownloadImagePrivateChats, "auto_download_image_private_chats", true,   bAutoDownload, value)
+    MODELBASE_SETTING_NAMED(qint64, localCacheMaxSize,             LocalCacheMaxSize,             "local_cache_max_size",              -1,     maxSize,       value) // bytes; -1: no limit
+    MODELBASE_SETTING_NAMED(int,    messageBubbleCorners,          MessageBubbleCorners,          "message_bubble_corners",            18,     bubbleCorners, corners) // pixels
+    MODELBASE_SETTING_NAMED(bool,   notiAllAccounts,               NotiAllAccounts,               "noti_all_accounts",                 true,   ,              newNotiAllAccounts)
 
     // Signals without a value.                                                                                                      setter's parameter
-    SETTING_BARE(bool,    fullScreen,           FullScreen,           "fullScreen",              false,                             value)
-    SETTING_BARE(bool,    destructRecoverable,  DestructRecoverable,  "destruct_recoverable",    false,                             value)
-    SETTING_BARE(QString, appFontFamily,        AppFontFamily,        "app_font_family",         QStringLiteral("ff_default"),      value)
-    SETTING_BARE(bool,    showTrayIcon,         ShowTrayIcon,         "show_tray_icon",          true,                              newShowTrayIcon)
-    SETTING_BARE(QString, cacheDataPath,        CacheDataPath,        "cache_data_path",         AppDirManager::instance()->defaultCacheDataDir(), cacheDataPath)
-    SETTING_BARE(int,     sessionListWidth,     SessionListWidth,     "session_list_width",      296,                               newSessionListWidth) // pixels
-    SETTING_BARE(int,     topicListWidth,       TopicListWidth,       "topic_list_width",        225,                               newTopicListWidth) // pixels
-    SETTING_BARE(bool,    showInDiscussionOnly, ShowInDiscussionOnly, "show_In_discussion_only", false,                             value)
-    SETTING_BARE(bool,    contactsSortBySeen,   ContactsSortBySeen,   "contacts_sort_by_seen",   false,                             value)
-    SETTING_BARE(bool,    noNetworkProhibited,  NoNetworkProhibited,  "no_network_Prohibited",   false,                             value)
-    SETTING_BARE(bool,    darkDims,             DarkDims,             "dark_dims",               false,                             value)
+    MODELBASE_SETTING_BARE(bool,    fullScreen,           FullScreen,           "fullScreen",              false,                             value)
+    MODELBASE_SETTING_BARE(bool,    destructRecoverable,  DestructRecoverable,  "destruct_recoverable",    false,                             value)
+    MODELBASE_SETTING_BARE(QString, appFontFamily,        AppFontFamily,        "app_font_family",         QStringLiteral("ff_default"),      value)
+    MODELBASE_SETTING_BARE(bool,    showTrayIcon,         ShowTrayIcon,         "show_tray_icon",          true,                              newShowTrayIcon)
+    MODELBASE_SETTING_BARE(QString, cacheDataPath,        CacheDataPath,        "cache_data_path",         AppDirManager::instance()->defaultCacheDataDir(), cacheDataPath)
+    MODELBASE_SETTING_BARE(int,     sessionListWidth,     SessionListWidth,     "session_list_width",      296,                               newSessionListWidth) // pixels
+    MODELBASE_SETTING_BARE(int,     topicListWidth,       TopicListWidth,       "topic_list_width",        225,                               newTopicListWidth) // pixels
+    MODELBASE_SETTING_BARE(bool,    showInDiscussionOnly, ShowInDiscussionOnly, "show_In_discussion_only", false,                             value)
+    MODELBASE_SETTING_BARE(bool,    contactsSortBySeen,   ContactsSortBySeen,   "contacts_sort_by_seen",   false,                             value)
+    MODELBASE_SETTING_BARE(bool,    noNetworkProhibited,  NoNetworkProhibited,  "no_network_Prohibited",   false,                             value)
+    MODELBASE_SETTING_BARE(bool,    darkDims,             DarkDims,             "dark_dims",               false,                             value)
 
     // Bytes up to which files are fetched without asking.
-    SETTING_LIMIT(autoDownloadImageLimit, AutoDownloadImageLimit, "auto_download_image_limit", 1048576)
-    SETTING_LIMIT(autoDownloadVideoLimit, AutoDownloadVideoLimit, "auto_download_video_limit", 10485760)
-    SETTING_LIMIT(autoDownloadFileLimit,  AutoDownloadFileLimit,  "auto_download_file_limit",  10485760)
+    MODELBASE_SETTING_LIMIT(autoDownloadImageLimit, AutoDownloadImageLimit, "auto_download_image_limit", 1048576)
+    MODELBASE_SETTING_LIMIT(autoDownloadVideoLimit, AutoDownloadVideoLimit, "auto_download_video_limit", 10485760)
+    MODELBASE_SETTING_LIMIT(autoDownloadFileLimit,  AutoDownloadFileLimit,  "auto_download_file_limit",  10485760)
 
     // Maps and lists, stored as JSON.
-    SETTING_MAP(screenRecordHotkey, ScreenRecordHotkey, "screenRecordHotKey")
-    SETTING_MAP(showImHotkey,       ShowImHotkey,       "showImHotKey")
-    SETTING_MAP(imageEditTool,      ImageEditTool,      "image_edit_tool")
-    SETTING_MAP(whiteboardTool,     WhiteboardTool,     "whiteboard_tool")
-    SETTING_MAP_BARE(imageEditSetting, ImageEditSetting, "image_edit_setting")
-    SETTING_LIST_BARE(leftSessionItemTools,  LeftSessionItemTools,  "left_session_item_tools",  "[\"mark_as_unread\",\"later\"]")
-    SETTING_LIST_BARE(rightSessionItemTools, RightSessionItemTools, "right_session_item_tools", "[\"pin\",\"mute\",\"archive\"]")
-    SETTING_LIST_BARE(settingSearchHistory,  SettingSearchHistory,  "setting_search_history",   "[]")
+    MODELBASE_SETTING_MAP(screenRecordHotkey, ScreenRecordHotkey, "screenRecordHotKey")
+    MODELBASE_SETTING_MAP(showImHotkey,       ShowImHotkey,       "showImHotKey")
+    MODELBASE_SETTING_MAP(imageEditTool,      ImageEditTool,      "image_edit_tool")
+    MODELBASE_SETTING_MAP(whiteboardTool,     WhiteboardTool,     "whiteboard_tool")
+    MODELBASE_SETTING_MAP_BARE(imageEditSetting, ImageEditSetting, "image_edit_setting")
+    MODELBASE_SETTING_LIST_BARE(leftSessionItemTools,  LeftSessionItemTools,  "left_session_item_tools",  "[\"mark_as_unread\",\"later\"]")
+    MODELBASE_SETTING_LIST_BARE(rightSessionItemTools, RightSessionItemTools, "right_session_item_tools", "[\"pin\",\"mute\",\"archive\"]")
+    MODELBASE_SETTING_LIST_BARE(settingSearchHistory,  SettingSearchHistory,  "setting_search_history",   "[]")
 
     // For the program's own code: no property, no signal, and a setter always saves. Of these, QML may
     // call the first two setters.
-    SETTING_HANDED(QByteArray, lastDeviceIds,        LastDeviceIds,        "last_device_ids",         QByteArray(), deviceIds)
-    SETTING_HANDED(QByteArray, newDeviceLoginRemind, NewDeviceLoginRemind, "new_device_login_remind", QByteArray(), devices) // the NewDeviceLoginManager's
-    SETTING_STORED(QByteArray, movedDataInfo,        MovedDataInfo,        "moved_data_info",         QByteArray()) // the AppDataMove's
-    SETTING_STORED(QString,    oldCacheDataPath,     OldCacheDataPath,     "old_cache_data_path",     QString())
-    SETTING_STORED(qint64,     lastDumpLogTime,      LastDumpLogTime,      "last_dump_log_time",      0)
-    SETTING_STORED(qint64,     uploadFileSizeLimit,  UploadFileSizeLimit,  "file_size_limit",         1610612736) // bytes
-    SETTING_INTERNAL(QString, gradientColor,      "gradient_color",       QString())
-    SETTING_INTERNAL(QString, gradientStartColor, "gradient_start_color", QString())
-    SETTING_INTERNAL(int,     chatBackgroundMode, "chat_background_mode", 0)
-    SETTING_INTERNAL(QString, selectedLanguage,   "language",             QString()) // "": none selected
+    MODELBASE_SETTING_HANDED(QByteArray, lastDeviceIds,        LastDeviceIds,        "last_device_ids",         QByteArray(), deviceIds)
+    MODELBASE_SETTING_HANDED(QByteArray, newDeviceLoginRemind, NewDeviceLoginRemind, "new_device_login_remind", QByteArray(), devices) // the NewDeviceLoginManager's
+    MODELBASE_SETTING_STORED(QByteArray, movedDataInfo,        MovedDataInfo,        "moved_data_info",         QByteArray()) // the AppDataMove's
+    MODELBASE_SETTING_STORED(QString,    oldCacheDataPath,     OldCacheDataPath,     "old_cache_data_path",     QString())
+    MODELBASE_SETTING_STORED(qint64,     lastDumpLogTime,      LastDumpLogTime,      "last_dump_log_time",      0)
+    MODELBASE_SETTING_STORED(qint64,     uploadFileSizeLimit,  UploadFileSizeLimit,  "file_size_limit",         1610612736) // bytes
+    MODELBASE_SETTING_INTERNAL(QString, gradientColor,      "gradient_color",       QString())
+    MODELBASE_SETTING_INTERNAL(QString, gradientStartColor, "gradient_start_color", QString())
+    MODELBASE_SETTING_INTERNAL(int,     chatBackgroundMode, "chat_background_mode", 0)
+    MODELBASE_SETTING_INTERNAL(QString, selectedLanguage,   "language",             QString()) // "": none selected
 
     // Settings with behaviour of their own; declared below, or half of them.
-    SETTING_PROPERTY(QString,      language,            Language)
-    SETTING_PROPERTY(QString,      consoleOptions,      ConsoleOptions)
-    SETTING_PROPERTY(int,          themeFontSize,       ThemeFontSize)
-    SETTING_PROPERTY(int,          infoPanelWidth,      InfoPanelWidth)
-    SETTING_PROPERTY(QVariantMap,  upgradeInfo,         UpgradeInfo)
-    SETTING_PROPERTY(QVariantList, accountIds,          AccountIds)
-    SETTING_PROPERTY(bool,         requestUserLocation, RequestUserLocation)
-    SETTING_GETTER(QString, sendMessageKeys,  SendMessageKeys,  "sendMsgKeys",        QStringLiteral("16777221")) // key code of the keypad's Enter
-    SETTING_GETTER(QString, networkProxyList, NetworkProxyList, "network_proxy_list", QStringLiteral("[]")) // JSON text
-    SETTING_GETTER(int,     globalSkinIndex,  GlobalSkinIndex,  "global_skin_index",  -1) // -1: no tone
-    SETTING_MAP_GETTER(screenCaptureHotkey, ScreenCaptureHotkey, "screenCaptureHotKey")
+    MODELBASE_SETTING_PROPERTY(QString,      language,            Language)
+    MODELBASE_SETTING_PROPERTY(QString,      consoleOptions,      ConsoleOptions)
+    MODELBASE_SETTING_PROPERTY(int,          themeFontSize,       ThemeFontSize)
+    MODELBASE_SETTING_PROPERTY(int,          infoPanelWidth,      InfoPanelWidth)
+    MODELBASE_SETTING_PROPERTY(QVariantMap,  upgradeInfo,         UpgradeInfo)
+    MODELBASE_SETTING_PROPERTY(QVariantList, accountIds,          AccountIds)
+    MODELBASE_SETTING_PROPERTY(bool,         requestUserLocation, RequestUserLocation)
+    MODELBASE_SETTING_GETTER(QString, sendMessageKeys,  SendMessageKeys,  "sendMsgKeys",        QStringLiteral("16777221")) // key code of the keypad's Enter
+    MODELBASE_SETTING_GETTER(QString, networkProxyList, NetworkProxyList, "network_proxy_list", QStringLiteral("[]")) // JSON text
+    MODELBASE_SETTING_GETTER(int,     globalSkinIndex,  GlobalSkinIndex,  "global_skin_index",  -1) // -1: no tone
+    MODELBASE_SETTING_MAP_GETTER(screenCaptureHotkey, ScreenCaptureHotkey, "screenCaptureHotKey")
     // clang-format on
 
 public:

@@ -20,26 +20,26 @@
 // moc looks through these macros. A key is a QStringLiteral: reading a setting allocates nothing.
 
 /// The signal carries the new value.
-#define SETTING(type, name, Name, key, fallback)                                                   \
-    SETTING_NAMED(type, name, Name, key, fallback, , value)
+#define MODELBASE_SETTING(type, name, Name, key, fallback)                                         \
+    MODELBASE_SETTING_NAMED(type, name, Name, key, fallback, , value)
 
-/// As SETTING, for parameter names that QML code relies on: that of the signal, that of the setter.
-#define SETTING_NAMED(type, name, Name, key, fallback, changedParameter, parameter)                \
-    SETTING_GETTER(type, name, Name, key, fallback)                                                \
-    SETTING_SETTER(type, Name, key, parameter, name##Changed(parameter))                           \
+/// As MODELBASE_SETTING, for parameter names that QML code relies on: that of the signal, that of the setter.
+#define MODELBASE_SETTING_NAMED(type, name, Name, key, fallback, changedParameter, parameter)      \
+    MODELBASE_SETTING_GETTER(type, name, Name, key, fallback)                                      \
+    MODELBASE_SETTING_SETTER(type, Name, key, parameter, name##Changed(parameter))                 \
 Q_SIGNALS:                                                                                         \
     void name##Changed(type changedParameter);
 
 /// The signal carries nothing. `parameter` is the name of the setter's.
-#define SETTING_BARE(type, name, Name, key, fallback, parameter)                                   \
-    SETTING_GETTER(type, name, Name, key, fallback)                                                \
-    SETTING_SETTER(type, Name, key, parameter, name##Changed())                                    \
+#define MODELBASE_SETTING_BARE(type, name, Name, key, fallback, parameter)                         \
+    MODELBASE_SETTING_GETTER(type, name, Name, key, fallback)                                      \
+    MODELBASE_SETTING_SETTER(type, Name, key, parameter, name##Changed())                          \
 Q_SIGNALS:                                                                                         \
     void name##Changed();
 
 /// A size limit in bytes; the signal carries the old and the new one.
-#define SETTING_LIMIT(name, Name, key, fallback)                                                   \
-    SETTING_GETTER(int, name, Name, key, fallback)                                                 \
+#define MODELBASE_SETTING_LIMIT(name, Name, key, fallback)                                         \
+    MODELBASE_SETTING_GETTER(int, name, Name, key, fallback)                                       \
     Q_INVOKABLE void set##Name(int limitSize, bool needSave = true)                                \
     {                                                                                              \
         const int oldSize = name();                                                                \
@@ -50,72 +50,72 @@ Q_SIGNALS:                                                                      
     void name##Changed(int oldSize, int newSize);
 
 /// A map, stored as JSON; the signal carries the setter's argument.
-#define SETTING_MAP(name, Name, key)                                                               \
-    SETTING_MAP_GETTER(name, Name, key)                                                            \
-    SETTING_JSON_SETTER(QVariantMap, Name, key, mapToJson, name##Changed(value))                   \
+#define MODELBASE_SETTING_MAP(name, Name, key)                                                     \
+    MODELBASE_SETTING_MAP_GETTER(name, Name, key)                                                  \
+    MODELBASE_SETTING_JSON_SETTER(QVariantMap, Name, key, mapToJson, name##Changed(value))         \
 Q_SIGNALS:                                                                                         \
     void name##Changed(QVariantMap);
 
-/// As SETTING_MAP; the signal carries nothing.
-#define SETTING_MAP_BARE(name, Name, key)                                                          \
-    SETTING_MAP_GETTER(name, Name, key)                                                            \
-    SETTING_JSON_SETTER(QVariantMap, Name, key, mapToJson, name##Changed())                        \
+/// As MODELBASE_SETTING_MAP; the signal carries nothing.
+#define MODELBASE_SETTING_MAP_BARE(name, Name, key)                                                \
+    MODELBASE_SETTING_MAP_GETTER(name, Name, key)                                                  \
+    MODELBASE_SETTING_JSON_SETTER(QVariantMap, Name, key, mapToJson, name##Changed())              \
 Q_SIGNALS:                                                                                         \
     void name##Changed();
 
 /// A list, stored as JSON, `fallback` is JSON text; the signal carries nothing.
-#define SETTING_LIST_BARE(name, Name, key, fallback)                                               \
-    SETTING_PROPERTY(QVariantList, name, Name)                                                     \
+#define MODELBASE_SETTING_LIST_BARE(name, Name, key, fallback)                                     \
+    MODELBASE_SETTING_PROPERTY(QVariantList, name, Name)                                           \
     QVariantList name() const                                                                      \
     {                                                                                              \
         return jsonToList(read(QStringLiteral(key), QByteArrayLiteral(fallback)));                 \
     }                                                                                              \
-    SETTING_JSON_SETTER(QVariantList, Name, key, listToJson, name##Changed())                      \
+    MODELBASE_SETTING_JSON_SETTER(QVariantList, Name, key, listToJson, name##Changed())            \
 Q_SIGNALS:                                                                                         \
     void name##Changed();
 
 /// No property and no signal, for the program's own code; the setter always saves.
-#define SETTING_STORED(type, name, Name, key, fallback)                                            \
-    SETTING_INTERNAL(type, name, key, fallback)                                                    \
-    SETTING_STORE(type, set##Name, key, value)
+#define MODELBASE_SETTING_STORED(type, name, Name, key, fallback)                                  \
+    MODELBASE_SETTING_INTERNAL(type, name, key, fallback)                                          \
+    MODELBASE_SETTING_STORE(type, set##Name, key, value)
 
-/// As SETTING_STORED, with a setter that QML may call.
-#define SETTING_HANDED(type, name, Name, key, fallback, parameter)                                 \
-    SETTING_INTERNAL(type, name, key, fallback)                                                    \
-    Q_INVOKABLE SETTING_STORE(type, set##Name, key, parameter)
+/// As MODELBASE_SETTING_STORED, with a setter that QML may call.
+#define MODELBASE_SETTING_HANDED(type, name, Name, key, fallback, parameter)                       \
+    MODELBASE_SETTING_INTERNAL(type, name, key, fallback)                                          \
+    Q_INVOKABLE MODELBASE_SETTING_STORE(type, set##Name, key, parameter)
 
-/// As SETTING_HANDED, with a setter of any name and a getter that QML may call.
-#define SETTING_RECORD(type, name, setter, key, fallback, parameter)                               \
-    SETTING_READONLY(type, name, key, fallback)                                                    \
-    Q_INVOKABLE SETTING_STORE(type, setter, key, parameter)
+/// As MODELBASE_SETTING_HANDED, with a setter of any name and a getter that QML may call.
+#define MODELBASE_SETTING_RECORD(type, name, setter, key, fallback, parameter)                     \
+    MODELBASE_SETTING_READONLY(type, name, key, fallback)                                          \
+    Q_INVOKABLE MODELBASE_SETTING_STORE(type, setter, key, parameter)
 
-/// As SETTING_STORED, for a map that is stored as JSON.
-#define SETTING_MAP_RECORD(name, Name, key, parameter)                                             \
-    SETTING_MAP_READONLY(name, key)                                                                \
+/// As MODELBASE_SETTING_STORED, for a map that is stored as JSON.
+#define MODELBASE_SETTING_MAP_RECORD(name, Name, key, parameter)                                   \
+    MODELBASE_SETTING_MAP_READONLY(name, key)                                                      \
     Q_INVOKABLE void set##Name(QVariantMap parameter)                                              \
     {                                                                                              \
         if (makeStorable(QStringLiteral(key), &parameter))                                         \
             setValue(QStringLiteral(key), mapToJson(parameter), true);                             \
     }
 
-/// As SETTING_READONLY, for a map that is stored as JSON.
-#define SETTING_MAP_READONLY(name, key)                                                            \
+/// As MODELBASE_SETTING_READONLY, for a map that is stored as JSON.
+#define MODELBASE_SETTING_MAP_READONLY(name, key)                                                  \
 public:                                                                                            \
     Q_INVOKABLE QVariantMap name() const                                                           \
     {                                                                                              \
         return jsonToMap(read(QStringLiteral(key), QByteArrayLiteral("{}")));                      \
     }
 
-/// As SETTING, without a property and a signal.
-#define SETTING_SILENT(type, name, Name, key, fallback)                                            \
-    SETTING_READONLY(type, name, key, fallback)                                                    \
+/// As MODELBASE_SETTING, without a property and a signal.
+#define MODELBASE_SETTING_SILENT(type, name, Name, key, fallback)                                  \
+    MODELBASE_SETTING_READONLY(type, name, key, fallback)                                          \
     Q_INVOKABLE void set##Name(type value, bool needSave = true)                                   \
     {                                                                                              \
         setValue(QStringLiteral(key), value, needSave);                                            \
     }
 
 /// A getter alone, for the program's own code.
-#define SETTING_INTERNAL(type, name, key, fallback)                                                \
+#define MODELBASE_SETTING_INTERNAL(type, name, key, fallback)                                      \
 public:                                                                                            \
     type name() const                                                                              \
     {                                                                                              \
@@ -123,7 +123,7 @@ public:                                                                         
     }
 
 /// A getter alone, which QML may call.
-#define SETTING_READONLY(type, name, key, fallback)                                                \
+#define MODELBASE_SETTING_READONLY(type, name, key, fallback)                                      \
 public:                                                                                            \
     Q_INVOKABLE type name() const                                                                  \
     {                                                                                              \
@@ -133,38 +133,38 @@ public:                                                                         
 // What the macros above are made of; also for settings that share all but one part with them.
 
 // "public:" first: moc takes a Q_PROPERTY that follows Q_SIGNALS for a signal.
-#define SETTING_PROPERTY(type, name, Name)                                                         \
+#define MODELBASE_SETTING_PROPERTY(type, name, Name)                                               \
 public:                                                                                            \
     Q_PROPERTY(type name READ name WRITE set##Name NOTIFY name##Changed)
 
-#define SETTING_STORE(type, setter, key, parameter)                                                \
+#define MODELBASE_SETTING_STORE(type, setter, key, parameter)                                      \
     void setter(type parameter)                                                                    \
     {                                                                                              \
         setValue(QStringLiteral(key), parameter, true);                                            \
     }
 
-#define SETTING_GETTER(type, name, Name, key, fallback)                                            \
-    SETTING_PROPERTY(type, name, Name)                                                             \
+#define MODELBASE_SETTING_GETTER(type, name, Name, key, fallback)                                  \
+    MODELBASE_SETTING_PROPERTY(type, name, Name)                                                   \
     type name() const                                                                              \
     {                                                                                              \
         return read(QStringLiteral(key), type(fallback));                                          \
     }
 
-#define SETTING_MAP_GETTER(name, Name, key)                                                        \
-    SETTING_PROPERTY(QVariantMap, name, Name)                                                      \
+#define MODELBASE_SETTING_MAP_GETTER(name, Name, key)                                              \
+    MODELBASE_SETTING_PROPERTY(QVariantMap, name, Name)                                            \
     QVariantMap name() const                                                                       \
     {                                                                                              \
         return jsonToMap(read(QStringLiteral(key), QByteArrayLiteral("{}")));                      \
     }
 
-#define SETTING_SETTER(type, Name, key, parameter, change)                                         \
+#define MODELBASE_SETTING_SETTER(type, Name, key, parameter, change)                               \
     Q_INVOKABLE void set##Name(type parameter, bool needSave = true)                               \
     {                                                                                              \
         if (setValue(QStringLiteral(key), parameter, needSave))                                    \
             Q_EMIT change;                                                                         \
     }
 
-#define SETTING_JSON_SETTER(type, Name, key, toJson, change)                                       \
+#define MODELBASE_SETTING_JSON_SETTER(type, Name, key, toJson, change)                             \
     Q_INVOKABLE void set##Name(type value, bool needSave = true)                                   \
     {                                                                                              \
         if (makeStorable(QStringLiteral(key), &value)                                              \

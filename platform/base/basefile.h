@@ -16,7 +16,7 @@
 /// a change only, after the value is in place, on the thread that made the change, once the
 /// outermost operation has let go of the mutex. A change made while others wait for their signals
 /// may be told of together with them; the values given are those at that time.
-class BASE_EXPORT BaseFile : public QObject
+class MODELBASE_BASE_EXPORT BaseFile : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(QString fileId READ fileId WRITE setFileId NOTIFY fileIdChanged)
@@ -142,7 +142,7 @@ protected:
 
     /// Holds the record's mutex. The last one that a thread lets go of has the signals of all
     /// changes emitted, outside the mutex.
-    class BASE_EXPORT Locker
+    class MODELBASE_BASE_EXPORT Locker
     {
     public:
         explicit Locker(BaseFile *file);

@@ -5,7 +5,7 @@
 #include <QByteArray>
 
 /// Constants that every client shares.
-class BASE_EXPORT Define
+class MODELBASE_BASE_EXPORT Define
 {
 public:
     /// The initialisation vector that all of the client's encryption uses: 16 bytes. It is part of

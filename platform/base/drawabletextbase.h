@@ -12,7 +12,7 @@
 #include <vector>
 
 /// Text layout for message views.
-class BASE_EXPORT DrawableTextBase
+class MODELBASE_BASE_EXPORT DrawableTextBase
 {
 public:
     struct Measured {
@@ -59,7 +59,7 @@ public:
                                   int tolerance);
 
     /// A text laid out to be drawn. Move only.
-    struct BASE_EXPORT Layout {
+    struct MODELBASE_BASE_EXPORT Layout {
         struct Line {
             /// At its place, relative to the text's top left corner; lines of right-to-left
             /// paragraphs end at the text's right edge. Its positions count from `offset`.

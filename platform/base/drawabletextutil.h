@@ -5,7 +5,7 @@
 #include <QStringView>
 
 /// Emoji in texts, by Unicode's own rules (UTS #51, UAX #29). Reentrant.
-class BASE_EXPORT DrawableTextUtil
+class MODELBASE_BASE_EXPORT DrawableTextUtil
 {
 public:
     /// The number of emoji when `text` consists of emoji only, else 0. A sequence that is shown as

@@ -20,8 +20,8 @@
 /// 1024 levels) gives an empty result and one log line, which never holds any of the content. No
 /// bytes at all are an empty map or list, without a line. Reentrant.
 
-BASE_EXPORT QByteArray mapToJson(const QVariantMap &map);
-BASE_EXPORT QVariantMap jsonToMap(const QByteArray &json);
-BASE_EXPORT QByteArray listToJson(const QVariantList &list);
+MODELBASE_BASE_EXPORT QByteArray mapToJson(const QVariantMap &map);
+MODELBASE_BASE_EXPORT QVariantMap jsonToMap(const QByteArray &json);
+MODELBASE_BASE_EXPORT QByteArray listToJson(const QVariantList &list);
 /// At most the first `most` elements: what is behind them is not looked at. Below 0: all.
-BASE_EXPORT QVariantList jsonToList(const QByteArray &json, qsizetype most = -1);
+MODELBASE_BASE_EXPORT QVariantList jsonToList(const QByteArray &json, qsizetype most = -1);

@@ -48,7 +48,7 @@ enum Value : qint32 {
 /// | CodeBlock | map {"lang": QString, "collapsed": bool} |
 /// | Quoted | map {"collapsed": bool} |
 /// | all others | invalid |
-struct BASE_EXPORT UserTextBlock {
+struct MODELBASE_BASE_EXPORT UserTextBlock {
     qint32 from = 0;                       ///< start in the text, in UTF-16 code units
     qint32 len = 0;                        ///< length, in UTF-16 code units
     qint32 type = TextEntityType::Unknown; ///< a TextEntityType, or a number newer than this client

@@ -8,7 +8,7 @@
 
 /// Texts, paths, and the patterns by which a text's links, addresses and tags are recognised.
 /// Everything here is reentrant; the expressions are compiled on first use and live forever.
-class BASE_EXPORT Util
+class MODELBASE_BASE_EXPORT Util
 {
 public:
     // Recognisers. Each `captured(0)` of a global match is what becomes an entity. All scripts

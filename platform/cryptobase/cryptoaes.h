@@ -13,7 +13,7 @@
 /// same one is needed to decrypt. An empty one means no associated data.
 ///
 /// Thread: any; one object may be used from many threads at once. Nothing here throws.
-class CRYPTOBASE_EXPORT CryptoAES
+class MODELBASE_CRYPTOBASE_EXPORT CryptoAES
 {
 public:
     /// The one mode there is, see above.

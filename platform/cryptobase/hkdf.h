@@ -11,7 +11,7 @@ namespace cryptobase
 /// `size` is not in 1..8160 (255 hashes), or the derivation fails.
 ///
 /// Thread: any.
-CRYPTOBASE_EXPORT SecureBytes hkdfSha256(const QByteArray &key, const QByteArray &salt,
-                                         const QByteArray &info, int size);
+MODELBASE_CRYPTOBASE_EXPORT SecureBytes hkdfSha256(const QByteArray &key, const QByteArray &salt,
+                                                   const QByteArray &info, int size);
 
 } // namespace cryptobase

@@ -17,12 +17,12 @@ namespace cryptobase
 /// cipher fails. One key is good for 2^32 calls (section 8.3 there).
 ///
 /// Thread: any.
-CRYPTOBASE_EXPORT QByteArray seal(const QByteArray &data, const SecureBytes &key,
-                                  const QByteArray &place);
+MODELBASE_CRYPTOBASE_EXPORT QByteArray seal(const QByteArray &data, const SecureBytes &key,
+                                            const QByteArray &place);
 
 /// The inverse. Nothing when `sealed` is not what seal() made with this key for this place. That is
 /// for the caller to log, who knows what it means.
-CRYPTOBASE_EXPORT std::optional<SecureBytes>
+MODELBASE_CRYPTOBASE_EXPORT std::optional<SecureBytes>
 unseal(const QByteArray &sealed, const SecureBytes &key, const QByteArray &place);
 
 } // namespace cryptobase

@@ -13,7 +13,7 @@ namespace cryptobase
 ///
 /// A QByteArray may share its buffer. While another one holds it the bytes are still needed and
 /// stay as they are; this handle is only let go, and the last holder has to cleanse.
-CRYPTOBASE_EXPORT void cleanse(QByteArray &bytes);
+MODELBASE_CRYPTOBASE_EXPORT void cleanse(QByteArray &bytes);
 
 /// Key bytes, cleansed when they die. Move-only, so that copies are made on purpose.
 class SecureBytes

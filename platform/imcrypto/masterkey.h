@@ -16,7 +16,7 @@ namespace crypto
 /// Thread: any. A keychain may ask the user to unlock it, and load() and create() wait for that: up
 /// to half a minute for each answer, of which load() needs one and create() several. Whoever must
 /// not wait asks mayWait() first, and calls them on another thread.
-class IMCRYPTO_EXPORT MasterKey
+class MODELBASE_IMCRYPTO_EXPORT MasterKey
 {
 public:
     enum class Status {

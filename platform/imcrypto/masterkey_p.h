@@ -14,6 +14,6 @@ using Link = std::function<std::error_code(const std::filesystem::path &file,
                                            const std::filesystem::path &name)>;
 
 /// As MasterKey::inFile(), on a file system that links as `link` does.
-IMCRYPTO_EXPORT std::shared_ptr<MasterKey> keyFile(const QString &filePath, Link link);
+MODELBASE_IMCRYPTO_EXPORT std::shared_ptr<MasterKey> keyFile(const QString &filePath, Link link);
 
 } // namespace crypto

@@ -61,7 +61,7 @@ struct UserInfo {
 ///
 /// Keys are handed out in memory that is cleansed when it dies; nothing is kept but the master key,
 /// and which user keys there are. Thread: any. Nothing here throws.
-class IMCRYPTO_EXPORT Store
+class MODELBASE_IMCRYPTO_EXPORT Store
 {
 public:
     enum class State {

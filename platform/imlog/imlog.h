@@ -26,7 +26,7 @@ class QLoggingCategory;
 /// 4096 UTF-16 units the beginning is written, and its length. The files are for their owner alone.
 ///
 /// What must not be written here: key bytes, message text, passwords, phone numbers.
-class IMLOG_EXPORT ImLog
+class MODELBASE_IMLOG_EXPORT ImLog
 {
 public:
     /// The process-wide log. Its file, "log/im.log" below the application data directory

@@ -12,7 +12,7 @@
 /// Thread: any. Both calls read from the disk, up to 64 MiB of a file with a cover, and all of plain
 /// AAC and AC-3, which tell in no other way how long they are; they take milliseconds as a rule, 10
 /// seconds at most, but belong on no thread that draws.
-class MULTIMEDIA_EXPORT AudioPlayer
+class MODELBASE_MULTIMEDIA_EXPORT AudioPlayer
 {
 public:
     /// The album map of the audio file at `path`. A key is missing when the file does not tell.

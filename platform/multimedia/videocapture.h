@@ -8,7 +8,7 @@
 #include <optional>
 
 /// Thumbnails of videos.
-class MULTIMEDIA_EXPORT VideoCapture
+class MODELBASE_MULTIMEDIA_EXPORT VideoCapture
 {
 public:
     struct Frame {

@@ -10,7 +10,7 @@ using ConfigChanges = Changes;
 
 /// One set of configuration rows of an account's database, see UserStorageProvider. They have no
 /// remarks.
-class STORAGE_EXPORT ConfigStorage : public RowStorage
+class MODELBASE_STORAGE_EXPORT ConfigStorage : public RowStorage
 {
 public:
     ConfigStorage(std::shared_ptr<Database> database, const char *table);

@@ -35,7 +35,7 @@ using SchemaSteps = std::vector<const char *>;
 /// waits for another thread's for waitMs at most, a read for other reads only. One that has waited
 /// that long in vain fails, and so do others at once until that thread is through. Nothing here
 /// throws: what fails gives false and one log line with the path and the reason.
-class STORAGE_EXPORT Database
+class MODELBASE_STORAGE_EXPORT Database
 {
 public:
     using OpenFailure = UserStorageProvider::OpenFailure;

@@ -19,7 +19,7 @@ class SettingStorage;
 ///
 /// Thread: the one that owns the provider; isOpen(), sync(), closeInCrash(), settingStorage() and
 /// what that returns may be used from any.
-class STORAGE_EXPORT GlobalStorageProvider : public QObject
+class MODELBASE_STORAGE_EXPORT GlobalStorageProvider : public QObject
 {
     Q_OBJECT
 public:

@@ -25,7 +25,7 @@ struct KeyInfo {
 /// The key rows of one account's database: one value by kind, id and version. On threads and
 /// failures, all is as with SettingStorage; a read that fails finds nothing. Each change that is
 /// reported as done is on the disk, where a power cut does not take it back.
-class STORAGE_EXPORT KeyStorage
+class MODELBASE_STORAGE_EXPORT KeyStorage
 {
 public:
     explicit KeyStorage(std::shared_ptr<Database> database);

@@ -39,7 +39,7 @@ struct Changes {
 /// changes back, never others nor the file. While the database is closed, when the disk refuses,
 /// and for a value that no row can hold, calls return false (allInfos() an empty list), log one
 /// line, and change nothing.
-class STORAGE_EXPORT RowStorage
+class MODELBASE_STORAGE_EXPORT RowStorage
 {
 public:
     /// `table` is one of the tables that the database's schema makes.

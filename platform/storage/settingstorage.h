@@ -10,7 +10,7 @@ using SettingChanges = Changes;
 
 /// The setting rows of one database, see GlobalStorageProvider and UserStorageProvider. They keep
 /// their remarks.
-class STORAGE_EXPORT SettingStorage : public RowStorage
+class MODELBASE_STORAGE_EXPORT SettingStorage : public RowStorage
 {
 public:
     explicit SettingStorage(std::shared_ptr<Database> database);

@@ -22,7 +22,7 @@ class SettingStorage;
 /// Thread: open(), close(), filePath(), recovered() and openFailure() belong to the thread that
 /// owns the provider; everything else may be used from any. The storages are never null and live as
 /// long as it does.
-class STORAGE_EXPORT UserStorageProvider : public QObject
+class MODELBASE_STORAGE_EXPORT UserStorageProvider : public QObject
 {
     Q_OBJECT
 public:

@@ -42,7 +42,7 @@
 /// layout, which is slower and never wrong. A build may leave it out (-DMODELBASE_WORD_CACHE=OFF).
 ///
 /// Thread: one a thread.
-class BASE_EXPORT WordLayout
+class MODELBASE_BASE_EXPORT WordLayout
 {
 public:
     using Line = LineBreaker::Line;

@@ -19,11 +19,11 @@ namespace WordProof
 using Lines = std::vector<WordLayout::Line>;
 
 /// The lines of a paragraph as QTextLayout makes them.
-BASE_EXPORT Lines fullLayout(const QString &paragraph, const QFont &font, double width);
+MODELBASE_BASE_EXPORT Lines fullLayout(const QString &paragraph, const QFont &font, double width);
 
 /// False, with one log line that names the first difference, when WordLayout decides a text otherwise
 /// than `full` does, or decides none.
-BASE_EXPORT bool
+MODELBASE_BASE_EXPORT bool
 holds(const std::function<Lines(const QString &, const QFont &, double)> &full = fullLayout);
 
 } // namespace WordProof
