@@ -166,13 +166,7 @@ void addSettings()
             for (auto _ : state)
                 benchmark::DoNotOptimize(settings->showArchivedFolder());
         },
-        [](State &state) {
-            PlainSettings plain;
-            const QString name = QStringLiteral("show_archived_folder");
-            plain.settings.setValue(name, false);
-            for (auto _ : state)
-                benchmark::DoNotOptimize(plain.settings.value(name, true).toBool());
-        });
+        getter(QStringLiteral("show_archived_folder"), true));
     comparison::add(
         "an account's setting: getter, text", 0.35,
         [](State &state) {
@@ -181,13 +175,7 @@ void addSettings()
             for (auto _ : state)
                 benchmark::DoNotOptimize(settings->lastLocation());
         },
-        [](State &state) {
-            PlainSettings plain;
-            const QString name = QStringLiteral("last_latlog");
-            plain.settings.setValue(name, QStringLiteral("52.52,13.40"));
-            for (auto _ : state)
-                benchmark::DoNotOptimize(plain.settings.value(name, QString()).toString());
-        });
+        getter(QStringLiteral("last_latlog"), QStringLiteral("52.52,13.40")));
     comparison::add(
         "an account's setting: setter, as the caller feels it", 1.0,
         [](State &state) {
@@ -196,12 +184,7 @@ void addSettings()
             for (auto _ : state)
                 settings->setLeftTabWidth(++width);
         },
-        [](State &state) {
-            PlainSettings plain;
-            int width = 0;
-            for (auto _ : state)
-                plain.settings.setValue(QStringLiteral("left_tab_width"), ++width);
-        });
+        setter(QStringLiteral("left_tab_width")));
     comparison::add(
         "an account's settings made durable, 10,000 changes", 0.2,
         [](State &state) {

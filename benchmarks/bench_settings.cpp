@@ -42,6 +42,7 @@ private:
 
 void addGetters()
 {
+    const QString path = QStringLiteral("/home/user/Downloads");
     comparison::add(
         "a settings getter, bool", 0.35,
         [](State &state) {
@@ -51,32 +52,17 @@ void addGetters()
             for (auto _ : state)
                 benchmark::DoNotOptimize(model->darkMode());
         },
-        [](State &state) {
-            PlainSettings plain;
-            plain.settings.setValue(QStringLiteral("dark_mode"), true);
-            for (auto _ : state) {
-                benchmark::DoNotOptimize(
-                    plain.settings.value(QStringLiteral("dark_mode"), false).toBool());
-            }
-        });
+        getter(QStringLiteral("dark_mode"), true));
     comparison::add(
         "a settings getter, text", 0.35,
-        [](State &state) {
+        [path](State &state) {
             const Model model;
             fill([&](const QString &key, int value) { model->setValue(key, value, false); });
-            model->setSaveasPath(QStringLiteral("/home/user/Downloads"), false);
+            model->setSaveasPath(path, false);
             for (auto _ : state)
                 benchmark::DoNotOptimize(model->saveasPath());
         },
-        [](State &state) {
-            PlainSettings plain;
-            plain.settings.setValue(QStringLiteral("saveas_path"),
-                                    QStringLiteral("/home/user/Downloads"));
-            for (auto _ : state) {
-                benchmark::DoNotOptimize(
-                    plain.settings.value(QStringLiteral("saveas_path"), QString()).toString());
-            }
-        });
+        getter(QStringLiteral("saveas_path"), path));
 }
 
 void addSetter()
@@ -90,12 +76,7 @@ void addSetter()
             for (auto _ : state)
                 model->setSessionListWidth(++width);
         },
-        [](State &state) {
-            PlainSettings plain;
-            int width = 0;
-            for (auto _ : state)
-                plain.settings.setValue(QStringLiteral("session_list_width"), ++width);
-        });
+        setter(QStringLiteral("session_list_width")));
 }
 
 void addDurability()

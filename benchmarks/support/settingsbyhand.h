@@ -34,6 +34,29 @@ struct PlainSettings {
     QSettings settings{directory.filePath(QStringLiteral("s.ini")), QSettings::IniFormat};
 };
 
+/// Reads one of them.
+template <typename T>
+auto getter(const QString &key, const T &stored)
+{
+    return [key, stored](benchmark::State &state) {
+        PlainSettings plain;
+        plain.settings.setValue(key, stored);
+        for (auto _ : state)
+            benchmark::DoNotOptimize(plain.settings.value(key, T()).template value<T>());
+    };
+}
+
+/// Sets one of them to another number each time.
+inline auto setter(const QString &key)
+{
+    return [key](benchmark::State &state) {
+        PlainSettings plain;
+        int number = 0;
+        for (auto _ : state)
+            plain.settings.setValue(key, ++number);
+    };
+}
+
 inline const QStringList &keys()
 {
     static const QStringList all = [] {
