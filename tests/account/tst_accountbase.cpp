@@ -341,13 +341,6 @@ private Q_SLOTS:
         account->closeStorage();
         QVERIFY(account->openStorage(true));
         QCOMPARE(account->signalStore()->userInfo()->phone, u"5550100"_s);
-        // Whoever dies while it is asked is not told: the answer comes when the account has gone.
-        QVERIFY(write(path, "keychain:master-0"));
-        const auto state = account->signalStore()->open();
-        account.reset();
-        answer.release();
-        QTest::qWait(50);
-        QCOMPARE(state, crypto::Store::State::Opening);
     }
 
     /// The same on every device of everybody who has the key or knows the password.

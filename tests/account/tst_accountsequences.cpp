@@ -226,14 +226,7 @@ private:
     }
     static QString name(WatchedAccount *account)
     {
-        return account
-            ? u"%1%2%3%4"_s.arg(account->accountId())
-                  .arg(QLatin1StringView(account == manager()->currentAccount()     ? "c"
-                                             : account == manager()->loginAccount() ? "l"
-                                                                                    : ""))
-                  .arg(QLatin1StringView(manager()->containsAccount(account) ? "+" : ""))
-                  .arg(QLatin1StringView(account->mine ? "m" : ""))
-            : u"null"_s;
+        return account ? QString::number(account->accountId()) : u"null"_s;
     }
 
     void signIn(const Account &account)

@@ -8,6 +8,7 @@
 #include "storage/userstorageprovider.h"
 #include "support/fakeaccount.h"
 #include "support/loglines.h"
+#include "support/powercut.h"
 #include "support/stuckdisk.h"
 
 #include <QDir>
@@ -16,6 +17,7 @@
 #include <QScopeGuard>
 #include <QSemaphore>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -41,7 +43,6 @@ struct Store {
     QString prefix; ///< in what rows() gives
     std::function<void(const QString &key, const QByteArray &value)> set;
     std::function<QByteArray(const QString &key)> get;
-    std::function<bool()> flush;
 };
 
 template <typename Model>
@@ -49,8 +50,7 @@ Store storeOf(const QString &prefix, Model *model)
 {
     return {prefix,
             [=](const QString &key, const QByteArray &value) { model->setValue(key, value, true); },
-            [=](const QString &key) { return model->value(key, {}).toByteArray(); },
-            [=] { return model->flush(); }};
+            [=](const QString &key) { return model->value(key, {}).toByteArray(); }};
 }
 
 } // namespace
@@ -61,7 +61,11 @@ class TestAccountThreads : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void initTestCase() { StuckDisk::install(".db"); }
+    void initTestCase()
+    {
+        PowerCut::install();
+        StuckDisk::install(".db");
+    }
     void init()
     {
         QDir(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)).removeRecursively();
@@ -169,6 +173,39 @@ private Q_SLOTS:
         }
     }
 
+    /// What is confirmed is on the disk; and what nobody asks for is, after a while.
+    void powerCut_data()
+    {
+        QTest::addColumn<QString>("flushed");
+        QTest::newRow("flushed in time") << u"in time"_s;
+        QTest::newRow("flushed after it was written") << u"late"_s;
+        QTest::newRow("never flushed, for a while") << u"never"_s;
+    }
+    void powerCut()
+    {
+        QFETCH(const QString, flushed);
+        const bool isNever = flushed == u"never";
+        for (const Store &store : stores())
+            std::thread([&] { store.set(u"key"_s, "value"); }).join();
+        if (flushed == u"late")
+            QTRY_VERIFY(rows().contains(u"ranges/key"_s));
+        if (isNever)
+            QTest::qWait(1500);
+        else if (flushed == u"late")
+            QVERIFY(m_account->dataInfoModel()->flush());
+        else
+            QVERIFY(m_account->dataInfoModel()->flush(QDeadlineTimer(5000)));
+        const QTemporaryDir left;
+        for (const QString &path :
+             {machine()->globalStorage()->filePath(), m_account->storage()->filePath()}) {
+            QVERIFY(PowerCut::copy(QFileInfo(path).path().toStdString() + '/',
+                                   left.path().toStdString() + '/'));
+        }
+        const auto there = rows(left.path());
+        QVERIFY(there.contains(u"ranges/key"_s));
+        QVERIFY(!isNever || (there.contains(u"account/key"_s) && there.contains(u"machine/key"_s)));
+    }
+
     void storesThatCannotBeWritten_data()
     {
         QTest::addColumn<bool>("stuck");
@@ -274,11 +311,10 @@ private:
                       [=](const QString &key, const QByteArray &value) {
                           ranges->saveMissRange(key, value);
                       },
-                      [=](const QString &key) { return ranges->missRange(key); },
-                      [=] { return ranges->flush(); }}};
+                      [=](const QString &key) { return ranges->missRange(key); }}};
     }
-    /// What another process finds in the stores.
-    QMap<QString, QByteArray> rows()
+    /// What another process finds in the stores, or in what is left of both in a directory.
+    QMap<QString, QByteArray> rows(const QString &left = {})
     {
         QMap<QString, QByteArray> rows;
         const auto add = [&](const QString &prefix, const auto &infos) {
@@ -287,7 +323,10 @@ private:
         };
         storage::GlobalStorageProvider machine;
         storage::UserStorageProvider account;
-        if (!machine.open() || !account.open(m_account->userStatusDataPath(), false))
+        if (!left.isEmpty())
+            machine.setDirectory(left);
+        if (!machine.open()
+            || !account.open(left.isEmpty() ? m_account->userStatusDataPath() : left, false))
             return rows;
         add(u"machine/"_s, machine.settingStorage()->allInfos());
         add(u"account/"_s, account.settingStorage()->allInfos());

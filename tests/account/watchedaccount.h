@@ -173,41 +173,30 @@ inline QList<WatchedAccount *> listed()
 }
 
 /// A view of the list that believes what it is told.
-class Mirror
+class Mirror : public QObject
 {
 public:
     explicit Mirror(AccountManager *model) : rows(listed())
     {
-        m_connections = {QObject::connect(model, &AccountManager::rowsAboutToBeInserted, model,
-                                          [this] { inserting = true; }),
-                         QObject::connect(model, &AccountManager::rowsInserted, model,
-                                          [this](const QModelIndex &, int first, int last) {
-                                              inserting = false;
-                                              const QList<WatchedAccount *> now = listed();
-                                              for (int row = first; row <= last; ++row)
-                                                  rows.insert(row, now.value(row));
-                                          }),
-                         QObject::connect(model, &AccountManager::rowsRemoved, model,
-                                          [this](const QModelIndex &, int first, int last) {
-                                              rows.remove(first,
-                                                          std::min(last, int(rows.size()) - 1)
-                                                              - first + 1);
-                                          }),
-                         // The tester does not know that logoutAll() announces one row too many.
-                         QObject::connect(model, &AccountManager::rowsAboutToBeRemoved, model,
-                                          [this, model](const QModelIndex &, int, int last) {
-                                              if (last >= model->rowCount()) {
-                                                  tester.reset();
-                                              }
-                                          })};
+        const auto inserted = [this](const QModelIndex &, int first, int last) {
+            inserting = false;
+            const QList<WatchedAccount *> now = listed();
+            for (int row = first; row <= last; ++row)
+                rows.insert(row, now.value(row));
+        };
+        const auto removed = [this](const QModelIndex &, int first, int last) {
+            rows.remove(first, std::min(last, int(rows.size()) - 1) - first + 1);
+        };
+        // The tester does not know that logoutAll() announces one row too many.
+        const auto removing = [this, model](const QModelIndex &, int, int last) {
+            if (last >= model->rowCount())
+                tester.reset();
+        };
+        connect(model, &AccountManager::rowsAboutToBeInserted, this, [this] { inserting = true; });
+        connect(model, &AccountManager::rowsInserted, this, inserted);
+        connect(model, &AccountManager::rowsRemoved, this, removed);
+        connect(model, &AccountManager::rowsAboutToBeRemoved, this, removing);
     }
-    ~Mirror()
-    {
-        for (const auto &connection : m_connections)
-            QObject::disconnect(connection);
-    }
-    Q_DISABLE_COPY_MOVE(Mirror)
-
     void check()
     {
         CHECK(std::ranges::equal(rows, listed()));
@@ -218,7 +207,4 @@ public:
     bool inserting = false;
     QList<WatchedAccount *> rows;
     std::unique_ptr<QAbstractItemModelTester> tester;
-
-private:
-    QList<QMetaObject::Connection> m_connections;
 };

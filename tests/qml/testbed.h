@@ -58,11 +58,7 @@ public:
         auto *account = new FakeAccount(AccountManager::getInstance());
         return account->signIn(id);
     }
-    Q_INVOKABLE DialogBase *dialog()
-    {
-        m_dialog.addAtMeMessages({3, 5});
-        return &m_dialog;
-    }
+    Q_INVOKABLE DialogBase *dialog() { return &m_dialog; }
     /// Watches an object whose end would be a fault.
     Q_INVOKABLE void watch(QObject *object) { m_watched.append(object); }
     Q_INVOKABLE void watchNothing() { m_watched.clear(); }

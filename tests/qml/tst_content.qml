@@ -87,15 +87,6 @@ TestCase {
         }
     }
 
-    function test_dialog() {
-        const dialog = testbed.dialog()
-        compare(dialog.atMeMessageCount, 2)
-        dialog.confirmAllAtMeMessages()
-        compare(dialog.atMeMessageCount, 0)
-        dialog.setArchived(true)
-        verify(dialog.archived)
-    }
-
     /// Whatever way an object came to QML, the engine never deletes it.
     function test_garbageCollection() {
         function touch() {
