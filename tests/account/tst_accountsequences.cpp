@@ -1,46 +1,25 @@
-#include "account/accountdevicemodel.h"
-#include "account/datainfomodel.h"
-#include "account/fileprovider.h"
+#include "watchedaccount.h"
+
 #include "account/threadmanager.h"
-#include "content/contentfactory.h"
-#include "content/contentitem.h"
-#include "imcrypto/store.h"
-#include "protocol/user_service.pb.h"
-#include "settings/accountsettingmodel.h"
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
-#include "support/fakeaccount.h"
 #include "support/sequences.h"
 
-#include <QAbstractItemModelTester>
 #include <QDir>
 #include <QLoggingCategory>
 #include <QMetaMethod>
-#include <QMetaProperty>
-#include <QScopedValueRollback>
 #include <QScopeGuard>
-#include <QSortFilterProxyModel>
 #include <QStandardPaths>
-#include <QTest>
-
-#include <algorithm>
 
 // Random sequences of everything that can be done to the accounts, with handlers that veto, delete
 // and call back at every signal and in every function of an account. What must hold is derived from
 // what happens to the accounts themselves: who signed in and was neither logged out nor given up
 // nor deleted is listed, stored and counted, and nobody else.
 
-#define CHECK(condition) QTest::qVerify(bool(condition), #condition, "", __FILE__, __LINE__)
-
-using namespace Qt::StringLiterals;
-
 namespace
 {
 
-AccountManager *manager()
-{
-    return AccountManager::getInstance();
-}
+using Account = QPointer<WatchedAccount>;
 
 AppSettingModel *settings()
 {
@@ -54,212 +33,6 @@ QSet<qint64> storedIds()
         ids.insert(id.toLongLong());
     return ids;
 }
-
-void react();
-
-class WatchedAccount : public FakeAccount
-{
-    Q_OBJECT
-
-public:
-    enum Stage { SignedOut, SignedIn, Gone };
-
-    explicit WatchedAccount(QObject *parent);
-    ~WatchedAccount() override;
-
-    void logout(bool deleteThis) override
-    {
-        const QScopedValueRollback<int> running(busy, busy + 1);
-        CHECK(stage != Gone && !manager()->containsAccount(this));
-        loggedOut();
-        stage = deleteThis ? Gone : SignedOut;
-        FakeAccount::logout(deleteThis);
-        checkBelongsTo(0);
-        CHECK(!signalStore()->userInfo());
-        react();
-    }
-    void release(bool logOut, bool deleteThis) override
-    {
-        const QScopedValueRollback<int> running(busy, busy + 1);
-        CHECK(stage != Gone && !manager()->containsAccount(this));
-        CHECK(manager()->currentAccount() != this && manager()->loginAccount() != this);
-        stage = Gone;
-        givenUp();
-        FakeAccount::release(logOut, deleteThis);
-        react();
-    }
-    void deleteAccount(bool, int, bool, bool) override
-    {
-        const QScopedValueRollback<int> running(busy, busy + 1);
-        CHECK(manager()->containsAccount(this));
-        react();
-        if (!slow)
-            manager()->logout(this);
-    }
-    void initialize() override { called(); }
-    void restore(QVariantMap params, bool connectNow, int reason) override;
-    void setActive(bool) override { called(); }
-    void enterNotebookMode() override { called(); }
-    void reconnectToServer(bool) override { passedOn(); }
-    void abortAndReconnect(bool) override { passedOn(); }
-    void setProxy(const QNetworkProxy &) override { passedOn(); }
-    void recordScreenLockLog(int, int, int) override { passedOn(); }
-
-    /// What a person has, each with a value of its own.
-    void fill(qint64 id)
-    {
-        setDeviceId(int(id));
-        updatePhone(QString::number(id), QString::number(id));
-        updateEmail(QString::number(id));
-        setVerificationEmail(QString::number(id));
-        setVerificationEnabled(true);
-        setVerificationResetAt(id);
-        setMaxDeviceCount(int(90 + id));
-        setBannedState(TEMPORARY);
-        updateFeature(1, Feature_ENABLED);
-        accountSettingModel()->setLeftTabWidth(int(90 + id));
-        dataInfoModel()->saveDialogOffset(id);
-        im::user::ListDevicesResp devices;
-        devices.add_devices()->set_device_id(int(id));
-        devices.add_devices()->set_device_id(int(90 + id));
-        devices.set_delete_timer(im::GlobalEnums::THREE_MONTHS);
-        deviceModel()->setDeviceList(devices);
-        signalStore()->saveUserKey({90 + id, 1, 1}, QByteArray(32, 'k'));
-        m_file = deserializeContent({{u"fileId"_s, u"f%1"_s.arg(id)}}, ContentItem::File, 1, this);
-        CHECK(fileProvider()->file(u"f%1"_s.arg(id)));
-    }
-    /// What is stored is that person's, or nobody's; of nobody nothing is there at all.
-    void checkBelongsTo(qint64 id)
-    {
-        const int width = accountSettingModel()->leftTabWidth();
-        const qint64 offset = dataInfoModel()->dialogOffset();
-        CHECK(width == 72 || (id > 0 && width == 90 + id));
-        CHECK(offset == 0 || offset == id);
-        for (qint64 other = 1; other < 8; ++other) {
-            if (other != id)
-                CHECK(!isMyUserId(90 + other)
-                      && (!fileProvider() || !fileProvider()->file(u"f%1"_s.arg(other))));
-        }
-        if (id > 0)
-            return;
-        CHECK(deviceModel()->count() == 0 && deviceModel()->currentDevice().isEmpty());
-        CHECK(deviceModel()->deviceDeleteTimer() == AccountDeviceModel::Never);
-        static const FakeAccount &fresh = *new FakeAccount;
-        const QMetaObject *meta = &AccountBase::staticMetaObject;
-        for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i) {
-            const QMetaProperty property = meta->property(i);
-            if (QByteArrayView(property.name()) != "accountId"
-                && !property.metaType().flags().testFlag(QMetaType::PointerToQObject))
-                QVERIFY2(property.read(this) == property.read(&fresh), property.name());
-        }
-    }
-
-    /// Runs `set`, in whose signals the object must not be deleted.
-    template <typename Set>
-    void run(Set set)
-    {
-        const QScopedValueRollback<int> running(busy, busy + 1);
-        set();
-    }
-
-    Stage stage = SignedOut;
-    int busy = 0;      // how many of its functions run
-    bool mine = false; // the test's own, not the manager's
-    bool slow = false; // its deletion needs an answer of the server
-
-private:
-    QSharedPointer<ContentItem> m_file; // which the application still shows
-    void loggedOut();
-    void givenUp();
-    void called()
-    {
-        const QScopedValueRollback<int> running(busy, busy + 1);
-        react();
-    }
-    void passedOn()
-    {
-        CHECK(stage != Gone);
-        CHECK(manager()->containsAccount(this) || manager()->loginAccount() == this);
-        called();
-    }
-};
-
-using Account = QPointer<WatchedAccount>;
-
-/// All accounts that exist.
-QList<WatchedAccount *> accounts;
-
-QList<WatchedAccount *> listed()
-{
-    QList<WatchedAccount *> list;
-    for (int row = 0; row < manager()->rowCount(); ++row) {
-        const QVariant data = manager()->data(manager()->index(row), AccountManager::ModelDataRole);
-        list.append(static_cast<WatchedAccount *>(data.value<AccountBase *>()));
-    }
-    return list;
-}
-
-/// A view of the list that believes what it is told.
-class Mirror
-{
-public:
-    explicit Mirror(AccountManager *model) : rows(listed())
-    {
-        m_connections = {QObject::connect(model, &AccountManager::rowsAboutToBeInserted, model,
-                                          [this] { inserting = true; }),
-                         QObject::connect(model, &AccountManager::rowsInserted, model,
-                                          [this](const QModelIndex &, int first, int last) {
-                                              inserting = false;
-                                              const QList<WatchedAccount *> now = listed();
-                                              for (int row = first; row <= last; ++row)
-                                                  rows.insert(row, now.value(row));
-                                          }),
-                         QObject::connect(model, &AccountManager::rowsRemoved, model,
-                                          [this](const QModelIndex &, int first, int last) {
-                                              rows.remove(first,
-                                                          std::min(last, int(rows.size()) - 1)
-                                                              - first + 1);
-                                          }),
-                         // The tester does not know that logoutAll() announces one row too many.
-                         QObject::connect(model, &AccountManager::rowsAboutToBeRemoved, model,
-                                          [this, model](const QModelIndex &, int, int last) {
-                                              if (last >= model->rowCount()) {
-                                                  tester.reset();
-                                                  sorted.reset();
-                                              }
-                                          })};
-    }
-    ~Mirror()
-    {
-        for (const auto &connection : m_connections)
-            QObject::disconnect(connection);
-    }
-    Q_DISABLE_COPY_MOVE(Mirror)
-
-    void check()
-    {
-        CHECK(std::ranges::equal(rows, listed()));
-        if (!sorted) {
-            sorted = std::make_unique<QSortFilterProxyModel>();
-            sorted->setSourceModel(manager());
-            sorted->sort(0);
-            tester = std::make_unique<QAbstractItemModelTester>(manager());
-        }
-        CHECK(sorted->rowCount() == rows.size());
-        for (int row = 0; row < rows.size(); ++row) {
-            const QModelIndex there = sorted->mapFromSource(manager()->index(row));
-            CHECK(there.isValid() && sorted->mapToSource(there).row() == row);
-        }
-    }
-
-    bool inserting = false;
-    QList<WatchedAccount *> rows;
-    std::unique_ptr<QAbstractItemModelTester> tester;
-    std::unique_ptr<QSortFilterProxyModel> sorted;
-
-private:
-    QList<QMetaObject::Connection> m_connections;
-};
 
 /// Runs a handler at every signal that an object has.
 class Handlers : public QObject
@@ -287,7 +60,7 @@ private Q_SLOTS:
         if (auto *account = qobject_cast<WatchedAccount *>(sender());
             account && senderSignalIndex() == phoneSignal && account->phone().isEmpty())
             account->checkBelongsTo(0);
-        react();
+        WatchedAccount::react();
     }
 };
 
@@ -389,7 +162,6 @@ private:
         for (const Account &account : ofStage([](WatchedAccount *one) { return one->mine; }))
             delete account;
         manager()->waitForFinished();
-        m_mirror->sorted.reset();
         m_mirror->tester.reset();
         m_releasing = true;
         AccountManager::releaseInstance();
@@ -404,7 +176,7 @@ private:
         ThreadManager::getInstance()->quitAll();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         m_mirror.reset();
-        CHECK(accounts.isEmpty());
+        CHECK(WatchedAccount::all.isEmpty());
     }
 
     void restart();
@@ -436,7 +208,7 @@ private:
     static QList<Account> ofStage(Filter filter)
     {
         QList<Account> found;
-        for (WatchedAccount *account : std::as_const(accounts)) {
+        for (WatchedAccount *account : std::as_const(WatchedAccount::all)) {
             if (account->stage != WatchedAccount::Gone && filter(account))
                 found.append(account);
         }
@@ -454,14 +226,7 @@ private:
     }
     static QString name(WatchedAccount *account)
     {
-        return account
-            ? u"%1%2%3%4"_s.arg(account->accountId())
-                  .arg(QLatin1StringView(account == manager()->currentAccount()     ? "c"
-                                             : account == manager()->loginAccount() ? "l"
-                                                                                    : ""))
-                  .arg(QLatin1StringView(manager()->containsAccount(account) ? "+" : ""))
-                  .arg(QLatin1StringView(account->mine ? "m" : ""))
-            : u"null"_s;
+        return account ? QString::number(account->accountId()) : u"null"_s;
     }
 
     void signIn(const Account &account)
@@ -527,7 +292,9 @@ private:
     std::unique_ptr<Mirror> m_mirror;
 };
 
-void react()
+} // namespace
+
+void WatchedAccount::react()
 {
     if (Application::the)
         Application::the->react();
@@ -535,7 +302,7 @@ void react()
 
 WatchedAccount::WatchedAccount(QObject *parent) : FakeAccount(parent)
 {
-    accounts.append(this);
+    all.append(this);
     Application::the->handlers.watch(this);
 }
 
@@ -549,12 +316,6 @@ void WatchedAccount::loggedOut()
     Application::the->forget(accountId());
 }
 
-WatchedAccount::~WatchedAccount()
-{
-    accounts.removeOne(this);
-    CHECK(busy == 0);
-}
-
 void WatchedAccount::restore(QVariantMap params, bool connectNow, int reason)
 {
     const QScopedValueRollback<int> running(busy, busy + 1);
@@ -566,6 +327,9 @@ void WatchedAccount::restore(QVariantMap params, bool connectNow, int reason)
     if (stage != Gone)
         stage = authorized() ? SignedIn : SignedOut;
 }
+
+namespace
+{
 
 void Application::operate()
 {
@@ -775,7 +539,7 @@ void Application::check()
     qint64 unread = 0;
     qint64 atMe = 0;
     for (WatchedAccount *account : rows) {
-        CHECK(accounts.contains(account) && account->stage == WatchedAccount::SignedIn);
+        CHECK(WatchedAccount::all.contains(account) && account->stage == WatchedAccount::SignedIn);
         CHECK(account->accountId() > 0 && !ids.contains(account->accountId()));
         ids.insert(account->accountId());
         account->checkBelongsTo(account->accountId());
@@ -788,7 +552,7 @@ void Application::check()
 
     auto *current = static_cast<WatchedAccount *>(manager()->currentAccount());
     auto *login = static_cast<WatchedAccount *>(manager()->loginAccount());
-    for (WatchedAccount *account : std::as_const(accounts)) {
+    for (WatchedAccount *account : std::as_const(WatchedAccount::all)) {
         CHECK(account->stage != WatchedAccount::Gone);
         const bool isListed = rows.contains(account);
         // One that was taken from a manager being given up stays as it is.
@@ -796,11 +560,9 @@ void Application::check()
               || (m_closed && account->mine));
         CHECK(isListed || account == current || account == login
               || account == manager()->notebookAccount() || account->mine);
-        if (QTest::currentTestFailed())
-            note(u"account %1, stage %2"_s.arg(name(account)).arg(account->stage));
     }
-    CHECK(!current || accounts.contains(current));
-    CHECK(!login || (accounts.contains(login) && !rows.contains(login)));
+    CHECK(!current || WatchedAccount::all.contains(current));
+    CHECK(!login || (WatchedAccount::all.contains(login) && !rows.contains(login)));
     if (m_closed)
         return;
     CHECK(current);
@@ -826,14 +588,6 @@ void Application::check()
         const qint64 currentId = settings()->currentAccountId();
         CHECK(currentId == 0 || storedIds().contains(currentId));
         CHECK(!rows.contains(current) || currentId == current->accountId());
-    }
-    if (QTest::currentTestFailed()) {
-        QString state;
-        QDebug(&state) << "rows" << manager()->getAccountIds() << "stored"
-                       << settings()->accountIds() << "absent" << m_absent << "current"
-                       << name(current) << "login" << name(login) << "stored current"
-                       << settings()->currentAccountId();
-        note(state);
     }
 }
 

@@ -8,17 +8,21 @@
 #include "storage/userstorageprovider.h"
 #include "support/fakeaccount.h"
 #include "support/loglines.h"
+#include "support/powercut.h"
 #include "support/stuckdisk.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSemaphore>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <functional>
@@ -31,12 +35,14 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
+/// What the main thread does to stores that others use.
+enum MainThread { Writes, Loads, Closes };
+
 /// What the models are to those who do not care which it is: values by key.
 struct Store {
     QString prefix; ///< in what rows() gives
     std::function<void(const QString &key, const QByteArray &value)> set;
     std::function<QByteArray(const QString &key)> get;
-    std::function<bool()> flush;
 };
 
 template <typename Model>
@@ -44,8 +50,7 @@ Store storeOf(const QString &prefix, Model *model)
 {
     return {prefix,
             [=](const QString &key, const QByteArray &value) { model->setValue(key, value, true); },
-            [=](const QString &key) { return model->value(key, {}).toByteArray(); },
-            [=] { return model->flush(); }};
+            [=](const QString &key) { return model->value(key, {}).toByteArray(); }};
 }
 
 } // namespace
@@ -56,7 +61,11 @@ class TestAccountThreads : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void initTestCase() { StuckDisk::install(".db"); }
+    void initTestCase()
+    {
+        PowerCut::install();
+        StuckDisk::install(".db");
+    }
     void init()
     {
         QDir(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)).removeRecursively();
@@ -76,61 +85,72 @@ private Q_SLOTS:
 
     void eightThreads_data()
     {
-        QTest::addColumn<bool>("reload");
-        QTest::newRow("while the main thread writes") << false;
-        QTest::newRow("while the main thread loads") << true;
+        QTest::addColumn<MainThread>("mainThread");
+        QTest::newRow("while the main thread writes") << Writes;
+        QTest::newRow("while the main thread loads") << Loads;
+        QTest::newRow("while the main thread closes") << Closes;
     }
     void eightThreads()
     {
-        QFETCH(const bool, reload);
+        QFETCH(const MainThread, mainThread);
         constexpr int threads = 8;
         constexpr int rounds = 60;
         DataInfoModel &ranges = *m_account->dataInfoModel();
         AccountSettingModel &settings = *m_account->accountSettingModel();
         const std::array stores = this->stores();
-        std::atomic_int running = threads;
+        std::atomic_int behind = threads; // those with rounds to go
+        std::atomic_bool over = false;
         std::atomic_int wrong = 0;
+        const auto isTorn = [](const auto &text) {
+            return std::ranges::adjacent_find(text, std::not_equal_to()) != text.cend();
+        };
+        const auto work = [&](int thread) {
+            const QString own = u"own/%1"_s.arg(thread);
+            bool isLast = false;
+            // What was changed while a store was closed is in memory only: each writes once more.
+            for (int i = 1; !isLast; ++i) {
+                behind -= i == rounds;
+                isLast = over;
+                // Its own keys, read back at once, and some that all fight for, never torn.
+                for (const Store &store : stores) {
+                    store.set(own, QByteArray::number(i));
+                    wrong += mainThread != Closes && store.get(own) != QByteArray::number(i);
+                    store.set(u"shared"_s, QByteArray(20 + i % 3, char('a' + thread)));
+                    wrong += isTorn(store.get(u"shared"_s));
+                }
+                // The same of every type, and one that comes and goes.
+                machine()->setPasscode(QString(20 + i % 3, QChar(u'a' + thread)));
+                wrong += isTorn(machine()->passcode());
+                machine()->setImageEditTool({{u"size"_s, thread}});
+                machine()->setEmojiSkinIndex(u"\u270B"_s, thread);
+                const int tone = machine()->emojiSkinIndex(u"\u270B"_s);
+                wrong += tone < 0 || tone >= threads || machine()->imageEditTool().size() != 1;
+                machine()->setLargeEmoji(i % 3 == 0);
+                settings.setShowArchivedFolder(i % 2 == 0);
+                wrong += settings.voiceDefalutPlaySpeed() != 2.0;
+                ranges.saveDialogOffset(qint64(thread) << 32 | i);
+                ranges.saveMissRange(u"gone"_s, "x");
+                ranges.removeMissRange(u"gone"_s);
+            }
+        };
         {
             std::vector<std::jthread> workers;
-            for (int thread = 0; thread < threads; ++thread) {
-                workers.emplace_back([&, thread] {
-                    for (int i = 1; i <= rounds; ++i) {
-                        // Its own keys, read back at once, and some that all fight for, never torn.
-                        const QString own = u"own/%1"_s.arg(thread);
-                        for (const Store &store : stores) {
-                            store.set(own, QByteArray::number(i));
-                            wrong += store.get(own) != QByteArray::number(i);
-                            store.set(u"shared"_s, QByteArray(20 + i % 3, char('a' + thread)));
-                            const QByteArray shared = store.get(u"shared"_s);
-                            wrong += shared.count(shared.at(0)) != shared.size();
-                        }
-                        // The same of every type, and one that comes and goes.
-                        machine()->setPasscode(QString(20 + i % 3, QChar(u'a' + thread)));
-                        const QString passcode = machine()->passcode();
-                        wrong += passcode.count(passcode.at(0)) != passcode.size();
-                        machine()->setImageEditTool({{u"size"_s, thread}});
-                        machine()->setEmojiSkinIndex(u"\u270B"_s, thread);
-                        const int tone = machine()->emojiSkinIndex(u"\u270B"_s);
-                        wrong +=
-                            tone < 0 || tone >= threads || machine()->imageEditTool().size() != 1;
-                        machine()->setLargeEmoji(i % 3 == 0);
-                        settings.setShowArchivedFolder(i % 2 == 0);
-                        wrong += settings.voiceDefalutPlaySpeed() != 2.0;
-                        ranges.saveDialogOffset(qint64(thread) << 32 | i);
-                        ranges.saveMissRange(u"gone"_s, "x");
-                        ranges.removeMissRange(u"gone"_s);
-                    }
-                    --running;
-                });
-            }
-            while (running > 0) {
-                if (reload) {
-                    ranges.loadLocalData(false);
-                    settings.loadLocalData(false);
-                } else {
+            const auto stop = qScopeGuard([&] { over = true; });
+            for (int thread = 0; thread < threads; ++thread)
+                workers.emplace_back(work, thread);
+            for (int turn = 0; behind > 0 || turn < 10; ++turn) {
+                if (mainThread == Writes) {
                     ranges.saveDialogOffset(-1);
                     settings.setLeftTabWidth(settings.leftTabWidth() + 1);
                     std::this_thread::yield();
+                } else if (mainThread == Loads) {
+                    ranges.loadLocalData(false);
+                    settings.loadLocalData(false);
+                } else {
+                    m_account->closeStorage();
+                    machine()->globalStorage()->close();
+                    QVERIFY(machine()->globalStorage()->open());
+                    QVERIFY(m_account->openStorage(false));
                 }
             }
         }
@@ -144,7 +164,8 @@ private Q_SLOTS:
             for (int thread = 0; thread < threads; ++thread)
                 keys.append(u"own/%1"_s.arg(thread));
             for (auto row = rows.cbegin(); row != rows.cend(); ++row) {
-                if (row.key().startsWith(store.prefix) && (!reload || store.prefix != u"account/"))
+                if (row.key().startsWith(store.prefix)
+                    && (mainThread == Writes || store.prefix != u"account/"))
                     keys.append(row.key().mid(store.prefix.size()));
             }
             for (const QString &key : std::as_const(keys))
@@ -152,53 +173,53 @@ private Q_SLOTS:
         }
     }
 
-    void closedUnderWriters()
+    /// What is confirmed is on the disk; and what nobody asks for is, after a while.
+    void powerCut_data()
     {
-        const std::array stores = this->stores();
-        std::atomic_bool stop = false;
-        std::array<std::atomic_int, 4> written{};
-        std::vector<std::jthread> workers;
-        for (int thread = 0; thread < 4; ++thread) {
-            workers.emplace_back([&, thread] {
-                for (; !stop; ++written[thread]) {
-                    for (const Store &store : stores)
-                        store.set(QString::number(thread), QByteArray::number(written[thread]));
-                }
-            });
+        QTest::addColumn<QString>("flushed");
+        QTest::newRow("flushed in time") << u"in time"_s;
+        QTest::newRow("flushed after it was written") << u"late"_s;
+        QTest::newRow("never flushed, for a while") << u"never"_s;
+    }
+    void powerCut()
+    {
+        QFETCH(const QString, flushed);
+        const bool isNever = flushed == u"never";
+        for (const Store &store : stores())
+            std::thread([&] { store.set(u"key"_s, "value"); }).join();
+        if (flushed == u"late")
+            QTRY_VERIFY(rows().contains(u"ranges/key"_s));
+        if (isNever)
+            QTest::qWait(1500);
+        else if (flushed == u"late")
+            QVERIFY(m_account->dataInfoModel()->flush());
+        else
+            QVERIFY(m_account->dataInfoModel()->flush(QDeadlineTimer(5000)));
+        const QTemporaryDir left;
+        for (const QString &path :
+             {machine()->globalStorage()->filePath(), m_account->storage()->filePath()}) {
+            QVERIFY(PowerCut::copy(QFileInfo(path).path().toStdString() + '/',
+                                   left.path().toStdString() + '/'));
         }
-        for (int i = 0; i < 10; ++i) {
-            m_account->closeStorage();
-            machine()->globalStorage()->close();
-            QVERIFY(machine()->globalStorage()->open());
-            QVERIFY(m_account->openStorage(false));
-        }
-        // What was changed while the store was closed is in memory only: each writes once more.
-        for (std::atomic_int &count : written) {
-            const int now = count;
-            QTRY_VERIFY(count > now + 1);
-        }
-        stop = true;
-        workers.clear();
-        for (const Store &store : stores) {
-            QVERIFY(store.flush());
-            const auto rows = this->rows();
-            for (const char key : {'0', '1', '2', '3'}) {
-                QVERIFY(!store.get(QChar::fromLatin1(key)).isEmpty());
-                QCOMPARE(rows[store.prefix + QChar::fromLatin1(key)],
-                         store.get(QChar::fromLatin1(key)));
-            }
-        }
+        const auto there = rows(left.path());
+        QVERIFY(there.contains(u"ranges/key"_s));
+        QVERIFY(!isNever || (there.contains(u"account/key"_s) && there.contains(u"machine/key"_s)));
     }
 
-    void theExitWithStoresThatCannotBeWritten_data()
+    void storesThatCannotBeWritten_data()
     {
         QTest::addColumn<bool>("stuck");
-        QTest::addRow("locked by another process") << false;
-        QTest::addRow("on a disk that no longer answers") << true;
+        QTest::addColumn<QString>("left");
+        QTest::addRow("exit, locked by another process") << false << u"exit"_s;
+        QTest::addRow("exit, on a disk that no longer answers") << true << u"exit"_s;
+        QTest::addRow("sign-out, on a disk that no longer answers") << true << u"sign-out"_s;
+        QTest::addRow("another account, on a disk that no longer answers") << true << u"other"_s;
     }
-    void theExitWithStoresThatCannotBeWritten()
+    void storesThatCannotBeWritten()
     {
         QFETCH(const bool, stuck);
+        QFETCH(const QString, left);
+        m_account->setAuthorized(true);
         // In one process locks hold between connections as they do between processes.
         std::vector<std::unique_ptr<SQLite::Database>> others;
         std::optional<StuckDisk> disk;
@@ -216,31 +237,39 @@ private Q_SLOTS:
         m_account->accountSettingModel()->setLastLocation(u"secret"_s);
         m_account->dataInfoModel()->saveMissRange(u"range"_s, "secret");
         LogLines log;
-        QElapsedTimer timer;
-        std::array<qint64, 3> took{};
-        const std::array<std::function<void()>, 3> steps{
-            [this] { m_account.reset(); }, AppSettingModel::releaseInstance,
-            [] { ThreadManager::getInstance()->quitAll(); }};
-        for (std::size_t i = 0; i < steps.size(); ++i) {
+        const auto duration = [](const auto &step) {
+            QElapsedTimer timer;
             timer.start();
-            steps[i]();
-            took[i] = timer.elapsed();
-        }
+            step();
+            return timer.elapsed();
+        };
+        const qint64 ofAccount = duration([&] {
+            if (left == u"exit")
+                m_account.reset();
+            else if (left == u"sign-out")
+                m_account->logout(false);
+            else {
+                m_account->setAccountId(8);
+                QVERIFY(!m_account->openStorage(true));
+            }
+        });
+        QVERIFY2(ofAccount < 5500, qPrintable(QString::number(ofAccount)));
+        if (left != u"exit")
+            return;
+        const qint64 ofSettings = duration(AppSettingModel::releaseInstance);
+        const qint64 ofThreads = duration([] { ThreadManager::getInstance()->quitAll(); });
         const QString messages = log.takeTexts().join(u'\n');
-        qInfo("An account: %lld ms, the settings: %lld ms, the threads: %lld ms", took[0], took[1],
-              took[2]);
-        QVERIFY(took[0] < 5500 && took[1] < 5500 && took[2] < 12500);
+        qInfo("Account: %lld ms, settings: %lld ms, threads: %lld ms", ofAccount, ofSettings,
+              ofThreads);
+        QVERIFY(ofSettings < 5500 && ofThreads < 12500);
         QVERIFY(!messages.contains(u"secret"));
         for (const char *key : {"saveas_path", "last_latlog", "range"})
             QVERIFY2(messages.contains(QLatin1StringView(key)), key);
-        disk.reset();
-        others.clear();
     }
 
     void theExitWithThreadsThatDoNotEnd()
     {
         AccountManager *manager = AccountManager::getInstance();
-        // Left to the end of the process, as such threads are.
         static QSemaphore hold;
         static QSemaphore reached;
         static QSemaphore left;
@@ -249,11 +278,12 @@ private Q_SLOTS:
             hold.acquire();
             left.release();
         };
-        auto *object = new QObject;
-        QThread *thread = manager->fileTransferThread();
-        QThreadPool *pool = manager->getResetThreadPool();
-        object->moveToThread(thread);
-        QMetaObject::invokeMethod(object, hang);
+        // Left to the end of the process, as such threads are.
+        QObject object;
+        const std::unique_ptr<QThread> thread(manager->fileTransferThread());
+        const std::unique_ptr<QThreadPool> pool(manager->getResetThreadPool());
+        object.moveToThread(thread.get());
+        QMetaObject::invokeMethod(&object, hang);
         pool->start(hang);
         reached.acquire(2);
         QElapsedTimer timer;
@@ -268,9 +298,6 @@ private Q_SLOTS:
         hold.release(2);
         left.acquire(2);
         QVERIFY(thread->wait());
-        delete object;
-        delete thread;
-        delete pool;
     }
 
 private:
@@ -284,11 +311,10 @@ private:
                       [=](const QString &key, const QByteArray &value) {
                           ranges->saveMissRange(key, value);
                       },
-                      [=](const QString &key) { return ranges->missRange(key); },
-                      [=] { return ranges->flush(); }}};
+                      [=](const QString &key) { return ranges->missRange(key); }}};
     }
-    /// What another process finds in the stores.
-    QMap<QString, QByteArray> rows()
+    /// What another process finds in the stores, or in what is left of both in a directory.
+    QMap<QString, QByteArray> rows(const QString &left = {})
     {
         QMap<QString, QByteArray> rows;
         const auto add = [&](const QString &prefix, const auto &infos) {
@@ -297,7 +323,10 @@ private:
         };
         storage::GlobalStorageProvider machine;
         storage::UserStorageProvider account;
-        if (!machine.open() || !account.open(m_account->userStatusDataPath(), false))
+        if (!left.isEmpty())
+            machine.setDirectory(left);
+        if (!machine.open()
+            || !account.open(left.isEmpty() ? m_account->userStatusDataPath() : left, false))
             return rows;
         add(u"machine/"_s, machine.settingStorage()->allInfos());
         add(u"account/"_s, account.settingStorage()->allInfos());

@@ -1,7 +1,5 @@
 #include "settings/appdatamove.h"
 #include "settings/appdirmanager.h"
-#include "storage/configstorage.h"
-#include "storage/settingstorage.h"
 #include "support/mediatree.h"
 #include "support/sequences.h"
 #include "support/session.h"
@@ -14,7 +12,6 @@
 #include <cstdio>
 #include <numeric>
 #include <set>
-#include <thread>
 
 using namespace Qt::StringLiterals;
 using session::manager;
@@ -95,40 +92,8 @@ int runSession()
     return 0;
 }
 
-/// The process whose power fails when it has stored once, and each value is safe in a way of its
-/// own.
-int runOnce(const QString &how)
-{
-    startApplication();
-    FakeAccount *account = session::signIn(session::firstId);
-    if (!account)
-        return 3;
-    std::vector<const session::Value *> flushed;
-    for (const session::Value &value : session::values) {
-        if (value.flush)
-            flushed.push_back(&value);
-    }
-    for (const session::Value *value : flushed)
-        std::thread([&] { value->write(*account, 1); }).join();
-    DataInfoModel *ranges = account->dataInfoModel();
-    if (how == u"late" && !QTest::qWaitFor([&] {
-            return !account->storage()->bufferConfigStorage()->allInfos().isEmpty();
-        }))
-        return 3;
-    if (how == u"never")
-        QTest::qWait(1500);
-    else if (how == u"late" ? ranges->flush() : ranges->flush(QDeadlineTimer(5000)))
-        flushed = {&session::values[2]};
-    for (const session::Value *value : flushed)
-        session::say(session::firstId, value->name, 1);
-    session::settings()->globalStorage()->settingStorage()->save({u"unsynced"_s, 1, {}});
-    QFile(place(u"power-cut"_s)).open(QIODevice::WriteOnly);
-    return 3;
-}
-
 /// Runs a session; true when it ended as it should.
-bool run(const QStringList &arguments, const QString &kind, int at, unsigned seed,
-         QByteArray *output)
+bool run(const QString &kind, int at, unsigned seed, QByteArray *output)
 {
     QProcess child;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -139,7 +104,7 @@ bool run(const QStringList &arguments, const QString &kind, int at, unsigned see
     environment.insert(u"FAULT_SEED"_s, QString::number(seed));
     environment.insert(u"FAULT_COUNT"_s, place(u"../calls"_s));
     child.setProcessEnvironment(environment);
-    child.start(QCoreApplication::applicationFilePath(), arguments);
+    child.start(QCoreApplication::applicationFilePath(), {u"--session"_s});
     const bool ended = child.waitForFinished(60'000) && child.exitStatus() == QProcess::NormalExit
         && (child.exitCode() == 0 || child.exitCode() == 99);
     *output = child.readAllStandardOutput();
@@ -155,35 +120,8 @@ class TestFaultSweep : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void powerCut_data();
-    void powerCut();
     void sweep();
 };
-
-/// What is confirmed is on the disk; and what nobody asks for is, after a while.
-void TestFaultSweep::powerCut_data()
-{
-    QTest::addColumn<QString>("how");
-    QTest::newRow("flushed in time") << u"in time"_s;
-    QTest::newRow("flushed after it was written") << u"late"_s;
-    QTest::newRow("never flushed, for a while") << u"never"_s;
-}
-
-void TestFaultSweep::powerCut()
-{
-    QFETCH(const QString, how);
-    QDir(place(u".."_s)).removeRecursively();
-    QDir().mkpath(place({}));
-    QByteArray output;
-    QVERIFY(run({u"--once"_s, how}, u"cut"_s, -1, 1, &output));
-    session::Safe safe;
-    QVERIFY(session::addSaid(output, &safe) > 1 && safe.contains("10001 ranges"));
-    const auto checkCut = [](QStringList *wrong) {
-        if (session::settings()->getValue(u"unsynced"_s, {}).isValid())
-            wrong->append(u"The power did not fail"_s);
-    };
-    QCOMPARE(session::check(safe, checkCut), QString());
-}
 
 void TestFaultSweep::sweep()
 {
@@ -198,7 +136,7 @@ void TestFaultSweep::sweep()
         MediaTree::write(photos(app) + u"/taken"_s, "from there");
         before = MediaTree::read(photos(app));
         MediaTree::write(photos(target) + u"/taken"_s, "from here");
-        return run({u"--session"_s}, kind, at, seed, said);
+        return run(kind, at, seed, said);
     };
     const auto checkMedia = [&](QStringList *wrong) {
         if (!QTest::qWaitFor([] { return !manager()->appDataMove()->unfinished(); }, 30'000))
@@ -256,11 +194,8 @@ int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
     QStandardPaths::setTestModeEnabled(true); // no keychain is asked
-    const QString mode = app.arguments().value(1);
-    if (mode == u"--session"_s)
+    if (app.arguments().value(1) == u"--session"_s)
         return runSession();
-    if (mode == u"--once"_s)
-        return runOnce(app.arguments().value(2));
     TestFaultSweep test;
     return QTest::qExec(&test, argc, argv);
 }

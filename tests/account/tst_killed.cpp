@@ -3,21 +3,17 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QSemaphore>
 #include <QStandardPaths>
 #include <QTest>
 
+#include <csignal>
+#include <ctime>
+#include <pthread.h>
 #include <thread>
-
-#ifdef Q_OS_UNIX
-#    include <csignal>
-#    include <ctime>
-#    include <pthread.h>
-#    include <unistd.h>
-#endif
+#include <unistd.h>
 
 #if defined(__has_feature)
 #    if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
@@ -44,8 +40,6 @@ bool isCrashing = false;
     std::_Exit(2);
 }
 
-#ifdef Q_OS_UNIX
-
 /// As a client's handler: closes, and ends the process. Its code tells whether that took long.
 void handleCrash(int)
 {
@@ -60,20 +54,23 @@ void handleCrash(int)
     _exit(fast ? 77 : 78);
 }
 
-/// Has one of the threads crash at a random moment, wherever it is.
-void crashSoon(const std::vector<pthread_t> &threads)
+/// Sends the process a signal at a random moment, to one of the threads, wherever it is.
+void endSoon(int signal, const std::vector<pthread_t> &threads)
 {
-    QRandomGenerator random = QRandomGenerator::securelySeeded();
-    QThread::usleep(random.bounded(40'000u));
-    pthread_kill(threads[random.bounded(int(threads.size()))], SIGSEGV);
+    std::thread([=] {
+        QRandomGenerator random = QRandomGenerator::securelySeeded();
+        QThread::usleep(random.bounded(40'000u));
+        pthread_kill(threads[random.bounded(int(threads.size()))], signal);
+    }).detach();
 }
-
-#endif
 
 /// The process that is killed, or crashes: changes gather on the main thread, and are safe now and
 /// then; what is safe as soon as the call returns is stored on another one.
 int writeUntilKilled(bool crash)
 {
+    // Now and then before its stores are open.
+    if (!crash && QRandomGenerator::securelySeeded().bounded(10) == 0)
+        endSoon(SIGKILL, {pthread_self()});
     startApplication();
     FakeAccount *account = session::signIn(session::firstId);
     if (!account)
@@ -93,12 +90,12 @@ int writeUntilKilled(bool crash)
             QThread::usleep(QRandomGenerator::global()->bounded(3000));
         }
     });
-#ifdef Q_OS_UNIX
+    std::vector<pthread_t> targets{pthread_self()};
     if (crash) {
         isCrashing = true;
         ImLog::info(u"start"_s);
         std::signal(SIGSEGV, handleCrash);
-        std::vector<pthread_t> targets{pthread_self(), keys.native_handle()};
+        targets.push_back(keys.native_handle());
         QSemaphore posted;
         ThreadManager::invoke(
             [&] {
@@ -107,9 +104,8 @@ int writeUntilKilled(bool crash)
             },
             true);
         posted.acquire();
-        std::thread(crashSoon, targets).detach();
     }
-#endif
+    endSoon(crash ? SIGSEGV : SIGKILL, targets);
     keys.detach();
     QRandomGenerator random = QRandomGenerator::securelySeeded();
     for (;;) {
@@ -154,9 +150,7 @@ private Q_SLOTS:
     void losesNothing();
 
 private:
-    void run(bool crash, QByteArray *output);
-
-    qint64 m_startMicroseconds = 0;
+    static void run(bool crash, QByteArray *output);
 };
 
 /// Runs a child to its end.
@@ -168,21 +162,7 @@ void tst_Killed::run(bool crash, QByteArray *output)
     QFile log(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) + u"/log/im.log"_s);
     if (crash)
         log.remove();
-    QElapsedTimer timer;
-    timer.start();
     child.start(QCoreApplication::applicationFilePath(), {crash ? u"--crash"_s : u"--write"_s});
-    QVERIFY(child.waitForStarted());
-    if (!crash) {
-        if (m_startMicroseconds == 0) {
-            QVERIFY(child.waitForReadyRead());
-            m_startMicroseconds = timer.nsecsElapsed() / 1000;
-        }
-        // Now and then before its stores are open.
-        const qint64 moment = QRandomGenerator::global()->bounded(m_startMicroseconds * 3 / 4,
-                                                                  m_startMicroseconds + 40'000);
-        QThread::usleep(quint64(std::max(qint64(0), moment - timer.nsecsElapsed() / 1000)));
-        child.kill();
-    }
     QVERIFY2(child.waitForFinished(), "It hangs");
     *output = child.readAllStandardOutput();
     if (!crash) {
@@ -208,9 +188,7 @@ void tst_Killed::losesNothing_data()
     QTest::addColumn<int>("rounds");
     QTest::addColumn<bool>("crash");
     QTest::addRow("in the same stores, round after round") << 200 / divisor << false;
-#ifdef Q_OS_UNIX
     QTest::addRow("by a crash on any thread") << 80 / divisor << true;
-#endif
 }
 
 void tst_Killed::losesNothing()

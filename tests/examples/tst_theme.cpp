@@ -72,29 +72,21 @@ private Q_SLOTS:
 
         for (const bool dark : {false, true}) {
             AppSettingModel::instance()->setDarkMode(dark, false);
-            struct Pair {
-                const char *text;
-                const char *surface;
-                QColor behind;
+            const auto check = [&](const char *text, const char *surface, const QColor &behind) {
+                const double found = contrast(colour(text), behind);
+                const auto message = u"%1 on %2, dark %3: %4"_s.arg(QLatin1StringView(text),
+                                                                    QLatin1StringView(surface));
+                QVERIFY2(found >= 4.5, qPrintable(message.arg(dark).arg(found)));
             };
-            QList<Pair> pairs{{"accentText", "accent", colour("accent")},
-                              {"badgeText", "badge", colour("badge")},
-                              {"scrimText", "scrim", over(colour("scrim"), Qt::white)}};
+            check("accentText", "accent", colour("accent"));
+            check("badgeText", "badge", colour("badge"));
+            check("scrimText", "scrim", over(colour("scrim"), Qt::white));
             for (const char *text : {"text", "mutedText", "link", "right", "wrong"}) {
                 for (const char *surface :
                      {"window", "panel", "bubble", "ownBubble", "notice", "highlight"}) {
-                    pairs.append({text, surface, colour(surface)});
-                    pairs.append({text, "shade", over(colour("shade"), colour(surface))});
+                    check(text, surface, colour(surface));
+                    check(text, "shade", over(colour("shade"), colour(surface)));
                 }
-            }
-            for (const Pair &pair : pairs) {
-                const double found = contrast(colour(pair.text), pair.behind);
-                QVERIFY2(found >= 4.5,
-                         qPrintable(
-                             u"%1 on %2, dark %3: %4"_s
-                                 .arg(QLatin1StringView(pair.text), QLatin1StringView(pair.surface))
-                                 .arg(dark)
-                                 .arg(found)));
             }
         }
     }

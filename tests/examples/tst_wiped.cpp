@@ -9,7 +9,7 @@
 #include "settings/accountsettingmodel.h"
 #include "settings/appdatamove.h"
 #include "settings/appsettingmodel.h"
-#include "storage/globalstorageprovider.h"
+#include "support/files.h"
 
 #include <QDirIterator>
 #include <QSemaphore>
@@ -19,6 +19,8 @@
 #include <QTest>
 
 #include <sqlite3.h>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -36,25 +38,25 @@ QString dataDirectory()
     return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
 }
 
-/// The files of the application that hold a text, as UTF-8 or UTF-16; in a place that media are moved
-/// to, too.
-QStringList filesWith(const QString &text, const QString &directory = {})
+QString at(const QString &name)
 {
-    const QByteArray utf8 = text.toUtf8();
+    return dataDirectory() + u'/' + name;
+}
+
+/// The files that hold a text, as UTF-8, in hex or as UTF-16.
+QStringList filesWith(const QString &text, const QStringList &directories = {dataDirectory()})
+{
     const auto *utf16 = reinterpret_cast<const char *>(text.utf16());
-    const QByteArrayView wide(utf16, 2 * text.size());
+    const QByteArrayList forms{text.toUtf8(), text.toUtf8().toHex(),
+                               QByteArray(utf16, 2 * text.size())};
     QStringList found;
-    if (!directory.isEmpty())
-        found = filesWith(text);
-    for (QDirIterator it(directory.isEmpty() ? dataDirectory() : directory,
-                         QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-         it.hasNext();) {
-        QFile file(it.next());
-        if (!file.open(QFile::ReadOnly))
-            continue;
-        const QByteArray bytes = file.readAll();
-        if (bytes.contains(utf8) || bytes.contains(wide) || bytes.contains(utf8.toHex()))
-            found.append(file.fileName());
+    for (const QString &directory : directories) {
+        for (QDirIterator it(directory, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+             it.hasNext();) {
+            const QByteArray bytes = contents(it.next());
+            if (std::ranges::any_of(forms, [&](const auto &form) { return bytes.contains(form); }))
+                found.append(it.filePath());
+        }
     }
     return found;
 }
@@ -79,16 +81,16 @@ private Q_SLOTS:
         ClientAccount *mira = signIn(u"5550101"_s);
         ClientAccount *jonas = signIn(u"5550102"_s);
         QVERIFY(mira && jonas);
-        const QString id = QString::number(jonas->accountId());
-        const QString marker = keepMarkers(jonas, u"JONAS-MARKER"_s);
-        QVERIFY(!filesWith(marker).isEmpty());
+        const QString directory = at(QString::number(jonas->accountId()));
+        const QString marker = keepMarker(jonas, u"JONAS-MARKER"_s);
         AppSettingModel::instance()->setValue(u"drafts"_s, marker, true);
         drain();
+        QVERIFY(!filesWith(marker).isEmpty());
         AppSettingModel::instance()->setValue(u"drafts"_s, QString(), true);
         AccountManager::getInstance()->logout(jonas);
         drain();
         QCOMPARE(filesWith(marker), QStringList());
-        QVERIFY(!QFileInfo::exists(dataDirectory() + u'/' + id));
+        QVERIFY(!QFileInfo::exists(directory));
         QVERIFY(mira->storage());
     }
 
@@ -110,12 +112,12 @@ private Q_SLOTS:
         if (manager->count() == 0)
             QVERIFY(signIn(u"5550101"_s));
         auto *mira = qobject_cast<ClientAccount *>(manager->currentAccount());
-        QStringList markers{keepMarkers(mira, u"MIRA-MARKER"_s)};
+        QStringList markers{keepMarker(mira, u"MIRA-MARKER"_s)};
         const cryptobase::SecureBytes key = mira->signalStore()->secureKey(u"note"_s, 1, true);
         QCOMPARE(key.size(), 32);
         if (notebook) {
             manager->unlockApp(false, true);
-            markers += keepMarkers(manager->notebookAccount(), u"NOTEBOOK-MARKER"_s);
+            markers += keepMarker(manager->notebookAccount(), u"NOTEBOOK-MARKER"_s);
             manager->unlockApp(false, false);
         }
         applock::setPasscode(u"2580"_s);
@@ -126,21 +128,22 @@ private Q_SLOTS:
         ImLog::info(u"LOG-MARKER"_s);
         markers += {u"SETTING-MARKER"_s, u"LOG-MARKER"_s, u"DAMAGED-MARKER"_s, u"ABSENT-MARKER"_s};
         // Set aside by an earlier start, and an account that none could open.
-        write(u"global.db.damaged-2024-01-01_120000"_s, "DAMAGED-MARKER");
-        write(u"4711/userstatus/account.db"_s, "ABSENT-MARKER");
-        write(u"somebody else's"_s, "kept");
+        QVERIFY(write(at(u"global.db.damaged-2024-01-01_120000"_s), "DAMAGED-MARKER"));
+        QVERIFY(QDir().mkpath(at(u"4711/userstatus"_s)));
+        QVERIFY(write(at(u"4711/userstatus/account.db"_s), "ABSENT-MARKER"));
+        QVERIFY(write(at(u"somebody else's"_s), "kept"));
         drain();
         for (const QString &marker : markers)
             QVERIFY2(!filesWith(marker).isEmpty(), qPrintable(marker));
-        const QByteArray master = contents(u"master.key"_s);
+        const QByteArray master = contents(at(u"master.key"_s));
         QCOMPARE(master.size(), 32);
 
         if (moves) {
             markers.append(u"MEDIA-MARKER"_s);
-            for (int i = 0; i < 300; ++i) {
-                write(u"%1/image/%2"_s.arg(mira->accountId()).arg(i),
-                      QByteArray(20'000, char(i)) + "MEDIA-MARKER");
-            }
+            const QString images = at(QString::number(mira->accountId())) + u"/image/"_s;
+            QVERIFY(QDir().mkpath(images));
+            for (int i = 0; i < 300; ++i)
+                write(images + QString::number(i), QByteArray(20'000, char(i)) + "MEDIA-MARKER");
             QVERIFY(manager->appDataMove()->moveTo(target.path()));
             QTRY_VERIFY(manager->appDataMove()->movedBytes() > 0);
             QVERIFY(manager->appDataMove()->running());
@@ -150,9 +153,9 @@ private Q_SLOTS:
         QCOMPARE(applock::unlock(u"1379"_s), applock::Opens::Destruction);
         QVERIFY(wiped.wait());
         for (const QString &marker : markers)
-            QTRY_COMPARE(filesWith(marker, target.path()), QStringList());
-        QVERIFY(contents(u"master.key"_s).isEmpty());
-        QCOMPARE(contents(u"somebody else's"_s), QByteArray("kept"));
+            QTRY_COMPARE(filesWith(marker, {dataDirectory(), target.path()}), QStringList());
+        QVERIFY(contents(at(u"master.key"_s)).isEmpty());
+        QCOMPARE(contents(at(u"somebody else's"_s)), QByteArray("kept"));
         QCOMPARE(QDir(dataDirectory()).entryList({u"[0-9]*"_s}, QDir::Dirs), QStringList());
 
         // The next one begins with nothing, and with a key of its own.
@@ -160,8 +163,8 @@ private Q_SLOTS:
         QVERIFY(mira);
         QVERIFY(!mira->signalStore()->containsSecureKey(u"note"_s, 1));
         QVERIFY(!mira->signalStore()->secureKey(u"note"_s, 1, true).isEmpty());
-        QCOMPARE(contents(u"master.key"_s).size(), 32);
-        QVERIFY(contents(u"master.key"_s) != master);
+        QCOMPARE(contents(at(u"master.key"_s)).size(), 32);
+        QVERIFY(contents(at(u"master.key"_s)) != master);
         QVERIFY(!settings->getValue(u"drafts"_s, {}).isValid());
     }
 
@@ -176,10 +179,9 @@ private:
             ? account
             : nullptr;
     }
-    static QString keepMarkers(AccountBase *account, const QString &marker)
+    static QString keepMarker(AccountBase *account, const QString &marker)
     {
         account->accountSettingModel()->setValue(u"drafts"_s, marker, true);
-        drain();
         return marker;
     }
     /// All that was posted to the save thread so far is done, and nothing is closed.
@@ -190,20 +192,6 @@ private:
         done.acquire();
         ImLog::instance()->flush();
     }
-    static void write(const QString &name, const QByteArray &bytes)
-    {
-        const QString path = dataDirectory() + u'/' + name;
-        QVERIFY(QDir().mkpath(QFileInfo(path).path()));
-        QFile file(path);
-        QVERIFY(file.open(QFile::WriteOnly));
-        QCOMPARE(file.write(bytes), bytes.size());
-    }
-    static QByteArray contents(const QString &name)
-    {
-        QFile file(dataDirectory() + u'/' + name);
-        return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
-    }
-
     ScriptedServer m_server;
     std::unique_ptr<ModelLayer> m_layer;
 };
