@@ -93,6 +93,10 @@ int moveAsChild(const QString &mode, const QString &target)
     if (settings->accountIds().isEmpty())
         settings->setAccountIds({accountIds.at(0), accountIds.at(1), leavingId});
     startApplication<MediaAccount>();
+    if (mode == u"start"_s) {
+        leaveApplication();
+        return 0;
+    }
     AppDataMove *move = AccountManager::getInstance()->appDataMove();
     if (mode == u"exit"_s || mode == u"return"_s) {
         // After what the main thread keeps is destroyed.
@@ -559,6 +563,7 @@ private Q_SLOTS:
         const auto prepare = [&](quint32 seed) {
             cleanup();
             init();
+            QCOMPARE(run(u"start"_s), 0);
             fillMedia(childData(), seed, 3);
             MediaTree::fill(childData() + u"10003/photo"_s, 3, seed);
             MediaTree::write(childData() + film, downloadPart(0));

@@ -344,7 +344,7 @@ class TestDataMoveSequences : public DataMoveTest
         const bool isMoving = dataMove()->unfinished();
         if (isWipe) {
             media.wipe();
-            if (sequence.chance(30))
+            if (!isMoving && sequence.chance(30))
                 media.addStuck();
             manager->unlockApp(true, false);
         } else {
