@@ -180,6 +180,13 @@ public:
             + u"%1/.modelbase-copy-%2"_s.arg(id).arg(QLatin1StringView(hash.toHex().left(16)));
         m_sequence.note(u"trace %1"_s.arg(file));
         MediaTree::write(file, "part of it");
+        m_traces.insert(file);
+    }
+    /// Of a move that is about to be forgotten.
+    void removeTraces()
+    {
+        for (const QString &file : std::exchange(m_traces, {}))
+            QFile::remove(file);
     }
 
     /// A folder that cannot be removed, wherever it is put.
@@ -317,6 +324,7 @@ private:
     QSet<int> m_forgotten;
     QSet<int> m_wiped;
     QSet<QString> m_foreign;
+    QSet<QString> m_traces;
     int m_last = 0;
 };
 
@@ -344,7 +352,7 @@ class TestDataMoveSequences : public DataMoveTest
         const bool isMoving = dataMove()->unfinished();
         if (isWipe) {
             media.wipe();
-            if (!isMoving && sequence.chance(30))
+            if (!isMoving && manager->getAccount(10001) && sequence.chance(30))
                 media.addStuck();
             manager->unlockApp(true, false);
         } else {
@@ -473,6 +481,7 @@ class TestDataMoveSequences : public DataMoveTest
             } else if (sequence.chance(20)) {
                 sequence.note(u"reset the settings"_s);
                 media.hasLeftSome = true;
+                media.removeTraces();
                 settings()->reset();
             }
             break;
