@@ -420,6 +420,8 @@ bool FolderMove::removeOriginal(const Copy &copy)
         return true;
     }
     const bool isInPlace = QFileInfo::exists(path);
+    // Also whoever uses a file may delete it.
+    isStale = isStale || (!isInPlace && QFileInfo(folderOf(path)).isDir());
     if (!isStale && isInPlace && !reason.isEmpty()) {
         note(path, NotRemovable, reason);
         return true;

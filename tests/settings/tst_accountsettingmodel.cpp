@@ -6,6 +6,7 @@
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
 #include "storage/userstorageprovider.h"
+#include "support/facts.h"
 #include "support/fakeaccount.h"
 #include "support/settingtable.h"
 #include "support/signallog.h"
@@ -27,40 +28,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-
-/// A setting without a property, by its getter. Setters: with the choice about saving, without it
-/// ("!"), or setValue() (none).
-struct Silent {
-    const char *getter;
-    const char *key;
-    const char *setter;
-};
-// clang-format off
-constexpr Silent silentSettings[] = {
-    {"groupKeepTime",    "group_keep_time",    "setGroupKeepTime"},
-    {"privateKeepTime",  "private_keep_time",  "setPrivateKeepTime"},
-    {"currentDialogId",  "current_dialog_id",  "setCurrentDialogId"},
-    {"notebookSetting",  "notebook_setting",   "setNotebookSetting"},
-    {"aiteNotificationToneName",       "aite_notifications_tone_name",      nullptr},
-    {"notificationToneName",           "notifications_tone_name",           nullptr},
-    {"chatBackgroundColor",            "chat_background_color",             nullptr},
-    {"darkModeChatBackgroundColor",    "dark_mode_chat_background_color",   nullptr},
-    {"chatBackgroundGradientColor",    "chat_background_gradient_color",    nullptr},
-    {"chatBackgroundGradientRotation", "chat_background_gradient_rotation", nullptr},
-    {"chatBackgroundId",               "chat_background_id",                nullptr},
-    {"chatBackgroundBlur",             "chat_background_blur",              nullptr},
-    {"chatShaderOpacity",              "chat_shader_opacity",               nullptr},
-    {"colorCircles",        "color_circles",          "!updateColorCircles"},
-    {"selectColorCircleId", "select_color_circle_id", "!setSelectColorCircleId"},
-    {"currentTheme",        "current_theme",          "!updateCurrentTheme"},
-    {"nearestVisitChats",   "nearest_visit_chats",    "!setNearstVisitChats"},
-    {"exportMsgInfo",       "export_msg_info",        "!setExportMsgInfo"},
-    {"privacySettings",     "privacy_settings",       "!savePrivacySettings"},
-    {"deviceMsgOffset",     "device_message_offset",  "!saveDeviceMsgOffset"},
-    {"syncMsgInfo",         "sync_msg_info",          "!setSyncMsgInfo"},
-    {"syncMsgStateInfo",    "sync_msg_state_info",    "!setSyncMsgStateInfo"},
-};
-// clang-format on
 
 /// The account's configuration on a server: keeps it and notes what is saved.
 class FakeConfiguration : public ConfigurationService
@@ -122,8 +89,13 @@ private Q_SLOTS:
                                return name == "downloadFolder" ? u"(downloads)"_s : QString();
                            }};
         QStringList lines = table.lines();
-        for (const Silent &setting : silentSettings)
-            lines.append(silentLine(setting));
+        // Those without a property, by their getters.
+        for (const QString &line : facts(u"accountsettings.txt"_s)) {
+            if (line.contains(u" | by "))
+                lines.append(silentLine(line.section(u' ', 0, 0).toLatin1(),
+                                        line.section(u" | "_s, 1).section(u' ', 0, 0),
+                                        line.section(u" | by "_s, 1).section(u' ', 0, 0)));
+        }
         SettingTable::compare(lines, QFINDTESTDATA("accountsettings.txt"));
     }
 
@@ -555,41 +527,42 @@ private:
         return jsonToMap(m_configuration.values.value(notifications));
     }
 
-    QVariant get(const Silent &setting)
+    QVariant get(const QByteArray &getter)
     {
         const QMetaObject *meta = model().metaObject();
-        const QMetaMethod method =
-            meta->method(meta->indexOfMethod(QByteArray(setting.getter) + "()"));
+        const QMetaMethod method = meta->method(meta->indexOfMethod(getter + "()"));
         QVariant value(method.returnMetaType());
         method.invoke(&model(), QGenericReturnArgument(method.typeName(), value.data()));
         return value;
     }
 
-    /// name type = default | key as stored type | what is odd
-    QString silentLine(const Silent &setting)
+    /// name type = default | key as stored type | by its setter | what is odd
+    QString silentLine(const QByteArray &getter, const QString &key, const QString &setter)
     {
         init();
-        const QVariant before = get(setting);
+        const QVariant before = get(getter);
         const QVariant other = SettingTable::otherValue({}, before);
+        const QMetaObject *meta = model().metaObject();
+        const QByteArray name = setter.toLatin1();
+        const bool hasChoice = setter == u"setValue"
+            || meta->indexOfMethod(name + '(' + before.typeName() + ",bool)") >= 0;
         const auto set = [&](bool save) {
             const QGenericArgument argument(other.typeName(), other.constData());
-            const QString key = QLatin1StringView(setting.key);
-            return !setting.setter ? model().setValue(key, other, save)
-                : *setting.setter == '!'
-                ? QMetaObject::invokeMethod(&model(), setting.setter + 1, argument)
-                : QMetaObject::invokeMethod(&model(), setting.setter, argument, Q_ARG(bool, save));
+            return setter == u"setValue" ? model().setValue(key, other, save)
+                : hasChoice ? QMetaObject::invokeMethod(&model(), name, argument, Q_ARG(bool, save))
+                            : QMetaObject::invokeMethod(&model(), name, argument);
         };
-        const bool isSet = set(true) && get(setting) == other;
+        const bool isSet = set(true) && get(getter) == other;
         model().flush();
         const QVariantMap stored = rows();
         open();
-        const bool isKept = get(setting) == other;
+        const bool isKept = get(getter) == other;
         init();
-        const bool isAlwaysSaved = set(false) && (open(), get(setting) == other);
-        return u"%1 %2 = %3 | %4 as %5%6%7%8"_s.arg(
-            QLatin1StringView(setting.getter), QLatin1StringView(before.typeName()),
+        const bool isAlwaysSaved = set(false) && (open(), get(getter) == other);
+        return u"%1 %2 = %3 | %4 as %5 | by %6%7%8%9"_s.arg(
+            QLatin1StringView(getter), QLatin1StringView(before.typeName()),
             SettingTable::text(before), stored.keys().join(u", "_s),
-            QLatin1StringView(stored.value(QLatin1StringView(setting.key)).typeName()),
+            QLatin1StringView(stored.value(key).typeName()), setter,
             isSet ? u""_s : u" | not set"_s, isKept ? u""_s : u" | lost at the next start"_s,
             isAlwaysSaved ? u" | always saved"_s : u""_s);
     }

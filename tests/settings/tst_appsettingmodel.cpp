@@ -1,9 +1,11 @@
 #include "account/threadmanager.h"
+#include "base/json.h"
 #include "imlog/imlog.h"
 #include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
+#include "support/facts.h"
 #include "support/loglines.h"
 #include "support/settingtable.h"
 #include "support/signallog.h"
@@ -198,55 +200,32 @@ private Q_SLOTS:
 
     void wrongTypesInTheStoreAreConverted()
     {
-        const QString rubbish = u"\x01{rubbish"_s;
-        struct {
-            const char *key;
-            QVariant stored;
-            const char *name;
-            QVariant read;
-            // clang-format off
-        } rows[] = {
-            {"dark_mode", u"yes"_s, "darkMode", true},
-            {"debug", u"false"_s, "debug", false},
-            {"message_font_size", QByteArray("\x01\x02"), "messageFontSize", 12},
-            {"session_list_width", u" 300"_s, "sessionListWidth", 300},
-            {"topic_list_width", u"wide"_s, "topicListWidth", 225},
-            {"message_bubble_corners", 1e10, "messageBubbleCorners", 18},
-            {"auto_download_image_limit", 1LL << 40, "autoDownloadImageLimit", 1048576},
-            {"auto_download_file_limit", std::nan(""), "autoDownloadFileLimit", 10485760},
-            {"auto_download_video_limit", ~0ull, "autoDownloadVideoLimit", 10485760},
-            {"local_cache_max_size", 1e300, "localCacheMaxSize", -1},
-            {"last_upload_log_time", ~0ull, "lastUploadLogTime", 0},
-            {"firstDayOfWeek", QVariant(), "firstDayOfWeek", 255},
-            {"spell_checker", QVariantMap(), "spellChecker", true},
-            {"infoPanelViewMode", 2, "infoPanelViewMode", true},
-            {"screencapture", QVariantMap(), "screenCapture", u"1,1,1,1,1,1,0,0,0,0,6,0"_s},
-            {"screenlocktime", 12.0, "screenLockTime", 12},
-            {"current_account", u"12345678901234"_s, "currentAccountId", 12345678901234LL},
-            {"app_icon", 5, "appIcon", u"5"_s},
-            {"passcode", QVariantList{1, 2}, "passcode", QString()},
-            {"showImHotKey", rubbish, "showImHotkey", QVariantMap()},
-            {"screenRecordHotKey", u"{\"a\":1}"_s, "screenRecordHotkey", QVariantMap{{u"a"_s, 1LL}}},
-            {"accounts", u"{\"a\":1}"_s, "accountIds", QVariantList()},
-            {"infoPanelWidth", 1000, "infoPanelWidth", 480},
-            {"last_device_ids", u"abc"_s, nullptr, {}},
-            {"emoji_skin_indexes", rubbish, nullptr, {}},
-            {"console_options", rubbish, nullptr, {}},
+        // What JSON cannot say, in place of a text.
+        const QMap<QString, QVariant> odd{
+            {u"bytes"_s, "\x01\x02"_ba}, {u"not a number"_s, std::nan("")}, {u"all bits"_s, ~0ull}};
+        const auto value = [](const QString &json) {
+            return jsonToList(QByteArray("[" + json.toUtf8() + "]")).value(0);
         };
-        // clang-format on
-        QList<storage::SettingInfo> infos{{u"upgrade"_s, QVariantList{1}, rubbish}};
-        for (const auto &row : rows)
-            infos.append({QLatin1StringView(row.key), row.stored, {}});
+        QList<storage::SettingInfo> infos{{u"upgrade"_s, QVariantList{1}, u"\x01{rubbish"_s}};
+        const QStringList lines = facts(u"appwrongtypes.txt"_s);
+        QVERIFY(lines.size() > 20);
+        for (const QString &line : lines) {
+            const QVariant stored = value(line.section(u" | "_s, 1, 1));
+            infos.append({line.section(u" | "_s, 0, 0), odd.value(stored.toString(), stored), {}});
+        }
         store(infos);
         restart();
-        for (const auto &row : rows) {
-            if (row.name)
-                QCOMPARE(model()->property(row.name), row.read);
+        for (const QString &line : lines) {
+            const QByteArray name = line.section(u" | "_s, 2, 2).toLatin1();
+            QVERIFY2(model()->property(name) == value(line.section(u" | "_s, 3)), qPrintable(line));
         }
+        model()->setValue(u"last_device_ids"_s, u"abc"_s, false);
         QCOMPARE(model()->lastDeviceIds(), QByteArray("abc"));
+        for (const QString &key : {u"emoji_skin_indexes"_s, u"console_options"_s})
+            model()->setValue(key, u"\x01{rubbish"_s, false);
         QCOMPARE(model()->emojiSkinIndex(u"\u270B"_s), -1);
         QCOMPARE(model()->consoleOptions().count(u"uri"), 19);
-        QCOMPARE(model()->upgradeInfo().value(u"remark"_s), rubbish);
+        QCOMPARE(model()->upgradeInfo().value(u"remark"_s), u"\x01{rubbish"_s);
     }
 
     void noSizeOfAFont()

@@ -10,8 +10,8 @@
 //   torn   as cut, but by FAULT_SEED some of what was not synced is on the disk, in any order
 // Whoever makes a file of the name power-cut has the power fail, too.
 // A sync of a file makes its data, its size and its name durable; one of a directory what happened
-// to the names in it; one of the file system everything. The log, and
-// what is only memory that processes share, are not watched.
+// to the names in it; one of the file system everything, and each folder in FAULT_ROOT is one. The
+// log, and what is only memory that processes share, are not watched.
 
 #include <algorithm>
 #include <cerrno>
@@ -51,7 +51,7 @@ struct stat about(int file)
 /// One thing that is not durable yet.
 struct Change {
     enum { Write, Resize, Name } what;
-    std::string directory; // of a name
+    std::string directory; // in which it is
     ino_t inode;
     int file = -1; // of data: a descriptor that stays open
     off_t offset = 0;
@@ -114,6 +114,7 @@ public:
         const struct stat now = about(file);
         Change change{};
         change.what = Change::Write;
+        change.directory = directoryOf(pathOf(file));
         change.inode = now.st_ino;
         change.offset = offset;
         change.sizeBefore = now.st_size;
@@ -136,7 +137,7 @@ public:
         Change change{};
         change.what = Change::Name;
         const std::string &path = made.empty() ? gone : made;
-        change.directory = canonical(path.substr(0, path.rfind('/') + 1));
+        change.directory = canonical(directoryOf(path));
         struct stat now;
         change.inode = ::stat(path.c_str(), &now) == 0 ? now.st_ino : 0;
         change.gone = gone;
@@ -162,12 +163,23 @@ public:
         });
     }
 
-    void allSynced() { m_changes.clear(); }
+    void allSynced(const std::string &path)
+    {
+        const auto fileSystem = [this](const std::string &inside) {
+            return inside.substr(0, inside.find('/', m_root.size() + 1));
+        };
+        m_changes.remove_if(
+            [&](const Change &change) { return fileSystem(change.directory) == fileSystem(path); });
+    }
     [[noreturn]] void cut()
     {
         REAL(rename);
         REAL(unlink);
+        std::minstd_rand random(m_seed);
         for (auto change = m_changes.rbegin(); change != m_changes.rend(); ++change) {
+            if (m_kind == "torn" && change->what == Change::Name && change->made.empty()
+                && random() % 2)
+                continue;
             if (change->what != Change::Name) {
                 set(*change, change->before, change->sizeBefore);
                 continue;
@@ -181,7 +193,6 @@ public:
                             (change->made.empty() ? change->gone : change->made).c_str());
         }
         if (m_kind == "torn") {
-            std::minstd_rand random(m_seed);
             for (const Change &change : m_changes) {
                 if (change.what == Change::Write && random() % 2)
                     set(change, change.after,
@@ -223,6 +234,10 @@ private:
         const int file = real_open64(path.c_str(), O_WRONLY | O_CLOEXEC);
         (void)real_pwrite64(file, bytes.data(), bytes.size(), change.offset);
         (void)real_ftruncate64(file, size);
+    }
+    static std::string directoryOf(const std::string &path)
+    {
+        return path.substr(0, path.rfind('/'));
     }
     static std::string canonical(const std::string &path)
     {
@@ -415,7 +430,8 @@ int syncfs(int file)
     if (!Disk::the().isWatched(file))
         return real_syncfs(file);
     return attempt(
-        Disk::Other, [](Disk &) { return 0; }, [](Disk &disk) { disk.allSynced(); });
+        Disk::Other, [](Disk &) { return 0; },
+        [&](Disk &disk) { disk.allSynced(disk.pathOf(file)); });
 }
 int open64(const char *path, int flags, ...)
 {
