@@ -19,8 +19,6 @@
 #include "support/files.h"
 #include "support/signallog.h"
 
-#include <google/protobuf/text_format.h>
-
 #include <QFile>
 #include <QRegularExpression>
 #include <QSet>
@@ -55,15 +53,6 @@ private:
     QString m_name;
 };
 
-/// From its text.
-Alert alertOf(const std::string &text)
-{
-    Alert alert;
-    if (!google::protobuf::TextFormat::ParseFromString(text, &alert))
-        qFatal("%s", text.c_str());
-    return alert;
-}
-
 const std::string byAnna = R"( operator { user_id: 1 name: "Anna" } )";
 const std::string kicked = R"(type: MEMBER_KICKED targets { user_id: 2 name: "Ben" } )";
 const std::string ofAll = R"( targets { user_id: 2 name: "Ben" } name: "Lake" time: 3600
@@ -77,19 +66,11 @@ QString textOf(const Alert &alert, AccountBase *account = nullptr)
     return item.text();
 }
 
-Body stickerBody(const char *fileId = "f1")
+Body stickerBody(const std::string &fileId = "f1")
 {
-    Body body;
-    im::content::Sticker *sticker = body.mutable_sticker();
-    sticker->set_shortcut("👋");
-    sticker->set_hint("waving");
-    sticker->set_width(512);
-    sticker->set_height(256);
-    sticker->set_pid(3);
-    sticker->mutable_sticker_file()->set_id(fileId);
-    sticker->mutable_sticker_file()->set_key("0123456789abcdef0123456789abcdef");
-    sticker->mutable_sticker_file()->set_size(4'000);
-    return body;
+    return fromText<Body>("sticker { shortcut: '👋' hint: 'waving' width: 512 height: 256 pid: 3 "
+                          "sticker_file { key: '0123456789abcdef0123456789abcdef' size: 4000 id: '"
+                          + fileId + "' } }");
 }
 
 } // namespace
@@ -103,8 +84,8 @@ private Q_SLOTS:
     {
         FakeAccount account;
         account.setAccountId(myId);
-        const Alert full = alertOf(byAnna + ofAll);
-        const Alert own = alertOf("operator { user_id: 7 }" + ofAll);
+        const Alert full = fromText<Alert>(byAnna + ofAll);
+        const Alert own = fromText<Alert>("operator { user_id: 7 }" + ofAll);
         QSet<QString> sentences;
         const auto *types = Alert::Type_descriptor();
         for (int i = 0; i < types->value_count(); ++i) {
@@ -136,7 +117,7 @@ private Q_SLOTS:
         FakeAccount account;
         account.setAccountId(myId);
         for (const QString &line : facts(u"alerts.txt"_s)) {
-            const Alert alert = alertOf(line.section(u'\t', 1).toStdString());
+            const Alert alert = fromText<Alert>(line.section(u'\t', 1).toStdString());
             QCOMPARE(textOf(alert, &account), line.section(u'\t', 0, 0));
         }
     }
@@ -149,13 +130,14 @@ private Q_SLOTS:
                                                 {"type: NAME_EDITED" + byAnna, false},
                                                 {"type: TOPIC_UPDATED" + byAnna, false},
                                                 {"type: RECEIPT_COMPLETE", true}})
-            QVERIFY2(SystemItem::checkSystemAlert(alertOf(alert)) == isComplete, alert.c_str());
+            QVERIFY2(SystemItem::checkSystemAlert(fromText<Alert>(alert)) == isComplete,
+                     alert.c_str());
     }
 
     void namesOfTheOwner()
     {
         SystemItem item(1, nullptr);
-        item.setInfo(alertOf(kicked + byAnna + R"(targets { user_id: 3 name: "Chloé" })"));
+        item.setInfo(fromText<Alert>(kicked + byAnna + R"(targets { user_id: 3 name: "Chloé" })"));
         Contact anna(u"Mum"_s);
         auto ben = std::make_unique<Contact>(u"Benjamin"_s);
         Contact nameless({});
@@ -196,7 +178,7 @@ private Q_SLOTS:
         account.setAuthorized(true);
         QVERIFY(account.signalStore()->saveUserKey({5, 1, 1}, QByteArray(32, 'k')));
         SystemItem item(1, &account);
-        item.setInfo(alertOf("type: UPGRADED operator { user_id: 5 }"));
+        item.setInfo(fromText<Alert>("type: UPGRADED operator { user_id: 5 }"));
         const QString text = item.text();
         QVERIFY2(text.startsWith(u"You "_s), qPrintable(text));
         QVERIFY(account.storage()->keyStorage()->remove(u"user"_s, u"5.1.1"_s, 1));
@@ -210,7 +192,7 @@ private Q_SLOTS:
     void alertsAreUpdated()
     {
         SystemItem item(1, nullptr);
-        item.setInfo(alertOf("type: DISMISS_AT_UPDATED" + byAnna));
+        item.setInfo(fromText<Alert>("type: DISMISS_AT_UPDATED" + byAnna));
         const auto other = QSharedPointer<SystemItem>::create(1, nullptr);
         QVERIFY(!item.update(other)); // it knows less
         QVERIFY(!item.update({}));
@@ -226,17 +208,17 @@ private Q_SLOTS:
         QCOMPARE(item.sender(), &anna);
         QCOMPARE(item.wallpaper(), &wallpaper);
         QVERIFY(!item.update(other));
-        other->setInfo(alertOf("type: UPGRADED" + byAnna));
+        other->setInfo(fromText<Alert>("type: UPGRADED" + byAnna));
         other->setSender(nullptr);
         QVERIFY(item.update(other));
         QCOMPARE(item.text(), u"Mum upgraded the group"_s);
 
         const std::string topic = "type: TOPIC_UPDATED" + byAnna;
-        item.setInfo(alertOf(topic + R"(current_topic { name: "Bread" })"));
+        item.setInfo(fromText<Alert>(topic + R"(current_topic { name: "Bread" })"));
         item.setTopicUpdateType(SystemItem::TopicClosed);
         QCOMPARE(item.text(), u"Mum closed the topic “Bread”"_s);
-        item.setInfo(
-            alertOf(topic + R"(current_topic { name: "Rolls" })")); // which tells of another update
+        item.setInfo(fromText<Alert>(
+            topic + R"(current_topic { name: "Rolls" })")); // which tells of another update
         QCOMPARE(item.topicUpdateType(), int(SystemItem::TopicCreated));
     }
 
@@ -390,9 +372,8 @@ private Q_SLOTS:
         FakeAccount account;
         FakeAccount another;
         Body body = stickerBody();
-        im::FileInfo *animated = body.mutable_sticker()->mutable_animated_file()->mutable_file();
-        animated->set_file_id("a1");
-        animated->set_size(9'000);
+        body.MergeFrom(
+            fromText<Body>("sticker { animated_file { file { file_id: 'a1' size: 9000 } } }"));
         const auto sticker = make<StickerItem>(body, &account);
         body.mutable_sticker()->set_pid(8);
         QCOMPARE(make<StickerItem>(body, &account), sticker);
@@ -444,7 +425,7 @@ private Q_SLOTS:
         SharedStickers stickers;
         const auto held = stickers.sticker(stickerBody("held"));
         for (int i = 0; i < 1'000; ++i)
-            stickers.sticker(stickerBody(std::to_string(i).c_str()));
+            stickers.sticker(stickerBody(std::to_string(i)));
         QVERIFY(stickers.entryCount() <= 64);
         QCOMPARE(stickers.sticker(stickerBody("held")), held);
     }
@@ -471,7 +452,8 @@ private Q_SLOTS:
     void alertSizes()
     {
         SystemItem item(1, nullptr);
-        item.setInfo(alertOf("type: CREATE name: \"" + std::string(400, 'w') + '"' + byAnna));
+        item.setInfo(
+            fromText<Alert>("type: CREATE name: \"" + std::string(400, 'w') + '"' + byAnna));
         int lineCount = 0;
         const QSize size = item.calcContentSize(lineCount, 5'000, 1, false);
         QVERIFY(size.width() <= AccountManager::getInstance()->maxMsgItemWidth());

@@ -195,9 +195,8 @@ private Q_SLOTS:
         }
         init();
         // What its record carries beside the text is kept while it is shown that way.
-        im::content::Content record;
-        record.mutable_text()->set_text("😀😀");
-        record.mutable_text()->add_textentity()->set_group_id(7);
+        const auto record =
+            fromText<im::content::Content>("text { text: '😀😀' textEntity { group_id: 7 } }");
         const ItemPointer two = deserializeContent(record, 1, nullptr);
         measure(two);
         QCOMPARE(two->type(), 503);

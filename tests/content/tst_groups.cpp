@@ -77,16 +77,6 @@ QSize measure(ContentItem &item, int maxWidth)
     return item.calcContentSize(lines, maxWidth, 0, false);
 }
 
-im::Message message(int id, int sender, const std::string &content)
-{
-    im::Message record;
-    record.set_message_id(id);
-    record.set_sender(sender);
-    record.set_timestamp(1000 + id);
-    record.set_content(content);
-    return record;
-}
-
 /// Stands for decryption: the content is the text, and an empty one cannot be opened.
 QSharedPointer<ContentItem> opened(const im::Message &message)
 {
@@ -420,17 +410,14 @@ private Q_SLOTS:
 
     void combinedMessages()
     {
-        im::Message outer;
-        *outer.add_combined_messages() = message(1, 7, "hello\nthere");
-        *outer.add_combined_messages() = message(2, 8, "");
-        im::Message *inner = outer.add_combined_messages();
-        *inner->add_combined_messages() = message(4, 7, "deep");
-        inner->mutable_group_sender()->set_group_id(7);
-        inner->mutable_group_sender()->set_title("Lake");
-        inner->mutable_group_sender()->set_channel_name("Lake club");
-        inner->mutable_group_sender()->set_send_from_channel(true);
-        outer.set_total_combined_messages(9);
-
+        const auto outer = fromText<im::Message>(
+            R"(combined_messages { message_id: 1 sender: 7 timestamp: 1001 content: "hello\nthere" }
+               combined_messages { message_id: 2 sender: 8 }
+               combined_messages {
+                 combined_messages { message_id: 4 sender: 7 content: "deep" }
+                 group_sender { group_id: 7 title: "Lake" channel_name: "Lake club"
+                                send_from_channel: true } }
+               total_combined_messages: 9)");
         const auto made = makeMessageItem(outer, opened, 1, nullptr).objectCast<CombinedItem>();
         QVERIFY(made);
         CombinedItem &item = *made;
@@ -472,18 +459,17 @@ private Q_SLOTS:
 
     void messagesThatAreNotCombined()
     {
-        const auto item = makeMessageItem(message(1, 7, "hello"), opened, 1, nullptr);
-        QCOMPARE(item->content(), u"hello"_s);
-        QVERIFY(!makeMessageItem(message(1, 7, ""), opened, 1, nullptr));
-        QVERIFY(!makeMessageItem(message(1, 7, "hello"), nullptr, 1, nullptr));
+        const auto hello = fromText<im::Message>("sender: 7 content: 'hello'");
+        QCOMPARE(makeMessageItem(hello, opened, 1, nullptr)->content(), u"hello"_s);
+        QVERIFY(!makeMessageItem(im::Message(), opened, 1, nullptr));
+        QVERIFY(!makeMessageItem(hello, nullptr, 1, nullptr));
 
         // Those that are to be asked for are combined messages all the same, inside others, too.
-        im::Message outer;
-        im::Message *inner = outer.add_combined_messages();
-        inner->set_type(im::Message::COMBINED_MESSAGES);
-        inner->set_total_combined_messages(5);
+        const auto outer = fromText<im::Message>(
+            "combined_messages { type: COMBINED_MESSAGES total_combined_messages: 5 }");
         const auto combined = makeMessageItem(outer, opened, 1, nullptr).objectCast<CombinedItem>();
-        const auto alone = makeMessageItem(*inner, opened, 1, nullptr).objectCast<CombinedItem>();
+        const auto alone = makeMessageItem(outer.combined_messages(0), opened, 1, nullptr)
+                               .objectCast<CombinedItem>();
         QVERIFY(combined && alone);
         QCOMPARE(alone->total(), 5);
         QCOMPARE(combined->entries().at(0).contentItem()->property("total"), 5);
@@ -491,7 +477,7 @@ private Q_SLOTS:
 
     void combinedMessagesAreLimited()
     {
-        im::Message deep = message(1, 1, "core");
+        auto deep = fromText<im::Message>("content: 'core'");
         for (int i = 0; i < 50; ++i) {
             im::Message outer;
             *outer.add_combined_messages() = deep;

@@ -120,29 +120,6 @@ std::string differences(const QSharedPointer<ContentItem> &item, Content sent,
     return differencer.Compare(sent, written) ? std::string() : report + "\n";
 }
 
-/// A value in words, with what the objects in it are.
-QString inWords(const QVariant &value)
-{
-    QString words;
-    if (const auto *object = value.value<QObject *>()) {
-        words = inWords(valuesOf(*object));
-    } else if (const auto *meta = value.metaType().metaObject(); meta && meta->propertyCount() > 0
-               && value.metaType().flags().testFlag(QMetaType::IsGadget)) {
-        for (int i = 0; i < meta->propertyCount(); ++i)
-            words += inWords(meta->property(i).readOnGadget(value.constData())) + u'\n';
-    } else if (value.typeId() == QMetaType::QVariantMap) {
-        const QVariantMap map = value.toMap();
-        for (auto at = map.begin(); at != map.end(); ++at)
-            words += at.key() + u": "_s + inWords(at.value()) + u'\n';
-    } else if (value.typeId() == QMetaType::QVariantList) {
-        for (const QVariant &element : value.toList())
-            words += inWords(element) + u'\n';
-    } else {
-        QDebug(&words) << value;
-    }
-    return words;
-}
-
 /// What is wrong with the signals of a change. Each comes when all values are in place, and one asks
 /// for another size. `told` gets them.
 QString mistold(ContentItem &item, const std::function<void()> &change, QString *told = nullptr)
@@ -279,11 +256,6 @@ private Q_SLOTS:
             if (restored && serializeContent(restored) != serializeContent(item))
                 lost += "the stored map differs";
 
-            // An update leaves nothing of what the item was before.
-            const auto updated = makeContentItem(
-                body(Content::DataCase(kind), seed + 1000).SerializeAsString(), 2, 1, &account);
-            updated->setContent(sent);
-            lost += differences(updated, sent);
             QVERIFY2(lost.empty(), ("seed " + std::to_string(seed) + ":\n" + lost).c_str());
         }
     }
@@ -387,7 +359,7 @@ private Q_SLOTS:
                     QString told;
                     QString again;
                     QCOMPARE(mistold(*item, update, &told), QString());
-                    QCOMPARE(inWords(valuesOf(*item)), inWords(valuesOf(*expected)));
+                    QCOMPARE(mapToJson(storedMap(*item)), mapToJson(storedMap(*expected)));
                     const auto foreign =
                         kind == ContentItem::Call ? Content::kCard : Content::kCall;
                     mistold(
@@ -544,7 +516,7 @@ private Q_SLOTS:
         LogLines lines("im.modelbase");
         const QVariantMap group{{u"type"_s, u"mediagroup"_s}};
         QVERIFY(!deserializeContent(group, ContentItem::MediaGroup, 1, nullptr));
-        QVERIFY(!makeContentItem({{u"content"_s, QVariantList{group}}}, 1, nullptr));
+        QVERIFY(!make<ContentItem>(group));
         QVERIFY(!deserializeContent(Content(), 1, nullptr));
         QVERIFY(!makeContentItem(std::string("\xa2\x06\0", 3), 2, 1, nullptr));
         QCOMPARE(lines.take(), 4);
@@ -572,9 +544,7 @@ private Q_SLOTS:
         FakeAccount account;
         account.setStickerProvider(&stickers);
         QCOMPARE(makeContentItem(sent.SerializeAsString(), 2, 1, &account), stickers.shared);
-        const QVariantMap stored{{u"type"_s, u"sticker"_s}};
-        QCOMPARE(makeContentItem({{u"content"_s, QVariantList{stored}}}, 1, &account),
-                 stickers.shared);
+        QCOMPARE(make<ContentItem>({{u"type"_s, u"sticker"_s}}, &account), stickers.shared);
         QVERIFY(!makeContentItem(sent.SerializeAsString(), 2, 1, nullptr));
     }
 
@@ -644,13 +614,11 @@ private Q_SLOTS:
         for (int type = 1; type <= ContentItem::FileGroup; ++type) {
             const QVariantMap map{{u"type"_s, ModelBaseUtil::messageTypeIntToStr(type)},
                                   {u"content"_s, u"words"_s}};
-            const auto plain = QSharedPointer<ContentItem>::create(map, 1, nullptr);
-            const auto file = QSharedPointer<FileItem>::create(map, 1, nullptr);
             for (const QSharedPointer<ContentItem> &item :
-                 {plain, file.staticCast<ContentItem>()}) {
+                 {QSharedPointer<ContentItem>::create(map, 1, nullptr),
+                  QSharedPointer<FileItem>::create(map, 1, nullptr).staticCast<ContentItem>()}) {
                 const auto copy = copyContent(item);
-                QCOMPARE(copy->content(), u"words"_s);
-                QCOMPARE(copy->type(), item->type());
+                QCOMPARE(storedMap(*copy), storedMap(*item));
                 QCOMPARE(copy->metaObject(), item->metaObject());
             }
         }
