@@ -379,7 +379,7 @@ private Q_SLOTS:
         page.set_id("other");
         QVERIFY(!again->addShares(page) && !again->setLottery(page));
         QVERIFY(again->setLottery(fromText<im::Lottery>(
-            "total: -1 red_packet { amount: -1 drawn_count: -1 results { amount: -5 } }")));
+            "total: -1 red_packet { amount: -1 drawn_count: 9 results { amount: -5 } }")));
         QCOMPARE(again->amountText(2), u"0.00"_s);
         QCOMPARE(again->sharesText(2), u"0.00"_s);
         QVERIFY(again->total() >= 0 && again->drawn() >= 0 && again->remaining() >= 0);
