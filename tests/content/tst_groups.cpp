@@ -1,5 +1,3 @@
-#include "base/json.h"
-#include "content/contentfactory.h"
 #include "content/filedata.h"
 #include "content/innerfiledata.h"
 #include "content/items/captionitem.h"
@@ -7,18 +5,17 @@
 #include "content/items/filegroupitem.h"
 #include "content/items/folderitem.h"
 #include "content/items/imageitem.h"
-#include "content/items/locationitem.h"
 #include "content/items/mediagroupitem.h"
 #include "content/items/musicitem.h"
 #include "content/items/videoitem.h"
 #include "content/items/voiceitem.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
+#include "support/contents.h"
 #include "support/signallog.h"
 
 #include <QGuiApplication>
 #include <QScreen>
-#include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -59,6 +56,14 @@ QSharedPointer<ContentItem> member(QSize size, qint32 type = ContentItem::Image,
     return QSharedPointer<Member>::create(size, type, text);
 }
 
+Items pictures(const QList<QSize> &sizes)
+{
+    Items items;
+    for (const QSize &size : sizes)
+        items.append(member(size));
+    return items;
+}
+
 QSharedPointer<FileData> fileOf(const char *name)
 {
     im::content::FileInfo info;
@@ -70,16 +75,6 @@ QSize measure(ContentItem &item, int maxWidth)
 {
     int lines = 0;
     return item.calcContentSize(lines, maxWidth, 0, false);
-}
-
-im::Message message(int id, int sender, const std::string &content)
-{
-    im::Message record;
-    record.set_message_id(id);
-    record.set_sender(sender);
-    record.set_timestamp(1000 + id);
-    record.set_content(content);
-    return record;
 }
 
 /// Stands for decryption: the content is the text, and an empty one cannot be opened.
@@ -120,10 +115,7 @@ private Q_SLOTS:
     void grid()
     {
         QFETCH(QList<QSize>, natural);
-        Items members;
-        for (const QSize &size : natural)
-            members.append(member(size));
-        MediaGroupItem group(members, 1, nullptr);
+        MediaGroupItem group(pictures(natural), 1, nullptr);
         const int screen = QGuiApplication::primaryScreen()->availableSize().height();
         for (const int width : {1, 44, 60, 137, 224, 425, 5000}) {
             const QSize size = measure(group, width);
@@ -157,10 +149,7 @@ private Q_SLOTS:
     void gridLooksLikeAGallery()
     {
         const auto rects = [](const QList<QSize> &natural) {
-            Items members;
-            for (const QSize &size : natural)
-                members.append(member(size));
-            MediaGroupItem group(members, 1, nullptr);
+            MediaGroupItem group(pictures(natural), 1, nullptr);
             measure(group, 400);
             return group.rects();
         };
@@ -183,12 +172,11 @@ private Q_SLOTS:
         const auto first = member({400, 300});
         const auto second = member({400, 300}, ContentItem::Video, u"At the lake 🎉"_s);
         MediaGroupItem group(1, nullptr);
-        SignalLog log{{&group}};
-        QSignalSpy recalc(&group, &ContentItem::needRecalcSize);
+        SignalLog log{{&group, group.caption().data()}};
         QTest::ignoreMessage(QtWarningMsg, "What cannot be a member of a group is left out.");
         group.setMembers({first, nullptr, second, first, member({1, 1}, ContentItem::File)});
         QCOMPARE(group.members(), (Items{first, second}));
-        QCOMPARE(log.take(), u"membersChanged needRecalcSize"_s);
+        QCOMPARE(log.take(), u"contentChanged memberChanged membersChanged needRecalcSize"_s);
         group.setMembers({first, second});
         QCOMPARE(log.take(), QString());
         QCOMPARE(group.caption()->content(), u"At the lake 🎉"_s);
@@ -196,73 +184,54 @@ private Q_SLOTS:
         QCOMPARE(group.getKeyword(), u"At the lake 🎉"_s);
 
         // The group follows its members, and no longer those that left.
-        recalc.clear();
+        log.take();
         first->setProperty("w", 900);
-        QCOMPARE(recalc.size(), 1);
+        QCOMPARE(log.take(), u"needRecalcSize"_s);
         const QSize withText = measure(group, 400);
         first->setContent(u"another"_s, {});
         QCOMPARE(group.caption()->content(), QString());
         QVERIFY(measure(group, 400).height() < withText.height());
         group.setMembers({second});
         QCOMPARE(group.caption()->content(), u"At the lake 🎉"_s);
-        recalc.clear();
+        log.take();
         first->setProperty("h", 1);
         first->setContent(u"x"_s, {});
-        QCOMPARE(recalc.size(), 0);
-        QCOMPARE(group.caption()->content(), u"At the lake 🎉"_s);
+        QCOMPARE(log.take(), QString());
 
         // A caption of emoji alone stays a text of its size.
         second->setContent(u"🎉"_s, {});
-        int lines = 0;
         group.caption()->calcSize(300, 0, 0, ContentItem::CONTENT_CHANGED, false);
         QCOMPARE(group.caption()->type(), ContentItem::Text);
-        QVERIFY(group.caption()->calcContentSize(lines, 300, 0, false).height() < 60);
+        QVERIFY(group.caption()->contentHeight() < 60);
     }
 
-    /// An item asks when it measures another size, and only then; its group also when the text is
-    /// another one. Each asks once for an update.
+    /// An item asks for another size also when its file has changed, and its group also when the
+    /// text has. Each asks once for an update.
     void sizesAreAskedFor()
     {
         const auto image = QSharedPointer<ImageItem>::create(1, nullptr);
         const auto file = QSharedPointer<FileItem>::create(1, nullptr);
         const auto voice = QSharedPointer<VoiceItem>::create(1, nullptr);
         const auto music = QSharedPointer<MusicItem>::create(1, nullptr);
-        const auto place = QSharedPointer<LocationItem>::create(1, nullptr);
         const MediaGroupItem media({image, member({4, 3}, ContentItem::Image, u"two"_s)}, 1,
                                    nullptr);
         const FileGroupItem files({file, voice, music}, 1, nullptr);
-
-        im::content::Content song;
-        song.mutable_audio()->mutable_audio_file()->set_name("a long name.mp3");
-        song.mutable_audio()->set_title("Morning");
-        song.mutable_audio()->set_authors("Mia");
-        song.mutable_audio()->mutable_caption()->set_text("at dawn");
         const UserTextBlock code{0, 2, TextEntityType::CodeBlock, {}};
         const auto replaced = fileOf("a.mp3");
-
         const std::pair<std::function<void()>, QString> changes[] = {
             {[&] { image->setSize(10, 20); }, u"image media"_s},
             {[&] { image->setThumbSize(20, 20); }, {}},
-            {[&] { image->setDisplayName(u"a.png"_s); }, {}},
-            {[&] {
-                 image->deserialize({{u"w"_s, 30}, {u"thumbW"_s, 40}});
-             },
-             u"image media"_s},
             {[&] { image->setContent(u"one"_s, {code}); }, u"media"_s},
             {[&] { image->setContent(u"one"_s, {}); }, u"image media"_s},
-            {[&] { image->setContent(u"1"_s, {}); }, u"media"_s},
-            {[&] { file->setSourceFile(fileOf("a.png")); }, u"file files"_s},
-            {[&] { file->setDisplayName(u"b.png"_s); }, u"file files"_s},
-            {[&] { file->setSourceFile(fileOf("c.png")); }, {}},
-            {[&] { file->sourceFile()->setFileName(u"d.png"_s); }, {}},
-            {[&] { file->sourceFile()->setSize(2048); }, u"file files"_s},
-            {[&] { file->setDisplayName({}); }, u"file files"_s},
-            {[&] { file->sourceFile()->setFileName(u"e.png"_s); }, u"file files"_s},
             {[&] { image->setSourceFile(fileOf("a.png")); }, {}},
             {[&] { image->sourceFile()->setFileName(u"b.png"_s); }, {}},
+            {[&] { file->setSourceFile(fileOf("c.png")); }, u"file files"_s},
+            {[&] { file->sourceFile()->setSize(2048); }, u"file files"_s},
+            {[&] { file->sourceFile()->setFileName(u"e.png"_s); }, u"file files"_s},
             {[&] { file->setThumbNail("a few bytes"); }, u"file files"_s},
-            {[&] { file->sourceFile()->setFileName(u"e.pdf"_s); }, u"file files"_s}, // once
-            {[&] { file->setContent(u"1\n2"_s, {}); }, u"files"_s},
+            {[&] { file->sourceFile()->setFileName(u"e.pdf"_s); }, u"file files"_s},
+            {[&] { file->setDisplayName(u"e.pdf"_s); }, {}},
+            {[&] { file->sourceFile()->setFileName(u"f.pdf"_s); }, {}},
             {[&] { voice->setContent(u"3"_s, {code}); }, u"files"_s},
             {[&] { voice->setCollapsed(0, true); }, u"files voice"_s},
             {[&] { voice->setDuration(60); }, u"files voice"_s},
@@ -270,22 +239,14 @@ private Q_SLOTS:
             {[&] { music->setSourceFile(replaced); }, u"files music"_s},
             {[&] { music->setTitle(u"Morning"_s); }, u"files music"_s},
             {[&] { music->setSourceFile(fileOf("b.mp3")); }, {}},
-            {[&] { music->sourceFile()->setFileName(u"c.mp3"_s); }, {}},
-            {[&] { music->setTitle({}); }, u"files music"_s},
-            {[&] { music->sourceFile()->setFileName(u"d.mp3"_s); }, u"files music"_s},
             {[&] { replaced->setFileName(u"e.mp3"_s); }, {}},
-            {[&] { music->setContent(song); }, u"files files music"_s}, // text and size
-            {[&] { place->setPlace(u"The lake"_s); }, u"place"_s},
-            {[&] { place->setSize(10, 20); }, {}},
         };
         QStringList asked;
-        QObject listener;
         const std::pair<const ContentItem *, QString> items[] = {
-            {image.data(), u"image"_s}, {file.data(), u"file"_s},   {voice.data(), u"voice"_s},
-            {music.data(), u"music"_s}, {place.data(), u"place"_s}, {&media, u"media"_s},
-            {&files, u"files"_s}};
+            {image.data(), u"image"_s}, {file.data(), u"file"_s}, {voice.data(), u"voice"_s},
+            {music.data(), u"music"_s}, {&media, u"media"_s},     {&files, u"files"_s}};
         for (const auto &[item, name] : items)
-            connect(item, &ContentItem::needRecalcSize, &listener, [&, name] { asked += name; });
+            connect(item, &ContentItem::needRecalcSize, this, [&, name] { asked += name; });
         for (const auto &[change, expected] : changes) {
             change();
             asked.sort();
@@ -322,25 +283,6 @@ private Q_SLOTS:
                         Uploading, NoUpload}));
     }
 
-    void searchedByWhatIsSeen()
-    {
-        const auto music = QSharedPointer<MusicItem>::create(1, nullptr);
-        music->setSourceFile(fileOf("a.mp3"));
-        music->setDisplayName(u"b.mp3"_s);
-        music->setTitle(u"Morning"_s);
-        music->setAuthor(u"Mia"_s);
-        music->setContent(u"at dawn"_s, {});
-        QCOMPARE(music->getKeyword(), u"at dawn\nb.mp3\na.mp3\nMorning\nMia"_s);
-        const auto place = QSharedPointer<LocationItem>::create(1, nullptr);
-        place->setPlace(u"The lake"_s);
-        place->setAddress(u"Shore Road 1"_s);
-        QCOMPARE(place->getKeyword(), u"The lake\nShore Road 1"_s);
-        place->setCoordinates(8.5, 47.25);
-        QCOMPARE(place->gps(), u"47.250000, 8.500000"_s);
-        place->setCoordinates(8.5, 90.1);
-        QCOMPARE(place->gps(), QString());
-    }
-
     /// Of a picture that cannot be shown nothing is drawn but the icon of a file.
     void kindsOfFiles()
     {
@@ -360,24 +302,17 @@ private Q_SLOTS:
         unwatched->sourceFile()->setFileName(u"a.pdf"_s);
         QCOMPARE(unwatched->fileType(), FileItem::PdfFile);
         // What a record can be read from is a file.
-        const std::tuple<QString, QVariant, bool> stored[] = {
-            {u"fileName"_s, u"a.pdf"_s, true},
-            {u"thumbnailName"_s, u"a.png"_s, false},
-            {u"size"_s, 7, true},
-            {u"thumbnailSize"_s, 7, false},
-            {u"aesKey"_s, u"AP8="_s, true},
-            {u"thumbnailAesKey"_s, u"AP8="_s, false},
-            {u"fileMd5"_s, u"AP8="_s, true},
-            {u"thumbnailFileMd5"_s, u"AP8="_s, false},
-            {u"version"_s, 2, true},
-            {u"thumbnailVersion"_s, 2, false},
-            {u"cachePath"_s, u"/none"_s, true},
-            {u"thumbnailCachePath"_s, u"/none"_s, false},
+        const std::pair<QString, QVariant> stored[] = {
+            {u"Name"_s, u"a.pdf"_s},   {u"Size"_s, 7},    {u"AesKey"_s, u"AP8="_s},
+            {u"FileMd5"_s, u"AP8="_s}, {u"Version"_s, 2}, {u"CachePath"_s, u"/none"_s},
         };
-        for (const auto &[key, value, isSource] : stored) {
-            const FileItem made({{key, value}}, 1, nullptr);
-            QVERIFY2(bool(made.sourceFile()) == isSource, qPrintable(key));
-            QVERIFY2(bool(made.thumbnailFile()) != isSource, qPrintable(key));
+        for (const auto &[key, value] : stored) {
+            const QString source =
+                key == u"Name" ? u"fileName"_s : key.front().toLower() + key.mid(1);
+            const FileItem ofFile({{source, value}}, 1, nullptr);
+            const FileItem ofThumbnail({{u"thumbnail"_s + key, value}}, 1, nullptr);
+            QVERIFY2(ofFile.sourceFile() && !ofFile.thumbnailFile(), qPrintable(key));
+            QVERIFY2(!ofThumbnail.sourceFile() && ofThumbnail.thumbnailFile(), qPrintable(key));
         }
         const auto image = QSharedPointer<ImageItem>::create(1, nullptr);
         image->setSourceFile(fileOf("a.GIF"));
@@ -419,30 +354,22 @@ private Q_SLOTS:
         const auto image = QSharedPointer<ImageItem>::create(1, nullptr);
         image->setSize(40, 30);
         const auto video = QSharedPointer<VideoItem>::create(1, nullptr);
-        video->setDuration(83);
         video->setContent(u"At the lake"_s, {});
         const auto music = QSharedPointer<MusicItem>::create(1, nullptr);
-        music->setTitle(u"Morning"_s);
         const QVariantList files{QVariantMap{{u"fileId"_s, u"f"_s}, {u"fileName"_s, u"a.txt"_s}}};
         const QVariantMap inner{{u"name"_s, u"b"_s}, {u"files"_s, files}};
         const auto folder = QSharedPointer<FolderItem>::create(1, nullptr);
         folder->setFolders({QVariantMap{
             {u"name"_s, u"a"_s}, {u"files"_s, files}, {u"folders"_s, QVariantList{inner}}}});
+        QCOMPARE(folder->fileCount(), 2);
+        QCOMPARE(folder->innerFiles().last()->innerDiskPath(), u"a/b/a.txt"_s);
 
         for (const Items &members : {Items{image, video}, Items{music, image, video, folder}}) {
             const auto group = makeGroupItem(members, 1, nullptr);
             const QByteArray stored = mapToJson(serializeContent(group));
             const auto again = restoreContent(stored.toStdString(), 1, 1, nullptr);
-            QVERIFY(again);
-            QCOMPARE(again->type(), group->type());
-            QCOMPARE(again->innerItems().size(), members.size());
-            QCOMPARE(again->getKeyword(), group->getKeyword());
+            QVERIFY(again && again->type() == group->type());
             QCOMPARE(mapToJson(serializeContent(again)), stored);
-            const auto last = again->innerItems().last().objectCast<FolderItem>();
-            if (members.last() == folder) {
-                QCOMPARE(last->fileCount(), 2);
-                QCOMPARE(last->innerFiles().last()->innerDiskPath(), u"a/b/a.txt"_s);
-            }
             // Who asks for a body gets that of the first message.
             const auto first = makeContentItem(stored.toStdString(), 1, 1, nullptr);
             QCOMPARE(serializeContent(first), serializeContent(members.first()));
@@ -455,14 +382,13 @@ private Q_SLOTS:
         QCOMPARE(body.ByteSizeLong(), size_t(0));
         QCOMPARE(restoreContent(serializeContent(one), 1, nullptr)->type(), ContentItem::Image);
         QTest::ignoreMessage(QtWarningMsg, "Contents that no group can hold are not shown as one.");
-        const auto texts = restoreContent("{\"content\":[{\"type\":\"text\",\"content\":\"a\"},7]}",
-                                          1, 1, nullptr);
+        const auto texts =
+            restoreContent(R"({"content":[{"type":"text","content":"a"},7]})", 1, 1, nullptr);
         QVERIFY(texts && texts->content() == u"a"_s);
         QVERIFY(!restoreContent(QMap<QString, QVariant>(), 1, nullptr));
         const auto damaged = restoreContent(
             R"({"content":[7,{"type":"image"},{"type":"nothing known"},{"type":"video"}]})", 1, 1,
             nullptr);
-        QCOMPARE(damaged->type(), ContentItem::MediaGroup);
         QCOMPARE(damaged->innerItems().size(), 2);
     }
 
@@ -473,30 +399,25 @@ private Q_SLOTS:
                              member({9000, 50}, ContentItem::Folder)},
                             1, nullptr);
         const QSize size = measure(group, 400);
-        QCOMPARE(size.width(), 400);
         int bottom = -1;
         for (const QRect &rect : group.rects()) {
-            QVERIFY(rect.top() > bottom && rect.height() >= 44);
-            QCOMPARE(rect.width(), 400);
+            QVERIFY(rect.top() > bottom && rect.height() >= 44 && rect.width() == 400);
             bottom = rect.bottom();
         }
-        QCOMPARE(bottom, size.height() - 1);
+        QCOMPARE(size, QSize(400, bottom + 1));
         QCOMPARE(measure(*QSharedPointer<FileGroupItem>::create(1, nullptr), 400), QSize(0, 0));
     }
 
     void combinedMessages()
     {
-        im::Message outer;
-        *outer.add_combined_messages() = message(1, 7, "hello\nthere");
-        *outer.add_combined_messages() = message(2, 8, "");
-        im::Message *inner = outer.add_combined_messages();
-        *inner->add_combined_messages() = message(4, 7, "deep");
-        inner->mutable_group_sender()->set_group_id(7);
-        inner->mutable_group_sender()->set_title("Lake");
-        inner->mutable_group_sender()->set_channel_name("Lake club");
-        inner->mutable_group_sender()->set_send_from_channel(true);
-        outer.set_total_combined_messages(9);
-
+        const auto outer = fromText<im::Message>(
+            R"(combined_messages { message_id: 1 sender: 7 timestamp: 1001 content: "hello\nthere" }
+               combined_messages { message_id: 2 sender: 8 }
+               combined_messages {
+                 combined_messages { message_id: 4 sender: 7 content: "deep" }
+                 group_sender { group_id: 7 title: "Lake" channel_name: "Lake club"
+                                send_from_channel: true } }
+               total_combined_messages: 9)");
         const auto made = makeMessageItem(outer, opened, 1, nullptr).objectCast<CombinedItem>();
         QVERIFY(made);
         CombinedItem &item = *made;
@@ -515,22 +436,14 @@ private Q_SLOTS:
         QVERIFY(!measure(item, 300).isEmpty());
         QCOMPARE(log.take(), u"lineCountChanged"_s);
 
-        QMap<QString, QVariant> map;
-        item.serialize(map);
-        QCOMPARE(map.value(u"type"_s), u"combined"_s);
+        const QVariantMap map = storedMap(item);
         const std::string stored = mapToJson(serializeContent(made)).toStdString();
-        const auto restored = restoreContent(stored, 1, 1, nullptr).objectCast<CombinedItem>();
-        QVERIFY(restored);
         QCOMPARE(makeContentItem(stored, 1, 1, nullptr)->type(), ContentItem::System);
-        const CombinedItem &again = *restored;
-        QCOMPARE(again.type(), ContentItem::Combined);
-        QCOMPARE(again.total(), 9);
-        QCOMPARE(again.entries().at(0).time, 1001);
-        QCOMPARE(again.summary(), item.summary());
-        QVERIFY(!again.entries().at(1).content);
-        QMap<QString, QVariant> second;
-        again.serialize(second);
-        QCOMPARE(mapToJson(second), mapToJson(map));
+        const auto again = restoreContent(stored, 1, 1, nullptr).objectCast<CombinedItem>();
+        QVERIFY(again);
+        QCOMPARE(again->entries().at(0).time, 1001);
+        QCOMPARE(again->summary(), item.summary());
+        QCOMPARE(mapToJson(storedMap(*again)), mapToJson(map));
         item.deserialize(map);
         QCOMPARE(log.take(), QString());
 
@@ -541,25 +454,22 @@ private Q_SLOTS:
         QVERIFY(innermost);
         QCOMPARE(innermost->title(), u"Li"_s);
         copy.entries().at(0).contentItem()->setContent(u"other"_s, {});
-        QCOMPARE(item.entries().at(0).contentItem()->content(), u"hello\nthere"_s);
-        QCOMPARE(item.title(), u"Mia, Lake club"_s);
-        QCOMPARE(item.entries().at(2).contentItem()->property("title"), u"Mia"_s);
+        QCOMPARE(storedMap(item), map);
     }
 
     void messagesThatAreNotCombined()
     {
-        const auto item = makeMessageItem(message(1, 7, "hello"), opened, 1, nullptr);
-        QCOMPARE(item->content(), u"hello"_s);
-        QVERIFY(!makeMessageItem(message(1, 7, ""), opened, 1, nullptr));
-        QVERIFY(!makeMessageItem(message(1, 7, "hello"), nullptr, 1, nullptr));
+        const auto hello = fromText<im::Message>("sender: 7 content: 'hello'");
+        QCOMPARE(makeMessageItem(hello, opened, 1, nullptr)->content(), u"hello"_s);
+        QVERIFY(!makeMessageItem(im::Message(), opened, 1, nullptr));
+        QVERIFY(!makeMessageItem(hello, nullptr, 1, nullptr));
 
         // Those that are to be asked for are combined messages all the same, inside others, too.
-        im::Message outer;
-        im::Message *inner = outer.add_combined_messages();
-        inner->set_type(im::Message::COMBINED_MESSAGES);
-        inner->set_total_combined_messages(5);
+        const auto outer = fromText<im::Message>(
+            "combined_messages { type: COMBINED_MESSAGES total_combined_messages: 5 }");
         const auto combined = makeMessageItem(outer, opened, 1, nullptr).objectCast<CombinedItem>();
-        const auto alone = makeMessageItem(*inner, opened, 1, nullptr).objectCast<CombinedItem>();
+        const auto alone = makeMessageItem(outer.combined_messages(0), opened, 1, nullptr)
+                               .objectCast<CombinedItem>();
         QVERIFY(combined && alone);
         QCOMPARE(alone->total(), 5);
         QCOMPARE(combined->entries().at(0).contentItem()->property("total"), 5);
@@ -567,7 +477,7 @@ private Q_SLOTS:
 
     void combinedMessagesAreLimited()
     {
-        im::Message deep = message(1, 1, "core");
+        auto deep = fromText<im::Message>("content: 'core'");
         for (int i = 0; i < 50; ++i) {
             im::Message outer;
             *outer.add_combined_messages() = deep;

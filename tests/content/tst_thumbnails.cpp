@@ -136,6 +136,10 @@ private Q_SLOTS:
         item->setCoordinates(9, 46);
         item->fetchMapImage();
         QCOMPARE(asked, 2);
+        QCOMPARE(item->gps(), u"46.000000, 9.000000"_s);
+        item->setCoordinates(9, 90.1);
+        QCOMPARE(item->gps(), QString());
+        item->setCoordinates(9, 46);
         QVERIFY(item->setMapImage(media(u"map.png"_s), 9, 46));
         QVERIFY(!item->setMapImage(media(u"lake.jpg"_s), 8, 47));
         QCOMPARE(item->thumbnailFile()->fileName(), u"map.png"_s);
@@ -231,12 +235,15 @@ private Q_SLOTS:
         QTest::addColumn<QString>("file");
         QTest::addColumn<ContentItem::Type>("type");
         QTest::addColumn<bool>("isSent");
-        for (const bool isSent : {true, false}) {
-            const char *where = isSent ? "sent" : "received";
-            QTest::addRow("picture, %s", where) << u"lake.jpg"_s << ContentItem::Image << isSent;
-            QTest::addRow("video, %s", where) << u"sunrise.mp4"_s << ContentItem::Video << isSent;
-            QTest::addRow("music, %s", where) << u"morning.mp3"_s << ContentItem::Music << isSent;
-            QTest::addRow("file, %s", where) << u"receipt.png"_s << ContentItem::File << isSent;
+        const std::pair<QString, ContentItem::Type> files[] = {
+            {u"lake.jpg"_s, ContentItem::Image},
+            {u"sunrise.mp4"_s, ContentItem::Video},
+            {u"morning.mp3"_s, ContentItem::Music},
+            {u"receipt.png"_s, ContentItem::File},
+        };
+        for (const auto &[file, type] : files) {
+            for (const bool isSent : {true, false})
+                QTest::addRow("%s, %d", qPrintable(file), isSent) << file << type << isSent;
         }
     }
     /// True is said of an image that is there, whatever happens while it is made and afterwards.

@@ -5,7 +5,19 @@
 #include "content/contentitem.h"
 #include "protocol/message_content.pb.h"
 
+#include <google/protobuf/text_format.h>
+
 // Contents on the ways that they take: received, stored, read back.
+
+/// A record from its text.
+template <typename Record>
+Record fromText(const std::string &text)
+{
+    Record record;
+    if (!google::protobuf::TextFormat::ParseFromString(text, &record))
+        qFatal("%s", text.c_str());
+    return record;
+}
 
 /// What a received body becomes; null when it is no such item.
 template <typename Item>

@@ -3,6 +3,8 @@
 #include <QMetaMethod>
 #include <QObject>
 
+#include <functional>
+
 /// Notes the signals of objects, by name, in the order in which they come.
 class SignalLog : public QObject
 {
@@ -25,12 +27,17 @@ public:
     /// The same as "first second", and forgets it.
     QString take() { return std::exchange(m_names, {}).join(u' '); }
 
+    std::function<void()> atEach; ///< called when one has been noted
+
     int qt_metacall(QMetaObject::Call call, int id, void **arguments) override
     {
         id = QObject::qt_metacall(call, id, arguments);
-        if (call == QMetaObject::InvokeMetaMethod && id == 0)
+        if (call == QMetaObject::InvokeMetaMethod && id == 0) {
             m_names +=
                 QLatin1StringView(sender()->metaObject()->method(senderSignalIndex()).name());
+            if (atEach)
+                atEach();
+        }
         return id - 1;
     }
 
