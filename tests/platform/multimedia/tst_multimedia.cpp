@@ -36,26 +36,18 @@ QString seedPath(const QString &name)
     return QStringLiteral(FUZZ) + name;
 }
 
-QByteArray number(quint32 value)
+/// Seven bits a byte are what ID3v2 writes the size of a tag with.
+QByteArray number(quint32 value, int bits = 8)
 {
     QByteArray bytes(4, '\0');
-    qToBigEndian(value, bytes.data());
-    return bytes;
-}
-
-/// Seven bits a byte, as ID3v2 writes the size of a tag.
-QByteArray number7(quint32 value)
-{
-    QByteArray bytes(4, '\0');
-    for (int i = 3; i >= 0; --i, value >>= 7)
-        bytes[i] = char(value & 0x7f);
+    for (int i = 3; i >= 0; --i, value >>= bits)
+        bytes[i] = char(value & ((1U << bits) - 1));
     return bytes;
 }
 
 QByteArray frame(const char *id, const QByteArray &body, quint16 flags = 0, int version = 3)
 {
-    const QByteArray size =
-        version == 4 ? number7(quint32(body.size())) : number(quint32(body.size()));
+    const QByteArray size = number(quint32(body.size()), version == 4 ? 7 : 8);
     return id + size + char(flags >> 8) + char(flags) + body;
 }
 
@@ -79,7 +71,7 @@ QByteArray song(const QByteArray &frames, char version = 3)
             size = size << 7 | quint32(whole.at(i));
         return whole.sliced(10 + size);
     }();
-    return "ID3" + QByteArray(1, version) + QByteArray(2, '\0') + number7(quint32(frames.size()))
+    return "ID3" + QByteArray(1, version) + QByteArray(2, '\0') + number(quint32(frames.size()), 7)
         + frames + sound;
 }
 
