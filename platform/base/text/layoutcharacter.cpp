@@ -76,6 +76,7 @@ LayoutCharacter classify(char32_t c)
     made.isDigit = QChar::isDigit(c);
     made.isClosing = category == QChar::Punctuation_Close
         || QStringView(u"、。，．､｡").contains(QChar(char16_t(c)));
+    made.isOpening = category == QChar::Punctuation_Open;
     const bool isHangulLetter = (c >= 0x1100 && c <= 0x11ff) || (c >= 0xa960 && c <= 0xa97f)
         || (c >= 0xd7b0 && c <= 0xd7ff);
     made.isJoining = made.isMark || category == QChar::Other_Format || isHangulLetter

@@ -16,6 +16,7 @@ struct LayoutCharacter {
     bool isLetter = false; ///< or a digit
     bool isDigit = false;
     bool isClosing = false; ///< a closing bracket, or what breaks lines like one
+    bool isOpening = false; ///< an opening bracket
     bool isJoining = false; ///< may be one character, as people see it, with the one before
     bool isIdeograph = false;
     /// A line may always break between it and an ideograph: an ideograph or its punctuation.

@@ -46,13 +46,18 @@ bool isPlain(const LayoutCharacter &c, QChar unit)
 }
 
 /// Finds what makes the breaks in a number depend on another word: to QTextLayout a number goes on
-/// behind spaces as long as no letter comes, and it ends otherwise behind a bracket.
+/// behind spaces as long as no letter comes, and it ends otherwise behind a bracket; and it may begin
+/// with a bracket before those spaces.
 class Numbers
 {
 public:
     /// @return whether the number that came before may reach into the word of `c`
     bool reachesInto(const LayoutCharacter &c)
     {
+        const Bracket before = m_bracket;
+        m_bracket = c.isOpening ? Open : c.isSpace && before != None ? OpenAndSpace : None;
+        if (before == OpenAndSpace && c.isDigit)
+            return true;
         if (c.isLetter && !c.isDigit) {
             *this = {};
         } else if (c.isSpace) {
@@ -69,6 +74,8 @@ public:
     }
 
 private:
+    enum Bracket { None, Open, OpenAndSpace };
+    Bracket m_bracket = None;
     bool m_isOpen = false;
     bool m_isClosed = false;
     bool m_hasSpace = false;

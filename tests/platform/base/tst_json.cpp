@@ -1,9 +1,9 @@
 #include "base/json.h"
+#include "support/loglines.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QLoggingCategory>
 #include <QPointF>
 #include <QTest>
 
@@ -85,7 +85,7 @@ private Q_SLOTS:
     void tooDeep()
     {
         constexpr int depth = 100'000;
-        QLoggingCategory::setFilterRules(u"im.base=false"_s);
+        const LogLines quiet;
         QVariantList deep = nest(depth);
         QCOMPARE(listToJson(deep), QByteArray());
         while (!deep.isEmpty()) // dismantled without recursion
@@ -101,21 +101,17 @@ private Q_SLOTS:
         QCOMPARE(mapToJson({{u"a"_s, array}}), QByteArray());
         for (const QByteArray &level : {QByteArray("["), QByteArray("{\"a\":")})
             QCOMPARE(jsonToMap(level.repeated(depth)), QVariantMap());
-        QLoggingCategory::setFilterRules({});
     }
 
     void logLinesHoldNoContent()
     {
-        static QStringList lines;
-        lines.clear();
-        const auto previous = qInstallMessageHandler(
-            [](QtMsgType, const QMessageLogContext &, const QString &line) { lines += line; });
+        LogLines log;
         jsonToMap("{\"secret\":\"secret\",}");
         jsonToMap("[\"secret\"]");
         jsonToList("secret");
         jsonToMap({});
         listToJson(nest(2000));
-        qInstallMessageHandler(previous);
+        const QStringList lines = log.takeTexts();
         QCOMPARE(lines.size(), 4);
         QVERIFY(!lines.join(u'\n').contains("secret"_L1));
     }

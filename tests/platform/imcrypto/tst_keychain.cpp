@@ -3,7 +3,6 @@
 
 #include <QLocalServer>
 #include <QProcess>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -18,28 +17,20 @@ class TestKeychain : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void withoutKeychain_data()
-    {
-        QTest::addColumn<QByteArray>("busAddress");
-        QTest::newRow("no session bus") << QByteArray();
-        QTest::newRow("a bus that is gone") << QByteArray("unix:path=/nonexistent/bus");
-        QTest::newRow("a bus that never answers") << QByteArray("silent");
-    }
-
+    /// No session bus, one that is gone, and one that never answers.
     void withoutKeychain()
     {
-        QFETCH(QByteArray, busAddress);
-        const QTemporaryDir directory;
+        QTemporaryDir bus;
         QLocalServer silent;
-        if (busAddress == "silent") {
-            QVERIFY(silent.listen(directory.filePath(QStringLiteral("bus"))));
-            busAddress = "unix:path=" + silent.fullServerName().toLocal8Bit();
+        QVERIFY(silent.listen(bus.filePath(QStringLiteral("bus"))));
+        for (const QByteArray &address : {QByteArray(), QByteArray("unix:path=/nonexistent/bus"),
+                                          "unix:path=" + silent.fullServerName().toLocal8Bit()}) {
+            const QTemporaryDir directory;
+            const QByteArray made = start(directory.path(), address);
+            QCOMPARE(made.size(), 32);
+            QCOMPARE(start(directory.path(), address), made);
         }
-        const QByteArray made = start(directory.path(), busAddress);
-        QCOMPARE(made.size(), 32);
-        QCOMPARE(start(directory.path(), busAddress), made);
-        if (silent.isListening())
-            QVERIFY(silent.hasPendingConnections());
+        QVERIFY(silent.hasPendingConnections());
     }
 
     void withKeychain()

@@ -1,6 +1,8 @@
 #include "imlog/imlog.h"
 
 #include "support/facts.h"
+#include "support/files.h"
+#include "support/loglines.h"
 #include "support/privacy.h"
 
 #include <QDir>
@@ -29,10 +31,8 @@ class tst_ImLog : public QObject
 
     static QStringList lines(const QString &directory)
     {
-        QFile file(directory + u"/im.log"_s);
-        if (!file.open(QFile::ReadOnly))
-            return {};
-        return QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+        return QString::fromUtf8(contents(directory + u"/im.log"_s))
+            .split(u'\n', Qt::SkipEmptyParts);
     }
 
     static QProcess &runChild(QProcess &child, const char *kind, const QString &dataHome)
@@ -75,31 +75,28 @@ private Q_SLOTS:
 
     void oneLegibleLineEach()
     {
-        QList<std::pair<QString, QString>> rows;
+        const QString more = u"... (4097 characters)"_s;
+        QList<std::pair<QString, QString>> rows{
+            {u"\t\r"_s, u"\\t\\r"_s},
+            {QString(100'000, u'x'), QString(4096, u'x') + u"... (100000 characters)"_s},
+            {u"😀"_s.repeated(2048) + u'x', u"😀"_s.repeated(2048) + more},
+            {u'x' + u"😀"_s.repeated(2048), u'x' + u"😀"_s.repeated(2047) + more}};
         for (const QString &line : facts(u"lines.txt"_s))
             rows.append({line.section(u'\t', 0, 0), line.section(u'\t', 1)});
-        const QString more = u"... (4097 characters)"_s;
-        rows.append({u"\t\r"_s, u"\\t\\r"_s});
-        rows.append({QString(100'000, u'x'), QString(4096, u'x') + u"... (100000 characters)"_s});
-        rows.append({u"😀"_s.repeated(2048) + u'x', u"😀"_s.repeated(2048) + more});
-        rows.append({u'x' + u"😀"_s.repeated(2048), u'x' + u"😀"_s.repeated(2047) + more});
         QTemporaryDir directory;
         QVERIFY(ImLog::instance()->setDirectory(directory.path()));
-        static QStringList terminal;
-        terminal.clear();
-        const QtMessageHandler before = qInstallMessageHandler(
-            [](QtMsgType, const QMessageLogContext &, const QString &text) { terminal += text; });
+        LogLines terminal("im.test");
         const QLoggingCategory category("im.test");
         for (const auto &[text, written] : rows) {
             ImLog::info(category, text);
             ImLog::error(category, text);
         }
-        qInstallMessageHandler(before);
+        const QStringList printed = terminal.takeTexts();
         ImLog::instance()->flush();
         ImLog::infoInCrash("crash\n\x1b[2J");
         const QStringList all = lines(directory.path());
         QCOMPARE(all.size(), 2 * rows.size() + 1);
-        QCOMPARE(terminal.size(), 2 * rows.size());
+        QCOMPARE(printed.size(), 2 * rows.size());
         const auto parts = [](const QString &line) {
             static const QRegularExpression form(
                 u"^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} [+-]\\d\\d:\\d\\d "
@@ -110,7 +107,8 @@ private Q_SLOTS:
             const QString &written = rows[i].second;
             QCOMPARE(parts(all[2 * i]), (QStringList{u"info"_s, written}));
             QCOMPARE(parts(all[2 * i + 1]), (QStringList{u"error"_s, written}));
-            QCOMPARE(terminal.mid(2 * i, 2), (QStringList{written, written}));
+            const QString shown = u"im.test: "_s + written;
+            QCOMPARE(printed.mid(2 * i, 2), (QStringList{shown, shown}));
         }
         QCOMPARE(parts(all.last()), (QStringList{u"info"_s, u"crash??[2J"_s}));
     }
@@ -120,20 +118,19 @@ private Q_SLOTS:
         QTemporaryDir directory;
         const QString first = directory.filePath(u"first"_s);
         const QString second = directory.filePath(u"deep/second"_s);
-        QVERIFY(ImLog::instance()->setDirectory(first));
+        ImLog &log = *ImLog::instance();
+        QVERIFY(log.setDirectory(first));
         ImLog::info(u"1"_s);
-        QVERIFY(ImLog::instance()->setDirectory(second));
-        QCOMPARE(ImLog::instance()->directory(), second);
+        QVERIFY(log.setDirectory(second));
         ImLog::info(u"2"_s);
         // Below a file no directory can be made: the log stays where it is.
-        QVERIFY(!ImLog::instance()->setDirectory(second + u"/im.log/x"_s));
+        QVERIFY(!log.setDirectory(second + u"/im.log/x"_s));
         QVERIFY(QDir().mkpath(directory.filePath(u"taken/im.log"_s)));
-        QVERIFY(!ImLog::instance()->setDirectory(directory.filePath(u"taken"_s)));
-        QCOMPARE(ImLog::instance()->directory(), second);
+        QVERIFY(!log.setDirectory(directory.filePath(u"taken"_s)));
+        QCOMPARE(log.directory(), second);
         ImLog::info(u"3"_s);
-        ImLog::instance()->flush();
-        QCOMPARE(lines(first).size(), 1);
-        QCOMPARE(lines(second).size(), 2);
+        log.flush();
+        QVERIFY(lines(first).size() == 1 && lines(second).size() == 2);
     }
 
     void rotatesForItsOwnerAlone()
@@ -190,10 +187,9 @@ private Q_SLOTS:
     void nowhereToWrite()
     {
         QTemporaryDir home;
-        QFile file(home.filePath(u"file"_s));
-        QVERIFY(file.open(QFile::WriteOnly));
+        QVERIFY(write(home.filePath(u"file"_s), {}));
         QProcess child;
-        QCOMPARE(runChild(child, "--nowhere", file.fileName()).exitCode(), 0);
+        QCOMPARE(runChild(child, "--nowhere", home.filePath(u"file"_s)).exitCode(), 0);
         const QByteArray output = child.readAllStandardError();
         QCOMPARE(output.count("nowhere to go"), 1);
         QCOMPARE(output.count("last words"), 1);
