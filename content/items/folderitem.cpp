@@ -1,6 +1,5 @@
 #include "content/items/folderitem.h"
 
-#include "content/changes_p.h"
 #include "content/innerfiledata.h"
 #include "content/items/fileitem_p.h"
 
@@ -28,31 +27,25 @@ void visitFiles(const QVariantList &folders, const QString &parent, int depth, c
     }
 }
 
+constexpr auto foldersKey = [] { return QStringLiteral("folders"); };
+
 } // namespace
 
-FolderItem::FolderItem(int source, AccountBase *account) : FileItem(source, account)
-{
-    setType(Folder);
-}
+template <>
+struct Fields<FolderItem> {
+    using Base = FileItem;
 
-FolderItem::FolderItem(const QMap<QString, QVariant> &map, int source, AccountBase *account)
-    : FileItem(map, source, account)
-{
-    Changes<FolderItem> changes(this);
-    read(map, changes);
-}
+    static constexpr std::tuple table{
+        storedField<&FolderItem::m_folders, foldersKey, &FolderItem::foldersChanged>,
+    };
+};
 
-FolderItem::FolderItem(const im::content::Content &content, int source, AccountBase *account)
-    : FileItem(content, source, account)
-{
-    setType(Folder);
-}
-
-FolderItem::FolderItem(const FolderItem *other) : FileItem(other), m_folders(other->m_folders) { }
+CONSTRUCT_BY_FIELDS(FolderItem, FileItem, Folder)
+STORE_BY_FIELDS(FolderItem, FileItem)
 
 void FolderItem::setFolders(const QVariantList &folders)
 {
-    Changes<FolderItem>(this).set(m_folders, folders, &FolderItem::foldersChanged);
+    Changes(this)->m_folders = folders;
 }
 
 QList<QSharedPointer<InnerFileData>> FolderItem::innerFiles() const
@@ -71,23 +64,4 @@ int FolderItem::fileCount() const
     int count = 0;
     visitFiles(m_folders, {}, 0, [&count](const QVariantMap &, const QString &) { ++count; });
     return count;
-}
-
-void FolderItem::serialize(QMap<QString, QVariant> &map) const
-{
-    FileItem::serialize(map);
-    map.insert(QStringLiteral("folders"), m_folders);
-}
-
-void FolderItem::read(const QMap<QString, QVariant> &map, Changes<FolderItem> &changes)
-{
-    changes.set(m_folders, map.value(QStringLiteral("folders")).toList(),
-                &FolderItem::foldersChanged);
-}
-
-void FolderItem::deserialize(const QMap<QString, QVariant> &map)
-{
-    Changes<FolderItem> changes(this);
-    read(map, changes);
-    FileItem::deserialize(map);
 }

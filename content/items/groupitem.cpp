@@ -17,7 +17,7 @@ GroupItem::GroupItem(Type type, int source, AccountBase *account)
 }
 
 GroupItem::GroupItem(const GroupItem *other)
-    : ContentItem(other), m_caption(QSharedPointer<CaptionItem>::create(1, nullptr))
+    : ContentItem(other), m_caption(QSharedPointer<CaptionItem>::create(source(), nullptr))
 {
 }
 
@@ -53,7 +53,7 @@ void GroupItem::connectTo(ContentItem *member)
 {
     connect(member, &ContentItem::needRecalcSize, this, &ContentItem::needRecalcSize);
     connect(member, &ContentItem::textEntityChanged, this, &GroupItem::updateCaption);
-    // Of another text a member tells by this signal alone.
+    // For a new text a member fires this signal alone.
     connect(member, &ContentItem::contentChanged, this, [this] {
         updateCaption();
         Q_EMIT needRecalcSize();
