@@ -68,11 +68,11 @@ concept IsWatched = requires(Change &change)
     Row::notify(change);
 };
 
-template <typename Row, typename Item>
+template <typename Each, typename Item>
 auto valueOf(const Item &item)
 {
-    if constexpr (IsWatched<Row>)
-        return Row::value(item);
+    if constexpr (IsWatched<Each>)
+        return Each::value(item);
     else
         return std::monostate();
 }
@@ -125,10 +125,10 @@ private:
     template <typename... Rows>
     void compare(const std::tuple<Rows...> &)
     {
-        const auto each = [this]<typename Row>(const Row &, const auto &before) {
-            if constexpr (FieldTable::IsWatched<Row>) {
-                if (before != Row::value(std::as_const(*m_changed)))
-                    Row::notify(*this);
+        const auto each = [this]<typename Each>(const Each &, const auto &before) {
+            if constexpr (FieldTable::IsWatched<Each>) {
+                if (before != Each::value(std::as_const(*m_changed)))
+                    Each::notify(*this);
             }
         };
         std::apply([&](const auto &...before) { (each(Rows(), before), ...); }, *m_before);
@@ -179,9 +179,18 @@ constexpr Change::Emit emitterOf()
         return &emitValue<Signal, Get>;
 }
 
+/// What a row does not do.
+struct Row {
+    static void copy(auto &, const auto &) { }
+    static void read(auto &, const QMap<QString, QVariant> &) { }
+    static void write(const auto &, QMap<QString, QVariant> &) { }
+    static void readRecord(auto &, const auto &) { }
+    static void writeRecord(const auto &, auto *) { }
+};
+
 /// A row for a value that follows from others.
 template <auto Get, auto Signal>
-struct Derived {
+struct Derived : Row {
     static auto value(const auto &item) { return std::invoke(Get, item); }
     static void notify(Change &change) { change.add(emitterOf<Signal, Get>()); }
 };
@@ -190,7 +199,7 @@ inline constexpr Derived<Get, Signal> derived{};
 
 /// A row for what the size of an item follows from, other than its text.
 template <auto Get>
-struct SizedBy {
+struct SizedBy : Row {
     static auto value(const auto &item) { return std::invoke(Get, item); }
     static void notify(Change &change) { change.addResize(); }
 };

@@ -12,6 +12,9 @@
 
 using StoredMap = QMap<QString, QVariant>;
 
+/// The key of a stored value.
+#define KEY(text) [] { return QStringLiteral(text); }
+
 /// A form that a field does not have.
 struct None {
 };
@@ -71,35 +74,41 @@ void toRecord(Body *body, const Value &value)
     }
 }
 
+/// What rows of members have in common.
+template <auto Member, auto Signal>
+struct Held : Row {
+    static const auto &value(const auto &item) { return item.*Member; }
+    static void notify(Change &change) { change.add(emitterOf<Signal, Member>()); }
+    static void copy(auto &item, const auto &other) { item.*Member = other.*Member; }
+};
+template <auto Member>
+struct Held<Member, none> : Row {
+};
+
 /// A row for a field that a member holds.
 template <auto Member, auto Key, auto Get, auto Put, auto Signal, Written written>
-struct Field {
-    static const auto &value(const auto &item) { return item.*Member; }
-    static void notify(Change &change) requires(!isNone<Signal>)
+struct Field : Held<Member, Signal> {
+    static void read(auto &item, const StoredMap &map)
     {
-        change.add(emitterOf<Signal, Member>());
+        if constexpr (!isNone<Key>)
+            item.*Member = fromStored<Value<decltype(item)>>(map.value(Key()), Key());
     }
-
-    static void copy(auto &item, const auto &other) requires(!isNone<Signal>)
+    static void write(const auto &item, StoredMap &map)
     {
-        item.*Member = other.*Member;
+        if constexpr (!isNone<Key>) {
+            if (written == Written::Always || item.*Member != Value<decltype(item)>())
+                map.insert(Key(), toStored(item.*Member));
+        }
     }
-    static void read(auto &item, const StoredMap &map) requires(!isNone<Key>)
+    static void readRecord(auto &item, const auto &body)
     {
-        item.*Member = fromStored<Value<decltype(item)>>(map.value(Key()), Key());
+        if constexpr (!isNone<Get>)
+            item.*Member = fromRecord<Value<decltype(item)>>(std::invoke(Get, body));
     }
-    static void write(const auto &item, StoredMap &map) requires(!isNone<Key>)
+    static void writeRecord(const auto &item, auto *body)
     {
-        if (written == Written::Always || item.*Member != Value<decltype(item)>())
-            map.insert(Key(), toStored(item.*Member));
-    }
-    static void readRecord(auto &item, const auto &body) requires(!isNone<Get>)
-    {
-        item.*Member = fromRecord<Value<decltype(item)>>(std::invoke(Get, body));
-    }
-    static void writeRecord(const auto &item, auto *body) requires(!isNone<Put>)
-    {
-        toRecord<Put>(body, item.*Member);
+        if constexpr (!isNone<Put>)
+            toRecord<Put>(body, item.*Member);
     }
 
 private:
@@ -112,9 +121,6 @@ inline constexpr Field<Member, Key, Get, Put, Signal, written> field{};
 /// One that is not in the record.
 template <auto Member, auto Key, auto Signal, Written written = Written::Always>
 inline constexpr Field<Member, Key, none, none, Signal, written> storedField{};
-/// The record's part of a field that a base class has.
-template <auto Member, auto Get, auto Put>
-inline constexpr Field<Member, none, Get, Put, none, Written::Always> sentField{};
 
 template <auto Member, auto Has, auto Get, auto Mutable, auto Signal>
 struct PartField;
@@ -147,28 +153,19 @@ public:
     template <typename Item>
     static void read(Item &item, const StoredMap &map)
     {
-        forEach<Item>([&]<typename Row>(Row) {
-            if constexpr (requires { Row::read(item, map); })
-                Row::read(item, map);
-        });
+        forEachRow<Item>([&](auto row) { row.read(item, map); });
     }
 
     template <typename Item>
     static void write(const Item &item, StoredMap &map)
     {
-        forEach<Item>([&]<typename Row>(Row) {
-            if constexpr (requires { Row::write(item, map); })
-                Row::write(item, map);
-        });
+        forEachRow<Item>([&](auto row) { row.write(item, map); });
     }
 
     template <typename Item>
     static void copy(Item &item, const Item &other)
     {
-        forEach<Item>([&]<typename Row>(Row) {
-            if constexpr (requires { Row::copy(item, other); })
-                Row::copy(item, other);
-        });
+        forEachRow<Item>([&](auto row) { row.copy(item, other); });
     }
 
     /// From the record, with the caption. One of another kind is passed over.
@@ -198,19 +195,13 @@ public:
     template <typename Item, typename Body>
     static void readParts(Item &item, const Body &body)
     {
-        forEach<Item>([&]<typename Row>(Row) {
-            if constexpr (requires { Row::readRecord(item, body); })
-                Row::readRecord(item, body);
-        });
+        forEachRow<Item>([&](auto row) { row.readRecord(item, body); });
     }
 
     template <typename Item, typename Body>
     static void writeParts(const Item &item, Body *body)
     {
-        forEach<Item>([&]<typename Row>(Row) {
-            if constexpr (requires { Row::writeRecord(item, body); })
-                Row::writeRecord(item, body);
-        });
+        forEachRow<Item>([&](auto row) { row.writeRecord(item, body); });
     }
 
     /// An update from the record. One of another kind changes nothing.
@@ -237,17 +228,14 @@ public:
 
 private:
     template <typename Item, typename Visit>
-    static void forEach(Visit visit)
+    static void forEachRow(Visit visit)
     {
         std::apply([&](const auto &...row) { (visit(row), ...); }, Fields<Item>::table);
     }
 };
 
 template <auto Member, auto Has, auto Get, auto Mutable, auto Signal>
-struct PartField {
-    static const auto &value(const auto &item) { return item.*Member; }
-    static void notify(Change &change) { change.add(emitterOf<Signal, Member>()); }
-    static void copy(auto &item, const auto &other) { item.*Member = other.*Member; }
+struct PartField : Held<Member, Signal> {
     static void read(auto &item, const StoredMap &map) { ItemFields::read(item.*Member, map); }
     static void write(const auto &item, StoredMap &map) { ItemFields::write(item.*Member, map); }
     static void readRecord(auto &item, const auto &body)
@@ -307,4 +295,16 @@ struct PartField {
     void Item::setContent(const im::content::Content &content)                                     \
     {                                                                                              \
         ItemFields::update(*this, content);                                                        \
+    }
+
+/// A kind all of whose functions follow from its table.
+#define CONTENT_KIND(Item, Base, itemType)                                                         \
+    CONSTRUCT_BY_FIELDS(Item, Base, itemType)                                                      \
+    STORE_BY_FIELDS(Item, Base)                                                                    \
+    SEND_BY_FIELDS(Item)
+
+#define SET_BY_FIELD(Item, setter, Value, member)                                                  \
+    void Item::setter(Value value)                                                                 \
+    {                                                                                              \
+        Changes(this)->member = value;                                                             \
     }

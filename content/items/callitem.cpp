@@ -7,10 +7,6 @@
 namespace
 {
 
-constexpr auto stateKey = [] { return QStringLiteral("state"); };
-constexpr auto durationKey = [] { return QStringLiteral("duration"); };
-constexpr auto callIdKey = [] { return QStringLiteral("callId"); };
-
 /// "m:ss", from an hour on "h:mm:ss".
 QString clock(qint64 seconds)
 {
@@ -84,11 +80,11 @@ struct Fields<CallItem>
     }
 
     static constexpr std::tuple table{
-        field<&CallItem::m_state, stateKey, &Call::call_state, &Call::set_call_state,
+        field<&CallItem::m_state, KEY("state"), &Call::call_state, &Call::set_call_state,
               &CallItem::stateChanged>,
-        field<&CallItem::m_duration, durationKey, &Call::duration, &Call::set_duration,
+        field<&CallItem::m_duration, KEY("duration"), &Call::duration, &Call::set_duration,
               &CallItem::durationChanged>,
-        field<&CallItem::m_callId, callIdKey, &Call::call_id, &Call::mutable_call_id,
+        field<&CallItem::m_callId, KEY("callId"), &Call::call_id, &Call::mutable_call_id,
               &CallItem::callIdChanged, Written::UnlessEmpty>,
         // Neither sent nor stored.
         field<&CallItem::m_outgoing, none, none, none, &CallItem::outgoingChanged>,
@@ -96,29 +92,12 @@ struct Fields<CallItem>
     };
 };
 
-CONSTRUCT_BY_FIELDS(CallItem, ContentItem, ContentItem::Call)
-STORE_BY_FIELDS(CallItem, ContentItem)
-SEND_BY_FIELDS(CallItem)
+CONTENT_KIND(CallItem, ContentItem, ContentItem::Call)
 
-void CallItem::setState(qint32 state)
-{
-    Changes(this)->m_state = state;
-}
-
-void CallItem::setDuration(qint64 duration)
-{
-    Changes(this)->m_duration = duration;
-}
-
-void CallItem::setCallId(const QString &callId)
-{
-    Changes(this)->m_callId = callId;
-}
-
-void CallItem::setOutgoing(bool outgoing)
-{
-    Changes(this)->m_outgoing = outgoing;
-}
+SET_BY_FIELD(CallItem, setState, qint32, m_state)
+SET_BY_FIELD(CallItem, setDuration, qint64, m_duration)
+SET_BY_FIELD(CallItem, setCallId, const QString &, m_callId)
+SET_BY_FIELD(CallItem, setOutgoing, bool, m_outgoing)
 
 QString CallItem::text() const
 {

@@ -4,24 +4,6 @@
 #include "content/items/namedobject_p.h"
 #include "content/photodata.h"
 
-namespace
-{
-
-constexpr auto nickKey = [] { return QStringLiteral("nick"); };
-constexpr auto userIdKey = [] { return QStringLiteral("userId"); };
-constexpr auto imIdKey = [] { return QStringLiteral("imId"); };
-
-// Of the photo.
-
-constexpr auto photoIdKey = [] { return QStringLiteral("photoId"); };
-constexpr auto aesKeyKey = [] { return QStringLiteral("aesKey"); };
-constexpr auto md5Key = [] { return QStringLiteral("photoMd5"); };
-constexpr auto photoNameKey = [] { return QStringLiteral("photoName"); };
-constexpr auto photoSizeKey = [] { return QStringLiteral("photoSize"); };
-constexpr auto photoVersionKey = [] { return QStringLiteral("photoVersion"); };
-
-} // namespace
-
 using im::content::Card;
 using im::content::Content;
 using im::content::FileInfo;
@@ -32,13 +14,15 @@ struct Fields<CardItem::Photo> {
 
     static constexpr auto rarely = Written::UnlessEmpty;
     static constexpr std::tuple table{
-        field<&Photo::id, photoIdKey, &FileInfo::id, &FileInfo::mutable_id, none>,
-        field<&Photo::aesKey, aesKeyKey, &FileInfo::key, &FileInfo::mutable_key, none>,
-        field<&Photo::md5, md5Key, &FileInfo::checksum, &FileInfo::mutable_checksum, none, rarely>,
-        field<&Photo::name, photoNameKey, &FileInfo::name, &FileInfo::mutable_name, none, rarely>,
-        field<&Photo::size, photoSizeKey, &FileInfo::size, &FileInfo::set_size, none, rarely>,
-        field<&Photo::version, photoVersionKey, &FileInfo::version, &FileInfo::set_version, none,
+        field<&Photo::id, KEY("photoId"), &FileInfo::id, &FileInfo::mutable_id, none>,
+        field<&Photo::aesKey, KEY("aesKey"), &FileInfo::key, &FileInfo::mutable_key, none>,
+        field<&Photo::md5, KEY("photoMd5"), &FileInfo::checksum, &FileInfo::mutable_checksum, none,
               rarely>,
+        field<&Photo::name, KEY("photoName"), &FileInfo::name, &FileInfo::mutable_name, none,
+              rarely>,
+        field<&Photo::size, KEY("photoSize"), &FileInfo::size, &FileInfo::set_size, none, rarely>,
+        field<&Photo::version, KEY("photoVersion"), &FileInfo::version, &FileInfo::set_version,
+              none, rarely>,
     };
 };
 
@@ -46,11 +30,11 @@ template <>
 struct Fields<CardItem>
     : KindOf<ContentItem, &Content::has_card, &Content::card, &Content::mutable_card> {
     static constexpr std::tuple table{
-        field<&CardItem::m_nick, nickKey, &Card::nickname, &Card::mutable_nickname,
+        field<&CardItem::m_nick, KEY("nick"), &Card::nickname, &Card::mutable_nickname,
               &CardItem::nickChanged>,
-        field<&CardItem::m_userId, userIdKey, &Card::user_id, &Card::set_user_id,
+        field<&CardItem::m_userId, KEY("userId"), &Card::user_id, &Card::set_user_id,
               &CardItem::userIdChanged>,
-        field<&CardItem::m_imId, imIdKey, &Card::im_id, &Card::mutable_im_id,
+        field<&CardItem::m_imId, KEY("imId"), &Card::im_id, &Card::mutable_im_id,
               &CardItem::imIdChanged, Written::UnlessEmpty>,
         partField<&CardItem::m_photo, &Card::has_avatar_thumb, &Card::avatar_thumb,
                   &Card::mutable_avatar_thumb, &CardItem::photoChanged>,
@@ -73,25 +57,10 @@ SEND_BY_FIELDS(CardItem)
 
 CardItem::~CardItem() = default;
 
-void CardItem::setNick(const QString &nick)
-{
-    Changes(this)->m_nick = nick;
-}
-
-void CardItem::setUserId(qint32 userId)
-{
-    Changes(this)->m_userId = userId;
-}
-
-void CardItem::setImId(const QString &imId)
-{
-    Changes(this)->m_imId = imId;
-}
-
-void CardItem::setPhoto(const Photo &photo)
-{
-    Changes(this)->m_photo = photo;
-}
+SET_BY_FIELD(CardItem, setNick, const QString &, m_nick)
+SET_BY_FIELD(CardItem, setUserId, qint32, m_userId)
+SET_BY_FIELD(CardItem, setImId, const QString &, m_imId)
+SET_BY_FIELD(CardItem, setPhoto, const Photo &, m_photo)
 
 QSharedPointer<PhotoData> CardItem::photo() const
 {

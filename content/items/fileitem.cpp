@@ -184,20 +184,9 @@ QString FileItem::name() const
 
 // Fields
 
-void FileItem::setSourceFile(const QSharedPointer<FileData> &file)
-{
-    Changes(this)->m_sourceFile = file;
-}
-
-void FileItem::setThumbnailFile(const QSharedPointer<FileData> &file)
-{
-    Changes(this)->m_thumbnailFile = file;
-}
-
-void FileItem::setThumbNail(const QByteArray &thumbNail)
-{
-    Changes(this)->m_thumbNail = thumbNail;
-}
+SET_BY_FIELD(FileItem, setSourceFile, const QSharedPointer<FileData> &, m_sourceFile)
+SET_BY_FIELD(FileItem, setThumbnailFile, const QSharedPointer<FileData> &, m_thumbnailFile)
+SET_BY_FIELD(FileItem, setThumbNail, const QByteArray &, m_thumbNail)
 
 void FileItem::setDisplayName(const QString &displayName)
 {

@@ -39,10 +39,7 @@ struct Fields<FileItem> : KindOf<ContentItem, &im::content::Content::has_file,
 
     /// A row for the record of a file.
     template <auto Member, FileData::ParseType type, auto Signal>
-    struct StoredFile {
-        static const auto &value(const FileItem &item) { return item.*Member; }
-        static void notify(Change &change) { change.add(&emitPlain<Signal>); }
-        static void copy(FileItem &item, const FileItem &other) { item.*Member = other.*Member; }
+    struct StoredFile : Held<Member, Signal> {
         static void read(FileItem &item, const StoredMap &map)
         {
             item.*Member = item.updated(item.*Member, storedFile(map, type));
@@ -57,7 +54,7 @@ struct Fields<FileItem> : KindOf<ContentItem, &im::content::Content::has_file,
     /// A row for the files of a body: `Source`, and where the body has them a thumbnail's file and
     /// bytes.
     template <auto Source, auto MutableSource>
-    struct Sent {
+    struct Sent : Row {
         template <typename Body>
         static void readRecord(FileItem &item, const Body &body)
         {
@@ -84,16 +81,7 @@ struct Fields<FileItem> : KindOf<ContentItem, &im::content::Content::has_file,
     };
 
     /// A row for a name as people may see it.
-    struct DisplayName {
-        static const QString &value(const FileItem &item) { return item.m_displayName; }
-        static void notify(Change &change)
-        {
-            change.add(&emitPlain<&FileItem::displayNameChanged>);
-        }
-        static void copy(FileItem &item, const FileItem &other)
-        {
-            item.m_displayName = other.m_displayName;
-        }
+    struct DisplayName : Held<&FileItem::m_displayName, &FileItem::displayNameChanged> {
         static void read(FileItem &item, const StoredMap &map)
         {
             item.m_displayName = Util::shownFileName(map.value(displayNameKey()).toString());

@@ -27,8 +27,6 @@ void visitFiles(const QVariantList &folders, const QString &parent, int depth, c
     }
 }
 
-constexpr auto foldersKey = [] { return QStringLiteral("folders"); };
-
 } // namespace
 
 template <>
@@ -36,17 +34,14 @@ struct Fields<FolderItem> {
     using Base = FileItem;
 
     static constexpr std::tuple table{
-        storedField<&FolderItem::m_folders, foldersKey, &FolderItem::foldersChanged>,
+        storedField<&FolderItem::m_folders, KEY("folders"), &FolderItem::foldersChanged>,
     };
 };
 
 CONSTRUCT_BY_FIELDS(FolderItem, FileItem, Folder)
 STORE_BY_FIELDS(FolderItem, FileItem)
 
-void FolderItem::setFolders(const QVariantList &folders)
-{
-    Changes(this)->m_folders = folders;
-}
+SET_BY_FIELD(FolderItem, setFolders, const QVariantList &, m_folders)
 
 QList<QSharedPointer<InnerFileData>> FolderItem::innerFiles() const
 {

@@ -5,7 +5,6 @@
 namespace
 {
 
-constexpr auto spoilerKey = [] { return QStringLiteral("spoiler"); };
 constexpr auto livePhotoKey = [] { return QStringLiteral("livePhoto"); };
 
 } // namespace
@@ -17,13 +16,7 @@ template <>
 struct Fields<ImageItem>
     : KindOf<MediaFileItem, &Content::has_image, &Content::image, &Content::mutable_image> {
     /// A row for the film of a live photo: a map, or a record, of its own.
-    struct LivePhoto {
-        static const auto &value(const ImageItem &item) { return item.m_livePhoto; }
-        static void notify(Change &change) { change.add(&emitPlain<&ImageItem::livePhotoChanged>); }
-        static void copy(ImageItem &item, const ImageItem &other)
-        {
-            item.m_livePhoto = other.m_livePhoto;
-        }
+    struct LivePhoto : Held<&ImageItem::m_livePhoto, &ImageItem::livePhotoChanged> {
         static void read(ImageItem &item, const StoredMap &map)
         {
             const QVariantMap file = map.value(livePhotoKey()).toMap();
@@ -47,25 +40,16 @@ struct Fields<ImageItem>
 
     static constexpr std::tuple table{
         sentMedia<&Image::image_file, &Image::mutable_image_file>,
-        field<&ImageItem::m_spoiler, spoilerKey, &Image::spoiler, &Image::set_spoiler,
+        field<&ImageItem::m_spoiler, KEY("spoiler"), &Image::spoiler, &Image::set_spoiler,
               &ImageItem::spoilerChanged>,
         LivePhoto(),
     };
 };
 
-CONSTRUCT_BY_FIELDS(ImageItem, MediaFileItem, ContentItem::Image)
-STORE_BY_FIELDS(ImageItem, MediaFileItem)
-SEND_BY_FIELDS(ImageItem)
+CONTENT_KIND(ImageItem, MediaFileItem, ContentItem::Image)
 
-void ImageItem::setSpoiler(bool spoiler)
-{
-    Changes(this)->m_spoiler = spoiler;
-}
-
-void ImageItem::setLivePhoto(const QSharedPointer<FileData> &file)
-{
-    Changes(this)->m_livePhoto = file;
-}
+SET_BY_FIELD(ImageItem, setSpoiler, bool, m_spoiler)
+SET_BY_FIELD(ImageItem, setLivePhoto, const QSharedPointer<FileData> &, m_livePhoto)
 
 bool ImageItem::isAnimated() const
 {

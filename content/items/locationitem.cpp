@@ -50,10 +50,6 @@ using im::content::Location;
 template <>
 struct Fields<LocationItem> : KindOf<MediaFileItem, &Content::has_location, &Content::location,
                                      &Content::mutable_location> {
-    static constexpr auto longitudeKey = [] { return QStringLiteral("longitude"); };
-    static constexpr auto latitudeKey = [] { return QStringLiteral("latitude"); };
-    static constexpr auto placeKey = [] { return QStringLiteral("place"); };
-    static constexpr auto addressKey = [] { return QStringLiteral("address"); };
 
     template <auto Member, auto Key, auto Get, auto Put>
     struct Coordinate
@@ -71,7 +67,7 @@ struct Fields<LocationItem> : KindOf<MediaFileItem, &Content::has_location, &Con
             map.insert(Key(), storedNumber(item.*Member));
         }
     };
-    struct Gps {
+    struct Gps : Row {
         static void write(const LocationItem &item, StoredMap &map)
         {
             map.insert(QStringLiteral("gps"), item.gps());
@@ -79,14 +75,14 @@ struct Fields<LocationItem> : KindOf<MediaFileItem, &Content::has_location, &Con
     };
 
     static constexpr std::tuple table{
-        Coordinate<&LocationItem::m_longitude, longitudeKey, &Location::longitude,
+        Coordinate<&LocationItem::m_longitude, KEY("longitude"), &Location::longitude,
                    &Location::set_longitude>(),
-        Coordinate<&LocationItem::m_latitude, latitudeKey, &Location::latitude,
+        Coordinate<&LocationItem::m_latitude, KEY("latitude"), &Location::latitude,
                    &Location::set_latitude>(),
-        field<&LocationItem::m_place, placeKey, &Location::title, &Location::mutable_title,
+        field<&LocationItem::m_place, KEY("place"), &Location::title, &Location::mutable_title,
               &LocationItem::placeChanged>,
-        field<&LocationItem::m_address, addressKey, &Location::address, &Location::mutable_address,
-              &LocationItem::addressChanged>,
+        field<&LocationItem::m_address, KEY("address"), &Location::address,
+              &Location::mutable_address, &LocationItem::addressChanged>,
         Gps(),
     };
 };
@@ -132,15 +128,8 @@ QString LocationItem::gps() const
         : QString();
 }
 
-void LocationItem::setPlace(const QString &place)
-{
-    Changes(this)->m_place = place;
-}
-
-void LocationItem::setAddress(const QString &address)
-{
-    Changes(this)->m_address = address;
-}
+SET_BY_FIELD(LocationItem, setPlace, const QString &, m_place)
+SET_BY_FIELD(LocationItem, setAddress, const QString &, m_address)
 
 // Map image
 

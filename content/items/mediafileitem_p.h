@@ -14,7 +14,7 @@ struct Fields<MediaFileItem> {
 
     /// A row for the file in a body that has a size and a thumbnail.
     template <auto Source, auto MutableSource>
-    struct Sent {
+    struct Sent : Row {
         using File = Fields<FileItem>::Sent<Source, MutableSource>;
 
         static void readRecord(MediaFileItem &item, const auto &body)

@@ -2,14 +2,6 @@
 
 #include "content/fields_p.h"
 
-namespace
-{
-
-constexpr auto keyKey = [] { return QStringLiteral("key"); };
-constexpr auto nonceKey = [] { return QStringLiteral("nonce"); };
-
-} // namespace
-
 using im::content::Content;
 using im::content::MeetingInvite;
 
@@ -17,23 +9,14 @@ template <>
 struct Fields<MeetingItem> : KindOf<ContentItem, &Content::has_meeting_invite,
                                     &Content::meeting_invite, &Content::mutable_meeting_invite> {
     static constexpr std::tuple table{
-        field<&MeetingItem::m_key, keyKey, &MeetingInvite::key, &MeetingInvite::mutable_key,
+        field<&MeetingItem::m_key, KEY("key"), &MeetingInvite::key, &MeetingInvite::mutable_key,
               &MeetingItem::keyChanged>,
-        field<&MeetingItem::m_nonce, nonceKey, &MeetingInvite::nonce, &MeetingInvite::mutable_nonce,
-              &MeetingItem::nonceChanged>,
+        field<&MeetingItem::m_nonce, KEY("nonce"), &MeetingInvite::nonce,
+              &MeetingInvite::mutable_nonce, &MeetingItem::nonceChanged>,
     };
 };
 
-CONSTRUCT_BY_FIELDS(MeetingItem, ContentItem, ContentItem::Meeting)
-STORE_BY_FIELDS(MeetingItem, ContentItem)
-SEND_BY_FIELDS(MeetingItem)
+CONTENT_KIND(MeetingItem, ContentItem, ContentItem::Meeting)
 
-void MeetingItem::setKey(const QByteArray &key)
-{
-    Changes(this)->m_key = key;
-}
-
-void MeetingItem::setNonce(const QString &nonce)
-{
-    Changes(this)->m_nonce = nonce;
-}
+SET_BY_FIELD(MeetingItem, setKey, const QByteArray &, m_key)
+SET_BY_FIELD(MeetingItem, setNonce, const QString &, m_nonce)

@@ -9,15 +9,6 @@
 
 #include <QFileInfo>
 
-namespace
-{
-
-constexpr auto durationKey = [] { return QStringLiteral("duration"); };
-constexpr auto titleKey = [] { return QStringLiteral("title"); };
-constexpr auto authorKey = [] { return QStringLiteral("author"); };
-
-} // namespace
-
 using im::content::Audio;
 using im::content::Content;
 
@@ -26,33 +17,20 @@ struct Fields<MusicItem>
     : KindOf<FileItem, &Content::has_audio, &Content::audio, &Content::mutable_audio> {
     static constexpr std::tuple table{
         sentFiles<&Audio::audio_file, &Audio::mutable_audio_file>,
-        field<&MusicItem::m_duration, durationKey, &Audio::duration, &Audio::set_duration,
+        field<&MusicItem::m_duration, KEY("duration"), &Audio::duration, &Audio::set_duration,
               &MusicItem::durationChanged>,
-        field<&MusicItem::m_title, titleKey, &Audio::title, &Audio::mutable_title,
+        field<&MusicItem::m_title, KEY("title"), &Audio::title, &Audio::mutable_title,
               &MusicItem::titleChanged, Written::UnlessEmpty>,
-        field<&MusicItem::m_author, authorKey, &Audio::authors, &Audio::mutable_authors,
+        field<&MusicItem::m_author, KEY("author"), &Audio::authors, &Audio::mutable_authors,
               &MusicItem::authorChanged, Written::UnlessEmpty>,
     };
 };
 
-CONSTRUCT_BY_FIELDS(MusicItem, FileItem, ContentItem::Music)
-STORE_BY_FIELDS(MusicItem, FileItem)
-SEND_BY_FIELDS(MusicItem)
+CONTENT_KIND(MusicItem, FileItem, ContentItem::Music)
 
-void MusicItem::setDuration(qint32 duration)
-{
-    Changes(this)->m_duration = duration;
-}
-
-void MusicItem::setTitle(const QString &title)
-{
-    Changes(this)->m_title = title;
-}
-
-void MusicItem::setAuthor(const QString &author)
-{
-    Changes(this)->m_author = author;
-}
+SET_BY_FIELD(MusicItem, setDuration, qint32, m_duration)
+SET_BY_FIELD(MusicItem, setTitle, const QString &, m_title)
+SET_BY_FIELD(MusicItem, setAuthor, const QString &, m_author)
 
 // Tags of the file
 

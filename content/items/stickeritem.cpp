@@ -202,45 +202,6 @@ QSharedPointer<File> merged(const QSharedPointer<File> &held, const QSharedPoint
     return incoming;
 }
 
-// Comparisons with the protocol's records.
-
-bool areSame(const QString &a, const std::string &b)
-{
-    return QAnyStringView::equal(a, QUtf8StringView(b.data(), qsizetype(b.size())));
-}
-
-bool areSame(const QByteArray &a, const std::string &b)
-{
-    return QByteArrayView(a) == QByteArrayView(b.data(), qsizetype(b.size()));
-}
-
-bool areSame(const FileData *file, const im::content::FileInfo &info)
-{
-    if (!file)
-        return info.id().empty();
-    return areSame(file->fileId(), info.id()) && areSame(file->aesKey(), info.key())
-        && areSame(file->fileMd5(), info.checksum()) && areSame(file->sentName(), info.name())
-        && file->sentSize() == info.size() && file->version() == info.version();
-}
-
-bool areSame(const StickerData *file, const im::AnimatedSticker &animated)
-{
-    const im::FileInfo &info = animated.file();
-    if (!file)
-        return info.file_id().empty();
-    return areSame(file->fileId(), info.file_id()) && areSame(file->aesKey(), info.key())
-        && areSame(file->fileMd5(), info.check_sum()) && areSame(file->iv(), info.iv())
-        && areSame(file->format(), animated.file_type()) && file->sentSize() == info.size()
-        && file->width() == animated.width() && file->height() == animated.height();
-}
-
-bool areSame(const StickerItem::Thumbnail &thumbnail, const im::content::FileThumb &thumb)
-{
-    return areSame(thumbnail.file.data(), thumb.thumb_file())
-        && areSame(thumbnail.bytes, thumb.thumb_nail()) && thumbnail.w == thumb.width()
-        && thumbnail.h == thumb.height();
-}
-
 template <typename File>
 QSharedPointer<File> copyOf(const QSharedPointer<File> &file)
 {
@@ -271,9 +232,7 @@ struct Fields<StickerItem>
 
     /// A row for one of the pictures.
     template <auto Member, bool animated, auto Signal>
-    struct Picture {
-        static const auto &value(const StickerItem &item) { return item.*Member; }
-        static void notify(Change &change) { change.add(&emitPlain<Signal>); }
+    struct Picture : Held<Member, Signal> {
         static void copy(StickerItem &item, const StickerItem &other)
         {
             item.*Member = copyOf(other.*Member);
@@ -312,7 +271,7 @@ struct Fields<StickerItem>
     };
 
     /// A row for the thumbnail.
-    struct Thumb {
+    struct Thumb : Row {
         using Thumbnail = StickerItem::Thumbnail;
 
         static auto value(const StickerItem &item)
@@ -382,58 +341,21 @@ struct Fields<StickerItem>
     };
 };
 
-CONSTRUCT_BY_FIELDS(StickerItem, ContentItem, Sticker)
-STORE_BY_FIELDS(StickerItem, ContentItem)
-SEND_BY_FIELDS(StickerItem)
+CONTENT_KIND(StickerItem, ContentItem, Sticker)
 
 StickerItem::~StickerItem() = default;
 
 // Fields
 
-void StickerItem::setPid(qint32 pid)
-{
-    Changes(this)->m_pid = pid;
-}
-
-void StickerItem::setShortcut(const QString &shortcut)
-{
-    Changes(this)->m_shortcut = shortcut;
-}
-
-void StickerItem::setHint(const QString &hint)
-{
-    Changes(this)->m_hint = hint;
-}
-
-void StickerItem::setW(qint32 w)
-{
-    Changes(this)->m_w = w;
-}
-
-void StickerItem::setH(qint32 h)
-{
-    Changes(this)->m_h = h;
-}
-
-void StickerItem::setUploadUserId(qint64 uploadUserId)
-{
-    Changes(this)->m_uploadUserId = uploadUserId;
-}
-
-void StickerItem::setFile(const QSharedPointer<StickerData> &file)
-{
-    Changes(this)->m_file = file;
-}
-
-void StickerItem::setAnimatedFile(const QSharedPointer<StickerData> &file)
-{
-    Changes(this)->m_animatedFile = file;
-}
-
-void StickerItem::setThumbnail(const Thumbnail &thumbnail)
-{
-    Changes(this)->m_thumbnail = thumbnail;
-}
+SET_BY_FIELD(StickerItem, setPid, qint32, m_pid)
+SET_BY_FIELD(StickerItem, setShortcut, const QString &, m_shortcut)
+SET_BY_FIELD(StickerItem, setHint, const QString &, m_hint)
+SET_BY_FIELD(StickerItem, setW, qint32, m_w)
+SET_BY_FIELD(StickerItem, setH, qint32, m_h)
+SET_BY_FIELD(StickerItem, setUploadUserId, qint64, m_uploadUserId)
+SET_BY_FIELD(StickerItem, setFile, const QSharedPointer<StickerData> &, m_file)
+SET_BY_FIELD(StickerItem, setAnimatedFile, const QSharedPointer<StickerData> &, m_animatedFile)
+SET_BY_FIELD(StickerItem, setThumbnail, const Thumbnail &, m_thumbnail)
 
 StickerData *StickerItem::fileObject() const
 {
@@ -494,11 +416,12 @@ void StickerItem::deserialize(const im::content::Sticker &sticker)
 
 bool StickerItem::matches(const im::content::Sticker &sticker) const
 {
-    return !hasRemainder() && areSame(m_shortcut, sticker.shortcut())
-        && areSame(m_hint, sticker.hint()) && m_w == sticker.width() && m_h == sticker.height()
-        && areSame(m_file.data(), sticker.sticker_file())
-        && areSame(m_animatedFile.data(), sticker.animated_file())
-        && areSame(m_thumbnail, sticker.thumb());
+    if (hasRemainder())
+        return false;
+    im::content::Sticker written;
+    ItemFields::writeParts(*this, &written);
+    written.set_pid(sticker.pid());
+    return written.SerializeAsString() == sticker.SerializeAsString();
 }
 
 // Views

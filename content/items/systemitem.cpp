@@ -207,10 +207,7 @@ qint32 SystemItem::topicUpdateType() const
     return m_topicUpdateType >= 0 ? m_topicUpdateType : AlertText::topicUpdate(*m_info);
 }
 
-void SystemItem::setTopicUpdateType(qint32 topicUpdateType)
-{
-    Changes(this)->m_topicUpdateType = topicUpdateType;
-}
+SET_BY_FIELD(SystemItem, setTopicUpdateType, qint32, m_topicUpdateType)
 
 // The application's objects
 
@@ -248,10 +245,7 @@ QString SystemItem::allTargets() const
     return names.join(QStringLiteral(", "));
 }
 
-void SystemItem::setWallpaper(QObject *wallpaper)
-{
-    Changes(this)->m_wallpaper = wallpaper;
-}
+SET_BY_FIELD(SystemItem, setWallpaper, QObject *, m_wallpaper)
 
 void SystemItem::followNames()
 {

@@ -3,15 +3,6 @@
 #include "content/items/mediafileitem_p.h"
 #include "content/items/thumbnail_p.h"
 
-namespace
-{
-
-constexpr auto durationKey = [] { return QStringLiteral("duration"); };
-constexpr auto spoilerKey = [] { return QStringLiteral("spoiler"); };
-constexpr auto streamingKey = [] { return QStringLiteral("supportStreaming"); };
-
-} // namespace
-
 using im::content::Content;
 using im::content::Video;
 
@@ -20,34 +11,21 @@ struct Fields<VideoItem>
     : KindOf<MediaFileItem, &Content::has_video, &Content::video, &Content::mutable_video> {
     static constexpr std::tuple table{
         sentMedia<&Video::video_file, &Video::mutable_video_file>,
-        field<&VideoItem::m_duration, durationKey, &Video::duration, &Video::set_duration,
+        field<&VideoItem::m_duration, KEY("duration"), &Video::duration, &Video::set_duration,
               &VideoItem::durationChanged>,
-        field<&VideoItem::m_spoiler, spoilerKey, &Video::spoiler, &Video::set_spoiler,
+        field<&VideoItem::m_spoiler, KEY("spoiler"), &Video::spoiler, &Video::set_spoiler,
               &VideoItem::spoilerChanged>,
-        field<&VideoItem::m_supportStreaming, streamingKey, &Video::support_streaming,
+        field<&VideoItem::m_supportStreaming, KEY("supportStreaming"), &Video::support_streaming,
               &Video::set_support_streaming, &VideoItem::supportStreamingChanged,
               Written::UnlessEmpty>,
     };
 };
 
-CONSTRUCT_BY_FIELDS(VideoItem, MediaFileItem, ContentItem::Video)
-STORE_BY_FIELDS(VideoItem, MediaFileItem)
-SEND_BY_FIELDS(VideoItem)
+CONTENT_KIND(VideoItem, MediaFileItem, ContentItem::Video)
 
-void VideoItem::setDuration(qint32 duration)
-{
-    Changes(this)->m_duration = duration;
-}
-
-void VideoItem::setSpoiler(bool spoiler)
-{
-    Changes(this)->m_spoiler = spoiler;
-}
-
-void VideoItem::setSupportStreaming(bool supportStreaming)
-{
-    Changes(this)->m_supportStreaming = supportStreaming;
-}
+SET_BY_FIELD(VideoItem, setDuration, qint32, m_duration)
+SET_BY_FIELD(VideoItem, setSpoiler, bool, m_spoiler)
+SET_BY_FIELD(VideoItem, setSupportStreaming, bool, m_supportStreaming)
 
 void VideoItem::takeOver(const Thumbnail &thumbnail)
 {

@@ -14,9 +14,6 @@ constexpr int leastBarWidth = 120;
 /// Messages of this many seconds, and longer ones, are as wide as messages get.
 constexpr int longDuration = 60;
 
-constexpr auto durationKey = [] { return QStringLiteral("duration"); };
-constexpr auto sampleKey = [] { return QStringLiteral("sample"); };
-
 } // namespace
 
 using im::content::Content;
@@ -27,26 +24,17 @@ struct Fields<VoiceItem>
     : KindOf<FileItem, &Content::has_voice, &Content::voice, &Content::mutable_voice> {
     static constexpr std::tuple table{
         sentFiles<&Voice::voice_file, &Voice::mutable_voice_file>,
-        field<&VoiceItem::m_duration, durationKey, &Voice::duration, &Voice::set_duration,
+        field<&VoiceItem::m_duration, KEY("duration"), &Voice::duration, &Voice::set_duration,
               &VoiceItem::durationChanged>,
-        field<&VoiceItem::m_sample, sampleKey, &Voice::waveform, &Voice::mutable_waveform,
+        field<&VoiceItem::m_sample, KEY("sample"), &Voice::waveform, &Voice::mutable_waveform,
               &VoiceItem::sampleChanged>,
     };
 };
 
-CONSTRUCT_BY_FIELDS(VoiceItem, FileItem, ContentItem::Voice)
-STORE_BY_FIELDS(VoiceItem, FileItem)
-SEND_BY_FIELDS(VoiceItem)
+CONTENT_KIND(VoiceItem, FileItem, ContentItem::Voice)
 
-void VoiceItem::setDuration(qint32 duration)
-{
-    Changes(this)->m_duration = duration;
-}
-
-void VoiceItem::setSample(const QByteArray &sample)
-{
-    Changes(this)->m_sample = sample;
-}
+SET_BY_FIELD(VoiceItem, setDuration, qint32, m_duration)
+SET_BY_FIELD(VoiceItem, setSample, const QByteArray &, m_sample)
 
 QVariantList VoiceItem::measured() const
 {
