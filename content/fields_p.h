@@ -177,8 +177,10 @@ public:
                 return;
             const auto &body = Fields<Item>::bodyOf(content);
             readParts(item, body);
-            if constexpr (requires { body.caption(); })
-                item.deserializeText(body.caption());
+            if constexpr (requires { body.caption(); }) {
+                if (body.has_caption() || hasText(item))
+                    item.deserializeText(body.caption());
+            }
         }
     }
 
@@ -227,6 +229,11 @@ public:
     }
 
 private:
+    static bool hasText(const ContentItem &item)
+    {
+        return item.m_extra || !item.m_content.isEmpty();
+    }
+
     template <typename Item, typename Visit>
     static void forEachRow(Visit visit)
     {
@@ -306,5 +313,6 @@ struct PartField : Held<Member, Signal> {
 #define SET_BY_FIELD(Item, setter, Value, member)                                                  \
     void Item::setter(Value value)                                                                 \
     {                                                                                              \
-        Changes(this)->member = value;                                                             \
+        if (member != value)                                                                       \
+            Changes(this)->member = value;                                                         \
     }

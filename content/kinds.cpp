@@ -41,7 +41,8 @@ constexpr Kind kind(Type type, const char *name, Kind::Files files = Kind::None,
             },
             [](const Content &content, int source, AccountBase *account) -> Kind::ItemPointer {
                 auto item = QSharedPointer<Item>::create(content, source, account);
-                item->keepRemainder(content);
+                if (Remainder::mayExistIn<Body, Parts...>(content))
+                    item->keepRemainder(content);
                 return item;
             },
             [](const ContentItem &other) -> Kind::ItemPointer {
@@ -72,7 +73,7 @@ constexpr Kind stickerKind()
 constexpr Kind systemKind()
 {
     Kind row = kind<SystemItem, &Content::system_alert>(Type::System, "system");
-    row.mayHaveRemainder = nullptr;
+    row.mayHaveRemainder = &Remainder::mayExistBeside;
     return row;
 }
 
@@ -126,6 +127,9 @@ std::span<const Kind> Kind::all()
 const Kind *Kind::find(int type)
 {
     const auto rows = all();
+    // Those of the protocol's bodies stand in the order of their types.
+    if (type >= 1 && type <= int(rows.size()) && rows[std::size_t(type) - 1].type == type)
+        return &rows[std::size_t(type) - 1];
     const auto found = std::find_if(rows.begin(), rows.end(),
                                     [type](const Kind &row) { return row.type == type; });
     return found != rows.end() ? &*found : nullptr;

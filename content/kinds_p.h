@@ -45,7 +45,7 @@ struct Kind {
     ItemPointer (*copy)(const ContentItem &other) = nullptr; ///< null for another class
     const std::type_info *itemClass = nullptr;
 
-    /// Whether a body may carry what its item has no field for. Null: it never does.
+    /// Whether a record may carry what its item has no field for.
     bool (*mayHaveRemainder)(const im::content::Content &content) = nullptr;
     int body = type; ///< the number of the body's field, where it is another kind's
 

@@ -139,12 +139,13 @@ void subtract(Message &from, const Message &written)
 
 bool Remainder::mayExist(const im::content::Content &body)
 {
-    if (body.buttons_size() > 0 || hasUnknownFields(body))
-        return true;
     const Kind *kind = Kind::find(body.data_case());
-    if (!kind)
-        return true;
-    return kind->mayHaveRemainder && kind->mayHaveRemainder(body);
+    return !kind || !kind->mayHaveRemainder || kind->mayHaveRemainder(body);
+}
+
+bool Remainder::mayExistBeside(const im::content::Content &content)
+{
+    return content.buttons_size() > 0 || hasUnknownFields(content);
 }
 
 bool Remainder::hasMore(const im::content::Text &text)

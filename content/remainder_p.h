@@ -38,6 +38,9 @@ bool hasUnknownFields(const Record &record)
     return !reflection->GetUnknownFields(record).empty();
 }
 
+/// Whether there is anything beside the body: buttons, fields of a newer protocol.
+bool mayExistBeside(const im::content::Content &content);
+
 /// Whether a body itself, without its captions, files and thumbnails, has more than its item.
 template <typename Record>
 bool hasMore(const Record &body)
@@ -57,7 +60,8 @@ template <auto Body, auto... Parts>
 bool mayExistIn(const im::content::Content &content)
 {
     const auto &body = std::invoke(Body, content);
-    return hasMore(body) || (isPartLeft(std::invoke(Parts, body)) || ...);
+    return mayExistBeside(content) || hasMore(body)
+        || (isPartLeft(std::invoke(Parts, body)) || ...);
 }
 
 /// What of `body` is not in `written`, its item's own record; null when that is nothing.

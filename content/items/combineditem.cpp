@@ -3,8 +3,8 @@
 #include "account/accountbase.h"
 #include "base/storedvalue.h"
 #include "base/util.h"
-#include "content/changes_p.h"
 #include "content/contentfactory.h"
+#include "content/fields_p.h"
 #include "content/items/innercontent_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/kinds_p.h"
@@ -53,7 +53,7 @@ struct Fields<CombinedItem> {
 CombinedItem::CombinedItem(int source, AccountBase *account)
     : ContentItem(source, account), m_account(account)
 {
-    setType(Combined);
+    ItemFields::setType(*this, Combined);
 }
 
 CombinedItem::CombinedItem(const im::Message &message, const Opener &open, int source,
@@ -66,7 +66,7 @@ CombinedItem::CombinedItem(const im::Message &message, const Opener &open, int s
 CombinedItem::CombinedItem(const QMap<QString, QVariant> &map, int source, AccountBase *account)
     : ContentItem(map, source, account), m_account(account)
 {
-    setType(Combined);
+    ItemFields::setType(*this, Combined);
     read(map);
 }
 

@@ -123,7 +123,7 @@ QString LotteryShare::amountText(int decimals) const
 LotteryItem::LotteryItem(int source, AccountBase *account)
     : WithOptionsItem(source, account), m_lottery(std::make_unique<im::Lottery>())
 {
-    setType(Lottery);
+    ItemFields::setType(*this, Lottery);
 }
 
 LotteryItem::LotteryItem(const QMap<QString, QVariant> &map, int source, AccountBase *account)

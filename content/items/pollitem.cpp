@@ -123,7 +123,7 @@ PollItem::PollItem(int source, AccountBase *account)
     : ContentItem(source, account), m_options(std::make_unique<TitledOptions>(source, account)),
       m_info(std::make_unique<im::PollInfo>())
 {
-    setType(Poll);
+    ItemFields::setType(*this, Poll);
 }
 
 PollItem::PollItem(const QMap<QString, QVariant> &map, int source, AccountBase *account)

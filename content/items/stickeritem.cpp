@@ -202,6 +202,45 @@ QSharedPointer<File> merged(const QSharedPointer<File> &held, const QSharedPoint
     return incoming;
 }
 
+// Comparisons with the protocol's records, for each sticker of a history: nothing is converted.
+
+bool areSame(const QString &a, const std::string &b)
+{
+    return QAnyStringView::equal(a, QUtf8StringView(b.data(), qsizetype(b.size())));
+}
+
+bool areSame(const QByteArray &a, const std::string &b)
+{
+    return QByteArrayView(a) == QByteArrayView(b.data(), qsizetype(b.size()));
+}
+
+bool areSame(const FileData *file, const im::content::FileInfo &info)
+{
+    if (!file)
+        return info.id().empty();
+    return areSame(file->fileId(), info.id()) && areSame(file->aesKey(), info.key())
+        && areSame(file->fileMd5(), info.checksum()) && areSame(file->sentName(), info.name())
+        && file->sentSize() == info.size() && file->version() == info.version();
+}
+
+bool areSame(const StickerData *file, const im::AnimatedSticker &animated)
+{
+    const im::FileInfo &info = animated.file();
+    if (!file)
+        return info.file_id().empty();
+    return areSame(file->fileId(), info.file_id()) && areSame(file->aesKey(), info.key())
+        && areSame(file->fileMd5(), info.check_sum()) && areSame(file->iv(), info.iv())
+        && areSame(file->format(), animated.file_type()) && file->sentSize() == info.size()
+        && file->width() == animated.width() && file->height() == animated.height();
+}
+
+bool areSame(const StickerItem::Thumbnail &thumbnail, const im::content::FileThumb &thumb)
+{
+    return areSame(thumbnail.file.data(), thumb.thumb_file())
+        && areSame(thumbnail.bytes, thumb.thumb_nail()) && thumbnail.w == thumb.width()
+        && thumbnail.h == thumb.height();
+}
+
 template <typename File>
 QSharedPointer<File> copyOf(const QSharedPointer<File> &file)
 {
@@ -355,7 +394,12 @@ SET_BY_FIELD(StickerItem, setH, qint32, m_h)
 SET_BY_FIELD(StickerItem, setUploadUserId, qint64, m_uploadUserId)
 SET_BY_FIELD(StickerItem, setFile, const QSharedPointer<StickerData> &, m_file)
 SET_BY_FIELD(StickerItem, setAnimatedFile, const QSharedPointer<StickerData> &, m_animatedFile)
-SET_BY_FIELD(StickerItem, setThumbnail, const Thumbnail &, m_thumbnail)
+
+void StickerItem::setThumbnail(const Thumbnail &thumbnail)
+{
+    if (!areSame(m_thumbnail, thumbnail))
+        Changes(this)->m_thumbnail = thumbnail;
+}
 
 StickerData *StickerItem::fileObject() const
 {
@@ -416,12 +460,11 @@ void StickerItem::deserialize(const im::content::Sticker &sticker)
 
 bool StickerItem::matches(const im::content::Sticker &sticker) const
 {
-    if (hasRemainder())
-        return false;
-    im::content::Sticker written;
-    ItemFields::writeParts(*this, &written);
-    written.set_pid(sticker.pid());
-    return written.SerializeAsString() == sticker.SerializeAsString();
+    return !hasRemainder() && areSame(m_shortcut, sticker.shortcut())
+        && areSame(m_hint, sticker.hint()) && m_w == sticker.width() && m_h == sticker.height()
+        && areSame(m_file.data(), sticker.sticker_file())
+        && areSame(m_animatedFile.data(), sticker.animated_file())
+        && areSame(m_thumbnail, sticker.thumb());
 }
 
 // Views

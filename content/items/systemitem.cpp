@@ -88,20 +88,20 @@ SystemItem::SystemItem(const QMap<QString, QVariant> &map, int source, AccountBa
 {
     if (!m_info)
         m_info = std::make_unique<Alert>();
-    setType(System);
+    ItemFields::setType(*this, System);
 }
 
 SystemItem::SystemItem(const im::content::Content &content, int source, AccountBase *account)
     : ContentItem(content, source, account), m_info(kept(content.system_alert())),
       m_account(account)
 {
-    setType(System);
+    ItemFields::setType(*this, System);
 }
 
 SystemItem::SystemItem(int source, AccountBase *account)
     : ContentItem(source, account), m_info(std::make_unique<Alert>()), m_account(account)
 {
-    setType(System);
+    ItemFields::setType(*this, System);
 }
 
 SystemItem::SystemItem(const SystemItem *other)
