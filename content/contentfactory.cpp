@@ -1,29 +1,15 @@
 #include "content/contentfactory.h"
 
 #include "account/accountbase.h"
-#include "account/stickerprovider.h"
 #include "base/json.h"
 #include "content/contentitem.h"
-#include "content/items/callitem.h"
-#include "content/items/carditem.h"
 #include "content/items/combineditem.h"
 #include "content/items/filegroupitem.h"
-#include "content/items/fileitem.h"
-#include "content/items/folderitem.h"
-#include "content/items/imageitem.h"
 #include "content/items/innercontent_p.h"
-#include "content/items/locationitem.h"
-#include "content/items/lotteryitem.h"
 #include "content/items/mediagroupitem.h"
-#include "content/items/meetingitem.h"
-#include "content/items/musicitem.h"
-#include "content/items/pollitem.h"
 #include "content/items/stickeritem.h"
-#include "content/items/systemitem.h"
-#include "content/items/videoitem.h"
-#include "content/items/voiceitem.h"
+#include "content/kinds_p.h"
 #include "content/modelbaseutil.h"
-#include "content/providers_p.h"
 #include "core/logs_p.h"
 #include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
@@ -32,7 +18,6 @@
 #include <google/protobuf/arena.h>
 
 #include <algorithm>
-#include <array>
 #include <climits>
 #include <typeinfo>
 
@@ -42,83 +27,6 @@ namespace
 using ItemPointer = QSharedPointer<ContentItem>;
 using ItemMap = QMap<QString, QVariant>;
 
-/// How the items of one content type are made, by each source.
-struct Kind {
-    int type;
-    ItemPointer (*fromMap)(const ItemMap &map, int source, AccountBase *account);
-    ItemPointer (*fromRecord)(const im::content::Content &content, int source,
-                              AccountBase *account);
-    ItemPointer (*copy)(const ContentItem &other); ///< null for what is not of the kind's class
-    const std::type_info &itemClass;
-};
-
-template <typename Item>
-Kind kind(int type)
-{
-    return {
-        type,
-        [](const ItemMap &map, int source, AccountBase *account) -> ItemPointer {
-            return QSharedPointer<Item>::create(map, source, account);
-        },
-        [](const im::content::Content &content, int source, AccountBase *account) -> ItemPointer {
-            auto item = QSharedPointer<Item>::create(content, source, account);
-            item->keepRemainder(content);
-            return item;
-        },
-        [](const ContentItem &other) -> ItemPointer {
-            const auto *same = dynamic_cast<const Item *>(&other);
-            return same ? QSharedPointer<Item>::create(same) : ItemPointer();
-        },
-        typeid(Item)};
-}
-
-/// Stickers are made by the account's provider, since many messages share one.
-Kind stickerKind()
-{
-    return {ContentItem::Sticker,
-            [](const ItemMap &map, int, AccountBase *account) {
-                StickerProvider *provider = stickerProviderOf(account);
-                return provider ? provider->sticker(map) : ItemPointer();
-            },
-            [](const im::content::Content &content, int, AccountBase *account) {
-                StickerProvider *provider = stickerProviderOf(account);
-                return provider ? provider->sticker(content) : ItemPointer();
-            },
-            kind<StickerItem>(ContentItem::Sticker).copy, typeid(StickerItem)};
-}
-
-/// Every kind of content, a row each. The first one that `matches`; null when there is none.
-template <typename Matches>
-const Kind *firstKind(Matches matches)
-{
-    // clang-format off
-    static const std::array kinds{
-        kind<ContentItem>(ContentItem::Text),
-        kind<CardItem>(ContentItem::Card),
-        kind<SystemItem>(ContentItem::System),
-        kind<CallItem>(ContentItem::Call),
-        kind<MeetingItem>(ContentItem::Meeting),
-        kind<ImageItem>(ContentItem::Image),
-        kind<VoiceItem>(ContentItem::Voice),
-        kind<MusicItem>(ContentItem::Music),
-        kind<VideoItem>(ContentItem::Video),
-        kind<FileItem>(ContentItem::File),
-        kind<LocationItem>(ContentItem::Location),
-        kind<FolderItem>(ContentItem::Folder),
-        kind<PollItem>(ContentItem::Poll),
-        kind<LotteryItem>(ContentItem::Lottery),
-        stickerKind(),
-    };
-    // clang-format on
-    const auto found = std::find_if(kinds.begin(), kinds.end(), matches);
-    return found != kinds.end() ? &*found : nullptr;
-}
-
-const Kind *findKind(int type)
-{
-    return firstKind([type](const Kind &row) { return row.type == type; });
-}
-
 ItemPointer checked(ItemPointer item)
 {
     if (!item && Nesting::isFirstFailure())
@@ -126,13 +34,16 @@ ItemPointer checked(ItemPointer item)
     return item;
 }
 
+/// Stored records of this format version and of older ones are JSON.
+constexpr int jsonVersion = 1;
+
 constexpr auto contentKey = [] { return QStringLiteral("content"); };
 constexpr auto typeKey = [] { return QStringLiteral("type"); };
 
 ItemPointer makeOf(const ItemMap &map, int type, int source, AccountBase *account)
 {
-    const Kind *row = findKind(type);
-    return checked(row ? row->fromMap(map, source, account) : ItemPointer());
+    const Kind *row = Kind::find(type);
+    return checked(row && row->fromMap ? row->fromMap(map, source, account) : ItemPointer());
 }
 
 /// The map with the list "content" that stored JSON stands for.
@@ -152,7 +63,7 @@ ItemPointer makeContentItem(const std::string &bytes, int version, int source, A
 {
     if (bytes.empty())
         return {};
-    if (version > 1) {
+    if (version > jsonVersion) {
         // Most records fit into the block on the stack, which spares the allocations.
         alignas(8) char block[4096];
         google::protobuf::Arena arena(block, sizeof block);
@@ -197,8 +108,9 @@ ItemPointer deserializeContent(const im::content::Content &content, int source,
                                AccountBase *account)
 {
     // The number of the body's field is the content type.
-    const Kind *row = findKind(content.data_case());
-    return checked(row ? row->fromRecord(content, source, account) : ItemPointer());
+    const Kind *row = Kind::find(content.data_case());
+    return checked(row && row->fromRecord ? row->fromRecord(content, source, account)
+                                          : ItemPointer());
 }
 
 ItemPointer makeMessageItem(const im::Message &message,
@@ -235,17 +147,21 @@ ItemPointer copyContent(const ItemPointer &item)
         return {};
     // By class, since a type is only what an item calls itself.
     const ContentItem &other = *item;
-    if (const Kind *row =
-            firstKind([&other](const Kind &each) { return each.itemClass == typeid(other); }))
-        return row->copy(other);
+    for (const Kind &row : Kind::all()) {
+        if (row.itemClass && *row.itemClass == typeid(other))
+            return row.copy(other);
+    }
     // A class of the application. The types that a text takes on while it is shown are texts.
-    const Kind *row = findKind(item->isTextMsg() ? ContentItem::Text : item->type());
-    ItemPointer made = row ? row->copy(other) : ItemPointer();
+    const Kind *row = Kind::find(item->isTextMsg() ? ContentItem::Text : item->type());
+    ItemPointer made = row && row->copy ? row->copy(other) : ItemPointer();
     if (!made && item->type() == ContentItem::Sticker) {
         im::content::Content body;
         item->serialize(&body);
-        if (body.has_sticker())
-            made = kind<StickerItem>(ContentItem::Sticker).fromRecord(body, 1, nullptr);
+        if (body.has_sticker()) {
+            const auto sticker = QSharedPointer<StickerItem>::create(body, chatSource, nullptr);
+            sticker->keepRemainder(body);
+            made = sticker;
+        }
     }
     return made;
 }
@@ -267,7 +183,7 @@ void serializes(const ItemPointer &item, QList<QVariant> &list)
 
 ItemPointer restoreContent(const std::string &bytes, int version, int source, AccountBase *account)
 {
-    if (bytes.empty() || version > 1)
+    if (bytes.empty() || version > jsonVersion)
         return makeContentItem(bytes, version, source, account);
     return restoreContent(storedMap(bytes), source, account);
 }

@@ -298,13 +298,13 @@ protected:
     QSize calcCaptionSize(int &lineCount, int maxWidth, int maxRowCount);
 
 private:
+    friend class ItemFields;
     struct Extra;
 
     QVariant textEntityVariant() const { return QVariant::fromValue(textEntity()); }
-    void update(const QString &content, const UserTextBlocks &blocks, qint32 effect);
-    void setIsGame(bool isGame);
+    void setText(const QString &content, const UserTextBlocks &blocks, qint32 effect);
     void storeSize(QSize size, bool inThread);
-    void setRemainder(std::unique_ptr<im::content::Content> remainder);
+    void replaceRemainder(std::unique_ptr<im::content::Content> remainder);
     UserTextBlocks entitiesOf(const im::content::Text &record) const;
     const Extra &extra() const;
     Extra &ownExtra();

@@ -2,11 +2,11 @@
 
 #include "base/storedvalue.h"
 #include "base/util.h"
+#include "content/diskfile_p.h"
 #include "content/mediaplace_p.h"
 #include "protocol/common_data.pb.h"
 #include "protocol/message_content.pb.h"
 
-#include <QDateTime>
 #include <QFileInfo>
 #include <QJSEngine>
 #include <QUrl>
@@ -47,51 +47,12 @@ quint8 percentOf(qint64 done, qint64 total)
 
 } // namespace
 
-/// When a file was made and last changed, as FileData::createTime() has it.
-struct FileData::Times {
-    qint64 created = 0;
-    qint64 modified = 0;
-
-    bool areKnown() const { return created > 0 && modified > 0; }
-    bool match(const Times &recorded) const
-    {
-        const auto same = [](qint64 now, qint64 then) { return now == then || now / 1000 == then; };
-        return same(created, recorded.created) && same(modified, recorded.modified);
-    }
-};
-
-/// What the disk says of a path at one moment.
-struct FileData::DiskFile {
-    explicit DiskFile(const QString &path)
-    {
-        if (path.isEmpty())
-            return;
-        QFileInfo info(path);
-        info.stat(); // all at once: the file may vanish between two questions
-        exists = info.exists();
-        if (!exists)
-            return;
-        isRegular = info.isFile();
-        size = info.size();
-        const QDateTime created = info.birthTime();
-        times.modified = info.lastModified().toMSecsSinceEpoch();
-        times.created = created.isValid() ? created.toMSecsSinceEpoch() : times.modified;
-    }
-
-    qint64 regularSize() const { return isRegular ? size : 0; }
-
-    bool exists = false;
-    bool isRegular = false;
-    qint64 size = 0;
-    Times times;
-};
-
 /// What most of a hundred thousand records do not have.
 struct FileData::Extra {
-    QString extension; // only where the name does not tell
+    QString extension; // only where it differs from that of the name
     QByteArray iv;
-    Times times;
-    Times cacheTimes;
+    FileTimes times;
+    FileTimes cacheTimes;
     std::optional<qint64> sentSize; // only where it is not size()
     qint64 done = 0;
     quint8 percent = 0;
@@ -345,7 +306,7 @@ void FileData::parse(const QVariantMap &map, ParseType type, bool all)
     }
     setFilePath(path);
     recordCopy();
-    if (all && !has(keys.size) && !has(keys.sentSize)) // so nothing is known of what was said of it
+    if (all && !has(keys.size) && !has(keys.sentSize)) // the size that was sent is unknown
         setSize(size());
     if (fileState() == NotDownloaded) // nothing is known but that it is here
         setFileState(Downloaded);
@@ -475,12 +436,12 @@ void FileData::recordCopy()
 {
     const Locker locker(this);
     const QString name = sentName();
-    const qint64 said = sentSize();
+    const qint64 sizeSent = sentSize();
     recordFile();
     if (fileId().isEmpty())
         return;
-    if (said != size())
-        ownExtra().sentSize = said;
+    if (sizeSent != size())
+        ownExtra().sentSize = sizeSent;
     if (name != m_fileName)
         ownExtra().isNameLocal = true;
 }

@@ -64,7 +64,7 @@ public:
 
     // What the file is called
 
-    /// As people may see it (Util::shownFileName()): of the name that the record came with.
+    /// The name that the record came with, as people may see it (Util::shownFileName()).
     QString fileName() const override;
     void setFileName(const QString &fileName);
     /// The extension that the record came with; without one, what follows the last dot of the
@@ -76,10 +76,10 @@ public:
     QByteArray iv() const;
     void setIv(const QByteArray &iv);
 
-    // What the record says of the file to others. A file that has an id came with a message, which
-    // may have told no name, or a size that is not the one on this device (of the encrypted file):
-    // name and size of the copy here are shown, but neither are they sent nor do they make it
-    // another file. Of a file without an id, one that is yet to be sent, they are what is said.
+    // Name and size as they are sent. A file with an id came with a message. The message may have no
+    // name, or another size (that of the encrypted file): then name and size of the local copy are
+    // shown but not sent, and not compared by isSameRecord(). A file without an id is still to be
+    // sent: its local name and size are sent.
 
     void setSize(qint64 size) override;
     QString sentName() const;
@@ -101,7 +101,7 @@ public:
     void serialize(im::content::FileInfo *info) const;
     void serialize(im::FileInfo *info) const;
 
-    /// Whether a stored map tells anything of that file.
+    /// Whether a stored map has a key of that file.
     static bool isStored(const QVariantMap &map, ParseType type);
     /// Takes over what the map has; fields whose keys it has not stay.
     void update(const QVariantMap &map, ParseType type = ParseType::Source);
@@ -134,7 +134,7 @@ public:
     bool updateFile(const FileData &other);
 
     /// Whether the recorded file, and no other that has replaced it, is still in its place, or where
-    /// a data move has brought it, whereto the path follows. If it is not, the record moves onto
+    /// a data move has brought it; then the path is updated. If it is not, the record moves onto
     /// the cached copy; when that is gone, too, both paths become empty. The state follows:
     /// Missing, when a file that was Downloaded or Uploaded is gone, Downloaded when the cached
     /// copy stands in, while what concerns an upload stays.
@@ -207,9 +207,7 @@ protected:
     void emitChanges(quint16 changes) override;
 
 private:
-    struct DiskFile;
     struct Extra;
-    struct Times;
     struct OwnKeys;
     using Range = std::pair<qint64, qint64>;
 
@@ -225,7 +223,7 @@ private:
     void setNameAndExtension(const QString &name, const QString &extension);
     void recordFile();
     void recordCopy();
-    /// Makes sure of a file that is said to be here.
+    /// Calls exists() when the record has a file on this device.
     void noticeLoss();
     void forgetFollowedTimes();
     const Extra &extra() const;

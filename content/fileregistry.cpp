@@ -2,8 +2,6 @@
 
 #include "content/filedata.h"
 
-#include <algorithm>
-
 FileRegistry::FileRegistry() = default;
 
 FileRegistry::~FileRegistry() = default;
@@ -11,7 +9,7 @@ FileRegistry::~FileRegistry() = default;
 QSharedPointer<FileData> FileRegistry::file(const QString &id)
 {
     const std::lock_guard lock(m_mutex);
-    return m_records.value(id).toStrongRef();
+    return m_records.value(id);
 }
 
 QSharedPointer<FileData> FileRegistry::add(const QSharedPointer<FileData> &record)
@@ -22,16 +20,10 @@ QSharedPointer<FileData> FileRegistry::add(const QSharedPointer<FileData> &recor
     QSharedPointer<FileData> held;
     {
         const std::lock_guard lock(m_mutex);
-        held = m_records.value(id).toStrongRef();
-        if (!held) {
-            // Once every doubling, so that adding stays cheap and dead entries never outnumber
-            // the others for long.
-            if (m_records.size() >= m_purgeAt) {
-                m_records.removeIf([](const auto &entry) { return entry.value().isNull(); });
-                m_purgeAt = std::max<qsizetype>(64, m_records.size() * 2);
-            }
-            m_records.insert(id, record);
-        }
+        QWeakPointer<FileData> &entry = m_records.entry(id);
+        held = entry.toStrongRef();
+        if (!held)
+            entry = record;
     }
     return held && held->isSameRecord(*record) ? held : record;
 }

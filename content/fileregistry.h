@@ -1,12 +1,10 @@
 #pragma once
 
 #include "account/fileprovider.h"
+#include "content/weakregistry.h"
 #include "modelbase_export.h"
 
-#include <QHash>
-#include <QSharedPointer>
 #include <QString>
-#include <QWeakPointer>
 
 #include <mutex>
 
@@ -28,6 +26,5 @@ public:
 
 private:
     mutable std::mutex m_mutex;
-    QHash<QString, QWeakPointer<FileData>> m_records;
-    qsizetype m_purgeAt = 64; // entries at which to look for dead ones next
+    WeakRegistry<QString, FileData> m_records;
 };

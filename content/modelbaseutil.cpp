@@ -3,45 +3,27 @@
 #include "base/undying.h"
 #include "base/usertextblock.h"
 #include "base/util.h"
+#include "content/contentitem.h"
+#include "content/kinds_p.h"
 #include "core/mediafolders_p.h"
 
-#include <QHash>
 #include <QRegularExpression>
-
-using namespace Qt::StringLiterals;
 
 namespace ModelBaseUtil
 {
 namespace
 {
 
-struct NamedCode {
-    int code;
-    QLatin1String name;
-};
-
-constexpr NamedCode messageTypes[] = {
-    {1, "text"_L1},
-    {2, "image"_L1},
-    {3, "audio"_L1},
-    {4, "music"_L1},
-    {5, "video"_L1},
-    {6, "file"_L1},
-    {7, "sticker"_L1},
-    {8, "card"_L1},
-    {9, "location"_L1},
-    {10, "system"_L1},
-    {11, "call"_L1},
-    {12, "meeting"_L1},
-    {13, "poll"_L1},
-    {14, "lottery"_L1},
-    {15, "combined"_L1},
-    {500, "folder"_L1},
-    {501, "mediagroup"_L1},
-    {502, "filegroup"_L1},
-    {2008, "invalidlottery"_L1},
-    {2009, "invalidpoll"_L1},
-};
+template <typename Matches>
+QSet<int> typesOf(Matches matches)
+{
+    QSet<int> types;
+    for (const Kind &kind : Kind::all()) {
+        if (matches(kind))
+            types.insert(kind.type);
+    }
+    return types;
+}
 
 QStringList words(const QString &text)
 {
@@ -52,26 +34,18 @@ QStringList words(const QString &text)
 
 QString messageTypeIntToStr(int type)
 {
-    static const auto &names = undying([] {
-        QHash<int, QString> result;
-        for (const NamedCode &row : messageTypes)
-            result.insert(row.code, row.name);
-        return result;
-    }());
-    return names.value(type);
+    const Kind *kind = Kind::find(type);
+    return kind ? QString::fromLatin1(kind->name) : QString();
 }
 
 int messageTypeStrToInt(const QString &name)
 {
-    static const auto &codes = undying([] {
-        QHash<QString, int> result;
-        for (const NamedCode &row : messageTypes)
-            result.insert(row.name, row.code);
+    for (const Kind &kind : Kind::all()) {
         // Combined messages are made of their parts and never rebuilt from a stored name.
-        result.remove(QStringLiteral("combined"));
-        return result;
-    }());
-    return codes.value(name);
+        if (kind.type != ContentItem::Combined && name == QLatin1StringView(kind.name))
+            return kind.type;
+    }
+    return 0;
 }
 
 QString getFileTypeString(int fileType)
@@ -86,9 +60,8 @@ QString getModelSourceTypeString(int sourceType)
 
 int getMsgTypeToFileType(int type)
 {
-    static const auto &fileTypes =
-        undying(QHash<int, int>{{2, 2}, {3, 3}, {4, 6}, {5, 4}, {6, 5}, {7, 1}, {500, 5}});
-    return fileTypes.value(type, 5);
+    const Kind *kind = Kind::find(type);
+    return kind ? kind->fileType : FileType::Plain;
 }
 
 const QList<QString> &imageFormat()
@@ -131,19 +104,21 @@ const QList<QString> &wallpaperFormat()
 
 const QSet<int> &allFileTypes()
 {
-    static const auto &set = undying(QSet<int>{2, 3, 5, 6, 4, 7, 8, 9, 500});
+    static const auto &set =
+        undying(typesOf([](const Kind &kind) { return kind.files != Kind::None; }));
     return set;
 }
 
 const QSet<int> &uploadTypes()
 {
-    static const auto &set = undying(QSet<int>{2, 3, 5, 6, 4, 500});
+    static const auto &set =
+        undying(typesOf([](const Kind &kind) { return kind.files == Kind::Uploaded; }));
     return set;
 }
 
 const QSet<int> &typingTypes()
 {
-    static const auto &set = undying(QSet<int>{1, 2, 3, 5, 6, 4, 500});
+    static const auto &set = undying(uploadTypes() | QSet<int>{ContentItem::Text});
     return set;
 }
 

@@ -3,7 +3,7 @@
 #include "base/storedvalue.h"
 #include "base/usertextblock.h"
 #include "base/util.h"
-#include "content/contentitem.h"
+#include "content/kinds_p.h"
 #include "core/logs_p.h"
 #include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
@@ -13,11 +13,9 @@
 
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
-#include <google/protobuf/unknown_field_set.h>
 #include <google/protobuf/util/message_differencer.h>
 
 #include <algorithm>
-#include <type_traits>
 #include <vector>
 
 namespace
@@ -27,17 +25,9 @@ using google::protobuf::FieldDescriptor;
 using google::protobuf::Message;
 using google::protobuf::Reflection;
 using google::protobuf::util::MessageDifferencer;
+using Remainder::hasUnknownFields;
 
-/// Each content that comes in is asked, each of its records: how to ask a type is looked up once.
-template <typename Record>
-bool hasUnknownFields(const Record &record)
-{
-    static_assert(!std::is_same_v<Record, Message>);
-    static const Reflection *const reflection = Record::GetReflection();
-    return !reflection->GetUnknownFields(record).empty();
-}
-
-bool mayExist(const im::content::TextEntity &entity)
+bool hasMore(const im::content::TextEntity &entity)
 {
     using im::content::TextEntity;
     const auto type = entity.type();
@@ -51,13 +41,6 @@ bool mayExist(const im::content::TextEntity &entity)
             && type != TextEntity::CUSTOM_EMOJI)
         || (!entity.code_lang().empty() && !isCode)
         || (entity.collapsed() && !isCode && type != TextEntity::QUOTED);
-}
-
-bool mayExist(const im::content::Text &text)
-{
-    return hasUnknownFields(text)
-        || std::any_of(text.textentity().begin(), text.textentity().end(),
-                       [](const auto &entity) { return mayExist(entity); });
 }
 
 // Items do not hold captions, files and thumbnails without content: those stay in the remainder.
@@ -79,97 +62,11 @@ bool hasContent(const im::content::FileThumb &thumb)
         || thumb.has_thumb_file();
 }
 
-bool mayExist(const im::content::FileInfo &file)
-{
-    return hasUnknownFields(file);
-}
-
+/// The getter of a record that is not there gives the default one.
 template <typename Record>
-bool mayExist(bool isThere, const Record &record);
-
-bool mayExist(const im::content::FileThumb &thumb)
+bool isThere(const Record &record)
 {
-    return hasUnknownFields(thumb) || mayExist(thumb.has_thumb_file(), thumb.thumb_file());
-}
-
-/// For a part of a body.
-template <typename Record>
-bool mayExist(bool isThere, const Record &record)
-{
-    return isThere && (!hasContent(record) || mayExist(record));
-}
-
-bool mayExist(const im::content::Image &body)
-{
-    return hasUnknownFields(body) || mayExist(body.has_image_file(), body.image_file())
-        || mayExist(body.has_live_photo_file(), body.live_photo_file())
-        || mayExist(body.has_thumb(), body.thumb()) || mayExist(body.has_caption(), body.caption());
-}
-
-bool mayExist(const im::content::Video &body)
-{
-    return hasUnknownFields(body) || mayExist(body.has_video_file(), body.video_file())
-        || mayExist(body.has_thumb(), body.thumb()) || mayExist(body.has_caption(), body.caption());
-}
-
-bool mayExist(const im::content::Voice &body)
-{
-    return hasUnknownFields(body) || mayExist(body.has_voice_file(), body.voice_file())
-        || mayExist(body.has_caption(), body.caption());
-}
-
-bool mayExist(const im::content::Audio &body)
-{
-    return hasUnknownFields(body) || mayExist(body.has_audio_file(), body.audio_file())
-        || mayExist(body.has_thumb_file(), body.thumb_file())
-        || mayExist(body.has_caption(), body.caption());
-}
-
-bool mayExist(const im::content::File &body)
-{
-    return hasUnknownFields(body) || mayExist(body.has_attach_file(), body.attach_file())
-        || mayExist(body.has_thumb_file(), body.thumb_file())
-        || mayExist(body.has_caption(), body.caption());
-}
-
-bool mayExist(const im::content::Location &body)
-{
-    return hasUnknownFields(body) || mayExist(body.has_caption(), body.caption());
-}
-
-bool mayExist(const im::content::Card &card)
-{
-    // A record that is there and empty is more than none.
-    const auto isLeftOver = [](const auto &record) {
-        return record.ByteSizeLong() == 0 || hasUnknownFields(record);
-    };
-    return hasUnknownFields(card) || (card.has_avatar_thumb() && isLeftOver(card.avatar_thumb()))
-        || (card.has_caption() && (isLeftOver(card.caption()) || mayExist(card.caption())));
-}
-
-bool mayExist(const im::content::Sticker &sticker)
-{
-    if (hasUnknownFields(sticker) || sticker.pid() < 0)
-        return true;
-    if (sticker.has_sticker_file()) {
-        const im::content::FileInfo &file = sticker.sticker_file();
-        if (file.id().empty() || hasUnknownFields(file))
-            return true;
-    }
-    if (sticker.has_animated_file()) {
-        const im::AnimatedSticker &animated = sticker.animated_file();
-        if (animated.file().file_id().empty() || hasUnknownFields(animated)
-            || hasUnknownFields(animated.file()))
-            return true;
-    }
-    if (sticker.has_thumb()) {
-        const im::content::FileThumb &thumb = sticker.thumb();
-        const im::content::FileInfo &file = thumb.thumb_file();
-        if (thumb.ByteSizeLong() == 0 || hasUnknownFields(thumb)
-            || (thumb.has_thumb_file() && (file.id().empty() || hasUnknownFields(file))))
-            return true;
-    }
-    return false;
+    return &record != &Record::default_instance();
 }
 
 /// Null for a record of nothing, and, with a log line, for one that takes too much: a byte on the
@@ -242,42 +139,61 @@ void subtract(Message &from, const Message &written)
 
 bool Remainder::mayExist(const im::content::Content &body)
 {
-    using im::content::Content;
-    if (body.buttons_size() > 0 || hasUnknownFields(body))
+    const Kind *kind = Kind::find(body.data_case());
+    return !kind || !kind->mayHaveRemainder || kind->mayHaveRemainder(body);
+}
+
+bool Remainder::mayExistBeside(const im::content::Content &content)
+{
+    return content.buttons_size() > 0 || hasUnknownFields(content);
+}
+
+bool Remainder::hasMore(const im::content::Text &text)
+{
+    return hasUnknownFields(text)
+        || std::any_of(text.textentity().begin(), text.textentity().end(),
+                       [](const auto &entity) { return ::hasMore(entity); });
+}
+
+bool Remainder::hasMore(const im::content::Sticker &sticker)
+{
+    if (hasUnknownFields(sticker) || sticker.pid() < 0)
         return true;
-    switch (body.data_case()) {
-    case Content::kText:
-        return ::mayExist(body.text());
-    case Content::kImage:
-        return ::mayExist(body.image());
-    case Content::kVoice:
-        return ::mayExist(body.voice());
-    case Content::kAudio:
-        return ::mayExist(body.audio());
-    case Content::kVideo:
-        return ::mayExist(body.video());
-    case Content::kFile:
-        return ::mayExist(body.file());
-    case Content::kLocation:
-        return ::mayExist(body.location());
-    // What is beside the fields of the contents inside is kept by the items of those.
-    case Content::kPoll:
-        return hasUnknownFields(body.poll());
-    case Content::kLottery:
-        return hasUnknownFields(body.lottery());
-    case Content::kSticker:
-        return ::mayExist(body.sticker());
-    case Content::kCard:
-        return ::mayExist(body.card());
-    case Content::kSystemAlert:
-        return false; // the item keeps the record whole
-    case Content::kCall:
-        return hasUnknownFields(body.call());
-    case Content::kMeetingInvite:
-        return hasUnknownFields(body.meeting_invite());
-    default:
-        return true;
+    if (sticker.has_sticker_file()) {
+        const im::content::FileInfo &file = sticker.sticker_file();
+        if (file.id().empty() || hasUnknownFields(file))
+            return true;
     }
+    if (sticker.has_animated_file()) {
+        const im::AnimatedSticker &animated = sticker.animated_file();
+        if (animated.file().file_id().empty() || hasUnknownFields(animated)
+            || hasUnknownFields(animated.file()))
+            return true;
+    }
+    if (sticker.has_thumb()) {
+        const im::content::FileThumb &thumb = sticker.thumb();
+        const im::content::FileInfo &file = thumb.thumb_file();
+        if (thumb.ByteSizeLong() == 0 || hasUnknownFields(thumb)
+            || (thumb.has_thumb_file() && (file.id().empty() || hasUnknownFields(file))))
+            return true;
+    }
+    return false;
+}
+
+bool Remainder::isPartLeft(const im::content::Text &caption)
+{
+    return isThere(caption) && (!hasContent(caption) || hasMore(caption));
+}
+
+bool Remainder::isPartLeft(const im::content::FileInfo &file)
+{
+    return isThere(file) && (!hasContent(file) || hasUnknownFields(file));
+}
+
+bool Remainder::isPartLeft(const im::content::FileThumb &thumb)
+{
+    return isThere(thumb)
+        && (!hasContent(thumb) || hasUnknownFields(thumb) || isPartLeft(thumb.thumb_file()));
 }
 
 Remainder::Record Remainder::between(const im::content::Content &body,
@@ -320,8 +236,8 @@ Remainder::Record Remainder::fromBytes(const QByteArray &bytes, int type)
     auto record = std::make_unique<im::content::Content>();
     const bool isWhole = record->ParseFromArray(bytes.constData(), int(bytes.size()));
     const int body = isWhole ? int(record->data_case()) : 0;
-    // A folder has the body of a file.
-    const int expected = type == ContentItem::Folder ? int(ContentItem::File) : type;
+    const Kind *kind = Kind::find(type);
+    const int expected = kind ? kind->body : type;
     if (!isWhole || (body != 0 && body != expected)) {
         ImLog::error(
             lcModel(),

@@ -1,6 +1,7 @@
 #include "content/sharedstickers.h"
 
 #include "content/items/stickeritem.h"
+#include "content/kinds_p.h"
 #include "content/remainder_p.h"
 #include "content/stickerdata.h"
 #include "protocol/common_data.pb.h"
@@ -11,10 +12,7 @@
 namespace
 {
 
-/// Items of the account's own messages; see ContentItem.
-constexpr int chatSource = 1;
-
-bool hasOwnWords(const StickerItem &item)
+bool hasText(const StickerItem &item)
 {
     return !item.content().isEmpty() || item.hasEntity() || item.effect() != 0;
 }
@@ -33,14 +31,14 @@ QSharedPointer<ContentItem> SharedStickers::sticker(const im::content::Content &
         item->keepRemainder(content);
         return item;
     }
-    QWeakPointer<StickerItem> &entry = entryOf(record.sticker_file().id());
+    QWeakPointer<StickerItem> &entry = m_items.entry(record.sticker_file().id());
     const auto shared = entry.toStrongRef();
-    if (shared && shared->says(record)) {
+    if (shared && shared->matches(record)) {
         shared->setPid(std::max(shared->pid(), record.pid()));
         return shared;
     }
     const auto item = QSharedPointer<StickerItem>::create(content, chatSource, nullptr);
-    if (!shared) // the first one stays: what others say under its id is theirs alone
+    if (!shared) // the first one stays: another sticker with its id is not shared
         entry = item;
     return item;
 }
@@ -51,14 +49,14 @@ QSharedPointer<ContentItem> SharedStickers::sticker(const QMap<QString, QVariant
     im::content::Content body;
     item->serialize(&body);
     const std::string &fileId = body.sticker().sticker_file().id();
-    if (fileId.empty() || hasOwnWords(*item) || Remainder::mayExist(body))
+    if (fileId.empty() || hasText(*item) || Remainder::mayExist(body))
         return item;
 
-    QWeakPointer<StickerItem> &entry = entryOf(fileId);
+    QWeakPointer<StickerItem> &entry = m_items.entry(fileId);
     const auto shared = entry.toStrongRef();
     if (!shared)
         entry = item;
-    if (!shared || !shared->says(body.sticker()))
+    if (!shared || !shared->matches(body.sticker()))
         return item;
     // What the map knows of this device is news to the shared records, too.
     shared->file()->updateFile(*item->file());
@@ -66,13 +64,4 @@ QSharedPointer<ContentItem> SharedStickers::sticker(const QMap<QString, QVariant
         shared->animatedFile()->updateFile(*item->animatedFile());
     shared->setPid(std::max(shared->pid(), item->pid()));
     return shared;
-}
-
-QWeakPointer<StickerItem> &SharedStickers::entryOf(const std::string &fileId)
-{
-    if (m_items.size() >= m_purgeAt) {
-        std::erase_if(m_items, [](const auto &entry) { return entry.second.isNull(); });
-        m_purgeAt = std::max<std::size_t>(64, m_items.size() * 2);
-    }
-    return m_items[fileId];
 }

@@ -33,11 +33,11 @@ constexpr int bothLimits = 3;
 struct Row {
     int type;
     int variant;
-    const char *said;
-    const char *saidOfMe = nullptr; ///< by the user, or of the user; null: of nobody
+    const char *textId;
+    const char *ownTextId = nullptr; ///< where the subject is this user; null: there is none
 };
 
-// What the user did is said by sentences of its own: many languages have another verb for that.
+// The second person has sentences of its own: many languages have another verb form for it.
 constexpr Row rows[] = {
     {Alert::UNKNOWN, plain,
      //% "This version cannot show what happened here"
@@ -561,7 +561,7 @@ AlertText::Sentence AlertText::compose(const Alert &alert, const Circumstances &
         areSubject ? targets : QList<Party>{operatorOf(alert, circumstances)};
 
     const bool isOfMe = subjects.size() == 1 && subjects.first().isMe;
-    const QString sentence = translated(isOfMe && row.saidOfMe ? row.saidOfMe : row.said);
+    const QString sentence = translated(isOfMe && row.ownTextId ? row.ownTextId : row.textId);
     const auto direction = sentence.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight;
     QStringList parts = objectsOf(alert, variant, targets, direction);
     parts.prepend(listOf(subjects, youAmongOthers, direction));

@@ -3,9 +3,6 @@
 #include "content/contentitem.h"
 #include "i18n/languagefollower.h"
 
-template <typename Item>
-class Changes;
-
 /// A call between two users, as it stands in their chat when it is over or under way. calcSize()
 /// does not measure it: how a call is shown is the view's.
 ///
@@ -49,8 +46,8 @@ public:
     /// What the server knows the call by.
     const QString &callId() const { return m_callId; }
     void setCallId(const QString &callId);
-    /// Whether the account made the call: its message says so, the content does not. Set by the
-    /// item's owner and not stored.
+    /// Whether this account made the call. Known from the message, not from the content: set by the
+    /// item's owner, and not stored.
     bool outgoing() const { return m_outgoing; }
     void setOutgoing(bool outgoing);
     /// What became of the call, in the application's language: "Missed call", "Call 12:34".
@@ -70,7 +67,8 @@ Q_SIGNALS:
     void textChanged();
 
 private:
-    void take(Changes<CallItem> &changes, qint32 state, qint64 duration, const QString &callId);
+    template <typename>
+    friend struct Fields;
 
     qint64 m_duration = 0;
     QString m_callId;

@@ -5,9 +5,9 @@
 #include <QByteArray>
 #include <QPointer>
 
+#include <memory>
+
 class PhotoData;
-template <typename Item>
-class Changes;
 
 /// A user whom somebody recommends: the card that one taps to open the profile. calcSize() measures
 /// the caption alone: how the card is shown is the view's.
@@ -87,14 +87,16 @@ Q_SIGNALS:
     void nameChanged();
 
 private:
+    template <typename>
+    friend struct Fields;
+    struct PhotoRecord;
+
     PhotoData *photoObject() const { return photo().data(); }
-    void take(Changes<CardItem> &changes, const QString &nick, qint32 userId, const QString &imId,
-              const Photo &photo);
 
     QString m_nick;
     QString m_imId;
     Photo m_photo;
     QPointer<QObject> m_user;
-    mutable QSharedPointer<PhotoData> m_photoData; // null until it is asked for
+    mutable std::unique_ptr<PhotoRecord> m_photoRecord; // null until it is asked for
     qint32 m_userId = 0;
 };

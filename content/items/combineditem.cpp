@@ -4,9 +4,10 @@
 #include "base/storedvalue.h"
 #include "base/util.h"
 #include "content/contentfactory.h"
+#include "content/fields_p.h"
 #include "content/items/innercontent_p.h"
 #include "content/items/mediabox_p.h"
-#include "content/items/watch_p.h"
+#include "content/kinds_p.h"
 #include "core/logs_p.h"
 #include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
@@ -23,13 +24,6 @@ constexpr int summaryLines = 3;
 /// What a view has room for in a line; more is not measured.
 constexpr int summaryLength = 100;
 
-auto watch(CombinedItem *item)
-{
-    return Watch(item, Watched{&CombinedItem::entries, &CombinedItem::entriesChanged},
-                 Watched{&CombinedItem::total, &CombinedItem::totalChanged},
-                 Watched{&CombinedItem::entries, &CombinedItem::needRecalcSize});
-}
-
 CombinedItem *toCombined(ContentItem *item)
 {
     return qobject_cast<CombinedItem *>(item);
@@ -37,7 +31,7 @@ CombinedItem *toCombined(ContentItem *item)
 
 QSize textSize(const QString &text, int width, bool inThread)
 {
-    const auto item = QSharedPointer<ContentItem>::create(1, nullptr);
+    const auto item = QSharedPointer<ContentItem>::create(chatSource, nullptr);
     item->setContent(text, {});
     int lines = 0;
     return text.isEmpty() ? QSize() : Inner::rowSize(item, lines, width, inThread);
@@ -45,10 +39,21 @@ QSize textSize(const QString &text, int width, bool inThread)
 
 } // namespace
 
+template <>
+struct Fields<CombinedItem> {
+    using Base = ContentItem;
+
+    static constexpr std::tuple table{
+        derived<&CombinedItem::entries, &CombinedItem::entriesChanged>,
+        derived<&CombinedItem::total, &CombinedItem::totalChanged>,
+        sizedBy<&CombinedItem::entries>,
+    };
+};
+
 CombinedItem::CombinedItem(int source, AccountBase *account)
     : ContentItem(source, account), m_account(account)
 {
-    setType(Combined);
+    ItemFields::setType(*this, Combined);
 }
 
 CombinedItem::CombinedItem(const im::Message &message, const Opener &open, int source,
@@ -61,7 +66,7 @@ CombinedItem::CombinedItem(const im::Message &message, const Opener &open, int s
 CombinedItem::CombinedItem(const QMap<QString, QVariant> &map, int source, AccountBase *account)
     : ContentItem(map, source, account), m_account(account)
 {
-    setType(Combined);
+    ItemFields::setType(*this, Combined);
     read(map);
 }
 
@@ -85,7 +90,7 @@ CombinedItem::~CombinedItem() = default;
 
 void CombinedItem::setMessage(const im::Message &message, const Opener &open)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     read(message, open);
 }
 
@@ -222,7 +227,7 @@ void CombinedItem::serialize(QMap<QString, QVariant> &map) const
 
 void CombinedItem::deserialize(const QMap<QString, QVariant> &map)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     QMap<QString, QVariant> held;
     serialize(held);
     if (held.value(QStringLiteral("entries")) != map.value(QStringLiteral("entries"))

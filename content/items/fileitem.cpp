@@ -2,19 +2,14 @@
 
 #include "account/accountbase.h"
 #include "account/fileprovider.h"
-#include "base/storedvalue.h"
-#include "base/util.h"
-#include "content/changes_p.h"
 #include "content/items/background_p.h"
 #include "content/items/fileitem_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/items/thumbnail_p.h"
 #include "content/modelbaseutil.h"
 #include "content/providers_p.h"
-#include "core/logs_p.h"
 #include "cryptobase/cryptoaes.h"
 #include "imlog/imlog.h"
-#include "protocol/message_content.pb.h"
 #include "settings/appdirmanager.h"
 
 #include <QMetaMethod>
@@ -26,6 +21,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace
 {
+
+/// Bytes of the key that a file is encrypted with.
+constexpr int keySize = 32;
 
 bool isEmpty(const im::content::FileInfo &info)
 {
@@ -92,11 +90,6 @@ QSharedPointer<FileData> storedFile(const QVariantMap &map, FileData::ParseType 
     return isEmpty(*file) ? QSharedPointer<FileData>() : file;
 }
 
-QByteArray storedBytes(const QVariantMap &map, const QString &key)
-{
-    return StoredValue::toBytes(map.value(key), key);
-}
-
 QSharedPointer<FileData> fileForUpload(const QString &path, int fileType)
 {
     BaseFile base(QString(), fileType);
@@ -107,14 +100,14 @@ QSharedPointer<FileData> fileForUpload(const QString &path, int fileType)
             QStringLiteral("\"%1\" cannot be sent: it is no file that can be read.").arg(path));
         return {};
     }
-    base.setAesKey(CryptoAES::createKey(32));
+    base.setAesKey(CryptoAES::createKey(keySize));
     base.setFileState(BaseFile::WaitingForUpload);
     return QSharedPointer<FileData>::create(&base);
 }
 
 QSharedPointer<FileData> localThumbnail(const QString &path)
 {
-    BaseFile base(QString(), imageFileType);
+    BaseFile base(QString(), FileType::Image);
     base.setFilePath(path);
     if (!base.checkFilePath()) {
         ImLog::error(
@@ -126,38 +119,41 @@ QSharedPointer<FileData> localThumbnail(const QString &path)
     return QSharedPointer<FileData>::create(&base);
 }
 
+/// The files that are listened to, and what was last signalled of them.
+struct FileItem::Observed {
+    QList<QSharedPointer<FileData>> files;
+    UploadState uploadState = NoUpload;
+    QVariantList measured;
+};
+
 FileItem::FileItem(int source, AccountBase *account)
     : ContentItem(source, account), m_account(account)
 {
-    setType(File);
+    ItemFields::setType(*this, File);
 }
 
 FileItem::FileItem(const QMap<QString, QVariant> &map, int source, AccountBase *account)
     : ContentItem(map, source, account), m_account(account)
 {
-    Changes<FileItem> changes(this);
-    read(map, changes);
+    ItemFields::read(*this, map);
 }
 
 FileItem::FileItem(const im::content::Content &content, int source, AccountBase *account)
     : ContentItem(content, source, account), m_account(account)
 {
-    const QSignalBlocker blocker(this); // nobody can listen yet
-    if (content.has_file()) {
-        const im::content::File &file = content.file();
-        updateFiles(file.attach_file(), file.thumb_file(), file.thumb_nail(), file.caption());
-    }
+    ItemFields::readRecord(*this, content);
 }
 
 FileItem::FileItem(const FileItem *other)
-    : ContentItem(other), m_sourceFile(other->m_sourceFile),
-      m_thumbnailFile(other->m_thumbnailFile), m_thumbNail(other->m_thumbNail),
-      m_displayName(other->m_displayName), m_account(other->m_account),
-      m_fileType(other->m_fileType)
+    : ContentItem(other), m_account(other->m_account), m_fileType(other->m_fileType)
 {
+    ItemFields::copy(*this, *other);
 }
 
 FileItem::~FileItem() = default;
+
+STORE_BY_FIELDS(FileItem, ContentItem)
+SEND_BY_FIELDS(FileItem)
 
 AccountBase *FileItem::account() const
 {
@@ -188,95 +184,66 @@ QString FileItem::name() const
 
 // Fields
 
-void FileItem::setSourceFile(const QSharedPointer<FileData> &file)
-{
-    Update<FileItem> changes(this);
-    setFiles(file, m_thumbnailFile, m_thumbNail, changes);
-}
-
-void FileItem::setThumbnailFile(const QSharedPointer<FileData> &file)
-{
-    Update<FileItem> changes(this);
-    setFiles(m_sourceFile, file, m_thumbNail, changes);
-}
-
-void FileItem::setThumbNail(const QByteArray &thumbNail)
-{
-    Update<FileItem> changes(this);
-    setFiles(m_sourceFile, m_thumbnailFile, thumbNail, changes);
-}
+SET_BY_FIELD(FileItem, setSourceFile, const QSharedPointer<FileData> &, m_sourceFile)
+SET_BY_FIELD(FileItem, setThumbnailFile, const QSharedPointer<FileData> &, m_thumbnailFile)
+SET_BY_FIELD(FileItem, setThumbNail, const QByteArray &, m_thumbNail)
 
 void FileItem::setDisplayName(const QString &displayName)
 {
-    Update<FileItem>(this).set(m_displayName, Util::shownFileName(displayName),
-                               &FileItem::displayNameChanged);
-}
-
-void FileItem::setFiles(const QSharedPointer<FileData> &source,
-                        const QSharedPointer<FileData> &thumbnail, const QByteArray &thumbNail,
-                        Changes<FileItem> &changes)
-{
-    const auto replace = [&](QSharedPointer<FileData> &held, const QSharedPointer<FileData> &file,
-                             Changes<FileItem>::Signal changed) {
-        if (m_noted && held && held != file)
-            disconnect(held.data(), nullptr, this, nullptr);
-        return changes.set(held, file, changed);
-    };
-    const bool sourceIsNew = replace(m_sourceFile, source, &FileItem::sourceFileChanged);
-    const bool thumbnailIsNew =
-        replace(m_thumbnailFile, thumbnail, &FileItem::thumbnailFileChanged);
-    const bool bytesAreNew = changes.set(m_thumbNail, thumbNail, &FileItem::thumbNailChanged);
-    if (sourceIsNew || thumbnailIsNew || bytesAreNew)
-        changes.set(m_fileType, displayClass(), &FileItem::emitFileType);
-    if (m_noted) {
-        watchFiles();
-        changes.set(m_noted->uploadState, uploadState(), &FileItem::uploadStateChanged);
-    }
+    Changes(this)->m_displayName = Util::shownFileName(displayName);
 }
 
 QSharedPointer<FileData> FileItem::updated(const QSharedPointer<FileData> &held,
-                                           QSharedPointer<FileData> said) const
+                                           QSharedPointer<FileData> incoming) const
 {
-    if (!said || said == held)
-        return said;
+    if (!incoming || incoming == held)
+        return incoming;
     FileProvider *provider = fileProvider();
-    if (held && held->isSameRecord(*said)) {
-        held->updateFile(*said);
-        if (provider) // that of an upload has not been there: it has got its id since
+    if (held && held->isSameRecord(*incoming)) {
+        held->updateFile(*incoming);
+        if (provider) // the record of an upload is new there: it has just got its id
             provider->add(held);
         return held;
     }
-    // The same file, of which more is known by now: an upload that has got its id.
-    if (held && held->aesKey() == said->aesKey()
-        && (held->fileId() == said->fileId()
-            || (held->fileId().isEmpty() && !said->aesKey().isEmpty())))
-        said->updateFile(*held);
+    // The same file with more fields set: an upload that has got its id.
+    if (held && held->aesKey() == incoming->aesKey()
+        && (held->fileId() == incoming->fileId()
+            || (held->fileId().isEmpty() && !incoming->aesKey().isEmpty())))
+        incoming->updateFile(*held);
     if (!provider)
-        return said;
-    const QSharedPointer<FileData> shared = provider->add(said);
-    if (shared && shared != said)
-        shared->updateFile(*said);
+        return incoming;
+    const QSharedPointer<FileData> shared = provider->add(incoming);
+    if (shared && shared != incoming)
+        shared->updateFile(*incoming);
     return shared;
 }
 
 QSharedPointer<FileData> FileItem::updated(const QSharedPointer<FileData> &held,
-                                           const im::content::FileInfo &said) const
+                                           const im::content::FileInfo &incoming) const
 {
-    return isEmpty(said) ? QSharedPointer<FileData>()
-                         : updated(held, QSharedPointer<FileData>::create(said));
+    return isEmpty(incoming) ? QSharedPointer<FileData>()
+                             : updated(held, QSharedPointer<FileData>::create(incoming));
+}
+
+void FileItem::readFiles(const im::content::FileInfo &file, const im::content::FileInfo &thumbnail,
+                         const std::string &thumbNail)
+{
+    const QSharedPointer<FileData> source = updated(m_sourceFile, file);
+    QSharedPointer<FileData> image = updated(m_thumbnailFile, thumbnail);
+    // A thumbnail that was made on this device is in no message.
+    if (!image && source == m_sourceFile && !isThumbnailSent())
+        image = m_thumbnailFile;
+    m_sourceFile = source;
+    m_thumbnailFile = image;
+    m_thumbNail = QByteArray(thumbNail.data(), qsizetype(thumbNail.size()));
 }
 
 void FileItem::updateFiles(const im::content::FileInfo &file,
                            const im::content::FileInfo &thumbnail, const std::string &thumbNail,
                            const im::content::Text &caption)
 {
-    Update<FileItem> changes(this);
-    const QSharedPointer<FileData> source = updated(m_sourceFile, file);
-    QSharedPointer<FileData> image = updated(m_thumbnailFile, thumbnail);
-    // Messages know nothing of a thumbnail that was made here.
-    if (!image && source == m_sourceFile && !isThumbnailSent())
-        image = m_thumbnailFile;
-    setFiles(source, image, QByteArray(thumbNail.data(), qsizetype(thumbNail.size())), changes);
+    const Changes changes(this);
+    readFiles(file, thumbnail, thumbNail);
     updateText(caption);
 }
 
@@ -301,14 +268,14 @@ qint16 FileItem::displayClass() const
 
 int FileItem::fileType() const
 {
-    if (!m_noted)
+    if (!m_observed)
         m_fileType = displayClass();
     return m_fileType;
 }
 
 void FileItem::calcFileType()
 {
-    Update<FileItem>(this).set(m_fileType, displayClass(), &FileItem::emitFileType);
+    recordChanged();
 }
 
 // Upload
@@ -331,60 +298,62 @@ bool FileItem::isUploading() const
 
 void FileItem::connectNotify(const QMetaMethod &signal)
 {
-    // Nobody listens to most items: a connection to each file of each item would be a waste.
+    // Most items have no listeners, and need no connections to their files.
     static const QMetaMethod wanted[] = {QMetaMethod::fromSignal(&FileItem::uploadStateChanged),
                                          QMetaMethod::fromSignal(&FileItem::fileTypeChanged),
                                          QMetaMethod::fromSignal(&FileItem::needRecalcSize)};
-    if (!m_noted && std::find(std::begin(wanted), std::end(wanted), signal) != std::end(wanted)) {
-        m_fileType = displayClass();
-        m_noted = std::make_unique<Noted>(Noted{uploadState(), measured()});
-        watchFiles();
+    if (!m_observed
+        && std::find(std::begin(wanted), std::end(wanted), signal) != std::end(wanted)) {
+        m_observed = std::make_unique<Observed>();
+        observe();
     }
     ContentItem::connectNotify(signal);
 }
 
-void FileItem::watchFiles()
+/// Brings up to date what follows from the files and their records.
+void FileItem::observe()
 {
+    if (!m_observed)
+        return;
     QList<QSharedPointer<FileData>> files;
     getFile(files);
-    for (const auto &file : files) {
-        connect(file.data(), &BaseFile::fileStateChanged, this, &FileItem::noteUploadState,
-                Qt::UniqueConnection);
+    if (files != m_observed->files) {
+        for (const auto &file : std::as_const(m_observed->files))
+            disconnect(file.data(), nullptr, this, nullptr);
+        for (const auto &file : std::as_const(files)) {
+            const auto follow = [this, &file](auto signal) {
+                connect(file.data(), signal, this, &FileItem::recordChanged, Qt::UniqueConnection);
+            };
+            follow(&BaseFile::fileStateChanged);
+            follow(&FileData::fileNameChanged);
+            follow(&FileData::fileExtensionChanged);
+            follow(&BaseFile::sizeChanged);
+        }
+        m_observed->files = files;
     }
-    if (const FileData *file = m_sourceFile.data()) {
-        connect(file, &FileData::fileNameChanged, this, &FileItem::noteRecord,
-                Qt::UniqueConnection);
-        connect(file, &FileData::fileExtensionChanged, this, &FileItem::noteRecord,
-                Qt::UniqueConnection);
-        connect(file, &FileData::sizeChanged, this, &FileItem::noteRecord, Qt::UniqueConnection);
-    }
+    m_fileType = displayClass();
+    m_observed->uploadState = uploadState();
+    m_observed->measured = measured();
+}
+
+void FileItem::recordChanged()
+{
+    const Changes changes(this);
 }
 
 void FileItem::filesReplaced()
 {
-    if (!m_noted)
-        return;
-    watchFiles();
-    noteUploadState();
+    recordChanged();
 }
 
-void FileItem::noteUploadState()
+FileItem::UploadState FileItem::observedUpload() const
 {
-    Changes<FileItem>(this).set(m_noted->uploadState, uploadState(), &FileItem::uploadStateChanged);
+    return m_observed ? m_observed->uploadState : NoUpload;
 }
 
-void FileItem::noteRecord()
+QVariantList FileItem::observedMeasures() const
 {
-    calcFileType();
-    if (!m_isUpdating)
-        noteMeasured();
-}
-
-void FileItem::noteMeasured()
-{
-    QVariantList now = measured();
-    if (std::exchange(m_noted->measured, now) != now)
-        Q_EMIT needRecalcSize();
+    return m_observed ? m_observed->measured : QVariantList();
 }
 
 // Thumbnail
@@ -417,7 +386,7 @@ void FileItem::captureThumbnail()
     m_isCapturing = true;
     runInBackground(
         this,
-        [path, kind = *kind, directory = mediaDirectory(imageFileType)] {
+        [path, kind = *kind, directory = mediaDirectory(FileType::Image)] {
             return Thumbnail::make(path, kind, directory);
         },
         [this, path](const std::optional<Thumbnail> &made) {
@@ -433,79 +402,24 @@ bool FileItem::useThumbnail(const Thumbnail &thumbnail)
 {
     const bool isSent = uploadStateOf(*m_sourceFile) != NoUpload;
     const auto file =
-        isSent ? fileForUpload(thumbnail.path, imageFileType) : localThumbnail(thumbnail.path);
+        isSent ? fileForUpload(thumbnail.path, FileType::Image) : localThumbnail(thumbnail.path);
     if (!file)
         return false;
-    const Measured measured(this);
-    {
-        Changes<FileItem> changes(this);
-        setFiles(m_sourceFile, file, isSent ? thumbnail.preview : m_thumbNail, changes);
-    }
+    const Changes changes(this);
+    m_thumbnailFile = file;
+    if (isSent)
+        m_thumbNail = thumbnail.preview;
     takeOver(thumbnail);
     return true;
 }
 
-// Stored form
-
-void FileItem::serialize(QMap<QString, QVariant> &map) const
-{
-    ContentItem::serialize(map);
-    map.insert(QStringLiteral("thumbNail"), StoredValue::fromBytes(m_thumbNail));
-    map.insert(QStringLiteral("displayName"), m_displayName);
-    if (m_sourceFile)
-        m_sourceFile->serialize(map, false);
-    if (m_thumbnailFile)
-        m_thumbnailFile->serialize(map, true);
-}
-
-void FileItem::read(const QMap<QString, QVariant> &map, Changes<FileItem> &changes)
-{
-    changes.set(m_displayName,
-                Util::shownFileName(map.value(QStringLiteral("displayName")).toString()),
-                &FileItem::displayNameChanged);
-    setFiles(updated(m_sourceFile, storedFile(map, FileData::ParseType::Source)),
-             updated(m_thumbnailFile, storedFile(map, FileData::ParseType::Thumbnail)),
-             storedBytes(map, QStringLiteral("thumbNail")), changes);
-}
-
-void FileItem::deserialize(const QMap<QString, QVariant> &map)
-{
-    Update<FileItem> changes(this);
-    read(map, changes);
-    ContentItem::deserialize(map);
-}
-
-// Protocol
+// Records of files
 
 void FileItem::writeFile(const QSharedPointer<FileData> &file, im::content::FileInfo *info) const
 {
     file->serialize(info);
     if (FileProvider *provider = fileProvider())
         provider->add(file);
-}
-
-void FileItem::serialize(im::content::Content *content) const
-{
-    startRecord(content);
-    im::content::File *body = content->mutable_file();
-    if (m_sourceFile)
-        writeFile(m_sourceFile, body->mutable_attach_file());
-    if (isThumbnailSent())
-        writeFile(m_thumbnailFile, body->mutable_thumb_file());
-    body->set_thumb_nail(m_thumbNail.constData(), std::size_t(m_thumbNail.size()));
-    writeCaption(body);
-}
-
-void FileItem::setContent(const im::content::Content &content)
-{
-    if (!content.has_file()) {
-        qCDebug(lcModel, "A file cannot be updated from a content of type %d.",
-                int(content.data_case()));
-        return;
-    }
-    const im::content::File &file = content.file();
-    updateFiles(file.attach_file(), file.thumb_file(), file.thumb_nail(), file.caption());
-    keepRemainder(content);
 }
 
 // Files

@@ -8,8 +8,6 @@
 
 class FileData;
 class FileProvider;
-template <typename Item>
-class Changes;
 
 namespace im::content
 {
@@ -21,7 +19,7 @@ class FileInfo;
 ///
 /// The records are shared: with an account, items that refer to the same file have the same record
 /// (AccountBase::fileProvider()). QML reads them by the properties `sourceFile` and `thumbnailFile`
-/// and never owns them. A record without any content counts as none.
+/// and never owns them. An empty record counts as null.
 ///
 /// The stored map has "thumbNail" (Base64), "displayName", and the keys of the records of the
 /// source and of the thumbnail (FileData::serialize()).
@@ -132,9 +130,6 @@ Q_SIGNALS:
 
 protected:
     struct Thumbnail;
-    class Measured;
-    template <typename Item>
-    class Update;
 
     AccountBase *account() const;
     /// Null without an account.
@@ -142,7 +137,7 @@ protected:
     /// Where media of the item are put, of a file type of ModelBaseUtil::getFileTypeString(). Ends
     /// in a separator.
     QString mediaDirectory(int fileType) const;
-    /// The extension by which the kind of file is told, in lower case.
+    /// The extension of the source file, in lower case.
     QString suffix() const;
 
     /// Writes the record of a file into a body. What was sent may come back: from then on the
@@ -153,12 +148,12 @@ protected:
     /// are in place.
     void updateFiles(const im::content::FileInfo &file, const im::content::FileInfo &thumbnail,
                      const std::string &thumbNail, const im::content::Text &caption);
-    /// The record to hold in place of `held` when a message says `said`: `held` itself when it says
-    /// the same. Null for a record without content.
+    /// The record to hold after an update from `incoming`: `held` itself when both are equal. Null
+    /// for a record without content.
     QSharedPointer<FileData> updated(const QSharedPointer<FileData> &held,
-                                     QSharedPointer<FileData> said) const;
+                                     QSharedPointer<FileData> incoming) const;
     QSharedPointer<FileData> updated(const QSharedPointer<FileData> &held,
-                                     const im::content::FileInfo &said) const;
+                                     const im::content::FileInfo &incoming) const;
     /// Whether there is a thumbnail to be made: none is there, or one that was made here and whose
     /// image has gone since, as from a cache that was cleared. Looks at the disk, and the record
     /// of an image that has gone learns of it (FileData::exists()).
@@ -169,7 +164,7 @@ protected:
     /// To be called when a file other than source and thumbnail was replaced and no update of these
     /// follows.
     void filesReplaced();
-    /// What mediaSize() follows from: while that stays equal, so does the size.
+    /// The values that mediaSize() depends on: a change of them asks for a new size.
     virtual QVariantList measured() const;
     /// A thumbnail was made and is already in place.
     virtual void takeOver(const Thumbnail &) { }
@@ -177,34 +172,29 @@ protected:
     void connectNotify(const QMetaMethod &signal) override;
 
 private:
-    struct Noted {
-        UploadState uploadState = NoUpload;
-        QVariantList measured;
-    };
+    template <typename>
+    friend struct Fields;
+    struct Observed;
 
     FileData *sourceFileObject() const { return m_sourceFile.data(); }
     FileData *thumbnailFileObject() const { return m_thumbnailFile.data(); }
-    void read(const QMap<QString, QVariant> &map, Changes<FileItem> &changes);
-    void setFiles(const QSharedPointer<FileData> &source, const QSharedPointer<FileData> &thumbnail,
-                  const QByteArray &thumbNail, Changes<FileItem> &changes);
+    void readFiles(const im::content::FileInfo &file, const im::content::FileInfo &thumbnail,
+                   const std::string &thumbNail);
     qint16 displayClass() const;
     bool hasImage() const { return fileType() == PictureFile || fileType() == VideoFile; }
     QStringList rowTexts() const;
     bool useThumbnail(const Thumbnail &thumbnail); ///< @return whether its image is still there
-    void watchFiles();
-    void noteUploadState();
-    void noteRecord();
-    void noteMeasured();
-    void emitFileType() { Q_EMIT fileTypeChanged(m_fileType); }
+    void observe();
+    void recordChanged();
+    UploadState observedUpload() const;
+    QVariantList observedMeasures() const;
 
     QSharedPointer<FileData> m_sourceFile;
     QSharedPointer<FileData> m_thumbnailFile;
     QByteArray m_thumbNail;
     QString m_displayName;
     QPointer<AccountBase> m_account;
-    /// What was last signalled of that which follows from records; null until somebody listens.
-    std::unique_ptr<Noted> m_noted;
+    std::unique_ptr<Observed> m_observed;  ///< null until somebody listens
     mutable qint16 m_fileType = PlainFile; ///< found anew when asked for, while nobody listens
-    bool m_isCapturing : 1 = false;
-    bool m_isUpdating : 1 = false; ///< see Measured
+    bool m_isCapturing = false;
 };

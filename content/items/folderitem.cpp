@@ -1,6 +1,5 @@
 #include "content/items/folderitem.h"
 
-#include "content/changes_p.h"
 #include "content/innerfiledata.h"
 #include "content/items/fileitem_p.h"
 
@@ -30,30 +29,19 @@ void visitFiles(const QVariantList &folders, const QString &parent, int depth, c
 
 } // namespace
 
-FolderItem::FolderItem(int source, AccountBase *account) : FileItem(source, account)
-{
-    setType(Folder);
-}
+template <>
+struct Fields<FolderItem> {
+    using Base = FileItem;
 
-FolderItem::FolderItem(const QMap<QString, QVariant> &map, int source, AccountBase *account)
-    : FileItem(map, source, account)
-{
-    Changes<FolderItem> changes(this);
-    read(map, changes);
-}
+    static constexpr std::tuple table{
+        storedField<&FolderItem::m_folders, KEY("folders"), &FolderItem::foldersChanged>,
+    };
+};
 
-FolderItem::FolderItem(const im::content::Content &content, int source, AccountBase *account)
-    : FileItem(content, source, account)
-{
-    setType(Folder);
-}
+CONSTRUCT_BY_FIELDS(FolderItem, FileItem, Folder)
+STORE_BY_FIELDS(FolderItem, FileItem)
 
-FolderItem::FolderItem(const FolderItem *other) : FileItem(other), m_folders(other->m_folders) { }
-
-void FolderItem::setFolders(const QVariantList &folders)
-{
-    Changes<FolderItem>(this).set(m_folders, folders, &FolderItem::foldersChanged);
-}
+SET_BY_FIELD(FolderItem, setFolders, const QVariantList &, m_folders)
 
 QList<QSharedPointer<InnerFileData>> FolderItem::innerFiles() const
 {
@@ -71,23 +59,4 @@ int FolderItem::fileCount() const
     int count = 0;
     visitFiles(m_folders, {}, 0, [&count](const QVariantMap &, const QString &) { ++count; });
     return count;
-}
-
-void FolderItem::serialize(QMap<QString, QVariant> &map) const
-{
-    FileItem::serialize(map);
-    map.insert(QStringLiteral("folders"), m_folders);
-}
-
-void FolderItem::read(const QMap<QString, QVariant> &map, Changes<FolderItem> &changes)
-{
-    changes.set(m_folders, map.value(QStringLiteral("folders")).toList(),
-                &FolderItem::foldersChanged);
-}
-
-void FolderItem::deserialize(const QMap<QString, QVariant> &map)
-{
-    Changes<FolderItem> changes(this);
-    read(map, changes);
-    FileItem::deserialize(map);
 }

@@ -42,7 +42,8 @@ Q_SIGNALS:
     void foldersChanged();
 
 private:
-    void read(const QMap<QString, QVariant> &map, Changes<FolderItem> &changes);
+    template <typename>
+    friend struct Fields;
 
     QVariantList m_folders;
 };

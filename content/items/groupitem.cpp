@@ -1,23 +1,35 @@
 #include "content/items/groupitem.h"
 
+#include "content/fields_p.h"
 #include "content/items/captionitem.h"
 #include "content/items/innercontent_p.h"
 #include "core/logs_p.h"
 #include "imlog/imlog.h"
-#include "protocol/message_content.pb.h"
 
 #include <QSet>
 
 #include <utility>
 
+template <>
+struct Fields<GroupItem> {
+    using Base = ContentItem;
+
+    static constexpr std::tuple table{
+        derived<&GroupItem::members, &GroupItem::membersChanged>,
+        derived<&GroupItem::rects, &GroupItem::rectsChanged>,
+        derived<&GroupItem::rectsInThread, &GroupItem::rectsInThreadChanged>,
+        sizedBy<&GroupItem::members>,
+    };
+};
+
 GroupItem::GroupItem(Type type, int source, AccountBase *account)
     : ContentItem(source, account), m_caption(QSharedPointer<CaptionItem>::create(source, nullptr))
 {
-    setType(type);
+    ItemFields::setType(*this, type);
 }
 
 GroupItem::GroupItem(const GroupItem *other)
-    : ContentItem(other), m_caption(QSharedPointer<CaptionItem>::create(1, nullptr))
+    : ContentItem(other), m_caption(QSharedPointer<CaptionItem>::create(source(), nullptr))
 {
 }
 
@@ -39,21 +51,20 @@ void GroupItem::setMembers(const QList<QSharedPointer<ContentItem>> &members)
         ImLog::error(lcModel(), QStringLiteral("What cannot be a member of a group is left out."));
     if (accepted == m_members)
         return;
+    const Changes changes(this);
     for (const auto &item : std::as_const(m_members))
         item->disconnect(this);
     m_members = accepted;
     for (const auto &item : std::as_const(m_members))
         connectTo(item.data());
     updateCaption();
-    Q_EMIT membersChanged();
-    Q_EMIT needRecalcSize();
 }
 
 void GroupItem::connectTo(ContentItem *member)
 {
     connect(member, &ContentItem::needRecalcSize, this, &ContentItem::needRecalcSize);
     connect(member, &ContentItem::textEntityChanged, this, &GroupItem::updateCaption);
-    // Of another text a member tells by this signal alone.
+    // For a new text a member fires this signal alone.
     connect(member, &ContentItem::contentChanged, this, [this] {
         updateCaption();
         Q_EMIT needRecalcSize();
@@ -102,8 +113,8 @@ void GroupItem::serializes(QList<QVariant> &list) const
 
 void GroupItem::setRects(const QList<QRect> &rects, bool inThread)
 {
-    if (std::exchange(inThread ? m_rectsInThread : m_rects, rects) != rects)
-        inThread ? Q_EMIT rectsInThreadChanged() : Q_EMIT rectsChanged();
+    const Changes changes(this);
+    (inThread ? m_rectsInThread : m_rects) = rects;
 }
 
 QVariantList GroupItem::rectVariants() const

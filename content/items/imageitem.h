@@ -43,10 +43,10 @@ Q_SIGNALS:
     void livePhotoChanged();
 
 private:
+    template <typename>
+    friend struct Fields;
+
     FileData *livePhotoObject() const { return m_livePhoto.data(); }
-    void read(const QMap<QString, QVariant> &map, Changes<ImageItem> &changes);
-    void read(const im::content::Content &content);
-    void replaceLivePhoto(const QSharedPointer<FileData> &file, Changes<ImageItem> &changes);
 
     QSharedPointer<FileData> m_livePhoto;
     bool m_spoiler = false;

@@ -1,17 +1,12 @@
 #include "content/items/locationitem.h"
 
-#include "base/util.h"
-#include "content/changes_p.h"
-#include "content/items/fileitem_p.h"
 #include "content/items/mediabox_p.h"
+#include "content/items/mediafileitem_p.h"
 #include "content/items/thumbnail_p.h"
-#include "core/logs_p.h"
 #include "imlog/imlog.h"
-#include "protocol/message_content.pb.h"
 
 #include <bit>
 #include <cmath>
-#include <cstring>
 #include <utility>
 
 namespace
@@ -20,21 +15,21 @@ namespace
 /// In pixels.
 constexpr QSize naturalMapSize(320, 180);
 
-/// Also where the numbers are none, which are never equal.
+/// By their bits: NaN is not equal to itself.
 bool isSame(double a, double b)
 {
-    return std::memcmp(&a, &b, sizeof a) == 0;
+    return std::bit_cast<quint64>(a) == std::bit_cast<quint64>(b);
 }
 
-/// JSON has no form for what is no number, nor for the sign of a zero: their bits stand for them.
-QVariant stored(double number)
+/// JSON has no form for NaN, infinity and the sign of a zero: their bits are stored.
+QVariant storedNumber(double number)
 {
     if (std::isfinite(number) && (number != 0 || !std::signbit(number)))
         return number;
     return QStringLiteral("0x%1").arg(std::bit_cast<quint64>(number), 0, 16);
 }
 
-double fromStored(const QVariant &value)
+double fromStoredNumber(const QVariant &value)
 {
     const QString text = value.toString();
     return text.startsWith(u"0x") ? std::bit_cast<double>(text.toULongLong(nullptr, 16))
@@ -49,50 +44,73 @@ LocationItem::MapImageFetcher &fetcher()
 
 } // namespace
 
-LocationItem::LocationItem(int source, AccountBase *account) : MediaFileItem(source, account)
-{
-    setType(Location);
-}
+using im::content::Content;
+using im::content::Location;
 
-LocationItem::LocationItem(const QMap<QString, QVariant> &map, int source, AccountBase *account)
-    : MediaFileItem(map, source, account)
-{
-    Changes<LocationItem> changes(this);
-    read(map, changes);
-}
+template <>
+struct Fields<LocationItem> : KindOf<MediaFileItem, &Content::has_location, &Content::location,
+                                     &Content::mutable_location> {
 
-LocationItem::LocationItem(const im::content::Content &content, int source, AccountBase *account)
-    : MediaFileItem(content, source, account)
-{
-    const QSignalBlocker blocker(this); // nobody can listen yet
-    if (content.has_location())
-        read(content);
-}
+    template <auto Member, auto Key, auto Get, auto Put>
+    struct Coordinate
+        : Field<Member, Key, Get, Put, &LocationItem::coordinatesChanged, Written::Always> {
+        static quint64 value(const LocationItem &item)
+        {
+            return std::bit_cast<quint64>(item.*Member);
+        }
+        static void read(LocationItem &item, const StoredMap &map)
+        {
+            item.*Member = fromStoredNumber(map.value(Key()));
+        }
+        static void write(const LocationItem &item, StoredMap &map)
+        {
+            map.insert(Key(), storedNumber(item.*Member));
+        }
+    };
+    struct Gps : Row {
+        static void write(const LocationItem &item, StoredMap &map)
+        {
+            map.insert(QStringLiteral("gps"), item.gps());
+        }
+    };
 
-LocationItem::LocationItem(const LocationItem *other)
-    : MediaFileItem(other), m_longitude(other->m_longitude), m_latitude(other->m_latitude),
-      m_place(other->m_place), m_address(other->m_address)
-{
-}
+    static constexpr std::tuple table{
+        Coordinate<&LocationItem::m_longitude, KEY("longitude"), &Location::longitude,
+                   &Location::set_longitude>(),
+        Coordinate<&LocationItem::m_latitude, KEY("latitude"), &Location::latitude,
+                   &Location::set_latitude>(),
+        field<&LocationItem::m_place, KEY("place"), &Location::title, &Location::mutable_title,
+              &LocationItem::placeChanged>,
+        field<&LocationItem::m_address, KEY("address"), &Location::address,
+              &Location::mutable_address, &LocationItem::addressChanged>,
+        Gps(),
+    };
+};
+
+CONSTRUCT_BY_FIELDS(LocationItem, MediaFileItem, ContentItem::Location)
 
 // Fields
 
-bool LocationItem::replaceCoordinates(double longitude, double latitude,
-                                      Changes<LocationItem> &changes)
+template <typename Update>
+bool LocationItem::move(Update update)
 {
-    if (isSame(longitude, m_longitude) && isSame(latitude, m_latitude))
-        return false;
-    m_longitude = longitude;
-    m_latitude = latitude;
-    m_isMapWanted = false;
-    changes.add(&LocationItem::coordinatesChanged);
-    return true;
+    const double longitude = m_longitude;
+    const double latitude = m_latitude;
+    update();
+    const bool isElsewhere = !isSame(longitude, m_longitude) || !isSame(latitude, m_latitude);
+    if (isElsewhere)
+        m_isMapWanted = false;
+    return isElsewhere;
 }
 
 void LocationItem::setCoordinates(double longitude, double latitude)
 {
-    Changes<LocationItem> changes(this);
-    if (replaceCoordinates(longitude, latitude, changes))
+    const Changes changes(this);
+    const bool isElsewhere = move([&] {
+        m_longitude = longitude;
+        m_latitude = latitude;
+    });
+    if (isElsewhere)
         setThumbnailFile({});
 }
 
@@ -110,15 +128,8 @@ QString LocationItem::gps() const
         : QString();
 }
 
-void LocationItem::setPlace(const QString &place)
-{
-    Update<LocationItem>(this).set(m_place, place, &LocationItem::placeChanged);
-}
-
-void LocationItem::setAddress(const QString &address)
-{
-    Update<LocationItem>(this).set(m_address, address, &LocationItem::addressChanged);
-}
+SET_BY_FIELD(LocationItem, setPlace, const QString &, m_place)
+SET_BY_FIELD(LocationItem, setAddress, const QString &, m_address)
 
 // Map image
 
@@ -153,69 +164,31 @@ bool LocationItem::setMapImage(const QString &path, double longitude, double lat
     return image != nullptr;
 }
 
-// Stored form
+// Stored form and protocol
 
-void LocationItem::serialize(QMap<QString, QVariant> &map) const
+void LocationItem::serialize(StoredMap &map) const
 {
     MediaFileItem::serialize(map);
-    map.insert(QStringLiteral("longitude"), stored(m_longitude));
-    map.insert(QStringLiteral("latitude"), stored(m_latitude));
-    map.insert(QStringLiteral("place"), m_place);
-    map.insert(QStringLiteral("address"), m_address);
-    map.insert(QStringLiteral("gps"), gps());
+    ItemFields::write(*this, map);
 }
 
-void LocationItem::read(const QMap<QString, QVariant> &map, Changes<LocationItem> &changes)
+void LocationItem::deserialize(const StoredMap &map)
 {
-    replaceCoordinates(fromStored(map.value(QStringLiteral("longitude"))),
-                       fromStored(map.value(QStringLiteral("latitude"))), changes);
-    changes.set(m_place, map.value(QStringLiteral("place")).toString(),
-                &LocationItem::placeChanged);
-    changes.set(m_address, map.value(QStringLiteral("address")).toString(),
-                &LocationItem::addressChanged);
-}
-
-void LocationItem::deserialize(const QMap<QString, QVariant> &map)
-{
-    Update<LocationItem> changes(this);
-    read(map, changes);
+    const Changes changes(this);
+    move([&] { ItemFields::read(*this, map); });
     MediaFileItem::deserialize(map);
 }
 
-// Protocol
-
-void LocationItem::serialize(im::content::Content *content) const
+void LocationItem::serialize(Content *content) const
 {
-    startRecord(content);
-    im::content::Location *body = content->mutable_location();
-    body->set_longitude(m_longitude);
-    body->set_latitude(m_latitude);
-    body->set_title(m_place.toStdString());
-    body->set_address(m_address.toStdString());
-    writeCaption(body);
+    ItemFields::writeRecord(*this, content);
 }
 
-void LocationItem::setContent(const im::content::Content &content)
+void LocationItem::setContent(const Content &content)
 {
-    if (!content.has_location()) {
-        qCDebug(lcModel, "A location cannot be updated from a content of type %d.",
-                int(content.data_case()));
-        return;
-    }
-    read(content);
-    keepRemainder(content);
-}
-
-void LocationItem::read(const im::content::Content &content)
-{
-    const im::content::Location &body = content.location();
-    Update<LocationItem> changes(this);
-    const bool isElsewhere = replaceCoordinates(body.longitude(), body.latitude(), changes);
-    changes.set(m_place, Util::fromUtf8(body.title()), &LocationItem::placeChanged);
-    changes.set(m_address, Util::fromUtf8(body.address()), &LocationItem::addressChanged);
-    if (isElsewhere && thumbnailFile())
+    const Changes changes(this);
+    if (move([&] { ItemFields::update(*this, content); }) && thumbnailFile())
         setThumbnailFile({});
-    updateText(body.caption());
 }
 
 QString LocationItem::getKeyword() const

@@ -78,9 +78,12 @@ protected:
     QVariantList measured() const override;
 
 private:
-    void read(const QMap<QString, QVariant> &map, Changes<LocationItem> &changes);
-    void read(const im::content::Content &content);
-    bool replaceCoordinates(double longitude, double latitude, Changes<LocationItem> &changes);
+    template <typename>
+    friend struct Fields;
+
+    /// Runs an update, after which the map of another place is wanted. True when it is another one.
+    template <typename Update>
+    bool move(Update update);
 
     double m_longitude = 0;
     double m_latitude = 0;

@@ -1,14 +1,9 @@
 #include "content/items/lotteryitem.h"
 
-#include "base/storedvalue.h"
-#include "base/util.h"
-#include "content/items/innercontent_p.h"
 #include "content/items/mediabox_p.h"
-#include "content/items/watch_p.h"
-#include "core/logs_p.h"
+#include "content/items/withoptionsitem_p.h"
 #include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
-#include "protocol/message_content.pb.h"
 
 #include <algorithm>
 #include <limits>
@@ -22,23 +17,6 @@ namespace
 constexpr int leastWidth = 220;
 
 constexpr auto lotteryKey = [] { return QStringLiteral("lottery"); };
-
-/// What im.Lottery says, to be compared.
-std::string details(const LotteryItem &item)
-{
-    im::Lottery lottery;
-    item.lottery(&lottery);
-    return lottery.SerializeAsString();
-}
-
-auto watch(LotteryItem *item)
-{
-    return Watch(item, Watched{&LotteryItem::titleItem, &LotteryItem::titleChanged},
-                 Watched{&LotteryItem::options, &LotteryItem::optionsChanged},
-                 Watched{&details, &LotteryItem::lotteryChanged},
-                 Watched{&LotteryItem::prizes, &LotteryItem::prizesChanged},
-                 Watched{&LotteryItem::innerItems, &LotteryItem::needRecalcSize});
-}
 
 /// Makes negative numbers 0. True when it had to.
 template <typename Number>
@@ -122,6 +100,21 @@ void append(Shares *held, const Shares &page)
 
 } // namespace
 
+template <>
+struct Fields<LotteryItem>
+    : KindOf<WithOptionsItem, &im::content::Content::has_lottery, &im::content::Content::lottery,
+             &im::content::Content::mutable_lottery> {
+    static std::string details(const LotteryItem &item)
+    {
+        return item.m_lottery->SerializeAsString();
+    }
+
+    static constexpr std::tuple table{
+        derived<&details, &LotteryItem::lotteryChanged>,
+        derived<&LotteryItem::prizes, &LotteryItem::prizesChanged>,
+    };
+};
+
 QString LotteryShare::amountText(int decimals) const
 {
     return LotteryItem::toText(amount, decimals);
@@ -130,7 +123,7 @@ QString LotteryShare::amountText(int decimals) const
 LotteryItem::LotteryItem(int source, AccountBase *account)
     : WithOptionsItem(source, account), m_lottery(std::make_unique<im::Lottery>())
 {
-    setType(Lottery);
+    ItemFields::setType(*this, Lottery);
 }
 
 LotteryItem::LotteryItem(const QMap<QString, QVariant> &map, int source, AccountBase *account)
@@ -299,7 +292,7 @@ bool LotteryItem::isOther(const im::Lottery &lottery) const
 
 bool LotteryItem::setLottery(const im::Lottery &lottery)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     return adopt(lottery);
 }
 
@@ -357,14 +350,14 @@ void LotteryItem::serialize(QMap<QString, QVariant> &map) const
 
 void LotteryItem::deserialize(const QMap<QString, QVariant> &map)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     if (read(map))
         ContentItem::deserialize(map);
 }
 
 void LotteryItem::setOptionItems(const QList<QSharedPointer<ContentItem>> &options)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     titledOptions().setOptions(options);
     cleanDetails();
 }
@@ -395,12 +388,9 @@ void LotteryItem::serialize(im::content::Content *content) const
 
 void LotteryItem::setContent(const im::content::Content &content)
 {
-    if (!content.has_lottery()) {
-        qCDebug(lcModel, "A lottery cannot be updated from a content of type %d.",
-                int(content.data_case()));
+    if (!ItemFields::isOwn(*this, content))
         return;
-    }
-    const auto watching = watch(this);
+    const Changes changes(this);
     read(content);
     keepRemainder(content);
 }

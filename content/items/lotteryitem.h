@@ -108,7 +108,7 @@ public:
     bool hasMyShare() const;
     /// What this user drew; see hasMyShare().
     LotteryShare myShare() const;
-    /// What was drawn, as far as it was told, in the server's order.
+    /// What was drawn, as far as it is known, in the server's order.
     QList<LotteryShare> shares() const;
     QList<LotteryPrize> prizes() const;
     /// The sum of the shares that are known; the greatest number where they add up to more.
@@ -142,6 +142,9 @@ Q_SIGNALS:
     void prizesChanged();
 
 private:
+    template <typename>
+    friend struct Fields;
+
     QVariantList shareVariants() const;
     QVariantList prizeVariants() const;
     void read(const im::content::Content &content);

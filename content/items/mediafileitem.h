@@ -26,12 +26,12 @@ public:
     explicit MediaFileItem(const MediaFileItem *other);
 
     /// The picture's own size in pixels, as the sender gave it: it may be anything.
-    qint32 w() const { return m_size.width(); }
-    qint32 h() const { return m_size.height(); }
+    qint32 w() const { return m_w; }
+    qint32 h() const { return m_h; }
     void setSize(qint32 w, qint32 h);
     /// The thumbnail's, likewise.
-    qint32 thumbW() const { return m_thumbSize.width(); }
-    qint32 thumbH() const { return m_thumbSize.height(); }
+    qint32 thumbW() const { return m_thumbW; }
+    qint32 thumbH() const { return m_thumbH; }
     void setThumbSize(qint32 w, qint32 h);
 
     /// The picture's own size, made smaller to fit the width and half of the screen's height, in
@@ -58,8 +58,13 @@ protected:
     void takeOver(const Thumbnail &thumbnail) override;
 
 private:
-    void read(const QMap<QString, QVariant> &map, Changes<MediaFileItem> &changes);
+    template <typename>
+    friend struct Fields;
 
-    QSize m_size = {0, 0};
-    QSize m_thumbSize = {0, 0};
+    QSize naturalSize() const;
+
+    qint32 m_w = 0;
+    qint32 m_h = 0;
+    qint32 m_thumbW = 0;
+    qint32 m_thumbH = 0;
 };

@@ -4,9 +4,6 @@
 
 #include <QByteArray>
 
-template <typename Item>
-class Changes;
-
 /// An invitation to a meeting: what one needs to join it. calcSize() does not measure it: how an
 /// invitation is shown is the view's.
 ///
@@ -42,7 +39,8 @@ Q_SIGNALS:
     void nonceChanged();
 
 private:
-    void take(Changes<MeetingItem> &changes, const QByteArray &key, const QString &nonce);
+    template <typename>
+    friend struct Fields;
 
     QByteArray m_key;
     QString m_nonce;

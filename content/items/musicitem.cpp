@@ -2,60 +2,37 @@
 
 #include "account/accountbase.h"
 #include "account/fileprovider.h"
-#include "base/storedvalue.h"
-#include "base/util.h"
-#include "content/changes_p.h"
 #include "content/items/background_p.h"
 #include "content/items/fileitem_p.h"
 #include "content/items/mediabox_p.h"
-#include "core/logs_p.h"
 #include "multimedia/audioplayer.h"
-#include "protocol/message_content.pb.h"
 
 #include <QFileInfo>
 
-MusicItem::MusicItem(int source, AccountBase *account) : FileItem(source, account)
-{
-    setType(Music);
-}
+using im::content::Audio;
+using im::content::Content;
 
-MusicItem::MusicItem(const QMap<QString, QVariant> &map, int source, AccountBase *account)
-    : FileItem(map, source, account)
-{
-    Changes<MusicItem> changes(this);
-    read(map, changes);
-}
+template <>
+struct Fields<MusicItem>
+    : KindOf<FileItem, &Content::has_audio, &Content::audio, &Content::mutable_audio> {
+    static constexpr std::tuple table{
+        sentFiles<&Audio::audio_file, &Audio::mutable_audio_file>,
+        field<&MusicItem::m_duration, KEY("duration"), &Audio::duration, &Audio::set_duration,
+              &MusicItem::durationChanged>,
+        field<&MusicItem::m_title, KEY("title"), &Audio::title, &Audio::mutable_title,
+              &MusicItem::titleChanged, Written::UnlessEmpty>,
+        field<&MusicItem::m_author, KEY("author"), &Audio::authors, &Audio::mutable_authors,
+              &MusicItem::authorChanged, Written::UnlessEmpty>,
+    };
+};
 
-MusicItem::MusicItem(const im::content::Content &content, int source, AccountBase *account)
-    : FileItem(content, source, account)
-{
-    const QSignalBlocker blocker(this); // nobody can listen yet
-    if (content.has_audio())
-        read(content);
-}
+CONTENT_KIND(MusicItem, FileItem, ContentItem::Music)
 
-MusicItem::MusicItem(const MusicItem *other)
-    : FileItem(other), m_duration(other->m_duration), m_title(other->m_title),
-      m_author(other->m_author)
-{
-}
+SET_BY_FIELD(MusicItem, setDuration, qint32, m_duration)
+SET_BY_FIELD(MusicItem, setTitle, const QString &, m_title)
+SET_BY_FIELD(MusicItem, setAuthor, const QString &, m_author)
 
-void MusicItem::setDuration(qint32 duration)
-{
-    Changes<MusicItem>(this).set(m_duration, duration, &MusicItem::durationChanged);
-}
-
-void MusicItem::setTitle(const QString &title)
-{
-    Update<MusicItem>(this).set(m_title, title, &MusicItem::titleChanged);
-}
-
-void MusicItem::setAuthor(const QString &author)
-{
-    Update<MusicItem>(this).set(m_author, author, &MusicItem::authorChanged);
-}
-
-// What the file tells
+// Tags of the file
 
 void MusicItem::audioInfo()
 {
@@ -70,7 +47,7 @@ void MusicItem::audioInfo()
     const bool wantsCover = file->fileState() == BaseFile::Downloaded && lacksThumbnail();
     runInBackground(
         this,
-        [path, wantsCover, directory = mediaDirectory(imageFileType)] {
+        [path, wantsCover, directory = mediaDirectory(FileType::Image)] {
             return Info{AudioPlayer::getAlbumInfo(path),
                         wantsCover ? AudioPlayer::getCover(path, directory) : QString()};
         },
@@ -79,13 +56,11 @@ void MusicItem::audioInfo()
             if (sourceFile() != file)
                 return;
             {
-                Update<MusicItem> changes(this);
-                if (const QString title = info.album.value(QStringLiteral("Name")).toString();
-                    !title.isEmpty())
-                    changes.set(m_title, title, &MusicItem::titleChanged);
-                if (const QString author = info.album.value(QStringLiteral("Artist")).toString();
-                    !author.isEmpty())
-                    changes.set(m_author, author, &MusicItem::authorChanged);
+                const Changes changes(this);
+                const QString title = info.album.value(QStringLiteral("Name")).toString();
+                const QString author = info.album.value(QStringLiteral("Artist")).toString();
+                m_title = title.isEmpty() ? m_title : title;
+                m_author = author.isEmpty() ? m_author : author;
             }
             if (!info.cover.isEmpty() && QFileInfo::exists(info.cover) && lacksThumbnail())
                 useCover(info.cover);
@@ -107,78 +82,12 @@ void MusicItem::useCover(const QString &path)
     QSharedPointer<FileData> cover = provider->file(id);
     // A file of the server may happen to have such an id; it is none of ours.
     if (!cover || cover->fileState() != BaseFile::Local) {
-        BaseFile base(id, imageFileType);
+        BaseFile base(id, FileType::Image);
         base.setFileState(BaseFile::Local);
         cover = provider->add(QSharedPointer<FileData>::create(&base));
     }
     cover->updateFilePath(path, false, true);
     setThumbnailFile(cover);
-}
-
-// Stored form
-
-void MusicItem::serialize(QMap<QString, QVariant> &map) const
-{
-    FileItem::serialize(map);
-    map.insert(QStringLiteral("duration"), m_duration);
-    if (!m_title.isEmpty())
-        map.insert(QStringLiteral("title"), m_title);
-    if (!m_author.isEmpty())
-        map.insert(QStringLiteral("author"), m_author);
-}
-
-void MusicItem::read(const QMap<QString, QVariant> &map, Changes<MusicItem> &changes)
-{
-    changes.set(m_duration, StoredValue::toInt32(map.value(QStringLiteral("duration"))),
-                &MusicItem::durationChanged);
-    changes.set(m_title, map.value(QStringLiteral("title")).toString(), &MusicItem::titleChanged);
-    changes.set(m_author, map.value(QStringLiteral("author")).toString(),
-                &MusicItem::authorChanged);
-}
-
-void MusicItem::deserialize(const QMap<QString, QVariant> &map)
-{
-    Update<MusicItem> changes(this);
-    read(map, changes);
-    FileItem::deserialize(map);
-}
-
-// Protocol
-
-void MusicItem::serialize(im::content::Content *content) const
-{
-    startRecord(content);
-    im::content::Audio *body = content->mutable_audio();
-    if (sourceFile())
-        writeFile(sourceFile(), body->mutable_audio_file());
-    if (isThumbnailSent())
-        writeFile(thumbnailFile(), body->mutable_thumb_file());
-    body->set_thumb_nail(thumbNail().constData(), std::size_t(thumbNail().size()));
-    body->set_title(m_title.toStdString());
-    body->set_authors(m_author.toStdString());
-    body->set_duration(m_duration);
-    writeCaption(body);
-}
-
-void MusicItem::setContent(const im::content::Content &content)
-{
-    if (!content.has_audio()) {
-        qCDebug(lcModel, "Music cannot be updated from a content of type %d.",
-                int(content.data_case()));
-        return;
-    }
-    read(content);
-    keepRemainder(content);
-}
-
-void MusicItem::read(const im::content::Content &content)
-{
-    const im::content::Audio &body = content.audio();
-    Update<MusicItem> changes(this);
-    changes.set(m_duration, body.duration(), &MusicItem::durationChanged);
-    changes.set(m_title, Util::fromUtf8(body.title()), &MusicItem::titleChanged);
-    changes.set(m_author, Util::fromUtf8(body.authors()), &MusicItem::authorChanged);
-    updateFiles(body.audio_file(), body.thumb_file(), body.thumb_nail(), body.caption());
 }
 
 QString MusicItem::getKeyword() const

@@ -59,9 +59,10 @@ protected:
     QVariantList measured() const override;
 
 private:
+    template <typename>
+    friend struct Fields;
+
     QStringList rowTexts() const { return {m_title.isEmpty() ? name() : m_title, m_author}; }
-    void read(const QMap<QString, QVariant> &map, Changes<MusicItem> &changes);
-    void read(const im::content::Content &content);
     void useCover(const QString &path);
 
     qint32 m_duration = 0;

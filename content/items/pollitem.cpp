@@ -1,16 +1,12 @@
 #include "content/items/pollitem.h"
 
 #include "base/define.h"
-#include "base/storedvalue.h"
-#include "base/util.h"
+#include "content/fields_p.h"
 #include "content/items/innercontent_p.h"
 #include "content/items/mediabox_p.h"
-#include "content/items/watch_p.h"
-#include "core/logs_p.h"
 #include "cryptobase/cryptoaes.h"
 #include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
-#include "protocol/message_content.pb.h"
 
 #include <algorithm>
 #include <climits>
@@ -26,28 +22,6 @@ constexpr int maxOptions = 1000;
 constexpr int leastWidth = 200;
 
 using Numbers = google::protobuf::RepeatedField<google::protobuf::int32>;
-
-auto watch(PollItem *item)
-{
-    return Watch(item, Watched{&PollItem::titleItem, &PollItem::titleChanged},
-                 Watched{&PollItem::options, &PollItem::optionsChanged},
-                 Watched{&PollItem::optionCount, &PollItem::optionCountChanged},
-                 Watched{&PollItem::pollId, &PollItem::pollIdChanged},
-                 Watched{&PollItem::ownerUid, &PollItem::ownerUidChanged},
-                 Watched{&PollItem::anonymous, &PollItem::anonymousChanged},
-                 Watched{&PollItem::multiple, &PollItem::multipleChanged},
-                 Watched{&PollItem::isPublic, &PollItem::isPublicChanged},
-                 Watched{&PollItem::quizMode, &PollItem::quizModeChanged},
-                 Watched{&PollItem::comment, &PollItem::commentChanged},
-                 Watched{&PollItem::expectedAnswers, &PollItem::expectedAnswersChanged},
-                 Watched{&PollItem::ended, &PollItem::endedChanged},
-                 Watched{&PollItem::deleted, &PollItem::deletedChanged},
-                 Watched{&PollItem::votersTotal, &PollItem::votersTotalChanged},
-                 Watched{&PollItem::votedOptions, &PollItem::votedOptionsChanged},
-                 Watched{&PollItem::latestVoters, &PollItem::latestVotersChanged},
-                 Watched{&PollItem::answer, &PollItem::answerChanged},
-                 Watched{&PollItem::innerItems, &PollItem::needRecalcSize});
-}
 
 QList<int> toList(const Numbers &numbers)
 {
@@ -120,11 +94,36 @@ QList<int> percentages(const QList<int> &counts)
 
 } // namespace
 
+template <>
+struct Fields<PollItem> : KindOf<ContentItem, &im::content::Content::has_poll,
+                                 &im::content::Content::poll, &im::content::Content::mutable_poll> {
+    static constexpr std::tuple table{
+        derived<&PollItem::titleItem, &PollItem::titleChanged>,
+        derived<&PollItem::options, &PollItem::optionsChanged>,
+        derived<&PollItem::optionCount, &PollItem::optionCountChanged>,
+        derived<&PollItem::pollId, &PollItem::pollIdChanged>,
+        derived<&PollItem::ownerUid, &PollItem::ownerUidChanged>,
+        derived<&PollItem::anonymous, &PollItem::anonymousChanged>,
+        derived<&PollItem::multiple, &PollItem::multipleChanged>,
+        derived<&PollItem::isPublic, &PollItem::isPublicChanged>,
+        derived<&PollItem::quizMode, &PollItem::quizModeChanged>,
+        derived<&PollItem::comment, &PollItem::commentChanged>,
+        derived<&PollItem::expectedAnswers, &PollItem::expectedAnswersChanged>,
+        derived<&PollItem::ended, &PollItem::endedChanged>,
+        derived<&PollItem::deleted, &PollItem::deletedChanged>,
+        derived<&PollItem::votersTotal, &PollItem::votersTotalChanged>,
+        derived<&PollItem::votedOptions, &PollItem::votedOptionsChanged>,
+        derived<&PollItem::latestVoters, &PollItem::latestVotersChanged>,
+        derived<&PollItem::answer, &PollItem::answerChanged>,
+        sizedBy<&PollItem::innerItems>,
+    };
+};
+
 PollItem::PollItem(int source, AccountBase *account)
     : ContentItem(source, account), m_options(std::make_unique<TitledOptions>(source, account)),
       m_info(std::make_unique<im::PollInfo>())
 {
-    setType(Poll);
+    ItemFields::setType(*this, Poll);
 }
 
 PollItem::PollItem(const QMap<QString, QVariant> &map, int source, AccountBase *account)
@@ -201,13 +200,13 @@ int PollItem::optionLimit() const
 
 void PollItem::setTitleItem(const QSharedPointer<ContentItem> &title)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     m_options->title.set(title);
 }
 
 void PollItem::setOptionItems(const QList<QSharedPointer<ContentItem>> &options)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     m_options->setOptions(options);
     m_info->set_options_count(int(options.size()));
     cleanAnswers();
@@ -252,25 +251,25 @@ QList<int> PollItem::expectedAnswers() const
 
 void PollItem::setAnonymous(bool anonymous)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     m_info->set_anonymous(anonymous);
 }
 
 void PollItem::setMultiple(bool multiple)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     m_info->set_multiple(multiple);
 }
 
 void PollItem::setIsPublic(bool isPublic)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     m_info->set_is_public(isPublic);
 }
 
 void PollItem::setQuizMode(bool quizMode)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     m_info->set_quiz_mode(quizMode);
 }
 
@@ -278,9 +277,9 @@ void PollItem::setComment(const QString &comment)
 {
     if (comment == m_comment)
         return;
-    const auto watching = watch(this);
+    const Changes changes(this);
     m_comment = comment;
-    // What was held of it in cipher is not said any more.
+    // The encrypted comment that was held is out of date.
     m_info->clear_comment();
     if (m_info->has_result())
         m_info->mutable_result()->clear_comment();
@@ -288,7 +287,7 @@ void PollItem::setComment(const QString &comment)
 
 void PollItem::setExpectedAnswers(const QList<int> &answers)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     m_info->mutable_expected_answers()->Assign(answers.begin(), answers.end());
     cleanAnswers();
 }
@@ -302,7 +301,7 @@ void PollItem::cleanAnswers()
 
 void PollItem::setAesKey(const QByteArray &key)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     m_key = key;
     adoptComment();
 }
@@ -367,13 +366,13 @@ qint64 PollItem::lastUpdated() const
 
 bool PollItem::setPollInfo(const im::PollInfo &info)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     return adopt(info);
 }
 
 bool PollItem::updateResult(const im::PollResult &result)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     return adopt(result);
 }
 
@@ -462,7 +461,7 @@ void PollItem::decryptComment(const QByteArray &cipher)
 {
     if (!m_comment.isEmpty())
         return;
-    const auto watching = watch(this);
+    const Changes changes(this);
     m_comment = decrypted(cipher.toStdString());
 }
 
@@ -514,7 +513,7 @@ void PollItem::serialize(QMap<QString, QVariant> &map) const
 
 void PollItem::deserialize(const QMap<QString, QVariant> &map)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     if (read(map))
         ContentItem::deserialize(map);
 }
@@ -560,12 +559,9 @@ void PollItem::serialize(im::content::Content *content) const
 
 void PollItem::setContent(const im::content::Content &content)
 {
-    if (!content.has_poll()) {
-        qCDebug(lcModel, "A poll cannot be updated from a content of type %d.",
-                int(content.data_case()));
+    if (!ItemFields::isOwn(*this, content))
         return;
-    }
-    const auto watching = watch(this);
+    const Changes changes(this);
     read(content);
     keepRemainder(content);
 }

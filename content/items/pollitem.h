@@ -110,7 +110,7 @@ public:
     bool multiple() const;
     bool isPublic() const;
     bool quizMode() const;
-    /// What a quiz says about its answer.
+    /// The explanation of a quiz's answer.
     const QString &comment() const { return m_comment; }
     /// The right answers of a quiz.
     QList<int> expectedAnswers() const;
@@ -137,7 +137,7 @@ public:
     /// User ids of those who voted last.
     QList<int> latestVoters() const;
     Answer answer() const;
-    /// User ids of those who voted for an option, as far as they were told.
+    /// User ids of those who voted for an option, as far as they are known.
     Q_INVOKABLE QList<int> voters(int option) const;
     /// True when more people than voters() has voted for an option.
     Q_INVOKABLE bool hasMoreVoters(int option) const;

@@ -1,13 +1,9 @@
 #include "content/items/stickeritem.h"
 
-#include "base/storedvalue.h"
-#include "base/util.h"
-#include "content/changes_p.h"
+#include "content/fields_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/stickerdata.h"
-#include "core/logs_p.h"
 #include "protocol/common_data.pb.h"
-#include "protocol/message_content.pb.h"
 
 #include <algorithm>
 #include <utility>
@@ -34,40 +30,37 @@ constexpr auto thumbnailIdKey = [] { return QStringLiteral("thumbnailId"); };
 constexpr auto thumbPathKey = [] { return QStringLiteral("thumbPath"); };
 
 /// When a value of a file's record is stored.
-enum class Written { Always, IfNotEmpty, IfOnDevice };
+enum class Stored { Always, IfNotEmpty, IfOnDevice };
 
-/// A value of a file's record: under which key the record itself has it, and under which ones maps
-/// of stickers have it.
+/// The keys of a value of a file's record: in maps of the record and of the still picture, of the
+/// animated one, and, where they have it, of both in favourites.
 struct FileKey {
-    QString inRecord;
     QString still;
     QString animated;
-    Written written = Written::Always;
+    Stored stored = Stored::Always;
+    QString favorite = {};
+    QString animatedFavorite = {};
 };
 
 const QList<FileKey> &fileKeys()
 {
     static const QList<FileKey> keys{
-        {QStringLiteral("fileId"), QStringLiteral("fileId"), QStringLiteral("animateId")},
-        {QStringLiteral("size"), QStringLiteral("size"), QStringLiteral("animateSize")},
-        {QStringLiteral("fileMd5"), QStringLiteral("fileMd5"), QStringLiteral("animateFileMd5")},
-        {QStringLiteral("aesKey"), QStringLiteral("aesKey"), QStringLiteral("animateAesKey")},
-        {QStringLiteral("filePath"), QStringLiteral("filePath"), QStringLiteral("animatePath"),
-         Written::IfOnDevice},
-        {QStringLiteral("fileState"), QStringLiteral("fileState"),
-         QStringLiteral("animateFileState"), Written::IfOnDevice},
-        {QStringLiteral("fileName"), QStringLiteral("fileName"), QStringLiteral("animateName"),
-         Written::IfNotEmpty},
-        {QStringLiteral("localName"), QStringLiteral("localName"),
-         QStringLiteral("animateLocalName"), Written::IfNotEmpty},
-        {QStringLiteral("sentSize"), QStringLiteral("sentSize"), QStringLiteral("animateSentSize"),
-         Written::IfNotEmpty},
-        {QStringLiteral("version"), QStringLiteral("version"), QStringLiteral("animateVersion"),
-         Written::IfNotEmpty},
-        {QStringLiteral("iv"), QStringLiteral("iv"), QStringLiteral("animateIv"),
-         Written::IfNotEmpty},
-        {QStringLiteral("mediaType"), QStringLiteral("mediaType"),
-         QStringLiteral("animateMediaType"), Written::IfNotEmpty},
+        {QStringLiteral("fileId"), QStringLiteral("animateId"), Stored::Always,
+         QStringLiteral("fileid"), QStringLiteral("a_fileid")},
+        {QStringLiteral("size"), QStringLiteral("animateSize"), Stored::Always,
+         QStringLiteral("size"), QStringLiteral("a_size")},
+        {QStringLiteral("fileMd5"), QStringLiteral("animateFileMd5"), Stored::Always,
+         QStringLiteral("filemd5"), QStringLiteral("a_filemd5")},
+        {QStringLiteral("aesKey"), QStringLiteral("animateAesKey"), Stored::Always,
+         QStringLiteral("aeskey"), QStringLiteral("a_aeskey")},
+        {QStringLiteral("filePath"), QStringLiteral("animatePath"), Stored::IfOnDevice},
+        {QStringLiteral("fileState"), QStringLiteral("animateFileState"), Stored::IfOnDevice},
+        {QStringLiteral("fileName"), QStringLiteral("animateName"), Stored::IfNotEmpty},
+        {QStringLiteral("localName"), QStringLiteral("animateLocalName"), Stored::IfNotEmpty},
+        {QStringLiteral("sentSize"), QStringLiteral("animateSentSize"), Stored::IfNotEmpty},
+        {QStringLiteral("version"), QStringLiteral("animateVersion"), Stored::IfNotEmpty},
+        {QStringLiteral("iv"), QStringLiteral("animateIv"), Stored::IfNotEmpty},
+        {QStringLiteral("mediaType"), QStringLiteral("animateMediaType"), Stored::IfNotEmpty},
     };
     return keys;
 }
@@ -82,7 +75,7 @@ QString formatKey(bool animated)
 constexpr auto animateWKey = [] { return QStringLiteral("animateW"); };
 constexpr auto animateHKey = [] { return QStringLiteral("animateH"); };
 
-/// A record that has neither an id nor a place is none.
+/// Null for a record without id and path.
 template <typename File>
 QSharedPointer<File> unlessEmpty(const QSharedPointer<File> &file)
 {
@@ -98,7 +91,7 @@ FilePointer fileOf(const Map &map, bool animated, const FilePointer &held)
     for (const FileKey &key : fileKeys()) {
         const auto value = map.constFind(animated ? key.animated : key.still);
         if (value != map.constEnd())
-            record.insert(key.inRecord, *value);
+            record.insert(key.still, *value);
     }
     const QString id = record.value(QStringLiteral("fileId")).toString();
     if (id.isEmpty() && record.value(QStringLiteral("filePath")).toString().isEmpty())
@@ -119,18 +112,18 @@ FilePointer fileOf(const Map &map, bool animated, const FilePointer &held)
 
 bool isWritten(const FileKey &key, const QVariant &value, bool isOnDevice)
 {
-    switch (key.written) {
-    case Written::IfOnDevice:
+    switch (key.stored) {
+    case Stored::IfOnDevice:
         return isOnDevice;
-    case Written::IfNotEmpty:
+    case Stored::IfNotEmpty:
         return !value.toString().isEmpty();
-    case Written::Always:
+    case Stored::Always:
         break;
     }
     return true;
 }
 
-void write(StickerData &file, bool animated, Map &map)
+void writePicture(StickerData &file, bool animated, Map &map)
 {
     // A record that lies nowhere needs no look at the disk.
     const bool mayBeHere = !file.filePath().isEmpty() || !file.cacheFilePath().isEmpty();
@@ -138,7 +131,7 @@ void write(StickerData &file, bool animated, Map &map)
     QVariantMap record = static_cast<const StickerData &>(file).serialize();
     record.insert(QStringLiteral("fileState"), int(file.fileState()));
     for (const FileKey &key : fileKeys()) {
-        const QVariant value = record.value(key.inRecord);
+        const QVariant value = record.value(key.still);
         if (isWritten(key, value, isOnDevice))
             map.insert(animated ? key.animated : key.still, value);
     }
@@ -151,7 +144,7 @@ void write(StickerData &file, bool animated, Map &map)
         map.insert(animateHKey(), file.height());
 }
 
-void write(const StickerItem::Thumbnail &thumbnail, Map &map)
+void writeThumbnail(const StickerItem::Thumbnail &thumbnail, Map &map)
 {
     if (thumbnail.file)
         thumbnail.file->serialize(map, true);
@@ -193,8 +186,8 @@ bool areSame(const StickerData &a, const StickerData &b)
         && a.height() == b.height();
 }
 
-/// The record to hold from now on: the held one as long as the new one says the same. A new one of
-/// the same file takes over where that lies.
+/// The record to hold after an update: the held one when the incoming one equals it. Another
+/// record of the same file takes over its place on this device.
 template <typename File>
 QSharedPointer<File> merged(const QSharedPointer<File> &held, const QSharedPointer<File> &incoming)
 {
@@ -209,7 +202,7 @@ QSharedPointer<File> merged(const QSharedPointer<File> &held, const QSharedPoint
     return incoming;
 }
 
-// Comparisons with the protocol's records, which take over nothing.
+// Comparisons with the protocol's records, for each sticker of a history: nothing is converted.
 
 bool areSame(const QString &a, const std::string &b)
 {
@@ -248,106 +241,164 @@ bool areSame(const StickerItem::Thumbnail &thumbnail, const im::content::FileThu
         && thumbnail.h == thumb.height();
 }
 
-QSharedPointer<StickerData> copyOf(const QSharedPointer<StickerData> &file)
+template <typename File>
+QSharedPointer<File> copyOf(const QSharedPointer<File> &file)
 {
-    return file ? FilePointer::create(file.data()) : FilePointer();
+    return file ? QSharedPointer<File>::create(file.data()) : QSharedPointer<File>();
 }
 
 } // namespace
 
-struct StickerItem::Fields {
-    qint32 pid = 0;
-    QString shortcut;
-    QString hint;
-    qint32 w = 0;
-    qint32 h = 0;
-    qint64 uploadUserId = 0;
-    FilePointer file;
-    FilePointer animatedFile;
-    Thumbnail thumbnail;
+template <>
+struct Fields<StickerItem>
+    : KindOf<ContentItem, &im::content::Content::has_sticker, &im::content::Content::sticker,
+             &im::content::Content::mutable_sticker> {
+    using Record = im::content::Sticker;
+
+    /// A row for the id of the pack, which a record never decreases.
+    struct Pid : Field<&StickerItem::m_pid, pidKey, none, none, &StickerItem::pidChanged,
+                       Written::Always> {
+        static void readRecord(StickerItem &item, const Record &sticker)
+        {
+            item.m_pid = std::max(sticker.pid(), item.m_pid);
+        }
+        static void writeRecord(const StickerItem &item, Record *sticker)
+        {
+            if (item.m_pid != 0) // a negative one that never became ours is in the remainder
+                sticker->set_pid(item.m_pid);
+        }
+    };
+
+    /// A row for one of the pictures.
+    template <auto Member, bool animated, auto Signal>
+    struct Picture : Held<Member, Signal> {
+        static void copy(StickerItem &item, const StickerItem &other)
+        {
+            item.*Member = copyOf(other.*Member);
+        }
+        static void read(StickerItem &item, const Map &map)
+        {
+            item.*Member = merged(item.*Member, fileOf(map, animated, {}));
+        }
+        static void write(const StickerItem &item, Map &map)
+        {
+            if (item.*Member)
+                writePicture(*(item.*Member), animated, map);
+        }
+        // What has no file id is no file; it is kept with the remainder.
+        static void readRecord(StickerItem &item, const Record &sticker)
+        {
+            FilePointer file;
+            if constexpr (animated) {
+                if (!sticker.animated_file().file().file_id().empty())
+                    file = FilePointer::create(sticker.animated_file());
+            } else if (!sticker.sticker_file().id().empty()) {
+                file = FilePointer::create(sticker.sticker_file());
+            }
+            item.*Member = merged(item.*Member, file);
+        }
+        static void writeRecord(const StickerItem &item, Record *sticker)
+        {
+            const FilePointer &file = item.*Member;
+            if (!file)
+                return;
+            if constexpr (animated)
+                file->serialize(sticker->mutable_animated_file());
+            else
+                file->FileData::serialize(sticker->mutable_sticker_file());
+        }
+    };
+
+    /// A row for the thumbnail.
+    struct Thumb : Row {
+        using Thumbnail = StickerItem::Thumbnail;
+
+        static auto value(const StickerItem &item)
+        {
+            const Thumbnail &held = item.m_thumbnail;
+            return std::tuple(held.file, held.bytes, held.w, held.h);
+        }
+        static void notify(Change &change)
+        {
+            change.add(&emitPlain<&StickerItem::thumbnailChanged>);
+        }
+        static void copy(StickerItem &item, const StickerItem &other)
+        {
+            item.m_thumbnail = other.m_thumbnail;
+            item.m_thumbnail.file = copyOf(other.m_thumbnail.file);
+        }
+        static void replace(StickerItem &item, Thumbnail &&thumbnail)
+        {
+            thumbnail.file = merged(item.m_thumbnail.file, thumbnail.file);
+            item.m_thumbnail = std::move(thumbnail);
+        }
+        static void read(StickerItem &item, const Map &map) { replace(item, thumbnailOf(map)); }
+        static void write(const StickerItem &item, Map &map)
+        {
+            writeThumbnail(item.m_thumbnail, map);
+        }
+        static void readRecord(StickerItem &item, const Record &sticker)
+        {
+            const im::content::FileThumb &thumb = sticker.thumb();
+            Thumbnail thumbnail;
+            if (!thumb.thumb_file().id().empty())
+                thumbnail.file = QSharedPointer<FileData>::create(thumb.thumb_file());
+            thumbnail.bytes = fromRecord<QByteArray>(thumb.thumb_nail());
+            thumbnail.w = thumb.width();
+            thumbnail.h = thumb.height();
+            replace(item, std::move(thumbnail));
+        }
+        static void writeRecord(const StickerItem &item, Record *sticker)
+        {
+            const Thumbnail &held = item.m_thumbnail;
+            if (areSame(held, Thumbnail()))
+                return;
+            im::content::FileThumb *thumb = sticker->mutable_thumb();
+            if (held.file)
+                held.file->serialize(thumb->mutable_thumb_file());
+            thumb->set_width(held.w);
+            thumb->set_height(held.h);
+            thumb->set_thumb_nail(held.bytes.toStdString());
+        }
+    };
+
+    static constexpr std::tuple table{
+        Pid(),
+        field<&StickerItem::m_shortcut, shortcutKey, &Record::shortcut, &Record::mutable_shortcut,
+              &StickerItem::shortcutChanged>,
+        field<&StickerItem::m_hint, hintKey, &Record::hint, &Record::mutable_hint,
+              &StickerItem::hintChanged>,
+        field<&StickerItem::m_w, wKey, &Record::width, &Record::set_width, &StickerItem::wChanged>,
+        field<&StickerItem::m_h, hKey, &Record::height, &Record::set_height,
+              &StickerItem::hChanged>,
+        // Only favourites have it.
+        storedField<&StickerItem::m_uploadUserId, uploadUserIdKey,
+                    &StickerItem::uploadUserIdChanged, Written::UnlessEmpty>,
+        Picture<&StickerItem::m_file, false, &StickerItem::fileChanged>(),
+        Picture<&StickerItem::m_animatedFile, true, &StickerItem::animatedFileChanged>(),
+        Thumb(),
+    };
 };
 
-StickerItem::StickerItem(const Map &map, int source, AccountBase *account)
-    : ContentItem(map, source, account)
-{
-    setType(Sticker);
-    Changes changes(this);
-    take(changes, read(map));
-}
-
-StickerItem::StickerItem(const im::content::Content &content, int source, AccountBase *account)
-    : ContentItem(content, source, account)
-{
-    const QSignalBlocker blocker(this); // nobody can listen yet
-    setType(Sticker);
-    deserialize(content.sticker());
-}
-
-StickerItem::StickerItem(int source, AccountBase *account) : ContentItem(source, account)
-{
-    setType(Sticker);
-}
-
-StickerItem::StickerItem(const StickerItem *other)
-    : ContentItem(other), m_shortcut(other->m_shortcut), m_hint(other->m_hint),
-      m_file(copyOf(other->m_file)), m_animatedFile(copyOf(other->m_animatedFile)),
-      m_thumbnail(other->m_thumbnail), m_uploadUserId(other->m_uploadUserId), m_pid(other->m_pid),
-      m_w(other->m_w), m_h(other->m_h)
-{
-    if (m_thumbnail.file)
-        m_thumbnail.file = QSharedPointer<FileData>::create(m_thumbnail.file.data());
-}
+CONTENT_KIND(StickerItem, ContentItem, Sticker)
 
 StickerItem::~StickerItem() = default;
 
 // Fields
 
-void StickerItem::setPid(qint32 pid)
-{
-    Changes(this).set(m_pid, pid, &StickerItem::pidChanged);
-}
-
-void StickerItem::setShortcut(const QString &shortcut)
-{
-    Changes(this).set(m_shortcut, shortcut, &StickerItem::shortcutChanged);
-}
-
-void StickerItem::setHint(const QString &hint)
-{
-    Changes(this).set(m_hint, hint, &StickerItem::hintChanged);
-}
-
-void StickerItem::setW(qint32 w)
-{
-    Changes(this).set(m_w, w, &StickerItem::wChanged);
-}
-
-void StickerItem::setH(qint32 h)
-{
-    Changes(this).set(m_h, h, &StickerItem::hChanged);
-}
-
-void StickerItem::setUploadUserId(qint64 uploadUserId)
-{
-    Changes(this).set(m_uploadUserId, uploadUserId, &StickerItem::uploadUserIdChanged);
-}
-
-void StickerItem::setFile(const QSharedPointer<StickerData> &file)
-{
-    Changes(this).set(m_file, file, &StickerItem::fileChanged);
-}
-
-void StickerItem::setAnimatedFile(const QSharedPointer<StickerData> &file)
-{
-    Changes(this).set(m_animatedFile, file, &StickerItem::animatedFileChanged);
-}
+SET_BY_FIELD(StickerItem, setPid, qint32, m_pid)
+SET_BY_FIELD(StickerItem, setShortcut, const QString &, m_shortcut)
+SET_BY_FIELD(StickerItem, setHint, const QString &, m_hint)
+SET_BY_FIELD(StickerItem, setW, qint32, m_w)
+SET_BY_FIELD(StickerItem, setH, qint32, m_h)
+SET_BY_FIELD(StickerItem, setUploadUserId, qint64, m_uploadUserId)
+SET_BY_FIELD(StickerItem, setFile, const QSharedPointer<StickerData> &, m_file)
+SET_BY_FIELD(StickerItem, setAnimatedFile, const QSharedPointer<StickerData> &, m_animatedFile)
 
 void StickerItem::setThumbnail(const Thumbnail &thumbnail)
 {
-    if (areSame(m_thumbnail, thumbnail))
-        return;
-    m_thumbnail = thumbnail;
-    Q_EMIT thumbnailChanged();
+    if (!areSame(m_thumbnail, thumbnail))
+        Changes(this)->m_thumbnail = thumbnail;
 }
 
 StickerData *StickerItem::fileObject() const
@@ -360,195 +411,60 @@ StickerData *StickerItem::animatedFileObject() const
     return m_animatedFile.data();
 }
 
-void StickerItem::take(Changes<StickerItem> &changes, Fields &&fields)
-{
-    changes.set(m_pid, fields.pid, &StickerItem::pidChanged);
-    changes.set(m_shortcut, std::move(fields.shortcut), &StickerItem::shortcutChanged);
-    changes.set(m_hint, std::move(fields.hint), &StickerItem::hintChanged);
-    changes.set(m_w, fields.w, &StickerItem::wChanged);
-    changes.set(m_h, fields.h, &StickerItem::hChanged);
-    changes.set(m_uploadUserId, fields.uploadUserId, &StickerItem::uploadUserIdChanged);
-    changes.set(m_file, merged(m_file, fields.file), &StickerItem::fileChanged);
-    changes.set(m_animatedFile, merged(m_animatedFile, fields.animatedFile),
-                &StickerItem::animatedFileChanged);
-    fields.thumbnail.file = merged(m_thumbnail.file, fields.thumbnail.file);
-    if (!areSame(m_thumbnail, fields.thumbnail)) {
-        m_thumbnail = std::move(fields.thumbnail);
-        changes.add(&StickerItem::thumbnailChanged);
-    }
-}
-
-// Stored form
-
-StickerItem::Fields StickerItem::read(const Map &map, const StickerItem *held)
-{
-    return {StoredValue::toInt32(map.value(pidKey())),
-            map.value(shortcutKey()).toString(),
-            map.value(hintKey()).toString(),
-            StoredValue::toInt32(map.value(wKey())),
-            StoredValue::toInt32(map.value(hKey())),
-            StoredValue::toInt64(map.value(uploadUserIdKey())),
-            fileOf(map, false, held ? held->m_file : FilePointer()),
-            fileOf(map, true, held ? held->m_animatedFile : FilePointer()),
-            thumbnailOf(map)};
-}
-
-void StickerItem::serialize(Map &map) const
-{
-    ContentItem::serialize(map);
-    map.insert(pidKey(), m_pid);
-    map.insert(shortcutKey(), m_shortcut);
-    map.insert(hintKey(), m_hint);
-    map.insert(wKey(), m_w);
-    map.insert(hKey(), m_h);
-    if (m_file)
-        write(*m_file, false, map);
-    if (m_animatedFile)
-        write(*m_animatedFile, true, map);
-    write(m_thumbnail, map);
-    if (m_uploadUserId != 0)
-        map.insert(uploadUserIdKey(), m_uploadUserId);
-}
-
-void StickerItem::deserialize(const Map &map)
-{
-    Changes changes(this);
-    take(changes, read(map));
-    ContentItem::deserialize(map);
-}
-
 // Favourites
 
-StickerItem::Fields StickerItem::readFavorite(const Map &favorite) const
+void StickerItem::deserializeFavorite(const Map &favorite)
 {
-    static const std::pair<QString, QString> otherKeys[] = {
-        {QStringLiteral("fileid"), QStringLiteral("fileId")},
-        {QStringLiteral("aeskey"), QStringLiteral("aesKey")},
-        {QStringLiteral("filemd5"), QStringLiteral("fileMd5")},
-        {QStringLiteral("upload_user_id"), uploadUserIdKey()},
-        {QStringLiteral("a_fileid"), QStringLiteral("animateId")},
-        {QStringLiteral("a_aeskey"), QStringLiteral("animateAesKey")},
-        {QStringLiteral("a_filemd5"), QStringLiteral("animateFileMd5")},
-        {QStringLiteral("a_size"), QStringLiteral("animateSize")},
-        {QStringLiteral("a_w"), animateWKey()},
-        {QStringLiteral("a_h"), animateHKey()},
-        {QStringLiteral("a_fileType"), formatKey(true)},
-    };
-    // Of what stands in a favourite under other keys nothing is read: it is a record of its own.
-    static const QString sameKeys[] = {
-        pidKey(),
-        shortcutKey(),
-        hintKey(),
-        wKey(),
-        hKey(),
-        formatKey(false),
-        QStringLiteral("fileId"),
-        QStringLiteral("aesKey"),
-        QStringLiteral("fileMd5"),
-        QStringLiteral("size"),
-    };
+    // A favourite is a record of its own: keys of the stored form that it does not share are not
+    // read.
     Map map;
-    for (const QString &key : sameKeys) {
-        if (const auto value = favorite.constFind(key); value != favorite.constEnd())
-            map.insert(key, *value);
-    }
-    for (const auto &[key, storedKey] : otherKeys) {
-        // Some have both spellings, and nothing under one of them.
+    const auto take = [&](const QString &key, const QString &storedKey) {
+        // Some records have both spellings, one of them empty.
         const auto value = favorite.constFind(key);
         if (value != favorite.constEnd()
             && (!value->toString().isEmpty() || !map.contains(storedKey)))
             map.insert(storedKey, *value);
+    };
+    for (const QString &key :
+         {pidKey(), shortcutKey(), hintKey(), wKey(), hKey(), formatKey(false)})
+        take(key, key);
+    for (const FileKey &key : fileKeys()) {
+        if (key.favorite.isEmpty())
+            continue;
+        take(key.still, key.still);
+        take(key.favorite, key.still);
+        take(key.animatedFavorite, key.animated);
     }
-    return read(map, this);
-}
+    take(QStringLiteral("upload_user_id"), uploadUserIdKey());
+    take(QStringLiteral("a_w"), animateWKey());
+    take(QStringLiteral("a_h"), animateHKey());
+    take(QStringLiteral("a_fileType"), formatKey(true));
 
-void StickerItem::deserializeFavorite(const Map &map)
-{
-    Fields fields = readFavorite(map);
-    fields.pid = std::max(fields.pid, m_pid);
-    // A favourite knows nothing of a thumbnail.
-    fields.thumbnail = m_thumbnail;
-    Changes changes(this);
-    take(changes, std::move(fields));
+    const Changes changes(this);
+    const auto held = std::tuple(m_pid, m_file, m_animatedFile, m_thumbnail);
+    ItemFields::read(*this, map);
+    m_pid = std::max(m_pid, std::get<0>(held));
+    // What a favourite leaves out of its files stays, and it knows nothing of a thumbnail.
+    m_file = merged(std::get<1>(held), fileOf(map, false, std::get<1>(held)));
+    m_animatedFile = merged(std::get<2>(held), fileOf(map, true, std::get<2>(held)));
+    m_thumbnail = std::get<3>(held);
 }
 
 // Protocol
 
-StickerItem::Fields StickerItem::read(const im::content::Sticker &sticker)
-{
-    Fields fields;
-    fields.pid = sticker.pid();
-    fields.shortcut = Util::fromUtf8(sticker.shortcut());
-    fields.hint = Util::fromUtf8(sticker.hint());
-    fields.w = sticker.width();
-    fields.h = sticker.height();
-    // What has no file id is no file; it is kept with the remainder.
-    if (!sticker.sticker_file().id().empty())
-        fields.file = FilePointer::create(sticker.sticker_file());
-    if (!sticker.animated_file().file().file_id().empty())
-        fields.animatedFile = FilePointer::create(sticker.animated_file());
-    if (sticker.has_thumb()) {
-        const im::content::FileThumb &thumb = sticker.thumb();
-        if (!thumb.thumb_file().id().empty())
-            fields.thumbnail.file = QSharedPointer<FileData>::create(thumb.thumb_file());
-        fields.thumbnail.bytes = QByteArray::fromStdString(thumb.thumb_nail());
-        fields.thumbnail.w = thumb.width();
-        fields.thumbnail.h = thumb.height();
-    }
-    return fields;
-}
-
 void StickerItem::deserialize(const im::content::Sticker &sticker)
 {
-    Fields fields = read(sticker);
-    fields.pid = std::max(fields.pid, m_pid);
-    fields.uploadUserId = m_uploadUserId; // only favourites know
-    Changes changes(this);
-    take(changes, std::move(fields));
+    const Changes changes(this);
+    ItemFields::readParts(*this, sticker);
 }
 
-bool StickerItem::says(const im::content::Sticker &sticker) const
+bool StickerItem::matches(const im::content::Sticker &sticker) const
 {
     return !hasRemainder() && areSame(m_shortcut, sticker.shortcut())
         && areSame(m_hint, sticker.hint()) && m_w == sticker.width() && m_h == sticker.height()
         && areSame(m_file.data(), sticker.sticker_file())
         && areSame(m_animatedFile.data(), sticker.animated_file())
         && areSame(m_thumbnail, sticker.thumb());
-}
-
-void StickerItem::setContent(const im::content::Content &content)
-{
-    if (!content.has_sticker()) {
-        qCDebug(lcModel, "A sticker cannot be updated from a content of type %d.",
-                int(content.data_case()));
-        return;
-    }
-    deserialize(content.sticker());
-    keepRemainder(content);
-}
-
-void StickerItem::serialize(im::content::Content *content) const
-{
-    startRecord(content);
-    im::content::Sticker *sticker = content->mutable_sticker();
-    if (m_pid != 0) // a negative one that never became ours is in the remainder
-        sticker->set_pid(m_pid);
-    sticker->set_shortcut(m_shortcut.toStdString());
-    sticker->set_hint(m_hint.toStdString());
-    sticker->set_width(m_w);
-    sticker->set_height(m_h);
-    if (m_file)
-        m_file->FileData::serialize(sticker->mutable_sticker_file());
-    if (m_animatedFile)
-        m_animatedFile->serialize(sticker->mutable_animated_file());
-    if (!areSame(m_thumbnail, Thumbnail())) {
-        im::content::FileThumb *thumb = sticker->mutable_thumb();
-        if (m_thumbnail.file)
-            m_thumbnail.file->serialize(thumb->mutable_thumb_file());
-        thumb->set_width(m_thumbnail.w);
-        thumb->set_height(m_thumbnail.h);
-        thumb->set_thumb_nail(m_thumbnail.bytes.toStdString());
-    }
 }
 
 // Views

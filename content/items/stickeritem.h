@@ -5,8 +5,6 @@
 #include <QByteArray>
 
 class StickerData;
-template <typename Item>
-class Changes;
 
 namespace im::content
 {
@@ -101,14 +99,14 @@ public:
     void deserializeFavorite(const Map &map);
     using ContentItem::setContent;
     void setContent(const im::content::Content &content) override;
-    /// True when the item says what the record says, and nothing else; whatever their pack ids are.
-    /// The record is one that a StickerItem holds without a remainder.
-    bool says(const im::content::Sticker &sticker) const;
+    /// Whether item and record are equal, apart from their pack ids. Only for records of which a
+    /// StickerItem keeps no remainder.
+    bool matches(const im::content::Sticker &sticker) const;
 
     /// Shortcut and hint.
     QString getKeyword() const override;
     /// The sticker's own size within a square of 192 pixels, as MediaFileItem::mediaSize(). Of a
-    /// sticker that does not tell its size, that of its animated picture or thumbnail counts.
+    /// sticker without a size, that of its animated picture or thumbnail counts.
     QSize calcContentSize(int &lineCount, int maxWidth, int maxRowCount, bool inThread) override;
 
     /// The pictures' records and the thumbnail's.
@@ -127,16 +125,12 @@ Q_SIGNALS:
     void thumbnailChanged();
 
 private:
-    /// All that a sticker says of itself, from whichever source.
-    struct Fields;
+    template <typename>
+    friend struct Fields;
 
     StickerData *fileObject() const;
     StickerData *animatedFileObject() const;
     FileData *thumbFileObject() const { return m_thumbnail.file.data(); }
-    static Fields read(const im::content::Sticker &sticker);
-    static Fields read(const Map &map, const StickerItem *held = nullptr);
-    Fields readFavorite(const Map &favorite) const;
-    void take(Changes<StickerItem> &changes, Fields &&fields);
 
     QString m_shortcut;
     QString m_hint;

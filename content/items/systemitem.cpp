@@ -2,18 +2,14 @@
 
 #include "account/accountbase.h"
 #include "base/drawabletextbase.h"
-#include "base/storedvalue.h"
-#include "content/changes_p.h"
+#include "content/fields_p.h"
 #include "content/items/alerttext_p.h"
 #include "content/items/mediabox_p.h"
 #include "content/items/namedobject_p.h"
-#include "core/logs_p.h"
 #include "imlog/imlog.h"
 #include "protocol/common_data.pb.h"
-#include "protocol/message_content.pb.h"
 
 #include <QGuiApplication>
-#include <QVarLengthArray>
 
 #include <algorithm>
 #include <cmath>
@@ -24,7 +20,7 @@ namespace
 
 using Alert = im::content::SystemAlert;
 
-/// More names nobody reads; each takes a whole record.
+/// Longer lists are not read by anybody, and each target takes a whole record.
 constexpr int mostTargets = 1000;
 
 constexpr auto alertKey = [] { return QStringLiteral("alert"); };
@@ -63,51 +59,49 @@ std::unique_ptr<Alert> storedAlert(const QMap<QString, QVariant> &map)
     return nullptr;
 }
 
-/// What of an item follows from its record alone.
-struct Derived {
-    qint64 (*value)(const SystemItem &item);
-    void (SystemItem::*changed)();
-};
-
-constexpr Derived derived[] = {
-    {[](const SystemItem &item) -> qint64 { return item.alertType(); },
-     &SystemItem::alertTypeChanged},
-    {[](const SystemItem &item) -> qint64 { return item.dialogFlags(); },
-     &SystemItem::dialogFlagsChanged},
-    {[](const SystemItem &item) -> qint64 { return item.dismissAt(); },
-     &SystemItem::dismissAtChanged},
-    {[](const SystemItem &item) -> qint64 { return item.limitCount(); },
-     &SystemItem::limitCountChanged},
-    {[](const SystemItem &item) -> qint64 { return item.limitDays(); },
-     &SystemItem::limitDaysChanged},
-    {[](const SystemItem &item) -> qint64 { return item.mediaType(); },
-     &SystemItem::mediaTypeChanged},
-    {[](const SystemItem &item) -> qint64 { return item.time(); }, &SystemItem::timeChanged},
-    {[](const SystemItem &item) -> qint64 { return item.topicUpdateType(); },
-     &SystemItem::topicUpdateTypeChanged},
-};
-
 } // namespace
+
+template <>
+struct Fields<SystemItem>
+    : KindOf<ContentItem, &im::content::Content::has_system_alert,
+             &im::content::Content::system_alert, &im::content::Content::mutable_system_alert> {
+    static constexpr std::tuple table{
+        derived<&SystemItem::alertType, &SystemItem::alertTypeChanged>,
+        derived<&SystemItem::dialogFlags, &SystemItem::dialogFlagsChanged>,
+        derived<&SystemItem::dismissAt, &SystemItem::dismissAtChanged>,
+        derived<&SystemItem::limitCount, &SystemItem::limitCountChanged>,
+        derived<&SystemItem::limitDays, &SystemItem::limitDaysChanged>,
+        derived<&SystemItem::mediaType, &SystemItem::mediaTypeChanged>,
+        derived<&SystemItem::time, &SystemItem::timeChanged>,
+        derived<&SystemItem::topicUpdateType, &SystemItem::topicUpdateTypeChanged>,
+        derived<&SystemItem::sender, &SystemItem::senderChanged>,
+        derived<&SystemItem::targets, &SystemItem::targetsChanged>,
+        derived<&SystemItem::allTargets, &SystemItem::allTargetsChanged>,
+        derived<&SystemItem::wallpaper, &SystemItem::wallpaperChanged>,
+        derived<&SystemItem::text, &SystemItem::textChanged>,
+        sizedBy<&SystemItem::text>,
+    };
+};
 
 SystemItem::SystemItem(const QMap<QString, QVariant> &map, int source, AccountBase *account)
     : ContentItem(map, source, account), m_info(storedAlert(map)), m_account(account)
 {
     if (!m_info)
         m_info = std::make_unique<Alert>();
-    setType(System);
+    ItemFields::setType(*this, System);
 }
 
 SystemItem::SystemItem(const im::content::Content &content, int source, AccountBase *account)
     : ContentItem(content, source, account), m_info(kept(content.system_alert())),
       m_account(account)
 {
-    setType(System);
+    ItemFields::setType(*this, System);
 }
 
 SystemItem::SystemItem(int source, AccountBase *account)
     : ContentItem(source, account), m_info(std::make_unique<Alert>()), m_account(account)
 {
-    setType(System);
+    ItemFields::setType(*this, System);
 }
 
 SystemItem::SystemItem(const SystemItem *other)
@@ -126,20 +120,9 @@ void SystemItem::setInfo(const Alert &info)
 {
     if (&info == m_info.get() || info.SerializeAsString() == m_info->SerializeAsString())
         return;
-    const QString textBefore = text();
-    QVarLengthArray<qint64, 8> before;
-    for (const Derived &row : derived)
-        before.append(row.value(*this));
-
+    const Changes changes(this);
     m_info = kept(info);
     m_topicUpdateType = -1;
-
-    auto previous = before.cbegin();
-    for (const auto &[value, changed] : derived) {
-        if (value(*this) != *previous++)
-            Q_EMIT(this->*changed)();
-    }
-    tellText(textBefore);
 }
 
 bool SystemItem::checkSystemAlert(const Alert &alert)
@@ -149,8 +132,8 @@ bool SystemItem::checkSystemAlert(const Alert &alert)
     return AlertText::compose(alert, circumstances).isComplete;
 }
 
-/// An older record knows no more of what happened than its text.
-bool SystemItem::isWordedElsewhere() const
+/// Whether this is an older record, which has a text instead of an alert.
+bool SystemItem::hasOwnText() const
 {
     return (m_info->type() == Alert::UNKNOWN || !Alert::Type_IsValid(m_info->type()))
         && !content().isEmpty();
@@ -158,7 +141,7 @@ bool SystemItem::isWordedElsewhere() const
 
 QString SystemItem::text() const
 {
-    if (isWordedElsewhere())
+    if (hasOwnText())
         return content();
     AlertText::Circumstances circumstances;
     if (m_account)
@@ -170,17 +153,9 @@ QString SystemItem::text() const
     return AlertText::compose(*m_info, circumstances).text;
 }
 
-void SystemItem::tellText(const QString &before)
-{
-    if (text() == before)
-        return;
-    Q_EMIT textChanged();
-    Q_EMIT needRecalcSize();
-}
-
 void SystemItem::retranslate()
 {
-    if (isWordedElsewhere())
+    if (hasOwnText())
         return;
     Q_EMIT textChanged();
     Q_EMIT needRecalcSize();
@@ -223,12 +198,8 @@ qint32 SystemItem::mediaType() const
 
 void SystemItem::setMediaType(qint32 mediaType)
 {
-    if (mediaType == m_info->media_type())
-        return;
-    const QString textBefore = text();
+    const Changes changes(this);
     m_info->set_media_type(im::Message::MediaType(mediaType));
-    Q_EMIT mediaTypeChanged();
-    tellText(textBefore);
 }
 
 qint32 SystemItem::topicUpdateType() const
@@ -236,15 +207,7 @@ qint32 SystemItem::topicUpdateType() const
     return m_topicUpdateType >= 0 ? m_topicUpdateType : AlertText::topicUpdate(*m_info);
 }
 
-void SystemItem::setTopicUpdateType(qint32 topicUpdateType)
-{
-    const QString textBefore = text();
-    const qint32 before = this->topicUpdateType();
-    m_topicUpdateType = topicUpdateType;
-    if (this->topicUpdateType() != before)
-        Q_EMIT topicUpdateTypeChanged();
-    tellText(textBefore);
-}
+SET_BY_FIELD(SystemItem, setTopicUpdateType, qint32, m_topicUpdateType)
 
 // The application's objects
 
@@ -252,12 +215,10 @@ void SystemItem::setSender(ContactBase *sender)
 {
     if (sender == m_sender)
         return;
-    const QString textBefore = text();
+    const Changes changes(this);
     unfollowNames();
     m_sender = sender;
     followNames();
-    Q_EMIT senderChanged();
-    tellText(textBefore);
 }
 
 QList<QObject *> SystemItem::targets() const
@@ -269,15 +230,10 @@ void SystemItem::setTargets(const QList<QObject *> &targets)
 {
     if (targets == this->targets())
         return;
-    const QString textBefore = text();
-    const QString namesBefore = allTargets();
+    const Changes changes(this);
     unfollowNames();
     m_targets = {targets.cbegin(), targets.cend()};
     followNames();
-    Q_EMIT targetsChanged();
-    if (allTargets() != namesBefore)
-        Q_EMIT allTargetsChanged();
-    tellText(textBefore);
 }
 
 QString SystemItem::allTargets() const
@@ -289,13 +245,7 @@ QString SystemItem::allTargets() const
     return names.join(QStringLiteral(", "));
 }
 
-void SystemItem::setWallpaper(QObject *wallpaper)
-{
-    if (wallpaper == m_wallpaper)
-        return;
-    m_wallpaper = wallpaper;
-    Q_EMIT wallpaperChanged();
-}
+SET_BY_FIELD(SystemItem, setWallpaper, QObject *, m_wallpaper)
 
 void SystemItem::followNames()
 {
@@ -320,6 +270,7 @@ bool SystemItem::update(const QSharedPointer<ContentItem> &other)
     const auto *item = qobject_cast<const SystemItem *>(other.data());
     if (!item || item == this)
         return false;
+    const Changes changes(this);
     bool changed = false;
     if (item->alertType() != Alert::UNKNOWN || alertType() == Alert::UNKNOWN) {
         changed = item->m_info->SerializeAsString() != m_info->SerializeAsString();
@@ -357,20 +308,17 @@ void SystemItem::serialize(im::content::Content *content) const
 
 void SystemItem::deserialize(const QMap<QString, QVariant> &map)
 {
+    const Changes changes(this);
     if (const std::unique_ptr<Alert> alert = storedAlert(map))
         setInfo(*alert);
-    const QString before = text();
     ContentItem::deserialize(map); // older records have their text as content
-    tellText(before);
 }
 
 void SystemItem::setContent(const im::content::Content &content)
 {
-    if (!content.has_system_alert()) {
-        qCDebug(lcModel, "A system alert cannot be updated from a content of type %d.",
-                int(content.data_case()));
+    if (!ItemFields::isOwn(*this, content))
         return;
-    }
+    const Changes changes(this);
     setInfo(content.system_alert());
     keepRemainder(content);
 }

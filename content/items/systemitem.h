@@ -69,7 +69,7 @@ public:
     static bool checkSystemAlert(const im::content::SystemAlert &alert);
 
     /// The whole sentence in the application's language, with all names filled in. It never is
-    /// empty: an alert of a newer protocol is said to be one.
+    /// empty: an alert of a newer protocol has a sentence of its own.
     QString text() const;
 
     // From the record.
@@ -143,9 +143,8 @@ Q_SIGNALS:
     void wallpaperChanged();
 
 private:
-    bool isWordedElsewhere() const;
+    bool hasOwnText() const;
     void retranslate();
-    void tellText(const QString &before);
     void followNames();
     void unfollowNames();
 
@@ -154,7 +153,7 @@ private:
     QPointer<ContactBase> m_sender;
     QPointer<QObject> m_wallpaper;
     QList<QPointer<QObject>> m_targets;
-    qint32 m_topicUpdateType = -1; // below 0: nobody has said
+    qint32 m_topicUpdateType = -1; // below 0: not set
     LanguageFollower m_follower{
         this, [](QObject *item) { static_cast<SystemItem *>(item)->retranslate(); }};
 };

@@ -47,8 +47,8 @@ protected:
     void takeOver(const Thumbnail &thumbnail) override;
 
 private:
-    void read(const QMap<QString, QVariant> &map, Changes<VideoItem> &changes);
-    void read(const im::content::Content &content);
+    template <typename>
+    friend struct Fields;
 
     qint32 m_duration = 0;
     bool m_spoiler = false;

@@ -45,8 +45,8 @@ protected:
     QVariantList measured() const override;
 
 private:
-    void read(const QMap<QString, QVariant> &map, Changes<VoiceItem> &changes);
-    void read(const im::content::Content &content);
+    template <typename>
+    friend struct Fields;
 
     qint32 m_duration = 0;
     QByteArray m_sample;

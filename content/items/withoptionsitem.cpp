@@ -1,19 +1,6 @@
 #include "content/items/withoptionsitem.h"
 
-#include "content/items/innercontent_p.h"
-#include "content/items/watch_p.h"
-
-namespace
-{
-
-auto watch(WithOptionsItem *item)
-{
-    return Watch(item, Watched{&WithOptionsItem::titleItem, &WithOptionsItem::titleChanged},
-                 Watched{&WithOptionsItem::options, &WithOptionsItem::optionsChanged},
-                 Watched{&WithOptionsItem::innerItems, &WithOptionsItem::needRecalcSize});
-}
-
-} // namespace
+#include "content/items/withoptionsitem_p.h"
 
 WithOptionsItem::WithOptionsItem(int source, AccountBase *account)
     : ContentItem(source, account), m_options(std::make_unique<TitledOptions>(source, account))
@@ -67,13 +54,13 @@ QVariantList WithOptionsItem::optionVariants() const
 
 void WithOptionsItem::setTitleItem(const QSharedPointer<ContentItem> &title)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     m_options->title.set(title);
 }
 
 void WithOptionsItem::setOptionItems(const QList<QSharedPointer<ContentItem>> &options)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     m_options->setOptions(options);
 }
 
@@ -85,7 +72,7 @@ void WithOptionsItem::serialize(QMap<QString, QVariant> &map) const
 
 void WithOptionsItem::deserialize(const QMap<QString, QVariant> &map)
 {
-    const auto watching = watch(this);
+    const Changes changes(this);
     m_options->read(map);
     ContentItem::deserialize(map);
 }

@@ -1,0 +1,8 @@
+#pragma once
+
+#include "base/usertextblock.h"
+
+inline bool isLink(const UserTextBlock &block)
+{
+    return block.type == TextEntityType::Url || block.type == TextEntityType::Hyperlink;
+}
