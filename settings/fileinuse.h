@@ -12,14 +12,14 @@
 ///
 /// What a writer can rely on:
 /// - If it is made before the file is looked up, and kept until the file is closed, the file stays
-/// where it was found. It covers the path, and paths that continue it after a dot, such as
-/// "film.mp4.part" and QSaveFile's own for "film.mp4".
+///   where it was found. It covers the path, and paths that continue it after a dot, such as
+///   "film.mp4.part" and QSaveFile's own for "film.mp4".
 /// - Without it, a file is still not removed while it is open for writing, on Linux (also in
-/// another process) and on Windows; on other systems, only when its size or time has changed. A
-/// file that changes while it is copied is not removed either: it is copied again, and the final
-/// copy has all that was written.
+///   another process) and on Windows; on other systems, only when its size or time has changed. A
+///   file that changes while it is copied is not removed either: it is copied again, and the final
+///   copy has all that was written.
 /// - Writing to a path after its file has been moved creates a new file there. Look the path up
-/// (FileData::exists(), AccountBase::userCacheDataPath()) after making the object.
+///   (FileData::exists(), AccountBase::userCacheDataPath()) after making the object.
 ///
 /// Thread: any. The constructor may wait while a file is deleted.
 class MODELBASE_EXPORT FileInUse
