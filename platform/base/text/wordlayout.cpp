@@ -157,7 +157,7 @@ bool WordLayout::itemize(const QString &text, const Formats &formats)
             ++range;
         const auto *here = range != formats.end() && range->start < at ? &*range : nullptr;
         if (here != nullptr && (here->start > from || here->start + here->length < at))
-            return false; // half a surrogate pair
+            return false; // a format boundary inside a character
         const bool hasNewFormat = here != format;
         const bool hasNewScript = c.script != QChar::Script_Common && c.script != item.script;
         if (hasNewScript && item.script == QChar::Script_Common) {
