@@ -34,7 +34,7 @@ namespace
 constexpr int defaultMaxDevices = 5;
 constexpr int closeMs = 5000;
 
-/// The account's synchronised configuration, kept in its own store, while that is `entered`.
+/// The account's synchronised configuration, kept in its own store while `entered` is true.
 class StoredConfiguration : public ConfigurationService
 {
 public:
@@ -63,7 +63,7 @@ private:
 
 } // namespace
 
-/// How other threads reach the account: its event loop runs what they post, as long as it lives.
+/// Lets other threads reach the account: its event loop runs what they post, as long as it lives.
 class AccountBase::Mailbox
 {
 public:
@@ -89,7 +89,7 @@ private:
     AccountBase *m_account; // null once its destruction has begun
 };
 
-// Here, since settings know nothing of accounts but what they are given.
+// Defined here, since settings know nothing of accounts beyond what they are given.
 AccountSettingModel::AccountSettingModel(AccountBase *account)
     : AccountSettingModel(
         account, account,
@@ -192,7 +192,7 @@ bool AccountBase::openStorage(bool create)
 
 void AccountBase::closeStorage()
 {
-    // One deadline for all steps: the exit waits for each account.
+    // One deadline for all steps: the exit waits for each account in turn.
     const QDeadlineTimer deadline(closeMs);
     suspendStore();
     if (m_storage->isOpen()) {
@@ -203,7 +203,7 @@ void AccountBase::closeStorage()
     endSession(deadline);
 }
 
-/// From now on no change reaches the store, and the keys answer nothing.
+/// From now on no change reaches the store, and the keys return nothing.
 void AccountBase::suspendStore()
 {
     m_storeEntered = false;
@@ -212,8 +212,8 @@ void AccountBase::suspendStore()
     m_signalStore->close();
 }
 
-/// Ends all that has to do with the present store. False, with the store still open, when its
-/// changes cannot be written.
+/// Detaches everything from the present store. False, with the store still open, when its changes
+/// cannot be written.
 bool AccountBase::leaveStore(QDeadlineTimer deadline)
 {
     suspendStore();
@@ -289,7 +289,7 @@ void AccountBase::setAccountId(qint64 accountId)
     if (old == accountId)
         return;
     suspendStore();
-    // A content of whoever had the id may have been made after the end of the session.
+    // A content of the previous person may have been made after the end of the session.
     if (DefaultProviders *defaults = m_defaults; defaults && old > 0)
         defaults->clear();
     const bool isAnother = std::exchange(m_personId, accountId) > 0;
@@ -314,8 +314,8 @@ void AccountBase::endSession(QDeadlineTimer deadline)
         announce();
 }
 
-/// Forgets whom the account belonged to; what is returned emits the account's signals and those of
-/// its settings.
+/// Clears the person's data; the returned function emits the signals of the account and of its
+/// settings.
 std::function<void()> AccountBase::forgetPerson(QDeadlineTimer deadline)
 {
     m_inSession = false;
@@ -342,7 +342,7 @@ std::function<void()> AccountBase::forgetPerson(QDeadlineTimer deadline)
     const QVariantList settings = m_accountSettingModel->propertyValues();
     m_accountSettingModel->clear();
     m_dataInfoModel->clearData(true);
-    // Changes that are still pending have no owner any more: drop and log them.
+    // Pending changes no longer have an owner: drop and log them.
     if (!m_storage->isOpen())
         leaveStore(deadline);
 
@@ -395,7 +395,7 @@ void AccountBase::updatePhone(const QString &phone, const QString &countryCode)
 {
     const bool phoneIsNew = std::exchange(m_phone, phone) != phone;
     const bool countryIsNew = std::exchange(m_countryCode, countryCode) != countryCode;
-    // Memory may have had them already, from setPhone().
+    // Store them even if they are unchanged: setPhone() may have set them in memory only.
     storeUserInfo();
     const QPointer<AccountBase> guard(this);
     if (phoneIsNew)

@@ -40,28 +40,30 @@ namespace storage
 class UserStorageProvider;
 }
 
-/// One account on this machine: who it is, how it is connected, what it has unread, its store and
-/// its keys. Abstract: the application derives the class that talks to the server, and gives
-/// AccountManager::init() a function that makes its objects.
+/// One account on this machine: its identity, connection, unread totals, store and keys. Abstract:
+/// the application derives the class that talks to the server, and passes AccountManager::init() a
+/// factory for it.
 ///
-/// A life: the factory, initialize(); then restore(), or a sign-in, which calls setAccountId(),
-/// openStorage(), setAuthorized() and AccountManager::addAccount(); at the end logout(),
-/// deleteAccount() or release().
+/// Life cycle: the factory and initialize(); then restore(), or a sign-in, which calls
+/// setAccountId(), openStorage(), setAuthorized() and AccountManager::addAccount(); at the end
+/// logout(), deleteAccount() or release().
 ///
-/// A session lasts from setAuthorized(true) until the account is neither authorized nor its store
-/// open: logout() needs setAuthorized(false) and closeStorage(), in any order. At its end, and when
-/// another id follows one above 0, the account forgets the person: phone and country code, e-mail
-/// and verification, device id, totals, features, banned state, maxDeviceCount(), devices, settings,
-/// data ranges, the keys in memory, and the records of its own file and sticker providers. What is
-/// stored stays. Not forgotten: the id itself, what the application chose (services, proxy,
-/// autoReconnect()), state() and authorized(). The signals come when all is gone, in this order:
-/// those of deviceModel(), accountIdChanged() with another id, those of accountSettingModel(), those
-/// of the account. What a first sign-in sets before setAccountId() stays.
+/// A session lasts from setAuthorized(true) until the account is unauthorized and its store is
+/// closed: logout() must call setAuthorized(false) and closeStorage(), in any order. When the
+/// session ends, or an id above 0 is replaced by another, the account clears what it knows of the
+/// person: phone and country code, e-mail and verification, device id, totals, features, banned
+/// state, maxDeviceCount(), devices, settings, data ranges, the keys in memory, and the records of
+/// its own file and sticker providers. Stored data stay. The id itself, what the application chose
+/// (services, proxy, autoReconnect()), state() and authorized() are kept. Signals follow once
+/// everything is cleared, in this order: those of deviceModel(), accountIdChanged() if the id
+/// changed, those of accountSettingModel(), those of the account. What a first sign-in sets before
+/// setAccountId() stays.
 ///
-/// Thread: the main thread, but for accountId(), isMyUserId(), state(), autoReconnect() and the
+/// Thread: the main thread, except accountId(), isMyUserId(), state(), autoReconnect() and the
 /// encryption operations, which may be called from any thread. Ownership: the AccountManager is the
-/// parent; storage, keys and models belong to the account; QML never deletes one. The application
-/// may delete one: the manager then takes it off its list. Every setter signals on a change only.
+/// parent; the account owns its storage, keys and models; QML never deletes an account. The
+/// application may delete one: the manager then removes it from its list. Every setter signals only
+/// a change.
 class MODELBASE_EXPORT AccountBase : public QObject
 {
     Q_OBJECT
@@ -99,9 +101,9 @@ public:
     Q_ENUM(BannedState)
     /// Whether the account's store is open, and if not, why.
     enum StoreState {
-        StoreClosed, ///< not asked for so far, or closed again
+        StoreClosed, ///< not opened yet, or closed again
         StoreOpen,
-        StoreMissing,    ///< there is none, and none was to be made
+        StoreMissing,    ///< there is none, and none was to be created
         StoreLocked,     ///< another program is using it
         StoreNewer,      ///< a newer version of the application has written it
         StoreUnreadable, ///< no access, a failing disk, or something else in its place
@@ -109,72 +111,71 @@ public:
     Q_ENUM(StoreState)
 
     explicit AccountBase(QObject *parent = nullptr);
-    /// Closes the account's storage, see closeStorage(); what cannot be written is named in the
-    /// log.
+    /// Closes the account's storage, see closeStorage(); the log names what cannot be written.
     ~AccountBase() override;
 
-    // What the application's class does. The manager calls all of this but setPhone(), and looks at
-    // nothing that comes of it beyond what is said here.
+    // What the application's class implements. The manager calls all of this except setPhone(), and
+    // relies only on the effects stated here.
 
-    /// Ends the session for good: AccountManager::logout() has taken the account off its list. With
-    /// `deleteThis` the object deletes itself afterwards (deleteLater()); without, it is the next
-    /// login account.
+    /// Ends the session for good: AccountManager::logout() has removed the account from its list.
+    /// With `deleteThis` the object deletes itself afterwards (deleteLater()); without it, the
+    /// object becomes the next login account.
     Q_INVOKABLE virtual void logout(bool deleteThis = false) = 0;
-    /// Drops the connection and makes a new one; with `resetAutoReconnect` autoReconnect() is on
-    /// again afterwards.
+    /// Drops the connection and makes a new one; `resetAutoReconnect` also switches autoReconnect()
+    /// on again.
     Q_INVOKABLE virtual void abortAndReconnect(bool resetAutoReconnect) = 0;
-    /// Connects where there is no connection; with `resetTime`, which the manager always gives,
-    /// without the pause that failed attempts have earned.
+    /// Connects if there is no connection. `resetTime`, which the manager always passes, skips the
+    /// back-off delay after failed attempts.
     Q_INVOKABLE virtual void reconnectToServer(bool resetTime = false) = 0;
     /// Forgets which of several servers was chosen.
     Q_INVOKABLE virtual void resetCurrentServer() = 0;
-    /// Deletes the account on the server, and its data here; ends in AccountManager::logout(), with
-    /// `silent` also when the server cannot be reached after `retryTimes` further attempts. A
-    /// destroying AccountManager::unlockApp() gives false, 5, true and the setting
+    /// Deletes the account on the server, and its data here; ends in AccountManager::logout(). With
+    /// `silent` it does so even if the server cannot be reached after `retryTimes` further
+    /// attempts. A destroying AccountManager::unlockApp() passes false, 5, true and the setting
     /// destructRecoverable.
     Q_INVOKABLE virtual void deleteAccount(bool deleteChats = false, int retryTimes = 0,
                                            bool silent = false, bool recoverable = false) = 0;
     /// In memory only; see updatePhone().
     Q_INVOKABLE virtual void setPhone(QString phone);
 
-    /// Run once, right after the factory made the object.
+    /// Called once, right after the factory made the object.
     virtual void initialize() = 0;
-    /// Opens a stored account: `params` is {"userId": id}, `reason` the application's own number, 0
-    /// from the manager. An account that could be opened is authorized() when this returns; any
-    /// other is not listed but given up, by release(false, true). With its store open it is
-    /// nobody's then, and its id is forgotten. With its store closed it is tried again later, see
-    /// AccountManager::unavailableAccounts(); unless there is no database.
+    /// Opens a stored account: `params` is {"userId": id}; `reason` is the application's own
+    /// number, 0 from the manager. An account that could be opened is authorized() on return; any
+    /// other is not listed but released, by release(false, true). If its store is open then, it
+    /// belongs to no one, and the manager forgets the id. If its store is closed, the account is
+    /// tried again later, see AccountManager::unavailableAccounts(), unless there is no database.
     virtual void restore(QVariantMap params, bool connectNow, int reason) = 0;
-    /// Gives up an object that is in no list, once: at shut-down or because it could not be restored
-    /// (`logOut` false), or because its sign-in ends or is refused (true). `deleteThis`, always true
-    /// from the manager, is as for logout().
+    /// Disposes of an object that is in no list; called once. `logOut` is false at shut-down and
+    /// for an account that could not be restored, true when its sign-in ends or is refused.
+    /// `deleteThis`, always true from the manager, is as for logout().
     virtual void release(bool logOut, bool deleteThis) = 0;
-    /// The account has the user's attention from now on, or has no longer.
+    /// Whether the account has the user's attention from now on.
     virtual void setActive(bool active) = 0;
     virtual void setProxy(const QNetworkProxy &proxy) = 0;
-    /// Somebody has tried to unlock the screen; the three numbers are the application's own.
+    /// Someone has tried to unlock the screen; the three numbers are the application's own.
     virtual void recordScreenLockLog(int sceneType, int unlockType, int result) = 0;
-    /// Called of the notebook account, before it becomes the current one.
+    /// Called on the notebook account, before it becomes the current one.
     virtual void enterNotebookMode() = 0;
-    /// The storage layer wants the information of a group fetched anew, see
-    /// storage::UserStorageProvider::updateGroupInfo(). Whoever asks, on whatever thread, this is
-    /// called on the account's thread, by its event loop; not any more once ~AccountBase() has
-    /// begun. Writes a debug line unless overridden.
+    /// The storage layer asks to fetch the information of a group again, see
+    /// storage::UserStorageProvider::updateGroupInfo(). Called on the account's thread by its event
+    /// loop, whichever thread asked; never after ~AccountBase() has begun. By default it writes a
+    /// debug line.
     virtual void refreshGroupInfo(qint64 groupId);
 
     // Identity.
 
     /// The user's id; 0 before a sign-in.
     qint64 accountId() const { return m_accountId; }
-    /// Also chooses the directories below: those named after the id. With an id below 1 they stay
-    /// what they are, at first those of the id 0. Opens and moves nothing; but an open store is that
-    /// of the id before: until openStorage(), the keys answer nothing and settings and data ranges
-    /// stay in memory. Another id after one above 0 forgets the person, see above. Refused, with a
-    /// log line, while the account is authorized and the manager lists it.
+    /// Also chooses the directories below, named after the id. An id below 1 leaves them as they
+    /// are, at first those of the id 0. Opens and moves nothing, but an open store still belongs to
+    /// the old id: until openStorage(), the keys return nothing and settings and data ranges stay
+    /// in memory. Replacing an id above 0 clears the person's data, see above. Refused, with a log
+    /// line, while the account is authorized and listed by the manager.
     void setAccountId(qint64 accountId);
     bool isAccountId(qint64 id) const { return id == m_accountId; }
-    /// True for this account's id and for the ids of its other identities: those of which the key
-    /// store has the user key of device 1 and type 1.
+    /// True for this account's id and for the ids of its other identities: those whose user key of
+    /// device 1 and type 1 is in the key store.
     Q_INVOKABLE bool isMyUserId(qint64 userId) const;
     /// The number of this installation among the account's devices; 0 while it has none.
     int deviceId() const { return m_deviceId; }
@@ -182,8 +183,8 @@ public:
     const QString &phone() const { return m_phone; }
     const QString &countryCode() const { return m_countryCode; }
     Q_INVOKABLE void setCountryCode(QString countryCode);
-    /// Sets both and stores them with the keys, where crypto::Store::userInfo() finds them again.
-    /// What cannot be stored now is tried again when the store or its keys are opened.
+    /// Sets both and stores them with the keys, where crypto::Store::userInfo() finds them. A
+    /// failed write is repeated when the store or its keys are opened.
     void updatePhone(const QString &phone, const QString &countryCode);
     const QString &email() const { return m_email; }
     void updateEmail(const QString &email);
@@ -191,7 +192,7 @@ public:
     void setVerificationEmail(const QString &email);
     bool verificationEnabled() const { return m_verificationEnabled; }
     void setVerificationEnabled(bool enabled);
-    /// When the verification is reset, as the server tells it.
+    /// When the verification is reset, as the server reports it.
     qint64 verificationResetAt() const { return m_verificationResetAt; }
     void setVerificationResetAt(qint64 time);
 
@@ -207,38 +208,38 @@ public:
     /// and UPDATING.
     int state() const { return m_state; }
     Q_INVOKABLE void setState(int state);
-    /// Whether the account is to connect again by itself; on, but for the notebook account.
+    /// Whether the account reconnects by itself; on, except for the notebook account.
     bool autoReconnect() const { return m_autoReconnect; }
     void setAutoReconnect(bool autoReconnect) { m_autoReconnect = autoReconnect; }
-    /// Messages that the user has not read, and those that mention the user.
+    /// Unread messages, and those of them that mention the user.
     int totalUnreadCount() const { return m_totalUnreadCount; }
     void setTotalUnreadCount(int count);
     int totalAtMeCount() const { return m_totalAtMeCount; }
     void setTotalAtMeCount(int count);
-    /// How many devices the server lets the account have.
+    /// How many devices the server allows the account.
     int maxDeviceCount() const { return m_maxDeviceCount; }
     void setMaxDeviceCount(int count);
     BannedState bannedState() const { return m_bannedState; }
     void setBannedState(BannedState state);
 
-    // Store, keys and models; all owned by the account and never null. Until openStorage() there is
-    // nothing in them.
+    // Store, keys and models; all owned by the account and never null. They are empty until
+    // openStorage().
 
     /// Opened and closed by openStorage() and closeStorage() only.
     storage::UserStorageProvider *storage() const { return m_storage.get(); }
     StoreState storeState() const;
-    /// While a keychain is asked for its master key, it is Opening and has no keys; see
-    /// signalStoreOpened().
+    /// While a keychain is being asked for the master key, the key store is Opening and has no
+    /// keys; see signalStoreOpened().
     crypto::Store *signalStore() const { return m_signalStore.get(); }
     DataInfoModel *dataInfoModel() const { return m_dataInfoModel; }
     AccountDeviceModel *deviceModel() const { return m_deviceModel; }
     AccountSettingModel *accountSettingModel() const { return m_accountSettingModel; }
     /// For a crash handler: closes the database without taking a lock. AccountManager's
-    /// closeAllDbInCrash() closes those of all accounts without going through them.
+    /// closeAllDbInCrash() closes all databases without calling this.
     void closeDbInCrash();
 
     /// Directory for media, "<id>" in AppDirManager::cacheDataDir(), with which it moves; ends in a
-    /// separator. Made by whoever writes to it first.
+    /// separator. The first writer creates it.
     const QString &userCacheDataPath() const { return m_userCacheDataPath; }
     /// Directory for the account's database, "<id>/userstatus" in
     /// AppDirManager::defaultCacheDataDir(), which stays where it is; ends in a separator.
@@ -248,17 +249,16 @@ public:
 
     // What the application may set; not owned.
 
-    /// Without one of the application's, SharedStickers once a content has needed them, null before.
+    /// The default is SharedStickers, made when a content first needs it; null before.
     StickerProvider *stickerProvider() const;
     void setStickerProvider(StickerProvider *provider) { m_stickerProvider = provider; }
-    /// Without one of the application's, a FileRegistry once a content has needed it, null before.
+    /// The default is a FileRegistry, made when a content first needs it; null before.
     FileProvider *fileProvider() const;
     void setFileProvider(FileProvider *provider) { m_fileProvider = provider; }
     /// For contents, which know the defaults of the two: calls `make` unless it was called before.
     /// Thread: any.
     void setDefaultProviders(std::unique_ptr<DefaultProviders> (*make)());
-    /// Never null: without one of the application's, an account keeps its configuration in its
-    /// store.
+    /// Never null: by default, an account keeps its configuration in its store.
     ConfigurationService *configurationService() const;
     void setConfigurationService(ConfigurationService *service) { m_configuration = service; }
     /// Null unless it was set. Nothing in the library calls it.
@@ -267,46 +267,46 @@ public:
 
     // Dialogs: "G-<group>" for a group, "C-<smaller user>-<larger user>" for two users.
 
-    /// Of the group, or of the chat of this account with that user.
+    /// The dialog of the group, or of this account's chat with that user.
     Q_INVOKABLE QString getDialogId(qint64 targetId, bool isGroup) const;
-    /// Of the group `a`, or of the chat of two users, in any order.
+    /// The dialog of the group `a`, or of the chat of two users, in any order.
     static QString getDialogId(qint64 a, qint64 b, bool isGroup);
-    /// The group, or the other user, of a dialog; 0 for what is no dialog id.
+    /// The group, or the other user, of a dialog; 0 if the text is not a dialog id.
     Q_INVOKABLE qint64 getTargetId(QString dialogId) const;
-    /// Those of the saved dialogs below `dialogId` that `accept` wants; none unless overridden.
+    /// Those of the saved dialogs below `dialogId` that `accept` approves; empty unless overridden.
     virtual QStringList filterSavedDialogs(const QString &dialogId,
                                            std::function<bool(const QString &)> accept) const;
-    /// The messages of a dialog that carry an emoji tag; none unless overridden.
+    /// The messages of a dialog that carry an emoji tag; empty unless overridden.
     virtual QList<qint64> messageIdsByEmojiTag(const QString &dialogId, const QString &emoji) const;
 
-    // Encryption: AES-SIV (RFC 5297) with the vector that all clients share. Whatever fails gives
-    // an empty result and a log line without key or text.
+    // Encryption: AES-SIV (RFC 5297) with the vector that all clients share. A failure gives an
+    // empty result and a log line without key or text.
 
-    /// Encrypts under a key derived from `key`. A key of any other length than 32 bytes is replaced
-    /// by a new random one, which the caller stores with the message or file. Empty data give an
-    /// empty result and leave the key alone.
+    /// Encrypts under a key derived from `key`. A key whose length is not 32 bytes is replaced by a
+    /// new random one, which the caller stores with the message or file. Empty data give an empty
+    /// result and leave the key unchanged.
     QByteArray encrypt(const QByteArray &data, QByteArray &key) const;
-    /// A key that cannot be handed back is no password either.
+    /// Rejects a key that cannot be returned, which must not be taken for a password either.
     template <std::same_as<QByteArray> Key>
     QByteArray encrypt(const QByteArray &data, const Key &key) const = delete;
     QByteArray decrypt(const QByteArray &data, const QByteArray &key) const;
-    /// Under a password, whose first 32 characters count. It is the key: nothing is derived from
-    /// it.
+    /// Encrypts under a password, of which the first 32 characters count. It is used as the key
+    /// itself, without derivation.
     QByteArray encrypt(const QByteArray &data, QString password) const;
     QByteArray decrypt(const QByteArray &data, QString password) const;
-    /// Under a secure key of the key store, which is made when it is missing. Returns the key; it
+    /// Encrypts under a secure key of the key store, created if it is missing. Returns the key; it
     /// and `out` are empty when the key store is not Ready.
     QByteArray encrypt(QByteArray &out, const QByteArray &data, const QString &keyId, int version);
-    /// False, with `out` untouched, when there is no such key; true, with `out` empty, when there
-    /// is one and the data do not open with it.
+    /// False, with `out` untouched, when there is no such key; true, with `out` empty, when the key
+    /// exists but does not decrypt the data.
     bool decrypt(QByteArray &out, const std::string &data, const QString &keyId, int version) const;
 
     /// Version of the account's identity key; 0 unless overridden.
     virtual int idKeyVersion() const { return 0; }
     bool containsSecureKey(const QString &keyId, int version) const;
     /// The keys that another device of this account lacks, as a serialised
-    /// im.DeviceMessage.ContentKeyPatch: the dialog's chat keys of the versions, and the secure key
-    /// if its id is given. Empty when there are none.
+    /// im.DeviceMessage.ContentKeyPatch: the dialog's chat keys of these versions, and the secure
+    /// key if its id is given. Empty when there are none.
     QByteArray getMissingChatKeys(const QString &dialogId, int fromVersion, int toVersion,
                                   const QString &secureKeyId) const;
     /// What two users compare to verify each other's keys: {"emoji": list of texts, "hex": text,
@@ -314,21 +314,21 @@ public:
     Q_INVOKABLE QVariantMap veirifyKey(qint64 myUserId, qint64 contactsUserId,
                                        QByteArray sha256) const;
 
-    // Features, as the server switched them; kept in the account's store. Ids are those of
-    // im.feature.Feature.
+    // Features, as the server enabled or disabled them; kept in the account's store. Ids are those
+    // of im.feature.Feature.
 
     /// Maps {"featureId": int, "state": FeatureState as int}, by ascending id.
     QVariantList features() const;
-    /// A FeatureState; disabled for a feature that the server never named.
+    /// A FeatureState; disabled if the server never named the feature.
     Q_INVOKABLE int featureState(int featureId) const;
     void setFeatures(const QMap<int, FeatureState> &features);
     void updateFeature(int featureId, FeatureState state);
-    /// Takes over what is stored; openStorage() does so.
+    /// Loads the stored features; openStorage() does so.
     void readFeatures();
 
 Q_SIGNALS:
-    // Those that end in "Finished" or begin with "received" tell of answers of the server (a `code`
-    // is an im::Error): the application's class emits them.
+    // Signals that end in "Finished" or begin with "received" report answers of the server (a
+    // `code` is an im::Error); the application's class emits them.
     void authorizedChanged();
     void isConnectedChanged();
     void stateChanged();
@@ -351,27 +351,27 @@ Q_SIGNALS:
     void verificationEnabledChanged();
     void verificationResetAtChanged();
     void bannedStateChanged();
-    /// A keychain that had to be asked for the keys has answered: signalStore()->state() tells what
-    /// came of it.
+    /// A keychain that was asked for the keys has answered; signalStore()->state() gives the
+    /// result.
     void signalStoreOpened();
 
 protected:
-    /// Opens the account's database in userStatusDataPath() and loads what lies there: settings,
-    /// data ranges, features. False, with a log line, when it cannot be opened, and for an id below
-    /// 1: only the notebook account has a store without an id of its own. With `create` false, as
-    /// for restore(), an account without a database is refused. With `create` true, one of which a
-    /// wipe could not remove the database is refused as long as that cannot be removed. The keys are
-    /// opened by the first call that needs them, see crypto::Store.
+    /// Opens the account's database in userStatusDataPath() and loads what it holds: settings, data
+    /// ranges, features. False, with a log line, when it cannot be opened, and for an id below 1:
+    /// only the notebook account has a store without an id of its own. With `create` false, as for
+    /// restore(), an account without a database is refused. With `create` true, an account is
+    /// refused while its old database, which a wipe failed to remove, still cannot be removed. The
+    /// first call that needs the keys opens them, see crypto::Store.
     ///
-    /// The store of another id that is still open is closed first, with its changes written. When
-    /// they cannot be written within 5 seconds, the call is refused and that store stays open, so
-    /// that it can be tried again; what could not be written before closeStorage() is lost now, and
+    /// If the store of another id is still open, its changes are written and it is closed first. If
+    /// they cannot be written within 5 seconds, the call is refused and that store stays open for
+    /// another attempt. Changes that an earlier closeStorage() could not write are lost now, and
     /// named in the log. No change ever reaches the store of another id.
     bool openStorage(bool create);
-    /// Writes what is pending and closes the database; the models keep what they hold, unless it is
-    /// the end of a session. What cannot be written waits for the same store to be opened again, or
-    /// is lost, and named in the log, when the session ends. Returns after 5 seconds at most,
-    /// whatever the disk and other threads do; what takes longer ends in the background.
+    /// Writes pending changes and closes the database; the models keep their contents unless the
+    /// session ends. Changes that cannot be written wait until the same store is opened again; if
+    /// the session ends, they are lost, and named in the log. Returns within 5 seconds, whatever
+    /// the disk and other threads do; whatever takes longer ends in the background.
     void closeStorage();
 
 private:
@@ -395,9 +395,10 @@ private:
     bool m_isConnected = false;
     bool m_authorized = false;
     std::atomic<bool> m_autoReconnect = true;
-    /// The manager's: it logs out, was given up or is being deleted, and is not taken in again.
+    /// Set by the manager: the account logs out, was released or is being deleted, and is not
+    /// listed again.
     bool m_leaving = false;
-    /// The manager's: its store is that of the id 0.
+    /// Set by the manager: the account uses the store of the id 0.
     bool m_isNotebook = false;
     QString m_phone;
     QString m_countryCode;
@@ -414,12 +415,12 @@ private:
     AccountSettingModel *m_accountSettingModel;
     QString m_userStatusDataPath;
     QString m_userCacheDataPath;
-    qint64 m_pathId = 0; // whose directories these are
-    QString m_storePath; // directory of the store that is open, or that changes still wait for
-    std::atomic_bool m_storeEntered = false; // it is open, and that of this id
-    qint64 m_personId = 0; // whose details these are; 0: nobody's, or of who is signing in
+    qint64 m_pathId = 0; // of the directories below
+    QString m_storePath; // directory of the store that is open or has unwritten changes
+    std::atomic_bool m_storeEntered = false; // the open store belongs to this id
+    qint64 m_personId = 0;                   // of the details; 0: none, or a first sign-in
     bool m_inSession = false;
-    bool m_userInfoWaits = false; // phone and country code are still to be stored
+    bool m_userInfoWaits = false; // phone and country code wait to be stored
     const std::shared_ptr<Mailbox> m_mailbox;
     QMap<int, FeatureState> m_features;
     std::once_flag m_madeDefaults;

@@ -12,11 +12,11 @@ namespace
 {
 
 constexpr int keySize = 32;
-/// Secure keys are synchronised between devices in this version.
+/// The version of secure keys that devices synchronise.
 constexpr int syncedSecureKeyVersion = 3;
 
-/// A key for a password. The password's bytes replace as many bytes as it has characters, so that a
-/// password outside ASCII makes the key longer; both directions rely on that.
+/// A key for a password. The password's bytes replace as many bytes of the key as it has
+/// characters, so a password outside ASCII makes the key longer; both directions rely on that.
 QByteArray passwordKey(QString password)
 {
     password.truncate(keySize);

@@ -12,8 +12,8 @@ namespace crypto
 class Store;
 }
 
-/// What an account encrypts: with keys that travel beside the data, with passwords, and with the
-/// secure keys of its store. AccountBase is its public face, and says what each operation promises.
+/// An account's encryption: with keys that travel beside the data, with passwords, and with the
+/// secure keys of its store. AccountBase is the public interface and documents each operation.
 ///
 /// Thread: any.
 class AccountCipher

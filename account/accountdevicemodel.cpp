@@ -48,7 +48,7 @@ QHash<int, QByteArray> AccountDeviceModel::roleNames() const
 
 void AccountDeviceModel::setDeviceList(const im::user::ListDevicesResp &resp)
 {
-    // Emptied with the rest, it is still what the answer's record is compared with.
+    // Cleared with the rest, but the record in the answer is still compared with it.
     const QVariantMap before = m_currentDevice;
     empty();
     QList<QVariantMap> devices;
@@ -65,7 +65,7 @@ void AccountDeviceModel::setDeviceList(const im::user::ListDevicesResp &resp)
     if (!m_currentDevice.isEmpty() && m_currentDevice != before)
         Q_EMIT currentDeviceChanged(m_currentDevice);
     if (m_valid)
-        return; // a handler of that has filled the list anew
+        return; // a handler has filled the list again
     if (!devices.isEmpty()) {
         beginInsertRows({}, 0, int(devices.size()) - 1);
         m_devices = std::move(devices);
@@ -87,7 +87,7 @@ void AccountDeviceModel::removeDevices(const QVariantList &ids)
     }
     const auto isUnlinked = [&](int row) { return unlinked.contains(idOf(m_devices.at(row))); };
     const int before = count();
-    // From the end, a run of rows at a time: what was announced does not move what is to come.
+    // From the end, one run of rows at a time: the rows still to come keep their index.
     for (int last = before - 1; last >= 0; --last) {
         if (!isUnlinked(last))
             continue;

@@ -19,8 +19,8 @@ namespace im::user
 class ListDevicesResp;
 }
 
-/// The other devices of an account, one map a row, and the record of this very device beside them.
-/// Empty and not valid() until the application passes on what the server says; nothing is stored.
+/// The other devices of an account, one map a row, and separately the record of this device. Empty
+/// and not valid() until the application passes on the server's answer; nothing is stored.
 ///
 /// A device map holds "appName", "os", "ip", "ipAddress", "deviceModel", "prompt", "language"
 /// (texts), "updateTime", "createTime" (64-bit, as the server counts), "deviceId", "refererId",
@@ -43,7 +43,7 @@ public:
     /// A row's map, as "device".
     enum DataRole { DEVICE_ROLE = Qt::UserRole + 1, ROLE_MAX };
     Q_ENUM(DataRole)
-    /// After what time without use the server unlinks a device; im.GlobalEnums.DeviceDeleteTimer.
+    /// After how long without use the server unlinks a device; im.GlobalEnums.DeviceDeleteTimer.
     enum DeviceDeleteTimer { Never, OneWeek, OneMonth, ThreeMonth, SixMonths };
     Q_ENUM(DeviceDeleteTimer)
 
@@ -53,11 +53,11 @@ public:
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
     QHash<int, QByteArray> roleNames() const override;
 
-    /// Replaces everything by the answer of the server. What it lists as sealed is always a row;
-    /// of the other devices, that with the account's own id becomes the current one. Web devices
-    /// are left out.
+    /// Replaces everything by the answer of the server. Devices that it lists as sealed always
+    /// become rows; of the others, the one with the account's own id becomes the current device.
+    /// Web devices are left out.
     void setDeviceList(const im::user::ListDevicesResp &resp);
-    /// Removes the rows of these device ids, after they were unlinked; unknown ids are ignored and
+    /// Removes the rows of these device ids after the devices were unlinked. Ignores unknown ids;
     /// the current device stays.
     Q_INVOKABLE void removeDevices(const QVariantList &ids);
 
@@ -75,14 +75,14 @@ public:
     Q_INVOKABLE QVariantList allOtherDeviceIds() const;
     /// The model name of a row's device, or of this device for the account's own id; else empty.
     Q_INVOKABLE QString getDeviceModelName(int deviceId) const;
-    /// The application's name on the first row's device of that model name; empty without one.
+    /// The application's name on the first row's device of that model name; empty if there is none.
     Q_INVOKABLE QString getAppName(const QString &deviceModel) const;
 
     static QVariantMap makeDeviceInfo(const im::Device &device);
 
     /// Does nothing.
     void loadLocalData(bool skip) override;
-    /// Empties the list and the current device. The argument does not matter.
+    /// Empties the list and the current device. The argument is ignored.
     void clearData(bool clear) override;
 
 Q_SIGNALS:

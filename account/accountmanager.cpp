@@ -25,7 +25,7 @@
 namespace
 {
 
-/// Rounds of processing events and waiting, 20 ms each, before a thread is given up.
+/// Rounds of processing events and waiting, 20 ms each, before a thread is abandoned.
 constexpr int waitRounds = 100;
 constexpr int waitMilliseconds = 20;
 constexpr int fileTransferMilliseconds = 3000;
@@ -49,9 +49,9 @@ AccountManager *AccountManager::getInstance()
 void AccountManager::releaseInstance()
 {
     static bool isReleasing = false;
-    if (std::exchange(isReleasing, true)) // a handler asks for what is under way
+    if (std::exchange(isReleasing, true)) // a handler called this again
         return logRefusal(QStringLiteral("the manager is being released already"));
-    // Accounts ask for the manager while they are given up, so it is forgotten last.
+    // Accounts ask for the manager while they are released, so the pointer is cleared last.
     delete theInstance;
     theInstance = nullptr;
     isReleasing = false;
@@ -69,7 +69,7 @@ AccountManager::AccountManager()
     m_fileTransferThread->setObjectName(QStringLiteral("file_transfer_thread"));
     m_fileTransferThread->start(QThread::InheritPriority);
     MessageGeometry::instance()->reset();
-    // The list is emptied when the manager is given up: nobody has signed out then.
+    // reset() empties the list, but nobody has signed out.
     connect(this, &AccountManager::beginReset, m_appDataMove, &AppDataMove::cancel);
     connect(m_meeting, &MeetingState::meetingChanged, this, &AccountManager::meetingModelChanged);
     connect(m_meeting, &MeetingState::joiningChanged, this, &AccountManager::joiningMeetingChanged);
@@ -85,18 +85,18 @@ AccountManager::~AccountManager()
 {
     m_closing = true;
     reset();
-    // The accounts report their end to the manager, and what cleans up after them may use them.
+    // The accounts report their end to the manager, and their clean-up tasks may use them.
     finishResetPool(waitRounds * waitMilliseconds);
     finishFileTransferThread();
     while (auto *account = findChild<AccountBase *>({}, Qt::FindDirectChildrenOnly)) {
-        // Or an event loop in a slot of destroyed() would delete it a second time.
+        // Otherwise an event loop in a slot on destroyed() would delete it a second time.
         QCoreApplication::removePostedEvents(account, QEvent::DeferredDelete);
         delete account;
     }
 }
 
-/// A pool or thread that is destroyed while it hangs would wait, or abort the process: it is left
-/// to itself instead.
+/// Destroying a pool or thread that hangs would wait, or abort the process: it is abandoned
+/// instead.
 void AccountManager::finishResetPool(int milliseconds)
 {
     if (m_resetThreadPool->waitForDone(milliseconds))
@@ -152,8 +152,8 @@ void AccountManager::init(Factory factory)
                 if (ids.isEmpty())
                     setAppLocked(false);
             });
-    // The account that stays for the next sign-in; those that are still listed have yet to clear
-    // what they have.
+    // For the account that stays for the next sign-in; accounts that are still listed have yet to
+    // clear their data.
     connect(settings, &AppSettingModel::paramsBeReseted, this, [this] {
         if (m_loginAccount)
             m_loginAccount->updateUserCacheDataPath();
@@ -161,19 +161,19 @@ void AccountManager::init(Factory factory)
             return;
         if (!m_deleteAll)
             m_foundLate += takeStored();
-        // Whoever resets the settings signs nobody out.
+        // Resetting the settings signs nobody out.
         if (idsToSave().isEmpty())
             return;
         storeIds(idsToSave());
         saveAccounts();
         restoreLate();
     });
-    // Before handlers of what is announced then do anything with them.
+    // Before handlers of the signals that follow use the settings.
     connect(settings, &AppSettingModel::storeRead, this, [this, settings] {
         if (m_deleteAll)
             return;
         m_foundLate += takeStored();
-        // Those who have signed out meanwhile are not among them any more.
+        // Accounts that have signed out meanwhile are no longer among them.
         if (const QVariantList ids = idsToSave(); ids != settings->accountIds())
             storeIds(ids);
     });
@@ -193,7 +193,7 @@ void AccountManager::init(Factory factory)
     const QList<qint64> ids = takeStored();
     m_restoring = true;
     for (qint64 id : ids) {
-        if (isAbsent(id)) // unless a handler has signed it in, or everybody out
+        if (isAbsent(id)) // a handler may have signed it in, or all out
             restore(id);
     }
     m_restoring = false;
@@ -213,7 +213,7 @@ void AccountManager::init(Factory factory)
     ImLog::info(lcModel(), QStringLiteral("AccountManager::init end"));
 }
 
-/// Notes the stored accounts that have not been met yet, as not available; the current one first.
+/// Notes the stored accounts that have not been seen yet as unavailable; the current one first.
 QList<qint64> AccountManager::takeStored()
 {
     const AppSettingModel *settings = AppSettingModel::instance();
@@ -236,7 +236,7 @@ QList<qint64> AccountManager::takeStored()
     return found;
 }
 
-/// Restores accounts of settings that could not be read at the start.
+/// Restores accounts of settings that could not be read at start-up.
 void AccountManager::restoreLate()
 {
     const QList<qint64> ids = std::exchange(m_foundLate, {});
@@ -257,7 +257,7 @@ void AccountManager::restoreLate()
 void AccountManager::restore(qint64 id)
 {
     const Account account(createAccount(true));
-    // Handlers may log everybody out; nobody comes in after that.
+    // Handlers may log out all accounts; none is listed after that.
     if (account && isAbsent(id)) {
         m_restored = account;
         account->restore({{QStringLiteral("userId"), id}}, true, 0);
@@ -276,7 +276,7 @@ void AccountManager::restore(qint64 id)
         if (isNobodys || storage::UserStorageProvider::isMissing(AccountBase::statusDataPath(id))) {
             removeAbsent(id);
         } else {
-            if (state == AccountBase::StoreMissing) // as far as that account could tell
+            if (state == AccountBase::StoreMissing) // as that account reports
                 state = AccountBase::StoreUnreadable;
             ImLog::error(
                 lcModel(),
@@ -393,10 +393,10 @@ void AccountManager::reset()
 {
     if (!m_closing && postponed([this] { reset(); }))
         return;
-    if (m_resetting) // and a handler asks for it again
+    if (m_resetting) // a handler called this again
         return;
     const QScopedValueRollback<bool> resetting(m_resetting, true);
-    // Nobody comes in any more, whatever handlers ask for.
+    // No account is listed from now on, whatever handlers ask for.
     const QScopedValueRollback<bool> closing(m_closing, true);
     Q_EMIT beginReset();
     ImLog::info(lcModel(), QStringLiteral("AccountManager::reset"));
@@ -407,7 +407,8 @@ void AccountManager::reset()
     Q_EMIT currentAccountChanged(nullptr, nullptr);
 
     if (count() > 0) {
-        // Should somebody sign in afterwards, that does not forget them on the disk.
+        // Keep the ids as absent, so that a later sign-in does not remove them from the stored
+        // list.
         for (const QVariant &id : idsToSave())
             addAbsent(id.toLongLong(), AccountBase::StoreClosed);
         m_changingRows = true;
@@ -461,7 +462,7 @@ void AccountManager::waitForFinished()
     finishFileTransferThread();
 }
 
-// In a signal handler: no lock, nothing that allocates or frees, no list that another thread may be
+// Runs in a signal handler: no lock, no allocation or release, no list that another thread may be
 // changing.
 void AccountManager::closeAllDbInCrash()
 {

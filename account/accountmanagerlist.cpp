@@ -177,7 +177,7 @@ bool AccountManager::addAccount()
     qCDebug(lcModel, "AccountManager::addAccount");
     if (m_loginAccount)
         return true;
-    // Somebody who signed out may have stayed, without being asked to sign in again.
+    // An account that signed out may still be current, without a sign-in under way.
     Account account = m_currentAccount;
     if (!isUsable(account) || !maySignIn(account))
         account = createAccount(true);
@@ -207,7 +207,7 @@ void AccountManager::addAccount(AccountBase *account)
     connect(account, &AccountBase::totalAtMeCountChanged, this,
             &AccountManager::accountAtMeCountChanged, Qt::UniqueConnection);
 
-    // Its store is on the disk before its id is.
+    // Write the store to the disk before its id.
     if (account != m_restored)
         account->accountSettingModel()->flush(QDeadlineTimer(syncMs));
     const bool wasLogin = account == m_loginAccount;
@@ -222,7 +222,7 @@ void AccountManager::addAccount(AccountBase *account)
                 setLoginAccount(account);
             else if (wasLogin)
                 giveUp(account);
-            saveAccounts(); // and not its id as the current one
+            saveAccounts(); // but not its id as the current one
             return;
         }
         if (!checkListable(account))
@@ -318,13 +318,13 @@ QVariantList AccountManager::idsToSave() const
     return ids;
 }
 
-/// Settings that have not been read may hold a list of their own: it is not replaced.
+/// Settings that have not been read may hold a list of their own: do not replace it.
 void AccountManager::storeIds(const QVariantList &ids)
 {
     AppSettingModel *settings = AppSettingModel::instance();
     for (const QVariant &id : ids)
         m_known.insert(id.toLongLong());
-    if (!settings->isUnread() || !ids.isEmpty()) // which would reset what is stored
+    if (!settings->isUnread() || !ids.isEmpty()) // an empty list would reset the store
         settings->setAccountIds(ids, true);
 }
 
@@ -339,8 +339,8 @@ void AccountManager::saveAccounts()
     if (m_deleteAll)
         return;
     takeStored();
-    // An empty list resets all settings, once its signal has been delivered, and with them what a
-    // handler of that has stored.
+    // An empty list resets all settings once its signal has been delivered, including what a
+    // handler of that signal has stored.
     AppSettingModel *settings = AppSettingModel::instance();
     QVariantList ids;
     do {
@@ -348,13 +348,14 @@ void AccountManager::saveAccounts()
         storeIds(ids);
     } while (!m_deleteAll && ids != idsToSave());
     saveCurrentId();
-    // Who has signed in is not to do so again after a power cut; nor is who signed out back.
+    // After a power cut, an account that signed in must not sign in again, nor one that signed out
+    // return.
     settings->flush(QDeadlineTimer(syncMs));
     announceAbsent();
 }
 
-/// Not all changes come by setCurrentAccount(): one that is shown may sign in, or log out behind
-/// the notebook.
+/// Not every change goes through setCurrentAccount(): the shown account may sign in, or log out
+/// behind the notebook.
 void AccountManager::saveCurrentId()
 {
     AppSettingModel *settings = AppSettingModel::instance();
@@ -450,7 +451,7 @@ void AccountManager::updateTotals()
         return int(std::clamp<qint64>(total, least, std::numeric_limits<int>::max()));
     };
     setTotalUnreadCount(sum(&AccountBase::totalUnreadCount, 0));
-    // Below 0 as well: a mark that comes in before its mention evens out when that arrives.
+    // May be below 0: a mark that arrives before its mention is balanced by the mention.
     setTotalAtMeCount(sum(&AccountBase::totalAtMeCount, std::numeric_limits<int>::min()));
 }
 

@@ -34,7 +34,7 @@ void AccountManager::setCurrentItemChangeable(int type, bool changeable)
 
 bool AccountManager::mayChangeCurrentItem(bool forced, AccountBase *newCurrent)
 {
-    // A change that a handler asks for has a veto of its own.
+    // A change that a handler asks for has its own veto.
     const std::optional<bool> outer =
         m_asking ? std::optional(currentItemChangeable(AccountItem)) : std::nullopt;
     ++m_asking;
@@ -64,7 +64,7 @@ void AccountManager::setCurrentAccount(AccountBase *account, bool forced)
     }
     if (m_closing)
         return;
-    // Handlers may change everything. Whoever was made current by one stays that.
+    // Handlers may change everything. An account that one of them made current stays current.
     const Account guard(account);
     const Account previous = m_currentAccount;
     const auto overtaken = [&] {
@@ -92,13 +92,13 @@ void AccountManager::setCurrentAccount(AccountBase *account, bool forced)
     Q_EMIT currentAccountChanged(m_currentAccount, m_lastAccount);
 
     if (const Account login = m_loginAccount) {
-        // One that is shown and not signed in yet goes on signing in.
+        // The shown account keeps signing in.
         if (login != m_currentAccount || login->authorized())
             endLogin();
     }
     giveUp(previous);
     setActiveAccount(m_currentAccount);
-    saveCurrentId(); // a handler may have stored that of the account before
+    saveCurrentId(); // a handler may have stored the previous id
     m_newDeviceLoginManager->activeAccount(m_currentAccount);
 }
 
@@ -189,7 +189,7 @@ void AccountManager::abandonSignIn(AccountBase *account)
     m_beingListed.removeAll(account);
     if (account != m_currentAccount && account == m_loginAccount)
         resetLoginAccount();
-    // A handler may log out the one that was to follow. One that cannot follow is not asked twice.
+    // A handler may log out the chosen successor. Do not ask twice for one that cannot follow.
     AccountBase *asked = guard;
     while (isUsable(guard) && guard == m_currentAccount && !m_closing) {
         AccountBase *next = count() > 0 ? successor(0) : nullptr;
@@ -232,7 +232,7 @@ void AccountManager::setActiveAccount(AccountBase *account)
     const Account previous = m_activeAccount;
     if (account)
         account->setActive(true);
-    if (m_activeAccount != previous) { // the account has handed it on
+    if (m_activeAccount != previous) { // setActive() has activated another
         if (guard && guard != m_activeAccount)
             guard->setActive(false);
         return;
@@ -289,7 +289,7 @@ void AccountManager::logout(AccountBase *account)
     else if (guard && guard == m_loginAccount && count() > 0)
         abandonSignIn(guard);
 
-    // What the settings knew of the account is not to stay legible in their log.
+    // Settings of the account must not stay readable in the database's log.
     storage::SettingStorage settings(
         *AppSettingModel::instance()->globalStorage()->settingStorage());
     Workers::invoke([settings]() mutable { settings.clearLog(); }, true);
@@ -305,7 +305,7 @@ void AccountManager::logoutListed(AccountBase *account)
     account->m_leaving = true;
     removeAccount(index);
 
-    // The only account stays, and the sign-in page takes it over.
+    // The only account stays, and the sign-in page uses it.
     const bool stays = count() == 0 && (wasOnly || !successor(index));
     if (!stays && guard && account == m_currentAccount) {
         m_currentAccount = nullptr;
@@ -359,7 +359,7 @@ void AccountManager::finishWipe()
     if (std::exchange(m_finishingWipe, true))
         return;
     m_absent.clear();
-    // Before the settings forget: whoever is killed here wipes the rest at the next start.
+    // Before the settings are cleared: after a kill here, the next start wipes the rest.
     if (m_notebookAccount)
         m_notebookAccount->closeStorage();
     const QVariantList left = AccountTraces::removeAll(usedStores());
@@ -381,8 +381,8 @@ void AccountManager::finishWipe()
     QMetaObject::invokeMethod(this, &AccountManager::afterUnlockApp, Qt::QueuedConnection);
 }
 
-/// The directories of the stores that are open, or belong to accounts that could not be opened:
-/// whoever signs in just now, in a handler, is not to be listed without a store.
+/// The directories of the stores that are open, or belong to accounts that could not be opened: an
+/// account that a handler is signing in must not be listed without a store.
 QStringList AccountManager::usedStores() const
 {
     QStringList used;
@@ -428,7 +428,7 @@ void AccountManager::logoutAll()
 
 void AccountManager::removeAll()
 {
-    // Views were made for the row behind the last one: it has always been announced.
+    // The removal includes the row behind the last one: existing views expect it.
     m_changingRows = true;
     beginRemoveRows({}, 0, count());
     while (count() > 0) {
@@ -488,7 +488,7 @@ void AccountManager::unlockApp(bool destroy, bool notebookMode)
     forEach(false, [recoverable](AccountBase *account) {
         account->deleteAccount(false, 5, true, recoverable);
     });
-    // Not where handlers have finished it: somebody may have signed in since.
+    // Not if handlers have finished it: someone may have signed in since.
     if (m_deleteAll)
         storeCurrentId(0);
     if (nothingListed && m_deleteAll)

@@ -15,9 +15,9 @@
 namespace
 {
 
-/// What is left: names of folders in the data directory, as a JSON list.
+/// The setting that lists what is left: names of folders in the data directory, as a JSON list.
 
-/// Stands for the key in that list.
+/// Stands for the key file in that list.
 constexpr auto masterKeyName = [] { return QStringLiteral("master_key"); };
 
 QVariantList noted()

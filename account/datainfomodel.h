@@ -38,24 +38,22 @@ public:                                                                         
         return containstDataInfo(QStringLiteral(key));                                             \
     }
 
-/// What an account knows about how far it is in step with the server: offsets up to which each list
-/// has been fetched (as the server counts them), small records in the form that whoever saves them
-/// chose, and the ranges that are still missing. Made and owned by the account
-/// (AccountBase::dataInfoModel()); it signals nothing. Every datum is held in memory and written
-/// through to the account's buffered configuration
+/// How far an account is in step with the server: offsets up to which each list has been fetched
+/// (as the server counts them), small records in the writer's own form, and the ranges that are
+/// still missing. Made and owned by the account (AccountBase::dataInfoModel()); it has no signals.
+/// Every datum is held in memory and written through to the account's buffered configuration
 /// (storage::UserStorageProvider::bufferConfigStorage()).
 ///
 /// The keys are those of the stored format, odd spellings included, and must not be corrected.
 ///
-/// A value is there for every reader as soon as its setter returns. On the main thread the store is
-/// written later, by the save thread; a caller on another thread has it written before the setter
-/// returns. That survives a kill; a power cut may take back the last second of it, unless flush()
-/// was called. Changes of one key reach the store in the order in which they reach memory. Failures of
-/// the store are logged, and what could not be written is tried again with the next change. A change
-/// belongs to the store that is open when it is made; while none is open for the account's id, it
-/// stays in memory until the next load.
+/// Every reader sees a value as soon as its setter returns. On the main thread the save thread
+/// writes it later; on another thread the setter writes it before it returns. A written value
+/// survives a kill; a power cut may undo the last second unless flush() was called. Changes of one
+/// key reach the store in the order in which they reach memory. Failures of the store are logged,
+/// and the write is repeated with the next change. A change belongs to the store that is open when
+/// it is made; while none is open for the account's id, it stays in memory until the next load.
 ///
-/// Thread: any, but for loadLocalData() and flush(), which belong to the account's thread.
+/// Thread: any, except loadLocalData() and flush(), which belong to the account's thread.
 class MODELBASE_EXPORT DataInfoModel : public QObject, public ModelBase
 {
     Q_OBJECT
@@ -116,26 +114,26 @@ class MODELBASE_EXPORT DataInfoModel : public QObject, public ModelBase
 public:
     /// @param account the owner, whose store is used
     explicit DataInfoModel(AccountBase *account);
-    /// Writes what is still to be written.
+    /// Writes pending changes.
     ~DataInfoModel() override;
 
-    /// Ids of the messages that the server could not return; one empty text when none were saved.
+    /// Ids of the messages that the server could not return; one empty text if none were saved.
     QStringList unretrievableIds() const;
     void saveUnretrievableIds(const QStringList &ids);
 
-    /// What part of the list called `key` is still missing here, as saved; empty where nothing was.
+    /// The part of the list `key` that is still missing here, as saved; empty if nothing was saved.
     QByteArray missRange(const QString &key) const;
-    /// Replaces the range of before whole.
+    /// Replaces the whole previous range.
     void saveMissRange(const QString &key, const QByteArray &range);
     void removeMissRange(const QString &key);
 
-    /// Takes over what is stored in place of what is in memory; does nothing when `skip` is true.
+    /// Replaces the values in memory by the stored ones; does nothing when `skip` is true.
     void loadLocalData(bool skip) override;
-    /// Empties the memory; what is stored stays. The argument does not matter.
+    /// Empties the memory; stored values stay. The argument is ignored.
     void clearData(bool clear) override;
     /// As AppSettingModel::flush().
     bool flush();
-    /// The same on a thread of its own, until `deadline` at most, whatever the disk does.
+    /// The same on a separate thread, until `deadline` at most, whatever the disk does.
     bool flush(QDeadlineTimer deadline);
 
 private:

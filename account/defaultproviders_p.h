@@ -3,8 +3,8 @@
 class FileProvider;
 class StickerProvider;
 
-/// What an account has in place of the providers that its application may set. An account knows no
-/// contents: they make it for the account when they need it.
+/// The defaults for the providers that an application may set. An account knows no contents: they
+/// make this for the account when they need it.
 class DefaultProviders
 {
 public:
@@ -12,6 +12,6 @@ public:
 
     virtual FileProvider *files() = 0;
     virtual StickerProvider *stickers() = 0;
-    /// Forgets everything: another person has the account.
+    /// Forgets everything, since another person has the account.
     virtual void clear() = 0;
 };

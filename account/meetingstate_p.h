@@ -8,8 +8,8 @@
 
 #include <functional>
 
-/// The meeting that the user is in, or about to join. AccountManager is its public face, and passes
-/// its signals on.
+/// The meeting that the user is in, or about to join. AccountManager is the public interface, and
+/// forwards the signals.
 ///
 /// Thread: the main thread.
 class MeetingState : public QObject
@@ -19,16 +19,16 @@ class MeetingState : public QObject
 public:
     explicit MeetingState(QObject *parent) : QObject(parent) { }
 
-    /// Not owned; null without one, and once it is deleted.
+    /// Not owned; null if there is none, and once it is deleted.
     MeetingModelBase *meeting() const { return m_meeting; }
-    /// Without a meeting, joining ends, too.
+    /// Null ends joining, too.
     void setMeeting(MeetingModelBase *meeting);
-    /// True from the moment that a meeting is asked for, until that fails or the meeting ends.
+    /// True from the request for a meeting until it fails or the meeting ends.
     bool isJoining() const { return m_isJoining; }
     void setJoining(bool isJoining);
     const QString &joiningId() const { return m_joiningId; }
     void setJoiningId(const QString &id);
-    /// Takes the server's answer to creating or joining one.
+    /// Takes the server's answer to creating or joining a meeting.
     void finish(bool ok, MeetingModelBase *meeting, const std::function<void()> &signalFailure);
 
 Q_SIGNALS:

@@ -68,7 +68,7 @@ void NewDeviceLoginManager::activeAccount(AccountBase *account)
 {
     if (!account)
         return;
-    // A handler of the signal may turn to another account, and then the rest waits again, or
+    // A handler of the signal may switch to another account, so that the rest waits again, or
     // delete this one.
     const QPointer<AccountBase> guard(account);
     for (const QVariant &device : m_waiting.take(account->accountId()))

@@ -10,10 +10,10 @@
 
 class AccountBase;
 
-/// Watches for sign-ins of an account on new devices and tells the user once of each: by
-/// AccountManager::newDeviceLogin, while that account is the one that is shown; what comes in for
-/// another account waits until the user turns to it. Which ones were shown is kept in the
-/// application settings (newDeviceLoginRemind) and survives restarts.
+/// Watches for sign-ins of an account on new devices and reports each to the user once, by
+/// AccountManager::newDeviceLogin. A sign-in is reported while its account is shown; for any other
+/// account it waits until the user switches there. The application settings (newDeviceLoginRemind)
+/// record which ones were shown, also across restarts.
 ///
 /// Thread: main. Owned by the AccountManager.
 class MODELBASE_EXPORT NewDeviceLoginManager : public QObject
@@ -24,17 +24,18 @@ class MODELBASE_EXPORT NewDeviceLoginManager : public QObject
 public:
     explicit NewDeviceLoginManager(QObject *parent);
 
-    /// Reads what was shown before of the stored accounts. Once, after the application settings were
-    /// loaded. From then on everything is forgotten when the last stored account goes.
+    /// Reads which sign-ins of the stored accounts were shown before. Call it once, after the
+    /// application settings were loaded. From then on everything is cleared when the last stored
+    /// account leaves.
     void init();
-    /// Reports a sign-in; a device map as AccountDeviceModel makes it, told apart by its
-    /// "deviceId". Nothing happens for an account without an id.
+    /// Reports a sign-in by a device map as AccountDeviceModel makes it, identified by its
+    /// "deviceId". Does nothing for an account without an id.
     void deviceLogin(AccountBase *account, const QVariantMap &newDevice);
-    /// Forgets what is known of an account that logs out.
+    /// Forgets the sign-ins of an account that logs out.
     void deviceLogout(qint64 accountId);
-    /// Tells what waits for the account, which is shown from now on; may be null.
+    /// Reports what waits for the account, which is shown from now on; may be null.
     void activeAccount(AccountBase *account);
-    /// Forgets what waits; what is stored stays.
+    /// Forgets waiting sign-ins; stored ones stay.
     void reset();
 
 private:

@@ -14,10 +14,10 @@ namespace im::content
 class Content;
 }
 
-/// Where an account's stickers come from. The same sticker is shown in many messages, so the
+/// The source of an account's stickers. The same sticker is shown in many messages, so the
 /// provider, not the factory of content items, makes the items and shares them.
 ///
-/// Thread: the thread of the account. Null comes back for a sticker that cannot be made.
+/// Thread: the thread of the account. Returns null for a sticker that cannot be made.
 class MODELBASE_EXPORT StickerProvider
 {
 public:

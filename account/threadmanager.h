@@ -23,8 +23,8 @@ class MODELBASE_EXPORT ThreadManager : public QObject
     Q_OBJECT
     MODELBASE_QML_SINGLETON(ThreadManager, getInstance)
 public:
-    /// The process-wide instance, made by the first call. The end of the application object, and that
-    /// of the process, do what quitAll() does. invoke(), invokeLater() and run() work after it, too.
+    /// The process-wide instance, made by the first call. The end of the application object, and of
+    /// the process, do what quitAll() does. invoke(), invokeLater() and run() work afterwards, too.
     static ThreadManager *getInstance();
 
     /// Makes the pool (at most 8 threads) and starts the save thread. A second call does nothing;
@@ -36,8 +36,8 @@ public:
     /// runs before the call returns.
     static void invoke(std::function<void()> &&fn, bool async);
 
-    /// Hands a task to the save thread that is to run there in `ms` milliseconds; quitAll() does not
-    /// wait for it but runs it at once. False, and `fn` does not run, where there is no save thread.
+    /// Hands the save thread a task to run in `ms` milliseconds; quitAll() does not wait for the
+    /// delay but runs the task at once. False, without running `fn`, if there is no save thread.
     static bool invokeLater(std::function<void()> &&fn, int ms);
 
     /// Hands a task to the pool: any thread, no order, no waiting. With `async` false `fn` runs
@@ -45,21 +45,21 @@ public:
     static void run(std::function<void()> &&fn, bool async);
 
     /// Stops both, and returns after at most 100 rounds for the pool and 300 for the save thread. A
-    /// round takes at most 40 ms: 20 in which events of the calling thread are processed, 20 of
-    /// waiting. So it is 16 s at the very most, and no time where nothing hangs.
+    /// round takes at most 40 ms: 20 processing events of the calling thread, 20 waiting. So it
+    /// takes 16 s at most, and no time if nothing hangs.
     ///
     /// Tasks that wait in the pool are dropped; running ones are waited for, then the pool is
     /// deleted. The save thread runs everything that was posted before it ends.
     ///
-    /// No thread is ever terminated, since that would abort the process in most places, and leave
-    /// locks taken in others: what still runs in the pool after 100 rounds is left to itself, and
-    /// so is a save task after 100 rounds in which no task came to its end. A new thread then runs
-    /// what waited behind it. Only what is left after all 300 rounds is dropped. Log lines tell of
-    /// each, with the number of tasks. A task that was left to itself may end at any later time; it
-    /// must not use what is destroyed by then.
+    /// No thread is ever terminated, since that would abort the process on most platforms, and
+    /// leave locks taken on others: what still runs in the pool after 100 rounds is abandoned, and
+    /// so is a save task after 100 rounds in which no task finished. A new thread then runs the
+    /// tasks queued behind it. Only what is left after all 300 rounds is dropped. Log lines report
+    /// each case, with the number of tasks. An abandoned task may end at any later time; it must
+    /// not use what is destroyed by then.
     ///
-    /// On any thread that is not one of the two: from a task it is refused, with a log line. While
-    /// one call is under way another one returns at once, and init() does nothing, with a log line.
+    /// On any thread except these two: a call from a task is refused, with a log line. During one
+    /// call another one returns at once, and init() does nothing, with a log line.
     void quitAll();
 
     /// The save thread; null while it does not run. It delivers events to objects that live on it.

@@ -8,8 +8,8 @@
 namespace
 {
 
-/// Emoji that can be told apart at a glance, as UTF-16 code units of four hexadecimal digits each.
-/// Both sides of a comparison show them, so the table never changes.
+/// Emoji that are easy to tell apart, as UTF-16 code units of four hexadecimal digits each. Both
+/// sides of a comparison show them, so the table must never change.
 constexpr std::array<const char *, 333> table{
     "D83DDE09", "D83DDE0D", "D83DDE1B", "D83DDE2D", "D83DDE31", "D83DDE21", "D83DDE0E", "D83DDE34",
     "D83DDC35", "D83EDD8D", "D83DDC36", "D83DDC3A", "D83EDD8A", "D83DDC31", "D83EDD81", "D83DDC2F",
@@ -55,8 +55,8 @@ constexpr std::array<const char *, 333> table{
     "D83DDEA6", "D83DDEC1", "26C4",     "D83EDD62", "D83DDC2B",
 };
 
-/// The text of an entry: as it stands when it is shorter than four characters, else decoded. Null
-/// when it holds no whole code units; `damaged` when it should but does not.
+/// The text of an entry: unchanged if it is shorter than four characters, else decoded. Null if it
+/// holds no whole code units; sets `damaged` if it should but does not.
 QString decoded(const QString &entry, bool &damaged)
 {
     if (entry.size() < 4)

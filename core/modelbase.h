@@ -4,7 +4,7 @@
 
 #include <QString>
 
-/// What an account can ask of each of its models, whatever else they are.
+/// The operations that every model of an account has.
 class MODELBASE_EXPORT ModelBase
 {
 public:
@@ -12,7 +12,7 @@ public:
 
     /// Fills the model from the account's store; does nothing when `skip` is true.
     virtual void loadLocalData(bool skip) = 0;
-    /// Empties the model; what is stored stays. No model of the library looks at the argument.
+    /// Empties the model; stored values stay. The library's models ignore the argument.
     virtual void clearData(bool clear) = 0;
 
 protected:

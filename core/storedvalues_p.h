@@ -10,22 +10,22 @@
 #include <unordered_set>
 #include <utility>
 
-/// The values of one store in memory, written through in the background. What is changed while no
-/// store is open stays in memory only, but for what is put through an Access.
+/// The values of one store in memory, written through in the background. A change made while no
+/// store is open stays in memory only, except one made through an Access.
 ///
-/// A change belongs to the store that was open when it was made: it has the writer of that store,
-/// and a store that is left takes its writer, and what that could not write, with it.
+/// A change belongs to the store that was open when it was made: each store has its own writer, and
+/// leaving a store discards its writer together with the changes that it could not write.
 ///
-/// Thread: any; load() and all that concerns the store by one at a time. The store is never called
-/// under the lock, and the two see changes of a key in the same order. Where the
+/// Thread: any; load() and the calls that open or leave the store only one at a time. The store is
+/// never called under the lock, and memory and store see changes of a key in the same order. If the
 /// mutex is recursive, a thread may use the values while it holds an Access.
 template <typename Mutex>
 class StoredValues
 {
 public:
-    /// Holds the lock for several steps that must not be torn. What they put for saving goes to the
-    /// writer when the thread lets go of the last one: the task may run at once, and nobody is to
-    /// wait for the disk then.
+    /// Holds the lock during several steps that must be atomic. The rows that they put are passed
+    /// to the writer when the thread releases its last Access: the task may run at once, and no one
+    /// must wait for the disk under the lock.
     class Access
     {
     public:
@@ -45,14 +45,14 @@ public:
         }
         Q_DISABLE_COPY_MOVE(Access)
 
-        /// Null where there is none.
+        /// Null if there is none.
         const QVariant *find(const QString &key) const { return m_values.find(key); }
         void assign(const QString &key, const QVariant &value)
         {
             m_values.m_values.insert_or_assign(key, value);
             touch(key);
         }
-        /// False, and nothing, for a value that is equal to the present one.
+        /// False, without a change, for a value equal to the present one.
         bool replace(const QString &key, const QVariant &value)
         {
             const auto [place, isNew] = m_values.m_values.try_emplace(key, value);
@@ -70,7 +70,7 @@ public:
         }
         void replaceAll(ValueCache &&values) { m_values.m_values = std::move(values); }
 
-        // Rows to save, which the writer accepts.
+        // Rows to save; the writer must accept them.
 
         void put(storage::Row row) { due(m_values.m_writer->put(std::move(row))); }
         void put(QList<storage::Row> rows) { due(m_values.m_writer->put(std::move(rows))); }
@@ -104,7 +104,7 @@ public:
         return readCached(m_mutex, m_values, key, fallback);
     }
 
-    /// Points into the cache, or at the fallback.
+    /// Refers to the cached value, or to the fallback.
     const QVariant &reference(const QString &key, const QVariant &fallback) const
     {
         const std::lock_guard lock(m_mutex);
@@ -138,7 +138,8 @@ public:
         return true;
     }
 
-    /// Sets a value and saves it, equal or not; with `async` false before the call returns.
+    /// Sets a value and saves it even if it is unchanged; with `async` false before the call
+    /// returns.
     void set(const QString &key, const QVariant &value, bool async)
     {
         const bool save = StoreWriter::accepts(key, value);
@@ -151,7 +152,7 @@ public:
         });
     }
 
-    /// Does nothing where there is no such value.
+    /// Does nothing if there is no such value.
     void remove(const QString &key, bool async)
     {
         inStep(async, [&](Access &access) {
@@ -180,7 +181,7 @@ public:
             access.putRemoval(key);
     }
 
-    /// Reads the store in place of what is in memory. `upgrade` may alter the rows first.
+    /// Replaces the values in memory by the store's. `upgrade` may alter the rows first.
     template <typename Upgrade>
     void load(Upgrade upgrade)
     {
@@ -211,13 +212,13 @@ public:
         m_values.clear();
     }
 
-    /// All rows as they are once what is pending has been written, which is tried first.
+    /// All rows after the pending changes, which are written first if possible.
     QList<storage::Row> allInfos() { return m_writer->allInfos(); }
 
     bool flush() { return m_writer->flush(); }
     bool flush(QDeadlineTimer deadline) { return m_writer->flush(deadline); }
 
-    /// Stands in for values that are being let go of: has a copy of them, and saves no change.
+    /// Replaces values that are being closed: takes a copy of them, and saves no changes.
     void standInFor(const StoredValues &other)
     {
         const std::lock_guard lock(other.m_mutex);
@@ -225,22 +226,22 @@ public:
         m_isHeld = true;
     }
 
-    // A store's life. Its storage is opened before enter() and closed after suspend().
+    // Life cycle of a store. Its storage is opened before enter() and closed after suspend().
 
-    /// Changes go to the store from now on.
+    /// From now on changes go to the store.
     void enter()
     {
         const std::lock_guard lock(m_mutex);
         m_entered = true;
     }
-    /// Changes stay in memory from now on; what is pending is still this store's.
+    /// From now on changes stay in memory; pending changes still belong to this store.
     void suspend()
     {
         const std::lock_guard lock(m_mutex);
         m_entered = false;
     }
-    /// Lets go of a suspended store, until `deadline` at most: what could not be written is lost,
-    /// and named in the log. False when a write still hangs in another thread.
+    /// Releases a suspended store, until `deadline` at most: changes that could not be written are
+    /// lost, and named in the log. False when a write still hangs in another thread.
     bool leave(QDeadlineTimer deadline)
     {
         const bool done = m_writer->close(deadline);
@@ -251,8 +252,8 @@ public:
     }
 
 private:
-    // Asked under the lock: what is changed while it is false is over, then, before a load that
-    // follows its opening begins.
+    // Evaluated under the lock: a change made while it is false is complete before the load that
+    // follows the opening begins.
     bool isStoreOpen() const { return m_entered && m_storage->isOpen(); }
 
     const QVariant *find(const QString &key) const
@@ -261,7 +262,7 @@ private:
         return found == m_values.end() ? nullptr : &found->second;
     }
 
-    /// `step` changes something, and tells whether it put a row for saving.
+    /// `step` makes a change, and returns whether it put a row for saving.
     template <typename Step>
     void inStep(bool async, Step step)
     {
@@ -277,11 +278,11 @@ private:
 
     storage::RowStorage *const m_storage;
     mutable Mutex m_mutex;                 // guards what follows
-    std::shared_ptr<StoreWriter> m_writer; // replaced by leave() only
-    int m_accesses = 0;                    // of the thread that holds the lock
-    bool m_writeDue = false;               // at the end of the last of them
-    bool m_isHeld = false;                 // what is put stays with the writer
+    std::shared_ptr<StoreWriter> m_writer; // only leave() replaces it
+    int m_accesses = 0;                    // nesting depth in the thread that holds the lock
+    bool m_writeDue = false;               // when the last of them ends
+    bool m_isHeld = false;                 // rows stay with the writer for now
     bool m_entered = false;
     ValueCache m_values;
-    std::optional<std::unordered_set<QString>> m_touched; // while a load reads: keys changed since
+    std::optional<std::unordered_set<QString>> m_touched; // keys changed while a load reads
 };

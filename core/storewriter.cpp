@@ -21,36 +21,36 @@
 namespace
 {
 
-// What changes at all often changes again at once: a window is resized, a page of options applied. The
-// save thread waits this long for it, so that neither it nor the disk works on each change alone.
+// Changes come in groups: a window is resized, a page of options applied. The save thread waits
+// this long for more, so that it does not write each change separately.
 constexpr int gatherMs = 1;
 
-// For a write under way in another thread, and for the last one of all.
+// Limit of the wait for a write under way in another thread, and for the final flush.
 constexpr int waitMs = 5000;
 
-// From a write to its sync: many writes come in that time, and one sync is for all of them.
+// From a write to its sync: many writes come in that time and share one sync.
 constexpr int syncMs = 1000;
 
-constexpr int namedKeys = 20; // at most, in the log
+constexpr int namedKeys = 20; // the log names at most as many
 
-/// One row that is to change.
+/// One row to change.
 struct Change {
     storage::Row row;
-    bool removed = false; // only the key counts then
+    bool removed = false; // then only the key is used
 };
 
-/// Changes in the order in which they came. A caller only appends; the thread that writes keeps the
-/// last one of each key.
+/// Changes in order of arrival. A caller only appends; the writing thread keeps the last change of
+/// each key.
 struct Pending {
-    bool wipe = false; // before anything else every row is removed
+    bool wipe = false; // remove every row first
     std::vector<Change> changes;
-    std::size_t compactAt = 4096; // so that nothing grows for ever where nothing can be written
+    std::size_t compactAt = 4096; // bounds the growth while writes fail
 
     bool isEmpty() const { return !wipe && changes.empty(); }
 
     void append(Change &&change)
     {
-        // A slider that is dragged changes one setting many times.
+        // Dragging a slider changes one setting many times.
         if (!changes.empty() && changes.back().row.key == change.row.key) {
             changes.back() = std::move(change);
             return;
@@ -62,7 +62,7 @@ struct Pending {
         }
     }
 
-    /// Leaves one change for a key, the last.
+    /// Keeps only the last change of each key.
     void compact()
     {
         QSet<QString> seen;
@@ -76,7 +76,7 @@ struct Pending {
         changes.erase(changes.begin(), kept.base());
     }
 
-    /// Puts changes that are older than these before them.
+    /// Puts older changes before these.
     void prepend(Pending &&older)
     {
         if (wipe)
@@ -132,14 +132,14 @@ struct Pending {
 
 } // namespace
 
-/// Whoever writes is the only one meanwhile, and holds no lock: a handler of what the store logs
-/// may call anything, and a write that hangs keeps nobody but those who wait for it.
+/// Only one thread writes at a time, and it holds no lock: a handler of what the store logs may
+/// call anything, and a write that hangs blocks only callers that wait for it.
 class StoreWriter::State : public std::enable_shared_from_this<State>
 {
 public:
     explicit State(const storage::RowStorage &storage) : m_storage(storage) { }
 
-    /// Lets `change` alter the pending set. True when no task is under way that will write it.
+    /// Lets `change` alter the pending set. True when no task is under way to write it.
     template <typename Alter>
     bool add(Alter change)
     {
@@ -178,7 +178,7 @@ public:
     bool flush(QDeadlineTimer deadline, bool bounded)
     {
         const QDeadlineTimer syncDeadline = bounded ? deadline : QDeadlineTimer::Forever;
-        // What was written to a store that is closed now was synced by that, unless in a crash.
+        // A store that is closed now has synced its writes, except in a crash.
         return writeNow(deadline, bounded)
             && (m_storage.isOpen() ? m_storage.sync(syncDeadline) : !m_storage.closedInCrash());
     }
@@ -205,7 +205,7 @@ public:
         return !hangs;
     }
 
-    /// After a write: has it synced.
+    /// After a write: schedules its sync.
     void syncSoon()
     {
         {
@@ -233,7 +233,7 @@ public:
 
     QList<storage::Row> allInfos()
     {
-        // Meanwhile nobody takes what is pending, so that each change is in one of the two.
+        // Meanwhile no one takes the pending changes, so each change is either pending or stored.
         const bool begun = begin(QDeadlineTimer(waitMs)) == Begun::Yes;
         if (begun)
             writeOnce({});
@@ -258,7 +258,7 @@ private:
         {
             if (m_hasRun)
                 return;
-            // It was dropped: the next change posts another.
+            // The task was dropped: the next change posts another.
             const QMutexLocker lock(&m_state->m_mutex);
             m_state->m_posted = false;
         }
@@ -274,7 +274,7 @@ private:
         bool m_hasRun = false;
     };
 
-    /// Does not wait for another thread that writes: that one goes on with what is pending.
+    /// Does not wait for another thread that writes: that thread writes the pending changes, too.
     void run(bool gather)
     {
         {
@@ -296,9 +296,9 @@ private:
     }
 
     enum class Begun { Yes, No, Inside };
-    /// Makes this thread the one that writes once no other does. No: `deadline` has passed, or
-    /// others have waited as long in vain. Inside: a handler is called by what this thread is
-    /// writing.
+    /// Makes this thread the writing one as soon as no other writes. No: `deadline` has passed, or
+    /// others have waited as long without success. Inside: a handler of this thread's own write
+    /// calls.
     Begun begin(QDeadlineTimer deadline)
     {
         const Qt::HANDLE self = QThread::currentThreadId();
@@ -315,7 +315,7 @@ private:
         return Begun::Yes;
     }
 
-    /// False when it goes on: more was to be written meanwhile.
+    /// False when it continues: more changes arrived meanwhile.
     bool end(bool mayGoOn = false)
     {
         const QMutexLocker lock(&m_mutex);
@@ -327,7 +327,7 @@ private:
         return true;
     }
 
-    /// Writes what is pending, after begin(), and ends it.
+    /// Writes the pending changes after begin(), and ends the write.
     bool write(std::optional<QDeadlineTimer> deadline)
     {
         bool done;
@@ -363,19 +363,19 @@ private:
         return done;
     }
 
-    storage::RowStorage m_storage; // a copy: it may be needed longer than the provider is there
-    std::atomic_bool m_failing = false; // the last write failed, which has been logged
+    storage::RowStorage m_storage;      // a copy: it may outlive the provider
+    std::atomic_bool m_failing = false; // the last write failed, and that was logged
 
-    QMutex m_mutex;                        // guards what follows; held for moments only
+    QMutex m_mutex;                        // guards what follows; held briefly only
     std::condition_variable_any m_changed; // a thread has written
     Pending m_pending;
-    Pending m_taken;       // by the thread that writes
-    bool m_posted = false; // a task is under way that will take the pending set
+    Pending m_taken;       // being written
+    bool m_posted = false; // a task will take the pending set
     bool m_writing = false;
-    bool m_again = false; // what came while one writes is to be written by it
-    bool m_hangs = false; // somebody has waited for the one that writes in vain
+    bool m_again = false; // the writing thread writes once more
+    bool m_hangs = false; // a wait for the writing thread timed out
     bool m_closed = false;
-    QDeadlineTimer m_nextSync;       // until then a task is under way
+    QDeadlineTimer m_nextSync;       // a task waits until then
     QDeadlineTimer m_nextDirectSync; // without the save thread
     Qt::HANDLE m_writingThread = nullptr;
 };

@@ -17,6 +17,6 @@ struct ValueCacheHash {
         return std::hash<std::u16string_view>()({text.utf16(), std::size_t(text.size())});
     }
 };
-/// Values by key, as the settings models keep them in memory. Its nodes stay where they are when
-/// others are added, so that references can be handed out.
+/// Values by key, as the settings models keep them in memory. Its nodes do not move when others are
+/// added, so references to them stay valid.
 using ValueCache = std::unordered_map<QString, QVariant, ValueCacheHash>;

@@ -12,12 +12,12 @@
 #include <type_traits>
 #include <utility>
 
-/// True for values of which one need not replace the other: equal ones, where what is no number is
-/// equal to itself, also within a list or map.
+/// True if the values are equal, so that one need not replace the other; NaN equals itself here,
+/// also within a list or map.
 bool isSame(const QVariant &a, const QVariant &b);
 
-/// The value as a T, as far as QVariant converts it; nothing where it is none: a text that is no
-/// number, a number that T cannot hold, a map.
+/// The value as a T, as far as QVariant converts it; nothing if it does not: for a text that is not
+/// a number, a number out of T's range, a map.
 template <typename T>
 std::optional<T> convertedTo(const QVariant &value)
 {
@@ -29,7 +29,7 @@ std::optional<T> convertedTo(const QVariant &value)
         if constexpr (std::is_integral_v<T>) {
             const bool isFraction =
                 value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float;
-            // 2^63 is the first that is too big, and exact.
+            // 2^63 is the smallest number out of range, and exact as a double.
             if (std::abs(number) >= 9223372036854775808.0)
                 return std::nullopt;
             const qint64 whole = isFraction ? qRound64(number) : value.toLongLong(&ok);
@@ -46,7 +46,7 @@ std::optional<T> convertedTo(const QVariant &value)
     return result;
 }
 
-/// The value under `key`, or `fallback` where there is none that is a T.
+/// The value under `key`, or `fallback` if it is not a T.
 template <typename T, typename Mutex>
 T readCached(Mutex &mutex, const ValueCache &cache, const QString &key, const T &fallback)
 {
@@ -58,7 +58,7 @@ T readCached(Mutex &mutex, const ValueCache &cache, const QString &key, const T 
     if constexpr (std::is_same_v<T, QVariant>) {
         return value;
     } else {
-        // Of fractions, some are no numbers.
+        // Fractions may be NaN.
         if (value.typeId() == qMetaTypeId<T>() && !std::is_floating_point_v<T>)
             return *static_cast<const T *>(value.constData());
         const QVariant copy = value;

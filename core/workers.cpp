@@ -37,17 +37,17 @@ namespace
 constexpr int hangRounds = 100;
 constexpr int quitRounds = 300;
 constexpr int maxExitWaits = 64;
-constexpr int roundMs = 20; // for the events, and again for the wait
+constexpr int roundMs = 20; // to process events, and again to wait
 
 std::atomic_bool quitsWithApplication = false;
-// What handles events may be gone then, and is not to call exit() again.
+// The event dispatcher may be destroyed then, and its handlers must not call exit() again.
 std::atomic_bool isExiting = false;
 
-/// One round of waiting; true when `isDone(ms)`, which waits up to `ms` itself.
+/// One round of waiting; true when `isDone(ms)` is, which itself waits up to `ms`.
 template <typename IsDone>
 bool isDoneInRound(IsDone isDone)
 {
-    // A task may be waiting for the calling thread: keep its events going.
+    // A task may be waiting for the calling thread: keep processing its events.
     if (!isExiting)
         QCoreApplication::processEvents(QEventLoop::AllEvents, roundMs);
     return isDone(roundMs);
@@ -75,8 +75,8 @@ private:
     const std::function<void()> m_loop;
 };
 
-/// The pool orders the hand-over of a task with locks inside Qt's library, where ThreadSanitizer
-/// does not see them: it is told here.
+/// The pool synchronises the hand-over of a task by locks inside Qt's library, which
+/// ThreadSanitizer does not see: this annotates it.
 class PoolTask : public QRunnable
 {
 public:
@@ -92,8 +92,7 @@ private:
     const std::function<void()> m_fn;
 };
 
-/// Is never deleted: it outlives everything for threads that were given up, and for what uses it at
-/// the very end of the process.
+/// Never deleted: abandoned threads, and users at the very end of the process, still need it.
 class Threads
 {
 public:
@@ -110,7 +109,7 @@ public:
     void quitSaveThread();
 
     const qint64 process = QCoreApplication::applicationPid();
-    std::mutex mutex; // guards all below; no task runs while it is held
+    std::mutex mutex; // guards all below; not held while a task runs
     bool quitting = false;
     std::unique_ptr<QThreadPool> threadPool;
     std::unique_ptr<QThread> saveThread;
@@ -124,15 +123,15 @@ private:
     std::size_t finishedCount();
     std::size_t giveSaveThreadUp();
 
-    std::deque<std::function<void()>> m_tasks; // of the save thread, oldest first
+    std::deque<std::function<void()>> m_tasks; // for the save thread, oldest first
     std::multimap<Clock::time_point, std::function<void()>> m_laterTasks; // by when they are due
     int m_exitWaits = 0;
-    std::size_t m_finished = 0;          // save tasks so far
+    std::size_t m_finished = 0;          // count of finished save tasks
     bool m_accepting = false;            // tasks go to the save thread
-    bool m_closing = false;              // the save thread ends once it has nothing left to do
-    Qt::HANDLE m_saveThreadId = nullptr; // set by the save thread while it takes tasks
+    bool m_closing = false;              // the save thread ends when its queue is empty
+    Qt::HANDLE m_saveThreadId = nullptr; // set while the save thread takes tasks
     QAbstractEventDispatcher *m_dispatcher = nullptr; // of the save thread, likewise
-    std::vector<std::unique_ptr<QThread>> m_givenUp;  // may never end
+    std::vector<std::unique_ptr<QThread>> m_givenUp;  // abandoned, may never end
 };
 
 void Threads::init()
@@ -149,7 +148,7 @@ void Threads::init()
     }
 }
 
-/// The mutex is held.
+/// The mutex must be held.
 void Threads::startSaveThread()
 {
     saveThread = std::make_unique<SaveThread>([this] { runSaveTasks(); });
@@ -165,7 +164,7 @@ bool Threads::post(std::function<void()> &fn)
     if (m_dispatcher && m_tasks.size() == 1)
         m_dispatcher->wakeUp();
     if (m_closing) {
-        // Threads that go on posting are held back, or the end would never come in sight.
+        // Hold back threads that keep posting, or the queue would never be empty.
         lock.unlock();
         QThread::msleep(1);
     }
@@ -186,7 +185,8 @@ bool Threads::postLater(std::function<void()> &fn, int ms)
     return true;
 }
 
-/// Moves the tasks that are due to the others. How long until the next one is; the mutex is held.
+/// Queues the delayed tasks that are due. Returns the time until the next one; the mutex must be
+/// held.
 Threads::Clock::duration Threads::untilLaterTask()
 {
     const auto now = Clock::now();
@@ -197,8 +197,8 @@ Threads::Clock::duration Threads::untilLaterTask()
     return m_laterTasks.empty() ? Clock::duration::max() : m_laterTasks.begin()->first - now;
 }
 
-// An event loop of our own: QThread::exec() would neither drain the tasks when it is told to quit
-// nor deliver anything in a process that has no QCoreApplication, or has it no more.
+// Our own event loop: QThread::exec() would neither drain the tasks when told to quit nor deliver
+// anything in a process without a QCoreApplication.
 void Threads::runSaveTasks()
 {
     const Qt::HANDLE self = QThread::currentThreadId();
@@ -207,7 +207,7 @@ void Threads::runSaveTasks()
     std::unique_lock lock(mutex);
     m_saveThreadId = self;
     m_dispatcher = dispatcher;
-    // The id is another's, or nobody's, once this thread was given up.
+    // The id changes once this thread was abandoned.
     while (m_saveThreadId == self) {
         const auto wait = untilLaterTask();
         if (!m_tasks.empty()) {
@@ -215,7 +215,7 @@ void Threads::runSaveTasks()
             m_tasks.pop_front();
             lock.unlock();
             task();
-            task = nullptr; // what it holds may post, or be costly to destroy: not under the lock
+            task = nullptr; // its destructor may post, or be slow: not under the lock
             lock.lock();
             ++m_finished;
         } else if (!m_closing) {
@@ -230,8 +230,8 @@ void Threads::runSaveTasks()
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
             lock.lock();
         } else {
-            // In one step with finding the queue empty, so that a task that comes too late for this
-            // thread runs on its caller, after all others.
+            // In one step with finding the queue empty: a task that comes too late for this thread
+            // then runs on its caller, after all others.
             m_accepting = false;
             m_saveThreadId = nullptr;
             m_dispatcher = nullptr;
@@ -244,8 +244,8 @@ bool Threads::run(std::function<void()> &fn)
     const std::lock_guard lock(mutex);
     if (!threadPool)
         return false;
-    // At exit() statics go in the reverse order of their making: tasks are waited for before those go
-    // that were made until now. Later ones are few.
+    // exit() destroys statics in reverse order of construction: wait for tasks before those are
+    // destroyed that exist by now. Few are made later.
     if (m_exitWaits < maxExitWaits && std::atexit(Workers::quitAtExit) == 0)
         ++m_exitWaits;
     threadPool->start(new PoolTask(std::move(fn)), 0);
@@ -267,7 +267,7 @@ void Threads::quitPool()
         done = isDoneInRound([&](int ms) { return pool->waitForDone(ms); });
     if (done)
         return;
-    // Its destructor would wait for what hangs.
+    // Its destructor would wait for the hanging task.
     ImLog::error(lcModel(),
                  QStringLiteral("Gave up pool tasks that hang: %1").arg(pool->activeThreadCount()));
     static_cast<void>(pool.release());
@@ -324,8 +324,8 @@ std::size_t Threads::finishedCount()
     return m_finished;
 }
 
-/// Leaves the save thread to itself, and what waits behind its task to a new one. The number of
-/// those tasks.
+/// Abandons the save thread and hands the tasks queued behind its task to a new one. Returns the
+/// number of those tasks.
 std::size_t Threads::giveSaveThreadUp()
 {
     const std::lock_guard lock(mutex);
@@ -344,12 +344,12 @@ std::size_t Threads::giveSaveThreadUp()
 
 void Workers::init()
 {
-    // What tasks use goes piece by piece once the application object is gone.
+    // Once the application object is destroyed, what tasks use is destroyed piece by piece.
     if (QCoreApplication::instance() && !quitsWithApplication.exchange(true)) {
         qAddPostRoutine([] {
             quitsWithApplication = false;
             Workers::quitAtExit();
-            isExiting = false; // there may be another
+            isExiting = false; // another application object may follow
         });
     }
     Threads *threads = Threads::instance();
@@ -401,7 +401,7 @@ void Workers::quitAll()
 
 void Workers::quitAtExit()
 {
-    // The child of a fork has none of the threads, and their tasks are its parent's.
+    // The child of a fork has none of the threads, and their tasks belong to its parent.
     if (Threads::instance()->process != QCoreApplication::applicationPid())
         return;
     isExiting = true;

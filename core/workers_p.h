@@ -7,8 +7,8 @@
 class QThread;
 class QThreadPool;
 
-/// The save thread and the pool. ThreadManager is their public face, and says what each operation
-/// promises.
+/// The save thread and the pool. ThreadManager is the public interface and documents each
+/// operation.
 namespace Workers
 {
 
@@ -17,7 +17,7 @@ MODELBASE_EXPORT void invoke(std::function<void()> &&fn, bool async);
 MODELBASE_EXPORT bool invokeLater(std::function<void()> &&fn, int ms);
 MODELBASE_EXPORT void run(std::function<void()> &&fn, bool async);
 MODELBASE_EXPORT void quitAll();
-/// Does the same where what handles events may be gone: no events are processed from now on.
+/// The same when the event dispatcher may be destroyed: processes no events from now on.
 MODELBASE_EXPORT void quitAtExit();
 /// Null while it does not run.
 MODELBASE_EXPORT QThread *saveThread();

@@ -34,7 +34,7 @@ LanguageFollower::~LanguageFollower()
 
 void LanguageFollower::tellAll()
 {
-    // Whom a slot deletes meanwhile is left out, and whom it makes has the new texts already.
+    // Objects that a slot deletes meanwhile are left out, and new ones have the new texts already.
     std::vector<std::pair<QPointer<QObject>, Retranslate>> here;
     {
         const std::lock_guard lock(followersMutex);

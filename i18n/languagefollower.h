@@ -4,8 +4,8 @@
 
 #include <QObject>
 
-/// A member of an object whose texts depend on the application's language: it has the object told
-/// when they are to be read anew. It costs four words and no connection, so that each of a hundred
+/// A member of an object whose texts depend on the application's language: it notifies the object
+/// when they must be read again. It takes four words and no connection, so that each of a hundred
 /// thousand items can have one.
 class MODELBASE_EXPORT LanguageFollower
 {
@@ -17,8 +17,8 @@ public:
     ~LanguageFollower();
     Q_DISABLE_COPY_MOVE(LanguageFollower)
 
-    /// Tells all there are; those of the calling thread at once. AppSettingModel does it, when
-    /// everybody who brings texts has changed over to the new language.
+    /// Notifies all followers; those of the calling thread at once. AppSettingModel calls it once
+    /// all sources of texts use the new language.
     static void tellAll();
 
 private:

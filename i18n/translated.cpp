@@ -8,7 +8,7 @@ namespace
 
 QString inEnglish(const char *id, int count)
 {
-    // Never installed, so that it stands behind all translators that are.
+    // Never installed, so that all installed translators take precedence.
     static const QTranslator *english = [] {
         auto *translator = new QTranslator;
         if (!translator->load(QStringLiteral(":/i18n/modelbase_en")))

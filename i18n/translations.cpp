@@ -10,7 +10,7 @@ namespace
 
 Q_LOGGING_CATEGORY(lcTranslations, "im.modelbase")
 
-/// Installed; null where the catalogue has no file for the language or one that it falls back to.
+/// Installed; null if the catalogue has no file for the language or a fallback of it.
 std::unique_ptr<QTranslator> installed(const QString &path, const QLocale &locale)
 {
     auto translator = std::make_unique<QTranslator>();
@@ -54,6 +54,6 @@ void Translations::load(Catalogue &catalogue)
             qCWarning(lcTranslations, "There are no English texts %ls.",
                       qUtf16Printable(catalogue.path));
     }
-    // The new texts are in place before the old ones go: nobody reads ids meanwhile.
+    // Install the new texts before removing the old ones, so that no ids are shown meanwhile.
     catalogue.inLanguage = installed(catalogue.path, QLocale(m_language));
 }

@@ -32,7 +32,7 @@ constexpr auto groupKey = [] { return QStringLiteral("group"); };
 constexpr auto exceptionsKey = [] { return QStringLiteral("exceptionMention"); };
 constexpr auto dialogKey = [] { return QStringLiteral("dialogID"); };
 
-/// True when the map has this value, as far as booleans go, under the key.
+/// True if the map holds this boolean value under the key.
 bool has(const QVariantMap &map, const QString &key, bool value)
 {
     const auto found = map.constFind(key);
@@ -48,11 +48,11 @@ qsizetype indexOfDialog(const QVariantList &entries, const QString &dialogId)
     return found == entries.cend() ? -1 : found - entries.cbegin();
 }
 
-/// Where an older version's setting of this account goes: for all accounts of the machine.
+/// Where an older version's account setting goes: a setting for all accounts of the machine.
 struct MovedSetting {
     const char *key;
     const char *target; ///< its key there
-    /// Sets it there without saving it; gives the value, or none where this is no such value.
+    /// Sets it there without saving it; returns the value, or an invalid one if it is not usable.
     QVariant (*set)(AppSettingModel *settings, const QVariant &value);
 };
 
@@ -78,7 +78,7 @@ constexpr std::array movedSettings = {
     MovedSetting{"auto_download_file_private_chats",  "auto_download_file_private_chats",  take<bool, &AppSettingModel::setAutoDownloadFilePrivateChats>},
     MovedSetting{"auto_download_file_group_chats",    "auto_download_file_group_chats",    take<bool, &AppSettingModel::setAutoDownloadFileGroupChats>},
     MovedSetting{"auto_download_file_limit",          "auto_download_file_limit",          take<int,  &AppSettingModel::setAutoDownloadFileLimit>},
-    // These two as well, odd as it is: an upgrade comes out as it always has.
+    // These two as well, odd as it is: upgrades have always mapped them so.
     MovedSetting{"tabs_view_mode_top",                "auto_download_file_limit",
         [](AppSettingModel *settings, const QVariant &value) {
             return take<int, &AppSettingModel::setAutoDownloadFileLimit>(settings, int(value.toBool()));
@@ -154,7 +154,7 @@ QVariantList AccountSettingModel::propertyValues() const
     return values;
 }
 
-/// Emits the signals of the properties that are not what they were.
+/// Emits the signals of the properties that differ from `before`.
 void AccountSettingModel::announceChanges(const QVariantList &before)
 {
     const QMetaObject &meta = staticMetaObject;
@@ -238,7 +238,8 @@ void AccountSettingModel::upgradeFrequentContact(ValueCache &rows)
     const QString key = QStringLiteral("frequent_contact_list");
     const QByteArray json = mapToJson(contacts);
     rows.insert_or_assign(key, json);
-    // Saved before the old row is removed: what is killed in between is done again.
+    // Save before the old row is removed, so that the next start repeats a step that a kill
+    // interrupted.
     saveToCoreDb(key, json, true);
     removeKey(QStringLiteral("frequent_contacts"));
 }
@@ -290,7 +291,7 @@ bool AccountSettingModel::setValue(const QString &key, const QVariant &value, bo
 {
     if (isPlain(value))
         return m_values->change(key, value, needSave);
-    // Comparing costs less than looking at what may be large, or a script's.
+    // Comparing costs less than inspecting a value that may be large, or a script's.
     if (m_values->holds(key, value))
         return false;
     const std::optional<QVariant> kept = storable(key, value);

@@ -24,8 +24,8 @@ namespace storage
 class SettingStorage;
 } // namespace storage
 
-// A switch of one of the two configurations that the account's devices share, kept as `type` under
-// `key`: a property with its getter, its signal, and its setter, which with `needSync` hands the
+// A switch in one of the two configurations that the account's devices share, stored as `type`
+// under `key`: a property with its getter, signal and setter; with `needSync` the setter passes the
 // whole configuration on.
 #define MODELBASE_SYNCED_SWITCH(Configuration, type, name, Name, key, fallback, parameter, signal, \
                                 change)                                                            \
@@ -52,19 +52,19 @@ Q_SIGNALS:                                                                      
     MODELBASE_SYNCED_SWITCH(ChatFolder, bool, name, Name, key, fallback, value,                    \
                             name##Changed(bool), name##Changed(value))
 
-/// The settings of one account. Most are rows of the account's store, cached and written through as
-/// AppSettingModel's are. A change belongs to the store that is open when it is made; while none is
-/// open for the account's id, it stays in memory until the next load. What concerns notifications
-/// and chat folders is shared by the account's devices: two maps, read from and handed to
+/// The settings of one account. Most are rows of the account's store, cached and written through
+/// like those of AppSettingModel. A change belongs to the store that is open when it is made; while
+/// none is open for the account's id, it stays in memory until the next load. The account's devices
+/// share the settings of notifications and chat folders: two maps, read from and passed to
 /// AccountBase::configurationService() as JSON under the names "mobileNotification" and
 /// "dialog_folder_config".
 ///
-/// The keys are those of the stored format, odd spellings included, and must not be corrected. What
-/// a number or text means that has no comment is the application's own affair, as for
-/// AppSettingModel.
+/// The keys are those of the stored format, odd spellings included, and must not be corrected. As
+/// in AppSettingModel, a number or text without a comment has a meaning known to the application
+/// only.
 ///
-/// Failures of the store are logged; what could not be written is tried again with the next change.
-/// What was changed last may be lost with a power cut, as AppSettingModel::flush() says.
+/// Failures of the store are logged; the write is repeated with the next change. A power cut may
+/// undo the latest changes, see AppSettingModel::flush().
 ///
 /// Thread: getters and setters of rows, getValue() and setValue() may be called from any thread; the
 /// two shared maps, the tags, loading and flush() belong to the account's thread. Signals are
@@ -120,7 +120,7 @@ class MODELBASE_EXPORT AccountSettingModel : public SettingModelBase, public Mod
     MODELBASE_SETTING_SILENT(int,     privateKeepTime, PrivateKeepTime, "private_keep_time", -1)
     MODELBASE_SETTING_SILENT(QString, currentDialogId, CurrentDialogId, "current_dialog_id", QString())
 
-    // Written by the user interface through setValue().
+    // The user interface writes these through setValue().
     MODELBASE_SETTING_READONLY(QString, aiteNotificationToneName,       "aite_notifications_tone_name",      QStringLiteral("system_ringtone"))
     MODELBASE_SETTING_READONLY(QString, notificationToneName,           "notifications_tone_name",           QStringLiteral("system_ringtone"))
     MODELBASE_SETTING_READONLY(QString, chatBackgroundColor,            "chat_background_color",             QStringLiteral("#EBECEF"))
@@ -131,7 +131,7 @@ class MODELBASE_EXPORT AccountSettingModel : public SettingModelBase, public Mod
     MODELBASE_SETTING_READONLY(int,     chatBackgroundBlur,             "chat_background_blur",              0)
     MODELBASE_SETTING_READONLY(int,     chatShaderOpacity,              "chat_shader_opacity",               40) // percent
 
-    // Records in the form of whoever writes them. A setter always saves.                                          setter's parameter
+    // Records in the writer's own form. A setter always saves.                                                    setter's parameter
     MODELBASE_SETTING_RECORD(QByteArray, colorCircles,        updateColorCircles,     "color_circles",          QByteArray(), value)
     MODELBASE_SETTING_RECORD(int,        selectColorCircleId, setSelectColorCircleId, "select_color_circle_id", 0,            id)
     MODELBASE_SETTING_RECORD(QByteArray, currentTheme,        updateCurrentTheme,     "current_theme",          QByteArray(), value)
@@ -159,7 +159,7 @@ class MODELBASE_EXPORT AccountSettingModel : public SettingModelBase, public Mod
     MODELBASE_CHAT_FOLDER(chatFolderUnreadBadge, ChatFolderUnreadBadge, "unread_badge", true)
     MODELBASE_CHAT_FOLDER(chatFolderIconOnly,    ChatFolderIconOnly,    "icon_only",    false)
 
-    // Settings with behaviour of their own; declared below, or half of them.
+    // Settings with their own implementation; declared below, wholly or in part.
     MODELBASE_SETTING_PROPERTY(QString, downloadFolder, DownloadFolder)
     MODELBASE_SETTING_GETTER(bool, openNotebook, OpenNotebook, "opennotebook_setting", false)
     // clang-format on
@@ -167,31 +167,31 @@ class MODELBASE_EXPORT AccountSettingModel : public SettingModelBase, public Mod
 public:
     /// @param account the owner, whose store and configuration are used
     explicit AccountSettingModel(AccountBase *account);
-    /// Writes what is still to be written.
+    /// Writes pending changes.
     ~AccountSettingModel() override;
 
     AccountBase *account() const { return m_account; }
 
-    /// Fills the model from the store and the configuration service, carries what older versions
-    /// stored elsewhere over, and announces what may be shown already. Does nothing when `skip` is
+    /// Fills the model from the store and the configuration service, takes over what older versions
+    /// stored elsewhere, and announces what may be displayed already. Does nothing when `skip` is
     /// true.
     void loadLocalData(bool skip) override;
-    /// Empties the cache and the two shared maps, then announces the properties that differ; what is
-    /// stored stays. The argument does not matter.
+    /// Empties the cache and the two shared maps, then announces the properties that differ; stored
+    /// values stay. The argument is ignored.
     void clearData(bool clear) override;
     /// As AppSettingModel::flush().
     bool flush();
-    /// The same on a thread of its own, until `deadline` at most, whatever the disk does.
+    /// The same on a separate thread, until `deadline` at most, whatever the disk does.
     bool flush(QDeadlineTimer deadline);
 
-    /// As AppSettingModel::getValue(), about the reference too.
+    /// As AppSettingModel::getValue(), including the lifetime of the reference.
     const QVariant &getValue(const QString &key, const QVariant &defaultValue) const;
     QVariant value(const QString &key, const QVariant &defaultValue) const override;
     /// As AppSettingModel::setValue().
     Q_INVOKABLE bool setValue(const QString &key, const QVariant &value, bool needSave);
-    /// Writes one row to the store in the background, bypassing the cache, when `needSave`.
+    /// Writes one row to the store in the background, bypassing the cache, if `needSave`.
     void saveToCoreDb(QString key, QVariant value, bool needSave);
-    /// Removes one row from the store in the background; the cache keeps it until the next load.
+    /// Removes one row from the store in the background; it stays in the cache until the next load.
     void removeKey(QString key);
 
     /// A local path; by default the application's folder (its dynamic property "imName") among the
@@ -202,35 +202,35 @@ public:
     Q_INVOKABLE void setOpenNotebook(bool isOpen);
     /// Emits nothing.
     Q_INVOKABLE void setNotebookSetting(QVariantMap notebookSetting, bool needSave);
-    /// True when a chat background was chosen, be it only in part.
+    /// True when a chat background was chosen, even in part.
     bool containsCustomThemeInfo() const;
 
-    /// Takes over what another device set, under the keys above; nothing is handed on.
+    /// Takes over what another device set, under the keys above; passes nothing on.
     Q_INVOKABLE void updateNotifyConfig(QVariantMap config);
     /// Switches globalNotifications, globalMessagePreview, alwaysShowNotification and the three
-    /// notify settings on, bounceDockIcon off. Handed on only where notifyAiteAll was off.
+    /// notify settings on, bounceDockIcon off. Passed on only if notifyAiteAll was off.
     Q_INVOKABLE void resetNotification();
-    /// What is announced of a muted group, in place of the general choice; always handed on.
+    /// What is announced for a muted group, instead of the general choice; always passed on.
     Q_INVOKABLE void updateMutedGroupNotification(QString dialogId, bool reply, bool at,
                                                   bool atAll);
     Q_INVOKABLE void deleteMutedGroupNotification(QString dialogId);
 
     /// Reads the configuration of the chat folders; loadLocalData() does so. Emits nothing.
     void initChatFolderConfig();
-    /// Also of keys that have no property.
+    /// Also for keys that have no property.
     Q_INVOKABLE QVariant getChatFolderValue(const QString &key, const QVariant &defaultValue) const;
-    /// Takes over what another device set, as JSON; a switch that it leaves out goes back to its
-    /// default. Nothing is handed on.
+    /// Takes over what another device set, as JSON; a switch missing there returns to its default.
+    /// Passes nothing on.
     Q_INVOKABLE void updateChatFolderConfig(QByteArray json);
 
-    // The tags last used, texts, the latest first; at most 100.
+    // The tags used last, texts, the latest first; at most 100.
 
     Q_INVOKABLE void setTagInfo(QVariantList tags, bool needSave);
-    /// Notes the use of these tags, the last of them as the latest. The very first ones are kept in
-    /// their order.
+    /// Notes the use of these tags, the last of them as the latest. The first call ever keeps their
+    /// order.
     Q_INVOKABLE void updateTagInfo(const QVariantList &tags);
     Q_INVOKABLE void removeTag(QString tag);
-    /// Those that contain the text, case-sensitively, in their order.
+    /// The tags that contain the text, case-sensitively, in order.
     Q_INVOKABLE QVariantList queryTagInfo(QString tag) const;
 
 Q_SIGNALS:
@@ -240,11 +240,11 @@ Q_SIGNALS:
 private:
     friend class AccountBase; // which opens and closes the store
 
-    /// What the settings need of their account.
+    /// What the settings need from their account.
     struct Owner {
         storage::SettingStorage *rows;
         std::function<qint64()> id;
-        // Of the configuration that the account's devices share, a JSON text by its name.
+        // The configuration that the account's devices share, a JSON text by its name.
         std::function<QByteArray(const QString &name)> sharedText;
         std::function<void(const QString &name, const QByteArray &json)> saveSharedText;
     };

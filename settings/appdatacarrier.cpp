@@ -18,9 +18,9 @@ namespace
 {
 
 constexpr int progressMs = 50;
-/// How often a folder is gone over in which files change meanwhile.
+/// How often a folder is processed while its files change.
 constexpr int rounds = 3;
-/// How often files that are being written are come back for, and after how long.
+/// How often, and after how long, files that are being written are tried again.
 constexpr int patientRounds = 8;
 constexpr int patienceMs = 250;
 
@@ -34,7 +34,7 @@ AppDataMove::Carrier::Carrier(AppDataMove *move, Plan &&plan)
 
 AppDataMove::Report AppDataMove::Carrier::run()
 {
-    // Without a map, because the stored one was damaged, all that is still there is to be moved.
+    // Without a map, because the stored one was damaged, everything still at the source is moved.
     if (m_plan.accounts.isEmpty()) {
         for (const QString &id : m_move->signedInIds())
             m_plan.accounts.insert(id, QVariant());
@@ -47,7 +47,7 @@ AppDataMove::Report AppDataMove::Carrier::run()
     for (const QString &id : ids) {
         if (isStopped())
             break;
-        // At the source it is of a move that this one takes back.
+        // For a move that this one takes back, files may still be at that move's source.
         for (const QString &place : {m_plan.source, m_plan.target})
             QFile::remove(MoveMap::scratchFile(place, id));
         const QVariantList entries =
@@ -67,7 +67,7 @@ AppDataMove::Report AppDataMove::Carrier::run()
     return std::move(m_report);
 }
 
-/// The flag is read last: who gives the manager up sets it before the accounts are forgotten.
+/// Reads the flag last: reset() sets it before the accounts are cleared.
 bool AppDataMove::Carrier::isGone(const QString &id) const
 {
     return !m_move->isSignedIn(id) && !m_cancelled;
@@ -88,8 +88,8 @@ FolderMove::Result AppDataMove::Carrier::carryAll(const QStringList &ids)
     return isStopped() ? FolderMove::Cancelled : worst;
 }
 
-/// A folder that is marked as moved may have files left: some without bytes, originals that a
-/// kill has saved, or what has come since.
+/// A folder that is marked as moved may still hold files: empty ones, originals left after a kill,
+/// or new files.
 template <typename MarkMoved>
 FolderMove::Result AppDataMove::Carrier::carryFolder(const QString &id, const QVariantMap &fields,
                                                      MarkMoved markMoved)
@@ -105,7 +105,7 @@ FolderMove::Result AppDataMove::Carrier::carryFolder(const QString &id, const QV
             return move.worst();
         if (isStopped())
             return FolderMove::Cancelled;
-        // A disk that goes takes nothing that has been moved.
+        // If the disk was unplugged meanwhile, nothing may count as moved.
         if (!m_move->isThere(m_plan.source, m_plan.accounts.keys()))
             return FolderMove::Failed;
         for (const auto &[name, newName] : move.renamed()) {
@@ -114,7 +114,7 @@ FolderMove::Result AppDataMove::Carrier::carryFolder(const QString &id, const QV
             m_settings->setValue(SettingKey::formerPlaces(),
                                  AppDirManager::instance()->renamedFiles(), true);
         }
-        // The originals go only after what says so is on the disk.
+        // Delete the originals only after the settings that record the move are on the disk.
         const bool isMarked = move.worst() != FolderMove::Done
             || fields.value(MoveMap::movedKey()).toBool() || markMoved();
         if (!isMarked || (move.hasCopies() && !sync()))

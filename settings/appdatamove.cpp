@@ -26,15 +26,15 @@ namespace
 {
 
 constexpr int laterMs = 10'000;
-/// The notebook is no account that signs in: its media stay where they are, until a wipe.
+/// The notebook account never signs in: its media stay where they are, until a wipe.
 constexpr auto notebookId = [] { return QStringLiteral("0"); };
-/// How long the application's end waits for media to be deleted.
+/// How long shut-down waits for media to be deleted.
 constexpr std::chrono::seconds deletionTime(10);
 
 using FileCause = AppDataMove::FileCause;
 using Reason = AppDataMove::Reason;
 
-/// True when `path` is `folder` or lies in it, whatever links its spelling goes through.
+/// True when `path` is `folder` or inside it, with links resolved.
 bool isWithin(const QString &path, const QString &folder)
 {
     std::error_code error;
@@ -49,7 +49,7 @@ bool isWithin(const QString &path, const QString &folder)
     return true;
 }
 
-/// Why the media cannot be moved from the one to the other.
+/// Why the media cannot be moved from `source` to `target`.
 Reason obstacle(const QString &source, const QString &target)
 {
     const bool isInside = isWithin(target, source);
@@ -79,7 +79,7 @@ AppDataMove::~AppDataMove()
     reset();
 }
 
-/// Those of the accounts that could not be opened this time, too.
+/// Includes accounts that could not be opened this time.
 QStringList AppDataMove::signedInIds() const
 {
     QStringList ids;
@@ -96,8 +96,8 @@ bool AppDataMove::isSignedIn(const QString &id) const
     return signedInIds().contains(id);
 }
 
-/// Whether the old place is there, and not just the empty directory at which a disk is mounted: as
-/// long as a move is unfinished, it has a folder for each of its accounts.
+/// Whether the old place exists, rather than only the empty mount point of a disk: while a move is
+/// unfinished, the old place has a folder for each of its accounts.
 bool AppDataMove::isThere(const QString &source, const QStringList &ids) const
 {
     const auto isStaying = [this](const QString &id) { return isSignedIn(id); };
@@ -112,7 +112,7 @@ bool AppDataMove::moveTo(const QString &targetDirectory)
 {
     if (m_running)
         return refuse(Reason::Running);
-    // Where media are is not known yet.
+    // The settings that say where media are have not been read.
     AppSettingModel *settings = AppSettingModel::instance();
     if (settings->isUnread() && !settings->flush())
         return refuse(Reason::NotStored);
@@ -129,12 +129,12 @@ bool AppDataMove::moveTo(const QString &targetDirectory)
     if (const Reason reason = obstacle(plan.source, plan.target); reason != Reason::None)
         return refuse(reason);
     dropStored();
-    // Before the place is in use again.
+    // Before the place is used again.
     removeLeft();
     if (QVariantMap left = LeftMedia::stored();
         LeftMedia::isBare(plan.target) && left.remove(plan.target) > 0)
         LeftMedia::store(left);
-    // A move that has not finished can be taken back.
+    // An unfinished move can be taken back.
     if (!settings->movedDataInfo().isEmpty()) {
         if (QDir(settings->oldCacheDataPath()) != QDir(plan.target))
             return refuse(Reason::LastUnfinished);
@@ -268,7 +268,7 @@ void AppDataMove::wipe()
     AppSettingModel::instance()->flush();
 }
 
-/// Notes the media of those who were wiped before the settings could be read.
+/// Notes the media of accounts that were wiped before the settings could be read.
 void AppDataMove::wipeLate(const QVariantMap &rows)
 {
     if (!std::exchange(m_wipesLate, false))
@@ -285,7 +285,7 @@ void AppDataMove::wipeLate(const QVariantMap &rows)
     for (const QVariant &id : jsonToList(rows.value(SettingKey::accounts()).toByteArray()))
         ids.append(QString::number(id.toLongLong()));
     LeftMedia::add(directories, ids);
-    // The reset has not seen what an earlier wipe left.
+    // The reset did not see what an earlier wipe left.
     const QVariantMap left = jsonToMap(rows.value(SettingKey::leftMedia()).toByteArray());
     for (auto entry = left.cbegin(); entry != left.cend(); ++entry)
         LeftMedia::add({entry.key()}, entry.value().toStringList());
@@ -315,7 +315,7 @@ QVariantList AppDataMove::problems() const
     return list;
 }
 
-/// A stored move without an old place is none: the settings were reset under it.
+/// A stored move without an old place is invalid: the settings were reset during it.
 void AppDataMove::dropStored()
 {
     AppSettingModel *settings = AppSettingModel::instance();
@@ -337,13 +337,13 @@ void AppDataMove::follow()
             Qt::UniqueConnection);
 }
 
-/// Once everybody has signed out, the settings are about to be reset, which forgets the places.
+/// When all accounts have signed out, the settings are about to be reset, which clears the places.
 void AppDataMove::accountsChanged(const QVariantList &ids)
 {
     const AppSettingModel *settings = AppSettingModel::instance();
     const QStringList moving = jsonToMap(settings->movedDataInfo()).keys();
     if (!ids.isEmpty())
-        return dropGone(); // at once: they may come back
+        return dropGone(); // at once: the accounts may sign in again
     if (moving.isEmpty() && !m_accounts.areWiped())
         return;
     abandon();
@@ -359,8 +359,9 @@ void AppDataMove::abandon()
     m_again.stop();
 }
 
-/// Deletes the media of those who have left, in the background, wherever they can be reached. In a
-/// directory that is in use those stay who are signed in, unless everybody is about to sign out.
+/// Deletes the media of accounts that have left, in the background, wherever they can be reached.
+/// In a directory in use, media of signed-in accounts stay, unless all accounts are about to sign
+/// out.
 void AppDataMove::removeLeft(bool isEverybodyLeaving)
 {
     QVariantMap left = LeftMedia::stored();
@@ -372,9 +373,9 @@ void AppDataMove::removeLeft(bool isEverybodyLeaving)
     for (auto entry = left.begin(); entry != left.end(); ++entry) {
         const bool isUsed = used.contains(entry.key());
         QStringList ids = entry.value().toStringList();
-        // Who is there was not wiped after all, or has come back.
+        // An account that is listed was not wiped after all, or has signed in again.
         ids.removeIf([&](const QString &id) {
-            // The notebook's have been deleted, or are new.
+            // The notebook's media have been deleted, or are new.
             return isUsed
                 && (m_accounts.listed().contains(id.toLongLong())
                     || (id == notebookId() && !isEverybodyLeaving));
@@ -397,8 +398,8 @@ void AppDataMove::removeLeft(bool isEverybodyLeaving)
     });
 }
 
-/// Takes those who have signed out from the stored map. What they have left is deleted, and also
-/// what others of those `ids` have left who have signed out.
+/// Removes accounts that have signed out from the stored map. Deletes their media, and those of
+/// further accounts in `ids` that have signed out.
 void AppDataMove::dropGone(const QStringList &ids)
 {
     AppSettingModel *settings = AppSettingModel::instance();
@@ -414,14 +415,14 @@ void AppDataMove::dropGone(const QStringList &ids)
     removeLeft();
 }
 
-/// Ends the stored move, and removes what it needed.
+/// Ends the stored move, and removes its helper files.
 void AppDataMove::closeMap()
 {
     dropGone();
     AppSettingModel *settings = AppSettingModel::instance();
     const QStringList ids = jsonToMap(settings->movedDataInfo()).keys();
     settings->setMovedDataInfo({});
-    // While there is a map, these folders tell that the old place is there: see isThere().
+    // While there is a map, these folders prove that the old place exists: see isThere().
     if (!settings->flush())
         return;
     for (const QString &id : ids) {
@@ -446,7 +447,7 @@ void AppDataMove::begin()
 
 std::future<void> AppDataMove::start(const std::function<void()> &work)
 {
-    // Also a task that is dropped unrun makes the future ready.
+    // The future becomes ready even if the task is dropped without running.
     const auto task = std::make_shared<std::packaged_task<void()>>(work);
     std::future<void> future = task->get_future();
     Workers::run([task] { (*task)(); }, true);
@@ -484,11 +485,12 @@ void AppDataMove::switchOver(const Plan &plan)
     if (!storage.isValid() || storage.bytesAvailable() < plan.bytes)
         return fail(Reason::NoSpace);
 
-    // Stored in one step first, so that no kill leaves new paths without the map, or half of them.
+    // Store everything in one step first, so that a kill never leaves new paths without the map, or
+    // only some of them.
     AppSettingModel *settings = AppSettingModel::instance();
     AppDirManager *dirs = AppDirManager::instance();
     const QByteArray info = mapToJson(plan.accounts);
-    dropGone(); // from the map of a move that is taken back
+    dropGone(); // accounts in the map of a move that is taken back
     dirs->addFormerDir(plan.source);
     const QByteArray names = dirs->renamedFiles();
     settings->saveToConfig({{SettingKey::cacheDataPath(), plan.target},
@@ -496,7 +498,7 @@ void AppDataMove::switchOver(const Plan &plan)
                             {SettingKey::formerPlaces(), names},
                             {QStringLiteral("moved_data_info"), info}});
     settings->setCacheDataPath(plan.target, true);
-    if (m_abandoned) // by a handler: the settings are those of a fresh start
+    if (m_abandoned) // by a handler: the settings were reset
         return end(Outcome::Cancelled);
     settings->setOldCacheDataPath(plan.source);
     settings->setValue(SettingKey::formerPlaces(), names, true);
@@ -546,10 +548,10 @@ void AppDataMove::complete(const Report &report)
         report.result == FolderMove::Done && !report.isSourceMissing && !m_abandoned;
     setProgress(isDone ? report.totalBytes : report.movedBytes, report.totalBytes);
     if (m_abandoned) {
-        settings->setMovedDataInfo({}); // it may have been stored once more behind the reset
+        settings->setMovedDataInfo({}); // it may have been stored again after the reset
         return end(Outcome::Cancelled);
     }
-    dropGone(report.ids); // also what was being copied when they left
+    dropGone(report.ids); // also what was being copied meanwhile
     if (isDone) {
         closeMap();
         return end(Outcome::Moved);
@@ -614,7 +616,7 @@ void AppDataMove::setOutcome(Outcome outcome, Reason reason)
 
 void AppDataMove::setProgress(qint64 movedBytes, qint64 totalBytes)
 {
-    // Files that come while the move goes on were not counted.
+    // Files that arrive during the move were not counted.
     movedBytes = std::min(movedBytes, totalBytes);
     const int percent = totalBytes > 0 ? int(100.0 * double(movedBytes) / double(totalBytes)) : 0;
     if (std::exchange(m_totalBytes, totalBytes) != totalBytes)

@@ -20,20 +20,20 @@ class AppSettingModel;
 struct AppDataMove::Plan {
     QString source; // both end in a separator
     QString target;
-    /// What is stored as "moved_data_info": of each account's id, the list of its media folders as
-    /// JSON text.
+    /// The stored "moved_data_info": for each account's id, the list of its media folders as JSON
+    /// text.
     QVariantMap accounts;
     qint64 bytes = 0;
-    // Of the move that this one takes back.
+    // The paths of the move that this one takes back.
     QString undoneSource;
     QByteArray undoneInfo;
 };
 
-/// A file that stays, and where the stored map has its folder.
+/// A file that stays, and its folder in the stored map.
 struct AppDataMove::Problem {
     QString id;     // of the account
-    QString folder; // below the account's
-    QString name;   // below that
+    QString folder; // below the account's folder
+    QString name;   // below that folder
     QString path;
     FileCause cause;
     QString obstacle;
@@ -48,14 +48,14 @@ struct AppDataMove::Report {
     std::vector<Problem> problems;
 };
 
-/// What a person reads, in the user's language; of a reason, also the words of the log.
+/// The texts for the user, in the user's language; for a reason, also the words of the log.
 namespace MoveTexts
 {
 QString of(AppDataMove::FileCause cause);
 std::pair<QString, const char *> of(AppDataMove::Reason reason);
 } // namespace MoveTexts
 
-/// The background part of a move: what is left at the old place goes to the new one.
+/// The background part of a move: carries the remaining files to the new place.
 class AppDataMove::Carrier
 {
 public:

@@ -30,7 +30,7 @@ QString cleanDir(const QString &path)
 
 AppDirManager *AppDirManager::instance()
 {
-    static auto *const manager = new AppDirManager; // for threads, whatever is destroyed
+    static auto *const manager = new AppDirManager; // never deleted: threads may use it at any time
     return manager;
 }
 
@@ -128,8 +128,8 @@ void AppDirManager::addRenamed(const QString &source, const QString &name, const
         if (present == name)
             present = newName;
     }
-    // What was called so in another place is this file, too, unless it is known to be another, or
-    // still there. In the directory in use, something else has that name.
+    // A file of that name in another place is this file, too, unless it is known to be another or
+    // still exists there. In the directory in use, something else has that name.
     const QString inUse = m_mediaDirs.isEmpty() ? QString() : cleanDir(m_mediaDirs.first());
     for (const QString &dir : m_formerDirs + QStringList{sourceDir}) {
         if (dir != inUse && !m_renamed.contains(dir + name)

@@ -31,10 +31,10 @@ namespace
 {
 
 std::atomic<AppSettingModel *> theModel = nullptr;
-std::mutex theModelMutex; // guards the making of it, and what follows
+std::mutex theModelMutex; // guards its construction, and the following
 bool isReleasing = false;
 constexpr int closeMs = 5000;
-// For a store that does not open: each time twice as long.
+// For a store that does not open: the delay doubles each time.
 constexpr int firstRetryMs = 1000;
 constexpr int lastRetryMs = 60'000;
 
@@ -47,13 +47,13 @@ constexpr auto upgradeKey = [] { return QStringLiteral("upgrade"); };
 constexpr auto consoleOptionsKey = [] { return QStringLiteral("console_options"); };
 constexpr auto skinIndexesKey = [] { return QStringLiteral("emoji_skin_indexes"); };
 
-/// Settings whose changes are announced before and after, see beginConfig.
+/// Settings with signals before and after a change, see beginConfig.
 bool isBracketed(const QString &key)
 {
     return key == QStringLiteral("large_emoji") || key == QStringLiteral("plain_model");
 }
 
-/// A dynamic property of the application object; invalid where there is none.
+/// A dynamic property of the application object; invalid if there is none.
 QVariant applicationProperty(const char *name)
 {
     const QCoreApplication *app = QCoreApplication::instance();
@@ -87,7 +87,7 @@ void AppSettingModel::releaseInstance()
         theModel = standIn;
     }
     delete model;
-    standIn->m_values->leave(QDeadlineTimer(closeMs)); // names what was set meanwhile
+    standIn->m_values->leave(QDeadlineTimer(closeMs)); // logs the keys set meanwhile
     {
         const std::lock_guard lock(theModelMutex);
         theModel = nullptr;
@@ -101,7 +101,7 @@ AppSettingModel::AppSettingModel()
       m_values(std::make_unique<Values>(m_storage->settingStorage())),
       m_translations(std::make_unique<Translations>()), m_skins(std::make_unique<EmojiSkins>())
 {
-    // What concerns the application object runs where this object lives.
+    // Changes to the application object run in this object's thread.
     if (const QCoreApplication *app = QCoreApplication::instance())
         moveToThread(app->thread());
     QQmlEngine::setObjectOwnership(this, QQmlEngine::CppOwnership);
@@ -127,7 +127,7 @@ void AppSettingModel::loadGlobalData()
         for (const storage::Row &row : m_storage->settingStorage()->allInfos())
             stored.insert(row.key, row.value);
     }
-    // What was changed while the store was closed is newer than what is in it, and among these.
+    // Changes made while the store was closed are newer than its rows, and already among these.
     const QList<storage::Row> rows = m_values->allInfos();
     m_values->clear();
     for (const storage::Row &row : rows) {
@@ -160,7 +160,7 @@ bool AppSettingModel::isUnread() const
     return m_isUnread;
 }
 
-/// Asks for the store until it opens: in the save thread, as that may take long.
+/// Tries to open the store until it succeeds: in the save thread, since that may take long.
 void AppSettingModel::readLater(int ms)
 {
     QTimer::singleShot(ms, this, [this, ms] {
@@ -172,7 +172,7 @@ void AppSettingModel::readLater(int ms)
     });
 }
 
-/// Reads an unread store if it has opened meanwhile. False while there is one.
+/// Reads an unread store if it can be opened now. False while it is unread.
 bool AppSettingModel::readNow()
 {
     if (m_isUnread && thread() == QThread::currentThread() && m_storage->isOpen())
@@ -219,7 +219,7 @@ bool AppSettingModel::setValue(const QString &key, const QVariant &given, bool n
 {
     std::optional<QVariant> kept;
     if (!isPlain(given)) {
-        // Comparing costs less than looking at what may be large, or a script's.
+        // Comparing costs less than inspecting a value that may be large, or a script's.
         if (m_values->holds(key, given))
             return false;
         kept = storable(key, given);
@@ -234,7 +234,7 @@ bool AppSettingModel::setValue(const QString &key, const QVariant &given, bool n
         if (held && isSame(*held, value))
             return false;
         Q_EMIT beginConfig(key, held ? *held : QVariant());
-        access.assign(key, value); // a slot on the signal may have changed it, too
+        access.assign(key, value); // a slot on the signal may have changed it as well
     } else if (!access.replace(key, value)) {
         return false;
     }
@@ -322,8 +322,8 @@ void AppSettingModel::setApplicationProperty(const char *name, const QVariant &v
 
 void AppSettingModel::loadTranslations()
 {
-    // Translators are the main thread's. On another one this comes before the slots of
-    // languageChanged that are to run there.
+    // Translators belong to the main thread. From another one, this runs there before the slots of
+    // languageChanged.
     QMetaObject::invokeMethod(this, [this] { m_translations->setLanguage(language()); });
 }
 
@@ -433,7 +433,7 @@ void AppSettingModel::setAccountIds(QVariantList value, bool needSave)
     const QString key = SettingKey::accounts();
     if (!makeStorable(key, &value))
         return;
-    // Or it would replace a list that nobody has read.
+    // Otherwise it would replace a list that has not been read.
     needSave = needSave && (!m_isUnread || value.isEmpty());
     if (setValue(key, listToJson(value), needSave))
         Q_EMIT accountIdsChanged(value);
@@ -544,8 +544,8 @@ void AppSettingModel::recalcLineHeight()
         m_lineHeight = int(QFontMetricsF(font).height());
         return font;
     };
-    // Here for slots on this thread. Once more where the font is set, so that of changes on two
-    // threads the later one is measured last.
+    // For slots on this thread. It is measured again where the font is set, so that of changes on
+    // two threads the later one is measured last.
     if (QThread::currentThread() != thread())
         measured();
     QMetaObject::invokeMethod(this, [measured] {

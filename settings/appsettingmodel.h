@@ -26,31 +26,31 @@ class StoredValues;
 class Translations;
 
 /// The machine-wide settings: a cache in memory, written through to the global store in the
-/// background. Nothing is read from the store after loadGlobalData(); before it, and for what is
-/// not stored, a getter gives the setting's default. What is stored with another type than the
-/// setting's reads as QVariant converts it.
+/// background. Nothing is read from the store after loadGlobalData(); before it, and if no value is
+/// stored, a getter returns the setting's default. QVariant converts a value stored with another
+/// type.
 ///
-/// The keys are those of the stored format, odd spellings included, and must not be corrected. What
-/// a number or text means that has no comment is the application's own affair: it is kept, and
-/// looked at by nobody here.
+/// The keys are those of the stored format, odd spellings included, and must not be corrected. A
+/// number or text without a comment has a meaning known to the application only: it is kept, and
+/// not used here.
 ///
-/// Failures: a store that cannot be opened or written is logged, and the model goes on in memory.
-/// One process at a time has the store: to a second one it cannot be opened, see isUnread().
+/// Failures: if a store cannot be opened or written, the model logs it and continues in memory. One
+/// process at a time has the store: a second one cannot open it, see isUnread().
 ///
-/// Thread: getters, setters and setValue() may be called from any thread, loadGlobalData(), reset()
+/// Thread: getters, setters and setValue() may be called from any thread; loadGlobalData(), reset()
 /// and everything about the store from the main thread. Signals are emitted on the calling thread,
-/// outside the lock except for beginConfig, endConfig and upgradeInfoChanged: a slot on these may
-/// call back into the model, but must not wait for another thread that does. What a change does to
-/// the application object (its font, properties, language) is done on that object's thread: at once
-/// where that is the caller's, else by that thread's event loop, in the order of the changes and
-/// before the slots there that the caller's later signals reach.
+/// outside the lock except beginConfig, endConfig and upgradeInfoChanged: a slot on these may call
+/// back into the model, but must not wait for another thread that does. Changes to the application
+/// object (its font, properties, language) are made on that object's thread: at once if that is the
+/// caller's, otherwise by that thread's event loop, in the order of the changes and before the
+/// slots there receive the caller's later signals.
 ///
 /// Works with a QGuiApplication. Without one the line height is 0; without any application object
-/// nothing of what is kept on that object is set or read. That is, as dynamic properties:
-/// "availableLanguages" (QStringList of locale names) and "productColor", which the application
-/// sets before other threads read settings; "fontPixelSize" (int, set by loadGlobalData()) and
-/// "autoRun" (false after a reset()), which it reads; and its invokable method
-/// "switchLanguage(QString)", if it has one.
+/// its properties are neither set nor read. The dynamic properties are "availableLanguages"
+/// (QStringList of locale names) and "productColor", which the application sets before other
+/// threads read settings, and "fontPixelSize" (int, set by loadGlobalData()) and "autoRun" (false
+/// after a reset()), which it reads; in addition, its invokable method "switchLanguage(QString)" is
+/// called if there is one.
 class MODELBASE_EXPORT AppSettingModel : public SettingModelBase
 {
     Q_OBJECT
@@ -61,7 +61,7 @@ class MODELBASE_EXPORT AppSettingModel : public SettingModelBase
     MODELBASE_SETTING(bool,     updateAutomaticallly,            UpdateAutomaticallly,            "update_automaticallly",            true)
     MODELBASE_SETTING(bool,     systemTrayIconVisible,           SystemTrayIconVisible,           "system_tray_icon_visible",         true)
     MODELBASE_SETTING(bool,     launchWhenSystemStart,           LaunchWhenSystemStart,           "launch_when_system_start",         false)
-    MODELBASE_SETTING(int,      messageFontSize,                 MessageFontSize,                 "message_font_size",                12) // contents are measured by themeFontSize
+    MODELBASE_SETTING(int,      messageFontSize,                 MessageFontSize,                 "message_font_size",                12) // contents are laid out by themeFontSize
     MODELBASE_SETTING(bool,     debug,                           Debug,                           "debug",                            false)
     MODELBASE_SETTING(int,      networkProxyState,               NetworkProxyState,               "enable_network_proxy",             0) // 0: no proxy
     MODELBASE_SETTING(QString,  currentNetworkProxy,             CurrentNetworkProxy,             "current_network_proxy",            QStringLiteral("{}")) // JSON text
@@ -71,7 +71,7 @@ class MODELBASE_EXPORT AppSettingModel : public SettingModelBase
     MODELBASE_SETTING(QString,  musicPlay,                       MusicPlay,                       "music_play_sequence",              QStringLiteral("{}")) // JSON text
     MODELBASE_SETTING(bool,     darkMode,                        DarkMode,                        "dark_mode",                        false)
     MODELBASE_SETTING(QString,  mainwindowGeometry,              MainwindowGeometry,              "mainwindow_geometry",              QString()) // JSON text of a map; "width" and "height" in pixels
-    MODELBASE_SETTING(QString,  passcode,                        Passcode,                        "passcode",                         QString()) // kept as given: give a digest; "": nothing is locked
+    MODELBASE_SETTING(QString,  passcode,                        Passcode,                        "passcode",                         QString()) // stored as given, so pass a digest; "": no lock
     MODELBASE_SETTING(int,      screenLockTime,                  ScreenLockTime,                  "screenlocktime",                   3)
     MODELBASE_SETTING(int,      screenLockErrorCountDownSeconds, ScreenLockErrorCountDownSeconds, "screenLockErrorCountDownSeconds",  0)
     MODELBASE_SETTING(bool,     miniSessionMode,                 MiniSessionMode,                 "miniSessionMode",                  false)
@@ -133,7 +133,7 @@ class MODELBASE_EXPORT AppSettingModel : public SettingModelBase
     MODELBASE_SETTING_BARE(bool,    noNetworkProhibited,  NoNetworkProhibited,  "no_network_Prohibited",   false,                             value)
     MODELBASE_SETTING_BARE(bool,    darkDims,             DarkDims,             "dark_dims",               false,                             value)
 
-    // Bytes up to which files are fetched without asking.
+    // Files up to this size in bytes are downloaded automatically.
     MODELBASE_SETTING_LIMIT(autoDownloadImageLimit, AutoDownloadImageLimit, "auto_download_image_limit", 1048576)
     MODELBASE_SETTING_LIMIT(autoDownloadVideoLimit, AutoDownloadVideoLimit, "auto_download_video_limit", 10485760)
     MODELBASE_SETTING_LIMIT(autoDownloadFileLimit,  AutoDownloadFileLimit,  "auto_download_file_limit",  10485760)
@@ -148,11 +148,11 @@ class MODELBASE_EXPORT AppSettingModel : public SettingModelBase
     MODELBASE_SETTING_LIST_BARE(rightSessionItemTools, RightSessionItemTools, "right_session_item_tools", "[\"pin\",\"mute\",\"archive\"]")
     MODELBASE_SETTING_LIST_BARE(settingSearchHistory,  SettingSearchHistory,  "setting_search_history",   "[]")
 
-    // For the program's own code: no property, no signal, and a setter always saves. Of these, QML may
-    // call the first two setters.
+    // For the program's own code: no property, no signal, and a setter always saves. QML may call
+    // the first two setters.
     MODELBASE_SETTING_HANDED(QByteArray, lastDeviceIds,        LastDeviceIds,        "last_device_ids",         QByteArray(), deviceIds)
-    MODELBASE_SETTING_HANDED(QByteArray, newDeviceLoginRemind, NewDeviceLoginRemind, "new_device_login_remind", QByteArray(), devices) // the NewDeviceLoginManager's
-    MODELBASE_SETTING_STORED(QByteArray, movedDataInfo,        MovedDataInfo,        "moved_data_info",         QByteArray()) // the AppDataMove's
+    MODELBASE_SETTING_HANDED(QByteArray, newDeviceLoginRemind, NewDeviceLoginRemind, "new_device_login_remind", QByteArray(), devices) // used by NewDeviceLoginManager
+    MODELBASE_SETTING_STORED(QByteArray, movedDataInfo,        MovedDataInfo,        "moved_data_info",         QByteArray()) // used by AppDataMove
     MODELBASE_SETTING_STORED(QString,    oldCacheDataPath,     OldCacheDataPath,     "old_cache_data_path",     QString())
     MODELBASE_SETTING_STORED(qint64,     lastDumpLogTime,      LastDumpLogTime,      "last_dump_log_time",      0)
     MODELBASE_SETTING_STORED(qint64,     uploadFileSizeLimit,  UploadFileSizeLimit,  "file_size_limit",         1610612736) // bytes
@@ -161,7 +161,7 @@ class MODELBASE_EXPORT AppSettingModel : public SettingModelBase
     MODELBASE_SETTING_INTERNAL(int,     chatBackgroundMode, "chat_background_mode", 0)
     MODELBASE_SETTING_INTERNAL(QString, selectedLanguage,   "language",             QString()) // "": none selected
 
-    // Settings with behaviour of their own; declared below, or half of them.
+    // Settings with their own implementation; declared below, wholly or in part.
     MODELBASE_SETTING_PROPERTY(QString,      language,            Language)
     MODELBASE_SETTING_PROPERTY(QString,      consoleOptions,      ConsoleOptions)
     MODELBASE_SETTING_PROPERTY(int,          themeFontSize,       ThemeFontSize)
@@ -176,80 +176,83 @@ class MODELBASE_EXPORT AppSettingModel : public SettingModelBase
     // clang-format on
 
 public:
-    /// The process-wide model, made by the first call, which is the main thread's.
+    /// The process-wide model; the first call makes it, on the main thread.
     static AppSettingModel *instance();
-    /// Writes what is still to be written, within 5 seconds, whatever the disk and other threads
-    /// do, and deletes the model; the log names the keys of what could not be written. On the main
+    /// Writes pending changes, within 5 seconds, whatever the disk and other threads do, and
+    /// deletes the model; the log names the keys that could not be written. Call it on the main
     /// thread, after AccountManager::releaseInstance() and before ThreadManager::quitAll().
     ///
-    /// Until it returns, message handlers and slots on destroyed() find a stand-in by instance():
-    /// it reads as the model did, and forgets what is set. Afterwards instance() makes a new model.
+    /// Until it returns, message handlers and slots on destroyed() get a stand-in from instance():
+    /// it reads as the model did, and discards changes. Afterwards instance() makes a new model.
     static void releaseInstance();
 
-    /// Opens the store and fills the cache; to be called once at start-up, before the getters mean
-    /// anything. Sets the application's font size, its dynamic property "fontPixelSize" and its
-    /// language (by its method "switchLanguage", where it has one), and announces the hot keys.
+    /// Opens the store and fills the cache; call it once at start-up, before any getter. Sets the
+    /// application's font size, its dynamic property "fontPixelSize" and its language (by its
+    /// method "switchLanguage", if it has one), and announces the hot keys.
     ///
-    /// A store that cannot be opened just now is tried again in the save thread, first after a
-    /// second, later each minute. Once it opens, its values take the place of the defaults, but for
-    /// what was set and saved meanwhile, and all are announced as by a reset().
+    /// If the store cannot be opened, the save thread tries again, first after a second, later each
+    /// minute. Once it opens, its values replace the defaults, except settings changed and saved
+    /// meanwhile, and all are announced as by a reset().
     Q_INVOKABLE void loadGlobalData();
-    /// True after a loadGlobalData() that could not open the store, until that has been read.
-    /// AccountManager stores no list of accounts then: it would replace one that nobody has seen.
+    /// True after a loadGlobalData() that could not open the store, until the store has been read.
+    /// Meanwhile AccountManager stores no list of accounts, since it would replace a list that was
+    /// not read.
     bool isUnread() const;
 
     /// The value stored under `key`, or `defaultValue`.
     ///
-    /// The reference points into the cache, or at the argument. It holds until the model is reset,
-    /// loaded anew or deleted, and its value changes with the next setValue() of the key: use it at
-    /// once, and only where no other thread changes the key. value() and the typed getters return
-    /// copies, and are safe on any thread.
+    /// The reference points into the cache, or to the argument. It is valid until the model is
+    /// reset, loaded again or deleted, and its value changes with the next setValue() of the key:
+    /// use it at once, and only if no other thread changes the key. value() and the typed getters
+    /// return copies, and are safe on any thread.
     const QVariant &getValue(const QString &key, const QVariant &defaultValue) const;
     QVariant value(const QString &key, const QVariant &defaultValue) const override;
-    /// Changes a value, saving it when `needSave`. False when it is equal to the present one, and,
-    /// with a log line, for what storage::RowStorage::isStorable() refuses, as a function, a
-    /// QObject, or a map with one: then the value stays. A script's object or array is kept as a map
-    /// or list. No property signal is emitted; that is the typed setters' part. The setters of maps
-    /// and lists refuse the same, but for an object that contains itself: QML makes the map that they
-    /// are given, and leaves such a part empty.
+    /// Changes a value, and saves it if `needSave`. False when it is equal to the present one, and,
+    /// with a log line, when storage::RowStorage::isStorable() refuses it, for example a function,
+    /// a QObject, or a map that contains one: then the old value stays. A script's object or array
+    /// is kept as a map or list. Emits no property signal; the typed setters do that. The setters
+    /// of maps and lists refuse the same values, except an object that contains itself: QML makes
+    /// the map that they receive, and leaves such a part empty.
     Q_INVOKABLE bool setValue(const QString &key, const QVariant &value, bool needSave);
-    /// Writes one row to the store in the background, bypassing the cache, when `needSave`.
+    /// Writes one row to the store in the background, bypassing the cache, if `needSave`.
     void saveToConfig(QString key, QVariant value, bool needSave);
     void saveToConfig(QString key, QVariant value, QString remark, bool needSave);
-    /// Writes several rows likewise, always, in one step: after a kill either all of them are found
-    /// or none. None is written, with a log line, where setValue() would refuse one.
+    /// Likewise writes several rows, always, in one transaction: after a kill all of them are
+    /// stored or none. If setValue() would refuse one of them, none is written, with a log line.
     void saveToConfig(const QVariantMap &rows);
-    /// Removes a value from memory, and its row in the background. Nothing is announced.
+    /// Removes a value from memory, and its row in the background. Emits nothing.
     void removeKey(const QString &key);
-    /// Returns when all changes so far are on the disk, where not even a power cut takes them back.
-    /// False when the store cannot be written to, or isUnread(): the changes are kept, and tried again
-    /// later. From any thread; on the main thread an unread store is tried at once. Without a flush, a
-    /// saved change survives a kill as soon as the save thread has written it; a power cut may take
-    /// back that of the last second.
+    /// Returns when all changes so far are on the disk, where even a power cut cannot undo them.
+    /// False when the store cannot be written to, or isUnread(): the changes are kept, and tried
+    /// again later. From any thread; on the main thread it first tries to open an unread store.
+    /// Without a flush, a saved change survives a kill as soon as the save thread has written it; a
+    /// power cut may undo the last second.
     bool flush();
-    /// The same on a thread of its own, until `deadline` at most, whatever the disk does.
+    /// The same on a separate thread, until `deadline` at most, whatever the disk does.
     bool flush(QDeadlineTimer deadline);
 
-    /// Wipes all settings but "database_version", "server_config", "left_media" and "left_stores"
-    /// (what AppDataMove and AccountManager have yet to delete), in one step as far as the store is
-    /// concerned, and announces the defaults. What is not announced one by one is to be read again
-    /// after paramsBeReseted. Signs nobody out: AccountManager stores its accounts again, and a kill
-    /// in between loses none. While somebody stays, so does what tells where media lay before, see
-    /// AppDirManager. Called by a handler of what a reset announces, it wipes at once, and all is
-    /// announced once more when that has come to its end; not a third time.
-    /// Does nothing but log while isUnread(), as the stored accounts are not known, unless an empty
-    /// list of accounts has been set (by AccountManager, when everybody is signed out or wiped).
+    /// Removes all settings except "database_version", "server_config", "left_media" and
+    /// "left_stores" (what AppDataMove and AccountManager have yet to delete), in one transaction
+    /// of the store, and announces the defaults. After paramsBeReseted, values without a signal of
+    /// their own must be read again. Signs nobody out: AccountManager stores its accounts again,
+    /// and a kill in between loses none. While an account stays signed in, the record of former
+    /// media directories stays as well, see AppDirManager. If a handler of a reset's signals calls
+    /// it, it removes the settings at once, and everything is announced once more when the
+    /// handler's reset is done; not a third time. While isUnread() it only logs, since the stored
+    /// accounts are not known, unless an empty list of accounts has been set (by AccountManager,
+    /// when all accounts are signed out or wiped).
     Q_INVOKABLE void reset();
-    /// Sets countMuteDialog and unreadMessagesCounter back to false.
+    /// Resets countMuteDialog and unreadMessagesCounter to false.
     Q_INVOKABLE void resetBadgeCounter();
 
-    /// The language in use, as a locale name: the selected one, or else what of the system's
-    /// languages the application has (its dynamic property "availableLanguages").
+    /// The language in use, as a locale name: the selected one, otherwise one of the system's
+    /// languages that the application has (its dynamic property "availableLanguages").
     QString language() const;
-    /// Selects a language. Only announces it: the application's method "switchLanguage" is called
-    /// by loadGlobalData() and reset(), and otherwise the application goes by languageChanged.
-    /// A slot on languageChanged finds the texts of the language loaded. After it the objects that
-    /// show such texts are told: with a LanguageFollower, like items of alerts and calls.
+    /// Selects a language and announces it. It does not call the application's method
+    /// "switchLanguage", as loadGlobalData() and reset() do: the application follows
+    /// languageChanged. Slots on languageChanged find the texts of the new language loaded. After
+    /// it, the objects that show such texts are notified: those with a LanguageFollower, such as
+    /// items of alerts and calls.
     Q_INVOKABLE void setLanguage(QString value, bool needSave = true);
     /// The texts in that language: the library's own, to which the application adds its catalogues.
     /// Owned by the model, for the main thread.
@@ -259,13 +262,13 @@ public:
     Q_INVOKABLE void setSendMessageKeys(QString value, bool needSave = true);
     /// An empty list switches the proxy off.
     Q_INVOKABLE void setNetworkProxyList(QString value, bool needSave = true);
-    /// Pixels, 1 to 1000; 14 where nothing else is stored.
+    /// Pixels, 1 to 1000; 14 by default.
     int themeFontSize() const;
-    /// The application font and lineHeigt() are of the new size when the change is announced; called
-    /// on another thread than the application's, the font follows there. Another size than these is
+    /// When the change is announced, the application font and lineHeigt() have the new size; if
+    /// another thread than the application's calls it, the font follows there. Any other size is
     /// refused, with a log line.
     Q_INVOKABLE void setThemeFontSize(int value, bool needSave = true);
-    /// The signal carries the map as it reads back.
+    /// The signal carries the map as the getter returns it.
     Q_INVOKABLE void setScreenCaptureHotkey(QVariantMap value, bool needSave = true);
 
     /// Pixels, 320 to 480.
@@ -278,33 +281,33 @@ public:
 
     /// The ids of the accounts that are signed in on this machine.
     QVariantList accountIds() const;
-    /// An empty list resets all settings: nobody is left whose settings they would be. While isUnread()
+    /// An empty list resets all settings, since no account is left to own them. While isUnread()
     /// any other list stays in memory.
     Q_INVOKABLE void setAccountIds(QVariantList value, bool needSave = true);
 
     /// Which logging categories write debug lines: a JSON array of {"uri": prefix, "enable": bool}.
-    /// Stored choices are completed by the categories that have come since, and applied by each
-    /// call: they are not in force before somebody asks for them, as an application does right after
-    /// loadGlobalData(). The libraries log under "im.base" (base, cryptobase, imlog), "im.storage"
-    /// (storage, imcrypto), "im.multimedia", "im.settingmodel" (settings) and "im.modelbase".
+    /// Each call adds the categories that stored choices lack, and applies the options: they have
+    /// no effect until it is called, so an application calls it right after loadGlobalData(). The
+    /// libraries log under "im.base" (base, cryptobase, imlog), "im.storage" (storage, imcrypto),
+    /// "im.multimedia", "im.settingmodel" (settings) and "im.modelbase".
     QString consoleOptions() const;
     Q_INVOKABLE void setConsoleOptions(QString newConsoleOptions, bool needSave = true);
-    /// Switches one category and saves the options. A category not listed before is appended; it
-    /// comes into force with the next consoleOptions().
+    /// Switches one category and saves the options. A new category is appended; the next
+    /// consoleOptions() applies it.
     Q_INVOKABLE void changeConsoleOption(QString uri, bool enabled);
 
     /// The skin tone chosen for one emoji; -1 when none was.
     Q_INVOKABLE int emojiSkinIndex(QString emoji) const;
     /// Chooses a tone for one emoji, -1 for none; always saved. Emits nothing.
     Q_INVOKABLE void setEmojiSkinIndex(QString emoji, int index);
-    /// Chooses the tone for all emoji, which forgets the choices for single ones.
+    /// Chooses the tone for all emoji, and clears the choices for single ones.
     Q_INVOKABLE void setGlobalSkinIndex(int index, bool needSave = true);
 
     /// Kept in memory only.
     bool requestUserLocation() const;
     void setRequestUserLocation(bool newRequestUserLocation);
 
-    /// What the server last told this client about itself; outlives a reset.
+    /// The configuration that the server sent last; outlives a reset.
     QByteArray serverConfig() const;
     void setServerConfig(QByteArray serverConfig, bool needSave);
 
@@ -313,33 +316,33 @@ public:
     /// The resource path of the application icon.
     QString appIconPath() const;
 
-    /// True when a theme was chosen, be it only in part.
+    /// True when a theme was chosen, even in part.
     bool containsCustomThemeInfo() const;
     /// True when the automatic download was ever set.
     bool containsAutoDownloadSetting() const;
 
     /// Pixel height of one text line at the theme's font size; 0 before loadGlobalData().
     int lineHeigt() const;
-    /// Measures a line at the theme's size anew, before it returns, and gives the application font
+    /// Measures a line at the theme's size again, before it returns, and gives the application font
     /// that size.
     void recalcLineHeight();
 
     /// The store; owned by the model.
     storage::GlobalStorageProvider *globalStorage() const;
-    /// Writes what is pending and closes the store, within 5 seconds, whatever the disk and other
-    /// threads do. Later changes stay in memory until loadGlobalData() opens it again. Not for a
-    /// crash handler, see AccountManager::closeAllDbInCrash().
+    /// Writes pending changes and closes the store, within 5 seconds, whatever the disk and other
+    /// threads do. Later changes stay in memory until loadGlobalData() opens it again. Must not be
+    /// called by a crash handler, see AccountManager::closeAllDbInCrash().
     void closeGlobalStorage();
 
 Q_SIGNALS:
-    /// Around a change of "large_emoji" or "plain_model", on which the sizes of messages depend:
-    /// the key with the old value (invalid when there was none), and with the new one.
+    /// Before and after a change of "large_emoji" or "plain_model", on which the sizes of messages
+    /// depend: the key with the old value (invalid when there was none), and with the new one.
     void beginConfig(QString key, QVariant value);
     void endConfig(QString key, QVariant value);
     /// The last signal of a reset.
     void paramsBeReseted();
-    /// What isUnread() can be read now: the first signal of a late loadGlobalData(). `rows` are those
-    /// that the store holds, also where a reset since is about to remove them.
+    /// The settings can be read now, after isUnread(): the first signal of a late loadGlobalData().
+    /// `rows` are the store's rows, including those that a later reset is about to remove.
     void storeRead(const QVariantMap &rows);
 
     void languageChanged(QString);
@@ -376,16 +379,16 @@ private:
     bool readNow();
     void closeStorage();
 
-    // Recursive, so that a slot on the signals that are emitted under it can read the settings.
+    // Recursive, so that slots on the signals that are emitted under it can read the settings.
     using Values = StoredValues<std::recursive_mutex>;
 
     std::atomic_bool m_isUnread = false;
     enum class Resets { None, One, More } m_resets = Resets::None; // being announced
-    QVariantMap m_signedIn; // while a reset is announced: the rows that tell who was
+    QVariantMap m_signedIn; // during a reset: the rows of the signed-in accounts
     storage::GlobalStorageProvider *const m_storage;
-    std::unique_ptr<Values> m_values; // its lock guards what else is here, too
+    std::unique_ptr<Values> m_values; // its lock also guards the other members
     std::unique_ptr<Translations> m_translations;
-    QString m_toldLanguage; // of the last retranslate(), on the main thread
+    QString m_toldLanguage; // passed to the last retranslate(); main thread
     std::atomic<int> m_lineHeight = 0;
     std::atomic<bool> m_requestUserLocation = true;
     const std::unique_ptr<EmojiSkins> m_skins;

@@ -10,7 +10,7 @@
 #include <array>
 #include <utility>
 
-// AppSettingModel::reset(): what outlives it, and the order in which the defaults are announced.
+// AppSettingModel::reset(): what it keeps, and the order in which the defaults are announced.
 
 void AppSettingModel::reset()
 {
@@ -25,8 +25,8 @@ void AppSettingModel::reset()
         keptServerConfig = serverConfig();
         keptVersion = getValue(SettingKey::databaseVersion(), 1);
         keepSignedIn();
-        // What has yet to be deleted; and where a handler of what a reset announces resets again, those
-        // that another has stored again before.
+        // What has yet to be deleted; and, when a handler of a reset's signals resets again, the
+        // rows that another handler has stored again before.
         QStringList lasting{SettingKey::leftMedia(), SettingKey::leftStores()};
         if (m_resets != Resets::None && !m_signedIn.isEmpty())
             lasting += {SettingKey::accounts(), SettingKey::currentAccount()};
@@ -37,7 +37,7 @@ void AppSettingModel::reset()
         }
         if (const QVariant places = m_signedIn.value(SettingKey::formerPlaces()); places.isValid())
             values.insert_or_assign(SettingKey::formerPlaces(), places);
-        // What is kept goes with the wipe: a kill between the two must not lose it.
+        // The kept rows are written in the same transaction: a kill must not lose them.
         QList<storage::Row> kept = {{SettingKey::databaseVersion(), keptVersion, {}},
                                     {SettingKey::serverConfig(), keptServerConfig, {}}};
         for (const auto &[key, value] : values)
@@ -57,8 +57,8 @@ void AppSettingModel::reset()
             != Resets::None)
             return;
     }
-    // A handler may have reset anew what had been announced. After the second time they are left to
-    // themselves: a handler that sets and resets each time would never let this end.
+    // A handler may have reset values that were announced before. Announce everything at most
+    // twice: a handler that sets and resets each time would never end.
     for (const bool again : {false, true}) {
         announceAll();
         ImLog::info(lcSettings(), QStringLiteral("AppSettingModel::resetAppSetting"));
@@ -71,9 +71,8 @@ void AppSettingModel::reset()
     dropSignedIn();
 }
 
-/// Notes the rows that a reset leaves for those who stay signed in: who they are, and where media of
-/// theirs lie. They are stored again by a slot of what is announced; until then a kill signs nobody
-/// out.
+/// Notes the rows that a reset keeps for signed-in accounts: their ids, and where their media are.
+/// Slots of the reset's signals store them again; until then a kill signs no one out.
 void AppSettingModel::keepSignedIn()
 {
     for (const QString &key :
@@ -88,7 +87,7 @@ void AppSettingModel::keepSignedIn()
         AppDirManager::withFormerDirs(places.toByteArray(), {cacheDataPath(), oldCacheDataPath()});
 }
 
-/// Removes what keepSignedIn() left when nobody has stayed.
+/// Removes the rows of keepSignedIn() when no account has stayed signed in.
 void AppSettingModel::dropSignedIn()
 {
     Values::Access access(*m_values);
@@ -101,7 +100,7 @@ void AppSettingModel::dropSignedIn()
     }
 }
 
-/// Announces all values, as a reset does its defaults.
+/// Announces all values, as a reset announces its defaults.
 void AppSettingModel::announceAll()
 {
 #define CHANGED(name)                                                                              \

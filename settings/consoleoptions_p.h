@@ -7,19 +7,18 @@
 class ConsoleOptions
 {
 public:
-    /// All on: what is in force where nothing is stored.
+    /// All on: the default when nothing is stored.
     static QString defaultText();
-    /// @param stored the stored text; what it lacks is added as in defaultText()
+    /// @param stored the stored text; missing categories are added as in defaultText()
     explicit ConsoleOptions(const QString &stored);
 
     QString text() const;
-    /// Switches a category. One that is not known yet is added, and comes into force once the text is
-    /// read again.
+    /// Switches a category. A new one is added, and applied once the text is read again.
     void change(const QString &uri, bool enabled);
-    /// Makes them the rules of QLoggingCategory: debug lines of what is off are not written.
+    /// Applies them as the rules of QLoggingCategory: disabled categories write no debug lines.
     void apply() const;
 
 private:
     QJsonArray m_options;
-    qsizetype m_inForce; // the first ones
+    qsizetype m_inForce; // the number of options that apply() uses, from the first
 };

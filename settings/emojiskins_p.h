@@ -3,14 +3,14 @@
 #include <QJsonObject>
 #include <QString>
 
-/// The skin tones chosen for single emoji, which are stored as a JSON object. Keeps the text that was
-/// parsed last, since views ask for one emoji after another.
+/// The skin tones chosen for single emoji, stored as a JSON object. Caches the text that was parsed
+/// last, since views ask for one emoji after another.
 class EmojiSkins
 {
 public:
-    /// -1 where none was chosen.
+    /// -1 if none was chosen.
     int index(const QString &text, const QString &emoji);
-    /// The text with another choice in it; -1 takes it out.
+    /// The text with another choice for the emoji; -1 removes it.
     QString changed(const QString &text, const QString &emoji, int index);
 
 private:

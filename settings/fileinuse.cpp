@@ -25,7 +25,7 @@ struct Uses {
 
 Uses &uses()
 {
-    static Uses *all = new Uses; // a download may outlive everything static
+    static Uses *all = new Uses; // never deleted: a download may outlive statics
     return *all;
 }
 

@@ -6,22 +6,22 @@
 
 #include <functional>
 
-/// Says that a media file is being written, for as long as the object lives: a download, a picture
-/// that is edited. A data move (AppDataMove) neither copies nor removes the file meanwhile; it
-/// comes for it later.
+/// Marks a media file as being written for as long as the object lives: for a download, or a
+/// picture that is edited. A data move (AppDataMove) neither copies nor removes the file meanwhile;
+/// it tries again later.
 ///
 /// What a writer can rely on:
-/// - Made before the file is looked for, and held until it is closed, this keeps the file where it
-///   was found. It counts for the path and for those that go on with a dot behind it, as
-///   "film.mp4.part" and QSaveFile's own do behind "film.mp4".
-/// - Without it, a file is still not removed while it is open for writing, on Linux (there also in
-///   another process) and on Windows; on other systems, only when its size or time has changed.
-///   Nor is one that changes while it is copied: it is copied anew, and the copy that is kept has
-///   all that was written.
-/// - What is written to a path after its file has been moved makes a file of its own there. Ask for
-///   the path anew (FileData::exists(), AccountBase::userCacheDataPath()) once the object is made.
+/// - If it is made before the file is looked up, and kept until the file is closed, the file stays
+///   where it was found. It covers the path, and paths that continue it after a dot, such as
+///   "film.mp4.part" and QSaveFile's own for "film.mp4".
+/// - Without it, a file is still not removed while it is open for writing, on Linux (also in
+///   another process) and on Windows; on other systems, only when its size or time has changed. A
+///   file that changes while it is copied is not removed either: it is copied again, and the final
+///   copy has all that was written.
+/// - Writing to a path after its file has been moved creates a new file there. Look the path up
+///   (FileData::exists(), AccountBase::userCacheDataPath()) after making the object.
 ///
-/// Thread: any. Making one may wait for as long as it takes to delete a file.
+/// Thread: any. The constructor may wait while a file is deleted.
 class MODELBASE_EXPORT FileInUse
 {
 public:
@@ -29,10 +29,10 @@ public:
     explicit FileInUse(const QString &path);
     ~FileInUse();
 
-    /// Whether there is one for that file.
+    /// Whether one exists for that file.
     static bool contains(const QString &path);
-    /// Calls `work`, which no FileInUse can be made beside; false when there is one for the file
-    /// already, and nothing is called.
+    /// Calls `work`; no FileInUse can be made meanwhile. False, without a call, when one exists for
+    /// the file already.
     static bool unlessUsed(const QString &path, const std::function<void()> &work);
 
 private:

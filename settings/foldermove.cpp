@@ -21,25 +21,26 @@ namespace
 {
 
 constexpr qsizetype bufferSize = 1 << 20;
-/// How often a file is copied that changes meanwhile.
+/// How often a file that keeps changing is copied.
 constexpr int attempts = 3;
-/// As coarse as the times of a file system may be (FAT's are).
+/// The coarsest resolution of file times (FAT's).
 constexpr std::chrono::seconds coarseTime(2);
 
-/// With one kind of slashes and without "..", so that paths below it can be cut off.
+/// With "/" as separators and without "..", so that prefixes can be compared.
 QString cleanFolder(const QString &path)
 {
     const QString clean = QDir::cleanPath(QDir::fromNativeSeparators(path));
     return clean.endsWith(QLatin1Char('/')) ? clean : clean + QLatin1Char('/');
 }
 
-/// On Windows other than QFileInfo::isSymLink(), for which an ordinary ".lnk" file is one.
+/// Unlike QFileInfo::isSymLink(), which on Windows takes an ordinary ".lnk" file for a link.
 bool isLink(const QFileInfo &info)
 {
     return info.isSymbolicLink() || info.isJunction();
 }
 
-/// The first of the folders from below `root` down to `folder` for which that is true; else empty.
+/// The first of the folders from below `root` down to `folder` that fulfils the predicate; else
+/// empty.
 template <typename Predicate>
 QString firstOnTheWay(const QString &root, const QString &folder, Predicate isSought)
 {
@@ -67,7 +68,7 @@ QString numbered(const QString &path, int number)
     return folder + Util::numberedFileName(path.mid(folder.size()), number);
 }
 
-/// Leaves a hole where there is nothing but zeros: a file of holes may be larger than the disk.
+/// Leaves a hole instead of zeros: a sparse file may be larger than the disk.
 bool writeWithHoles(QFile &file, const QByteArray &buffer, qint64 size)
 {
     constexpr qint64 blockSize = 1 << 16;
@@ -81,7 +82,7 @@ bool writeWithHoles(QFile &file, const QByteArray &buffer, qint64 size)
     return true;
 }
 
-/// Removes folders that are empty, from `folder` up to, but not with, `root`.
+/// Removes empty folders, from `folder` up to but excluding `root`.
 void removeEmpty(const QString &root, const QString &folder)
 {
     for (qsizetype end = folder.size() - 1; end > root.size();
@@ -89,7 +90,7 @@ void removeEmpty(const QString &root, const QString &folder)
         QDir().rmdir(folder.left(end));
 }
 
-/// Fills the buffer as far as the file goes; -1 when it cannot be read.
+/// Fills the buffer, or reads to the end of the file; -1 when it cannot be read.
 qint64 fill(QIODevice &file, QByteArray &buffer)
 {
     qint64 size = 0;
@@ -106,10 +107,10 @@ qint64 fill(QIODevice &file, QByteArray &buffer)
 
 } // namespace
 
-/// What there is in a folder.
+/// The contents of a folder.
 struct FolderMove::Listing {
     QStringList files;   // below the folder
-    QStringList folders; // likewise, with "/" at the end; those around come before those inside
+    QStringList folders; // likewise, with "/" at the end; outer ones before inner ones
     QStringList unreadable;
     qsizetype links = 0;
 };
@@ -145,7 +146,7 @@ FolderMove::Listing FolderMove::list(const QString &root, const QString &folder,
     for (qsizetype i = 0; i < listing.folders.size(); ++i) {
         const QString within = listing.folders.at(i);
         const QString path = folder + within;
-        // Qt's iterator says nothing of what it cannot read.
+        // Qt's iterator does not report what it cannot read.
         std::error_code error;
         std::filesystem::directory_iterator entry(QFileInfo(path).filesystemFilePath(), error);
         for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
@@ -159,12 +160,12 @@ FolderMove::Listing FolderMove::list(const QString &root, const QString &folder,
                 listing.folders.append(name + QLatin1Char('/'));
             else if (isUnknown(type)
                      || (name.contains(QChar(QChar::ReplacementCharacter))
-                         && !QFileInfo::exists(folder + name))) // it is no text: nothing opens it
+                         && !QFileInfo::exists(folder + name))) // its name is no valid text
                 listing.unreadable.append(name);
             else if (type == Type::regular)
                 listing.files.append(name);
             else if (type != Type::not_found)
-                ++listing.links; // a pipe or the like, which stays as well
+                ++listing.links; // a pipe or the like, which stays, too
         }
         if (error && QFileInfo::exists(path))
             listing.unreadable.append(within);
@@ -254,7 +255,7 @@ FolderMove::Result FolderMove::copyFile(const QString &name)
     for (int attempt = 0; attempt < attempts; ++attempt) {
         const std::optional<Stamp> stamp = stampOf(from);
         if (!stamp)
-            return Done; // gone, there is nothing to be moved
+            return Done; // deleted meanwhile, nothing to move
         QString to;
         for (int number = 0;; ++number) {
             if (!m_advance(0))
@@ -319,7 +320,7 @@ std::optional<FolderMove::Result> FolderMove::copyContent(const QString &from, c
     const bool same = out.resize(written) && in.seek(0) && out.seek(0) && hasSameContent(in, out);
     if (!same && !m_advance(0))
         return Cancelled;
-    // What the target's file system does not have stays as it is there.
+    // Permissions that the target's file system lacks keep its defaults.
     if (!(in.permissions() & QFile::WriteOwner))
         out.setPermissions(QFile::ReadOwner);
     out.setFileTime(in.fileTime(QFile::FileBirthTime), QFile::FileBirthTime);
@@ -392,27 +393,27 @@ bool FolderMove::removeOriginals()
 bool FolderMove::removeOriginal(const Copy &copy)
 {
     const QString path = m_source + copy.name;
-    // The stamp does not tell of a change within the same tick of the clock.
+    // The stamp does not show a change within the same tick of the clock.
     const bool isSame = !copy.isFresh || hasSameContent(path, copy.path);
     bool isRemoved = false;
     bool isStale = false;
     QString reason;
     if (!copy.made || stampOf(copy.path) != copy.made)
-        return !QFileInfo::exists(path); // somebody has changed the copy
+        return !QFileInfo::exists(path); // the copy has been changed
     FileInUse::unlessUsed(path, [&] {
         const std::optional<Stamp> stamp = stampOf(path);
         if (!isSame || stamp != copy.original) {
-            // What has been deleted, or given another name, must not come back. But a disk that has
-            // been unplugged is no reason to destroy anything.
+            // A file that was deleted or renamed must not return. But do not destroy anything
+            // because a disk was unplugged.
             isStale = stamp || QFileInfo(folderOf(path)).isDir();
         } else if (!Util::isOpenForWriting(path)) {
             BaseFile::followFile(path, copy.path);
             QFile file(path);
-            // A file that is read-only can be removed on some systems only once it is not.
+            // On some systems a read-only file can be removed only after making it writable.
             isRemoved = file.remove()
                 || (file.setPermissions(QFile::ReadOwner | QFile::WriteOwner) && file.remove());
             reason = file.errorString();
-            isStale = !isRemoved && !QFileInfo::exists(path); // somebody was quicker
+            isStale = !isRemoved && !QFileInfo::exists(path); // someone else removed it
         }
     });
     if (isRemoved) {
@@ -426,7 +427,7 @@ bool FolderMove::removeOriginal(const Copy &copy)
         note(path, NotRemovable, reason);
         return true;
     }
-    // The copy must not take the name from what the file is now, or is going to be.
+    // The copy must not keep the name that the file has now, or will get.
     if ((isStale || isInPlace) && copy.isOurs && stampOf(copy.path) == copy.made)
         QFile::remove(copy.path);
     if (!isStale && isInPlace)
@@ -479,7 +480,7 @@ FolderMove::Result FolderMove::note(const QString &path, Cause cause, const QStr
 
 void FolderMove::log(const char *problem, const QString &reason) const
 {
-    // Names of files are the user's own affair.
+    // Names of files are private.
     QString text = QStringLiteral("Moving %1: %2")
                        .arg(m_source.mid(m_sourceRoot.size()), QLatin1String(problem));
     if (!reason.isEmpty())

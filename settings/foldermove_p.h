@@ -11,33 +11,33 @@
 #include <optional>
 #include <utility>
 
-/// Carries the files of one folder, sub-folders included, from below one directory to the same
-/// place below another.
+/// Moves the files of one folder, including sub-folders, from one root directory to the same place
+/// below another.
 ///
-/// copy() gives every file a copy that has been compared with it, and removeOriginals() deletes the
-/// files whose copies still stand for them. Either may be interrupted at any point, and both done
-/// anew: what is there already is recognised by its content. A file that cannot be carried stays,
-/// is told by problems(), and stops none of the others.
+/// copy() makes a verified copy of every file, and removeOriginals() deletes the files whose copies
+/// are still identical. Either may be interrupted at any point, and both repeated: existing copies
+/// are recognised by their content. A file that cannot be moved stays, is reported by problems(),
+/// and does not stop the others.
 ///
-/// Regular files are moved, with their times and holes; the copies, and the folders made for them,
-/// are their owner's alone. Links, and what lies behind them, stay where they are, with a log line;
-/// at the target nothing is written through a link. A name that is taken there by something else is
-/// left alone: the copy gets a number. Records of the files (BaseFile) follow them. Folders that
-/// are empty afterwards are removed, but for the outermost one.
+/// Regular files are moved, with their times and holes; only the owner can access the copies, and
+/// the folders made for them. Links, and their targets, stay where they are, with a log line; at
+/// the target nothing is written through a link. If something else has a name there, it is left
+/// alone, and the copy gets a number. Records of the files (BaseFile) follow them. Folders that are
+/// empty afterwards are removed, except the outermost one.
 class FolderMove
 {
 public:
-    /// Whichever is the worst. InUse: some files are being written, and are left for another time.
-    /// NotStored is for callers that cannot store how far they are.
+    /// The worst that occurred. InUse: some files are being written, and are left for a later call.
+    /// NotStored is for callers that cannot store their progress.
     enum Result { Done, InUse, Failed, NoSpace, NotStored, Cancelled };
 
-    /// Why a file stays where it is. Stored nowhere.
+    /// Why a file stays where it is. Never stored.
     enum Cause {
-        BeingWritten, ///< or it keeps changing
-        Unreadable,   ///< the file, or the folder and all in it
-        NotWritable,  ///< at the target
-        InTheWay,     ///< Problem::obstacle is
-        NotRemovable, ///< it has been copied
+        BeingWritten, ///< or keeps changing
+        Unreadable,   ///< the file, or the folder with its contents
+        NotWritable,  ///< the target cannot be written to
+        InTheWay,     ///< Problem::obstacle is in the way
+        NotRemovable, ///< it has been copied, but cannot be deleted
     };
     struct Problem {
         QString path; ///< of the file or folder, absolute
@@ -45,47 +45,48 @@ public:
         QString obstacle; ///< what is in the way at the target, absolute
     };
 
-    /// What to carry; paths end in a separator.
+    /// What to move; paths end in a separator.
     struct Task {
         QString sourceRoot;
         QString targetRoot;
         QString folder;  ///< below the roots
         QString scratch; ///< path of the file being written, on the target's file system
-        /// Names below the folder of files and folders that are to stay; an empty one for all.
+        /// Names of files and folders below the folder that are to stay; an empty one for all.
         QStringList skipped;
     };
-    /// Takes note of bytes that have been dealt with, a negative number when some are to be dealt
-    /// with anew. False: stop.
+    /// Reports bytes as processed, or a negative number for bytes to be processed again. False:
+    /// stop.
     using Advance = std::function<bool(qint64 bytes)>;
 
     FolderMove(const Task &task, Advance advance);
 
-    /// Bytes in the regular files of a folder below `root`, without what lies behind links and in
-    /// folders that cannot be read.
+    /// Bytes in the regular files of a folder below `root`, excluding linked files and folders that
+    /// cannot be read.
     static qint64 size(const QString &root, const QString &folder);
-    /// Makes a folder below `root` one without a meaning in the folder `place`, and removes those
-    /// around it that are empty then. What lies behind a link stays. False when it cannot be done.
+    /// Moves a folder below `root` into the folder `place` under a meaningless name, and removes
+    /// parent folders that are empty then. Linked folders stay. False when it fails.
     static bool moveAway(const QString &root, const QString &folder, const QString &place);
 
-    /// Done or InUse: what could be copied is on the disk. Otherwise the reason has been logged.
+    /// Done or InUse: everything that could be copied is on the disk. Otherwise the reason has been
+    /// logged.
     Result copy();
-    /// After copy(). False when there is something to be copied again: files that have changed or
-    /// come since.
+    /// Call it after copy(). False when there is more to copy: files that have changed or arrived
+    /// since.
     bool removeOriginals();
-    /// Of both. A file in use is named, too.
+    /// Of both steps. Includes files in use.
     const QList<Problem> &problems() const { return m_problems; }
-    /// The name that Task::skipped has for it; empty for the folder itself.
+    /// The name of the problem's file for Task::skipped; empty for the folder itself.
     QString nameOf(const Problem &problem) const;
     Result worst() const { return m_worst; }
-    /// The names below the folder, of the files copied whose names were taken, and those of the
-    /// copies.
+    /// The names, below the folder, of copied files whose names were taken, each with the name of
+    /// its copy.
     QList<std::pair<QString, QString>> renamed() const;
-    /// Absolute paths of the copies that the last removeOriginals() has left alone in the world.
+    /// Absolute paths of the copies whose originals the last removeOriginals() deleted.
     const QStringList &moved() const { return m_moved; }
     bool hasCopies() const { return !m_copies.isEmpty(); }
 
 private:
-    /// What tells that a file has not changed.
+    /// Identifies a version of a file.
     struct Stamp {
         qint64 size;
         std::filesystem::file_time_type modified;
@@ -96,8 +97,8 @@ private:
         Stamp original;
         QString path;              // of the copy
         std::optional<Stamp> made; // of the copy
-        bool isOurs;               // the copy was made here
-        bool isFresh;              // changed so lately that a change may not show in the stamp
+        bool isOurs;               // made by this object
+        bool isFresh;              // changed so recently that the stamp may miss a change
     };
     struct Listing;
 
@@ -106,11 +107,12 @@ private:
     static Listing list(const QString &root, const QString &folder, const QStringList &skipped);
 
     Result copyFile(const QString &name);
-    /// Nothing when the file is to be looked at again: it changes or is gone, or its name is taken.
+    /// Nothing when the file must be looked at again: it changes or was deleted, or its name is
+    /// taken.
     std::optional<Result> copyContent(const QString &from, const QString &to, const Stamp &stamp);
     bool removeOriginal(const Copy &copy);
     bool isInUse(const QString &path) const;
-    /// For the file `from`.
+    /// Makes the folder for the copy of the file `from`.
     Result makeFolder(const QString &folder, const QString &from);
     void removeEmptyFolders();
     bool hasSameContent(const QString &left, const QString &right);
@@ -127,7 +129,7 @@ private:
     const QString m_scratch;
     const QStringList m_skipped;
     const Advance m_advance;
-    QString m_madeFolder; // the last one
+    QString m_madeFolder; // the last one made
     QList<Copy> m_copies;
     QList<Problem> m_problems;
     QStringList m_moved;

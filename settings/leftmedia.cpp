@@ -13,7 +13,7 @@
 namespace
 {
 
-/// Where media wait for their deletion.
+/// Where media wait to be deleted.
 QString trashFolder(const QString &directory)
 {
     return directory + MoveMap::nameOfOurs("left", directory);

@@ -5,21 +5,21 @@
 
 #include <atomic>
 
-/// Media of people who have gone, which are to be deleted. The settings ("left_media") name them
-/// until that is done: of each directory, the ids of those who had media there.
+/// Media of accounts that have left, which are to be deleted. The settings ("left_media") name them
+/// until that is done: for each directory, the ids of the accounts that had media there.
 namespace LeftMedia
 {
 
 QVariantMap stored();
 void store(const QVariantMap &left);
 void add(const QStringList &directories, const QStringList &ids);
-/// Takes those that have been deleted out of what is stored.
+/// Removes the media that have been deleted from the stored list.
 void remove(const QVariantMap &removed);
 
-/// Not there, or perhaps the directory at which a disk is mounted when that is unplugged.
+/// The directory does not exist, or may be the empty mount point of an unplugged disk.
 bool isBare(const QString &directory);
-/// Puts what an account has there where it can be deleted at leisure, whoever signs in meanwhile.
-/// False when something stays: the disk may be back later.
+/// Moves an account's media aside, to be deleted later even if the account signs in again. False
+/// when something stays: the disk may be back later.
 bool setAside(const QString &directory, const QString &id);
 /// Deletes what was set aside. False when something stays, or `hurrying` has become true. Any
 /// thread.

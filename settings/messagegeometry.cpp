@@ -10,7 +10,7 @@ namespace
 {
 
 constexpr int leastWidth = 200;
-/// The message view's place beside the information panel.
+/// The minimum width of the message view beside the information panel.
 constexpr int roomBesideInfoPanel = 380;
 
 } // namespace

@@ -2,8 +2,8 @@
 
 #include <QSize>
 
-/// The room that messages have in the window, in pixels. AccountManager is its public face: it
-/// announces what changes here.
+/// The space for messages in the window, in pixels. AccountManager is the public interface and
+/// announces the changes.
 ///
 /// Thread: the main thread.
 class MessageGeometry
@@ -11,7 +11,7 @@ class MessageGeometry
 public:
     static MessageGeometry *instance();
 
-    /// Back to the values of a process that has just started.
+    /// Restores the initial values of a process.
     void reset();
     /// Takes over the stored geometry of the main window.
     void load();
@@ -22,12 +22,12 @@ public:
     bool setWindow(const QSize &size);
     /// How wide a message with media may be in a chat.
     int messageWidth() const { return m_messageWidth; }
-    /// False when nothing changes; widths below 1 are ignored, the least is 200.
+    /// False when nothing changes; widths below 1 are ignored, the minimum is 200.
     bool setMessageWidth(int width) { return setWidth(&m_messageWidth, width); }
     /// The same in the view of a thread.
     int widthInThread() const { return m_widthInThread; }
     bool setWidthInThread(int width) { return setWidth(&m_widthInThread, width); }
-    /// True when the information panel is wanted and the window is wide enough for it.
+    /// True when the information panel is switched on and the window is wide enough for it.
     bool isInfoPanelVisible() const;
 
 private:

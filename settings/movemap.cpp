@@ -36,7 +36,7 @@ const QList<MoveMap::MediaFolder> &MoveMap::mediaFolders()
     static const auto &table = undying([] {
         QList<MediaFolder> folders;
         for (int modelType = 1; modelType <= 256; modelType *= 2) {
-            // Ordinary media alone have no name.
+            // Only ordinary media have no folder name.
             if (modelType > 1 && MediaFolders::ofSource(modelType).isEmpty())
                 continue;
             for (int fileType = 0; fileType <= 13; ++fileType) {

@@ -23,14 +23,15 @@
 #define MODELBASE_SETTING(type, name, Name, key, fallback)                                         \
     MODELBASE_SETTING_NAMED(type, name, Name, key, fallback, , value)
 
-/// As MODELBASE_SETTING, for parameter names that QML code relies on: that of the signal, that of the setter.
+/// As MODELBASE_SETTING, with parameter names that QML code relies on: the signal's and the
+/// setter's.
 #define MODELBASE_SETTING_NAMED(type, name, Name, key, fallback, changedParameter, parameter)      \
     MODELBASE_SETTING_GETTER(type, name, Name, key, fallback)                                      \
     MODELBASE_SETTING_SETTER(type, Name, key, parameter, name##Changed(parameter))                 \
 Q_SIGNALS:                                                                                         \
     void name##Changed(type changedParameter);
 
-/// The signal carries nothing. `parameter` is the name of the setter's.
+/// The signal carries nothing. `parameter` is the name of the setter's parameter.
 #define MODELBASE_SETTING_BARE(type, name, Name, key, fallback, parameter)                         \
     MODELBASE_SETTING_GETTER(type, name, Name, key, fallback)                                      \
     MODELBASE_SETTING_SETTER(type, Name, key, parameter, name##Changed())                          \
@@ -130,7 +131,7 @@ public:                                                                         
         return read(QStringLiteral(key), type(fallback));                                          \
     }
 
-// What the macros above are made of; also for settings that share all but one part with them.
+// The parts of the macros above; also for settings that share all but one of them.
 
 // "public:" first: moc takes a Q_PROPERTY that follows Q_SIGNALS for a signal.
 #define MODELBASE_SETTING_PROPERTY(type, name, Name)                                               \

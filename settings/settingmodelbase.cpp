@@ -10,11 +10,11 @@
 namespace
 {
 
-/// Takes what belongs to a script engine out of a value.
+/// Replaces the values of a script engine in a value.
 class Plain
 {
 public:
-    /// Nothing where a script's value is no plain data, or too much of it.
+    /// Nothing if a script's value is not plain data, or too large.
     std::optional<QVariant> operator()(const QVariant &value)
     {
         QVariant plain = convert(value, 0);
@@ -22,7 +22,7 @@ public:
     }
 
 private:
-    // What rows hold is no deeper; and it ends a cycle.
+    // Rows hold no deeper values; it also ends cycles.
     static constexpr int maxDepth = 100;
 
     QVariant convert(const QVariant &value, int depth)
@@ -59,7 +59,7 @@ private:
     {
         if (m_refused || --m_left < 0 || script.isCallable() || script.isError())
             return refuse();
-        // Dates, URLs, bytes and QML's value types have a type of their own.
+        // Dates, URLs, bytes and QML's value types have their own types.
         const QVariant value = script.toVariant(QJSValue::RetainJSObjects);
         if (value.metaType() != QMetaType::fromType<QJSValue>())
             return convert(value, depth);
@@ -88,7 +88,7 @@ private:
         return {};
     }
 
-    // Values of the script: one that is part of many others counts each time.
+    // Remaining values of the script: a shared one counts each time.
     int m_left = 100'000;
     bool m_refused = false;
 };

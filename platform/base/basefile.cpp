@@ -17,7 +17,7 @@
 namespace
 {
 
-/// Longer ones are no extensions but the end of a sentence.
+/// A longer one is not an extension but the end of a sentence.
 constexpr qsizetype maxExtension = 32;
 
 std::optional<BaseFile::FileState> storedState(const QVariant &value)
@@ -31,14 +31,14 @@ std::optional<BaseFile::FileState> storedState(const QVariant &value)
 
 } // namespace
 
-/// The records that have paths, by these. A record that something is done with is pinned: it may
-/// leave the list meanwhile, but another thread that destroys it waits.
+/// The records that have paths, by path. A record in use is pinned: it may leave the list
+/// meanwhile, but another thread that destroys it waits.
 class BaseFile::Followers
 {
 public:
     static Followers &instance()
     {
-        static Followers *all = new Followers; // records may outlive everything static
+        static Followers *all = new Followers; // never deleted: records may outlive statics
         return *all;
     }
 
@@ -51,7 +51,7 @@ public:
         m_records.insert(key, record);
     }
 
-    /// False when it was not listed with that path.
+    /// False when the record was not listed with that path.
     bool leave(BaseFile *record, const QString &path)
     {
         if (path.isEmpty())
@@ -61,11 +61,11 @@ public:
         const auto entry = m_records.constFind(key, record);
         if (entry == m_records.constEnd())
             return false;
-        m_records.erase(entry); // one: the cached copy may have the same path
+        m_records.erase(entry); // one entry: the cached copy may have the same path
         return true;
     }
 
-    /// Of a record that has left with all its paths.
+    /// For a record that has left with all its paths.
     void waitUntilUnpinned(const BaseFile *record)
     {
         const auto thread = std::this_thread::get_id();
@@ -84,7 +84,7 @@ public:
         const QString key = keyOf(path);
         std::unique_lock lock(m_mutex);
         for (BaseFile *record : m_records.values(key)) {
-            if (!m_records.contains(key, record)) // gone, by what was done with another one
+            if (!m_records.contains(key, record)) // left while another one was handled
                 continue;
             const auto pin = m_pins.insert(m_pins.end(), {record, std::this_thread::get_id()});
             lock.unlock();
@@ -106,7 +106,7 @@ private:
         std::thread::id thread;
     };
 
-    std::mutex m_mutex; // a record's mutex may be held when this one is taken, never the reverse
+    std::mutex m_mutex; // locked after a record's mutex, never before it
     std::condition_variable m_unpinned;
     QMultiHash<QString, BaseFile *> m_records;
     std::list<Pin> m_pins;
@@ -147,7 +147,7 @@ BaseFile::BaseFile(const BaseFile *other)
 
 BaseFile::~BaseFile()
 {
-    // What another thread does with a follower uses nothing but what is still there.
+    // Another thread that works with a follower uses only the members that still exist.
     if (!m_listed)
         return;
     {
@@ -297,7 +297,7 @@ void BaseFile::tellFollowers(const QStringList &paths)
         Followers::instance().each(path, [](BaseFile *record) { record->tellPath(); });
 }
 
-// The two below may meet a record of which another thread has destroyed all but this class.
+// Another thread may have destroyed all of the record except this class when the two below run.
 
 void BaseFile::follow(const QString &from, const QString &to)
 {

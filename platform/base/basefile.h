@@ -9,13 +9,13 @@
 
 #include <mutex>
 
-/// The record of one file: what the server knows it by, the key its bytes are encrypted with, and
-/// where it lies on this device.
+/// The record of one file: its identity on the server, the key that encrypts its bytes, and its
+/// place on this device.
 ///
-/// Thread: any. One recursive mutex guards a record; getters give copies. A change signal fires on
-/// a change only, after the value is in place, on the thread that made the change, once the
-/// outermost operation has let go of the mutex. A change made while others wait for their signals
-/// may be told of together with them; the values given are those at that time.
+/// Thread: any. A recursive mutex guards each record; getters return copies. A change signal fires
+/// only on a change, after the value is set, on the thread that made the change, once the outermost
+/// operation has released the mutex. It may also report changes made while it was pending; it
+/// carries the values at the time of emission.
 class MODELBASE_BASE_EXPORT BaseFile : public QObject
 {
     Q_OBJECT
@@ -26,26 +26,26 @@ class MODELBASE_BASE_EXPORT BaseFile : public QObject
     Q_PROPERTY(bool fileExist READ fileExist NOTIFY fileExistChanged)
 
 public:
-    /// How far the file has come between this device and the server. Stored by number.
+    /// The state of the file's transfer between this device and the server. Stored by number.
     enum FileState : quint8 {
         WaitingForUpload = 0,
         Uploading = 1,
         UploadFailed = 2,
         Downloading = 3,
         Downloaded = 4,
-        NotDownloaded = 5, ///< what a received record starts with
+        NotDownloaded = 5, ///< the initial state of a received record
         DownloadFailed = 6,
         DownloadPaused = 7,
-        Local = 8,    ///< made on this device; there is nothing to transfer
-        Uploaded = 9, ///< sent from this device, the source is in its place
-        Missing = 10, ///< was Downloaded or Uploaded, and is neither in its place nor in the cache
+        Local = 8,    ///< made on this device; nothing to transfer
+        Uploaded = 9, ///< sent from this device, and the source still exists
+        Missing = 10, ///< was Downloaded or Uploaded, but is in neither place
         UploadPaused = 11,
     };
     Q_ENUM(FileState)
 
     explicit BaseFile(QObject *parent = nullptr);
     explicit BaseFile(const QString &fileId, int fileType = 0);
-    /// A copy of all fields, without parent or connections. Of null: an empty record.
+    /// A copy of all fields, without parent or connections. For null: an empty record.
     explicit BaseFile(const BaseFile *other);
     ~BaseFile() override;
 
@@ -57,57 +57,58 @@ public:
     /// The checksum of the file's content: raw bytes.
     QByteArray fileMd5() const;
     void setFileMd5(const QByteArray &fileMd5);
-    /// Bytes, as recorded: what a stranger wrote into a record may be negative.
+    /// Bytes, as recorded: a record from outside may hold a negative number.
     qint64 size() const;
     virtual void setSize(qint64 size);
     qint32 version() const;
     void setVersion(qint32 version);
-    /// The kind of media folder that the file belongs into, a number of
-    /// ModelBaseUtil::getFileTypeString(); 0 when nobody has said.
+    /// The kind of media folder for the file, a number of ModelBaseUtil::getFileTypeString(); 0
+    /// when not set.
     int fileType() const;
     void setFileType(int fileType);
     FileState fileState() const;
     virtual void setFileState(FileState state);
 
-    /// Where the file lies on this device; empty when it does not.
+    /// The file's path on this device; empty if it is not here.
     QString filePath() const;
-    /// Takes the path as it is; the disk is not looked at.
+    /// Stores the path without looking at the disk.
     virtual void setFilePath(const QString &path);
-    /// Where a copy lies in the cache.
+    /// The path of a copy in the cache.
     QString cacheFilePath() const;
     virtual void setCacheFilePath(const QString &path);
-    /// Whether the file was there when the disk was last looked at.
+    /// Whether the file existed when the disk was last checked.
     bool fileExist() const;
 
-    // A file of ours that is put elsewhere takes its records along. Paths are absolute; how their
-    // slashes are written does not matter.
+    // When the client moves one of its files, its records follow. Paths are absolute; either kind
+    // of slash will do.
 
-    /// To be called before the file at `from` goes, when it is at `to` as well: every record that
-    /// had it at `from`, or its cached copy, has it at `to` when the call returns. No signal fires.
+    /// Call it before the file at `from` is removed, when it exists at `to` as well: on return
+    /// every record with `from` as its path, or its cached copy's, has `to` instead. No signal
+    /// fires.
     static void followFile(const QString &from, const QString &to);
-    /// Has filePathChanged() fired, on the calling thread, for the records that followFile() has
-    /// brought to one of these paths, where nothing else has fired it since.
+    /// Emits filePathChanged(), on the calling thread, for the records that followFile() moved to
+    /// one of these paths, unless it was emitted since.
     static void tellFollowers(const QStringList &paths);
 
-    /// Without the dot, in the letter case that it came in; empty when there is none.
+    /// Without the dot, in its original letter case; empty when there is none.
     virtual QString fileExtension() const;
-    /// What people call the file, as it was sent. The base class has nothing better than the id.
+    /// The file's name for the user, as it was sent. The base class returns the id.
     virtual QString fileName() const;
-    /// fileName() as it may be given to a file system (Util::safeFileName).
+    /// fileName() made safe for a file system (Util::safeFileName).
     QString diskName() const;
 
-    /// What follows the last dot of a name, where it is a valid extension and the dot is not the
-    /// first character.
+    /// What follows the last dot of a name, if it is a valid extension and the dot is not the first
+    /// character.
     static QString extensionOf(const QString &name);
-    /// The validity check of an extension: 1 to 32 letters, digits and "_-+~". Whatever else a
-    /// record claims to be an extension (a path, a sentence, "pdf" in reverse) is no extension.
+    /// Checks an extension: 1 to 32 letters, digits and "_-+~". Anything else that a record offers
+    /// as an extension (a path, a sentence, "pdf" in reverse) is invalid.
     static bool isValidExtension(QStringView extension);
-    /// The validity check of the path: fileExist() becomes, and the result is, whether it leads to
-    /// a regular file that can be read. Links are followed.
+    /// Checks the path: returns, and stores as fileExist(), whether it leads to a readable regular
+    /// file. Links are followed.
     bool checkFilePath();
 
-    /// Writes the stored form: "aesKey" and "fileMd5" (Base64), "fileId", "size", "filePath"; and
-    /// where they are not the defaults "version", "fileState", "cachePath" and "mediaType", the
+    /// Writes the stored form: "aesKey" and "fileMd5" (Base64), "fileId", "size", "filePath"; and,
+    /// if they differ from the defaults, "version", "fileState", "cachePath" and "mediaType", the
     /// fileType().
     virtual void serialize(QVariantMap &map) const;
 
@@ -126,10 +127,10 @@ protected:
         SizeChange = 4,
         StateChange = 8,
         ExistChange = 16,
-        FirstOwnChange = 32, ///< where the flags of a subclass begin
+        FirstOwnChange = 32, ///< the first flag of a subclass
     };
 
-    /// What a protocol record says of a file.
+    /// A file as a protocol record describes it.
     struct Identity {
         QString id;
         QByteArray aesKey;
@@ -140,8 +141,8 @@ protected:
     /// Sets everything at once, without locks and signals.
     explicit BaseFile(Identity &&identity);
 
-    /// Holds the record's mutex. The last one that a thread lets go of has the signals of all
-    /// changes emitted, outside the mutex.
+    /// Holds the record's mutex. When a thread releases its last one, the signals of all changes
+    /// are emitted, outside the mutex.
     class MODELBASE_BASE_EXPORT Locker
     {
     public:
@@ -154,11 +155,11 @@ protected:
     };
     using ReadLocker = std::lock_guard<std::recursive_mutex>;
 
-    /// Emits the signals that stand for the flags. Called without the mutex.
+    /// Emits the signals for these flags. Called without the mutex.
     virtual void emitChanges(quint16 changes);
-    /// Notes that signals are due. Under the mutex.
+    /// Notes that signals are due. Call it under the mutex.
     void noteChange(quint16 changes) { m_changes |= changes; }
-    /// Sets a field and notes the change, if it is one.
+    /// Sets a field and notes the change, if there is one.
     template <typename T>
     void assign(T &field, const T &value, quint16 change)
     {
@@ -170,19 +171,19 @@ protected:
     }
     void setFileExist(bool exist);
     enum Place : quint8 { FilePlace = 1, CachePlace = 2 };
-    /// Whether followFile() has changed that path since it was set, or since this was asked last:
-    /// what was recorded of the file's times is not that of the copy. Under the mutex.
+    /// Whether followFile() has changed that path since it was set, or since the last call: the
+    /// recorded file times are not those of the copy. Call it under the mutex.
     bool takeFollowed(Place place);
 
-    /// The names that a stored map has for the fields of one of its files.
+    /// The keys of a file's fields in a stored map.
     struct StoredKeys {
         QString id, aesKey, md5, path, size, version, state, cachePath, type;
         bool emptySize = true; ///< a size of 0 is written, too
     };
     static const StoredKeys &sourceKeys();
     void write(QVariantMap &map, const StoredKeys &keys) const;
-    /// Reads what every kind of record has, but the path, as StoredValue reads it; with `all` false
-    /// a key that is not in the map leaves its field alone.
+    /// Reads the fields that all records have, except the path, as StoredValue reads them; with
+    /// `all` false a key missing in the map leaves its field unchanged.
     void read(const QVariantMap &map, const StoredKeys &keys, bool all);
 
     mutable std::recursive_mutex m_mutex;
@@ -205,7 +206,7 @@ private:
     FileState m_fileState = NotDownloaded;
     bool m_fileExist = false;
     quint8 m_followed = 0; // Places whose paths followFile() has changed
-    bool m_listed = false; // among the followers, once it had a path
+    bool m_listed = false; // among the followers, since it first had a path
     quint16 m_depth = 0;   // of Lockers
-    quint16 m_changes = 0; // whose signals are due
+    quint16 m_changes = 0; // flags of the signals that are due
 };

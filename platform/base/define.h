@@ -8,7 +8,7 @@
 class MODELBASE_BASE_EXPORT Define
 {
 public:
-    /// The initialisation vector that all of the client's encryption uses: 16 bytes. It is part of
-    /// the format of everything that was ever encrypted and never changes.
+    /// The initialisation vector of all of the client's encryption: 16 bytes. It is part of the
+    /// format of everything ever encrypted, and never changes.
     static const QByteArray &comIV();
 };

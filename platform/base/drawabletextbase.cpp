@@ -17,24 +17,24 @@ namespace
 
 using FormatRanges = QList<QTextLayout::FormatRange>;
 
-/// QTextLayout counts in 26.6 fixed point and takes no wider line; as good as no limit.
+/// QTextLayout counts in 26.6 fixed point and accepts no wider line; in practice unlimited.
 constexpr double unlimitedWidth = 1 << 22;
 
-/// Code units that are laid out in one go. An ordinary message is one piece; a long text costs no
-/// more than the lines that are asked for, and one without end is never searched for its next word.
+/// Code units laid out at once. An ordinary message is one piece; a long text costs only the lines
+/// that are needed, and an endless one is never searched for its next word.
 constexpr qsizetype pieceLength = 4096;
-/// The same where script, direction or format change all the time: QTextLayout takes more than linear
-/// time for a run each few characters.
+/// The same for text whose script, direction or format changes all the time: there QTextLayout
+/// takes more than linear time.
 constexpr qsizetype shortPieceLength = 1024;
 constexpr int mostRuns = 256;
 
-/// Collects lines in their order, until no further one can change the result.
+/// Collects lines in order, until no further one can change the result.
 class Lines
 {
 public:
     using Kept = std::vector<DrawableTextBase::Layout::Line>;
 
-    /// @param kept where to put the lines themselves, for who draws them; null: nowhere
+    /// @param kept receives the lines themselves, for drawing; null: discard them
     Lines(int maxRowCount, int rowLimit, int tolerance, Kept *kept = nullptr)
         : m_kept(kept), m_maxRowCount(maxRowCount > 0 ? maxRowCount : unlimited),
           m_rowLimit(std::min(rowLimit > 0 ? rowLimit : DrawableTextBase::mostLines,
@@ -53,7 +53,7 @@ public:
     }
 
     bool areKept() const { return m_kept != nullptr; }
-    /// A layout for the lines that follow, which lives on with them.
+    /// A layout for the lines that follow, kept as long as they are.
     QTextLayout &keepLayout(const QString &text, const QFont &font)
     {
         m_layouts.push_back(std::make_unique<QTextLayout>(text, font));
@@ -99,13 +99,13 @@ private:
 
     Kept *const m_kept;
     std::vector<std::unique_ptr<QTextLayout>> m_layouts;
-    qsizetype m_offset = 0; // where the piece that is laid out begins
+    qsizetype m_offset = 0; // start of the present piece
     bool m_isRightToLeft = false;
     const qint64 m_maxRowCount;
     const qint64 m_rowLimit;
     const qint64 m_tolerance;
     Block m_all;
-    Block m_first; ///< what is shown of an elided text
+    Block m_first; ///< the visible part of an elided text
 };
 
 const QTextOption &wrapOption()
@@ -120,10 +120,10 @@ const QTextOption &wrapOption()
 
 struct LaidOut {
     int lines = 0;
-    qsizetype end = 0; ///< where the first line that was left out begins
+    qsizetype end = 0; ///< start of the first line that was left out
 };
 
-/// The formats inside [from, end), counted from there.
+/// The formats inside [from, end), with positions relative to `from`.
 FormatRanges formatsWithin(const FormatRanges &all, qsizetype from, qsizetype end)
 {
     FormatRanges within;
@@ -150,8 +150,8 @@ LaidOut addLines(const std::vector<WordLayout::Line> &known, int most, Lines &li
     return made;
 }
 
-/// Breaks a piece of a paragraph into at most `most` lines. Of a piece that is cut off at its end
-/// the last line is left out: it begins there in any case, but it may go on.
+/// Breaks a piece of a paragraph into at most `most` lines. Leaves out the last line of a piece
+/// that is cut off: that line begins there, but may continue beyond the piece.
 LaidOut layOutPiece(const QString &text, bool isCut, const QFont &font, const FormatRanges &formats,
                     double width, int most, Lines &lines)
 {
@@ -187,7 +187,7 @@ LaidOut layOutPiece(const QString &text, bool isCut, const QFont &font, const Fo
     return made;
 }
 
-/// How much of [from, end) is laid out in one go.
+/// How much of [from, end) to lay out at once.
 qsizetype pieceLengthOf(const Paragraphs &paragraphs, qsizetype from, qsizetype end)
 {
     if (end - from <= shortPieceLength)
@@ -209,8 +209,8 @@ qsizetype pieceLengthOf(const Paragraphs &paragraphs, qsizetype from, qsizetype 
     return runs > mostRuns ? shortPieceLength : pieceLength;
 }
 
-/// Lays out the paragraph [from, end), each piece from the line that the one before could not
-/// finish.
+/// Lays out the paragraph [from, end), starting each piece at the line that the previous piece
+/// could not finish.
 /// @return the lines it made, `most` or fewer
 int layOutParagraph(const Paragraphs &paragraphs, qsizetype from, qsizetype end, const QFont &font,
                     double width, int most, Lines &lines)
@@ -229,13 +229,13 @@ int layOutParagraph(const Paragraphs &paragraphs, qsizetype from, qsizetype end,
         if (!isCut)
             break;
         from += piece.end;
-        // A piece that is less than a line is tried again with much more.
+        // A piece shorter than a line is tried again with much more text.
         length = piece.lines == 0 ? 4 * length : pieceLengthOf(paragraphs, from, end);
     }
     return made;
 }
 
-/// Lays out paragraph by paragraph. What lies behind the last line that counts is never shaped.
+/// Lays out paragraph by paragraph. Text behind the last needed line is never shaped.
 void layOut(const Paragraphs &paragraphs, const QFont &font, double width, Lines &lines)
 {
     const QString &text = paragraphs.text;

@@ -21,7 +21,7 @@ bool is(UChar32 c, UProperty property)
     return u_hasBinaryProperty(c, property);
 }
 
-/// Walks over code points; reads a lone surrogate as itself, and the end as U_SENTINEL.
+/// Iterates over code points; returns a lone surrogate as itself, and U_SENTINEL at the end.
 class Reader
 {
 public:
@@ -63,8 +63,8 @@ private:
     const char16_t *m_end;
 };
 
-/// A sequence in the spelling that ICU knows as RGI: the emoji selector stands after every
-/// character that is text by default and carries no skin tone, and nowhere else.
+/// A sequence in the spelling that ICU knows as RGI: with the emoji selector after every character
+/// that is text by default and has no skin tone, and nowhere else.
 class Qualified
 {
 public:
@@ -89,12 +89,12 @@ private:
 
 /// One picture without joiners (zwj_element of UTS #51).
 enum class Element {
-    None, ///< no emoji
-    Text, ///< an emoji that is shown as text by default; becomes a picture only in a sequence
+    None, ///< not an emoji
+    Text, ///< text by default; a picture only in a sequence
     Picture,
 };
 
-/// Reads a flag of two regional indicators. One that no region has is shown as two letters.
+/// Reads a flag of two regional indicators. A pair without a region is shown as two letters.
 Element readFlag(Reader &reader, UChar32 first)
 {
     if (!is(reader.peek(), UCHAR_REGIONAL_INDICATOR))
@@ -105,13 +105,13 @@ Element readFlag(Reader &reader, UChar32 first)
     return flag.isRgi() ? Element::Picture : Element::None;
 }
 
-/// Reads one element, and adds it to the sequence. Flags and keycaps are never joined to others, so
-/// they are left out of it.
+/// Reads one element, and adds it to the sequence. Flags and keycaps never join others, so they are
+/// left out.
 Element readElement(Reader &reader, Qualified &qualified)
 {
     const UChar32 c = reader.next();
     if (c < 0x80) {
-        // Of ASCII, digits, # and * are keycaps, and nothing else.
+        // In ASCII only the keycaps count: digits, # and *.
         if (!is(c, UCHAR_EMOJI))
             return Element::None;
         reader.skip(emojiSelector);
@@ -136,7 +136,7 @@ Element readElement(Reader &reader, Qualified &qualified)
     if (!pictureByDefault)
         qualified.append(emojiSelector);
 
-    // Flags of subdivisions. Tags that no font knows are invisible; the picture is the base's.
+    // Flags of subdivisions. Unknown tags are invisible, and the picture is the base's.
     bool tagged = false;
     for (UChar32 tag = reader.peek(); tag >= firstTag && tag <= lastTag; tag = reader.peek()) {
         tagged = true;
@@ -147,10 +147,10 @@ Element readElement(Reader &reader, Qualified &qualified)
     return pictureByDefault || selected ? Element::Picture : Element::Text;
 }
 
-/// Reads one emoji, and the joiner that binds it to the next one; false when there is none.
+/// Reads one emoji, and the joiner between it and the next one; false when there is none.
 ///
 /// The longest joined sequence that is recommended for interchange (RGI) is one picture. Fonts do
-/// not draw other joined sequences: those fall apart into their elements.
+/// not draw other joined sequences: those are split into their elements.
 bool readEmoji(Reader &reader)
 {
     Qualified qualified;
@@ -160,7 +160,7 @@ bool readEmoji(Reader &reader)
     if (reader.peek() != zeroWidthJoiner)
         return element == Element::Picture;
 
-    // No RGI sequence joins more than four; looking no further keeps endless chains linear.
+    // No RGI sequence joins more than four; this limit keeps endless chains linear.
     static constexpr int mostJoined = 4;
     Reader end = reader;
     for (int joined = 2; joined <= mostJoined && reader.skip(zeroWidthJoiner); ++joined) {

@@ -22,7 +22,7 @@ Q_LOGGING_CATEGORY(log, "im.base")
 
 namespace dom = simdjson::dom;
 
-/// Levels of maps and lists. QJsonDocument reads as many.
+/// Maximum nesting of maps and lists, the same as QJsonDocument's.
 constexpr int maximumDepth = 1024;
 /// A parser keeps about 14 bytes for each byte of the longest text it has read.
 constexpr qsizetype longestForKeptParser = 64 * 1024;
@@ -33,7 +33,7 @@ bool isWhole64Bit(double number)
     return number >= -limit && number < limit && std::trunc(number) == number;
 }
 
-// Reading. The parser bounds the depth of what it lets through, and with it the recursion here.
+// Reading. The parser limits the depth of its result, and so the recursion here.
 
 QVariant toVariant(const dom::element &element);
 
@@ -45,7 +45,7 @@ QString toString(std::string_view text)
 QVariantMap toContainer(const dom::object &object)
 {
     QVariantMap map;
-    // Stored maps are sorted, so that the end is where the next key belongs.
+    // Stored maps are sorted, so the next key usually belongs at the end.
     for (const auto &[key, value] : object)
         map.insert(map.cend(), toString(key), toVariant(value));
     return map;
@@ -71,7 +71,7 @@ QVariant toVariant(const dom::element &element)
         return toString(element.get_string().value_unsafe());
     case dom::element_type::INT64:
         return qlonglong(element.get_int64().value_unsafe());
-    case dom::element_type::UINT64: // only what is beyond INT64
+    case dom::element_type::UINT64: // only values beyond INT64
         return double(element.get_uint64().value_unsafe());
     case dom::element_type::DOUBLE: {
         const double number = element.get_double().value_unsafe();
@@ -85,7 +85,7 @@ QVariant toVariant(const dom::element &element)
     return QVariant::fromValue(nullptr);
 }
 
-/// True when the parser could read `json`; `container` is then what stands in it.
+/// True when the parser could read `json`; `container` then receives its content.
 template <typename Source, typename Container>
 bool parse(dom::parser &parser, const QByteArray &json, Container *container)
 {
@@ -132,7 +132,7 @@ Container read(const QByteArray &json)
     return container;
 }
 
-/// Writes the same bytes as QJsonDocument, straight from the variants.
+/// Writes the same bytes as QJsonDocument, directly from the variants.
 class Writer
 {
 public:
@@ -226,7 +226,7 @@ private:
         case QJsonValue::Bool:
             return boolean(json.toBool());
         case QJsonValue::Double:
-            // Qt keeps doubles without a fraction as integers, as far as they are exact.
+            // Qt keeps doubles without a fraction as integers, if they are exact.
             if (json.toVariant().typeId() == QMetaType::LongLong)
                 return integer(json.toInteger());
             return number(json.toDouble());
@@ -262,7 +262,7 @@ private:
         char *out = chunk;
         m_json += '"';
         qsizetype i = 0;
-        if (text.startsWith(QChar(QChar::ByteOrderMark))) // Qt would drop it in reading
+        if (text.startsWith(QChar(QChar::ByteOrderMark))) // Qt would drop it when reading
             out = escape(out, text[i++].unicode());
         for (; i < text.size(); ++i) {
             if (out > chunk + sizeof chunk - longestUnit) {
@@ -332,10 +332,10 @@ private:
     bool m_tooDeep = false;
 };
 
-/// Where the first `most` elements of a list end; -1 when there are no more than that.
+/// Where the first `most` elements of a list end; -1 when the list has no more.
 qsizetype endOfElements(QByteArrayView json, qsizetype most)
 {
-    if (json.size() <= 2 * most) // a character and a comma each
+    if (json.size() <= 2 * most) // each element has a character and a comma
         return -1;
     int depth = 0;
     bool isText = false;

@@ -6,16 +6,16 @@
 #include <QStandardPaths>
 #include <QString>
 
-/// Files and directories that nobody but their owner may read, whatever the process' umask says. On
-/// Windows that is left to the folder of the user, which no other user may enter.
+/// Files and directories that only their owner may access, whatever the process' umask. On Windows
+/// the user's folder, which no other user may enter, provides that.
 ///
-/// Inline, and of Qt Core alone: the log, on which all other libraries stand, uses it too.
+/// Inline and with Qt Core only: the log, on which all other libraries depend, uses it too.
 namespace privatefile
 {
 
 constexpr QFile::Permissions forOwner = QFile::ReadOwner | QFile::WriteOwner;
 
-/// Takes from others all that they may do with a file or directory. False when that cannot be done.
+/// Revokes all access of others to a file or directory. False when that fails.
 inline bool restrict(const QString &path)
 {
     constexpr QFile::Permissions others(0x0077);
@@ -23,7 +23,7 @@ inline bool restrict(const QString &path)
     return !(now & others) || QFile::setPermissions(path, now & ~others);
 }
 
-/// Makes an empty file for its owner alone. False when there is one, or it cannot be made.
+/// Creates an empty file for its owner only. False when it exists, or cannot be created.
 inline bool create(const QString &path, QString *error = nullptr)
 {
     QFile file(path);
@@ -33,23 +33,23 @@ inline bool create(const QString &path, QString *error = nullptr)
     return made;
 }
 
-/// Opens a file for writing, of a kind that takes shape beside its name, as QSaveFile: nothing is in
-/// it yet when others are shut out. What stands under the name may be open to all.
+/// Opens a file for writing that, like QSaveFile, is written beside its name: others are shut out
+/// before it has any content. An existing file of that name may be open to all.
 template <typename File>
 bool open(File &file)
 {
     return file.open(QIODevice::WriteOnly) && file.setPermissions(forOwner);
 }
 
-/// Makes a directory for its owner alone, with those above it that are missing. One that is there
-/// keeps its permissions, but for the application's data directory and what is in it: those are
-/// closed to others. True when it is a directory afterwards.
+/// Creates a directory for its owner only, with missing parents. An existing one keeps its
+/// permissions, except the application's data directory and directories inside it: those are closed
+/// to others. Returns whether it is a directory afterwards.
 inline bool makeDirectory(const QString &path)
 {
     const QString clean = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
     if (!QFileInfo::exists(clean)) {
         const QString above = QFileInfo(clean).path();
-        // Somebody else may make it at the same time.
+        // Another process may create it at the same time.
         return above != clean && makeDirectory(above)
             && (QDir().mkdir(clean, forOwner | QFile::ExeOwner) || QFileInfo(clean).isDir());
     }

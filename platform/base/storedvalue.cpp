@@ -25,7 +25,7 @@ qint64 StoredValue::toInt64(const QVariant &value)
         return qint64(std::min(value.toULongLong(), quint64(Limits::max())));
     case QMetaType::Float:
     case QMetaType::Double: {
-        // Beyond the range, a conversion may give anything.
+        // Converting a number out of range may give anything.
         constexpr double beyond = 9223372036854775808.0;
         const double number = value.toDouble();
         if (std::isnan(number))

@@ -2,16 +2,16 @@
 
 #include <utility>
 
-/// Makes what is never destroyed, for a static reference: threads may still read it while the
-/// process exits, when everything static of other kinds is being destroyed.
+/// Makes an object that is never destroyed, for a static reference: threads may still read it while
+/// the process exits and other statics are destroyed.
 template <typename T>
 const T &undying(T value)
 {
     return *new T(std::move(value));
 }
 
-/// What each thread keeps from one call to the next. Null once the thread has destroyed it: on the
-/// main thread, atexit functions and static destructors run after that.
+/// State that each thread keeps between calls. Null once the thread has destroyed it: on the main
+/// thread, atexit functions and static destructors run after that.
 template <typename T>
 T *keptByThread()
 {

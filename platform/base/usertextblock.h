@@ -8,7 +8,7 @@
 
 #include <algorithm>
 
-/// What a text entity is; the numbers are those of the protocol (im.content.TextEntity.Type).
+/// The kind of a text entity; the numbers are those of the protocol (im.content.TextEntity.Type).
 namespace TextEntityType
 {
 enum Value : qint32 {
@@ -34,9 +34,9 @@ enum Value : qint32 {
 };
 }
 
-/// One entity of a message's text: a range and what it means. Offsets come from outside and are
-/// kept as they are, so `from` and `len` may be negative or reach past the text; whoever reads text
-/// through them goes through `clampedTo`.
+/// One entity of a message's text: a range and its meaning. Offsets come from outside and are kept
+/// unchanged, so `from` and `len` may be negative or reach past the text; use `clampedTo` before
+/// reading text through them.
 ///
 /// | type | data |
 /// |---|---|
@@ -55,8 +55,8 @@ struct MODELBASE_BASE_EXPORT UserTextBlock {
     QVariant data;                         ///< by type, see above
     bool disablePreview = false;           ///< no link preview for this block
 
-    /// The part of [from, from + len) that lies inside a text of `textLength` code units; empty
-    /// when there is none.
+    /// The part of [from, from + len) inside a text of `textLength` code units; empty when there is
+    /// none.
     struct Range {
         qsizetype from = 0;
         qsizetype len = 0;

@@ -20,7 +20,7 @@ namespace
 
 Q_LOGGING_CATEGORY(log, "im.base")
 
-/// Removes all that can be removed, and tells the first reason why something cannot.
+/// Removes everything that can be removed, and returns the first reason why something cannot.
 void removeTree(const std::filesystem::path &path, QString *obstacle)
 {
     namespace fs = std::filesystem;
@@ -46,7 +46,7 @@ bool Util::isEmojiGame(const QString &text)
 {
     static constexpr QStringView games[] = {u"🎲", u"🎯", u"🏀", u"⚽", u"🎳", u"🎰"};
     QStringView emoji = text;
-    if (emoji.endsWith(QChar(0xfe0f))) // "as emoji", which some keyboards add
+    if (emoji.endsWith(QChar(0xfe0f))) // the emoji selector, which some keyboards add
         emoji.chop(1);
     return std::find(std::begin(games), std::end(games), emoji) != std::end(games);
 }
@@ -81,7 +81,7 @@ bool Util::mkpath(const QString &path)
 
 bool Util::removeLocalFolder(const QString &path)
 {
-    // Without its last slash: "link/" would be what the link points to.
+    // Without its last slash: "link/" would name the target of the link.
     const QString clean = QDir::cleanPath(path);
     if (clean.isEmpty() || QDir(clean).isRoot()) {
         ImLog::error(log(), QStringLiteral("Refused to remove \"%1\"").arg(path));
@@ -119,7 +119,7 @@ QString Util::intToSizeStr(qint64 bytes)
         return QString::number(std::max<qint64>(bytes, 0)) + units[0];
     double size = double(bytes);
     const QString *unit = units;
-    // What would be rounded to "1024.0" belongs to the next unit.
+    // A value that would be rounded to "1024.0" uses the next unit.
     for (; size >= 1023.95; ++unit)
         size /= 1024;
     return QString::number(size, 'f', 1) + *unit;

@@ -6,9 +6,9 @@
 
 #include <algorithm>
 
-// Names for files, safe on every system: the characters and names that Windows reserves ("Naming
+// File names that are safe on every system: the characters and names reserved by Windows ("Naming
 // Files, Paths, and Namespaces" in its documentation), the separators of POSIX, its limit of 255
-// bytes (NAME_MAX), and the characters by which a name can look like another (Unicode Technical
+// bytes (NAME_MAX), and the characters that make one name look like another (Unicode Technical
 // Report 36, bidirectional text spoofing).
 
 namespace
@@ -53,7 +53,7 @@ QString replaced(const QString &name)
     return result;
 }
 
-/// Windows drops spaces and dots at the end: "a.exe." would be "a.exe".
+/// Windows drops spaces and dots at the end: "a.exe." would become "a.exe".
 void chopEnd(QString &name)
 {
     qsizetype size = name.size();
@@ -62,7 +62,7 @@ void chopEnd(QString &name)
     name.truncate(size);
 }
 
-/// Windows takes these for devices in any folder, whatever follows the first dot.
+/// Windows treats these as devices in any folder, whatever follows the first dot.
 bool isDevice(const QString &name)
 {
     const QStringView stem = QStringView(name).left(name.indexOf(u'.')).trimmed();
@@ -76,9 +76,8 @@ bool isDevice(const QString &name)
             || stem.startsWith(u"LPT", Qt::CaseInsensitive));
 }
 
-/// The longest beginning of `text` of at most `bytes` bytes that ends between two characters as
-/// people see them. One that is longer by itself, a letter under a tower of accents, is cut between
-/// two code points.
+/// The longest prefix of `text` of at most `bytes` bytes that ends between two visible characters.
+/// If even the first one is longer (a letter with many accents), it is cut between two code points.
 QString cut(const QString &text, qsizetype bytes)
 {
     const QByteArray utf8 = text.toUtf8();
@@ -117,7 +116,7 @@ QString Util::safeFileName(const QString &name)
     chopEnd(safe);
     safe = withoutDevice(safe);
     if (safe.toUtf8().size() > maxBytes)
-        safe = withoutDevice(shortened(safe)); // cut down to a device, "CON      x"
+        safe = withoutDevice(shortened(safe)); // may have become a device: "CON      x"
     return safe.isEmpty() ? QStringLiteral("_") : safe;
 }
 

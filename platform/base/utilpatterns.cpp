@@ -2,42 +2,42 @@
 
 #include <utility>
 
-// How a text's links, addresses and tags are recognised.
+// Patterns that recognise links, addresses and tags in a text.
 //
-// Texts come from strangers, so that every expression takes time in proportion to the text: loops
-// are possessive or have an upper bound, and a lookbehind lets an attempt start only where a word
-// (for hosts and addresses: where the whole dotted run) starts. What turns out to be something else
-// is left behind as a whole with (*SKIP)(*FAIL).
+// Texts come from strangers, so every expression takes time linear in the text: loops are
+// possessive or have an upper bound, and a lookbehind lets a match start only where a word (for
+// hosts and addresses: the whole dotted run) starts. A candidate that turns out to be something
+// else is skipped as a whole with (*SKIP)(*FAIL).
 //
-// All expressions are in extended syntax: blanks outside of classes mean nothing, "#" is escaped.
-// Names in braces stand for the fragments below.
+// All expressions are in extended syntax: blanks outside classes are ignored, "#" is escaped. Names
+// in braces stand for the fragments below.
 
 namespace
 {
 
 /// Later fragments may use earlier ones.
 constexpr std::pair<QStringView, QStringView> fragments[] = {
-    // Inside of classes: what words are made of, and the scripts that put no spaces between words.
-    // A link, tag or number may touch a word of those.
+    // For use inside classes: the characters of words, and the scripts without spaces between
+    // words. A link, tag or number may touch a word of those scripts.
     {u"{WORD}", uR"(\p{L}\p{M}\p{N}_)"},
     {u"{UNSPACED}", uR"(\p{Han}\p{Hiragana}\p{Katakana}\p{Thai}\p{Lao}\p{Khmer}\p{Myanmar})"},
     {u"{WORD_STARTS}", uR"((?: (?<![{WORD}]) | (?<=[{UNSPACED}]) ))"},
     {u"{WORD_ENDS}", uR"((?: (?![{WORD}]) | (?=[{UNSPACED}]) ))"},
-    // Inside of classes: Latin words, the accents of decomposed letters included.
+    // For use inside classes: Latin words, including the accents of decomposed letters.
     {u"{LATIN}", uR"(\p{Latin}\x{300}-\x{36F}\p{N}_)"},
-    // The zero-width joiners, and the punctuation that counts as part of a word in the middle of
-    // one (UAX #29, MidLetter, and its kin in Katakana, Hebrew and Tibetan).
+    // The zero-width joiners, and the punctuation that is part of a word in the middle of it (UAX
+    // #29, MidLetter, and equivalents in Katakana, Hebrew and Tibetan).
     {u"{WORD_JOINERS}", uR"(\x{200C}\x{200D}\x{B7}\x{30FB}\x{5F3}\x{5F4}\x{F0B})"},
     {u"{TAG}", uR"([{WORD}]++ (?: [{WORD_JOINERS}]++ [{WORD}]++ )*+)"},
 
-    // Hosts (RFC 1123, RFC 5890). A label is Latin or it is not: where the script changes, as in a
-    // Chinese sentence around an address, the host starts or ends.
+    // Hosts (RFC 1123, RFC 5890). A label is either Latin or not: the host starts or ends where the
+    // script changes, as in a Chinese sentence around an address.
     {u"{LATIN_LABEL}", uR"([{LATIN}]++ (?: -++ [{LATIN}]++ )*+)"},
     {u"{OTHER_LABEL}", uR"((?= [\p{N}_-]*+ (?!\p{Latin}) \p{L} )
                            (?: (?!\p{Latin}) [\p{L}\p{M}\p{N}_-] )++)"},
     {u"{LABEL}", uR"((?: {LATIN_LABEL} | {OTHER_LABEL} ))"},
     {u"{PUNYCODE}", uR"(xn--[A-Za-z0-9-]{2,59}+)"},
-    // Any top-level domain. "ok.Then" is a forgotten space: no domain is written like that.
+    // Any top-level domain. "ok.Then" is a missing space: domains are not capitalised like that.
     {u"{UNCAPITALISED}", uR"((?-i: (?! \p{Lu}\p{Ll} ) ))"},
     {u"{TOP_LEVEL}", uR"((?: {PUNYCODE} | {UNCAPITALISED}
                              (?: \p{Latin}{2,63}+ | (?: (?!\p{Latin}) [\p{L}\p{M}] ){2,63}+ ) ))"},
@@ -45,9 +45,9 @@ constexpr std::pair<QStringView, QStringView> fragments[] = {
     {u"{IPV4}", uR"((?: {OCTET} (?: \. {OCTET} ){3} (?![0-9]) ))"},
     {u"{PORT}", uR"((?: :[0-9]{1,5}+ (?![0-9]) ))"},
 
-    // What follows the host. Punctuation belongs to a link only when more of the link comes after
-    // it, a closing bracket only when its opening one is inside, too. Emoji, quotes and the
-    // punctuation of other scripts end it.
+    // The text after the host. Punctuation belongs to a link only if more of the link follows, a
+    // closing bracket only if its opening one is inside, too. Emoji, quotes and punctuation of
+    // other scripts end the link.
     {u"{LINK}", uR"(\p{L}\p{M}\p{N}\p{Pd}_~$&+=@%\#/^\x{200C}\x{200D})"},
     {u"{LINK_DOTS}", uR"(.,;:!?'*|\x{2019}\x{B7}\x{30FB})"},
     {u"{IN_BRACKETS}", uR"([{LINK}{LINK_DOTS}\[\]])"},
@@ -59,9 +59,9 @@ constexpr std::pair<QStringView, QStringView> fragments[] = {
     {u"{EXCEPT_IN_LINKS}", uR"((?: {SCHEME} | (?<![{WORD}]) (?i: www ) \. )
                                [{LINK}{LINK_DOTS}()\[\]]*+ (*SKIP)(*FAIL) |)"},
 
-    // The top-level domains that make a link of a name without a scheme or "www.". By far not all:
-    // "file.txt" and "e.g." are none. Those that are file endings or everyday words, too, count
-    // only when a port or a path follows ("notes.md", "user.name").
+    // The top-level domains that turn a name without a scheme or "www." into a link. By far not
+    // all, since "file.txt" and "e.g." are not links. Domains that are also file endings or
+    // everyday words count only with a port or a path ("notes.md", "user.name").
     {u"{DOMAINS}", uR"(
         com|net|org|edu|gov|mil|int|info|biz|mobi|asia|xyz|online|site|website|shop|store|app|dev|
         blog|news|cloud|tech|club|vip|icu|wiki|studio|agency|digital|social|chat|games|
@@ -79,7 +79,7 @@ constexpr std::pair<QStringView, QStringView> fragments[] = {
         عمان|مصر|السعودية|امارات|ایران|الاردن|المغرب|تونس|قطر|فلسطين|عراق|سورية|سودان|الجزائر|
         بھارت|پاکستان|شبكة|موقع)"},
 
-    // What separates the groups of a phone number, and what its digits may not be.
+    // The separators between the groups of a phone number, and digit sequences that are excluded.
     {u"{GAP}", uR"([\x{20}\x{A0}\x{2009}\x{202F}.\x{2010}\x{2011}-])"},
     {u"{DATE}",
      uR"((?: (?: \d{4} ([-./]) \d{1,2} \g{-1} \d{1,2} | \d{1,2} ([-./]) \d{1,2} \g{-1} \d{4} )
@@ -109,8 +109,8 @@ constexpr QStringView url = uR"((?i)
     (?! [{LATIN}@] | -++ [\p{L}\p{N}] | \. [\p{L}\p{N}] )
     {PORT}?+ {TAIL}?+)";
 
-// The dot-atoms of RFC 5322 and RFC 6532, less those of its characters that surround an address
-// more often than they belong to one.
+// The dot-atoms of RFC 5322 and RFC 6532, without the characters that surround an address more
+// often than they belong to one.
 constexpr QStringView email = uR"(
     (?<! [{LATIN}@] ) (?<! [{WORD}] [.%+&'~-] ) (?= [{WORD}] [^\s@]{0,63}+ @ )
     (?: (?= [{LATIN}] ) [{LATIN}%+&'~-]++ (?: \. [{LATIN}%+&'~-]++ )*+
@@ -134,8 +134,8 @@ constexpr QStringView botCommand = uR"(
     / [A-Za-z][A-Za-z0-9_]{0,63}+ (?: @ [A-Za-z0-9_]{1,64}+ )?+
     {WORD_ENDS} (?! [/\\@-] | \. [{WORD}] ))";
 
-// E.164 allows 15 digits. Numbers without any separator count from nine digits on: shorter ones are
-// more often amounts, dates or codes. In groups of digits only the last one may be long.
+// E.164 allows 15 digits. Numbers without separators count from nine digits on: shorter ones are
+// more often amounts, dates or codes. Only the last group of digits may be long.
 constexpr QStringView phoneNumber = uR"(
     {EXCEPT_IN_LINKS}
     (?<! \d ) (?: {DATE} | {IPV4} (?! \.\d ) | {DECIMAL} ) (*SKIP)(*FAIL)
@@ -157,7 +157,7 @@ constexpr QStringView timeOfVideo = uR"(
     (?: [0-9]{1,2} : [0-5][0-9] : [0-5][0-9] | [0-9]{1,2} : [0-5][0-9] )
     {WORD_ENDS} (?! : [0-9:] | [.,][0-9] ))";
 
-/// Compiles for good: what is handed out must outlive everything that could still ask.
+/// Compiles an expression that is never freed: it must outlive every possible caller.
 const QRegularExpression &compiled(QStringView pattern)
 {
     QString text = pattern.toString();

@@ -16,7 +16,7 @@
 
 bool Util::syncFolder(const QString &path)
 {
-    // The whole file system in one go, which for many files is far quicker than one by one.
+    // Syncs the whole file system, which for many files is far quicker than one by one.
     const int folder =
         ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder < 0)
@@ -32,9 +32,9 @@ bool Util::isOpenForWriting(const QString &path)
         ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
     if (file < 0)
         return false;
-    // A lease for reading is refused as long as somebody writes. Who opens the file in this moment
-    // waits until it is given back, and has the holder told, by SIGIO unless another is asked for:
-    // that would end the process.
+    // A read lease is refused while the file is open for writing. If another process opens the file
+    // during the lease, that process waits for its release, and the holder is signalled by SIGIO
+    // unless another signal is set: SIGIO would end the process.
     bool isWritten = false;
     if (::fcntl(file, F_SETSIG, SIGURG) == 0) {
         if (::fcntl(file, F_SETLEASE, F_RDLCK) == 0)
@@ -64,7 +64,7 @@ bool Util::syncFolder(const QString &path)
         if (entry.fileInfo().isSymbolicLink())
             continue;
 #    ifdef Q_OS_WIN
-        // Takes a handle to write with, which a read-only file does not give.
+        // Needs a handle with write access, which a read-only file does not give.
         if (file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly))
             done = ::_commit(file.handle()) == 0 && done;
 #    else

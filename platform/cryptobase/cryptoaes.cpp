@@ -19,14 +19,14 @@ constexpr int tagSize = 16;
 constexpr int largestKey = 4096;
 
 /// Fetched once: looking an algorithm up costs more than encrypting a short message. Never freed,
-/// since other threads may still be at work when the process ends.
+/// since other threads may still use it when the process ends.
 EVP_CIPHER *siv()
 {
     static EVP_CIPHER *const cipher = EVP_CIPHER_fetch(nullptr, "AES-128-SIV", nullptr);
     return cipher;
 }
 
-/// Empty when there is nothing to object to.
+/// Why the arguments are refused; empty when they are valid.
 QString refusal(int mode, const QByteArray &data, const QByteArray &key, const QByteArray &iv)
 {
     constexpr qsizetype most = std::numeric_limits<int>::max() - tagSize;
@@ -94,7 +94,7 @@ QByteArray CryptoAES::decrypt(const QByteArray &data, const QByteArray &key,
     const int size = int(data.size()) - tagSize;
     QByteArray result(size, Qt::Uninitialized);
     int written = 0;
-    // SIV takes the tag first and checks it within the one update.
+    // SIV takes the tag first and checks it in the single update.
     if (!context || EVP_DecryptInit_ex2(context.get(), siv(), octets(key), nullptr, nullptr) != 1
         || EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_AEAD_SET_TAG, tagSize,
                                const_cast<unsigned char *>(octets(data)))

@@ -20,7 +20,7 @@ inline const unsigned char *octets(const QByteArray &bytes)
     return reinterpret_cast<const unsigned char *>(bytes.constData());
 }
 
-/// Detaches `bytes` where they are shared.
+/// Detaches `bytes` if they are shared.
 inline unsigned char *octets(QByteArray &bytes)
 {
     return reinterpret_cast<unsigned char *>(bytes.data());

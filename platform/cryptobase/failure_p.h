@@ -5,9 +5,9 @@
 namespace cryptobase
 {
 
-/// One log line for a refusal or a failure, and a clean OpenSSL error queue: it belongs to the
-/// thread, and what is left there would confuse whoever uses OpenSSL next. `text` names sizes and
-/// operations, never bytes.
+/// Writes one log line for a refusal or failure, and clears OpenSSL's error queue of this thread,
+/// so that its entries do not confuse later users of OpenSSL. `text` names sizes and operations,
+/// never bytes.
 void logFailure(const QString &text);
 
 } // namespace cryptobase

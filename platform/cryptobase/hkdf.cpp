@@ -14,7 +14,7 @@ namespace
 
 constexpr int largestOutput = 255 * 32;
 
-/// Fetched once and never freed, see the cipher of CryptoAES.
+/// Fetched once and never freed, like the cipher of CryptoAES.
 EVP_KDF *hkdf()
 {
     static EVP_KDF *const kdf = EVP_KDF_fetch(nullptr, "HKDF", nullptr);

@@ -75,7 +75,7 @@ std::optional<SecureBytes> unseal(const QByteArray &sealed, const SecureBytes &k
                                const_cast<unsigned char *>(in + size))
             != 1
         || EVP_DecryptFinal_ex(context.get(), octets(data) + written, &written) != 1) {
-        // Decrypted, but not authentic: nobody may see it.
+        // Decrypted, but not authentic: must not be used.
         cleanse(data);
         ERR_clear_error();
         return std::nullopt;

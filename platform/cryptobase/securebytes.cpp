@@ -7,7 +7,7 @@ namespace cryptobase
 
 void cleanse(QByteArray &bytes)
 {
-    // data_ptr() and not data(): that one copies a buffer that is shared, or that is not ours.
+    // data_ptr() instead of data(), which would copy a shared or foreign buffer.
     auto &d = bytes.data_ptr();
     if (!d.needsDetach()) {
         const qsizetype before = d.freeSpaceAtBegin();

@@ -9,19 +9,18 @@
 namespace cryptobase
 {
 
-/// Overwrites the buffer, unused capacity included, and leaves `bytes` empty.
+/// Overwrites the buffer, including unused capacity, and leaves `bytes` empty.
 ///
-/// A QByteArray may share its buffer. While another one holds it the bytes are still needed and
-/// stay as they are; this handle is only let go, and the last holder has to cleanse.
+/// A QByteArray may share its buffer. If another one holds it, the bytes are still needed and stay
+/// unchanged; this handle only releases them, and the last holder must cleanse them.
 MODELBASE_CRYPTOBASE_EXPORT void cleanse(QByteArray &bytes);
 
-/// Key bytes, cleansed when they die. Move-only, so that copies are made on purpose.
+/// Key bytes, cleansed on destruction. Move-only, so that copies are deliberate.
 class SecureBytes
 {
 public:
     SecureBytes() = default;
-    /// Takes the buffer over: move a QByteArray in, since one that is kept elsewhere is not
-    /// cleansed.
+    /// Takes the buffer over: move a QByteArray in, since copies elsewhere are not cleansed.
     explicit SecureBytes(QByteArray &&bytes) : m_bytes(std::move(bytes)) { }
     SecureBytes(SecureBytes &&other) noexcept : m_bytes(std::exchange(other.m_bytes, {})) { }
     SecureBytes &operator=(SecureBytes &&other) noexcept
@@ -40,8 +39,8 @@ public:
     qsizetype size() const { return m_bytes.size(); }
     const char *constData() const { return m_bytes.constData(); }
 
-    /// For interfaces that speak QByteArray. Shares the buffer: who keeps the result beyond this
-    /// object's life cleanses it.
+    /// For interfaces that take a QByteArray. Shares the buffer: a caller that keeps the result
+    /// longer than this object must cleanse it.
     operator QByteArray() const { return m_bytes; }
 
 private:

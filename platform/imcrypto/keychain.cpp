@@ -23,17 +23,17 @@ namespace crypto::keychain
 namespace
 {
 
-/// Long enough for somebody to type the keychain's password.
+/// Long enough for the user to type the keychain's password.
 constexpr int answerTimeoutMs = 30000;
 
-/// The name all entries stand under. Part of where keys are found again: never changes.
+/// The name of all entries. It is needed to find the keys again and never changes.
 QString service()
 {
     return QStringLiteral("modelbase");
 }
 
 /// Lives on the keychain's thread. One for the whole process and never destroyed: the library's
-/// queue belongs to the thread that used it first, and a call may be stuck in it at the end.
+/// queue belongs to the thread that used it first, and a call may hang in it at the end.
 QObject *worker()
 {
     static QObject *const object = [] {
@@ -47,8 +47,8 @@ QObject *worker()
     return object;
 }
 
-/// Runs `work` on the keychain's thread; it reports through the semaphore, now or later. False when
-/// it did not in time: it may still be at work then, so it owns all that it touches.
+/// Runs `work` on the keychain's thread; it reports through the semaphore, now or later. False
+/// after a timeout: `work` may still run then, so it must own everything that it uses.
 bool run(int timeoutMs, std::function<void(std::shared_ptr<QSemaphore>)> work)
 {
     const auto done = std::make_shared<QSemaphore>();
@@ -106,7 +106,7 @@ bool isPossible()
 bool isAvailable()
 {
 #if defined(Q_OS_UNIX) && !defined(Q_OS_DARWIN)
-    // Without an address, asking for the bus would start one.
+    // Without an address, a request for the bus would start one.
     if (!isPossible())
         return false;
     constexpr int busTimeoutMs = 3000;

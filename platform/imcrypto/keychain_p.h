@@ -6,16 +6,15 @@
 
 #include <optional>
 
-/// The user's keychain, asked on a thread of its own, so that a service that never answers cannot
-/// hold a caller for longer than half a minute. What fails is logged.
+/// The user's keychain, called on a separate thread, so that a service that never answers blocks a
+/// caller for half a minute at most. Failures are logged.
 namespace crypto::keychain
 {
 
-/// False where no keychain can run: without a session bus. Asks nobody.
+/// False where no keychain can run: without a session bus. Makes no request.
 bool isPossible();
 
-/// Whether a keychain runs, or would be started for us. Without a session bus the answer comes at
-/// once.
+/// Whether a keychain runs, or can be started on demand. Answers at once without a session bus.
 bool isAvailable();
 
 std::optional<cryptobase::SecureBytes> read(const QString &entry);

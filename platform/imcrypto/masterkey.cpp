@@ -39,7 +39,7 @@ namespace
 {
 
 constexpr int keySize = 32;
-/// What the file begins with when it names a keychain entry. Otherwise it is the 32 key bytes.
+/// The prefix of a file that names a keychain entry. Any other file holds the 32 key bytes.
 const QByteArray entryMark("keychain:");
 
 bool flushToDisk(const QFile &file)
@@ -51,7 +51,7 @@ bool flushToDisk(const QFile &file)
 #endif
 }
 
-/// Makes the name of a new file durable. Elsewhere than on POSIX systems it is with the file.
+/// Makes the name of a new file durable. On systems other than POSIX, syncing the file does that.
 void flushDirectory([[maybe_unused]] const QString &path)
 {
 #if defined(Q_OS_UNIX)
@@ -65,12 +65,13 @@ void flushDirectory([[maybe_unused]] const QString &path)
 
 struct Opened {
     bool isMissing = false;
-    QString refusal; ///< why it is not opened, when it is not missing
+    QString refusal; ///< why it was not opened, unless it is missing
     bool wasOpenToOthers = false;
 };
 
-/// Opens the key's file for reading, and closes it to others. Whoever could write to the directory
-/// might have put something else in its place: a pipe would hang, and a link lead to another file.
+/// Opens the key's file for reading, and revokes access for others. Anyone who can write to the
+/// directory could have put something else there: a pipe would hang, and a link lead to another
+/// file.
 Opened openOwn(QFile &file)
 {
     constexpr auto mode = QIODevice::ReadOnly | QIODevice::Unbuffered;
@@ -110,7 +111,7 @@ std::error_code hardLink(const std::filesystem::path &file, const std::filesyste
     return error;
 }
 
-/// What file systems without hard links (FAT, many a network or phone) answer.
+/// The errors of file systems without hard links (FAT, some network and phone file systems).
 bool meansNoLinks(const std::error_code &error)
 {
     constexpr std::errc answers[] = {
@@ -121,8 +122,8 @@ bool meansNoLinks(const std::error_code &error)
     return std::ranges::any_of(answers, [&](std::errc answer) { return error == answer; });
 }
 
-/// Renames a file unless the name is taken. A rename replaces what is there, so all who do this
-/// take turns; whoever died on its turn is passed over.
+/// Renames a file unless the name is taken. A rename replaces an existing file, so callers take
+/// turns; the turn of one that died is skipped.
 std::error_code renameInTurn(const QFile &file, const QString &name)
 {
     const QDeadlineTimer timeout(5000);
@@ -130,7 +131,7 @@ std::error_code renameInTurn(const QFile &file, const QString &name)
     while (!QFileInfo::exists(name) && !turn.tryLock(0)) {
         if (timeout.hasExpired())
             return make_error_code(std::errc::device_or_resource_busy);
-        QThread::msleep(5); // a turn takes less
+        QThread::msleep(5); // longer than a turn
     }
     if (QFileInfo::exists(name))
         return make_error_code(std::errc::file_exists);
@@ -139,7 +140,7 @@ std::error_code renameInTurn(const QFile &file, const QString &name)
     return error;
 }
 
-/// Unbuffered throughout: Qt's buffers would keep the key.
+/// Always unbuffered: Qt's buffers would keep the key.
 class KeyFile : public MasterKey
 {
 public:
@@ -156,7 +157,7 @@ public:
             return m_preferKeychain && keychain::isPossible();
         if (!opened.refusal.isEmpty())
             return false;
-        const SecureBytes begin(file.read(entryMark.size())); // perhaps of the key itself
+        const SecureBytes begin(file.read(entryMark.size())); // may be key bytes
         return QByteArray(begin) == entryMark;
     }
 
@@ -174,7 +175,7 @@ public:
         SecureBytes content(file.read(256));
         if (content.size() == keySize)
             return {Status::Found, std::move(content)};
-        // By value: what names an entry is no secret.
+        // A copy: the name of an entry is not secret.
         const QByteArray text = content;
         if (!text.startsWith(entryMark))
             return unavailable(QStringLiteral("it is damaged"));
@@ -200,7 +201,7 @@ public:
         const bool published =
             publish(entry.isEmpty() ? QByteArray(key) : entryMark + entry.toLatin1());
         answer = load();
-        // Somebody else was first, or the file could not be written.
+        // Another process was first, or the file could not be written.
         if (!published && !entry.isEmpty())
             keychain::remove(entry);
         if (answer.status == Status::None)
@@ -215,12 +216,12 @@ public:
         QByteArray entry;
         if (file.isOpen()) {
             const SecureBytes content(file.read(256));
-            // By value, and no secret when it names an entry.
+            // A copy, which is not secret if it names an entry.
             if (QByteArray(content).startsWith(entryMark))
                 entry = QByteArray(content).mid(entryMark.size());
             file.close();
         }
-        // Whoever was killed while it made the key left it under such a name, too.
+        // A process that was killed while making the key left it under such a name, too.
         const QFileInfo info(m_filePath);
         static const QRegularExpression unfinished(QStringLiteral("[.][0-9a-f]{16}$"));
         QDir directory = info.dir();
@@ -238,7 +239,7 @@ public:
             }
         }
         flushDirectory(info.absolutePath());
-        // After the file, which must not name an entry that is gone.
+        // After the file is removed, since it must not name a deleted entry.
         if (removed && !entry.isEmpty()) {
             try {
                 std::thread([entry = QString::fromLatin1(entry)] {
@@ -258,8 +259,8 @@ private:
         return {};
     }
 
-    /// The entry's name; empty when the keychain does not keep the key. Every attempt has an entry
-    /// of its own, so that two processes cannot overwrite each other's.
+    /// The entry's name; empty when the keychain does not store the key. Every attempt uses its own
+    /// entry, so that two processes cannot overwrite each other's.
     static QString putIntoKeychain(const SecureBytes &key)
     {
         const QString entry =
@@ -270,8 +271,8 @@ private:
         return kept && QByteArray(*kept) == QByteArray(key) ? entry : QString();
     }
 
-    /// Writes a whole file beside it, then links it to its name: that fails where one is, however
-    /// close the race. Nobody ever finds half a file. True when the file is there and ours.
+    /// Writes a temporary file, then links it to its name: that fails if the name exists, without a
+    /// race, and never exposes half a file. True when the file exists and is ours.
     bool publish(const QByteArray &content) const
     {
         const QString directory = QFileInfo(m_filePath).absolutePath();

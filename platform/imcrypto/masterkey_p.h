@@ -9,11 +9,11 @@
 namespace crypto
 {
 
-/// Gives a file a second name, unless that is taken.
+/// Gives a file a second name, unless the name is taken.
 using Link = std::function<std::error_code(const std::filesystem::path &file,
                                            const std::filesystem::path &name)>;
 
-/// As MasterKey::inFile(), on a file system that links as `link` does.
+/// As MasterKey::inFile(), on a file system with the given `link`.
 MODELBASE_IMCRYPTO_EXPORT std::shared_ptr<MasterKey> keyFile(const QString &filePath, Link link);
 
 } // namespace crypto

@@ -34,7 +34,7 @@ const QString secureKind = QStringLiteral("secure");
 const QString userKind = QStringLiteral("user");
 const QString chatKind = QStringLiteral("chat");
 const QString infoKind = QStringLiteral("info");
-/// One row whose only purpose is to tell the right master key from a wrong one.
+/// One row that tells the right master key from a wrong one.
 const QString checkKind = QStringLiteral("check");
 const QString checkId = QStringLiteral("master");
 const QString infoId = QStringLiteral("account");
@@ -44,8 +44,8 @@ QString addressId(const UserAddress &address)
     return QStringLiteral("%1.%2.%3").arg(address.userId).arg(address.deviceId).arg(address.type);
 }
 
-/// What a row is bound to. Kind and version contain no zero byte: an id that does cannot make one
-/// row's place look like another's.
+/// The row that a value is bound to. Kind and version contain no zero byte, so an id with one
+/// cannot make one row's place look like another's.
 QByteArray place(const QString &kind, const QString &id, int version)
 {
     return kind.toUtf8() + '\0' + id.toUtf8() + '\0' + QByteArray::number(version);
@@ -94,13 +94,14 @@ bool onMainThread()
 
 } // namespace
 
-/// What became of the master key; `key` is null unless it was found.
+/// The result of fetching the master key; `key` is null unless it was found.
 struct Store::Fetched {
     MasterKey::Status status = MasterKey::Status::Unavailable;
     Key key;
 };
 
-/// A master key on its way. Shared with the thread that fetches it, which may outlive the store.
+/// A request for the master key. Shared with the thread that fetches it, which may outlive the
+/// store.
 class Store::Opening
 {
 public:
@@ -113,7 +114,7 @@ public:
         m_finished.notify_all();
     }
 
-    /// Nothing, when it is not there and nobody is to wait.
+    /// Nothing if the key has not arrived and the caller must not wait.
     std::optional<Fetched> fetched(bool wait)
     {
         std::unique_lock lock(m_mutex);
@@ -128,7 +129,7 @@ private:
     std::optional<Fetched> m_fetched;
 };
 
-/// A row as it was found: absent, present but not to be opened (`key` is empty), or whole.
+/// A row as read: absent, present but unreadable (`key` is empty), or valid.
 struct Store::Row {
     bool present = false;
     SecureBytes key;
@@ -180,7 +181,7 @@ void Store::reopen()
     m_closed = false;
 }
 
-/// To be called under the lock.
+/// Call it under the lock.
 void Store::forget(State state)
 {
     ++m_generation;
@@ -201,7 +202,7 @@ Store::State Store::attempt()
         generation = m_generation;
     }
     if (!opening) {
-        // Before the keychain is troubled.
+        // Checked before the keychain is asked.
         bool mayCreate = false;
         if (!m_storage->value(checkKind, checkId, 1)) {
             const std::optional<QList<KeyInfo>> rows =
@@ -248,7 +249,7 @@ Store::Fetched Store::fetch(MasterKey &source, bool mayCreate)
     return {answer.status, std::make_shared<const SecureBytes>(std::move(answer.key))};
 }
 
-/// Takes the outcome of an attempt over, unless the store was closed in the meantime.
+/// Applies the result of an attempt, unless the store was closed in the meantime.
 Store::State Store::conclude(State state, Key key, int generation)
 {
     {
@@ -265,7 +266,7 @@ Store::State Store::conclude(State state, Key key, int generation)
     return state;
 }
 
-/// Tries the master key on what is stored.
+/// Tests the master key on the stored rows.
 Store::State Store::unlock(const Fetched &fetched) const
 {
     if (fetched.status == MasterKey::Status::None)
@@ -281,7 +282,7 @@ Store::State Store::unlock(const Fetched &fetched) const
     if (opens(stored))
         return State::Ready;
 
-    // The check row is missing or damaged: any other row tells as well.
+    // The check row is missing or damaged: any other row will do.
     const std::optional<QList<KeyInfo>> rows = m_storage->allInfos();
     if (!rows)
         return State::StorageUnavailable;
@@ -294,7 +295,8 @@ Store::State Store::unlock(const Fetched &fetched) const
     const QByteArray value = cryptobase::seal({}, key, place(checkKind, checkId, 1));
     if (value.isEmpty() || !m_storage->saveIfAbsent({checkKind, checkId, 1, value}))
         return State::StorageUnavailable;
-    // Whoever wrote it first had the same master key, or this one must not write anything.
+    // Another writer of the check row had the same master key, or this store must not write
+    // anything.
     return opens(check()) ? State::Ready : State::MasterKeyWrong;
 }
 
@@ -310,7 +312,7 @@ Store::Key Store::masterKey()
         case State::NotOpened:
         case State::Opening:
         case State::StorageUnavailable:
-            // As before the account's id is known, and after it signed out: nothing has failed.
+            // Before the account's id is known, and after it signed out, nothing has failed.
             if (!isOpen) {
                 forget(State::StorageUnavailable);
                 return nullptr;
@@ -371,7 +373,7 @@ SecureBytes Store::secureKey(const QString &keyId, int version, bool create)
     const std::optional<KeyInfo> info = sealed(secureKind, keyId, version, made);
     if (!info || !m_storage->saveIfAbsent(*info))
         return {};
-    // Not `made`: somebody else may have been first.
+    // Not `made`: another caller may have been first.
     return read(secureKind, keyId, version).key;
 }
 
@@ -520,7 +522,7 @@ bool Store::removeAll()
 
 SecureBytes Store::kdf(const QByteArray &key)
 {
-    // The label is part of the format of everything that was ever encrypted and never changes.
+    // The label is part of the format of everything ever encrypted and never changes.
     return cryptobase::hkdfSha256(key, {}, QByteArrayLiteral("im content key 1"), keySize);
 }
 

@@ -24,7 +24,7 @@ struct KeyInfo;
 namespace crypto
 {
 
-/// Whose user key: a device of a user, and which of its keys.
+/// The owner of a user key: a device of a user, and which of its keys.
 struct UserAddress {
     qint64 userId = 0;
     int deviceId = 1;
@@ -36,7 +36,7 @@ struct ChatKey {
     cryptobase::SecureBytes key;
 };
 
-/// Whom the account belongs to.
+/// The account's user.
 struct UserInfo {
     qint64 userId = 0;
     QString phone;
@@ -46,21 +46,21 @@ struct UserInfo {
 };
 
 /// The end-to-end keys of one account: rows of its database, each sealed with AES-256-GCM under the
-/// installation's master key and bound to its kind, id and version, so that no row opens in
-/// another's place.
+/// installation's master key and bound to its kind, id and version, so that no row opens in the
+/// place of another.
 ///
-/// Every call opens the store where that has not been done. While it is not Ready, reads find
-/// nothing, without a log line, and writes return false, with one. A row that does not open (someone
-/// changed it) reads as missing, with a log line; creating does not replace it. A key that is handed
-/// out as made, or reported as saved, is on the disk, where a power cut does not take it back.
+/// Every call opens the store if necessary. While it is not Ready, reads find nothing, without a
+/// log line, and writes return false, with one. A row that does not open (it was tampered with)
+/// reads as missing, with a log line; creating does not replace it. A key returned as created, or
+/// reported as saved, is on the disk, safe from a power cut.
 ///
-/// Where a keychain has the master key, its answer may take half a minute and more (see MasterKey).
-/// The main thread never waits for it: the store is Opening then, a thread of its own asks, and the
-/// handler of setOpenedHandler() is called at the end. Calls on other threads wait. Where the key is
+/// If a keychain holds the master key, its answer may take half a minute or more (see MasterKey).
+/// The main thread never waits for it: the store is Opening then, a separate thread asks, and the
+/// handler of setOpenedHandler() is called at the end. Calls on other threads wait. If the key is
 /// in a file, no call waits.
 ///
-/// Keys are handed out in memory that is cleansed when it dies; nothing is kept but the master key,
-/// and which user keys there are. Thread: any. Nothing here throws.
+/// Keys are returned in memory that is cleansed on destruction; the store keeps only the master key
+/// and the ids of the user keys. Thread: any. Nothing here throws.
 class MODELBASE_IMCRYPTO_EXPORT Store
 {
 public:
@@ -68,71 +68,71 @@ public:
         NotOpened,
         Opening, ///< a keychain is being asked; see above
         Ready,
-        StorageUnavailable, ///< the rows can be neither read nor written, as while the database is
-                            ///< closed; the next call tries again
+        StorageUnavailable,   ///< the rows cannot be read or written, e.g. while the database is
+                              ///< closed; the next call tries again
         MasterKeyUnavailable, ///< see MasterKey::Status::Unavailable
-        MasterKeyMissing,     ///< there are sealed rows, and the key they are sealed under is gone
-        MasterKeyWrong,       ///< there are sealed rows, and none opens with the master key
+        MasterKeyMissing,     ///< there are sealed rows, but their key does not exist
+        MasterKeyWrong,       ///< there are sealed rows, but none opens with the master key
     };
 
-    /// `storage` is not owned and outlives the store. Nothing is read before the first call.
+    /// `storage` is not owned and must outlive the store. Nothing is read before the first call.
     explicit Store(storage::KeyStorage *storage,
                    std::shared_ptr<MasterKey> masterKey = MasterKey::installation());
     ~Store();
 
-    /// Gets the master key, making it where neither a key nor a sealed row exists, and tries it on
-    /// what is stored. Where it is unavailable, missing or wrong, what is sealed stays as it is and
-    /// the state stays until this is called again, or close(). To be called, too, when `storage` has
-    /// been opened on another database.
+    /// Gets the master key, creating it if neither a key nor a sealed row exists, and tests it on
+    /// the stored rows. If it is unavailable, missing or wrong, the rows and the state stay
+    /// unchanged until the next call of this or of close(). Call it also when `storage` has been
+    /// opened on another database.
     State open();
-    /// What the last attempt to open came to. Logged, if it was neither Ready nor Opening.
+    /// The result of the last attempt to open. It was logged unless it is Ready or Opening.
     State state();
-    /// Called when the keychain has been asked, on the thread that asked, with nothing held; state()
-    /// then tells what came of it. The store may be gone by then. To be set before the first call.
+    /// Called when the keychain has answered, on the thread that asked, without a lock; state()
+    /// then gives the result. The store may be destroyed by then. Set it before the first call.
     void setOpenedHandler(std::function<void()> handler);
-    /// Forgets the master key and all that was found out. As long as nobody calls open() or
-    /// reopen(), reads find nothing and writes are refused.
+    /// Clears the master key and all cached state. Until open() or reopen(), reads find nothing and
+    /// writes are refused.
     void close();
-    /// Lifts close(): the next call opens the store.
+    /// Reverts close(): the next call opens the store.
     void reopen();
 
-    /// The secure key, 32 bytes where it was made here; empty when there is none. With `create` a
-    /// missing one is made and stored first: whoever asks for it at the same time, in another thread
-    /// or through another store, gets the same.
+    /// The secure key, 32 bytes if it was created here; empty when there is none. With `create` a
+    /// missing one is created and stored first: concurrent callers, in other threads or through
+    /// other stores, get the same one.
     cryptobase::SecureBytes secureKey(const QString &keyId, int version, bool create = false);
     bool containsSecureKey(const QString &keyId, int version);
     /// Stores a key that came from elsewhere, 32 to 4096 bytes. True when this key is stored
-    /// afterwards. False, with a log line, when another key is: a secure key never changes. A row
+    /// afterwards. False, with a log line, when another one is: a secure key never changes. A row
     /// that does not open is replaced.
     bool saveSecureKey(const QString &keyId, int version, const QByteArray &key);
 
     /// The user's key; empty when there is none.
     cryptobase::SecureBytes userKey(const UserAddress &address);
-    /// Reads the rows once, when it is first called, and does not look at the disk again.
+    /// Reads the rows on the first call, and not again.
     bool containsUserKey(const UserAddress &address);
-    /// Stores the key, 1 to 4096 bytes, in place of the one before.
+    /// Stores the key, 1 to 4096 bytes, replacing the previous one.
     bool saveUserKey(const UserAddress &address, const QByteArray &key);
 
     /// The dialog's key; empty when there is none.
     cryptobase::SecureBytes chatKey(const QString &dialogId, int version);
     /// As saveSecureKey(), with 1 to 4096 bytes.
     bool saveChatKey(const QString &dialogId, int version, const QByteArray &key);
-    /// The stored keys with fromVersion <= version <= toVersion, ascending: what another device
-    /// lacks that has none of these. Costs what is stored, however large the range.
+    /// The stored keys with fromVersion <= version <= toVersion, ascending, for another device that
+    /// lacks them. The cost depends on the stored keys, not on the range.
     std::vector<ChatKey> getMissingChatKeys(const QString &dialogId, int fromVersion,
                                             int toVersion);
 
-    /// True when it is stored, sealed like the keys.
+    /// True when it was stored, sealed like the keys.
     bool updateUserInfo(const UserInfo &info);
     std::optional<UserInfo> userInfo();
 
-    /// Forgets every key of the account, also those that no longer open: the way out of
+    /// Removes every key of the account, including those that no longer open: the way out of
     /// MasterKeyMissing and MasterKeyWrong. False when the rows cannot be removed; all stay then.
     bool removeAll();
 
-    /// The working key for a message's or a file's key: 32 bytes of HKDF-SHA-256 (RFC 5869) without
-    /// salt, with "im content key 1" as info; the same on every device. Empty, with a log line, for
-    /// an empty key.
+    /// The working key for the key of a message or file: 32 bytes of HKDF-SHA-256 (RFC 5869)
+    /// without salt, with "im content key 1" as info; the same on every device. Empty, with a log
+    /// line, for an empty key.
     static cryptobase::SecureBytes kdf(const QByteArray &key);
 
 private:
@@ -157,13 +157,13 @@ private:
     storage::KeyStorage *const m_storage;
     const std::shared_ptr<MasterKey> m_source;
     std::function<void()> m_openedHandler;
-    mutable std::mutex m_mutex; ///< guards what follows; not held while anything is called
+    mutable std::mutex m_mutex; ///< guards what follows; not held during outside calls
     State m_state = State::NotOpened;
     Key m_masterKey;
     std::shared_ptr<Opening> m_opening; ///< while a keychain is being asked for the main thread
     bool m_closed = false;
-    int m_generation = 0;                   ///< what was begun in an earlier one changes nothing
-    std::optional<QSet<QString>> m_userIds; ///< ids of the user keys, once somebody asked
+    int m_generation = 0;                   ///< results of an earlier one are ignored
+    std::optional<QSet<QString>> m_userIds; ///< ids of the user keys, once read
     int m_userKeysSaved = 0;
 };
 

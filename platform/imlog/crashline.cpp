@@ -42,15 +42,15 @@ std::uint64_t threadNumber()
 
 #else
 
-// One number for good, which always means the log's present file: a number that is closed and taken
-// by another file in the wrong moment would send the line into a database.
+// One fixed descriptor that always means the log's present file: if it were closed and reused by
+// another file at the wrong moment, the line would go into a database.
 std::atomic_int file = -1;
-std::atomic_int streamFile = -1; // the C library's own number of it
+std::atomic_int streamFile = -1; // the C library's descriptor of it
 
 void writeTo(int descriptor, const char *text, std::size_t size)
 {
     if (descriptor >= 0 && ::write(descriptor, text, size) < 0) {
-        // There is nobody left to tell.
+        // Nothing is left to report this to.
     }
 }
 
@@ -65,7 +65,7 @@ std::uint64_t threadNumber()
 
 #endif
 
-/// Text of a fixed length at most.
+/// A text of limited length.
 class Line
 {
 public:
@@ -99,7 +99,7 @@ private:
     std::size_t m_size = 0;
 };
 
-/// As other lines begin; the C library's own functions for local time may wait for a lock.
+/// In the form of other lines; the C library's functions for local time may wait for a lock.
 void appendTime(Line &line)
 {
     using namespace std::chrono;
@@ -127,11 +127,11 @@ void setFile(std::FILE *opened)
     const DWORD length = GetFinalPathNameByHandleW(own, path, MAX_PATH, FILE_NAME_NORMALIZED);
     if (length == 0 || length >= MAX_PATH)
         return;
-    // Shared for deletion, or the log could not be renamed when it is full.
+    // With shared deletion, or the log could not be renamed when it is full.
     const HANDLE another =
         CreateFileW(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                     nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    // The one before is closed a file later only: a handler may be writing to it.
+    // The previous handle is closed one file later: a handler may be writing to it.
     static std::atomic<HANDLE> before = INVALID_HANDLE_VALUE;
     const HANDLE old = before.exchange(file.exchange(another));
     if (old != INVALID_HANDLE_VALUE)
@@ -145,7 +145,7 @@ void abandonFile() { }
 void setFile(std::FILE *opened)
 {
     streamFile = fileno(opened);
-    // A program that the application starts does not inherit the log.
+    // A program that the application starts must not inherit the log.
     fcntl(streamFile, F_SETFD, FD_CLOEXEC);
     const int own = file;
     if (own >= 0) {

@@ -57,10 +57,10 @@ QStringList logNames(const QDir &directory)
                                QDir::Files);
 }
 
-/// Null when nothing can be written there.
+/// Null when the directory cannot be written to.
 std::shared_ptr<Sink> openSink(const QString &directory)
 try {
-    // Asked first, because the sink tries for a while before it gives up.
+    // Checked first, because the sink retries for a while before it fails.
     if (!privatefile::makeDirectory(directory) || !QFileInfo(directory).isWritable())
         return nullptr;
     const QString file = directory + QStringLiteral("/im.log");
@@ -82,8 +82,8 @@ try {
     return nullptr;
 }
 
-/// Set while this thread passes a line to Qt: a message handler that forwards to this log must not
-/// be sent round in circles.
+/// Set while this thread passes a line to Qt, so that a message handler that forwards to this log
+/// does not recurse.
 thread_local bool inDebugLog = false;
 
 void toDebugLog(spdlog::level::level_enum level, const QString &text)
@@ -96,8 +96,8 @@ void toDebugLog(spdlog::level::level_enum level, const QString &text)
     inDebugLog = false;
 }
 
-/// Whoever reads a line, in a file or on a terminal, is to see what was logged: what would move the
-/// cursor, start a line, or turn what follows around is spelled out.
+/// Readers of a line, in a file or on a terminal, must see what was logged: characters that would
+/// move the cursor, start a line, or reverse the following text are escaped.
 bool isLegible(char32_t c)
 {
     switch (QChar::category(c)) {
@@ -171,7 +171,7 @@ public:
         }
         toDebugLog(level, text);
     } catch (...) {
-        // Out of memory; there is nobody left to tell.
+        // Out of memory; nothing is left to report this to.
     }
 
     QString directory()
@@ -195,7 +195,7 @@ public:
         }
         if (directory.isEmpty())
             return true;
-        end(std::move(worker)); // which closes the file
+        end(std::move(worker)); // this closes the file
         bool removed = true;
         QDir files(directory);
         for (const QString &name : logNames(files))
@@ -215,7 +215,8 @@ public:
     bool flush(QDeadlineTimer deadline)
     {
         std::shared_future<void> written;
-        // First for an earlier hand-over: where that one hangs, the next thread would hang with it.
+        // First wait for an earlier hand-over: if that one hangs, the next thread would hang as
+        // well.
         for (const bool earlier : {true, false}) {
             {
                 const std::lock_guard lock(m_mutex);
@@ -233,11 +234,11 @@ public:
         return true;
     }
 
-    /// Writes what is waiting; lines that come later are written at once, by their callers: from
-    /// here on the process may end, and its threads with it, at any moment.
+    /// Writes waiting lines; callers write later lines at once themselves: from here on the process
+    /// and its threads may end at any moment.
     void finish()
     {
-        // The child of a fork has neither the thread nor, perhaps, a mutex that is free.
+        // The child of a fork has no such thread, and its mutex may be locked.
         if (m_process != QCoreApplication::applicationPid())
             return;
         const std::lock_guard lock(m_mutex);
@@ -261,7 +262,8 @@ private:
         return true;
     }
 
-    /// Ends a worker, which writes what is waiting. False when that takes too long; it goes on then.
+    /// Ends a worker after it has written waiting lines. False when that takes too long; it
+    /// continues then.
     static bool end(std::shared_ptr<spdlog::details::thread_pool> worker)
     {
         std::promise<void> ended;
@@ -272,7 +274,7 @@ private:
                 ended.set_value();
             }).detach();
         } catch (const std::system_error &) {
-            // No more threads to be had: it has ended here.
+            // No thread could be started: it ended on this one.
         }
         return isReady(end, QDeadlineTimer(endMs));
     }
@@ -283,9 +285,8 @@ private:
         return !future.valid() || future.wait_for(left) == std::future_status::ready;
     }
 
-    /// Hands what follows to a new writing thread, which begins by waiting for the one before: so
-    /// lines stay in order, and no caller waits. m_written is ready when all earlier lines are
-    /// written.
+    /// Hands later lines to a new writing thread, which first waits for the previous one: so lines
+    /// stay in order, and no caller waits. m_written is ready when all earlier lines are written.
     void startWorker()
     {
         struct Handover {
@@ -302,7 +303,7 @@ private:
                     handover->written.set_value();
                 });
         } catch (const std::exception &) {
-            m_synchronous = true; // no more threads to be had
+            m_synchronous = true; // no thread could be started
             m_written = {};
         }
     }
@@ -319,10 +320,10 @@ private:
         }
         if (m_synchronous) {
             m_logger = std::make_shared<spdlog::logger>("im", m_sink);
-            // Called under our lock: no handler of the application's may run from here.
+            // Called under our lock, so no handler of the application may run here.
             m_logger->set_error_handler([](const std::string &) {});
         } else {
-            // A disk that hangs costs the oldest lines, not the user's patience.
+            // If the disk hangs, the oldest lines are dropped and no caller waits.
             m_logger = std::make_shared<spdlog::async_logger>(
                 "im", m_sink, m_worker, spdlog::async_overflow_policy::overrun_oldest);
             m_logger->set_error_handler([](const std::string &reason) {
@@ -330,7 +331,7 @@ private:
             });
         }
         m_logger->set_level(spdlog::level::info);
-        // Each line: what a process logged last is what is wanted after it was killed.
+        // Flush each line: the last lines of a killed process matter most.
         m_logger->flush_on(spdlog::level::info);
     }
 
@@ -338,11 +339,11 @@ private:
     std::optional<QString> m_directory; ///< unset before the first line; empty without a file
     std::shared_ptr<Sink> m_sink;
     std::shared_ptr<spdlog::details::thread_pool> m_worker;
-    std::shared_future<void> m_written; ///< of the last hand-over
+    std::shared_future<void> m_written; ///< result of the last hand-over
     std::shared_ptr<spdlog::logger> m_logger;
     const qint64 m_process = QCoreApplication::applicationPid();
     bool m_synchronous = false;
-    bool m_gaveUp = false; ///< the disk has not answered at the end
+    bool m_gaveUp = false; ///< the disk did not answer at the end
 };
 
 ImLog::ImLog() : d(std::make_unique<Private>()) { }
@@ -351,10 +352,10 @@ ImLog::~ImLog() = default;
 
 ImLog *ImLog::instance()
 {
-    // Never destroyed: objects that outlive main() may still have something to say.
+    // Never destroyed: objects that outlive main() may still log.
     static ImLog *const log = [] {
         const auto finish = [] { instance()->d->finish(); };
-        // Where the library is unloaded after its threads were ended, exit is too late to drain.
+        // If the library is unloaded after its threads were ended, exit() is too late to flush.
         qAddPostRoutine(finish);
         std::atexit(finish);
         return new ImLog;

@@ -18,7 +18,7 @@ using namespace multimedia;
 
 constexpr qint64 mostPixels = 40'000'000;
 
-/// The file name ending of an image that is worth storing; empty for anything else.
+/// The file extension of an image that can be stored; empty for anything else.
 QString formatOf(QByteArray image)
 {
     static const QByteArrayList known{"jpeg", "png", "gif", "bmp", "webp"};

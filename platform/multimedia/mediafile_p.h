@@ -5,8 +5,8 @@
 namespace multimedia
 {
 
-/// Opens for reading what is a file with content, or a link to one: opening a pipe or a device could
-/// wait forever. False, with a log line that begins with `purpose`, otherwise.
+/// Opens a regular file with content, or a link to one, for reading: opening a pipe or a device
+/// could wait forever. Otherwise false, with a log line that begins with `purpose`.
 bool openMediaFile(QFile &file, const QString &purpose);
 
 /// One log line about a failure.

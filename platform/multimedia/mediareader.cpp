@@ -17,7 +17,7 @@ namespace multimedia
 namespace
 {
 
-/// The reader's library lies beside this one, wherever that is.
+/// The reader's library is in the same directory as this one.
 QString libraryPath()
 {
     const QString name = QStringLiteral("modelbase_mediareader");
@@ -32,7 +32,7 @@ QString libraryPath()
 struct Loaded {
     MediaReader *reader = nullptr;
     QString path;
-    QString why; // there is none
+    QString why; // why there is none
 };
 
 Loaded load()
@@ -49,7 +49,7 @@ Loaded load()
 MediaReader *mediaReader()
 {
     static const Loaded &loaded = undying(load());
-    // Not while it is loaded: who handles the log line may look at a song.
+    // Not during the loading: a handler of the log line may read a song.
     static std::atomic_bool isLogged = false;
     if (!loaded.reader && !isLogged.exchange(true)) {
         logFailure(QStringLiteral("cannot load the reader of songs and videos"), loaded.path,

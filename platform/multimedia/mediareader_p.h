@@ -12,23 +12,23 @@
 namespace multimedia
 {
 
-/// What stands in an audio file beside the sound.
+/// The data of an audio file besides the sound.
 struct AudioTags {
-    QVariantMap album;          ///< as AudioPlayer::getAlbumInfo() gives it
-    QList<QByteArray> pictures; ///< at most 16 MiB each, front covers first; only when asked for
+    QVariantMap album;          ///< as AudioPlayer::getAlbumInfo() returns it
+    QList<QByteArray> pictures; ///< at most 16 MiB each, front covers first; only on request
 };
 
 /// A frame of a video.
 struct VideoFrame {
     QImage image;
-    QSize natural;       ///< pixels of the video, turned as it is shown
+    QSize natural;       ///< pixels of the video, rotated as displayed
     qint64 duration = 0; ///< milliseconds; 0 when unknown
 };
 
-/// What looks into songs and videos. It stands in a library of its own, which is loaded when it is
-/// first needed: with what it needs, it is larger than all else together.
+/// Reads songs and videos. It is in a separate library, loaded on first use: with its dependencies,
+/// it is larger than everything else together.
 ///
-/// Thread: any. Failures are logged, and nothing is thrown.
+/// Thread: any. Failures are logged; nothing throws.
 class MediaReader
 {
 public:
@@ -40,7 +40,7 @@ public:
     virtual std::optional<VideoFrame> decodeFrame(const QString &path, int greatestSide) = 0;
 };
 
-/// Null, with one log line a process, where the library is missing.
+/// Null, with one log line per process, if the library is missing.
 MediaReader *mediaReader();
 
 } // namespace multimedia

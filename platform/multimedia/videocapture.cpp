@@ -16,7 +16,7 @@ using namespace multimedia;
 
 constexpr int greatestThumbnail = 4096;
 
-/// Why `imagePath` is no place for the image; empty when it is one.
+/// Why the image cannot be stored at `imagePath`; empty when it can.
 QString objection(const QString &videoPath, const QFileInfo &imagePath)
 {
     static const auto &endings =

@@ -8,8 +8,8 @@ namespace storage
 using ConfigInfo = Row;
 using ConfigChanges = Changes;
 
-/// One set of configuration rows of an account's database, see UserStorageProvider. They have no
-/// remarks.
+/// One set of configuration rows of an account's database, see UserStorageProvider. The rows have
+/// no remarks.
 class MODELBASE_STORAGE_EXPORT ConfigStorage : public RowStorage
 {
 public:

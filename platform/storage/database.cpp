@@ -33,7 +33,7 @@ namespace storage
 namespace
 {
 
-/// Lets a map with owned keys be searched without making one.
+/// Allows searching a map with owned keys without making one.
 struct TextHash {
     using is_transparent = void;
     std::size_t operator()(std::string_view text) const
@@ -48,12 +48,12 @@ struct Handle {
     std::unordered_map<std::string, SQLite::Statement, TextHash, std::equal_to<>> statements;
 };
 
-/// What the call of this thread works with.
+/// The connection that this thread's call uses.
 thread_local Handle *inUse = nullptr;
 
 } // namespace
 
-/// A connection and whose turn it is with it.
+/// A connection and its lock.
 class Database::Connection
 {
 public:
@@ -71,17 +71,17 @@ public:
                 m_handle.reset();
             m_held = false;
             m_mutex.unlock();
-            // It may have been abandoned in between, by somebody who still found it locked.
+            // It may have been abandoned meanwhile, by a caller that still found it locked.
         } while (m_abandoned && m_mutex.tryLock());
     }
-    /// Whoever has the lock closes when it lets go.
+    /// Closed at once, or by the lock's holder on release.
     void abandon()
     {
         m_abandoned = true;
-        if (m_mutex.tryLock()) // nobody has it any more
+        if (m_mutex.tryLock()) // no one holds it any more
             unlock();
     }
-    /// Under the lock: begins anew, with nothing open.
+    /// Under the lock: starts over, with nothing open.
     void clear()
     {
         m_abandoned = false;
@@ -90,7 +90,7 @@ public:
     std::unique_ptr<Handle> m_handle; ///< under the lock
 
 private:
-    std::atomic_bool m_held = false; ///< a call has waited for the mutex in vain
+    std::atomic_bool m_held = false; ///< a call's wait for the mutex timed out
     std::atomic_bool m_abandoned = false;
     QMutex m_mutex;
 };
@@ -105,7 +105,7 @@ static_assert(std::atomic_uint::is_always_lock_free);
 constexpr char heldReason[] = "another thread's call hangs in it";
 constexpr qint64 headerBytes = 100; // SQLite's file format, section 1.3
 
-/// Describes the exception that is being handled; never empty.
+/// Describes the exception being handled; never empty.
 QString currentReason()
 {
     const QString unknown = QStringLiteral("unknown error");
@@ -118,7 +118,7 @@ QString currentReason()
     }
 }
 
-// Never called under the lock: a message handler may call anything back.
+// Never called under the lock: a message handler may call back.
 void logFailure(const char *what, const QString &filePath, const QString &reason)
 {
     Database::log(
@@ -131,7 +131,7 @@ qint64 steadyMs()
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
-/// What open() fails with where SQLite has no word for it.
+/// An error of open() for which SQLite has no code.
 struct OpenError : std::runtime_error {
     OpenError(Database::OpenFailure why, const std::string &text)
         : std::runtime_error(text), failure(why)
@@ -150,7 +150,7 @@ ProcessLock lockDirectory(const QString &filePath, bool create)
     throw OpenError(Database::OpenFailure::Locked, "another process has it open");
 }
 
-/// Why opening failed, from the exception that is being handled.
+/// Why opening failed, from the exception being handled.
 Database::OpenFailure currentFailure()
 {
     try {
@@ -165,19 +165,19 @@ Database::OpenFailure currentFailure()
     }
 }
 
-/// Sees to it that there is a file to open. True when it was made here.
+/// Makes sure that there is a file to open. True when it was created here.
 bool prepareFile(const QString &filePath, bool create)
 {
     const QFileInfo info(filePath);
     if ((create || QFileInfo(info.path()).isDir()) && !privatefile::makeDirectory(info.path()))
         throw std::runtime_error("its directory cannot be made");
     finishRecovery(filePath);
-    // SQLite makes its log and its index like the file that they belong to.
+    // SQLite gives its log and its index the permissions of the database file.
     privatefile::restrict(filePath);
-    // Those made beside a file that could only be read can only be read, and would stay so.
+    // Those created beside a read-only file are read-only, and would stay so.
     for (const char *suffix : {"-wal", "-shm"})
         QFile::setPermissions(filePath + QLatin1StringView(suffix), privatefile::forOwner);
-    // SQLite's own word for this is only "unable to open database file".
+    // SQLite's own text for this is only "unable to open database file".
     if (info.isDir())
         throw std::runtime_error("it is a directory");
     if (info.exists() && !info.isFile())
@@ -197,7 +197,7 @@ void checkSound(SQLite::Database &connection)
         connection.exec("PRAGMA cell_size_check = ON");
         verdict = connection.execAndGet("PRAGMA quick_check(1)").getString();
     } catch (const SQLite::Exception &e) {
-        // For a format of the schema that there is not, SQLite has a plain error only.
+        // For an unknown schema format, SQLite only has a generic error.
         if (e.getErrorCode() != SQLITE_ERROR)
             throw;
         verdict = e.what();
@@ -206,7 +206,7 @@ void checkSound(SQLite::Database &connection)
         throw SQLite::Exception(verdict, SQLITE_CORRUPT);
 }
 
-/// The statements that a database was made with.
+/// The statements that created the database's schema.
 std::string schemaOf(SQLite::Database &connection)
 {
     return connection
@@ -215,7 +215,7 @@ std::string schemaOf(SQLite::Database &connection)
         .getString();
 }
 
-/// The version of the schema. Where the number was lost, the tables tell.
+/// The schema's version. If the number was lost, the tables show it.
 int versionOf(SQLite::Database &connection, const SchemaSteps &steps)
 {
     const int version = connection.execAndGet("PRAGMA user_version").getInt();
@@ -234,19 +234,19 @@ int versionOf(SQLite::Database &connection, const SchemaSteps &steps)
 std::unique_ptr<SQLite::Database> connect(const QString &filePath, const SchemaSteps &steps)
 {
     const int current = int(steps.size());
-    // Our own mutex is held around every use; SQLite's would be taken once more for each column.
+    // Our own mutex is held around every use; SQLite's would be locked again for each column.
     auto connection = std::make_unique<SQLite::Database>(
         filePath.toStdString(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX, busyTimeoutMs);
     const bool hasLog = QFileInfo(filePath + QStringLiteral("-wal")).size() > 0;
     try {
-        // SQLite would take what cannot be written for something to read, and make files beside it.
+        // SQLite would open an unwritable file for reading, and create files beside it.
         if (sqlite3_db_readonly(connection->getHandle(), "main") != 0)
             throw std::runtime_error("it may only be read");
-        // SQLite fills up what is missing of a header, its version too.
+        // SQLite fills in missing parts of a header, including its version.
         const qint64 bytes = QFileInfo(filePath).size();
         if (bytes > 0 && bytes < headerBytes)
             throw SQLite::Exception("it ends inside its header", SQLITE_NOTADB);
-        // Before anything that could write: a newer version's file is left as it is.
+        // Before anything that could write: a newer version's file must stay unchanged.
         const int version = connection->execAndGet("PRAGMA user_version").getInt();
         if (version < 0 || version > current) {
             throw OpenError(Database::OpenFailure::Newer,
@@ -258,15 +258,15 @@ std::unique_ptr<SQLite::Database> connect(const QString &filePath, const SchemaS
         connection->exec("PRAGMA synchronous = NORMAL");
         connection->exec("PRAGMA foreign_keys = ON");
         connection->exec("PRAGMA secure_delete = ON");
-        // Even with nothing to migrate: only the write lock tells whether this file can be written.
+        // Even with nothing to migrate: only the write lock shows whether the file can be written.
         SQLite::Transaction transaction(*connection, SQLite::TransactionBehavior::IMMEDIATE);
         migrate(*connection, steps, versionOf(*connection, steps), current);
         transaction.commit();
-        // A process that was killed may have removed what its log still holds.
+        // A killed process may have removed rows that its log still holds.
         if (hasLog)
             connection->exec("PRAGMA wal_checkpoint(TRUNCATE)");
     } catch (const SQLite::Exception &e) {
-        // A damaged file is set aside as it was found: do not fold its log into it on the way out.
+        // A damaged file is set aside as found: do not checkpoint its log when closing.
         if (isDamage(e.getErrorCode()))
             sqlite3_db_config(connection->getHandle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1,
                               nullptr);
@@ -275,10 +275,10 @@ std::unique_ptr<SQLite::Database> connect(const QString &filePath, const SchemaS
     return connection;
 }
 
-/// One to read with beside the one that writes.
+/// A connection for reading beside the one that writes.
 std::unique_ptr<SQLite::Database> connectReader(const QString &filePath)
 {
-    // Not for reading only: the one that is closed last puts the log into the file.
+    // Not read-only: the connection closed last checkpoints the log.
     auto connection = std::make_unique<SQLite::Database>(
         filePath.toStdString(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX, busyTimeoutMs);
     connection->exec("PRAGMA query_only = ON");
@@ -302,7 +302,7 @@ Database::Database(SchemaSteps steps, Sharing sharing)
 Database::~Database()
 {
     m_openedIn = 0;
-    // Not held: nobody is inside, as it should be. Held: a thread died inside after closeInCrash(),
+    // Not held: no call is inside, as expected. Held: a thread died inside after closeInCrash(),
     // and closing is left to the operating system.
     for (const auto &connection : {m_reader.get(), m_main.get()}) {
         if (connection->tryLock()) {
@@ -329,7 +329,7 @@ bool Database::open(const QString &filePath, bool create)
 {
     if (isOpen())
         return true;
-    // An opening under way in a crash ends closed.
+    // An opening under way during a crash ends closed.
     const unsigned now = crashes;
     QString damage;
     m_openFailure = OpenFailure::None;
@@ -345,13 +345,13 @@ bool Database::open(const QString &filePath, bool create)
         if (!m_reader->lock(deadline))
             return held();
         const auto readerUnlocked = qScopeGuard([this] { m_reader->unlock(); });
-        if (isOpen()) // by a call that tried again
+        if (isOpen()) // a write opened it meanwhile
             return QString();
         bool created = false;
         try {
             m_reader->clear();
             m_main->clear();
-            if (m_filePath != filePath) // a call that tries again changes nothing others may read
+            if (m_filePath != filePath) // a retry changes nothing that others may read
                 m_filePath = filePath;
             m_recovered = false;
             ProcessLock lock =
@@ -371,7 +371,7 @@ bool Database::open(const QString &filePath, bool create)
                 connection = connect(filePath, m_steps);
             }
             m_main->m_handle.reset(new Handle{std::move(lock), std::move(connection), {}});
-            // What a killed process wrote last may not be on the disk yet.
+            // The last writes of a killed process may not be on the disk yet.
             m_unsynced = true;
             ++m_openings;
             m_openedIn = now;
@@ -455,13 +455,13 @@ bool Database::runUntil(QDeadlineTimer deadline, std::function<void()> call)
     try {
         std::thread([progress, call = std::move(call)]() mutable {
             call();
-            call = nullptr; // what it holds may take its time to go
+            call = nullptr; // its captures may take long to destroy
             const std::lock_guard lock(progress->mutex);
             progress->done = true;
             progress->changed.notify_all();
         }).detach();
     } catch (const std::system_error &) {
-        return false; // no more threads to be had
+        return false; // no thread could be started
     }
     std::unique_lock lock(progress->mutex);
     return progress->changed.wait_for(lock, std::chrono::milliseconds(deadline.remainingTime()),
@@ -492,14 +492,14 @@ bool Database::sync()
     return (isOpen() && isSynced()) || run("sync", Kind::Log, [this] { syncLog(); });
 }
 
-/// Under synchronous=NORMAL a commit does not wait for the disk: what is in the log reaches it with
-/// this, or with a checkpoint. Inside `work`, or after it.
+/// Under synchronous=NORMAL a commit does not wait for the disk: this, or a checkpoint, brings the
+/// log to the disk. Call it inside `work`, or after it.
 void Database::syncLog()
 {
     sqlite3_file *log = nullptr;
     int result = sqlite3_file_control(inUse->database->getHandle(), nullptr,
                                       SQLITE_FCNTL_JOURNAL_POINTER, &log);
-    // Where there can be no log, each commit has been synced.
+    // Without a log, each commit has been synced.
     if (result == SQLITE_OK && log && log->pMethods)
         result = log->pMethods->xSync(log, SQLITE_SYNC_NORMAL);
     if (result != SQLITE_OK)
@@ -519,7 +519,7 @@ bool Database::clearLog()
     });
 }
 
-/// Null when both are taken for too long.
+/// Null when both stay locked for too long.
 Database::Connection *Database::lockForReading()
 {
     if (m_main->tryLock())
@@ -531,7 +531,7 @@ bool Database::run(const char *what, Kind kind, const Work &work)
 {
     QString path = QStringLiteral("the database");
     const QString failure = [&] {
-        // Asked before locking as well: after closeInCrash() the lock may be held for ever.
+        // Checked before locking as well: after closeInCrash() the lock may be held for ever.
         const unsigned opening = m_openings;
         if (!isOpen())
             return QStringLiteral("it is closed");
@@ -541,7 +541,7 @@ bool Database::run(const char *what, Kind kind, const Work &work)
         if (!connection)
             return QString::fromLatin1(heldReason);
         const auto unlocked = qScopeGuard([connection] { connection->unlock(); });
-        // Opened anew it may be another file.
+        // After reopening it may be another file.
         if (!isOpen() || opening != m_openings)
             return QStringLiteral("it is closed");
         try {
@@ -550,7 +550,7 @@ bool Database::run(const char *what, Kind kind, const Work &work)
             }
             Handle &handle = *connection->m_handle;
             const auto before = std::exchange(inUse, &handle);
-            // A statement that is not reset keeps its read transaction, and what is bound to it.
+            // A statement that is not reset keeps its read transaction, and its bound values.
             const auto reset = qScopeGuard([&handle, before] {
                 inUse = before;
                 for (auto &[sql, statement] : handle.statements) {
@@ -563,7 +563,7 @@ bool Database::run(const char *what, Kind kind, const Work &work)
                 return QString();
             }
             const bool synced = kind == Kind::WriteSynced;
-            // So that a commit that cannot be synced fails, and is rolled back.
+            // So that a commit fails, and is rolled back, if it cannot be synced.
             if (synced)
                 handle.database->exec("PRAGMA synchronous = FULL");
             const auto normal = qScopeGuard([&] {
@@ -577,7 +577,7 @@ bool Database::run(const char *what, Kind kind, const Work &work)
             }
             if (!synced)
                 m_unsynced = true;
-            else if (m_unsynced) // before it; and it may have had nothing to write
+            else if (m_unsynced) // earlier writes; this one may have written nothing
                 syncLog();
             return QString();
         } catch (...) {

@@ -14,7 +14,7 @@ namespace storage
 
 class Database;
 
-/// One key row. What `value` is, sealed key material above all, is its writer's business.
+/// One key row. The meaning of `value`, usually sealed key material, is known to its writer only.
 struct KeyInfo {
     QString kind; ///< "secure", "user", "chat", ...
     QString id;   ///< within the kind: a key id, an address, a dialog id
@@ -22,9 +22,9 @@ struct KeyInfo {
     QByteArray value;
 };
 
-/// The key rows of one account's database: one value by kind, id and version. On threads and
-/// failures, all is as with SettingStorage; a read that fails finds nothing. Each change that is
-/// reported as done is on the disk, where a power cut does not take it back.
+/// The key rows of one account's database: one value by kind, id and version. Threads and failures
+/// are as for SettingStorage; a read that fails finds nothing. A change reported as done is on the
+/// disk, safe from a power cut.
 class MODELBASE_STORAGE_EXPORT KeyStorage
 {
 public:
@@ -38,15 +38,17 @@ public:
     /// Rows of one id with fromVersion <= version <= toVersion, ascending.
     QList<KeyInfo> infos(const QString &kind, const QString &id, int fromVersion,
                          int toVersion) const;
-    /// Every row, and every row of a kind; nothing, and not an empty list, when they cannot be read.
+    /// Every row, and every row of a kind; nothing, rather than an empty list, when they cannot be
+    /// read.
     std::optional<QList<KeyInfo>> allInfos() const;
     std::optional<QList<KeyInfo>> allInfos(const QString &kind) const;
-    /// Writes the row, in place of one of the same kind, id and version.
+    /// Writes the row, replacing one of the same kind, id and version.
     bool save(const KeyInfo &info);
-    /// Writes only where no row is yet; true when a row is there afterwards. For keys that two
-    /// threads may want to make at once.
+    /// Writes the row only if there is none yet; true when a row exists afterwards. For keys that
+    /// two threads may want to create at once.
     bool saveIfAbsent(const KeyInfo &info);
-    /// True, too, when there was no such row. Removed keys are gone from the file and from its log.
+    /// Also true when there was no such row. Removed keys are erased from the file and from its
+    /// log.
     bool remove(const QString &kind, const QString &id, int version);
     bool removeAll();
 

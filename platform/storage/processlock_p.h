@@ -8,12 +8,12 @@
 namespace storage
 {
 
-/// Held as long as there is a copy of it.
+/// Held as long as a copy of it exists.
 using ProcessLock = std::shared_ptr<const void>;
 
-/// Keeps a directory for this process. The system takes the lock back when the process ends, however
-/// it does, and nothing stays on the disk. All who ask in one process share the lock. Null where the
-/// directory cannot be locked; nothing when another process has it. From any thread.
+/// Locks a directory for this process. The system releases the lock when the process ends, however
+/// it does, and nothing stays on the disk. All callers in one process share the lock. Null if the
+/// directory cannot be locked; nothing if another process holds the lock. From any thread.
 std::optional<ProcessLock> lockForProcess(const QString &directory);
 
 } // namespace storage

@@ -21,9 +21,9 @@ namespace storage
 namespace
 {
 
-// The file can hold no more rows than this many bytes each.
+// A row takes at least this many bytes, which limits the number of rows in a file.
 constexpr int64_t leastRowBytes = 16;
-// Unreadable ranges in a table after which it is given up: a few seconds.
+// Unreadable ranges after which a table is abandoned: a few seconds.
 constexpr int maxFailures = 400'000;
 
 constexpr QLatin1StringView recoveringSuffix("-recovering");
@@ -43,7 +43,7 @@ void removeDatabase(const QString &path)
         QFile::remove(path + suffix);
 }
 
-/// Runs `scan`; false when damage ended it. What is wrong otherwise is thrown.
+/// Runs `scan`; false when damage ended it. Throws other errors.
 template <typename Scan>
 bool untilDamage(Scan scan)
 {
@@ -74,14 +74,14 @@ std::vector<Table> tablesOf(SQLite::Database &database)
     return tables;
 }
 
-/// The fresh database as "main" and the damaged one as "damaged", on one connection.
+/// The new database as "main" and the damaged one as "damaged", on one connection.
 class Carrier
 {
 public:
     explicit Carrier(const QString &freshPath)
         : m_database(freshPath.toStdString(), SQLite::OPEN_READWRITE)
     {
-        // The damaged file's log is to stay as it is when it is closed.
+        // The damaged file's log must stay unchanged when it is closed.
         sqlite3_db_config(m_database.getHandle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
         m_database.exec("PRAGMA cell_size_check = ON");
         m_database.exec("PRAGMA secure_delete = ON");
@@ -95,10 +95,10 @@ public:
         m_tables = tablesOf(m_database);
     }
 
-    /// False when not even the tables can be found in there.
+    /// False when not even the tables can be found in it.
     bool attach(const QString &damagedPath)
     {
-        // Lets SQLite open a file that is shorter than its header says.
+        // Lets SQLite open a file that is shorter than its header claims.
         m_database.exec("PRAGMA writable_schema = ON");
         SQLite::Statement statement(m_database, "ATTACH ? AS damaged");
         statement.bind(1, damagedPath.toStdString());
@@ -109,7 +109,7 @@ public:
                                   "SELECT " + table.columns + " FROM damaged." + table.name);
             return true;
         } catch (const SQLite::Exception &e) {
-            // A plain error is a column or table that is not there.
+            // A generic error means a missing column or table.
             if (!isDamage(e.getErrorCode()) && e.getErrorCode() != SQLITE_ERROR)
                 throw;
             m_database.tryExec("DETACH damaged");
@@ -117,7 +117,7 @@ public:
         }
     }
 
-    /// Not in one transaction: SQLite refuses to write on after it met damage inside of one.
+    /// Not in one transaction: SQLite refuses further writes after damage inside one.
     qint64 carryRows(const QString &damagedPath)
     {
         m_database.exec("PRAGMA main.synchronous = OFF");
@@ -126,7 +126,7 @@ public:
         qint64 count = 0;
         for (const Table &table : m_tables)
             count += carryRows(table, 1, lastRow(table, beyond));
-        // This reaches the disk, and with it all that went before.
+        // This brings everything so far to the disk.
         m_database.exec("PRAGMA main.synchronous = FULL");
         m_database.exec("PRAGMA main.user_version = "
                         + m_database.execAndGet("PRAGMA main.user_version").getString());
@@ -134,8 +134,8 @@ public:
     }
 
 private:
-    /// A row number that no row is above, as far as can be told: where there is damage, both ends
-    /// of the table are asked, and rows are looked for beyond the last one that is reached.
+    /// An upper bound of the row numbers, as far as can be determined: if there is damage, both
+    /// ends of the table are tried, and rows are searched for beyond the last one that can be read.
     int64_t lastRow(const Table &table, int64_t beyond)
     {
         const std::string from = "SELECT rowid FROM damaged." + table.name + " NOT INDEXED ";
@@ -156,15 +156,15 @@ private:
         return last;
     }
 
-    /// Carries a range of row numbers over in one go; when it has damage inside, one half after the
-    /// other, down to the single rows that are lost.
+    /// Copies a range of row numbers at once; if there is damage inside, one half after the other,
+    /// down to the single rows that are lost.
     qint64 carryRows(const Table &table, int64_t first, int64_t last)
     {
-        // Where a damaged index let a key in twice, the later row is the one that was saved last.
+        // If a damaged index allowed a key twice, the later row was saved last.
         const std::string copy = "INSERT OR REPLACE INTO main." + table.name + " (" + table.columns
             + ") SELECT " + table.columns + " FROM damaged." + table.name + " NOT INDEXED WHERE ";
         SQLite::Statement several(m_database, copy + "rowid BETWEEN ? AND ?");
-        // A range looks for its end, which for the last row of a page is on the next page.
+        // A range searches for its end, which for the last row of a page is on the next page.
         SQLite::Statement single(m_database, copy + "rowid = ?");
         qint64 count = 0;
         int failures = 0;
@@ -197,7 +197,7 @@ private:
     std::vector<Table> m_tables;
 };
 
-/// The damaged file's schema version, as far as it can be made out; else the newest.
+/// The damaged file's schema version, if it can be determined; else the newest.
 int versionOf(const QString &damagedPath, int newest)
 {
     try {
@@ -211,9 +211,9 @@ int versionOf(const QString &damagedPath, int newest)
     }
 }
 
-/// A copy of the damaged file under the first page of the fresh one. That page holds the file
-/// header and where the tables begin, which is the same in every file of one schema: so the rows of
-/// a file whose beginning was overwritten are found again.
+/// A copy of the damaged file with the first page of the new one. That page holds the file header
+/// and the start of each table, which is the same in every file of one schema: so the rows of a
+/// file whose beginning was overwritten can be found.
 void copyUnderFirstPage(const QString &damagedPath, const QString &freshPath,
                         const QString &copyPath)
 {
@@ -282,7 +282,7 @@ Recovery recoverDatabase(const QString &filePath, const SchemaSteps &steps)
     }
     removeDatabase(copyPath);
 
-    // The log goes first: a fresh file beside the log of another one would be damaged by it.
+    // Move the log first: beside the log of another file, the new file would be damaged.
     result.setAside = asideName(filePath);
     for (const auto suffix : {walSuffix, shmSuffix, QLatin1StringView()}) {
         if (QFile::exists(filePath + suffix)

@@ -36,7 +36,7 @@ public:
     bool isOpen() const { return m_database->isOpen(); }
     bool closedInCrash() const { return m_database->closedInCrash(); }
 
-    /// What cannot be read is left out, with one log line.
+    /// Omits rows that cannot be read, with one log line.
     QList<Row> allInfos() const
     {
         QList<Row> all;
@@ -102,7 +102,7 @@ public:
     bool apply(const Changes &changes, const std::atomic_bool &givenUp = false)
     {
         const bool done = m_database->write(m_writing.c_str(), [&] {
-            // Changes that came later may be written by now.
+            // Later changes may be written by now.
             if (givenUp)
                 throw std::runtime_error("it has taken too long");
             if (changes.removeAll)

@@ -3,8 +3,7 @@
 namespace storage
 {
 
-// Steps of a schema (see SchemaSteps). Columns without a declared type keep what is put into them
-// as it is.
+// Steps of a schema (see SchemaSteps). Columns without a declared type keep values unchanged.
 constexpr const char *settingSchema =
     "CREATE TABLE settings (key PRIMARY KEY NOT NULL, type TEXT NOT NULL, value, remark NOT NULL)";
 constexpr const char *configSchema =

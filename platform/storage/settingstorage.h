@@ -8,8 +8,8 @@ namespace storage
 using SettingInfo = Row;
 using SettingChanges = Changes;
 
-/// The setting rows of one database, see GlobalStorageProvider and UserStorageProvider. They keep
-/// their remarks.
+/// The setting rows of one database, see GlobalStorageProvider and UserStorageProvider. The rows
+/// keep their remarks.
 class MODELBASE_STORAGE_EXPORT SettingStorage : public RowStorage
 {
 public:

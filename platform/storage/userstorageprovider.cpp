@@ -82,7 +82,7 @@ bool UserStorageProvider::isMissing(const QString &directory)
     std::error_code ignored;
     if (std::filesystem::symlink_status(path, ignored).type() != file_type::not_found)
         return false;
-    // A link that leads nowhere, or a file in the place of a directory, hides what lies behind it.
+    // A dangling link, or a file instead of a directory, hides what lies behind it.
     for (auto above = path.parent_path();; above = above.parent_path()) {
         const file_type type = std::filesystem::symlink_status(above, ignored).type();
         if (type == file_type::not_found && above.has_relative_path())

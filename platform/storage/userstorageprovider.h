@@ -17,11 +17,11 @@ class Database;
 class KeyStorage;
 class SettingStorage;
 
-/// One account's store: one SQLite database, "account.db", in a directory of the account's own.
+/// One account's store: one SQLite database, "account.db", in the account's own directory.
 ///
 /// Thread: open(), close(), filePath(), recovered() and openFailure() belong to the thread that
 /// owns the provider; everything else may be used from any. The storages are never null and live as
-/// long as it does.
+/// long as the provider.
 class MODELBASE_STORAGE_EXPORT UserStorageProvider : public QObject
 {
     Q_OBJECT
@@ -29,7 +29,7 @@ public:
     /// Why a database is not open.
     enum class OpenFailure {
         None,       ///< the last open() did not fail
-        Missing,    ///< there is none, and none was to be made
+        Missing,    ///< there is none, and none was to be created
         Locked,     ///< another program is using it
         Newer,      ///< a newer version has written it
         Unreadable, ///< no access, a failing disk, or something else in its place
@@ -38,35 +38,35 @@ public:
     explicit UserStorageProvider(QObject *parent = nullptr);
     ~UserStorageProvider() override;
 
-    /// Opens the database in `directory`, making the directory and the tables where they are
-    /// missing. What happens with a damaged, newer, locked or unwritable file stands at
-    /// GlobalStorageProvider::open(). With `create` false a directory without a database is
-    /// refused: an account that vanished is not to be mistaken for an empty one. What is open in
-    /// another directory is closed first; in the same one, it stays as it is.
+    /// Opens the database in `directory`, creating the directory and the tables if they are
+    /// missing. See GlobalStorageProvider::open() about damaged, newer, locked or unwritable files.
+    /// With `create` false a directory without a database is refused: an account that vanished must
+    /// not be taken for an empty one. A store open in another directory is closed first; in the
+    /// same one, it stays open.
     bool open(const QString &directory, bool create = true);
     bool isOpen() const;
     /// True when the last open() found a damaged file.
     bool recovered() const;
     OpenFailure openFailure() const;
-    /// True when there is certainly no database in `directory`, nor anything in its place. False
-    /// also where that cannot be told just now.
+    /// True when there is certainly no database in `directory`, nor anything in its place. Also
+    /// false when that cannot be determined now.
     static bool isMissing(const QString &directory);
-    /// As GlobalStorageProvider's.
+    /// As GlobalStorageProvider::close().
     bool close(QDeadlineTimer deadline = QDeadlineTimer(5000));
     void closeInCrash();
     /// Path of the database file; empty before the first open().
     QString filePath() const;
 
     SettingStorage *settingStorage() const;
-    /// Synchronisation bookkeeping that is kept on this machine only.
+    /// Synchronisation state that is kept on this machine only.
     ConfigStorage *bufferConfigStorage() const;
     /// Configuration that the account's devices share.
     ConfigStorage *syncConfigStorage() const;
     KeyStorage *keyStorage() const;
 
-    /// How the storage layer asks the account to refresh a group's information.
+    /// Sets how the storage layer asks the account to refresh a group's information.
     void setUpdateGroupInfoMethod(std::function<void(qint64 groupId)> method);
-    /// Calls that method, if one is set, on the caller's thread.
+    /// Calls that method, if it is set, on the caller's thread.
     void updateGroupInfo(qint64 groupId) const;
 
 private:

@@ -54,18 +54,18 @@ const char *plainName(int id)
     return nullptr;
 }
 
-/// What stands before each value in a BLOB. Lists and maps are walked here and not by QVariant's
-/// own operators: those recurse without a limit and reserve what the bytes tell them to.
+/// The tag before each value in a BLOB. Lists and maps are walked here and not by QVariant's own
+/// operators: those recurse without a limit and reserve as much as the bytes request.
 enum class Kind : quint8 { Invalid, Null, Single, List, Map, Hash };
 
 /// A type that values may have, besides lists and maps of any such values.
 struct Listed {
     QMetaType type;
-    QVariant (*read)(QDataStream &in, QMetaType type); ///< what is wrong, the stream's status tells
+    QVariant (*read)(QDataStream &in, QMetaType type); ///< errors go to the stream's status
 };
 
-/// By the type's own operator. Those of the types listed read a bounded number of bytes, and take
-/// any bits for a value.
+/// Uses the type's own operator. Those of the listed types read a bounded number of bytes, and
+/// accept any bits as a value.
 QVariant readOne(QDataStream &in, QMetaType type)
 {
     QVariant value(type);
@@ -74,7 +74,7 @@ QVariant readOne(QDataStream &in, QMetaType type)
     return value;
 }
 
-/// A colour begins with an enumerator, which its operator does not look at.
+/// A colour begins with an enumerator, which its operator does not check.
 QVariant readColour(QDataStream &in, QMetaType type)
 {
     constexpr char lastSpec = 5;
@@ -84,7 +84,8 @@ QVariant readColour(QDataStream &in, QMetaType type)
     return readOne(in, type);
 }
 
-/// Element by element, here and below: the operators of containers reserve what the bytes tell.
+/// Element by element, here and below: the operators of containers reserve as much as the bytes
+/// request.
 template <typename T>
 QVariant readList(QDataStream &in, QMetaType)
 {
@@ -110,8 +111,8 @@ QVariant readMap(QDataStream &in, QMetaType)
     return QVariant::fromValue(map);
 }
 
-/// All that is written and read. A font is not: its operator reads as many families as a damaged
-/// number says, as do those of pens, gradients and regions.
+/// All types that are written and read. A font is not: its operator reads as many families as a
+/// damaged number requests, as do those of pens, gradients and regions.
 const std::vector<Listed> &listed()
 {
     static const auto &all = undying([] {
@@ -145,7 +146,7 @@ const Listed *findListed(QMetaType type)
     return found == listed().end() ? nullptr : &*found;
 }
 
-/// Of those that BLOBs name; no type where it is none of them.
+/// One of the types that BLOBs name; no type if it is none of them.
 QMetaType typeNamed(const QByteArray &name)
 {
     for (const int id : {QMetaType::Nullptr, QMetaType::QVariantList, QMetaType::QVariantMap,
@@ -158,7 +159,7 @@ QMetaType typeNamed(const QByteArray &name)
     return found == listed().end() ? QMetaType() : found->type;
 }
 
-/// True when a row can hold the value and what is in it.
+/// True when a row can hold the value and its content.
 bool isListed(const QVariant &value, int depth)
 {
     const auto all = [&](const auto &container) {
@@ -182,7 +183,7 @@ bool isListed(const QVariant &value, int depth)
     }
 }
 
-/// Of a value that isListed().
+/// For a value that isListed().
 void writeStreamed(QDataStream &out, const QVariant &value)
 {
     const QMetaType type = value.metaType();
@@ -216,7 +217,7 @@ void writeStreamed(QDataStream &out, const QVariant &value)
     }
 }
 
-/// What is found wrong is told through the status of the stream, as its own operators do.
+/// Errors are reported through the status of the stream, as by its own operators.
 QVariant readStreamed(QDataStream &in, int depth)
 {
     const auto damaged = [&] {
@@ -270,7 +271,7 @@ QVariant readStreamed(QDataStream &in, int depth)
 
 QByteArray bytesOf(const SQLite::Column &column)
 {
-    // SQLite gives no address for nothing, but an empty byte array is not a null one.
+    // SQLite gives no address for zero bytes, but an empty byte array is not a null one.
     const void *data = column.getBlob();
     return data ? QByteArray(static_cast<const char *>(data), column.getBytes()) : QByteArray("");
 }
@@ -332,7 +333,7 @@ void bindText(SQLite::Statement &statement, int index, const QString &text)
 QString readText(const SQLite::Column &column)
 {
     if (!column.isBlob()) {
-        // The text first: asking for it may convert the value and so change its size.
+        // The text first: reading it may convert the value and so change its size.
         const char *text = column.getText();
         return QString::fromUtf8(text, column.getBytes());
     }
@@ -427,7 +428,7 @@ std::optional<QVariant> readValue(const SQLite::Column &type, const SQLite::Colu
     case QMetaType::ULongLong:
         return value.isInteger() ? std::optional<QVariant>(quint64(value.getInt64()))
                                  : std::nullopt;
-    default: // the fractions; one that was set by hand may lie there as a whole number
+    default: // fractions; one set by hand may be stored as a whole number
         if (!value.isFloat() && !value.isInteger())
             return std::nullopt;
         return plain->id == QMetaType::Float ? QVariant(float(value.getDouble()))

@@ -10,7 +10,7 @@ namespace
 
 using Side = LayoutCharacter::Side;
 
-/// Neutral characters take the side of their neighbours; what sets a side by itself is not known.
+/// Neutral characters take the direction of their neighbours; characters that set one are unknown.
 bool isSettled(QChar::Direction direction)
 {
     switch (direction) {
@@ -80,7 +80,7 @@ LayoutCharacter classify(char32_t c)
     const bool isHangulLetter = (c >= 0x1100 && c <= 0x11ff) || (c >= 0xa960 && c <= 0xa97f)
         || (c >= 0xd7b0 && c <= 0xd7ff);
     made.isJoining = made.isMark || category == QChar::Other_Format || isHangulLetter
-        || c == 0x0d4e; // a letter that is put in front of another
+        || c == 0x0d4e; // a letter displayed in front of another
     made.isIdeograph = script == QChar::Script_Han && category == QChar::Letter_Other;
     made.isBeforeIdeograph = made.isIdeograph
         || QStringView(u"、。，．！？：；」』）】》〉").contains(QChar(char16_t(c)));
@@ -91,7 +91,7 @@ LayoutCharacter classify(char32_t c)
 
 const LayoutCharacter &layoutCharacter(char16_t c)
 {
-    // By table: the properties of a character take eight look-ups.
+    // A table, since the properties of a character take eight look-ups.
     static const auto &table = undying([] {
         std::vector<LayoutCharacter> made;
         made.reserve(0x10000);

@@ -10,7 +10,7 @@ namespace
 using Fixed = LineBreaker::Fixed;
 using Part = LineBreaker::Part;
 
-/// What the clusters between two offsets, counted behind the spaces of their word, take.
+/// The advance of the clusters between two offsets, which count from the end of the word's spaces.
 Fixed advanceBetween(const std::vector<Part> &clusters, int from, int to)
 {
     Fixed advance = 0;
@@ -71,13 +71,13 @@ void LineBreaker::merge(Metrics &into, const Metrics &other)
     into.descent = std::max(into.descent, other.descent);
 }
 
-/// @return where the next line begins, or nothing where that is undecided
+/// @return where the next line begins, or nothing if that is undecided
 std::optional<LineBreaker::Position> LineBreaker::breakLine(const Position &from, Line &line)
 {
     m_filling = {};
     std::optional<Position> after = fill(from, false);
     if (after && m_natural > m_width) {
-        // One word is too wide, so the line breaks inside of it. It keeps the height that it had.
+        // One word is too wide, so the line breaks inside it. It keeps its previous height.
         const Metrics metrics = m_filling.lineMetrics;
         m_filling = {};
         m_filling.lineMetrics = metrics;
@@ -90,8 +90,8 @@ std::optional<LineBreaker::Position> LineBreaker::breakLine(const Position &from
 }
 
 /// Fills a line, and sets its natural width.
-/// @param anywhere whether it may break inside of words
-/// @return where the next line begins, or nothing where that is undecided
+/// @param anywhere whether it may break inside words
+/// @return where the next line begins, or nothing if that is undecided
 std::optional<LineBreaker::Position> LineBreaker::fill(const Position &from, bool anywhere)
 {
     Filling &filling = m_filling;
@@ -119,7 +119,7 @@ std::optional<LineBreaker::Position> LineBreaker::fill(const Position &from, boo
         for (const Part &part : parts) {
             const int begin = std::exchange(end, end + part.length);
             if (end <= at.offset)
-                continue; // on the line before
+                continue; // on the previous line
             const Position start{at.unit, std::max(begin, at.offset)};
             if (!wordStart)
                 wordStart = start;
@@ -150,7 +150,7 @@ std::optional<LineBreaker::Position> LineBreaker::fill(const Position &from, boo
         }
     }
 
-    // Spaces at the end count where there is room for them.
+    // Spaces at the end count if there is room for them.
     if (filling.isEmpty || filling.line + filling.space <= m_width) {
         filling.line += filling.space;
         merge(filling.lineMetrics, filling.wordMetrics);
@@ -165,8 +165,8 @@ bool LineBreaker::mayBreakAfter(size_t unit) const
         || m_units[unit + 1].mayBreakBefore;
 }
 
-/// What the glyph before a part, the last one on its line, reaches beyond its advance.
-/// @param ofPart the same of the part itself, which QTextLayout takes where it finds no other
+/// How far the glyph before a part, the last one on its line, extends beyond its advance.
+/// @param ofPart the same of the part itself, which QTextLayout uses if it finds no other
 std::optional<Fixed> LineBreaker::bearingBefore(const Position &at, Fixed ofPart)
 {
     const Unit &unit = m_units[at.unit];
@@ -182,8 +182,8 @@ std::optional<Fixed> LineBreaker::bearingBefore(const Position &at, Fixed ofPart
     if (before.item == unit.item)
         return before.word().segments.empty() ? 0 : before.word().segments.back().bearing;
 
-    // Where an item ends QTextLayout looks for its last glyph among those of the item behind it,
-    // and takes whichever has the same number there.
+    // At the end of an item QTextLayout looks up its last glyph among those of the next item, and
+    // takes the one with the same index there.
     const std::optional<std::vector<Fixed>> last = glyphBearings(before.item);
     const std::optional<std::vector<Fixed>> here = glyphBearings(unit.item);
     if (!last || !here)
@@ -191,7 +191,7 @@ std::optional<Fixed> LineBreaker::bearingBefore(const Position &at, Fixed ofPart
     return last->size() > here->size() ? ofPart : (*here)[last->size() - 1];
 }
 
-/// The bearings of an item's glyphs, where each character is one glyph.
+/// The bearings of an item's glyphs, if each character is one glyph.
 std::optional<std::vector<Fixed>> LineBreaker::glyphBearings(size_t item)
 {
     std::vector<Fixed> bearings;

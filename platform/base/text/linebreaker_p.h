@@ -6,9 +6,9 @@
 #include <span>
 #include <vector>
 
-/// Breaks a paragraph of measured words into lines, step by step as QTextLayout does it. What it
-/// decides by a value that is not to be had from outside (whether it looks at a glyph's bearing at
-/// all) is left undecided here.
+/// Breaks a paragraph of measured words into lines, with the same steps as QTextLayout. A decision
+/// that depends on an internal value of QTextLayout (whether it considers a glyph's bearing at all)
+/// is left undecided here.
 class LineBreaker
 {
 public:
@@ -22,16 +22,16 @@ public:
         double height = 0; ///< pixels, with the leading
     };
 
-    /// A word at its place in a paragraph.
+    /// A word and its position in a paragraph.
     struct Unit {
         WordCache::Entry *entry = nullptr;
-        size_t item = 0; ///< the run that it stands in: what QTextLayout shapes at once
+        size_t item = 0; ///< its run, which QTextLayout shapes at once
         bool mayBreakBefore = false;
 
         const Word &word() const { return entry->second; }
     };
 
-    /// @param itemCount the units are of as many items
+    /// @param itemCount the number of items of the units
     LineBreaker(WordCache &cache, std::span<const Unit> units, size_t itemCount, double width);
 
     /// @return whether every line is decided
@@ -45,9 +45,9 @@ private:
 
     /// The state of the line that is being filled.
     struct Filling {
-        Fixed line = 0;  ///< accepted
-        Fixed space = 0; ///< behind that
-        Fixed word = 0;  ///< behind that, up to where the line may break next
+        Fixed line = 0;  ///< accepted width
+        Fixed space = 0; ///< of the spaces behind that
+        Fixed word = 0;  ///< behind those, up to the next possible break
         Metrics lineMetrics;
         Metrics wordMetrics;
         bool isEmpty = true;

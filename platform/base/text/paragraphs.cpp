@@ -18,8 +18,8 @@ namespace
 
 constexpr QChar zeroWidthSpace(0x200B);
 
-/// Stands for a custom emoji. A letter of Latin keeps its own font and width, whatever script the
-/// text around it is in.
+/// Stands for a custom emoji. A Latin letter keeps its own font and width, whatever the script of
+/// the surrounding text.
 constexpr QChar pictureCharacter = u'n';
 
 using FormatRanges = QList<QTextLayout::FormatRange>;
@@ -37,9 +37,9 @@ bool isNewline(QChar c)
         || c == QChar::ParagraphSeparator;
 }
 
-/// What must not reach the layout as it is: other newlines; control characters, which it would shape
-/// with any of the fonts that happen to be loaded by then; and the object replacement character,
-/// whose objects would come from a document that there is not.
+/// Characters that must not reach the layout unchanged: other newlines; control characters, which
+/// it would shape with any font that happens to be loaded; and the object replacement character,
+/// whose object would come from a document that does not exist.
 bool isReplaced(QChar c)
 {
     return c == QChar::ObjectReplacementCharacter
@@ -51,7 +51,7 @@ QChar replacementFor(QChar c)
     return isNewline(c) ? paragraphSeparator : zeroWidthSpace;
 }
 
-/// Whether a character is drawn on the one before it, or not at all.
+/// Whether a character is drawn on the previous one, or not at all.
 bool isAttached(char32_t c)
 {
     constexpr char32_t firstTone = 0x1F3FB;
@@ -86,7 +86,7 @@ const QStringList &monospaceFamilies()
     return families;
 }
 
-/// Makes a picture as wide as a line of `font` is high, by the space behind its character.
+/// Makes a picture as wide as a line of `font` is high, by the space after its character.
 QTextCharFormat pictureFormat(const QFont &font)
 {
     const QFontMetricsF metrics(font);
@@ -96,7 +96,7 @@ QTextCharFormat pictureFormat(const QFont &font)
     return format;
 }
 
-/// Flattens spans that may overlap in any way into sorted ranges of one format each.
+/// Converts spans that may overlap in any way into sorted ranges of one format each.
 FormatRanges flattened(const std::vector<StyledSpan> &spans, const QFont &font)
 {
     struct Edge {
@@ -112,7 +112,7 @@ FormatRanges flattened(const std::vector<StyledSpan> &spans, const QFont &font)
     }
     std::sort(edges.begin(), edges.end(), [](const Edge &a, const Edge &b) { return a.at < b.at; });
 
-    // One format for each combination of styles, made when it is first met.
+    // One format for each combination of styles, made on first use.
     std::array<QTextCharFormat, 1 << StyleCount> formats;
     const auto formatOf = [&](unsigned styles) {
         QTextCharFormat &format = formats[styles];
@@ -150,8 +150,8 @@ FormatRanges flattened(const std::vector<StyledSpan> &spans, const QFont &font)
     return ranges;
 }
 
-/// The collapsed blocks as ranges of whole paragraphs. What an earlier one covers is left out of a
-/// later one; one that is no whole paragraphs (it begins inside a picture) stays open.
+/// The collapsed blocks as ranges of whole paragraphs. A later block excludes the text of an
+/// earlier one; a block that is not whole paragraphs (it begins inside a picture) stays open.
 std::vector<Paragraphs::Range> collapsedParagraphs(std::vector<Span> spans, const QString &text)
 {
     std::sort(spans.begin(), spans.end());
@@ -172,7 +172,7 @@ std::vector<Paragraphs::Range> collapsedParagraphs(std::vector<Span> spans, cons
     return ranges;
 }
 
-/// The part of a text that is laid out.
+/// The part of a text to lay out.
 QString bounded(const QString &text)
 {
     qsizetype length = DrawableTextBase::mostLength;
@@ -182,15 +182,15 @@ QString bounded(const QString &text)
     return text.first(length) + u'\u2026';
 }
 
-/// The next letter may make one shape with the one before, as after Devanagari's virama.
+/// The next letter may form one shape with the previous one, as after Devanagari's virama.
 bool isConjoining(char32_t c)
 {
     constexpr uchar virama = 9; // Unicode's combining class of all such signs
     return c >= 0x900 && QChar::combiningClass(c) == virama;
 }
 
-/// Whether some character of the text may have more on it, or joined to it, than is shown. Never
-/// false where it has.
+/// Whether a character of the text may have more marks or joined letters than are shown. Never
+/// false if one has.
 bool mayHaveLongClusters(QStringView text)
 {
     constexpr char16_t joiner = 0x200D;
@@ -211,17 +211,17 @@ bool mayHaveLongClusters(QStringView text)
     return false;
 }
 
-/// What becomes of a code unit whose character has too much on it.
+/// How to treat a code unit whose character has too many marks.
 enum class Treatment : uint8_t { Keep, Drop, BreakBefore };
 
-/// Empty when every character is kept as it is.
+/// Empty when every character is kept unchanged.
 std::vector<Treatment> treatmentOf(const QString &text)
 {
     if (!mayHaveLongClusters(text))
         return {};
     std::vector<Treatment> treatment(size_t(text.size()), Treatment::Keep);
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
-    int letters = 0; // that make one character with each other, as those of Hangul do
+    int letters = 0; // that form one character, as in Hangul
     char32_t before = 0;
     for (qsizetype from = 0, end = 0; (end = finder.toNextBoundary()) >= 0; from = end) {
         int marks = 0;
@@ -250,7 +250,7 @@ std::vector<Treatment> treatmentOf(const QString &text)
     return treatment;
 }
 
-/// Turns a text with its entities into paragraphs. Does nothing that the text does not ask for.
+/// Turns a text with its entities into paragraphs. Does only what the text needs.
 class Preparation
 {
 public:
@@ -324,7 +324,7 @@ private:
         });
     }
 
-    /// Replaces where the text's length changes, and moves the spans with their text.
+    /// Makes the replacements that change the text's length, and moves the spans with their text.
     void rewrite()
     {
         const QString source = std::exchange(m_text, QString());
@@ -342,12 +342,12 @@ private:
                 m_text.append(paragraphSeparator);
             movedTo[size_t(at)] = m_text.size();
 
-            // Of pictures that overlap, the first one is shown.
+            // Of overlapping pictures, the first one is shown.
             while (picture != m_pictures.cend() && picture->from < at)
                 ++picture;
             qsizetype next = at + 1;
             if (picture != m_pictures.cend() && picture->from == at) {
-                // Lines may break on either side, whatever stands there.
+                // Lines may break on either side, whatever the neighbouring text.
                 m_text.append(zeroWidthSpace);
                 pictures.push_back({{m_text.size(), m_text.size() + 1}, Picture});
                 m_shownPictures.push_back({m_text.size(), picture->block});
@@ -375,13 +375,13 @@ private:
         m_styled.insert(m_styled.end(), pictures.begin(), pictures.end());
     }
 
-    /// Where a line has to begin because a block that stands alone begins or has ended there.
+    /// Where a line must begin because a block on its own lines begins or has ended there.
     std::vector<bool> breaksAround(const QString &source) const
     {
         std::vector<bool> breaks(size_t(source.size()) + 1);
         for (const Span &span : m_standingAlone) {
             breaks[size_t(span.from)] = true;
-            // The newline behind a block is its line's own.
+            // The newline after a block ends the block's last line.
             if (span.end < source.size() && !isNewline(source[span.end]))
                 breaks[size_t(span.end)] = true;
         }
@@ -389,7 +389,7 @@ private:
     }
 
     QString m_text;
-    std::vector<Treatment> m_treatment; ///< of each code unit; empty: all are kept
+    std::vector<Treatment> m_treatment; ///< for each code unit; empty: keep all
     std::vector<PictureSpan> m_pictures;
     std::vector<DrawableTextBase::Layout::Picture> m_shownPictures;
     std::vector<qsizetype> m_movedTo;

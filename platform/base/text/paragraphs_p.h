@@ -9,17 +9,17 @@
 
 #include <vector>
 
-/// The one newline of a text that is ready for layout.
+/// The only newline in a text that is ready for layout.
 constexpr QChar paragraphSeparator = u'\n';
 
-/// A text ready for layout: pictures have their width, and paragraphs end in one way only.
+/// A text ready for layout: pictures have their width, and paragraphs have one kind of end.
 struct Paragraphs {
     /// @param withFormats whether entities that change the width or height of their text count;
     ///                    pictures always do
     static Paragraphs of(const QString &text, const UserTextBlocks &blocks, bool withFormats,
                          const QFont &font);
 
-    /// Whole paragraphs, without the separator behind the last one.
+    /// Whole paragraphs, without the separator after the last one.
     struct Range {
         qsizetype from = 0;
         qsizetype end = 0;
@@ -29,5 +29,5 @@ struct Paragraphs {
     QList<QTextLayout::FormatRange> formats; ///< sorted, do not overlap
     std::vector<Range> collapsed;            ///< sorted, do not overlap
     std::vector<DrawableTextBase::Layout::Picture> pictures;
-    std::vector<qsizetype> movedTo; ///< of each position of the given text; empty: not moved
+    std::vector<qsizetype> movedTo; ///< of each position of the given text; empty: all unchanged
 };

@@ -18,7 +18,7 @@ using Fixed = WordCache::Fixed;
 
 constexpr double wideEnough = 1 << 20;
 
-/// Fonts that a cache tells apart before it begins anew.
+/// Fonts in a cache before it starts over.
 constexpr size_t mostFonts = 32;
 
 Fixed toFixed(double pixels)
@@ -44,11 +44,11 @@ int fontGeneration()
     return generation;
 }
 
-/// Lines do not break between two letters, or letters and digits, of the script.
+/// Whether lines do not break between letters or digits of the script.
 bool isWrittenWithSpaces(QChar::Script script)
 {
     switch (script) {
-    case QChar::Script_Common: // and what is no letter there is looked at by itself
+    case QChar::Script_Common: // its other characters are checked one by one
     case QChar::Script_Han:
     case QChar::Script_Hiragana:
     case QChar::Script_Katakana:
@@ -59,7 +59,7 @@ bool isWrittenWithSpaces(QChar::Script script)
     }
 }
 
-/// Whether a line cannot break inside of a word.
+/// Whether a line cannot break inside the word.
 bool isOneSegment(QStringView word)
 {
     for (qsizetype at = 0; at < word.size();) {
@@ -119,8 +119,8 @@ void WordCache::beginText()
         clear();
         m_fontGeneration = generation;
     }
-    // What is met again moves to the recent ones, so the older ones are those not used for longest.
-    // One text may add some more to either half.
+    // A word that is seen again moves to the recent ones, so the older ones are the least recently
+    // used. One text may exceed either half a little.
     if (m_recentBytes > maxBytes / 4) {
         m_older = std::exchange(m_recent, {});
         m_olderBytes = std::exchange(m_recentBytes, 0);
@@ -160,7 +160,7 @@ WordCache::Entry &WordCache::find(const KeyView &key)
     return entry;
 }
 
-/// Makes a layout of a word in its context. `from` is where the word begins there.
+/// Makes a layout of a word in its context. `from` is the word's position there.
 QTextLayout &WordCache::layOut(const Entry &entry, std::optional<QTextLayout> &layout,
                                qsizetype &from) const
 {
@@ -176,7 +176,7 @@ QTextLayout &WordCache::layOut(const Entry &entry, std::optional<QTextLayout> &l
     all += QStringView(text);
     if (context.isSpaceNext)
         all += u' ';
-    // A line that is ended has the bearing of its last word in its width, whatever spaces follow.
+    // The width of a finished line includes the bearing of its last word, whatever spaces follow.
     if (!QChar(text.back()).isSpace())
         all += QChar(QChar::LineSeparator);
     layout.emplace(all, m_fonts[context.font]);
@@ -186,7 +186,7 @@ QTextLayout &WordCache::layOut(const Entry &entry, std::optional<QTextLayout> &l
     return *layout;
 }
 
-/// The parts of a word: the lines that it makes where there is no room.
+/// The parts of a word: the lines that it forms without any room.
 std::vector<WordCache::Part> WordCache::partsOf(QTextLayout &layout, const Entry &entry,
                                                 QTextOption::WrapMode mode, qsizetype from)
 {
@@ -225,7 +225,7 @@ void WordCache::measure(Entry &entry)
     layout.beginLayout();
     QTextLine line = nextLine(layout);
     if (from > 0)
-        line = nextLine(layout); // behind the letter that gives it its script
+        line = nextLine(layout); // after the letter that gives it its script
     const Fixed advance = toFixed(line.horizontalAdvance());
     const Fixed bearing = toFixed(line.naturalTextWidth()) - advance;
     word.metrics = {toFixed(line.ascent()), toFixed(line.descent()), toFixed(line.leading())};

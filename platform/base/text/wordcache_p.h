@@ -12,20 +12,20 @@
 #include <unordered_map>
 #include <vector>
 
-/// What words take in a line. Every word is measured once by a QTextLayout, with the spaces that
-/// stand around it, in 1/64 pixels, the unit that QTextLayout adds up in.
+/// The width of words in a line. A QTextLayout measures every word once, together with the
+/// surrounding spaces, in 1/64 pixels, the unit in which QTextLayout adds widths.
 ///
-/// Bounded: it holds `maxBytes` at most, forgets what was not used for longest, and everything when
-/// the fonts of the application change. Thread: one cache a thread.
+/// Bounded: it holds at most `maxBytes`, drops the least recently used words, and everything when
+/// the application's fonts change. Thread: one cache a thread.
 class WordCache
 {
 public:
     static constexpr size_t maxBytes = 8 << 20;
 
-    /// A longer one is no word that will be met again.
+    /// A longer word is unlikely to be seen again.
     static constexpr qsizetype longestWord = 128;
 
-    /// Formats that a cache tells apart before it begins anew; fewer may stand in one text.
+    /// Formats in a cache before it starts over; a text may have fewer only.
     static constexpr size_t mostFormats = 64;
 
     using Fixed = int; ///< 1/64 pixels
@@ -36,20 +36,21 @@ public:
         Fixed leading = 0;
     };
 
-    /// What stays together on a line: a grapheme cluster, or what lies between two line breaks.
+    /// A unit that stays together on a line: a grapheme cluster, or the text between two line
+    /// breaks.
     struct Part {
         int length = 0; ///< code units
         Fixed advance = 0;
-        Fixed bearing = 0; ///< what its last glyph reaches beyond its advance
+        Fixed bearing = 0; ///< how far its last glyph extends beyond its advance
     };
 
-    /// A word with the spaces before it.
+    /// A word with its preceding spaces.
     struct Word {
         enum State {
             New,      ///< never seen before
-            Met,      ///< seen, and worth measuring when it is seen again
-            Measured, ///< all of what follows is valid
-            Unusable  ///< its parts do not add up to it, so it takes a full layout
+            Met,      ///< seen once; measured when seen again
+            Measured, ///< all following members are valid
+            Unusable  ///< its parts do not add up, so it needs a full layout
         };
         State state = New;
         int spaceCount = 0;
@@ -59,7 +60,7 @@ public:
         std::vector<Part> clusters; ///< empty until measureClusters()
     };
 
-    /// What a word is measured in, and told apart by.
+    /// The conditions of a measurement, part of the key.
     struct Context {
         uint8_t font = 0;
         uint8_t format = 0;
@@ -94,25 +95,24 @@ public:
     using Words = std::unordered_map<Key, Word, Hash, Equal>;
     using Entry = Words::value_type;
 
-    /// Drops what is stale or too much. Entries and indices are valid until the next call.
+    /// Drops stale and excess entries. Entries and indices are valid until the next call.
     void beginText();
 
     uint8_t indexOf(const QFont &font);
     uint8_t indexOf(const QTextCharFormat &format);
 
-    /// Finds a word, or notes it as new.
+    /// Finds a word, or adds it as new.
     Entry &find(const KeyView &key);
 
     void measure(Entry &entry);
 
-    /// Measures what a line that has to break inside of a word needs. It may find that the word is
-    /// unusable.
+    /// Measures what a break inside the word needs. The word may turn out to be unusable.
     void measureClusters(Entry &entry);
 
     /// Forgets everything.
     void clear();
 
-    /// What is held, in bytes.
+    /// The memory used, in bytes.
     size_t bytes() const { return m_recentBytes + m_olderBytes; }
 
 private:
@@ -122,9 +122,9 @@ private:
                                      QTextOption::WrapMode mode, qsizetype from);
 
     std::vector<QFont> m_fonts;
-    std::vector<QTextCharFormat> m_formats{QTextCharFormat()}; ///< the first one: none
+    std::vector<QTextCharFormat> m_formats{QTextCharFormat()}; ///< the first one: no format
     Words m_recent;
-    Words m_older; ///< forgotten when the recent ones are a quarter of what may be held
+    Words m_older; ///< dropped when the recent ones reach a quarter of maxBytes
     size_t m_recentBytes = 0;
     size_t m_olderBytes = 0;
     int m_fontGeneration = 0;

@@ -13,7 +13,7 @@
 namespace
 {
 
-/// Where QTextLayout may break a line. Most texts need no look at it: lines break at spaces.
+/// Where QTextLayout may break a line. Most texts do not need it: lines break at spaces.
 class LineBreaks
 {
 public:
@@ -38,20 +38,20 @@ private:
     std::optional<QTextBoundaryFinder> m_finder;
 };
 
-/// Whether what stands beside an edge of formats makes no difference to the breaks behind it, as
-/// digits and brackets do.
+/// Whether the character at a format boundary does not affect the breaks after it, unlike digits
+/// and brackets.
 bool isPlain(const LayoutCharacter &c, QChar unit)
 {
     return (c.isLetter && !c.isDigit) || unit == QChar(0x200B);
 }
 
-/// Finds what makes the breaks in a number depend on another word: to QTextLayout a number goes on
-/// behind spaces as long as no letter comes, and it ends otherwise behind a bracket; and it may begin
-/// with a bracket before those spaces.
+/// Finds numbers whose breaks depend on another word: to QTextLayout a number continues across
+/// spaces until a letter comes, ends differently after a bracket, and may begin with a bracket
+/// before those spaces.
 class Numbers
 {
 public:
-    /// @return whether the number that came before may reach into the word of `c`
+    /// @return whether the preceding number may extend into the word of `c`
     bool reachesInto(const LayoutCharacter &c)
     {
         const Bracket before = m_bracket;
@@ -109,7 +109,7 @@ qsizetype endOfWord(const QString &text, qsizetype from, qsizetype end, QChar::S
 WordLayout *WordLayout::ofThisThread()
 {
 #ifdef MODELBASE_WORD_CACHE
-    // While one thread finds out, and handles the log line, all others take the full layout.
+    // While one thread runs the proof, and handles the log line, all others use the full layout.
     enum Verdict { Unknown, Differs, Holds };
     static std::atomic<Verdict> verdict = Unknown;
     Verdict before = verdict;
@@ -164,16 +164,16 @@ bool WordLayout::itemize(const QString &text, const Formats &formats)
             ++range;
         const auto *here = range != formats.end() && range->start < at ? &*range : nullptr;
         if (here != nullptr && (here->start > from || here->start + here->length < at))
-            return false; // half a character is no character
+            return false; // a format boundary inside a character
         const bool hasNewFormat = here != format;
         const bool hasNewScript = c.script != QChar::Script_Common && c.script != item.script;
         if (hasNewScript && item.script == QChar::Script_Common) {
-            // What stands before the first letter is of its script.
+            // Characters before the first letter have its script.
             for (Item &before : m_items)
                 before.script = c.script;
             item.script = c.script;
         } else if (hasNewScript && c.isMark) {
-            return false; // of another script than its base
+            return false; // a mark whose script is not its base's
         }
         if (from > item.from && (hasNewFormat || (hasNewScript && item.script != c.script))) {
             item.end = from;
@@ -207,7 +207,7 @@ bool WordLayout::splitIntoWords(const QString &text)
             if (first.isMark)
                 return false;
             if (first.isDigit && last.isSpace)
-                return false; // it would be measured as if it began the text
+                return false; // it would be measured as if it were at the start
             if (!first.isSpace && !last.isSpace) {
                 if (m_items[index - 1].format != item.format
                     && (!isPlain(first, text[item.from]) || !isPlain(last, text[item.from - 1])))
@@ -230,8 +230,8 @@ bool WordLayout::splitIntoWords(const QString &text)
     return true;
 }
 
-/// Measures the words that are not yet known, if that is cheaper than a full layout or will be
-/// worth it.
+/// Measures the words that are not known yet, if that is cheaper than a full layout or will pay
+/// off.
 bool WordLayout::measureWords()
 {
     using Word = WordCache::Word;

@@ -11,58 +11,57 @@
 
 #include <vector>
 
-/// Lays out texts that are made of known words, without shaping them.
+/// Lays out texts made of known words, without shaping them.
 ///
-/// What it promises: for every paragraph, font, formats and width, either nothing, and the caller
-/// makes a QTextLayout; or the lines that a QTextLayout with WrapAtWordBoundaryOrAnywhere makes, each
-/// of the same width and height to the last 64th of a pixel. So a view that draws by QTextLayout
-/// fits the size that was measured here.
+/// Guarantee: for every paragraph, font, formats and width, the result is either nothing, and the
+/// caller uses a QTextLayout; or the lines of a QTextLayout with WrapAtWordBoundaryOrAnywhere, each
+/// with the same width and height to 1/64 pixel. So a view that draws by QTextLayout fits the size
+/// measured here.
 ///
-/// How: QTextLayout remains the truth. A WordCache measures each word by it, together with the
-/// spaces around it, and a LineBreaker adds these numbers up in the order, the unit and the rounding
-/// in which QTextLayout adds them: widths of glyphs, the bearing of the last one, the greatest
-/// ascent, descent and leading of a line, spaces that hang over its end. Only texts are taken whose
-/// words are shaped independently of each other: all in one direction, in scripts that are written
-/// with spaces or in ideographs, without tabs, objects or characters that no rule here knows. A
-/// text, or a width, for which the numbers that are kept do not decide every line is left to the
-/// full layout: a line that ends within the bearing of a glyph, a word whose parts do not add up to
-/// it, too many formats.
+/// Method: QTextLayout remains the reference. A WordCache measures each word with it, together with
+/// the surrounding spaces, and a LineBreaker adds these numbers in the order, unit and rounding of
+/// QTextLayout: widths of glyphs, the bearing of the last one, the greatest ascent, descent and
+/// leading of a line, spaces that hang over its end. It accepts only texts whose words are shaped
+/// independently of each other: in one direction, in scripts that are written with spaces or in
+/// ideographs, without tabs, objects or characters not covered by a rule. A full layout is used for
+/// a text or width for which the cached numbers do not decide every line: a line that ends within
+/// the bearing of a glyph, a word whose parts do not add up, too many formats.
 ///
-/// What it imitates includes oddities of Qt 6.4 that another version may drop:
-/// - A line's width counts the bearing of its last glyph. At the end of a run of one script or format,
-///   that glyph is looked up among those of the next run, by its number there.
-/// - Every line of a run has the height of the whole run, and one that breaks inside of a word keeps
-///   the height that it had before it was filled anew.
-/// - Spaces at the end of a paragraph count only where there is room for them.
+/// It imitates oddities of Qt 6.4 that another version may drop:
+/// - A line's width includes the bearing of its last glyph. At the end of a run of one script or
+///   format, that glyph is looked up among those of the next run, by its index there.
+/// - Every line of a run has the height of the whole run, and a line that breaks inside a word
+///   keeps the height that it had before it was filled again.
+/// - Spaces at the end of a paragraph count only if there is room for them.
 ///
-/// How it is proven: the test of the corpus (tst_layoutcorpus) lays out some thousand messages in
-/// all scripts that fonts of the machine have, at many widths and with formats, both ways, and
-/// wants every line the same. And each process proves it anew, on a few short texts in its own font
-/// (WordProof), before it trusts it: under a Qt that lays out otherwise, every text takes the full
-/// layout, which is slower and never wrong. A build may leave it out (-DMODELBASE_WORD_CACHE=OFF).
+/// Proof: the corpus test (tst_layoutcorpus) lays out some thousand messages in all scripts for
+/// which the machine has fonts, at many widths and with formats, both ways, and requires every line
+/// to be equal. In addition each process proves it on a few short texts in its own font (WordProof)
+/// before using it: with a Qt that lays out differently, every text takes the full layout, which is
+/// slower but always right. A build may omit it (-DMODELBASE_WORD_CACHE=OFF).
 ///
-/// Thread: one a thread.
+/// Thread: one instance a thread.
 class MODELBASE_BASE_EXPORT WordLayout
 {
 public:
     using Line = LineBreaker::Line;
     using Formats = QList<QTextLayout::FormatRange>;
 
-    /// Null where the build has none, where it has not proven itself, and where the thread ends.
+    /// Null if the build has none, if the proof failed, and when the thread ends.
     static WordLayout *ofThisThread();
 
-    /// Whether this thread asks it at all: a test compares with and without.
+    /// Whether this thread uses it at all: a test compares both ways.
     void setEnabled(bool isEnabled) { m_isEnabled = isEnabled; }
 
     /// Breaks a paragraph into lines of `width` pixels. The formats are sorted and do not overlap.
-    /// @return nothing where it takes a full layout; valid until the next call
+    /// @return nothing if a full layout is needed; valid until the next call
     const std::vector<Line> *breakLines(const QString &paragraph, const QFont &font,
                                         const Formats &formats, double width);
 
     /// Forgets every word.
     void clear();
 
-    /// What its words take, in bytes.
+    /// The memory used by its words, in bytes.
     size_t bytes() const { return m_words.bytes(); }
 
 private:

@@ -15,9 +15,9 @@ namespace
 
 Q_LOGGING_CATEGORY(lcWords, "im.base")
 
-// One for each way in which words differ: spaces, where lines may break, kerning and ligatures, and
-// words that have to break inside. Latin letters alone: for each further script Qt asks the system
-// for fonts, which takes as long as all of this.
+// One for each way in which words differ: spaces, line breaks, kerning and ligatures, and words
+// that must break inside. Latin letters only: for each further script Qt asks the system for fonts,
+// which takes as long as all of this.
 constexpr const char16_t *probes[] = {
     u"Is it here?",        u"  two  spaces ",
     u"well-known (10:30)", u"Fjord, ÇA VA",
@@ -41,7 +41,7 @@ bool canShow(const QRawFont &font, const QString &text)
                                [&](uint c) { return c == u' ' || font.supportsCharacter(c); });
 }
 
-/// A word is measured once it is met again.
+/// A word is measured when it is seen again.
 const WordProof::Lines *decided(WordLayout &words, const QString &text, const QFont &font,
                                 double width)
 {

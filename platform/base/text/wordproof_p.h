@@ -9,8 +9,8 @@
 #include <functional>
 #include <vector>
 
-/// The test that WordLayout has to pass before a process uses it: some twenty short texts, those that
-/// the application's font can show, are laid out both ways. It takes a millisecond or two, once.
+/// The test that WordLayout must pass before a process uses it: lays out about twenty short texts,
+/// those that the application's font can show, both ways. It takes a millisecond or two, once.
 ///
 /// Thread: any; needs a QGuiApplication.
 namespace WordProof
@@ -21,8 +21,8 @@ using Lines = std::vector<WordLayout::Line>;
 /// The lines of a paragraph as QTextLayout makes them.
 MODELBASE_BASE_EXPORT Lines fullLayout(const QString &paragraph, const QFont &font, double width);
 
-/// False, with one log line that names the first difference, when WordLayout decides a text otherwise
-/// than `full` does, or decides none.
+/// False, with one log line that names the first difference, when WordLayout's result for a text
+/// differs from that of `full`, or when it decides none.
 MODELBASE_BASE_EXPORT bool
 holds(const std::function<Lines(const QString &, const QFont &, double)> &full = fullLayout);
 

@@ -36,8 +36,8 @@ struct AnyFrame : TagLib::ID3v2::Frame {
     using TagLib::ID3v2::Frame::Header;
 };
 
-/// Takes texts and pictures as they stand, and no other ID3v2 frame: a compressed one may unfold to
-/// a thousand times its size, and a chapter may hold chapters that hold chapters.
+/// Reads plain texts and pictures, and no other ID3v2 frame: a compressed one may expand to a
+/// thousand times its size, and chapters may be nested.
 class PlainFrames : public TagLib::ID3v2::FrameFactory
 {
 protected:
@@ -48,7 +48,7 @@ protected:
         if (wanted && !header->compression())
             return FrameFactory::updateFrame(header);
         if (header->version() > 2) {
-            // The same size under a name that nobody knows, without flags: skipped, not unfolded.
+            // The same size under an unknown name, without flags: skipped, not expanded.
             TagLib::ByteVector unknown("XXXX");
             unknown.append(header->version() == 3
                                ? TagLib::ByteVector::fromUInt(header->frameSize())
@@ -60,8 +60,7 @@ protected:
     }
 };
 
-/// The reader for what the file is, whatever it is called. MP3 comes last, as the one that is
-/// recognised by probability.
+/// The reader for the file's real type. MP3 comes last, since it is recognised by probability.
 std::unique_ptr<TagLib::File> makeReader(TagStream *stream, PlainFrames *frames)
 {
     using namespace TagLib;
@@ -76,7 +75,7 @@ std::unique_ptr<TagLib::File> makeReader(TagStream *stream, PlainFrames *frames)
     if (FLAC::File::isSupported(stream))
         return std::make_unique<FLAC::File>(stream, frames);
     if (MP4::File::isSupported(stream)) {
-        // A read is a level here, in the worst case, and that takes 200 bytes of stack.
+        // In the worst case each read is a level of recursion, which takes 200 bytes of stack.
         stream->allow(2000, largestTags);
         return std::make_unique<MP4::File>(stream);
     }
@@ -85,7 +84,7 @@ std::unique_ptr<TagLib::File> makeReader(TagStream *stream, PlainFrames *frames)
     return nullptr;
 }
 
-/// One line of a length that can be shown.
+/// One line of a displayable length.
 QString toText(const QString &text)
 {
     QString result = text.simplified();
@@ -95,7 +94,7 @@ QString toText(const QString &text)
     return result.trimmed();
 }
 
-/// The album map, without what a file does not tell.
+/// The album map, without values that the file lacks.
 class Album
 {
 public:
@@ -145,8 +144,8 @@ QVariantMap toAlbum(const TagLib::File &file)
     return album.take();
 }
 
-/// Of a file that TagLib does not know, or knows the tags of only. Empty, with the reason in `why`,
-/// when it is no sound.
+/// For a file that TagLib does not know, or knows only the tags of. Empty, with the reason in
+/// `why`, when it is not sound.
 QVariantMap readSound(QFile *file, QString *why)
 {
     MediaInput input(file);
@@ -214,7 +213,7 @@ QList<QByteArray> toPictures(TagLib::File *file)
     return pictures.take();
 }
 
-/// What was read, or why nothing was.
+/// The tags read, or why there are none.
 AudioTags read(QFile *file, bool withPictures, QString *why)
 {
     if (file->size() > std::numeric_limits<long>::max() / 2) {

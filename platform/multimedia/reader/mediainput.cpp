@@ -16,18 +16,18 @@ namespace
 
 constexpr int ioBufferSize = 64 << 10;
 constexpr qint64 mostPixels = 40'000'000;
-/// Real ones lie between 1/2 and 2.
+/// Real values lie between 1/2 and 2.
 constexpr double mostStretch = 8;
 
-/// Frees what FFmpeg made.
+/// Frees objects that FFmpeg allocated.
 struct Freed {
     void operator()(AVCodecContext *context) const { avcodec_free_context(&context); }
     void operator()(AVPacket *packet) const { av_packet_free(&packet); }
     void operator()(AVFrame *frame) const { av_frame_free(&frame); }
 };
 
-/// A decoder that refuses large frames: what the container says of their size is only its word, and
-/// a kilobyte can hold a frame of a gigabyte. Null when there is none.
+/// A decoder that refuses large frames: the size in the container cannot be trusted, and a kilobyte
+/// can hold a frame of a gigabyte. Null if there is none.
 std::unique_ptr<AVCodecContext, Freed> newDecoder(const AVCodecParameters &parameters)
 {
     const AVCodec *codec = avcodec_find_decoder(parameters.codec_id);
@@ -38,7 +38,7 @@ std::unique_ptr<AVCodecContext, Freed> newDecoder(const AVCodecParameters &param
     return avcodec_open2(decoder.get(), codec, nullptr) < 0 ? nullptr : std::move(decoder);
 }
 
-/// Width of a stored pixel to its height; square ones when unknown.
+/// The ratio of a stored pixel's width to its height; square if unknown.
 bool isSensible(AVRational pixel)
 {
     const double stretch = pixel.num > 0 && pixel.den > 0 ? av_q2d(pixel) : 1;
@@ -54,7 +54,7 @@ int openNothing(AVFormatContext *, AVIOContext **, const char *, int, AVDictiona
 
 MediaInput::MediaInput(QFile *file) : m_file(file)
 {
-    // FFmpeg would tell stderr about every damaged file. It has one level for the whole process.
+    // FFmpeg would write to stderr for every damaged file. The level is one for the whole process.
     static const bool quiet = [] {
         if (av_log_get_level() == AV_LOG_INFO)
             av_log_set_level(AV_LOG_QUIET);
@@ -86,7 +86,7 @@ bool MediaInput::open(const char *formats)
     m_format->io_open = &openNothing;
     AVDictionary *options = nullptr;
     av_dict_set(&options, "format_whitelist", formats, 0);
-    // Frees the context when it fails.
+    // Frees the context on failure.
     const int opened = avformat_open_input(&m_format, nullptr, nullptr, &options);
     av_dict_free(&options);
     if (opened < 0)
@@ -96,7 +96,7 @@ bool MediaInput::open(const char *formats)
 
 bool MediaInput::findStreams()
 {
-    // Frames are decoded already here, where necessary.
+    // This already decodes frames, if necessary.
     std::vector<AVDictionary *> options(m_format->nb_streams);
     for (AVDictionary *&each : options)
         av_dict_set_int(&each, "max_pixels", mostPixels, 0);
@@ -135,7 +135,7 @@ std::optional<MediaInput::Sound> MediaInput::sound()
     const AVStream &stream = *m_format->streams[found];
     Sound sound{duration(), m_format->bit_rate / 1000, stream.codecpar->sample_rate,
                 stream.codecpar->ch_layout.nb_channels};
-    // What the beginning of a plain stream takes says little about the rest.
+    // The bit rate at the beginning of a plain stream says little about the rest.
     if (m_format->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE) {
         sound.duration = walk(stream);
         sound.bitrate = sound.duration > 0 ? m_file->size() * 8 / sound.duration : 0;
@@ -146,7 +146,7 @@ std::optional<MediaInput::Sound> MediaInput::sound()
 qint64 MediaInput::walk(const AVStream &stream)
 {
     const std::unique_ptr<AVPacket, Freed> packet(av_packet_alloc());
-    qint64 length = 0; // in units of the stream
+    qint64 length = 0; // in the stream's time units
     while (packet && av_read_frame(m_format, packet.get()) >= 0) {
         if (packet->stream_index == stream.index)
             length += packet->duration;
@@ -175,7 +175,7 @@ bool MediaInput::decodeFirst(AVStream *stream, AVCodecContext *decoder)
     const std::unique_ptr<AVFrame, Freed> frame(av_frame_alloc());
     if (!packet || !frame)
         return false;
-    bool isHalf = false; // an interlaced frame is shown together with the next one
+    bool isHalf = false; // an interlaced frame is shown with the next one
     while (!m_deadline.hasExpired() && av_read_frame(m_format, packet.get()) >= 0) {
         const bool wanted = packet->stream_index == stream->index;
         const int sent = wanted ? avcodec_send_packet(decoder, packet.get()) : 0;

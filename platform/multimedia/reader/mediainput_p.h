@@ -15,16 +15,16 @@ struct AVStream;
 namespace multimedia
 {
 
-/// A video or sound file as FFmpeg reads it: through our own file, so that no path is taken for a
-/// URL, and with nothing else to open. Reading fails when 10 seconds are over.
+/// A video or sound file as FFmpeg reads it: through our own file, so that a path is never taken
+/// for a URL, and without access to other files. Reading fails after 10 seconds.
 class MediaInput
 {
 public:
-    // Kinds of files, as FFmpeg calls its readers of them. Containers and plain streams only: no
-    // play lists, no lists of files, no network descriptions.
+    // Formats, by FFmpeg's names of their demuxers. Containers and plain streams only: no play
+    // lists, no lists of files, no network descriptions.
     static constexpr const char *videoFormats =
         "mov,mp4,matroska,webm,avi,mpegts,mpeg,flv,asf,ogg,gif,rm";
-    /// Those that the reader of tags does not know.
+    /// Formats that the tag reader does not know.
     static constexpr const char *soundFormats = "wav,asf,aac,ac3,eac3";
 
     struct Sound {
@@ -34,26 +34,27 @@ public:
         int channels = 0;
     };
 
-    /// `file` is open, and outlives this.
+    /// `file` is open, and must outlive this.
     explicit MediaInput(QFile *file);
     ~MediaInput();
     Q_DISABLE_COPY_MOVE(MediaInput)
 
-    /// Opens the file from its beginning. False, with the reason in why(), for none of the formats.
+    /// Opens the file at its beginning. False, with the reason in why(), if it has none of the
+    /// formats.
     bool open(const char *formats);
-    /// Reads as far as its first frame, and decodes that. False, with the reason in why(), for
-    /// anything but a video of a sensible size. A decoder does this by itself, and FFmpeg bears it
-    /// only once: what has been examined is not for decoding any more.
+    /// Reads up to the first frame, and decodes it. False, with the reason in why(), unless it is a
+    /// video of a sensible size. A decoder does the same by itself, and FFmpeg supports it only
+    /// once: an examined input can no longer be decoded.
     bool examine();
-    /// What is to be heard. Reads to the end where nothing else tells how long that is. Nothing,
-    /// with the reason in why(), without sound, and for a video.
+    /// The file's sound. Reads to the end if nothing else gives its length. Nothing, with the
+    /// reason in why(), without sound, and for a video.
     std::optional<Sound> sound();
-    /// A text that the file says of itself, by FFmpeg's name for it.
+    /// A metadata text of the file, by FFmpeg's name for it.
     QString text(const char *name) const;
 
     AVFormatContext *context() const { return m_format; }
-    // Known when it has been examined.
-    /// Empty without moving pictures. As stored, before it is turned or stretched to square pixels.
+    // Known after examine().
+    /// Empty without moving pictures. As stored, before rotation or stretching to square pixels.
     QSize size() const { return m_size; }
     /// In milliseconds; 0 when unknown.
     qint64 duration() const;

@@ -23,8 +23,8 @@ public:
 
 } // namespace
 
-/// What multimedia::mediaReader() looks up. Never destroyed: tasks may be in it while the process
-/// exits.
+/// The symbol that multimedia::mediaReader() looks up. Never destroyed: tasks may use it while the
+/// process exits.
 extern "C" Q_DECL_EXPORT multimedia::MediaReader *modelbase_media_reader_instance()
 {
     static auto *const reader = new Reader;

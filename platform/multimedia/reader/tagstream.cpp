@@ -13,7 +13,7 @@ void TagStream::allow(int reads, qint64 bytes)
 
 TagLib::ByteVector TagStream::readBlock(unsigned long length)
 {
-    // TagLib asks for lengths that it found in the file.
+    // TagLib requests lengths that it found in the file.
     const qint64 left = std::min(m_file->size() - m_position, m_bytes);
     if (m_reads <= 0 || left <= 0 || !m_file->seek(m_position))
         return {};

@@ -7,16 +7,16 @@
 namespace multimedia
 {
 
-/// A file as TagLib reads it, with an allowance: once it is used up, the file seems to end. However
-/// long or damaged a file is, that bounds the time; and since TagLib descends into nested parts with
-/// a read each, it bounds the depth of the stack.
+/// A file as TagLib reads it, with a budget: once it is used up, the file seems to end. That limits
+/// the time for long or damaged files, and, since TagLib reads once for each nested part, also the
+/// depth of the stack.
 class TagStream : public TagLib::IOStream
 {
 public:
-    /// `file` is open, and outlives this.
+    /// `file` is open, and must outlive this.
     explicit TagStream(QFile *file) : m_file(file) { }
 
-    /// From now on at most `reads` reads of `bytes` bytes together.
+    /// From now on at most `reads` reads of `bytes` bytes in total.
     void allow(int reads, qint64 bytes);
 
     TagLib::FileName name() const override { return ""; }

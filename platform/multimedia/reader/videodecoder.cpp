@@ -13,14 +13,14 @@ namespace multimedia
 namespace
 {
 
-/// A captured frame, or why there is none.
+/// A captured frame, or the reason why there is none.
 struct Decoded {
     VideoFrame frame;
     QString why;
 };
 
-/// The size of an image that was not made smaller than the `own` pixels of its video. Those may have
-/// been turned, and stretched: the image knows, but its sides are rounded.
+/// The size of an image before it was scaled down from the `own` pixels of its video. Those may
+/// have been rotated and stretched: the image shows that, but its sides are rounded.
 QSize naturalSize(QSize own, QSize image)
 {
     for (const QSize &upright : {own, own.transposed()}) {
@@ -32,7 +32,7 @@ QSize naturalSize(QSize own, QSize image)
     return image.scaled(side, side, Qt::KeepAspectRatio);
 }
 
-/// What the library throws, goes through.
+/// Exceptions of the library pass through.
 Decoded decode(QFile *file, int greatestSide)
 {
     MediaInput examined(file);
@@ -45,15 +45,15 @@ Decoded decode(QFile *file, int greatestSide)
     const int side = std::min(greatestSide, std::max(own.width(), own.height()));
     ffmpegthumbnailer::VideoThumbnailer thumbnailer(side, false, true, 10, false);
     std::vector<uint8_t> pixels;
-    // "-" is a stream in which it does not seek. Where seeking fails, it would examine the input for
-    // a second time.
+    // It does not seek in a stream named "-". If seeking fails, it would examine the input a second
+    // time.
     const auto info = thumbnailer.generateThumbnail("-", Rgb, pixels, input.context());
     const qint64 line = qint64(info.width) * 3;
     if (info.width <= 0 || info.height <= 0 || qint64(pixels.size()) < line * info.height)
         return {{}, QStringLiteral("no frame can be decoded")};
     const QImage image(pixels.data(), info.width, info.height, line, QImage::Format_RGB888);
     const QSize natural = naturalSize(own, image.size());
-    // Of a video whose pixels are not square, the library bounds the shorter side.
+    // If the pixels of a video are not square, the library limits the shorter side.
     if (std::max(info.width, info.height) > side)
         return {{image.scaled(side, side, Qt::KeepAspectRatio, Qt::SmoothTransformation), natural,
                  examined.duration()},
