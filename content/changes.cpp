@@ -20,7 +20,7 @@ Change::Change(ContentItem *item, const QMetaObject *watched)
     }
 }
 
-Change::~Change()
+void Change::finish()
 {
     innermost = m_enclosing;
     if (m_outermost != this)

@@ -33,10 +33,12 @@ public:
 
 protected:
     Change(ContentItem *item, const QMetaObject *watched);
-    ~Change();
+    ~Change() = default;
 
     /// Whether one that is under way already compares the fields of this class.
     bool isWatched() const { return m_isWatched; }
+    /// Ends the change. Fires the signals of the outermost one.
+    void finish();
 
 private:
     ContentItem *const m_item;
@@ -104,10 +106,11 @@ public:
     }
     ~Changes()
     {
-        if (!m_before)
-            return;
-        settle<Item>();
-        compare(FieldTable::rows<Item>());
+        if (m_before) {
+            settle<Item>();
+            compare(FieldTable::rows<Item>());
+        }
+        finish(); // before the old values go: their end may call back
     }
 
     Item *operator->() const { return m_changed; }
