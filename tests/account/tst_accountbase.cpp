@@ -24,7 +24,6 @@
 #include <QScopeGuard>
 #include <QSemaphore>
 #include <QSignalSpy>
-#include <QStandardPaths>
 #include <QtEndian>
 #include <QTest>
 #include <QThread>
