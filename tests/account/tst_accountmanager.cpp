@@ -10,7 +10,6 @@
 
 #include <QDir>
 #include <QScopeGuard>
-#include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
 
@@ -45,8 +44,8 @@ FakeAccount *fake(AccountBase *account)
     return static_cast<FakeAccount *>(account);
 }
 
-/// The next account that is restored has everybody logged out.
-bool logsOutAll = false;
+/// What happens when the next account is restored.
+QString atRestore;
 
 class Account : public FakeAccount
 {
@@ -55,7 +54,10 @@ public:
     void restore(QVariantMap params, bool connectNow, int reason) override
     {
         FakeAccount::restore(params, connectNow, reason);
-        if (std::exchange(logsOutAll, false))
+        const QString what = std::exchange(atRestore, {});
+        if (what == u"signed-out")
+            setAuthorized(false);
+        else if (what == u"log-out-all")
             manager()->logoutAll();
     }
 };
@@ -196,7 +198,7 @@ QString TestAccountManager::result(const QString &step)
              QCOMPARE(flock(lockedDirectory, LOCK_EX | LOCK_NB), 0);
          }},
         {u"release-directory"_s, [&] { ::close(lockedDirectory); }},
-        {u"restored-logs-out"_s, [] { logsOutAll = true; }},
+        {u"at-restore"_s, [&] { atRestore = words[0]; }},
         {u"retry"_s, [&] { manager()->retryAccount(number(0)); }},
         {u"width"_s, [&] { account->accountSettingModel()->setLeftTabWidth(number(1)); }},
         {u"rename"_s, [&] { account->setAccountId(number(1)); }},

@@ -184,26 +184,27 @@ private Q_SLOTS:
     void powerCut()
     {
         QFETCH(const QString, flushed);
-        const bool isNever = flushed == u"never";
         for (const Store &store : stores())
             std::thread([&] { store.set(u"key"_s, "value"); }).join();
-        if (flushed == u"late")
+        // What is there when the power fails now.
+        const auto left = [this] {
+            const QTemporaryDir copy;
+            for (const QString &path :
+                 {machine()->globalStorage()->filePath(), m_account->storage()->filePath()})
+                PowerCut::copy(QFileInfo(path).path().toStdString() + '/',
+                               copy.path().toStdString() + '/');
+            return rows(copy.path());
+        };
+        if (flushed == u"never") {
+            for (const Store &store : stores())
+                QTRY_VERIFY_WITH_TIMEOUT(left().contains(store.prefix + u"key"_s), 20'000);
+        } else if (flushed == u"late") {
             QTRY_VERIFY(rows().contains(u"ranges/key"_s));
-        if (isNever)
-            QTest::qWait(1500);
-        else if (flushed == u"late")
             QVERIFY(m_account->dataInfoModel()->flush());
-        else
+        } else {
             QVERIFY(m_account->dataInfoModel()->flush(QDeadlineTimer(5000)));
-        const QTemporaryDir left;
-        for (const QString &path :
-             {machine()->globalStorage()->filePath(), m_account->storage()->filePath()}) {
-            QVERIFY(PowerCut::copy(QFileInfo(path).path().toStdString() + '/',
-                                   left.path().toStdString() + '/'));
         }
-        const auto there = rows(left.path());
-        QVERIFY(there.contains(u"ranges/key"_s));
-        QVERIFY(!isNever || (there.contains(u"account/key"_s) && there.contains(u"machine/key"_s)));
+        QVERIFY(left().contains(u"ranges/key"_s));
     }
 
     void storesThatCannotBeWritten_data()
@@ -253,7 +254,7 @@ private Q_SLOTS:
                 QVERIFY(!m_account->openStorage(true));
             }
         });
-        QVERIFY2(ofAccount < 5500, qPrintable(QString::number(ofAccount)));
+        QVERIFY2(ofAccount < 9000, qPrintable(QString::number(ofAccount)));
         if (left != u"exit")
             return;
         const qint64 ofSettings = duration(AppSettingModel::releaseInstance);
@@ -261,7 +262,7 @@ private Q_SLOTS:
         const QString messages = log.takeTexts().join(u'\n');
         qInfo("Account: %lld ms, settings: %lld ms, threads: %lld ms", ofAccount, ofSettings,
               ofThreads);
-        QVERIFY(ofSettings < 5500 && ofThreads < 12500);
+        QVERIFY(ofSettings < 9000 && ofThreads < 15500);
         QVERIFY(!messages.contains(u"secret"));
         for (const char *key : {"saveas_path", "last_latlog", "range"})
             QVERIFY2(messages.contains(QLatin1StringView(key)), key);
@@ -290,11 +291,11 @@ private Q_SLOTS:
         timer.start();
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"file transfer thread.*given up"_s));
         manager->waitForFinished();
-        QVERIFY(timer.elapsed() < 7500);
+        QVERIFY(timer.elapsed() < 12000);
         timer.start();
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"reset pool.*given up"_s));
         AccountManager::releaseInstance();
-        QVERIFY(timer.elapsed() < 4500);
+        QVERIFY(timer.elapsed() < 9000);
         hold.release(2);
         left.acquire(2);
         QVERIFY(thread->wait());
