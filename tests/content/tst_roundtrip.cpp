@@ -12,13 +12,14 @@
 #include "support/facts.h"
 #include "support/fakeaccount.h"
 #include "support/loglines.h"
-#include "support/properties.h"
 #include "support/signallog.h"
 
 #include <google/protobuf/util/field_comparator.h>
 #include <google/protobuf/util/message_differencer.h>
 
 #include <QFile>
+#include <QMetaProperty>
+#include <QSet>
 #include <QTest>
 
 #include <algorithm>
@@ -118,8 +119,19 @@ std::string differences(const QSharedPointer<ContentItem> &item, const Content &
     return differencer.Compare(sent, written) ? std::string() : report + "\n";
 }
 
-/// What is wrong with the signals of a change. Each comes when all values are in place, and one asks
-/// for another size. `told` gets them.
+/// The values of all properties.
+QVariantMap valuesOf(const ContentItem &item)
+{
+    QVariantMap values;
+    const QMetaObject *meta = item.metaObject();
+    for (int i = QObject::staticMetaObject.propertyCount(); i < meta->propertyCount(); ++i)
+        values.insert(QLatin1StringView(meta->property(i).name()), meta->property(i).read(&item));
+    return values;
+}
+
+/// What is wrong with the signals of a change: of each property that it changes there is to be one,
+/// and of nothing else, when all values are in place; and one asks for another size. `told` gets
+/// them.
 QString mistold(ContentItem &item, const std::function<void()> &change, QString *told = nullptr)
 {
     const auto sizeOf = [&item] {
@@ -127,36 +139,45 @@ QString mistold(ContentItem &item, const std::function<void()> &change, QString 
         int lines = 0;
         return copy->calcContentSize(lines, 300, 0, false);
     };
-    // Buttons are kept apart, with what else no item has a field for.
-    const auto values = [&item] {
-        QVariantMap all = valuesOf(item);
-        all.remove(u"buttons"_s);
-        return all;
-    };
     const QSize size = sizeOf();
     const QVariantMap before = valuesOf(item);
     QVariantMap atFirst;
     SignalLog log{&item};
     log.atEach = [&] {
         if (atFirst.isEmpty())
-            atFirst = values();
+            atFirst = valuesOf(item);
     };
     change();
-    if (told)
-        *told = log.names().join(u' ');
+    const QVariantMap after = valuesOf(item);
     QStringList signalled = log.names();
-    const bool isAsked = signalled.removeOne(u"needRecalcSize"_s);
-    // Hidden ranges are told of with all other entities.
-    if (signalled.contains(u"textEntityChanged"_s)
-        && item.spoilers() == before.value(u"spoilers"_s).toList())
-        signalled.removeOne(u"spoilersChanged"_s);
-    QString wrong = mistold(item, before, signalled);
-    if (!atFirst.isEmpty() && atFirst != values())
-        wrong += u", a signal comes before its time"_s;
-    if (sizeOf() != size && !isAsked && !signalled.contains(u"contentChanged"_s)
+    if (told)
+        *told = signalled.join(u' ');
+
+    QStringList wrong;
+    QSet<QString> due;
+    const QMetaObject *meta = item.metaObject();
+    for (auto at = after.begin(); at != after.end(); ++at) {
+        const int property = meta->indexOfProperty(qPrintable(at.key()));
+        if (at.value() != before.value(at.key()))
+            due += QLatin1StringView(meta->property(property).notifySignal().name());
+        // Buttons are kept apart, with what else no item has a field for.
+        if (at.value() != atFirst.value(at.key(), at.value()) && at.key() != u"buttons")
+            wrong += at.key() + u" is late"_s;
+    }
+    if (due.contains(u"textEntityChanged"_s)) // hidden ranges are told of with all others
+        due += u"spoilersChanged"_s;
+    if (sizeOf() != size && !signalled.contains(u"needRecalcSize"_s)
+        && !due.contains(u"contentChanged"_s)
         && item.type() != ContentItem::Sticker) // which never ask
-        wrong += u", no new size is asked for"_s;
-    return wrong;
+        due += u"needRecalcSize"_s;
+    for (const QString &name : std::as_const(due)) {
+        if (!signalled.removeOne(name))
+            wrong += name + u" is missing"_s;
+    }
+    signalled.removeOne(u"needRecalcSize"_s);
+    for (const QString &name : std::as_const(signalled))
+        wrong += name + u" is needless"_s;
+    return wrong.join(u", "_s);
 }
 
 /// Another value for a property; none for objects of the application.
