@@ -56,8 +56,8 @@ private:
 const std::string byAnna = R"( operator { user_id: 1 name: "Anna" } )";
 const std::string kicked = R"(type: MEMBER_KICKED targets { user_id: 2 name: "Ben" } )";
 const std::string ofAll = R"( targets { user_id: 2 name: "Ben" } name: "Lake" time: 3600
-    message_id: 5 dismiss_at: 1700000000000 dialog_flags: 1 message_limit { length: 10 }
-    origin_topic { name: "Food" } current_topic { name: "Bread" } wall_paper { wallpaper_id: "w" })";
+    message_id: 5 dismiss_at: 1700000000000 dialog_flags: 1 wall_paper { wallpaper_id: "w" }
+    message_limit { length: 10 } origin_topic { name: "Food" } current_topic { name: "Bread" })";
 
 QString textOf(const Alert &alert, AccountBase *account = nullptr)
 {

@@ -58,7 +58,7 @@ private Q_SLOTS:
         QCOMPARE(storedMap(ContentItem(stored, 1, nullptr)),
                  (QVariantMap{{u"content"_s, u""_s}, {u"effect"_s, 2}}));
 
-        // Entities in memory go before those in JSON, and previews can be switched off for all links.
+        // Entities in memory go before those in JSON; previews can be switched off for all links.
         UserTextBlocks blocks{block(1, 0, 5), block(11, 6, 2, u"https://b.example/x"_s),
                               block(7, 0, 1)};
         const ContentItem item({{u"type"_s, u"text"_s},
@@ -88,7 +88,7 @@ private Q_SLOTS:
         QCOMPARE(all->mentionUsers(), (QVariantMap{{u"atAll"_s, 1}}));
         QCOMPARE(sent(all), std::pair(QList<int>(), true));
 
-        // An id beyond the protocol's range is sent as nobody: not as somebody else, nor as everybody.
+        // An id beyond the protocol's range is sent as nobody: not as somebody else, nor as all.
         const QVariantMap emoji{{u"pack_id"_s, 5}, {u"emoji_id"_s, qint64(1) << 32}};
         const ItemPointer huge =
             textItem(u"@x"_s,
@@ -252,7 +252,7 @@ private Q_SLOTS:
                 measure(textItem(u"ill willow"_s, {block(type, 0, type == 16 ? 1 : 10)})).width()
                 > plain);
 
-        // A long text is elided with room for the control that expands it, unless only a little longer.
+        // A long text is elided, with room for what expands it, unless only a little longer.
         const auto lines = [](int count) { return textItem(u"x\n"_s.repeated(count).chopped(1)); };
         const int ten = measure(lines(10)).height();
         for (const auto &[count, maxRows, limit, shown, room] :

@@ -285,8 +285,8 @@ private Q_SLOTS:
         QCOMPARE(log.take(), QString());
     }
 
-    /// The copy in a cache stands in for a file that has gone. Without one, no file is shown as if it
-    /// were here, also when it goes while nobody runs.
+    /// The copy in a cache stands in for a file that has gone. Without one, no file is shown as if
+    /// it were here, also when it goes while nobody runs.
     void lostFiles()
     {
         for (int i = 0; i < 4 * (BaseFile::UploadPaused + 1); ++i) {
