@@ -1,6 +1,6 @@
 // make_seeds DIRECTORY FEED...: writes what the fuzz targets start from into DIRECTORY/<target>/:
-// a record of every kind of content, made from the schema, what arrives in recorded feeds, an
-// account's database, and the values of its rows.
+// a record of every kind of content, made from the schema, what arrives in recorded feeds, and the
+// values of stored rows.
 
 #include "base/json.h"
 #include "content/contentfactory.h"
@@ -8,18 +8,12 @@
 #include "feeds/feed.h"
 #include "protocol/message_content.pb.h"
 #include "protocol/notif.pb.h"
-#include "storage/configstorage.h"
-#include "storage/settingstorage.h"
-#include "storage/userstorageprovider.h"
 #include "support/everyfield.h"
 
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QGuiApplication>
-#include <QTemporaryDir>
-
-#include <SQLiteCpp/SQLiteCpp.h>
 
 namespace
 {
@@ -66,29 +60,6 @@ void writeEveryKind()
     }
 }
 
-/// An account's database, in small pages, so that much of it is tables and rows.
-void writeDatabase()
-{
-    const QTemporaryDir directory;
-    {
-        storage::UserStorageProvider provider;
-        if (!provider.open(directory.path()))
-            qFatal("Cannot make a database");
-        for (int i = 0; i < 12; ++i) {
-            const QString key = QStringLiteral("key %1").arg(i);
-            provider.settingStorage()->save({key, QString(20, u'x'), key});
-            provider.bufferConfigStorage()->save({key, QVariantMap{{key, i}}});
-        }
-    }
-    const QString path = directory.filePath(QStringLiteral("account.db"));
-    SQLite::Database(path.toStdString(), SQLite::OPEN_READWRITE)
-        .exec("PRAGMA journal_mode = DELETE; PRAGMA page_size = 512; VACUUM");
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("Cannot read %s", qUtf8Printable(path));
-    write("database", file.readAll());
-}
-
 /// What rows of each type hold, behind the two bytes that have the target take them as they are.
 void writeStoredValues()
 {
@@ -133,7 +104,6 @@ int main(int argc, char **argv)
         qFatal("usage: make_seeds DIRECTORY FEED...");
     seeds.setPath(arguments.first());
     writeEveryKind();
-    writeDatabase();
     writeStoredValues();
     for (const QString &feed : arguments.sliced(1))
         writeFeed(feed);

@@ -118,11 +118,11 @@ const QString user = u"user"_s;
 const QString chat = u"chat"_s;
 
 const std::vector<Place> places{
-    {secure, keyId, 1},        {secure, keyId, 2},    {secure, dialog, 1},   {user, u"5.1.1"_s, 1},
-    {user, u"51.1.1"_s, 1},    {user, u"5.2.1"_s, 1}, {user, u"5.1.2"_s, 1}, {user, u"-5.1.1"_s, 1},
-    {chat, dialog, most},      {chat, dialog, 7},     {chat, dialog, 2},     {chat, dialog, 1},
-    {chat, dialog, -1},        {chat, dialog, least}, {chat, u"1"_s, 11},    {chat, u"11"_s, 1},
-    {chat, dialog + dialog, 1}};
+    {secure, keyId, 1},    {secure, keyId, 2},     {secure, dialog, 1},       {chat, keyId, 1},
+    {chat, keyId, 2},      {user, u"5.1.1"_s, 1},  {user, u"51.1.1"_s, 1},    {user, u"5.2.1"_s, 1},
+    {user, u"5.1.2"_s, 1}, {user, u"-5.1.1"_s, 1}, {chat, dialog, most},      {chat, dialog, 7},
+    {chat, dialog, 2},     {chat, dialog, 1},      {chat, dialog, -1},        {chat, dialog, least},
+    {chat, u"1"_s, 11},    {chat, u"11"_s, 1},     {chat, dialog + dialog, 1}};
 
 UserAddress address(const QString &id)
 {
@@ -423,7 +423,9 @@ private:
             if (row.kind != u"check")
                 keys[place] = QByteArray();
         } else if (kind == 2) {
-            const Place other = sequence.pick(places);
+            const Place other = sequence.chance(50)
+                ? Place(row.kind == chat ? secure : chat, row.id, row.version)
+                : sequence.pick(places);
             if (other == place)
                 return;
             const auto &[otherKind, id, version] = other;

@@ -112,9 +112,11 @@ Loss damage(QByteArray &bytes, bool hasLog, bool isOld, Sequence &sequence)
     sequence.note(u"damage %1"_s.arg(kind));
     Loss loss;
     switch (kind) {
-    case 0: // not the last one, which the log has
+    case 0: // the last one is in the log, too
         for (int left = 1 + sequence.below(6); left > 0; --left)
             loss.certain += scratchPage(bytes, pages[sequence.below(pages.size() - 1)]);
+        if (!hasLog && sequence.chance(50))
+            loss.certain += scratchPage(bytes, pages.last());
         if (!isOld && sequence.chance(30))
             scratchPage(bytes, 0);
         break;

@@ -311,7 +311,7 @@ private Q_SLOTS:
     /// Any changes, starts and damage, beside lists that are right by themselves.
     void likeTheModel()
     {
-        runSequences("Rows", 30, 60, [this](Sequence &sequence) {
+        runSequences("Rows", 15, 60, [this](Sequence &sequence) {
             init();
             std::array<Rows, 4> expected;
             Keys keys;
