@@ -103,7 +103,7 @@ public:
     /// Makes a file unreadable, or readable again.
     void block()
     {
-        if (m_items.empty())
+        if (m_items.empty() || hasLeftSome) // which may be there twice
             return;
         Item &item = m_items.at(std::size_t(m_sequence.below(qsizetype(m_items.size()))));
         if (item.writer)
@@ -482,6 +482,7 @@ class TestDataMoveSequences : public DataMoveTest
                 sequence.note(u"reset the settings"_s);
                 media.hasLeftSome = true;
                 media.removeTraces();
+                media.unblock();
                 settings()->reset();
             }
             break;

@@ -58,7 +58,6 @@ struct Change {
     Bytes before;
     Bytes after;
     off_t sizeBefore = 0;
-    off_t sizeAfter = 0;
     // A name that was made or taken away, and where what it stood for is kept meanwhile.
     std::string gone;
     std::string made;
@@ -379,10 +378,7 @@ ssize_t pwrite64(int file, const void *bytes, std::size_t size, off64_t offset)
     return Disk::the().isWatched(file) ? writeAt(file, bytes, size, offset, false)
                                        : real_pwrite64(file, bytes, size, offset);
 }
-ssize_t pwrite(int file, const void *bytes, std::size_t size, off_t offset)
-{
-    return pwrite64(file, bytes, size, offset);
-}
+ssize_t pwrite(int, const void *, std::size_t, off_t) __attribute__((alias("pwrite64")));
 ssize_t write(int file, const void *bytes, std::size_t size)
 {
     REAL(write);
@@ -400,20 +396,13 @@ ssize_t sendfile64(int, int, off64_t *, std::size_t)
     errno = ENOSYS;
     return -1;
 }
-ssize_t sendfile(int, int, off_t *, std::size_t)
-{
-    errno = ENOSYS;
-    return -1;
-}
+ssize_t sendfile(int, int, off_t *, std::size_t) __attribute__((alias("sendfile64")));
 int ftruncate64(int file, off64_t size)
 {
     REAL(ftruncate64);
     return Disk::the().isWatched(file) ? resize(file, size) : real_ftruncate64(file, size);
 }
-int ftruncate(int file, off_t size)
-{
-    return ftruncate64(file, size);
-}
+int ftruncate(int, off_t) __attribute__((alias("ftruncate64")));
 int fsync(int file)
 {
     REAL(fsync);
@@ -446,14 +435,7 @@ int open64(const char *path, int flags, ...)
     }
     return make(path, flags, mode, real_open64);
 }
-int open(const char *path, int flags, ...)
-{
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(arguments, mode_t) : 0;
-    va_end(arguments);
-    return open64(path, flags, mode);
-}
+int open(const char *, int, ...) __attribute__((alias("open64")));
 int rename(const char *from, const char *to)
 {
     REAL(rename);
