@@ -110,7 +110,7 @@ std::unique_ptr<google::protobuf::Message> errorDetail(int code, std::string_vie
 
     std::unique_ptr<google::protobuf::Message> record(prototype->New());
     if (bytes.size() > INT_MAX || !record->ParseFromArray(bytes.data(), int(bytes.size()))) {
-        ImLog::error(QStringLiteral("Error %1: its %2 detail bytes are no %3")
+        ImLog::error(QStringLiteral("Cannot read the %2 detail bytes of error %1 as %3")
                          .arg(code)
                          .arg(bytes.size())
                          .arg(QString::fromStdString(prototype->GetTypeName())));
