@@ -247,7 +247,7 @@ void readPoll(Draft &draft)
     info->mutable_result()->set_poll_id(info->poll_id());
     // The comment is for recipients of the message: it is encrypted with the poll's own key.
     poll->set_key(keyOf(QString::fromStdString(info->poll_id())));
-    info->set_comment(CryptoAES(2)
+    info->set_comment(CryptoAES(CryptoAES::deterministic)
                           .encrypt(QByteArray::fromStdString(info->comment()),
                                    QByteArray::fromStdString(poll->key()), Define::comIV())
                           .toStdString());

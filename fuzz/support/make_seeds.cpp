@@ -1,5 +1,5 @@
-// make_seeds DIRECTORY FEED...: writes what the fuzz targets start from into DIRECTORY/<target>/:
-// a record of every kind of content, made from the schema, what arrives in recorded feeds, an
+// make_seeds DIRECTORY FEED...: writes the seeds of the fuzz targets into DIRECTORY/<target>/: a
+// record of every kind of content, made from the schema, the records of recorded feeds, an
 // account's database, and the values of its rows.
 
 #include "base/json.h"
@@ -26,7 +26,7 @@ namespace
 
 QDir seeds;
 
-/// Equal seeds have equal names, so that nothing piles up.
+/// Equal seeds have equal names, so that repeated runs add none.
 void write(const char *target, const QByteArray &bytes)
 {
     const QString folder = QString::fromLatin1(target);
@@ -66,7 +66,7 @@ void writeEveryKind()
     }
 }
 
-/// An account's database, in small pages, so that much of it is tables and rows.
+/// An account's database with small pages, so that tables and rows fill much of it.
 void writeDatabase()
 {
     const QTemporaryDir directory;
@@ -89,7 +89,7 @@ void writeDatabase()
     write("database", file.readAll());
 }
 
-/// What rows of each type hold, behind the two bytes that have the target take them as they are.
+/// The values of rows of each type, after the two bytes that make the target take them unchanged.
 void writeStoredValues()
 {
     QFile file(QStringLiteral(STORED_VALUES));
