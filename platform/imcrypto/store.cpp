@@ -29,7 +29,7 @@ namespace
 constexpr int keySize = 32;
 constexpr qsizetype largestKey = 4096;
 
-// Kinds of rows. They are part of what is sealed and never change.
+// Kinds of rows. They are part of the sealed data and never change.
 const QString secureKind = QStringLiteral("secure");
 const QString userKind = QStringLiteral("user");
 const QString chatKind = QStringLiteral("chat");

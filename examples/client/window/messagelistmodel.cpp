@@ -90,7 +90,7 @@ void MessageListModel::open(ClientDialog *dialog)
     m_dialog = dialog;
     m_rows.clear();
     m_ends.clear();
-    letGo();
+    retireAll();
     m_newSizes.clear();
     m_reactions.clear();
     m_prepended = 0;
@@ -163,7 +163,7 @@ void MessageListModel::append(const MessagePlace &place, const QSharedPointer<Co
     if (!m_rows.empty() && place.group != 0 && m_rows.back().group == place.group) {
         // One more message of the group: the row has changed.
         const int row = count() - 1;
-        letGo(m_rows.back().number);
+        retire(m_rows.back().number);
         m_rows.back().last = place.number;
         m_rows.back().measure = {};
         this->item(row);
@@ -281,7 +281,7 @@ bool MessageListModel::isStale(const Row &row) const
 void MessageListModel::measureAgain()
 {
     m_measure = Session::measure();
-    letGo();
+    retireAll();
     m_nextStale = count() - 1;
     m_background.start();
     if (!m_rows.empty())
@@ -359,14 +359,14 @@ ContentItem *MessageListModel::item(int index)
 }
 
 /// Only after the views have switched to other items: they would have nothing to show in between.
-void MessageListModel::letGo()
+void MessageListModel::retireAll()
 {
     const auto numbers = m_items.keys();
     for (const qint64 number : numbers)
-        letGo(number);
+        retire(number);
 }
 
-void MessageListModel::letGo(qint64 number)
+void MessageListModel::retire(qint64 number)
 {
     if (const auto *item = m_items.object(number))
         m_leaving.append(*item);

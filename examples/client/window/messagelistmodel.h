@@ -142,8 +142,8 @@ private:
     bool isStale(const Row &row) const;
     QSharedPointer<ContentItem> make(const Row &row);
     ContentItem *item(int row);
-    void letGo();
-    void letGo(qint64 number);
+    void retireAll();
+    void retire(qint64 number);
     void hold(qint64 number, const QSharedPointer<ContentItem> &item);
     void resize(qint64 number, const ContentItem *item);
     void applySizes();
