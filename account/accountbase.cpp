@@ -33,6 +33,10 @@ namespace
 
 constexpr int defaultMaxDevices = 5;
 constexpr int closeMs = 5000;
+constexpr qsizetype dialogPrefixLength = 2; // "G-" or "C-"
+/// The user key that every identity of the account has.
+constexpr int identityDevice = 1;
+constexpr int identityType = 1;
 
 /// The account's synchronised configuration, kept in its own store while `entered` is true.
 class StoredConfiguration : public ConfigurationService
@@ -143,9 +147,9 @@ AccountBase::~AccountBase()
 bool AccountBase::openStorage(bool create)
 {
     if (m_accountId < 1 && !m_isNotebook) {
-        ImLog::error(
-            lcModel(),
-            QStringLiteral("The id %1 is no account's: there is no store for it").arg(m_accountId));
+        ImLog::error(lcModel(),
+                     QStringLiteral("There is no store for the id %1, which is not an account's")
+                         .arg(m_accountId));
         return false;
     }
     if (m_pathId != m_accountId) {
@@ -376,7 +380,9 @@ void AccountBase::updateUserCacheDataPath()
 
 bool AccountBase::isMyUserId(qint64 userId) const
 {
-    return userId != 0 && (userId == m_accountId || m_signalStore->containsUserKey({userId, 1, 1}));
+    return userId != 0
+        && (userId == m_accountId
+            || m_signalStore->containsUserKey({userId, identityDevice, identityType}));
 }
 
 void AccountBase::setDeviceId(int deviceId)
@@ -514,7 +520,7 @@ ConfigurationService *AccountBase::configurationService() const
 
 void AccountBase::refreshGroupInfo(qint64 groupId)
 {
-    qCDebug(lcModel, "Group %lld wants its information refreshed.", groupId);
+    qCDebug(lcModel, "The information of group %lld is to be fetched again.", groupId);
 }
 
 // Dialogs
@@ -534,8 +540,8 @@ QString AccountBase::getDialogId(qint64 a, qint64 b, bool isGroup)
 qint64 AccountBase::getTargetId(QString dialogId) const
 {
     if (dialogId.startsWith(QStringLiteral("G-")))
-        return QStringView(dialogId).mid(2).toLongLong();
-    const QStringList users = dialogId.mid(2).split(QLatin1Char('-'));
+        return QStringView(dialogId).mid(dialogPrefixLength).toLongLong();
+    const QStringList users = dialogId.mid(dialogPrefixLength).split(QLatin1Char('-'));
     if (users.size() < 2)
         return 0;
     const qint64 first = users.at(0).toLongLong();

@@ -200,7 +200,7 @@ public:
 
     // Set by the application's class, kept in memory only.
 
-    /// Somebody is signed in and the store is open.
+    /// Someone is signed in and the store is open.
     bool authorized() const { return m_authorized; }
     void setAuthorized(bool authorized);
     bool isConnected() const { return m_isConnected; }

@@ -29,6 +29,9 @@ namespace
 constexpr int waitRounds = 100;
 constexpr int waitMilliseconds = 20;
 constexpr int fileTransferMilliseconds = 3000;
+constexpr int resetThreadCount = 5;
+/// Pixels beside a message in the information panel while it is dragged; at start-up they are 96.
+constexpr int draggedPanelMargins = 104;
 
 AccountManager *theInstance = nullptr;
 
@@ -65,7 +68,7 @@ AccountManager::AccountManager()
 {
     QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
     m_resetThreadPool->setObjectName(QStringLiteral("reset_account_thread_pool"));
-    m_resetThreadPool->setMaxThreadCount(5);
+    m_resetThreadPool->setMaxThreadCount(resetThreadCount);
     m_fileTransferThread->setObjectName(QStringLiteral("file_transfer_thread"));
     m_fileTransferThread->start(QThread::InheritPriority);
     MessageGeometry::instance()->reset();
@@ -182,8 +185,7 @@ void AccountManager::init(Factory factory)
         Q_EMIT infoPanelVisibleChanged();
     });
     connect(settings, &AppSettingModel::infoPanelWidthChanged, this, [this](int width) {
-        // The panel's margins while it is dragged; at start-up they are 96.
-        setMaxMsgItemWidthInThread(width - 104);
+        setMaxMsgItemWidthInThread(width - draggedPanelMargins);
         updateInfoPanelVisible();
     });
     m_accountFactory = std::move(factory);
@@ -270,10 +272,10 @@ void AccountManager::restore(qint64 id)
         m_restored = nullptr;
     }
     if (isAbsent(id)) {
-        const bool isOurs = isUsable(account) && account->isAccountId(id);
-        auto state = isOurs ? account->storeState() : AccountBase::StoreClosed;
-        const bool isNobodys = state == AccountBase::StoreOpen && !account->authorized();
-        if (isNobodys || storage::UserStorageProvider::isMissing(AccountBase::statusDataPath(id))) {
+        const bool keptId = isUsable(account) && account->isAccountId(id);
+        auto state = keptId ? account->storeState() : AccountBase::StoreClosed;
+        const bool hasNoUser = state == AccountBase::StoreOpen && !account->authorized();
+        if (hasNoUser || storage::UserStorageProvider::isMissing(AccountBase::statusDataPath(id))) {
             removeAbsent(id);
         } else {
             if (state == AccountBase::StoreMissing) // as that account reports

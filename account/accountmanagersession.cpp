@@ -20,6 +20,14 @@
 #include <optional>
 #include <utility>
 
+namespace
+{
+
+/// Further attempts to reach the server when a wipe deletes an account.
+constexpr int wipeRetries = 5;
+
+} // namespace
+
 // Which account is shown, active, signing in
 
 bool AccountManager::currentItemChangeable(int type) const
@@ -486,7 +494,7 @@ void AccountManager::unlockApp(bool destroy, bool notebookMode)
     Q_EMIT currentAccountChanged(m_currentAccount, nullptr);
     const bool recoverable = AppSettingModel::instance()->destructRecoverable();
     forEach(false, [recoverable](AccountBase *account) {
-        account->deleteAccount(false, 5, true, recoverable);
+        account->deleteAccount(false, wipeRetries, true, recoverable);
     });
     // Not if handlers have finished it: someone may have signed in since.
     if (m_deleteAll)

@@ -28,7 +28,7 @@ public:
     static ThreadManager *getInstance();
 
     /// Makes the pool (at most 8 threads) and starts the save thread. A second call does nothing;
-    /// after quitAll() it starts both anew.
+    /// after quitAll() it starts both again.
     void init();
 
     /// Hands a task to the save thread, where tasks run one at a time in the order of posting. The

@@ -53,7 +53,7 @@ storage::ConfigChanges rows()
 void openSettings()
 {
     static const bool opened = [] {
-        // In directories of their own: the accounts of an installed program stay as they are.
+        // In separate directories: the accounts of an installed program stay unchanged.
         QStandardPaths::setTestModeEnabled(true);
         AppSettingModel *model = AppSettingModel::instance();
         for (const char *suffix : {"", "-wal", "-shm"})
@@ -86,7 +86,7 @@ const std::array<QString, accountCount> &directories()
     return all;
 }
 
-/// What someone would write by hand with SQLite alone.
+/// A hand-written reader with SQLite only.
 QList<storage::ConfigInfo> readByHand(const QString &path)
 {
     QList<storage::ConfigInfo> infos;
@@ -110,7 +110,7 @@ QList<storage::ConfigInfo> readByHand(const QString &path)
     return infos;
 }
 
-/// A cache as someone would write it who looks at its speed.
+/// A hand-written cache, optimised for speed.
 class HashByHand
 {
 public:
@@ -194,7 +194,7 @@ void addSettings()
         upsertAll);
 }
 
-/// Does nothing where the network layer's class would turn to its server.
+/// Does nothing where the network layer's class would call its server.
 class QuietAccount : public FakeAccount
 {
 public:
@@ -208,7 +208,7 @@ void addSwitch()
         "switch between two of five accounts", 1.0,
         [](State &state) {
             openSettings();
-            // As a client that is delivered.
+            // As in a released client.
             QLoggingCategory::setFilterRules(QStringLiteral("im.modelbase.debug=false"));
             ThreadManager::getInstance()->init();
             AccountManager *manager = AccountManager::getInstance();
@@ -226,13 +226,13 @@ void addSwitch()
             ThreadManager::getInstance()->quitAll();
             AccountManager::releaseInstance();
         },
-        // The three signals of a switch, and its id handed to a thread that keeps it.
+        // The three signals of a switch, and its id passed to a thread that keeps it.
         [](State &state) {
             QThread thread;
             QObject keeper;
             keeper.moveToThread(&thread);
             thread.start();
-            QHash<QString, QVariant> kept; // of the thread
+            QHash<QString, QVariant> kept; // used by the thread
             std::array<QuietAccount, 2> accounts;
             AppSettingModel *settings = AppSettingModel::instance();
             AccountManager *manager = AccountManager::getInstance();
@@ -269,7 +269,7 @@ void addStoredData()
                         || accounts[i]->dataInfoModel()->missRange(key(1)).isEmpty())
                         state.SkipWithError("not read");
                 }
-                state.PauseTiming(); // giving them up is another matter
+                state.PauseTiming(); // do not measure their release
                 accounts = {};
                 state.ResumeTiming();
             }

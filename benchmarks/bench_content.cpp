@@ -1,4 +1,4 @@
-// Message contents: made from protocol bytes and from stored JSON, and what they weigh.
+// Message contents: making them from protocol bytes and from stored JSON, and their memory.
 
 #include "base/json.h"
 #include "base/usertextblock.h"
@@ -26,6 +26,11 @@
 namespace
 {
 
+// Format versions of contents, and their source.
+constexpr int storedForm = 1;
+constexpr int protocolForm = 2;
+constexpr int chatMessages = 1;
+
 const std::string text =
     "@Mia @Jonas @Amira @Li, shall we meet at the lake on Saturday? I bring bread and grapes.";
 
@@ -52,7 +57,8 @@ void addFactoryRows()
         "makeContentItem from protocol bytes, text with 4 mentions", 1.4,
         [bytes](benchmark::State &state) {
             for (auto _ : state)
-                benchmark::DoNotOptimize(makeContentItem(bytes, 2, 1, nullptr));
+                benchmark::DoNotOptimize(
+                    makeContentItem(bytes, protocolForm, chatMessages, nullptr));
         },
         [bytes](benchmark::State &state) {
             struct Parts {
@@ -76,14 +82,15 @@ void addFactoryRows()
             }
         });
 
-    const auto item = makeContentItem(bytes, 2, 1, nullptr);
+    const auto item = makeContentItem(bytes, protocolForm, chatMessages, nullptr);
     const QByteArray json = mapToJson(serializeContent(item));
     const std::string stored = json.toStdString();
     comparison::add(
         "makeContentItem from stored JSON", 0.6,
         [stored](benchmark::State &state) {
             for (auto _ : state)
-                benchmark::DoNotOptimize(makeContentItem(stored, 1, 1, nullptr));
+                benchmark::DoNotOptimize(
+                    makeContentItem(stored, storedForm, chatMessages, nullptr));
         },
         [json](benchmark::State &state) {
             for (auto _ : state) {
@@ -111,7 +118,7 @@ QByteArray raw(const std::string &from)
     return QByteArray::fromStdString(from);
 }
 
-/// Bytes that `build` leaves allocated.
+/// The number of bytes that `build` leaves allocated.
 template <typename Build>
 double allocatedBy(Build build)
 {
@@ -124,10 +131,10 @@ using Make = QSharedPointer<ContentItem> (*)(const std::string &bytes);
 
 QSharedPointer<ContentItem> makeItem(const std::string &bytes)
 {
-    return makeContentItem(bytes, 2, 1, nullptr);
+    return makeContentItem(bytes, protocolForm, chatMessages, nullptr);
 }
 
-/// By the default sticker provider, whose items live as long as somebody holds them.
+/// Uses the default sticker provider, whose items live as long as they are referenced.
 QSharedPointer<ContentItem> makeSticker(const std::string &bytes)
 {
     static SharedStickers stickers;
@@ -136,7 +143,7 @@ QSharedPointer<ContentItem> makeSticker(const std::string &bytes)
                                           : QSharedPointer<ContentItem>();
 }
 
-/// A share of the messages of a long chat: how their items are made, and their floor.
+/// One kind's share of the messages of a long chat: how their items are made, and the lower bound.
 struct Share {
     int percent;
     std::function<Content(int number)> body;
@@ -152,7 +159,7 @@ std::vector<Share> &chat()
 
 /// @param body    the content of a message with that number
 /// @param percent how many messages of a chat are of this kind
-/// @param take    the floor: the values that a user takes out of the parsed record by hand
+/// @param take    the lower bound: the values that a user takes out of the parsed record by hand
 template <typename Body, typename Take>
 void addToChat(int percent, Body body, Make make, Take take)
 {
@@ -220,7 +227,7 @@ void fillThumb(im::content::FileThumb *thumb, int number)
     thumb->set_thumb_nail(std::string(700, 't'));
 }
 
-/// What a file record has, as a user would take it from the record by hand.
+/// The values of a file record, as a user would copy them by hand.
 auto takeFile(const im::content::FileInfo &info)
 {
     return std::tuple(words(info.id()), words(info.name()), raw(info.key()), raw(info.checksum()),
@@ -513,14 +520,14 @@ void addStickers()
                           sticker.width(), sticker.height(), takeFile(sticker.sticker_file()));
     };
     addKindRow("new sticker", body(421), makeSticker, take);
-    // Another one that stays in some message.
+    // Another sticker, held by some message.
     static const auto held = makeSticker(body(422).SerializeAsString());
     addKindRow("shared sticker", body(422), makeSticker, take);
-    // In the chat each is another one: what sharing saves is not counted.
+    // In the chat each sticker is different, so sharing saves nothing there.
     addToChat(6, body, makeSticker, take);
 }
 
-/// Items against bare objects with the same texts, bytes and numbers.
+/// Items against plain objects with the same texts, bytes and numbers.
 void addMemoryRow(const char *subject, double most, const std::function<const Share &(int)> &share)
 {
     constexpr int count = 100'000;
@@ -549,7 +556,7 @@ void addMemoryRow(const char *subject, double most, const std::function<const Sh
         });
 }
 
-/// By how many bytes the program grows at most while it builds something. Linux tells.
+/// The maximum number of bytes by which the process grows while it builds something. Linux only.
 double peakOf(const std::function<void()> &build)
 {
     const auto read = [](const QByteArray &key) {
@@ -563,13 +570,13 @@ double peakOf(const std::function<void()> &build)
     malloc_trim(0);
     QFile peak(QStringLiteral("/proc/self/clear_refs"));
     if (peak.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
-        peak.write("5"); // forget the peak so far
+        peak.write("5"); // reset the peak
     const double before = read("VmRSS:");
     build();
     return read("VmHWM:") - before;
 }
 
-/// Bodies that take far more in memory than on the wire, against the record of the same bytes.
+/// Bodies that take far more memory than bytes on the wire, against the record of the same bytes.
 void addHostileRows()
 {
     static const std::string entities = [] {
@@ -600,7 +607,7 @@ void addHostileRows()
         return QJsonDocument::fromJson(QByteArray::fromStdString(json));
     };
     const auto restore = [](const std::string &json) {
-        return makeContentItem(json, 1, 1, nullptr);
+        return makeContentItem(json, storedForm, chatMessages, nullptr);
     };
     const auto addRows = [](const std::string &name, double mostTime, double mostBytes,
                             const std::string &bytes, auto make, auto read) {
@@ -625,7 +632,7 @@ void addMemoryRows()
 {
     addMemoryRow("memory of 100,000 text items", 1.45,
                  [](int) -> const Share & { return chat().front(); });
-    // A hundred messages in a row have each kind's share.
+    // A hundred consecutive messages have each kind's share.
     static const auto kinds = [] {
         std::vector<std::size_t> list;
         for (std::size_t i = 0; i < chat().size(); ++i)

@@ -11,7 +11,7 @@ namespace
 
 constexpr int idCount = 1'000'000;
 
-/// The least that a dialog has to be.
+/// A minimal dialog.
 class Dialog : public DialogBase
 {
 public:
@@ -24,7 +24,7 @@ public:
     void dialogChanged() override { }
 };
 
-/// Message ids as they come: ascending, with gaps.
+/// Realistic message ids: ascending, with gaps.
 QList<qint64> mentionIds()
 {
     QList<qint64> ids(idCount);

@@ -7,7 +7,7 @@
 namespace
 {
 
-/// Stored messages as they stand in the database, of a length that people write.
+/// Stored messages as in the database, of realistic length.
 QList<QByteArray> storedMessages()
 {
     const QString texts[] = {

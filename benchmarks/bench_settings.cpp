@@ -19,7 +19,7 @@ class Model
 public:
     Model()
     {
-        // In a directory of its own: the store of an installed program stays as it is.
+        // In a separate directory: the store of an installed program stays unchanged.
         QStandardPaths::setTestModeEnabled(true);
         AppSettingModel *model = AppSettingModel::instance();
         for (const char *suffix : {"", "-wal", "-shm"})

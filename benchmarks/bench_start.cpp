@@ -3,7 +3,7 @@
 #include <QProcess>
 #include <QString>
 
-// What a program pays for linking the library before it has called anything.
+// The cost of linking the library before calling anything in it.
 
 namespace
 {

@@ -15,7 +15,7 @@ namespace
 {
 
 constexpr int changeCount = 10'000;
-constexpr int batchSize = 256; // what a thread that saves finds waiting for it
+constexpr int batchSize = 256; // changes that wait for the save thread
 
 QString key(int i)
 {
@@ -36,7 +36,7 @@ QVariant value(int i)
     }
 }
 
-/// What someone would write by hand with SQLite alone.
+/// A hand-written store with SQLite only.
 class PlainStore
 {
 public:
@@ -147,7 +147,7 @@ bool saveAll(PlainStore &store)
     return store.sync();
 }
 
-/// Our store in a directory of its own: the one of an installed program stays as it is.
+/// Our store in a separate directory: the one of an installed program stays unchanged.
 std::unique_ptr<storage::GlobalStorageProvider> freshProvider()
 {
     QStandardPaths::setTestModeEnabled(true);

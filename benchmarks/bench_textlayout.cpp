@@ -18,11 +18,11 @@ namespace
 
 void forgetWords()
 {
-    if (WordLayout *words = WordLayout::ofThisThread()) // or the build has none
+    if (WordLayout *words = WordLayout::ofThisThread()) // null if the build has none
         words->clear();
 }
 
-/// What people write to each other, short and long.
+/// Typical messages, short and long.
 const QStringList &messages()
 {
     static const QStringList texts = {
@@ -55,7 +55,7 @@ QFont messageFont()
     return font;
 }
 
-/// Whole words in bold, italic, underlined and monospace, as people mark them.
+/// Whole words in bold, italic, underlined and monospace, as users mark them.
 UserTextBlocks entitiesOf(const QString &text)
 {
     UserTextBlocks blocks;
@@ -80,7 +80,7 @@ QSizeF measure(const QString &text, double width, const UserTextBlocks &blocks)
         .size;
 }
 
-/// The formats that a program would give to Qt for the same entities.
+/// The formats that a program would pass to Qt for the same entities.
 QList<QTextLayout::FormatRange> formatsOf(const UserTextBlocks &blocks)
 {
     static const QStringList monospace =
@@ -106,7 +106,7 @@ QList<QTextLayout::FormatRange> formatsOf(const UserTextBlocks &blocks)
     return formats;
 }
 
-/// What a program does that has nothing but Qt.
+/// The layout of a program that only has Qt.
 QSizeF plainLayout(const QString &text, double width, const UserTextBlocks &blocks)
 {
     QString paragraphs = text;
@@ -128,7 +128,7 @@ QSizeF plainLayout(const QString &text, double width, const UserTextBlocks &bloc
     return size;
 }
 
-/// Other texts of the same words: each message with what lies between its line breaks shuffled.
+/// Other texts of the same words: each message with the parts between its line breaks shuffled.
 const QStringList &otherMessages()
 {
     static const QStringList texts = [] {
@@ -160,8 +160,8 @@ comparison::Body atOneWidth(Measure measureMessage)
     };
 }
 
-/// Texts of which every word has been met before, in its format. Nothing is kept of a text as a
-/// whole, so it makes no difference that some have been too.
+/// Texts in which every word has been seen before, in its format. Nothing is cached for a text as a
+/// whole, so repeated texts make no difference.
 template <typename Measure>
 comparison::Body ofKnownWords(Measure measureMessage)
 {
@@ -177,7 +177,7 @@ comparison::Body ofKnownWords(Measure measureMessage)
     };
 }
 
-/// A window that is dragged wider and narrower: every message that is in view, at every width.
+/// A window that is resized: every visible message, at every width.
 template <typename Measure>
 comparison::Body atManyWidths(Measure measureMessage)
 {
@@ -202,8 +202,8 @@ comparison::Body countingEmoji(Count count)
     };
 }
 
-/// Texts that are sent to keep a window busy, against an ordinary one of the greatest length that is
-/// laid out.
+/// Texts sent to keep a window busy, against an ordinary text of the maximum length that is laid
+/// out.
 void addHostileTexts()
 {
     constexpr qsizetype endless = 10 << 20;
@@ -237,7 +237,8 @@ void addHostileTexts()
             },
             baseline);
     }
-    // What no font here has is dear for itself: against the same emoji one by one.
+    // Glyphs missing in all fonts are expensive in themselves: compare with the same emoji one by
+    // one.
     static const QString joined = QStringLiteral(u"👩\u200D").repeated(20'000);
     static const QString apart = QStringLiteral(u"👩 ").repeated(DrawableTextBase::mostLength / 3);
     comparison::add(
@@ -268,7 +269,7 @@ void addHostileTexts()
         baseline);
 }
 
-/// The number of grapheme clusters, which is where a count of emoji would begin.
+/// The number of grapheme clusters, the start of any count of emoji.
 int countClusters(const QString &text)
 {
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
@@ -302,7 +303,7 @@ void addRows()
     };
     comparison::add("measuring a text message, cold", 1.2, atOneWidth(measuredCold),
                     atOneWidth(plain));
-    // Against a layout that is given the same formats: more fonts are dear for both.
+    // Against a layout with the same formats: more fonts are expensive for both.
     comparison::add("measuring a text message with entities, cold", 1.2,
                     atOneWidth(measuredColdWithEntities), atOneWidth(plainWithFormats));
     comparison::add("measuring a new text of known words", 0.12, ofKnownWords(measured),

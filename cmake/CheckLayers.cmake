@@ -1,9 +1,9 @@
 cmake_minimum_required(VERSION 3.25)
-# cmake -DSOURCE=<root> -P CheckLayers.cmake: fails where a folder includes what it may not, and where
-# folders include each other in a circle. Prints the order of the layers, lowest first.
+# cmake -DSOURCE=<root> -P CheckLayers.cmake: fails when a folder includes one that it may not, or
+# when folders include each other in a cycle. Prints the order of the layers, lowest first.
 #
-# This table is the one place where it is written down: layer(folder what it may include...), lower
-# layers first. The README's table and docs/architecture.svg are held to it.
+# The only definition of the layers: layer(folder allowed includes...), lower layers first. The
+# README's table and docs/architecture.svg are checked against it.
 set(folders "")
 macro(layer folder)
     get_filename_component(name ${folder} NAME)
@@ -37,7 +37,7 @@ foreach(folder name IN ZIP_LISTS folders names)
         file(STRINGS ${SOURCE}/${file} lines REGEX "^#include \"[a-z0-9]+/")
         foreach(line IN LISTS lines)
             string(REGEX REPLACE "^#include \"([a-z0-9]+)/.*" "\\1" other "${line}")
-            # Two headers without a library behind them are everybody's.
+            # Every folder may include these two headers, which need no library.
             if(other STREQUAL name OR NOT other IN_LIST names
                OR line MATCHES "\"base/(privatefile|undying)[.]h\"")
                 continue()
@@ -51,8 +51,8 @@ foreach(folder name IN ZIP_LISTS folders names)
     list(REMOVE_DUPLICATES calls_${name})
 endforeach()
 
-# Whatever calls only what is placed already is the next layer; what is never placed is in a circle,
-# or above one.
+# A folder that includes only placed ones is the next layer; a folder that is never placed is in a
+# cycle, or above one.
 set(placed "")
 set(left ${names})
 while(left)
@@ -75,7 +75,7 @@ while(left)
     string(APPEND order "\n  ${next}")
 endwhile()
 
-# What people read about it. `platform/` stands for its libraries there.
+# Check the documents. `platform/` stands for its libraries there.
 if(EXISTS ${SOURCE}/README.md)
     file(READ ${SOURCE}/README.md readme)
     file(READ ${SOURCE}/docs/architecture.svg drawing)
@@ -117,6 +117,6 @@ if(EXISTS ${SOURCE}/README.md)
 endif()
 
 if(problems)
-    message(FATAL_ERROR "The layers do not hold:${problems}")
+    message(FATAL_ERROR "The layers are broken:${problems}")
 endif()
 message(STATUS "Layers, lowest first:${order}")

@@ -1,6 +1,6 @@
 cmake_minimum_required(VERSION 3.25)
-# cmake -DSOURCE=<root> -P CheckLogs.cmake: fails where a library logs under a category that no console
-# option switches, or a warning to the console alone and not to the log file.
+# cmake -DSOURCE=<root> -P CheckLogs.cmake: fails when a library logs under a category that no
+# console option switches, or logs a warning to the console only and not to the log file.
 file(READ ${SOURCE}/settings/consoleoptions.cpp model)
 string(REGEX MATCHALL "uri[^ ]+ [^ ]+\"im\\.[a-z]+" switches "${model}")
 list(TRANSFORM switches REPLACE ".*\"" "")
@@ -18,7 +18,7 @@ foreach(folder IN ITEMS account content core dialog i18n platform protocol searc
                 if(NOT category IN_LIST switches)
                     string(APPEND refused "\n  ${file}: ${category}")
                 endif()
-            # The log file has no file then; and translations stand below it.
+            # The log itself has no log file to use, and translations are a layer below it.
             elseif(NOT file MATCHES "^platform/imlog/|^i18n/")
                 string(APPEND refused "\n  ${file}: ${line}")
             endif()
@@ -27,5 +27,5 @@ foreach(folder IN ITEMS account content core dialog i18n platform protocol searc
 endforeach()
 list(LENGTH categories count)
 if(refused OR count LESS 10)
-    message(FATAL_ERROR "Of ${count} categories and their warnings, these are not in order:${refused}")
+    message(FATAL_ERROR "${count} categories checked; wrong:${refused}")
 endif()

@@ -1,6 +1,6 @@
 cmake_minimum_required(VERSION 3.25)
-# cmake -DTYPES=<.qmltypes> -DPAGE=<page> -P CheckQmlPage.cmake: fails where a type of the QML module
-# is not on its page.
+# cmake -DTYPES=<.qmltypes> -DPAGE=<page> -P CheckQmlPage.cmake: fails when a type of the QML module
+# is missing on its page.
 file(READ ${TYPES} types)
 file(READ ${PAGE} page)
 string(REGEX MATCHALL "\"im\\.modelbase/[A-Za-z0-9]+" exports "${types}")

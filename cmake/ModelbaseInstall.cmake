@@ -1,4 +1,4 @@
-# The installable package: find_package(modelbase CONFIG) gives modelbase::modelbase.
+# The installable package: find_package(modelbase CONFIG) provides modelbase::modelbase.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/modelbase)

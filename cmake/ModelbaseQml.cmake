@@ -1,5 +1,5 @@
-# The QML module: `import im.modelbase`. Every class with MODELBASE_QML_TYPE or
-# MODELBASE_QML_SINGLETON is in it.
+# The QML module: `import im.modelbase`. It contains every class with MODELBASE_QML_TYPE or
+# MODELBASE_QML_SINGLETON.
 set(qml_dir ${CMAKE_BINARY_DIR}/qml)
 qt_add_qml_module(modelbase
     URI im.modelbase
@@ -7,7 +7,7 @@ qt_add_qml_module(modelbase
     OUTPUT_DIRECTORY ${qml_dir}/im/modelbase
     PLUGIN_TARGET modelbase_qml
     NO_PLUGIN_OPTIONAL)
-# The generated registration includes headers by their names alone.
+# The generated registration includes headers by file name only.
 target_include_directories(modelbase PRIVATE
     account settings content content/items dialog)
 set_target_properties(modelbase_qml PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${qml_dir}/im/modelbase

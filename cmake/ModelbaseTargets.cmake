@@ -1,4 +1,4 @@
-# What every target of this project has in common.
+# Settings common to all targets of this project.
 
 set(MODELBASE_SANITIZE "" CACHE STRING "Sanitizers to build with, as in -fsanitize=")
 if(MODELBASE_SANITIZE)
@@ -16,7 +16,7 @@ function(modelbase_target target)
     endif()
 endfunction()
 
-# Views of the sample, compiled ahead of time; what is generated of them shadows names.
+# Views of the sample, compiled ahead of time; their generated code shadows names.
 function(modelbase_views target)
     modelbase_target(${target})
     get_target_property(sources ${target} SOURCES)
@@ -26,17 +26,18 @@ function(modelbase_views target)
     endif()
 endfunction()
 
-# The headers that mark what a library offers to others; everything else stays hidden in it.
+# The headers that mark what a library exports; everything else is hidden.
 include(GenerateExportHeader)
 set(MODELBASE_EXPORT_HEADERS ${PROJECT_BINARY_DIR}/exports)
 
-# A library of the product. In the build tree its headers are found under the root that they are
-# installed below: "settings/..." at the top of the tree, "base/..." inside platform/.
+# A library of the product. In the build tree its headers are found relative to the same root as
+# when installed: "settings/..." at the top of the tree, "base/..." inside platform/.
 function(modelbase_library target)
     modelbase_target(${target})
     set_target_properties(${target} PROPERTIES
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
-    # Thousands of symbols less to look up at each start. Qt demands -fPIC of whoever links it then.
+    # Saves looking up thousands of symbols at each start. Qt then requires -fPIC of whatever links
+    # to it.
     if(QT_FEATURE_reduce_relocations AND NOT APPLE AND NOT WIN32)
         target_link_options(${target} PRIVATE LINKER:-Bsymbolic-functions)
     endif()
@@ -48,7 +49,7 @@ function(modelbase_library target)
                                  ${CMAKE_INSTALL_INCLUDEDIR}/modelbase)
 endfunction()
 
-# Makes <target>_export.h in <folder> of the headers, which defines MODELBASE_<macro>.
+# Generates <target>_export.h in <folder> of the headers, which defines MODELBASE_<macro>.
 function(modelbase_export_header target folder macro)
     cmake_path(APPEND folder ${target}_export.h OUTPUT_VARIABLE header)
     generate_export_header(${target} EXPORT_MACRO_NAME ${macro}
@@ -70,7 +71,7 @@ function(modelbase_platform_library name)
     modelbase_export_header(${name} ${name} ${upper}_EXPORT)
 endfunction()
 
-# Public headers of the folder that calls this; they are installed under modelbase/<folder>/.
+# Public headers of the calling folder, installed under modelbase/<folder>/.
 function(modelbase_headers)
     cmake_path(RELATIVE_PATH CMAKE_CURRENT_SOURCE_DIR BASE_DIRECTORY ${PROJECT_SOURCE_DIR}
                OUTPUT_VARIABLE folder)

@@ -1,11 +1,11 @@
-# Texts by id: a catalogue is one .ts file a language, i18n/<catalogue>_<language>.ts in the folder
-# that calls this. They are embedded in the target as :/i18n/<catalogue>_<language>.qm.
+# Texts by id: a catalogue is one .ts file for each language, i18n/<catalogue>_<language>.ts in the
+# calling folder. They are embedded in the target as :/i18n/<catalogue>_<language>.qm.
 #
 #   modelbase_translations(target catalogue folder...)
 #
-# The folders are where the texts stand in the code, `//% "English text"` above the id. After a text
-# has changed there, the target `update_translations` brings the .ts files up to date; a test fails
-# until that is done and every language has the text.
+# The folders contain the code with the texts, `//% "English text"` above the id. After a text has
+# changed there, the target `update_translations` updates the .ts files; a test fails until that is
+# done and every language has the text.
 set(MODELBASE_LANGUAGES en ar zh)
 
 add_custom_target(update_translations)

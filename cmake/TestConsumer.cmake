@@ -1,4 +1,4 @@
-# Installs the package, builds the outside project in SOURCE against it, and runs that.
+# Installs the package, builds the external project in SOURCE against it, and runs that.
 function(run)
     execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output
                     ERROR_VARIABLE output)

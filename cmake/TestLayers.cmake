@@ -1,6 +1,6 @@
 cmake_minimum_required(VERSION 3.25)
-# cmake -DCHECK=<CheckLayers.cmake> -DWORK=<directory> -P TestLayers.cmake: a small tree passes, and one
-# with a circle does not.
+# cmake -DCHECK=<CheckLayers.cmake> -DWORK=<directory> -P TestLayers.cmake: a small tree passes, and
+# one with a cycle fails.
 file(REMOVE_RECURSE ${WORK})
 file(STRINGS ${CHECK} rows REGEX "^layer[(]")
 foreach(row IN LISTS rows)

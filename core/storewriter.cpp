@@ -32,6 +32,7 @@ constexpr int waitMs = 5000;
 constexpr int syncMs = 1000;
 
 constexpr int namedKeys = 20; // the log names at most as many
+constexpr int loggedKeyLength = 64;
 
 /// One row to change.
 struct Change {
@@ -94,7 +95,7 @@ struct Pending {
         if (wipe)
             keys.append(QStringLiteral("all"));
         for (const Change &change : changes)
-            keys.append(change.row.key.left(64));
+            keys.append(change.row.key.left(loggedKeyLength));
         return keys;
     }
 
@@ -400,7 +401,7 @@ bool StoreWriter::accepts(const QString &key, const QVariant &value)
         return true;
     ImLog::error(lcSettings(),
                  QStringLiteral("A value of type %1 cannot be stored: %2")
-                     .arg(QLatin1StringView(value.typeName()), key.left(64)));
+                     .arg(QLatin1StringView(value.typeName()), key.left(loggedKeyLength)));
     return false;
 }
 

@@ -34,6 +34,7 @@
 namespace
 {
 
+constexpr int poolThreads = 8;
 constexpr int hangRounds = 100;
 constexpr int quitRounds = 300;
 constexpr int maxExitWaits = 64;
@@ -139,7 +140,7 @@ void Threads::init()
     if (!threadPool) {
         threadPool = std::make_unique<QThreadPool>();
         threadPool->setObjectName(QStringLiteral("im_thread_pool"));
-        threadPool->setMaxThreadCount(8);
+        threadPool->setMaxThreadCount(poolThreads);
     }
     if (!saveThread) {
         m_closing = false;

@@ -32,7 +32,7 @@ LanguageFollower::~LanguageFollower()
         m_next->m_previous = m_previous;
 }
 
-void LanguageFollower::tellAll()
+void LanguageFollower::notifyAll()
 {
     // Objects that a slot deletes meanwhile are left out, and new ones have the new texts already.
     std::vector<std::pair<QPointer<QObject>, Retranslate>> here;

@@ -19,7 +19,7 @@ public:
 
     /// Notifies all followers; those of the calling thread at once. AppSettingModel calls it once
     /// all sources of texts use the new language.
-    static void tellAll();
+    static void notifyAll();
 
 private:
     QObject *const m_object;

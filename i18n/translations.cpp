@@ -51,7 +51,7 @@ void Translations::load(Catalogue &catalogue)
     if (!catalogue.english) {
         catalogue.english = installed(catalogue.path, QLocale(QLocale::English));
         if (!catalogue.english)
-            qCWarning(lcTranslations, "There are no English texts %ls.",
+            qCWarning(lcTranslations, "Cannot load the English texts %ls.",
                       qUtf16Printable(catalogue.path));
     }
     // Install the new texts before removing the old ones, so that no ids are shown meanwhile.

@@ -42,7 +42,7 @@ namespace protocol
 namespace
 {
 
-/// The calls again, ordered by a key of their own. `Key` maps a call to something comparable.
+/// The calls again, sorted by another key. `Key` maps a call to something comparable.
 template <auto Key>
 class Index
 {
@@ -71,7 +71,7 @@ std::tuple<std::string_view, std::string_view> nameOf(const Call *call)
     return {call->service, call->name};
 }
 
-// A record's descriptor is one object for the whole process, so its address is its identity.
+// A record's descriptor is one object for the whole process, so its address identifies the kind.
 std::uintptr_t kindOf(const google::protobuf::Message &record)
 {
     return reinterpret_cast<std::uintptr_t>(record.GetDescriptor());

@@ -63,16 +63,16 @@ bool isLetter(char c)
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }
 
-/// "G-7", "C-3-5": a letter, and numbers behind dashes.
+/// "G-7", "C-3-5": a letter, and numbers after dashes.
 bool isDialogId(std::string_view text)
 {
     return text.size() > 2 && isLetter(text[0]) && text[1] == '-'
         && text.find_first_not_of("0123456789-", 2) == std::string_view::npos;
 }
 
-/// Whether the bytes are an im::SystemErrorData, and no record of the code's own: that has numbers
-/// in it, or records with numbers, whose tags are control characters when they are read as a text.
-/// Not parsed, since that would report whatever is no text.
+/// Whether the bytes are an im::SystemErrorData rather than a record of the code's own: such a
+/// record has numbers in it, or records with numbers, whose tags are control characters when read
+/// as text. The bytes are not parsed, since that would log a message for invalid UTF-8.
 bool isDescription(std::string_view bytes)
 {
     constexpr google::protobuf::uint32 tag =
@@ -110,7 +110,7 @@ std::unique_ptr<google::protobuf::Message> errorDetail(int code, std::string_vie
 
     std::unique_ptr<google::protobuf::Message> record(prototype->New());
     if (bytes.size() > INT_MAX || !record->ParseFromArray(bytes.data(), int(bytes.size()))) {
-        ImLog::error(QStringLiteral("Error %1: its %2 detail bytes are no %3")
+        ImLog::error(QStringLiteral("Cannot read the %2 detail bytes of error %1 as %3")
                          .arg(code)
                          .arg(bytes.size())
                          .arg(QString::fromStdString(prototype->GetTypeName())));

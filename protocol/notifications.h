@@ -8,8 +8,8 @@
 namespace protocol
 {
 
-/// The prototype of the record that a notification of this type (an im::notif::NotifType) carries,
-/// or null when the type carries none or is unknown.
+/// The prototype of the record for a notification of this type (an im::notif::NotifType), or null
+/// when the type has none or is unknown.
 MODELBASE_EXPORT const google::protobuf::Message *notificationPrototype(int type);
 
 } // namespace protocol

@@ -68,7 +68,7 @@ AppDataMove::Report AppDataMove::Carrier::run()
 }
 
 /// Reads the flag last: reset() sets it before the accounts are cleared.
-bool AppDataMove::Carrier::isGone(const QString &id) const
+bool AppDataMove::Carrier::hasSignedOut(const QString &id) const
 {
     return !m_move->isSignedIn(id) && !m_cancelled;
 }
@@ -81,10 +81,11 @@ FolderMove::Result AppDataMove::Carrier::carryAll(const QStringList &ids)
         if (isStopped())
             break;
         const FolderMove::Result ofAccount = carryAccount(id);
-        if (!isGone(id))
+        if (!hasSignedOut(id))
             worst = std::max(worst, ofAccount);
     }
-    std::erase_if(m_report.problems, [this](const Problem &problem) { return isGone(problem.id); });
+    std::erase_if(m_report.problems,
+                  [this](const Problem &problem) { return hasSignedOut(problem.id); });
     return isStopped() ? FolderMove::Cancelled : worst;
 }
 
@@ -120,7 +121,7 @@ FolderMove::Result AppDataMove::Carrier::carryFolder(const QString &id, const QV
         if (!isMarked || (move.hasCopies() && !sync()))
             return FolderMove::NotStored;
         const bool all = move.removeOriginals();
-        tell(move.moved());
+        updateRecords(move.moved());
         if (!all && round + 1 < rounds)
             continue;
         for (const FolderMove::Problem &problem : move.problems()) {
@@ -137,7 +138,7 @@ FolderMove::Result AppDataMove::Carrier::carryAccount(const QString &id)
     FolderMove::Result worst = FolderMove::Done;
     QVariantList entries = MoveMap::fromJsonText(m_plan.accounts.value(id));
     for (QVariant &entry : entries) {
-        if (isGone(id))
+        if (hasSignedOut(id))
             return worst;
         QVariantMap fields = entry.toMap();
         const auto markMoved = [&] {
@@ -167,7 +168,7 @@ bool AppDataMove::Carrier::sync()
     return m_abandoned || (m_settings->flush() && m_settings->globalStorage()->sync());
 }
 
-void AppDataMove::Carrier::tell(const QStringList &paths)
+void AppDataMove::Carrier::updateRecords(const QStringList &paths)
 {
     if (!paths.isEmpty()) {
         QMetaObject::invokeMethod(

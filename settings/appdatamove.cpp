@@ -252,10 +252,10 @@ void AppDataMove::reset()
     const auto deadline = std::chrono::steady_clock::now() + deletionTime;
     for (const std::future<void> &task : m_tasks)
         task.wait_until(deadline);
-    m_hurrying = true;
+    m_stopsDeleting = true;
     for (const std::future<void> &task : m_tasks)
         task.wait();
-    m_hurrying = false;
+    m_stopsDeleting = false;
     m_tasks.clear();
 }
 
@@ -321,8 +321,7 @@ void AppDataMove::dropStored()
     AppSettingModel *settings = AppSettingModel::instance();
     if (settings->movedDataInfo().isEmpty() || !settings->oldCacheDataPath().isEmpty())
         return;
-    ImLog::error(lcSettings(),
-                 QStringLiteral("A stored data move has no old place and is dropped"));
+    ImLog::error(lcSettings(), QStringLiteral("Dropped a stored data move that has no old place"));
     settings->setMovedDataInfo({});
 }
 
@@ -343,7 +342,7 @@ void AppDataMove::accountsChanged(const QVariantList &ids)
     const AppSettingModel *settings = AppSettingModel::instance();
     const QStringList moving = jsonToMap(settings->movedDataInfo()).keys();
     if (!ids.isEmpty())
-        return dropGone(); // at once: the accounts may sign in again
+        return dropSignedOut(); // at once: the accounts may sign in again
     if (moving.isEmpty() && !m_accounts.areWiped())
         return;
     abandon();
@@ -390,7 +389,7 @@ void AppDataMove::removeLeft(bool isEverybodyLeaving)
     run([this, removed] {
         QVariantMap done;
         for (auto entry = removed.cbegin(); entry != removed.cend(); ++entry) {
-            if (LeftMedia::emptyTrash(entry.key(), m_hurrying))
+            if (LeftMedia::emptyTrash(entry.key(), m_stopsDeleting))
                 done.insert(entry.key(), entry.value());
         }
         QMetaObject::invokeMethod(
@@ -400,7 +399,7 @@ void AppDataMove::removeLeft(bool isEverybodyLeaving)
 
 /// Removes accounts that have signed out from the stored map. Deletes their media, and those of
 /// further accounts in `ids` that have signed out.
-void AppDataMove::dropGone(const QStringList &ids)
+void AppDataMove::dropSignedOut(const QStringList &ids)
 {
     AppSettingModel *settings = AppSettingModel::instance();
     QVariantMap accounts = jsonToMap(settings->movedDataInfo());
@@ -418,7 +417,7 @@ void AppDataMove::dropGone(const QStringList &ids)
 /// Ends the stored move, and removes its helper files.
 void AppDataMove::closeMap()
 {
-    dropGone();
+    dropSignedOut();
     AppSettingModel *settings = AppSettingModel::instance();
     const QStringList ids = jsonToMap(settings->movedDataInfo()).keys();
     settings->setMovedDataInfo({});
@@ -490,7 +489,7 @@ void AppDataMove::switchOver(const Plan &plan)
     AppSettingModel *settings = AppSettingModel::instance();
     AppDirManager *dirs = AppDirManager::instance();
     const QByteArray info = mapToJson(plan.accounts);
-    dropGone(); // accounts in the map of a move that is taken back
+    dropSignedOut(); // accounts in the map of a move that is taken back
     dirs->addFormerDir(plan.source);
     const QByteArray names = dirs->renamedFiles();
     settings->saveToConfig({{SettingKey::cacheDataPath(), plan.target},
@@ -518,7 +517,7 @@ void AppDataMove::switchOver(const Plan &plan)
     }
 
     const Reason reason = stored ? Reason::NoPermission : Reason::NotStored;
-    tell(reason);
+    reportReason(reason);
     settings->saveToConfig({{SettingKey::cacheDataPath(), plan.source},
                             {SettingKey::oldCacheDataPath(), plan.undoneSource},
                             {QStringLiteral("moved_data_info"), plan.undoneInfo}});
@@ -551,7 +550,7 @@ void AppDataMove::complete(const Report &report)
         settings->setMovedDataInfo({}); // it may have been stored again after the reset
         return end(Outcome::Cancelled);
     }
-    dropGone(report.ids); // also what was being copied meanwhile
+    dropSignedOut(report.ids); // also what was being copied meanwhile
     if (isDone) {
         closeMap();
         return end(Outcome::Moved);
@@ -577,7 +576,7 @@ bool AppDataMove::refuse(Reason reason)
     return false;
 }
 
-void AppDataMove::tell(Reason reason)
+void AppDataMove::reportReason(Reason reason)
 {
     const auto [text, words] = MoveTexts::of(reason);
     ImLog::error(lcSettings(), QStringLiteral("Data move: ") + QLatin1String(words));
@@ -586,7 +585,7 @@ void AppDataMove::tell(Reason reason)
 
 void AppDataMove::fail(Reason reason)
 {
-    tell(reason);
+    reportReason(reason);
     end(Outcome::Failed, reason);
 }
 

@@ -75,8 +75,8 @@ public:
         None,      ///< no move has begun yet, or one is under way
         Moved,     ///< everything is at its new place, except skipped files
         Cancelled, ///< by cancel(), at shut-down, or because no one is signed in
-        Failed,  ///< see reason(), problems() and unfinished()
-        Refused, ///< no move has begun
+        Failed,    ///< see reason(), problems() and unfinished()
+        Refused,   ///< no move has begun
         GivenUp,
     };
     Q_ENUM(Outcome)
@@ -212,10 +212,10 @@ private:
     void wipeLate(const QVariantMap &rows);
     void accountsChanged(const QVariantList &ids);
     void removeLeft(bool isEverybodyLeaving = false);
-    void dropGone(const QStringList &ids = {});
+    void dropSignedOut(const QStringList &ids = {});
     void closeMap();
     bool refuse(Reason reason);
-    void tell(Reason reason);
+    void reportReason(Reason reason);
     void fail(Reason reason);
     void end(Outcome outcome, Reason reason = Reason::None);
     void setOutcome(Outcome outcome, Reason reason);
@@ -226,7 +226,7 @@ private:
     const Accounts m_accounts;
     std::future<void> m_carrying;           // ready when no file is being copied
     std::vector<std::future<void>> m_tasks; // other background tasks, likewise
-    std::atomic<bool> m_hurrying = false;   // stop deleting
+    std::atomic<bool> m_stopsDeleting = false;
     std::atomic<bool> m_cancelled = false;
     std::atomic<bool> m_abandoned = false; // the settings were reset: store nothing more
     bool m_wipesLate = false;              // waits for the settings, which say where media are

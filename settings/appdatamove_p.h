@@ -65,7 +65,7 @@ public:
 
 private:
     bool isStopped() const { return m_cancelled || m_abandoned; }
-    bool isGone(const QString &id) const;
+    bool hasSignedOut(const QString &id) const;
     FolderMove::Result carryAll(const QStringList &ids);
     FolderMove::Result carryAccount(const QString &id);
     template <typename MarkMoved>
@@ -73,7 +73,7 @@ private:
                                    MarkMoved markMoved);
     bool store();
     bool sync();
-    void tell(const QStringList &paths);
+    void updateRecords(const QStringList &paths);
     bool advance(qint64 count);
 
     AppDataMove *const m_move;

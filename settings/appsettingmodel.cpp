@@ -331,8 +331,8 @@ void AppSettingModel::retranslate()
 {
     QMetaObject::invokeMethod(this, [this] {
         const QString now = language();
-        if (std::exchange(m_toldLanguage, now) != now)
-            LanguageFollower::tellAll();
+        if (std::exchange(m_shownLanguage, now) != now)
+            LanguageFollower::notifyAll();
     });
 }
 

@@ -388,7 +388,7 @@ private:
     storage::GlobalStorageProvider *const m_storage;
     std::unique_ptr<Values> m_values; // its lock also guards the other members
     std::unique_ptr<Translations> m_translations;
-    QString m_toldLanguage; // passed to the last retranslate(); main thread
+    QString m_shownLanguage; // of the last retranslate(); main thread
     std::atomic<int> m_lineHeight = 0;
     std::atomic<bool> m_requestUserLocation = true;
     const std::unique_ptr<EmojiSkins> m_skins;

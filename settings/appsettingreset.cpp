@@ -15,7 +15,8 @@
 void AppSettingModel::reset()
 {
     if (!readNow() && read(SettingKey::accounts(), QByteArray()) != "[]") {
-        ImLog::error(lcSettings(), QStringLiteral("reset() before the settings could be read"));
+        ImLog::error(lcSettings(),
+                     QStringLiteral("Refused reset(): the settings have not been read"));
         return;
     }
     QVariant keptVersion;

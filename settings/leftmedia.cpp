@@ -84,11 +84,11 @@ void LeftMedia::remove(const QVariantMap &removed)
     store(left);
 }
 
-bool LeftMedia::emptyTrash(const QString &directory, const std::atomic<bool> &hurrying)
+bool LeftMedia::emptyTrash(const QString &directory, const std::atomic<bool> &stop)
 {
     const QDir trash(trashFolder(directory));
     for (const QString &name : trash.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot)) {
-        if (hurrying || !Util::removeLocalFolder(trash.filePath(name)))
+        if (stop || !Util::removeLocalFolder(trash.filePath(name)))
             return false;
     }
     return !trash.exists() || QDir().rmdir(trash.path());

@@ -21,8 +21,8 @@ bool isBare(const QString &directory);
 /// Moves an account's media aside, to be deleted later even if the account signs in again. False
 /// when something stays: the disk may be back later.
 bool setAside(const QString &directory, const QString &id);
-/// Deletes what was set aside. False when something stays, or `hurrying` has become true. Any
+/// Deletes what was set aside. False when something stays, or `stop` has become true. Any
 /// thread.
-bool emptyTrash(const QString &directory, const std::atomic<bool> &hurrying);
+bool emptyTrash(const QString &directory, const std::atomic<bool> &stop);
 
 } // namespace LeftMedia

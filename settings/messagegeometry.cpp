@@ -9,7 +9,14 @@
 namespace
 {
 
+// All in pixels.
 constexpr int leastWidth = 200;
+constexpr int greatestWidth = 560;
+constexpr int miniListWidth = 80;
+constexpr int titleBarHeight = 22;
+constexpr int plainMargins = 112;
+constexpr int bubbleMargins = 144;
+constexpr int panelMargins = 96;
 /// The minimum width of the message view beside the information panel.
 constexpr int roomBesideInfoPanel = 380;
 
@@ -30,16 +37,18 @@ void MessageGeometry::load()
 {
     const AppSettingModel *settings = AppSettingModel::instance();
     const QVariantMap stored = jsonToMap(settings->mainwindowGeometry().toUtf8());
-    const int listWidth = settings->miniSessionMode() ? 80 : settings->sessionListWidth();
+    const int listWidth =
+        settings->miniSessionMode() ? miniListWidth : settings->sessionListWidth();
     m_window = QSize(stored.value(QStringLiteral("width")).toInt() - listWidth,
-                     stored.value(QStringLiteral("height")).toInt() - 22);
+                     stored.value(QStringLiteral("height")).toInt() - titleBarHeight);
 
     int width = m_window.width();
     if (isInfoPanelVisible())
         width -= settings->infoPanelWidth();
-    m_messageWidth = settings->plainModel() ? std::max(width - 112, leastWidth)
-                                            : std::max(std::min(width - 144, 560), leastWidth);
-    m_widthInThread = std::max(settings->infoPanelWidth() - 96, leastWidth);
+    m_messageWidth = settings->plainModel()
+        ? std::max(width - plainMargins, leastWidth)
+        : std::max(std::min(width - bubbleMargins, greatestWidth), leastWidth);
+    m_widthInThread = std::max(settings->infoPanelWidth() - panelMargins, leastWidth);
 }
 
 bool MessageGeometry::setWindow(const QSize &size)

@@ -20,6 +20,10 @@ namespace
 constexpr auto modelTypeKey = [] { return QStringLiteral("modelType"); };
 constexpr auto fileTypeKey = [] { return QStringLiteral("fileType"); };
 
+constexpr int ordinaryMedia = 1;   // the only model type without a folder of its own
+constexpr int lastModelType = 256; // types are powers of 2
+constexpr int lastFileType = 13;
+
 bool isMediaFolder(const QVariantMap &entry)
 {
     const QList<MoveMap::MediaFolder> &folders = MoveMap::mediaFolders();
@@ -35,11 +39,10 @@ const QList<MoveMap::MediaFolder> &MoveMap::mediaFolders()
 {
     static const auto &table = undying([] {
         QList<MediaFolder> folders;
-        for (int modelType = 1; modelType <= 256; modelType *= 2) {
-            // Only ordinary media have no folder name.
-            if (modelType > 1 && MediaFolders::ofSource(modelType).isEmpty())
+        for (int modelType = ordinaryMedia; modelType <= lastModelType; modelType *= 2) {
+            if (modelType != ordinaryMedia && MediaFolders::ofSource(modelType).isEmpty())
                 continue;
-            for (int fileType = 0; fileType <= 13; ++fileType) {
+            for (int fileType = 0; fileType <= lastFileType; ++fileType) {
                 if (!MediaFolders::ofFileType(fileType).isEmpty()) {
                     folders.append(
                         {modelType, fileType, MediaFolders::path({}, modelType, fileType)});

@@ -7,17 +7,17 @@
 #include <QString>
 #include <QVariant>
 
-// One line a setting. These macros stand in the body of a settings model, a SettingModelBase with
+// One line per setting. Use these macros in the body of a settings model, a SettingModelBase with
 //
 //     T read(const QString &key, const T &fallback) const; // for each type T of its settings
-//     bool setValue(const QString &key, const QVariant &value, bool needSave); // it changed
+//     bool setValue(const QString &key, const QVariant &value, bool needSave); // true: changed
 //
 // Each declares the property `name` with its getter, the signal `nameChanged`, and the invokable
 // setter `setName(value, needSave = true)`: it stores the value under `key` and emits the signal
-// when that changed something; with `needSave` false the value lives until the process ends.
-// `fallback` is what the getter gives where nothing is stored; it is evaluated at each read.
+// if that changed something; with `needSave` false the value lives until the process ends.
+// The getter returns `fallback` if nothing is stored; it is evaluated at each read.
 //
-// moc looks through these macros. A key is a QStringLiteral: reading a setting allocates nothing.
+// moc expands these macros. A key is a QStringLiteral: reading a setting allocates nothing.
 
 /// The signal carries the new value.
 #define MODELBASE_SETTING(type, name, Name, key, fallback)                                         \

@@ -1,2 +1,2 @@
-// Links what it is built with, and calls nothing of it.
+// Links its libraries, and calls nothing in them.
 int main() { }

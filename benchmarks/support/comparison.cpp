@@ -15,7 +15,7 @@ namespace comparison
 namespace
 {
 
-/// Pairs of runs: so many, unless they take too long.
+/// The number of pairs of runs, unless they take too long.
 constexpr int mostPairs = 30;
 constexpr int leastPairs = 5;
 constexpr std::chrono::seconds longEnough{4};
@@ -23,10 +23,10 @@ constexpr std::chrono::seconds longEnough{4};
 struct Row {
     std::string subject;
     double most = 0;
-    std::function<double()> bytesOfOurs = {}; ///< of rows about memory
+    std::function<double()> bytesOfOurs = {}; ///< for rows about memory
     std::function<double()> bytesOfBaseline = {};
 
-    // What was measured: seconds an iteration, or bytes.
+    // The measurements: seconds per iteration, or bytes.
     std::vector<double> ours = {};
     std::vector<double> baseline = {};
     std::chrono::steady_clock::duration taken{};
@@ -45,14 +45,14 @@ std::vector<Row> &rows()
     return all;
 }
 
-/// What a side of a row is called: rows are told apart by their numbers, as subjects have
-/// characters that filters take for their own.
+/// The name of one side of a row: by row number, since subjects contain characters with a meaning
+/// in filters.
 std::string sideName(std::size_t row, const char *side)
 {
     return std::to_string(row) + '|' + side;
 }
 
-/// Takes the time of one side from Google Benchmark.
+/// Receives the time of one side from Google Benchmark.
 class Collector : public benchmark::BenchmarkReporter
 {
 public:
@@ -69,7 +69,7 @@ public:
         }
     }
 
-    /// Runs a side; seconds an iteration, 0 when it failed.
+    /// Runs a side; returns seconds per iteration, 0 when it failed.
     double run(std::size_t row, const char *side)
     {
         m_time = 0;
@@ -84,7 +84,7 @@ private:
     std::string m_error;
 };
 
-/// One more pair of runs. False when a side failed.
+/// Runs one more pair. False when a side failed.
 bool runPair(std::size_t number)
 {
     Row &row = rows()[number];
@@ -146,7 +146,7 @@ int run(int argc, char **argv)
 {
     std::vector<char *> arguments(argv, argv + argc);
     static char shorter[] = "--benchmark_min_time=0.02";
-    // Before the user's own arguments, so that those win.
+    // Before the user's own arguments, so that those take precedence.
     arguments.insert(arguments.begin() + 1, shorter);
     int count = int(arguments.size());
     benchmark::Initialize(&count, arguments.data());
@@ -158,7 +158,7 @@ int run(int argc, char **argv)
         if (std::regex_search(rows()[i].subject, filter))
             wanted.push_back(i);
     }
-    // Bytes first, while the heap has no gaps.
+    // Bytes first, while the heap is not fragmented.
     for (std::size_t number : wanted) {
         Row &row = rows()[number];
         if (row.isTime())

@@ -5,7 +5,7 @@
 #include <functional>
 #include <string>
 
-/// Our time against what a user would otherwise do by hand, measured in the same run.
+/// Our time against a hand-written alternative, measured in the same run.
 namespace comparison
 {
 
@@ -15,15 +15,15 @@ using Body = std::function<void(benchmark::State &)>;
 /// One row of the table. `most` is the ratio (ours / baseline) that the row should not exceed.
 void add(const std::string &subject, double most, Body ours, Body baseline);
 
-/// One row about memory: bytes measured once, by functions that build what they measure and return
-/// its size.
+/// One row about memory: bytes measured once, by functions that build an object and return its
+/// size.
 void addBytes(const std::string &subject, double most, std::function<double()> ours,
               std::function<double()> baseline);
 
 /// Runs every row under a QGuiApplication and prints the table: subject, ours, baseline, ratio,
-/// target. The two sides of a row run in turns, a few hundredths of a second each; times and ratio
-/// are medians over these pairs. So what else a machine does meets both sides alike.
-/// --benchmark_filter=REGEX chooses rows by their subjects.
+/// target. The two sides of a row alternate, a few hundredths of a second each; times and ratio are
+/// medians over these pairs, so that other load on the machine affects both sides alike.
+/// --benchmark_filter=REGEX selects rows by subject.
 int run(int argc, char **argv);
 
 } // namespace comparison

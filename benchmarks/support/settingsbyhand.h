@@ -10,13 +10,13 @@
 
 #include <array>
 
-/// What the settings models are measured with and against.
+/// Common code and hand-written alternatives for measuring the settings models.
 namespace settingsbyhand
 {
 
 constexpr int changeCount = 10'000;
 
-/// As many settings beside the one that is measured as a client has.
+/// As many settings besides the measured one as a client has.
 template <typename Set>
 void fill(Set set)
 {
@@ -24,7 +24,7 @@ void fill(Set set)
         set(QStringLiteral("some_setting_%1").arg(i), i);
 }
 
-/// QSettings in a file of their own, filled.
+/// QSettings in a separate file, filled.
 struct PlainSettings {
     PlainSettings()
     {
@@ -80,7 +80,7 @@ inline const QStringList &values(int generation)
     return all[generation % 2];
 }
 
-/// All changes through a settings model, until no power cut takes them back.
+/// All changes through a settings model, until they are safe from a power cut.
 template <typename Model>
 void changeAll(benchmark::State &state, Model *model)
 {
@@ -94,7 +94,7 @@ void changeAll(benchmark::State &state, Model *model)
     }
 }
 
-/// All changes with SQLite alone: one prepared statement each, committed at once, and one sync.
+/// All changes with SQLite only: one prepared statement each, committed at once, and one sync.
 inline void upsertAll(benchmark::State &state)
 {
     const QTemporaryDir directory;

@@ -2,8 +2,8 @@
 
 #include <sqlite3.h>
 
-/// What someone who uses SQLite alone does, under synchronous=NORMAL, before it counts on what was
-/// committed: the one sync that all commits so far share.
+/// With SQLite only, under synchronous=NORMAL, makes earlier commits durable: the one sync that
+/// they all share.
 inline bool syncLog(sqlite3 *database)
 {
     sqlite3_file *log = nullptr;

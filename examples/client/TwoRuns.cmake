@@ -1,4 +1,5 @@
-# Plays the feeds in FEEDS with CLIENT in an empty home, as a newcomer would: twice, and then with damaged input.
+# Plays the feeds in FEEDS with CLIENT in an empty home, as a newcomer would: twice, and then with
+# damaged input.
 
 set(home $ENV{HOME}/first)
 set(data modelbase/modelbase-client)
@@ -6,13 +7,13 @@ set(store ${data}/1001/userstatus/messages.db)
 set(feed ${FEEDS}/first-light.feed)
 set(feeds --feed ${feed} --feed ${FEEDS}/lakeside.feed)
 
-# What the client writes is for its user alone, also where new files are open to everybody.
+# The client's files are private to the user, even if new files are public by default.
 if(UNIX)
     set(anybody sh -c "umask 0 && exec \"$0\" \"$@\"")
 endif()
 
-# Runs the client with its data below `place`, and leaves its output and the lines of its listing,
-# fit for CMake's lists.
+# Runs the client with its data below `place`, and returns its output and the lines of its listing,
+# usable as CMake lists.
 function(run exit_code place)
     set(ENV{XDG_DATA_HOME} ${place})
     set(ENV{TMPDIR} ${place})
@@ -49,21 +50,21 @@ list(LENGTH messages count)
 expect("${output}" "this is the first start")
 expect("${output}" "messages +${count}\n")
 
-# Every kind of content, groups of media and of files, and a kind that is newer than this client.
+# Every kind of content, groups of media and of files, and an unknown newer kind.
 foreach(kind IN ITEMS text emoji game image voice music video file folder sticker card location system
         call meeting poll lottery combined)
     expect("${messages}" "[0-9][0-9]:[0-9][0-9]  [^ ]+ +${kind} +[0-9]+×[0-9]+ ")
 endforeach()
 expect("${first}" "· [0-9]+×[0-9]+, 5 as one: Everything.*· [0-9]+×[0-9]+, 3 as one: All")
 expect("${messages}" "  .a kind of content not shown here.")
-# Their files: what is in them was found out, and none is missing.
+# Their files: their content was examined, and none is missing.
 expect("${messages}" "with thumbnail.*Lakeside[^;]*, with cover")
 expect("${output}" "\nfiles +1[0-9] fetched, [^\n]*already here: 0\n")
 if(output MATCHES "NOT HERE")
     message(FATAL_ERROR "A file is missing:\n${output}")
 endif()
 
-# What the steps with the accounts came to; capitals are its complaints.
+# The results of the steps with the accounts; errors are in capitals.
 foreach(step IN ITEMS "0199: Too many codes.*after 2024-05-18" "0101: The code is wrong"
         "Mira .id 1001. is signed in on device 10011" "Jonas .id 1002. is signed in"
         "vetoes: still Jonas" "from Jonas .id 1002. to Mira" "is locked. 1111 does not unlock it. 2580 unlocks"
@@ -86,7 +87,7 @@ if(pictures OR jonas)
     message(FATAL_ERROR "Not moved, or not removed: ${pictures} ${jonas}")
 endif()
 
-# What was kept is rebuilt, with the same sizes; the feeds bring nothing new.
+# Kept messages are restored with the same sizes; the feeds bring nothing new.
 run(0 ${home} ${feeds})
 if(NOT lines STREQUAL first)
     message(FATAL_ERROR "The second run lists other messages or sizes:\n${output}")
@@ -99,15 +100,15 @@ expect("${output}" "is locked; the passcode unlocks it")
 expect("${output}" "Mira .id 1001., .1 5550101, device 10011, unread 5, tabs 96 px\n *[0-9]+ media files in [^\n]*-media")
 expect("${output}" "note: The spare key lies under the third flower pot")
 if(output MATCHES "Jonas .id 1002.")
-    message(FATAL_ERROR "Who logged out is there again:\n${output}")
+    message(FATAL_ERROR "An account that logged out is listed again:\n${output}")
 endif()
 
-# At another width the messages are measured anew, and then again as before.
+# At another width the messages are measured again, and then as before.
 run(0 ${home} --width 200)
 expect("${output}" "${count} messages were kept for another width")
 run(0 ${home})
 if(NOT lines STREQUAL first)
-    message(FATAL_ERROR "Back at the first width, sizes are not what they were:\n${output}")
+    message(FATAL_ERROR "Sizes differ after returning to the first width:\n${output}")
 endif()
 
 # An account whose store is lost signs in again, and finds its messages.
@@ -119,7 +120,7 @@ if(NOT lines STREQUAL first)
     message(FATAL_ERROR "The messages were lost with the account's store:\n${output}")
 endif()
 
-# A feed that was cut off: what came before the damage is shown and kept.
+# A truncated feed: everything before the damage is shown and kept.
 file(SIZE ${feed} size)
 math(EXPR half "${size} / 2")
 execute_process(COMMAND head -c ${half} ${feed} OUTPUT_FILE $ENV{HOME}/cut.feed
@@ -130,14 +131,14 @@ set(shown "${lines}")
 list(LENGTH shown count)
 list(SUBLIST first 0 ${count} expected)
 if(count LESS 10 OR NOT shown STREQUAL expected)
-    message(FATAL_ERROR "Before the damage stand ${count} messages:\n${output}")
+    message(FATAL_ERROR "There are ${count} messages before the damage:\n${output}")
 endif()
 run(0 $ENV{HOME}/cut)
 if(NOT lines STREQUAL shown)
-    message(FATAL_ERROR "What came before the damage was not kept:\n${output}")
+    message(FATAL_ERROR "The messages before the damage were not kept:\n${output}")
 endif()
 
-# Everything else that a person can get wrong.
+# Other user errors.
 run(1 ${home} --width 3)
 run(2 ${home} --feed $ENV{HOME}/none.feed)
 expect("${errors}" "none.feed cannot be played")

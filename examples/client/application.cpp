@@ -12,7 +12,7 @@ namespace
 
 QtMessageHandler printMessage = nullptr;
 
-/// Qt tells of every script that a font does not have, and takes the next font for it.
+/// Filters Qt's messages about scripts that a font lacks; Qt then takes the next font.
 void print(QtMsgType type, const QMessageLogContext &context, const QString &text)
 {
     if (!text.startsWith(QStringLiteral("  OpenType support missing")))
@@ -23,17 +23,17 @@ void print(QtMsgType type, const QMessageLogContext &context, const QString &tex
 
 Application::Application(int &argc, char **argv) : QGuiApplication(argc, argv)
 {
-    // They name the application data directory.
+    // They are part of the path of the application data directory.
     setOrganizationName(QStringLiteral("modelbase"));
     setApplicationName(QStringLiteral("modelbase-client"));
 
-    // Otherwise Qt takes some emoji from fonts that have them black and white.
+    // Otherwise Qt takes some emoji from fonts with black and white ones.
     QFont shown = font();
     shown.setFamilies({QFontInfo(shown).family(), QStringLiteral("Noto Color Emoji")});
     setFont(shown);
     printMessage = qInstallMessageHandler(print);
 
-    // The library's steps are in the log; the terminal shows its warnings.
+    // The log has the library's steps; the terminal shows its warnings.
     QLoggingCategory::setFilterRules(QStringLiteral("im.*.debug=false"));
 
     setProperty(
@@ -44,8 +44,8 @@ Application::Application(int &argc, char **argv) : QGuiApplication(argc, argv)
 
 void Application::switchLanguage(const QString &language)
 {
-    // The library has loaded its texts already, and those that AppSettingModel::translations() was
-    // given.
+    // The library has already loaded its own texts, and those added to
+    // AppSettingModel::translations().
     QLocale::setDefault(QLocale(language));
     setLayoutDirection(QLocale(language).textDirection());
 }

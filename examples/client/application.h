@@ -2,8 +2,8 @@
 
 #include <QGuiApplication>
 
-/// The application object. The settings expect three things of it: the languages that the program
-/// speaks, the product's colour, and a method that switches the language.
+/// The application object. The settings expect three things of it: the program's languages, the
+/// product's colour, and a method that switches the language.
 class Application : public QGuiApplication
 {
     Q_OBJECT

@@ -12,7 +12,7 @@ namespace
 
 constexpr int iterations = 100'000;
 constexpr int digestSize = 32; // bytes
-// What is recorded of an attempt: where, how, and whether it succeeded.
+// The record of an attempt: where, how, and whether it succeeded.
 constexpr int lockScreen = 0;
 constexpr int byPasscode = 0;
 

@@ -25,7 +25,7 @@ namespace
 {
 
 constexpr int batchSize = 16;
-/// A longer message is elided to so many lines.
+/// A longer message is elided to this many lines.
 constexpr int maxLineCount = 10;
 constexpr int storedForm = 1; // im.Message.content_format_ver
 
@@ -39,7 +39,7 @@ Client::Client(ClientAccount *account, int width, const QString &media)
 {
 }
 
-/// Makes the content of a message and measures it: the way every message takes, new or kept.
+/// Makes the content of a message and measures it; used for every message, new or kept.
 Client::Shown Client::measure(KeptMessage &message)
 {
     Shown shown;
@@ -60,8 +60,8 @@ Client::Shown Client::measure(KeptMessage &message)
     return shown;
 }
 
-/// A client may keep contents as they came, or in the stored form of their items, as JSON here. This
-/// one does so with every second message, to show that nothing is lost either way.
+/// A client may keep contents as received, or in the stored form of their items, here as JSON. This
+/// one uses the stored form for every second message, to show that nothing is lost either way.
 void Client::keepStoredForm(KeptMessage &message, const QSharedPointer<ContentItem> &item)
 {
     if (message.number % 2 == 1 || !item)
@@ -147,7 +147,7 @@ void Client::play(const QString &feed)
                           QStringLiteral("%1: %2. What came before it is kept.").arg(feed, error));
 }
 
-/// A notification: its type says which record its bytes are.
+/// A notification: its type is the kind of its record.
 void Client::receive(const Frame &frame)
 {
     const google::protobuf::Message *prototype = protocol::notificationPrototype(frame.type);
@@ -175,7 +175,7 @@ void Client::receive(const Frame &frame)
             return;
         break;
     }
-    default: // shown, and forgotten
+    default: // shown, but not kept
         break;
     }
     list(frame.type, record.get());
@@ -213,7 +213,7 @@ void Client::receive(const im::Message &record)
         flush();
 }
 
-/// Takes over the name of a user or group. False when it has that name already.
+/// Stores the name of a user or group. False when the name is unchanged.
 bool Client::rename(const QString &id, const std::string &name)
 {
     const QString text = QString::fromStdString(name);
@@ -254,7 +254,7 @@ void Client::listGroup()
     m_items.append(group);
 }
 
-/// Of several notifications of one type in a row only the first one is listed in full.
+/// Of several consecutive notifications of one type only the first one is listed in full.
 void Client::list(int notification, const google::protobuf::Message *record)
 {
     if (notification == m_lastNotification) {
@@ -285,7 +285,7 @@ void Client::endNotifications()
     m_notifications = 0;
 }
 
-/// Writes what is pending, and only then shows it.
+/// Writes pending messages, and shows them only then.
 void Client::flush()
 {
     if (!m_batch.messages.isEmpty() || !m_batch.names.isEmpty())

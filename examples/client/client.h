@@ -24,26 +24,26 @@ namespace im
 class Message;
 }
 
-/// The messages of an account: shows those that are kept, plays a feed, and keeps what it brings.
+/// The messages of an account: shows the kept ones, plays a feed, and keeps its messages.
 class Client
 {
 public:
-    /// @param account whose store the messages lie beside; outlives the client
-    /// @param width pixels that a message can take
-    /// @param media the folder of the files that messages carry; empty: they cannot be fetched
+    /// @param account the messages are beside its store; must outlive the client
+    /// @param width the maximum width of a message, in pixels
+    /// @param media the folder of the messages' files; empty: they cannot be fetched
     Client(ClientAccount *account, int width, const QString &media);
 
-    /// Lists what earlier runs have kept, and checks that it measures what it measured then.
-    /// Success or SizesDiffer.
+    /// Lists the messages kept by earlier runs, and checks that their sizes are unchanged. Success
+    /// or SizesDiffer.
     ExitCode showKept();
-    /// Lists and keeps what a feed brings. A damaged feed is shown up to the damage.
+    /// Lists and keeps the messages of a feed. A damaged feed is shown up to the damage.
     void play(const QString &feed);
     void showSummary();
 
 private:
     struct Shown {
         QSharedPointer<ContentItem> item; ///< null for a content that cannot be made
-        qint64 nanoseconds = 0;           ///< what measuring took
+        qint64 nanoseconds = 0;           ///< duration of the measuring
     };
     Shown measure(KeptMessage &message);
     static void keepStoredForm(KeptMessage &message, const QSharedPointer<ContentItem> &item);
@@ -64,16 +64,16 @@ private:
     const Measure m_measure;
     QHash<QString, QString> m_names;
     qint64 m_lastNumber = 0;
-    int m_repeated = 0;                         // frames that brought nothing new
-    QList<QSharedPointer<ContentItem>> m_items; // all that were listed
+    int m_repeated = 0;                         // frames without anything new
+    QList<QSharedPointer<ContentItem>> m_items; // all listed ones
     Summary m_summary;
     QTextStream m_out;
 
-    // What was received and is not on the disk yet, with the lines that will say so.
+    // Received messages that are not on the disk yet, with the lines that report them.
     MessageStore::Batch m_batch;
     QStringList m_lines;
-    MessageGroup m_group;       // that the messages listed last belong to
+    MessageGroup m_group;       // of the messages listed last
     QString m_heading;          // of the dialog and day listed last
-    int m_lastNotification = 0; // its type, if that is what was listed last
-    int m_notifications = 0;    // how many of this type in a row
+    int m_lastNotification = 0; // type of the notification listed last, if any
+    int m_notifications = 0;    // consecutive ones of this type
 };

@@ -17,7 +17,7 @@
 namespace
 {
 
-// Rows of the account's settings, where it keeps what the library has no place for.
+// Rows of the account's settings, for values that the library has no place for.
 const QString nameKey = QStringLiteral("sample_client_name");
 const QString deviceIdKey = QStringLiteral("sample_client_device_id");
 
@@ -61,7 +61,7 @@ Reply ClientAccount::signIn(const QString &countryCode, const QString &phone, co
     accountSettingModel()->setValue(nameKey, m_name, true);
     setDeviceId(response.device_id());
     accountSettingModel()->setValue(deviceIdKey, deviceId(), true);
-    updatePhone(phone, countryCode); // kept with the keys
+    updatePhone(phone, countryCode); // stored with the keys
 
     setAuthorized(true);
     AccountManager::getInstance()->addAccount(this);
@@ -77,8 +77,8 @@ void ClientAccount::restore(QVariantMap params, bool connectNow, int)
     m_name = accountSettingModel()->getValue(nameKey, QString()).toString();
     setDeviceId(accountSettingModel()->getValue(deviceIdKey, 0).toInt());
     if (deviceId() == 0) {
-        // The store was damaged and the sign-in is lost with it. Whoever signs in again finds the
-        // rest where it was.
+        // The store was damaged, and the sign-in is lost with it. After a new sign-in the rest is
+        // still there.
         closeStorage();
         return;
     }
@@ -88,7 +88,7 @@ void ClientAccount::restore(QVariantMap params, bool connectNow, int)
         reconnectToServer(true);
 }
 
-// Where a keychain is locked, its keys come only when the user has opened it.
+// If a keychain is locked, its keys come only when the user has opened it.
 void ClientAccount::readUser()
 {
     if (const auto user = signalStore()->userInfo()) {
@@ -104,7 +104,7 @@ void ClientAccount::reconnectToServer(bool)
     if (!authorized() || !autoReconnect() || state() != DISCONNECTED)
         return;
     setState(CONNECTING);
-    // As with a real network, nothing is there before the event loop runs.
+    // As with a real network, nothing arrives before the event loop runs.
     QMetaObject::invokeMethod(this, &ClientAccount::connectToServer, Qt::QueuedConnection);
 }
 
@@ -113,7 +113,7 @@ void ClientAccount::connectToServer()
     if (!authorized() || state() != CONNECTING)
         return;
     AccountManager *manager = AccountManager::getInstance();
-    im::AuthReq request; // a real one is signed with the device's key
+    im::AuthReq request; // a real request is signed with the device's key
     request.mutable_sign_auth()->set_user_id(int(accountId()));
     request.mutable_sign_auth()->set_device_id(deviceId());
     im::AuthResp response;
@@ -142,7 +142,7 @@ void ClientAccount::abortAndReconnect(bool resetAutoReconnect)
     reconnectToServer(true);
 }
 
-// There is one server, and no network to it.
+// There is one server, and no network.
 void ClientAccount::resetCurrentServer() { }
 void ClientAccount::setProxy(const QNetworkProxy &) { }
 
@@ -215,8 +215,7 @@ void ClientAccount::recordScreenLockLog(int, int, int result)
 
 void ClientAccount::enterNotebookMode()
 {
-    // The notebook belongs to nobody who signed in. Its account has the id 0, which is a directory
-    // of its own.
+    // No one signs in to the notebook. Its account has the id 0, which has its own directory.
     if (storage()->isOpen() || openStorage(true))
         dataInfoModel()->saveNotebookOpened(true);
 }
@@ -233,7 +232,7 @@ void ClientAccount::closeSession()
 
 void ClientAccount::logout(bool deleteThis)
 {
-    unlinkDevice(deviceId()); // this one; without a connection the server finds out in time
+    unlinkDevice(deviceId()); // this device; without a connection the server finds out later
     closeSession();
     if (accountId() > 0) {
         Util::removeLocalFolder(userCacheDataPath());
@@ -243,7 +242,7 @@ void ClientAccount::logout(bool deleteThis)
     if (deleteThis)
         deleteLater();
     else
-        setAccountId(0); // and ready for the next sign-in
+        setAccountId(0); // ready for the next sign-in
 }
 
 void ClientAccount::release(bool, bool deleteThis)
@@ -269,5 +268,5 @@ void ClientAccount::deleteAccount(bool deleteChats, int retryTimes, bool silent,
     AccountManager *manager = AccountManager::getInstance();
     if (!reply && !silent)
         return Q_EMIT manager->error(reply.code, reply.text(), 0);
-    manager->logout(this); // which also removes what lies here
+    manager->logout(this); // which also removes the local data
 }

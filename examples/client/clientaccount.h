@@ -3,11 +3,11 @@
 #include "account/accountbase.h"
 #include "client/connection.h"
 
-/// The account as this application has it: what AccountBase leaves open is a session with a server.
+/// The account of this application: implements AccountBase as a session with a server.
 ///
-/// What a sign-in brings is kept in the account's own store, where restore() finds it. Signing out
-/// removes all that the account has on this machine: its device is unlinked, so that its keys are
-/// of no use any more.
+/// The results of a sign-in are kept in the account's own store, where restore() finds them.
+/// Signing out removes everything that the account has on this machine: its device is unlinked, so
+/// its keys become useless.
 class ClientAccount : public AccountBase
 {
     Q_OBJECT
@@ -19,7 +19,7 @@ public:
     /// The server's clock when the account connected; ms since 1970, UTC.
     qint64 serverTime() const { return m_serverTime; }
 
-    // Signing in; from then on the account is listed and current.
+    // Signing in; afterwards the account is listed and current.
 
     Reply requestCode(const QString &countryCode, const QString &phone);
     Reply signIn(const QString &countryCode, const QString &phone, const QString &code);
@@ -29,12 +29,12 @@ public:
     /// Fills deviceModel().
     Reply fetchDevices();
     Reply unlinkDevice(int deviceId);
-    /// How a lottery goes: what its message does not tell.
+    /// The state of a lottery, which its message does not contain.
     Reply fetchLottery(const std::string &lotteryId, im::Lottery &lottery) const;
-    /// A call that this version of the sample makes no further use of.
+    /// A call whose result this version of the sample does not use.
     Reply reportFocus(bool focused);
 
-    // What the manager calls.
+    // Called by the manager.
 
     void initialize() override { }
     void restore(QVariantMap params, bool connectNow, int reason) override;

@@ -9,10 +9,10 @@ enum ExitCode {
     WrongUsage = 1,
     BadFeed = 2,
     BadData = 3,     ///< the data directory, or a store in it
-    SizesDiffer = 4, ///< kept messages do not measure what they measured
+    SizesDiffer = 4, ///< the sizes of kept messages have changed
 };
 
-/// What ends the program early: a text that tells a person what to do, and the exit code.
+/// Ends the program early: a text that tells the user what to do, and the exit code.
 struct ClientError : std::runtime_error {
     ClientError(ExitCode code, const QString &text)
         : std::runtime_error(text.toStdString()), exitCode(code)

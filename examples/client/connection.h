@@ -10,25 +10,25 @@
 
 class ScriptedServer;
 
-/// How a call ended: true when the server did what it was asked.
+/// How a call ended: true when it succeeded.
 struct Reply {
     int code = im::SUCCESS; ///< an im.Error
     std::string detail;     ///< the bytes that go with an error
 
     explicit operator bool() const { return code == im::SUCCESS; }
-    /// What a person can do about the error.
+    /// What the user can do about the error.
     QString text() const;
 };
 
-/// Where the network layer of an application stands. It turns a call into its command code and the
-/// bytes of its records and back, by the call catalogue; this one hands them to a ScriptedServer,
-/// which answers at once.
+/// Takes the place of an application's network layer. It converts a call into its command code and
+/// the bytes of its records and back, by the call catalogue; this one passes them to a
+/// ScriptedServer, which answers at once.
 class Connection
 {
 public:
     explicit Connection(ScriptedServer *server) : m_server(server) { }
 
-    /// Whose session this is; 0 before the sign-in.
+    /// The user of this session; 0 before the sign-in.
     void setUserId(int userId) { m_userId = userId; }
 
     /// @param response filled when the call succeeds

@@ -48,7 +48,7 @@ QSharedPointer<ContentItem> Contents::make(const KeptMessage &message)
     return item;
 }
 
-/// What an item does not learn from its content.
+/// Sets what an item cannot take from its content.
 void Contents::complete(ContentItem &item, const im::Message &record)
 {
     if (auto *poll = qobject_cast<PollItem *>(&item)) {

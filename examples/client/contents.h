@@ -13,19 +13,19 @@ namespace im
 class Message;
 }
 
-/// Makes the items of messages, with all that belongs to them: what stands beside the content in
-/// the message, what the server tells when it is asked, and the files.
+/// Makes the items of messages, with everything that belongs to them: the message's fields beside
+/// the content, the server's answers, and the files.
 class Contents
 {
 public:
-    /// @param account outlives this
+    /// @param account must outlive this
     /// @param media   see Downloads
     Contents(ClientAccount *account, const QString &media);
 
-    /// Null for a content that cannot be made. When this returns, the files are here; what is found
-    /// out from them in the background (covers, thumbnails), the item tells by its signals.
+    /// Null for a content that cannot be made. On return, the files are here; the item signals what
+    /// is found in them later in the background (covers, thumbnails).
     QSharedPointer<ContentItem> make(const KeptMessage &message);
-    /// Waits until all of that is found out, for a program without views that follow the signals.
+    /// Waits for that background work, for a program without views that follow the signals.
     static void settle();
 
     const Downloads &downloads() const { return m_downloads; }

@@ -63,7 +63,7 @@ QString rect(const QRect &rect)
         .arg(rect.y());
 }
 
-/// "lake.jpg, 10.9 KB", and what is wrong with it.
+/// "lake.jpg, 10.9 KB", and problems of the file.
 QString file(FileData *record)
 {
     if (!record)
@@ -79,7 +79,7 @@ QString isolated(const QString &text)
     return QChar(0x2068) + text + QChar(0x2069);
 }
 
-// One function a kind, in words
+// One description function for each kind
 
 QString image(const ImageItem &image)
 {
@@ -186,7 +186,7 @@ QString group(int count, const ContentItem &caption)
     return QStringLiteral("%1 as one: %2").arg(count).arg(firstLine(caption.content()));
 }
 
-// And what takes lines of its own
+// Details that take lines of their own
 
 QStringList options(const PollItem &poll)
 {

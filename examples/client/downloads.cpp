@@ -18,7 +18,7 @@ namespace
 {
 
 constexpr int ordinaryChats = 1;   // the source of media
-constexpr qint64 blockSize = 4096; // bytes that a transfer brings at a time
+constexpr qint64 blockSize = 4096; // bytes of each step of a transfer
 
 QByteArray checksum(const QString &path)
 {
@@ -27,12 +27,12 @@ QByteArray checksum(const QString &path)
     return file.open(QIODevice::ReadOnly) && hash.addData(&file) ? hash.result() : QByteArray();
 }
 
-/// Where a file is in `directory`, or can be put: "notes.txt", or where another file has that name,
-/// "notes (2).txt".
+/// The path of a file in `directory`, existing or new: "notes.txt", or if another file has that
+/// name, "notes (2).txt".
 QString placeOf(const FileData &file, const QString &directory)
 {
-    // The name came from a stranger; it is not safe to be called so on a disk. The files of moving
-    // stickers have no name at all.
+    // The name came from a stranger and may be unsafe on a disk. The files of moving stickers have
+    // no name.
     const QString given = file.fileName();
     const QFileInfo name(Util::safeFileName(given.isEmpty() ? file.fileId() : given));
     QString path = directory + name.fileName();
@@ -57,7 +57,7 @@ void Downloads::fetch(ContentItem &item)
         ModelBaseUtil::makeMediaPath(m_account->userCacheDataPath(), ordinaryChats,
                                      ModelBaseUtil::getMsgTypeToFileType(item.type()));
     for (const QSharedPointer<FileData> &file : std::as_const(files)) {
-        // What was made here (a cover, a thumbnail) has nothing to be fetched.
+        // A file that was made here (a cover, a thumbnail) need not be fetched.
         if (file && file->fileState() != BaseFile::Local)
             fetch(*file, directory);
     }

@@ -10,17 +10,17 @@ class AccountBase;
 class ContentItem;
 class FileData;
 
-/// Brings the files of messages to this machine, into the account's media directory. Instead of a
-/// server it has the folder beside the feed.
+/// Fetches the files of messages into the account's media directory. The folder beside the feed
+/// takes the place of a server.
 class Downloads
 {
 public:
-    /// @param account outlives this
+    /// @param account must outlive this
     /// @param folder  of the files that can be fetched; empty: none can
     Downloads(const AccountBase *account, const QString &folder);
 
-    /// Fetches the files of an item that are not here yet; their records tell how it goes. Throws a
-    /// ClientError when a file cannot be written.
+    /// Fetches the files of an item that are not here yet; their records show the progress. Throws
+    /// a ClientError when a file cannot be written.
     void fetch(ContentItem &item);
 
     /// "12 fetched, 80.5 KB together; already here: 3".
@@ -32,7 +32,7 @@ private:
 
     const AccountBase *const m_account;
     const MediaFolder m_server;
-    // By their ids: several messages may carry one file.
+    // By ids: several messages may have the same file.
     QSet<QString> m_fetched;
     QSet<QString> m_kept;
     QSet<QString> m_missing;

@@ -22,12 +22,13 @@ constexpr int kindWidth = 8;
 constexpr int sizeWidth = 7;
 constexpr int linesWidth = 5;
 constexpr int entitiesWidth = 26;
-// What is left of the line for what a message says, and of that for a text beside its entities.
+// The remaining width of the line for a message's description, and of that for a text beside its
+// entities.
 constexpr int saidWidth = listing::lineWidth - numberWidth - timeWidth - senderWidth - kindWidth
     - sizeWidth - linesWidth - 6 * 2;
 constexpr int textWidth = saidWidth - entitiesWidth - 2;
 
-/// Notifications, and what a message has below its line, stand where messages have their sender.
+/// Notifications, and the details below a message, start in the column of the sender.
 const QString indent(numberWidth + timeWidth + 2 * 2, u' ');
 
 QString entities(const ContentItem &item, const QHash<QString, QString> &names)
@@ -38,7 +39,7 @@ QString entities(const ContentItem &item, const QHash<QString, QString> &names)
     for (const qint64 id : item.mentionUserIds())
         words.append(u'@' + describe::userName(id, names));
     QMap<int, int> counts = listing::entityCounts(item);
-    counts.remove(TextEntityType::MentionName); // they stand there by their names
+    counts.remove(TextEntityType::MentionName); // listed by their names
     for (auto count = counts.cbegin(); count != counts.cend(); ++count) {
         const QString name = listing::entityName(count.key());
         words.append(*count == 1 ? name : QStringLiteral("%1×%2").arg(name).arg(*count));
@@ -70,7 +71,7 @@ QString joined(const QStringList &cells)
 QString listing::dialogHeading(const KeptMessage &message, const QHash<QString, QString> &names)
 {
     QString name = names.value(message.dialogId, message.dialogId);
-    // A chat of two is named after both: "C-<id>-<id>".
+    // A chat of two is named after both users: "C-<id>-<id>".
     if (const QStringList parts = message.dialogId.split(u'-');
         parts.size() == 3 && parts[0] == QLatin1StringView("C"))
         name = QStringLiteral("%1 and %2")

@@ -119,7 +119,7 @@ ExitCode run(const Application &app)
     if (manager->count() == 0)
         throw ClientError(BadData, QStringLiteral("Nobody is signed in any more. Start again."));
 
-    // The server's place is taken by the files beside the feed.
+    // The files beside the feed take the place of the server's.
     const QString media = options.feeds.isEmpty()
         ? QString()
         : QFileInfo(options.feeds.constFirst()).absolutePath() + QStringLiteral("/media");
@@ -135,7 +135,7 @@ ExitCode run(const Application &app)
 
 int main(int argc, char *argv[])
 {
-    // It shows no window: it needs fonts, and no display.
+    // It needs fonts, but neither a window nor a display.
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     const Application app(argc, argv);

@@ -8,16 +8,16 @@ class AccountBase;
 class ContentItem;
 struct KeptMessage;
 
-/// Messages that were sent together, one after the other, and are shown as one: the pictures of an
-/// album, several files.
+/// Consecutive messages that were sent together and are shown as one: the pictures of an album,
+/// several files.
 class MessageGroup
 {
 public:
-    /// Whether a message belongs to the group that is being collected.
+    /// Whether a message belongs to the group being collected.
     bool has(const KeptMessage &message) const;
-    /// Begins another group where it does not.
+    /// Adds the message, beginning another group if it does not belong to this one.
     void add(const KeptMessage &message, const QSharedPointer<ContentItem> &item);
-    /// The item of the group, which begins anew; see makeGroupItem().
+    /// The item of the group, which starts over; see makeGroupItem().
     QSharedPointer<ContentItem> take(AccountBase *account);
 
 private:

@@ -39,7 +39,7 @@ ClientError storeError(const QString &path, const SQLite::Exception &error)
 
 SQLite::Database opened(const QString &path)
 try {
-    // SQLite would make a file that everybody can read, but makes its others like this one.
+    // SQLite would create a public file, but gives its other files the same permissions.
     if (!privatefile::create(path))
         privatefile::restrict(path);
     SQLite::Database database(path.toStdString(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE,
@@ -48,7 +48,7 @@ try {
     if (state != "ok")
         throw SQLite::Exception(state, SQLITE_CORRUPT);
     database.exec("PRAGMA journal_mode = WAL");
-    database.exec("PRAGMA synchronous = FULL"); // kept means kept, even when the power fails
+    database.exec("PRAGMA synchronous = FULL"); // kept messages survive a power failure
     const int version = database.execAndGet("PRAGMA user_version").getInt();
     if (version > schemaVersion)
         throw SQLite::Exception("a newer version of this program has written it", SQLITE_ERROR);
@@ -283,7 +283,7 @@ void MessageStore::keep(const Batch &batch)
 {
     guarded([&] {
         SQLite::Transaction transaction(m_database);
-        // A message that is kept already is measured anew: all else about it stays.
+        // If a message is kept already, only its size is updated.
         SQLite::Statement insert(
             m_database,
             "INSERT INTO message (number, dialog, id, sender, time, version, content, width, "

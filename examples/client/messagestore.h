@@ -15,21 +15,21 @@
 struct Measure {
     int width = 0;    ///< pixels
     int fontSize = 0; ///< pixels
-    int style = 0;    ///< the settings that texts are shown by, as their user numbers them
+    int style = 0;    ///< the settings of text style, numbered by their user
 
     friend bool operator==(const Measure &, const Measure &) = default;
 };
 
-/// A message as the client keeps it: its content, and the size that it was shown at.
+/// A message as the client keeps it: its content, and its measured size.
 struct KeptMessage {
-    qint64 number = 0; ///< 1 for the first message that was kept
+    qint64 number = 0; ///< 1 for the first kept message
     QString dialogId;
     int messageId = 0;   ///< unique within its dialog
-    int sender = 0;      ///< 0: nobody
+    int sender = 0;      ///< 0: none
     qint64 time = 0;     ///< ms since 1970, UTC
     int group = 0;       ///< messages of one number are shown as one; 0: by itself
     int version = 0;     ///< im.Message.content_format_ver
-    std::string content; ///< with `version`, what makeContentItem() takes
+    std::string content; ///< with `version`, the input of makeContentItem()
     std::string beside;  ///< the im.Message without its content: a poll's results, a group's number
     QSize size;          ///< pixels
     int lineCount = 0;
@@ -37,7 +37,7 @@ struct KeptMessage {
     qint64 keptAt = 0; ///< ms since 1970, UTC
 };
 
-/// What gives a message its place in a view, without its content.
+/// A message's place in a view, without its content.
 struct MessagePlace {
     qint64 number = 0;
     int messageId = 0;
@@ -48,7 +48,7 @@ struct MessagePlace {
     Measure measure;
 };
 
-/// What a list of dialogs shows, as it is kept.
+/// A kept dialog, as a list of dialogs shows it.
 struct KeptDialog {
     QString id;
     qint64 sortTime = 0; ///< ms since 1970, UTC
@@ -60,7 +60,7 @@ struct KeptDialog {
     QString preview;     ///< of the last message
 };
 
-/// The client's own messages: one SQLite database, apart from the stores of the model layer.
+/// The client's own messages: one SQLite database, separate from the stores of the model layer.
 ///
 /// Every function throws a ClientError when the database cannot be read or written.
 class MessageStore
@@ -68,15 +68,15 @@ class MessageStore
 public:
     explicit MessageStore(const QString &path);
 
-    /// In the order they were kept.
+    /// In the order in which they were kept.
     QList<KeptMessage> messages() const;
     bool contains(const QString &dialogId, int messageId) const;
-    /// Who sent a message; 0 for one that is not kept.
+    /// The sender of a message; 0 for one that is not kept.
     int senderOf(const QString &dialogId, int messageId) const;
-    /// Of the message that was kept last; 0 when there is none.
+    /// Of the message kept last; 0 when there is none.
     qint64 lastNumber() const;
-    /// The messages of a dialog that were kept before `number`, `limit` of them at most, the last
-    /// first. Cheap: it reads an index, whatever the messages contain.
+    /// The messages of a dialog that were kept before `number`, at most `limit`, the last first.
+    /// Cheap: it reads only an index.
     QList<MessagePlace> places(const QString &dialogId, qint64 before, int limit) const;
     /// The messages of a dialog with these numbers and all of that `group` between them.
     QList<KeptMessage> messages(const QString &dialogId, qint64 first, qint64 last,
@@ -87,10 +87,10 @@ public:
     /// Names of people (by "U-<user id>") and of groups (by dialog id).
     QHash<QString, QString> names() const;
 
-    /// What is written together: all of it is on the disk when keep() returns, or none.
+    /// Data that are written together: when keep() returns, all of them are on the disk, or none.
     struct Batch {
         QList<KeptMessage> messages;
-        QList<MessagePlace> sizes; ///< of messages that are kept already: what they measure now
+        QList<MessagePlace> sizes; ///< new sizes of kept messages
         QHash<QString, QString> names;
         QHash<QString, KeptDialog> dialogs;
     };

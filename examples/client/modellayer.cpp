@@ -10,7 +10,7 @@ ModelLayer::ModelLayer(ScriptedServer *server)
 {
     ThreadManager::getInstance()->init();
     AppSettingModel::instance()->loadGlobalData();
-    // Whoever asks for the console options puts those of earlier runs into force.
+    // Reading the console options applies those of earlier runs.
     AppSettingModel::instance()->consoleOptions();
     AccountManager::getInstance()->init(
         [server](QObject *parent) { return new ClientAccount(server, parent); });

@@ -5,11 +5,11 @@
 class ScriptedServer;
 
 /// The model layer, from its start on the main thread to its orderly end. It needs an application
-/// object, which outlives it.
+/// object, which must outlive it.
 class ModelLayer
 {
 public:
-    /// @param server the other end of all accounts; outlives this
+    /// @param server the server of all accounts; must outlive this
     explicit ModelLayer(ScriptedServer *server);
     ~ModelLayer();
 

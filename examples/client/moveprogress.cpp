@@ -10,7 +10,7 @@
 namespace
 {
 
-/// Where there is no such file, lines do as well.
+/// False if there is no such file: then lines are printed.
 bool isTerminal()
 {
     std::error_code error;
@@ -38,7 +38,7 @@ void showBar(const AppDataMove *move, QTextStream &out)
 bool showMove(AppDataMove *move, QTextStream &out)
 {
     const bool bar = isTerminal();
-    int quarters = 0; // that were shown
+    int quarters = 0; // shown so far
     bool ok = false;
     QEventLoop loop;
     QObject::connect(move, &AppDataMove::percentChanged, &loop, [&] {

@@ -4,6 +4,6 @@
 
 class AppDataMove;
 
-/// Waits for a move that runs and shows how far it is: a bar on a terminal, else lines. True when
+/// Waits for a running move and shows its progress: a bar on a terminal, otherwise lines. True when
 /// everything is at its new place.
 bool showMove(AppDataMove *move, QTextStream &out);

@@ -21,7 +21,7 @@ namespace
 struct Person {
     std::string_view phone;
     int userId;
-    int deviceId; // of this installation
+    int deviceId; // this installation's
     std::string_view name;
     std::array<int, 2> unread; // messages, in the group and in a chat
 };
@@ -41,7 +41,8 @@ const Person *find(const Value &value)
     return person != people.end() ? &*person : nullptr;
 }
 
-/// How the lotteries go, in the text form of the protocol's records. Amounts are in hundredths.
+/// The results of the lotteries, in the text form of the protocol's records. Amounts are in
+/// hundredths.
 constexpr std::array lotteries{
     R"(id: "packet-1" total: 5 owner: 1001
        red_packet { amount: 8888 random: true drawn_count: 3 my_share { user_id: 1001 amount: 1234 }
@@ -117,7 +118,7 @@ ScriptedServer::Answer ScriptedServer::answer(int userId, int command, const std
         break;
     }
 
-    // The others are for those who are signed in.
+    // All other calls need a sign-in.
     if (!find<&Person::userId>(userId))
         return failure(im::UNAUTHORIZED);
     switch (command) {

@@ -10,17 +10,17 @@ class CreateAccountReq;
 class SendCodeReq;
 } // namespace im::account
 
-/// A stand-in for the server, so that the sample needs no network: it answers the calls that an
-/// account makes, from a script, the same way each time. Both sides see bytes only, as on a wire.
+/// A stand-in for the server, so that the sample needs no network: it answers an account's calls
+/// from a script, always the same way. Both sides see bytes only, as on a wire.
 class ScriptedServer
 {
 public:
     struct Answer {
         int code = 0;      ///< an im.Error
-        std::string bytes; ///< the response that belongs to the call, or what goes with the error
+        std::string bytes; ///< the response to the call, or the details of the error
     };
 
-    /// @param userId whose session the call comes from; 0 before the sign-in
+    /// @param userId the user of the calling session; 0 before the sign-in
     Answer answer(int userId, int command, const std::string &request);
 
 private:

@@ -13,7 +13,7 @@
 namespace
 {
 
-/// The names of the scripts that a text is written in.
+/// The names of the scripts of a text.
 QSet<QString> scripts(const QString &text)
 {
     QSet<QString> names;

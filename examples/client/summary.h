@@ -7,16 +7,16 @@
 
 class ContentItem;
 
-/// What the client says at its end about the messages it has shown.
+/// The client's final summary of the messages that it has shown.
 class Summary
 {
 public:
-    /// @param nanoseconds what measuring the item took
+    /// @param nanoseconds duration of measuring the item
     void add(const ContentItem *item, qint64 nanoseconds);
-    /// A group of messages that were added already.
+    /// A group of messages that were already added.
     void addGroup(const ContentItem &group);
-    /// @param resizing nanoseconds that measuring all of them for another width took
-    /// @param files    what became of the files
+    /// @param resizing nanoseconds for measuring all of them at another width
+    /// @param files    the results of the downloads
     QString text(qint64 resizing, const QString &files) const;
 
 private:

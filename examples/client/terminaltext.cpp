@@ -10,8 +10,8 @@
 namespace
 {
 
-/// The columns of one character as a reader counts them. An emoji sequence is one picture; in
-/// others every code point but marks without a width takes its own.
+/// The columns of one visible character. An emoji sequence is one picture; in other characters
+/// every code point except zero-width marks takes its own columns.
 int columnsOf(QStringView character)
 {
     const QList<uint> points = character.toUcs4();
@@ -28,7 +28,7 @@ int columnsOf(QStringView character)
     return columns;
 }
 
-/// The length of the longest beginning of `text` that fits, and the columns it takes.
+/// The length of the longest prefix of `text` that fits, and its columns.
 struct Fit {
     qsizetype length = 0;
     int columns = 0;
@@ -51,7 +51,7 @@ Fit fit(const QString &text, int columns)
 QString shortened(const QString &text, int columns)
 {
     QString shown = text;
-    // What strangers write must not control the terminal, nor turn around what follows.
+    // Text from strangers must not control the terminal, nor reverse the text after it.
     static const QRegularExpression controls(
         QStringLiteral("[\\p{Cc}\\x{2028}\\x{2029}\\x{202a}-\\x{202e}\\x{2066}-\\x{2069}]"));
     shown.replace(controls, QString(QChar::ReplacementCharacter));

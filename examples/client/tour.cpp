@@ -24,7 +24,7 @@
 namespace
 {
 
-// What the person at the keyboard types.
+// The user's input.
 const QString countryCode = QStringLiteral("1");
 const QString smsCode = QStringLiteral("246810");
 const QString passcode = QStringLiteral("2580");
@@ -59,7 +59,7 @@ int fileCount(const QString &folder)
     return count;
 }
 
-/// Downloads some pictures, so to speak.
+/// Makes some pictures, as if downloaded.
 void makeMedia(const QString &folder)
 {
     QRandomGenerator random(1);
@@ -116,7 +116,7 @@ void Tour::firstStart()
     m_out.flush();
 }
 
-/// What a sign-in may be answered, and what the person is told.
+/// Possible answers to a sign-in, and the texts for the user.
 void Tour::refusals()
 {
     auto *account = qobject_cast<ClientAccount *>(m_manager->loginAccount());

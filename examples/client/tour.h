@@ -7,8 +7,8 @@ class AccountManager;
 class ClientAccount;
 class QString;
 
-/// What the sample does with accounts, step by step, as a person would who clicks through a client.
-/// Throws a ClientError where it cannot go on.
+/// The sample's use of accounts, step by step, like a user who clicks through a client. Throws a
+/// ClientError if it cannot continue.
 class Tour : public QObject
 {
 public:
@@ -16,7 +16,7 @@ public:
 
     /// The first start: signs in two people, and leaves one signed in.
     void firstStart();
-    /// Every later one: what was kept.
+    /// Every later one: shows what was kept.
     void laterStart();
 
 private:

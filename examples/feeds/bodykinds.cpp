@@ -21,14 +21,14 @@ namespace
 
 using im::content::Content;
 
-// Reading what several kinds have
+// Parts that several kinds share
 
 im::content::Text caption(const Draft &draft)
 {
     return readMarkup(draft.text, draft.cast.botId);
 }
 
-/// "640x400" into the two fields of that name.
+/// Reads "640x400" into the two fields of that name.
 template <typename Record>
 void readSize(Words &words, Record *record)
 {
@@ -46,7 +46,7 @@ void fillThumbnail(const Draft &draft, const QString &file, im::content::FileThu
     thumb->set_thumb_nail(draft.media.thumbnail(file));
 }
 
-/// Braces hold fields in the text form of protocol records.
+/// Reads braces with fields in the text form of protocol records.
 void readRecord(const QString &braces, google::protobuf::Message *record)
 {
     if (braces.isEmpty())
@@ -73,14 +73,14 @@ Enum readName(const QString &name, bool (*parse)(google::protobuf::ConstStringPa
     return value;
 }
 
-/// As good as a random key, and the same in every recording.
+/// A key that looks random, and is the same in every recording.
 std::string keyOf(const QString &what)
 {
     return QCryptographicHash::hash("key of " + what.toUtf8(), QCryptographicHash::Sha256)
         .toStdString();
 }
 
-/// Lines that begin with "- " are options, those before them the title.
+/// Lines that begin with "- " are options, the lines before them the title.
 void readOptions(const Draft &draft, Content *title,
                  google::protobuf::RepeatedPtrField<Content> *options)
 {
@@ -245,9 +245,9 @@ void readPoll(Draft &draft)
     readRecord(draft.words.rest(), info);
     info->set_options_count(poll->options_size());
     info->mutable_result()->set_poll_id(info->poll_id());
-    // The comment is for those who have the message: it travels encrypted with the poll's own key.
+    // The comment is for recipients of the message: it is encrypted with the poll's own key.
     poll->set_key(keyOf(QString::fromStdString(info->poll_id())));
-    info->set_comment(CryptoAES(2)
+    info->set_comment(CryptoAES(CryptoAES::deterministic)
                           .encrypt(QByteArray::fromStdString(info->comment()),
                                    QByteArray::fromStdString(poll->key()), Define::comIV())
                           .toStdString());
@@ -310,7 +310,7 @@ void readFolder(Draft &draft)
     draft.isRaw = true;
 }
 
-/// A body of a number that this protocol does not have yet.
+/// A body with a number that this protocol does not have yet.
 void readNewer(Draft &draft)
 {
     const int number = draft.words.number("number");

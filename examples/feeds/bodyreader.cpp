@@ -16,7 +16,7 @@ const QString kindMark = QStringLiteral(":: ");
 const QString buttonMark = QStringLiteral(":: buttons ");
 constexpr int protocolFormat = 2; // im.Message.content_format_ver
 
-/// Lines at the end, a row of buttons each: "[text](url) [text](callback:data)".
+/// Reads the last lines, each a row of buttons: "[text](url) [text](callback:data)".
 void readButtons(QStringList &lines, Content &content)
 {
     static const QRegularExpression button(QStringLiteral("\\[([^\\]]+)\\]\\(([^)\\s]+)\\)"));

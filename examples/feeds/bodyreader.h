@@ -7,11 +7,11 @@
 #include <QList>
 #include <QString>
 
-/// The messages that a message of a conversation becomes, with what concerns their bodies: content
-/// and its format version, type, what stands beside the content. README.md describes the notation.
-/// Several files make several messages; the caller gives those the number of a group.
+/// The protocol messages for one message of a conversation, with the fields that concern their
+/// bodies: content and its format version, type, and the fields beside the content. README.md
+/// describes the notation. Several files make several messages; the caller sets their group number.
 /// Throws a RecorderError.
 QList<im::Message> readBodies(const QString &body, const Cast &cast, const MediaFolder &media);
 
-/// "2024-05-16 06:02", UTC, in ms since 1970. Throws a RecorderError.
+/// Converts "2024-05-16 06:02", UTC, into ms since 1970. Throws a RecorderError.
 qint64 readTime(const QString &text);

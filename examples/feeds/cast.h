@@ -5,7 +5,7 @@
 #include <QHash>
 #include <QString>
 
-/// Who takes part in a conversation.
+/// The participants of a conversation.
 struct Cast {
     QHash<QString, int> people; ///< ids by name
     int botId = 0;              ///< the bot that bot commands are meant for

@@ -10,7 +10,7 @@ constexpr qsizetype magicSize = sizeof magic - 1;
 constexpr int endMark = 0;
 constexpr qsizetype headerSize = 8;
 constexpr qsizetype checksumSize = 2;
-/// Longer records are taken for damage. It also bounds what a damaged length makes us allocate.
+/// Longer records count as damage. That also limits the allocation for a damaged length.
 constexpr quint32 maxRecordSize = 16 * 1024 * 1024;
 
 template <typename Number>

@@ -6,10 +6,10 @@
 
 #include <optional>
 
-/// One frame of a feed: a notification as the network layer would hand it over.
+/// One frame of a feed: a notification as the network layer would pass it on.
 struct Frame {
     int type = 0;      ///< im.notif.NotifType
-    QByteArray record; ///< serialised; protocol::notificationPrototype(type) says of which kind
+    QByteArray record; ///< serialised; protocol::notificationPrototype(type) gives its kind
 };
 
 /// Reads a feed, frame by frame; README.md describes the file. It trusts nothing in it: a damaged
@@ -19,11 +19,11 @@ class FeedReader
 public:
     explicit FeedReader(const QString &path);
 
-    /// The next frame; none at the end of the feed, and none when it cannot be read on.
+    /// The next frame; nothing at the end of the feed, and when it cannot be read further.
     std::optional<Frame> next();
-    /// The number of the frame that next() looked at last, counted from 1.
+    /// The number of the frame that next() read last, counted from 1.
     int number() const { return m_number; }
-    /// What is wrong with the feed, for people. Empty as long as nothing is.
+    /// The error in the feed, for the user; empty if there is none.
     const QString &error() const { return m_error; }
 
 private:

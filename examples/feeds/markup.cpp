@@ -14,7 +14,7 @@ using im::content::TextEntity;
 namespace
 {
 
-/// Marks that stand on both sides of what they mark, and may hold others.
+/// Marks on both sides of a text, which may contain others.
 constexpr struct {
     QLatin1StringView mark;
     TextEntity::Type type;
@@ -26,7 +26,7 @@ constexpr struct {
     {QLatin1StringView("||"), TextEntity::SPOILER},
 };
 
-/// What is recognised without a mark; where two overlap, the earlier one in this list wins.
+/// Entities recognised without a mark; where two overlap, the earlier one in this list wins.
 constexpr TextEntity::Type recognised[] = {
     TextEntity::URL,
     TextEntity::EMAIL,
@@ -37,7 +37,7 @@ constexpr TextEntity::Type recognised[] = {
     TextEntity::VIDEO_POSITION,
 };
 
-/// Formats may lie on top of a recognised entity (a bold link); all others exclude it.
+/// Formats may overlap a recognised entity (a bold link); all others exclude it.
 bool isFormat(TextEntity::Type type)
 {
     switch (type) {
@@ -53,7 +53,7 @@ bool isFormat(TextEntity::Type type)
     }
 }
 
-/// "1:23:45" in seconds.
+/// Converts "1:23:45" into seconds.
 int seconds(const QString &time)
 {
     int result = 0;
@@ -109,7 +109,7 @@ im::content::Text MarkupReader::read(const QString &markup)
     return m_record;
 }
 
-/// "```language collapsed" up to "```". Gives the line after it.
+/// Reads "```language collapsed" up to "```". Returns the line after it.
 qsizetype MarkupReader::readCode(const QStringList &lines, qsizetype first)
 {
     const qsizetype end = lines.indexOf(QStringLiteral("```"), first + 1);
@@ -126,7 +126,7 @@ qsizetype MarkupReader::readCode(const QStringList &lines, qsizetype first)
     return end + 1;
 }
 
-/// Lines that begin with ">"; with ">-" in the first one the quote is collapsed.
+/// Reads lines that begin with ">"; with ">-" in the first one the quote is collapsed.
 qsizetype MarkupReader::readQuote(const QStringList &lines, qsizetype first)
 {
     static const QRegularExpression mark(QStringLiteral("^>-? ?"));
@@ -155,7 +155,8 @@ void MarkupReader::readLine(const QString &line)
     }
 }
 
-/// What a mark at `at` encloses. Gives the position after it, or `at` when there is no mark.
+/// Reads the text inside a mark at `at`. Returns the position after it, or `at` when there is no
+/// mark.
 qsizetype MarkupReader::readMark(const QString &line, qsizetype at)
 {
     static const QRegularExpression mono(QStringLiteral("`([^`]+)`"));
@@ -172,7 +173,7 @@ qsizetype MarkupReader::readMark(const QString &line, qsizetype at)
         return match.hasMatch();
     };
     if (isAt(*ModelBaseUtil::getRegular(TextEntity::URL))) {
-        m_text += match.captured(); // its underscores and the like are no marks
+        m_text += match.captured(); // its underscores and the like are not marks
     } else if (isAt(mono)) {
         m_text += match.captured(1);
         add(TextEntity::MONOSPACE, from);
@@ -226,7 +227,7 @@ void MarkupReader::recognise()
     }
 }
 
-/// An entity from `from` to the end of what was read so far.
+/// Adds an entity from `from` to the end of the text so far.
 TextEntity *MarkupReader::add(TextEntity::Type type, qsizetype from)
 {
     return add(type, from, m_text.size() - from);

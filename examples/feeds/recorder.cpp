@@ -25,7 +25,7 @@ constexpr int storedForm = 1;    // im.Message.content_format_ver of older clien
 class Recorder
 {
 public:
-    /// @param media the folder of the files that the messages carry
+    /// @param media the folder of the messages' files
     explicit Recorder(const QString &media) : m_media(media) { }
 
     QByteArray record(const QString &conversation);
@@ -44,8 +44,8 @@ private:
     QString m_dialogId;
     QHash<QString, int> m_lastMessageIds; // by dialog
     int m_lastGroup = 0;
-    im::Message m_message;       // the one whose body is being read; without a sender: none
-    bool m_isStoredForm = false; // that one
+    im::Message m_message;       // being read; without a sender: none
+    bool m_isStoredForm = false; // of that message
     QStringList m_body;
 };
 
@@ -127,7 +127,7 @@ void Recorder::type(qint64 time, const QString &name)
     push(im::notif::TYPING_UPDATED, notification);
 }
 
-/// Sends the message whose body has been read; several, when it carries several files.
+/// Sends the message whose body has been read; several, if it has several files.
 void Recorder::send()
 {
     const QString body = m_body.join(u'\n').trimmed();
@@ -168,7 +168,7 @@ void Recorder::push(im::notif::NotifType type, const google::protobuf::Message &
 int main(int argc, char *argv[])
 {
     const QCoreApplication app(argc, argv);
-    // Contents that no item is made of (combined messages, newer kinds) are no news here.
+    // Contents without an item (combined messages, newer kinds) are expected here.
     QLoggingCategory::setFilterRules(QStringLiteral("im.*.debug=false"));
     QTextStream errors(stderr);
     const QStringList arguments = QCoreApplication::arguments();

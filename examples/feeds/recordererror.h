@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-/// What is wrong with a conversation, for the person who writes it.
+/// An error in a conversation, for its author.
 struct RecorderError : std::runtime_error {
     explicit RecorderError(const QString &text) : std::runtime_error(text.toStdString()) { }
 };

@@ -3,7 +3,7 @@
 #include <QString>
 
 /// A line of a conversation that is read word by word. Every function throws a RecorderError that
-/// says `what` is missing or wrong.
+/// says that `what` is missing or wrong.
 class Words
 {
 public:
@@ -12,11 +12,11 @@ public:
     QString next(const char *what);
     int number(const char *what);
     double real(const char *what);
-    /// "2.6s", rounded to whole seconds.
+    /// Reads "2.6s", rounded to whole seconds.
     int seconds(const char *what);
-    /// Takes the next word away when it is this one.
+    /// Removes the next word if it is this one.
     bool takeIf(const char *word);
-    /// What stands before `mark`, or all; the mark is taken away, too.
+    /// Removes and returns the text before `mark`, or all; removes the mark, too.
     QString until(QChar mark);
     QString rest();
     void expectEnd() const;

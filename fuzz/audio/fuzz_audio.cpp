@@ -1,5 +1,5 @@
-// Songs and voice notes, as a message brings them: what their tags say is what the player promises,
-// and a cover is an image of its own.
+// Songs and voice messages from a message: their tags are as the player documents, and a cover is a
+// valid image.
 
 #include "multimedia/audioplayer.h"
 #include "support/fuzzing.h"

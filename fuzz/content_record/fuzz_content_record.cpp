@@ -1,4 +1,4 @@
-// Protocol bytes -> item -> stored map -> item: the body that goes out is the one that came in.
+// Protocol bytes -> item -> stored map -> item: the body sent equals the one received.
 
 #include "base/json.h"
 #include "base/usertextblock.h"
@@ -14,7 +14,12 @@ using fuzzing::recordOf;
 namespace
 {
 
-/// In a text, or in one inside it: there are none, and they are not stored.
+// Format versions of contents, and their source.
+constexpr int storedForm = 1;
+constexpr int protocolForm = 2;
+constexpr int chatMessages = 1;
+
+/// In a text, or in one inside it: negative effects do not exist, and are not stored.
 bool hasNegativeEffect(const im::content::Content &content)
 {
     return content.DebugString().find("effect: -") != std::string::npos;
@@ -26,7 +31,7 @@ void fuzzOne(QByteArrayView input)
 {
     const std::string bytes(input.data(), size_t(input.size()));
     AccountBase *account = fuzzing::accountOfInput();
-    const auto item = makeContentItem(bytes, 2, 1, account);
+    const auto item = makeContentItem(bytes, protocolForm, chatMessages, account);
     if (!item)
         return;
     im::content::Content content;
@@ -34,7 +39,7 @@ void fuzzOne(QByteArrayView input)
     const std::string record = recordOf(item);
     check(record == content.SerializeAsString(), "the body comes out as it came in");
 
-    const auto received = makeContentItem(record, 2, 1, account);
+    const auto received = makeContentItem(record, protocolForm, chatMessages, account);
     check(received && recordOf(received) == record, "what was sent is the same item");
     received->setContent(content);
     check(recordOf(received) == record, "an update with the same body changes nothing");
@@ -44,9 +49,10 @@ void fuzzOne(QByteArrayView input)
     if (hasNegativeEffect(content))
         return;
     const QMap<QString, QVariant> map = serializeContent(item);
-    const auto stored = makeContentItem(map, 1, account);
+    const auto stored = makeContentItem(map, chatMessages, account);
     check(stored && recordOf(stored) == record, "what was stored is the same item");
-    const auto read = makeContentItem(mapToJson(map).toStdString(), 1, 1, account);
+    const auto read =
+        makeContentItem(mapToJson(map).toStdString(), storedForm, chatMessages, account);
     check(read && recordOf(read) == record, "what was stored as JSON is the same item");
     check(read->textEntity() == item->textEntity(), "so are its entities in memory");
 }

@@ -1,4 +1,4 @@
-// Stored JSON -> item: whatever comes out can be written in both forms, and they agree.
+// Stored JSON -> item: every item can be written in both forms, and they agree.
 
 #include "base/json.h"
 #include "content/contentfactory.h"
@@ -16,7 +16,7 @@ namespace
 
 using Make = QSharedPointer<ContentItem>(const std::string &, int, int, AccountBase *);
 
-/// The stored form knows none; the protocol has none.
+/// Negative effects exist neither in the stored form nor in the protocol.
 bool hasEffectBelowZero(const ContentItem &item)
 {
     const auto inner = item.innerItems();

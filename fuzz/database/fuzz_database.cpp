@@ -1,4 +1,4 @@
-// An account's database file, damaged in any way: it opens, keeps what can be read, and works.
+// An account's database file with any damage: it opens, keeps the readable rows, and works.
 
 #include "storage/configstorage.h"
 #include "storage/settingstorage.h"

@@ -1,5 +1,5 @@
-// Entities with any offsets on any text: what is read through them stays inside the text, and blocks
-// fold and unfold.
+// Entities with any offsets on any text: their texts stay inside the text, and blocks expand and
+// collapse.
 
 #include "base/usertextblock.h"
 #include "content/contentfactory.h"
@@ -15,7 +15,7 @@ namespace
 
 using Entity = im::content::TextEntity;
 
-constexpr int longestText = 300; // of those that are measured
+constexpr int longestText = 300; // of texts that are measured
 constexpr int mostEntities = 8;
 
 /// Mostly inside the text or close to it.

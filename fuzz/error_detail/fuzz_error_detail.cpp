@@ -1,4 +1,4 @@
-// What a failed call brings: any code with any bytes.
+// The details of a failed call: any code with any bytes.
 
 #include "protocol/common_error.pb.h"
 #include "protocol/errordetails.h"

@@ -1,5 +1,5 @@
-// What others call a file: any name becomes one that the disk takes, and a record keeps the name as
-// it was sent.
+// File names from outside: any name becomes one that the disk accepts, and a record keeps the name
+// as it was sent.
 
 #include "base/basefile.h"
 #include "base/util.h"

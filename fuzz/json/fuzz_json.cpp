@@ -1,4 +1,4 @@
-// Reading and writing stored maps and lists: never different from what QJsonDocument does.
+// Reading and writing stored maps and lists: always the same as QJsonDocument.
 
 #include "base/json.h"
 #include "support/fuzzing.h"
@@ -13,7 +13,7 @@ using fuzzing::check;
 namespace
 {
 
-/// Also tells types apart, which the comparison of variants does not.
+/// Also distinguishes types, which the comparison of variants does not.
 QString dump(const QVariant &value)
 {
     QString text;
@@ -21,8 +21,8 @@ QString dump(const QVariant &value)
     return text;
 }
 
-/// What QJsonDocument writes, but for texts that begin with U+FEFF: what it writes then it cannot
-/// read.
+/// QJsonDocument's output, except for texts that begin with U+FEFF: it cannot read back its own
+/// output for those.
 QByteArray writtenByQt(const QVariant &container, const QByteArray &ours)
 {
     return ours.contains("\\ufeff")
@@ -38,7 +38,7 @@ void fuzzOne(QByteArrayView input)
     const QVariantMap map = jsonToMap(json);
     const QVariantList list = jsonToList(json);
     check(map.isEmpty() || list.isEmpty(), "no text is both a map and a list");
-    // Of numbers that are too small and of U+FEFF we keep what Qt does not.
+    // Unlike Qt, we keep numbers that are too small, and U+FEFF.
     const QJsonDocument document = QJsonDocument::fromJson(json);
     if (!document.isNull() && !json.contains("\xEF\xBB\xBF")) {
         check(dump(map) == dump(document.object().toVariantMap()),

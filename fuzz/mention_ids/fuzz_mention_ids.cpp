@@ -1,5 +1,5 @@
-// The ids of a dialog's mentions and reactions: packed bytes of any kind, and changes in any order,
-// against sets that are right by themselves.
+// The ids of a dialog's mentions and reactions: any packed bytes, and changes in any order, against
+// plain sets as a reference.
 
 #include "support/fakedialog.h"
 #include "support/fuzzing.h"
@@ -41,7 +41,7 @@ std::optional<Expected> unpacked(const QByteArray &bytes)
     return expected;
 }
 
-/// So many that they do not all lie together.
+/// Enough ids that they are not all stored together.
 QList<qint64> anyIds(fuzzing::Pieces &data)
 {
     const qint64 first = data.number();
@@ -58,12 +58,12 @@ void removeBelow(Ids *ids, qint64 upTo)
     ids->erase(ids->begin(), upTo > 0 && first != ids->end() ? first : ids->end());
 }
 
-/// Changes both in the same way.
+/// Makes the same change to both.
 void change(FakeDialog &dialog, Expected &expected, fuzzing::Pieces &data)
 {
     switch (data.number(0, 4)) {
     case 0: {
-        // Bytes of any kind, or sound ones, of which the end may be missing or something unknown.
+        // Any bytes, or valid ones, which may be truncated or contain something unknown.
         QByteArray bytes = data.bytes(data.number(0, 100)).toByteArray();
         if (data.flag()) {
             const QList<qint64> mentions = anyIds(data);

@@ -1,6 +1,6 @@
-// The recognisers of links, addresses and tags: what they find lies inside the text, and nothing
-// that stands in one line keeps them from finding what stands in the next one. The latter also
-// fails when an expression gives up on a text for taking too long.
+// The recognisers of links, addresses and tags: their matches are inside the text, and no line
+// prevents matches in the next one. The latter also fails when an expression exceeds its match
+// limit.
 
 #include "base/util.h"
 #include "support/fuzzing.h"
@@ -12,7 +12,7 @@ namespace
 
 struct Recogniser {
     const QRegularExpression &(*expression)();
-    QString sure; ///< what it finds on a line of its own
+    QString sure; ///< the match on a separate line
 };
 
 const Recogniser recognisers[] = {
@@ -25,7 +25,7 @@ const Recogniser recognisers[] = {
     {Util::getRegularTime, QStringLiteral("1:23")},
 };
 
-/// Checks all matches and gives the last one.
+/// Checks all matches and returns the last one.
 QString lastMatch(const QRegularExpression &expression, const QString &text)
 {
     qsizetype end = 0;

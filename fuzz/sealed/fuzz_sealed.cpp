@@ -1,5 +1,5 @@
-// Ciphertexts: nobody who lacks the key makes one that opens, and what was encrypted opens again
-// only as it is.
+// Ciphertexts: without the key no one can make one that opens, and any changed ciphertext does not
+// open.
 
 #include "cryptobase/cryptoaes.h"
 #include "cryptobase/sealing.h"

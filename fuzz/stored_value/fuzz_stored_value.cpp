@@ -1,5 +1,5 @@
-// The two columns of a stored value: any type name and any value are read or refused, and what was
-// read can be stored and comes back.
+// The two columns of a stored value: any type name and any value are read or refused, and a value
+// that was read can be stored and read again.
 
 #include "storage/valuecodec_p.h"
 #include "support/fuzzing.h"
@@ -18,7 +18,7 @@ constexpr std::string_view types[] = {"QVariant", "",      "QString",    "QByteA
                                       "bool",     "int",   "qlonglong",  "double",
                                       "uint",     "float", "qulonglong", "QStringList"};
 
-/// A row that holds what was bound to it.
+/// A row that holds the bound values.
 class Row
 {
 public:
@@ -54,7 +54,7 @@ std::optional<QVariant> readValue(Row &row, const std::string &type, QByteArrayV
     return row.value();
 }
 
-/// Where all is in one column, its bytes are the value's, no fewer and no more.
+/// If everything is in one column, its bytes are exactly the value's.
 void checkWhole(Row &row, const QByteArray &bytes)
 {
     const std::string type = "QVariant";
@@ -101,7 +101,7 @@ void fuzzOne(QByteArrayView input)
     check(again && again->metaType() == value->metaType(), "what was stored keeps its type");
     storage::codec::bindValue(row.cleared(), 1, *again);
     row.value();
-    // For a date and time that cannot be, Qt has no single form.
+    // Qt has no unique form for an invalid date and time.
     const bool hasDateTime = bytes.find("QDateTime") != std::string::npos;
     check(hasDateTime || row.bytes() == bytes, "what was stored comes back");
 }

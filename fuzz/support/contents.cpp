@@ -33,7 +33,7 @@ void fuzzing::look(const QSharedPointer<ContentItem> &item)
         type->property(i).read(item.data());
     item->mentionUsers();
     item->previewUrls(QStringLiteral("a.example"));
-    // Measuring is slow, and a longer text breaks nothing that a short one does not.
+    // Measuring is slow, and a longer text finds no more faults than a short one.
     if (item->content().size() > 300)
         return;
     item->calcSize(400, 0, 0, ContentItem::CONTENT_CHANGED, false);

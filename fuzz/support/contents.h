@@ -10,14 +10,13 @@ class ContentItem;
 namespace fuzzing
 {
 
-/// The account that items are made for: its stickers are shared among the items of one input, and
-/// with no earlier one's.
+/// The account of the items: they share its stickers within one input, but not with earlier ones.
 AccountBase *accountOfInput();
 
-/// What an item sends.
+/// The bytes that an item sends.
 std::string recordOf(const QSharedPointer<ContentItem> &item);
 
-/// Looks at all that an item shows: its properties, its size, what its text refers to.
+/// Reads everything that an item shows: its properties, its size, the ranges of its text.
 void look(const QSharedPointer<ContentItem> &item);
 
 } // namespace fuzzing

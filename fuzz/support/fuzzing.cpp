@@ -44,7 +44,7 @@ QDir fuzzing::folderWith(const QString &name, QByteArrayView content)
     return folder;
 }
 
-/// What the libraries below Qt keep for as long as the process lives.
+/// Memory that the libraries below Qt keep until the process ends.
 extern "C" Q_DECL_EXPORT const char *__lsan_default_suppressions()
 {
     return "leak:libfontconfig.so\nleak:libfreetype.so\nleak:libQt6Gui.so\n";
@@ -53,13 +53,13 @@ extern "C" Q_DECL_EXPORT const char *__lsan_default_suppressions()
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    // Nowhere to write to: an input leaves nothing behind that the next one could find, and no log
-    // files fill up.
+    // No place to write to: an input leaves nothing behind for the next one, and no log files fill
+    // up.
     for (const char *home : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME"})
         qputenv(home, "/dev/null");
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
     google::protobuf::SetLogHandler(nullptr);
-    // The same input takes the same way each time.
+    // The same input always takes the same path.
     QHashSeed::setDeterministicGlobalSeed();
     static QGuiApplication application(*argc, *argv);
     return 0;

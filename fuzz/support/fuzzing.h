@@ -6,22 +6,22 @@
 
 #include <algorithm>
 
-/// What every fuzz target defines: looks at one input. The application is there (offscreen, with
-/// its log silenced); an input that breaks something ends the process.
+/// Defined by every fuzz target: processes one input. There is an application (offscreen, with its
+/// log silenced); a failing input ends the process.
 void fuzzOne(QByteArrayView input);
 
 namespace fuzzing
 {
 
-/// Ends the process when `holds` is false, so that the input is kept as a finding. `what` says what
-/// should have been true.
+/// Ends the process when `holds` is false, so that the input is kept as a finding. `what` states
+/// what should have been true.
 void check(bool holds, const char *what);
 
-/// A text of any kind, half surrogate pairs included: the first byte says whether the rest is UTF-8
-/// (even) or UTF-16 (odd, little-endian).
+/// Any text, including half surrogate pairs: the first byte says whether the rest is UTF-8 (even)
+/// or UTF-16 (odd, little-endian).
 QString text(QByteArrayView input);
 
-/// An input as numbers and bytes, taken from its front; behind its end there are zeros.
+/// An input as numbers and bytes, taken from its front; zeros follow its end.
 class Pieces
 {
 public:
@@ -54,7 +54,7 @@ private:
     QByteArrayView m_left;
 };
 
-/// A directory with one file of this name and content, and nothing else. The same one each time.
+/// A directory that only contains one file of this name and content. The same directory each time.
 QDir folderWith(const QString &name, QByteArrayView content);
 
 } // namespace fuzzing

@@ -1,5 +1,5 @@
-// make_seeds DIRECTORY FEED...: writes what the fuzz targets start from into DIRECTORY/<target>/:
-// a record of every kind of content, made from the schema, what arrives in recorded feeds, and the
+// make_seeds DIRECTORY FEED...: writes the seeds of the fuzz targets into DIRECTORY/<target>/: a
+// record of every kind of content, made from the schema, the records of recorded feeds, and the
 // values of stored rows.
 
 #include "base/json.h"
@@ -20,7 +20,7 @@ namespace
 
 QDir seeds;
 
-/// Equal seeds have equal names, so that nothing piles up.
+/// Equal seeds have equal names, so that repeated runs add none.
 void write(const char *target, const QByteArray &bytes)
 {
     const QString folder = QString::fromLatin1(target);
@@ -60,7 +60,7 @@ void writeEveryKind()
     }
 }
 
-/// What rows of each type hold, behind the two bytes that have the target take them as they are.
+/// The values of rows of each type, after the two bytes that make the target take them unchanged.
 void writeStoredValues()
 {
     QFile file(QStringLiteral(STORED_VALUES));

@@ -1,5 +1,5 @@
-// replay_<name> COUNT [FILE|FOLDER]...: throws these files at a fuzz target, then COUNT of them that are
-// damaged: the same ones each time. A file named "dictionary" holds words that are put in.
+// replay_<name> COUNT [FILE|FOLDER]...: runs a fuzz target on these files, then on COUNT damaged
+// copies, the same ones each time. A file named "dictionary" holds words to insert.
 
 #include "support/fuzzing.h"
 
@@ -15,7 +15,7 @@
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv);
 
 #if defined(__SANITIZE_ADDRESS__)
-// So that the number of the input is told, whatever ends the process.
+// Makes every end of the process report the number of the input.
 extern "C" Q_DECL_EXPORT const char *__asan_default_options()
 {
     return "handle_abort=0:abort_on_error=1";
@@ -24,7 +24,7 @@ extern "C" Q_DECL_EXPORT const char *__ubsan_default_options()
 {
     return "abort_on_error=1";
 }
-// What lives as long as the application does is looked for while there is one.
+// Leaks are searched for while the application exists, so that its objects are not reported.
 extern "C" Q_DECL_EXPORT const char *__lsan_default_options()
 {
     return "leak_check_at_exit=0";
@@ -44,7 +44,7 @@ QByteArray read(const QString &path)
     return file.readAll();
 }
 
-/// "\x41", "\\" and "\"" stand for a byte.
+/// "\x41", "\\" and "\"" each stand for one byte.
 QByteArrayList wordsOf(const QByteArray &dictionary)
 {
     static const QRegularExpression escape(QStringLiteral("\\\\(?:x(..)|(.))"));

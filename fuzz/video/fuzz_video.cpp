@@ -1,4 +1,4 @@
-// Videos, as a message brings them: a thumbnail of the size that was asked for, or nothing at all.
+// Videos from a message: a thumbnail of the requested size, or nothing at all.
 
 #include "multimedia/videocapture.h"
 #include "support/fuzzing.h"

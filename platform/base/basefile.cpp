@@ -294,7 +294,7 @@ void BaseFile::followFile(const QString &from, const QString &to)
 void BaseFile::tellFollowers(const QStringList &paths)
 {
     for (const QString &path : paths)
-        Followers::instance().each(path, [](BaseFile *record) { record->tellPath(); });
+        Followers::instance().each(path, [](BaseFile *record) { record->emitPathChange(); });
 }
 
 // Another thread may have destroyed all of the record except this class when the two below run.
@@ -316,7 +316,7 @@ void BaseFile::follow(const QString &from, const QString &to)
     }
 }
 
-void BaseFile::tellPath()
+void BaseFile::emitPathChange()
 {
     QString path;
     {

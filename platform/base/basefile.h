@@ -193,7 +193,7 @@ private:
 
     void setPlace(Place place, const QString &path, quint16 change);
     void follow(const QString &from, const QString &to);
-    void tellPath();
+    void emitPathChange();
 
     QString m_fileId;
     QByteArray m_aesKey;

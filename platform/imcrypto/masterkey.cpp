@@ -39,6 +39,8 @@ namespace
 {
 
 constexpr int keySize = 32;
+constexpr qint64 largestFile = 256; // bytes
+constexpr int turnTimeoutMs = 5000;
 /// The prefix of a file that names a keychain entry. Any other file holds the 32 key bytes.
 const QByteArray entryMark("keychain:");
 
@@ -126,7 +128,7 @@ bool meansNoLinks(const std::error_code &error)
 /// turns; the turn of one that died is skipped.
 std::error_code renameInTurn(const QFile &file, const QString &name)
 {
-    const QDeadlineTimer timeout(5000);
+    const QDeadlineTimer timeout(turnTimeoutMs);
     QLockFile turn(name + QStringLiteral(".lock"));
     while (!QFileInfo::exists(name) && !turn.tryLock(0)) {
         if (timeout.hasExpired())
@@ -170,9 +172,9 @@ public:
         if (!opened.refusal.isEmpty())
             return unavailable(opened.refusal);
         if (opened.wasOpenToOthers)
-            logFailure(QStringLiteral("%1 could be read by others; now its owner only can")
+            logFailure(QStringLiteral("%1 was readable by others; now only its owner can read it")
                            .arg(m_filePath));
-        SecureBytes content(file.read(256));
+        SecureBytes content(file.read(largestFile));
         if (content.size() == keySize)
             return {Status::Found, std::move(content)};
         // A copy: the name of an entry is not secret.
@@ -215,7 +217,7 @@ public:
         const Opened opened = openOwn(file);
         QByteArray entry;
         if (file.isOpen()) {
-            const SecureBytes content(file.read(256));
+            const SecureBytes content(file.read(largestFile));
             // A copy, which is not secret if it names an entry.
             if (QByteArray(content).startsWith(entryMark))
                 entry = QByteArray(content).mid(entryMark.size());
@@ -246,7 +248,8 @@ public:
                     keychain::remove(entry);
                 }).detach();
             } catch (const std::system_error &) {
-                logFailure(QStringLiteral("no thread to tell the keychain"));
+                logFailure(
+                    QStringLiteral("cannot remove the keychain entry: no thread could be started"));
             }
         }
         return removed;

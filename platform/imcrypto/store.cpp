@@ -29,7 +29,7 @@ namespace
 constexpr int keySize = 32;
 constexpr qsizetype largestKey = 4096;
 
-// Kinds of rows. They are part of what is sealed and never change.
+// Kinds of rows. They are part of the sealed data and never change.
 const QString secureKind = QStringLiteral("secure");
 const QString userKind = QStringLiteral("user");
 const QString chatKind = QStringLiteral("chat");
@@ -38,6 +38,9 @@ const QString infoKind = QStringLiteral("info");
 const QString checkKind = QStringLiteral("check");
 const QString checkId = QStringLiteral("master");
 const QString infoId = QStringLiteral("account");
+/// Rows of the kinds "user", "info" and "check" have one version only.
+constexpr int onlyVersion = 1;
+constexpr int loggedIdLength = 64;
 
 QString addressId(const UserAddress &address)
 {
@@ -58,7 +61,7 @@ std::optional<SecureBytes> unsealed(const KeyInfo &info, const SecureBytes &mast
 
 QString describe(const QString &kind, const QString &id, int version)
 {
-    return QStringLiteral("%1 key %2_%3").arg(kind, id.left(64)).arg(version);
+    return QStringLiteral("%1 key %2_%3").arg(kind, id.left(loggedIdLength)).arg(version);
 }
 
 void logUnreadable(const QString &kind, const QString &id, int version)
@@ -204,7 +207,7 @@ Store::State Store::attempt()
     if (!opening) {
         // Checked before the keychain is asked.
         bool mayCreate = false;
-        if (!m_storage->value(checkKind, checkId, 1)) {
+        if (!m_storage->value(checkKind, checkId, onlyVersion)) {
             const std::optional<QList<KeyInfo>> rows =
                 m_storage->isOpen() ? m_storage->allInfos() : std::nullopt;
             if (!rows)
@@ -274,9 +277,9 @@ Store::State Store::unlock(const Fetched &fetched) const
     if (!fetched.key)
         return State::MasterKeyUnavailable;
     const SecureBytes &key = *fetched.key;
-    const auto check = [this] { return m_storage->value(checkKind, checkId, 1); };
+    const auto check = [this] { return m_storage->value(checkKind, checkId, onlyVersion); };
     const auto opens = [&key](const std::optional<QByteArray> &value) {
-        return value && unsealed({checkKind, checkId, 1, *value}, key);
+        return value && unsealed({checkKind, checkId, onlyVersion, *value}, key);
     };
     const std::optional<QByteArray> stored = check();
     if (opens(stored))
@@ -292,8 +295,8 @@ Store::State Store::unlock(const Fetched &fetched) const
         return State::MasterKeyWrong;
     if (stored)
         return State::Ready;
-    const QByteArray value = cryptobase::seal({}, key, place(checkKind, checkId, 1));
-    if (value.isEmpty() || !m_storage->saveIfAbsent({checkKind, checkId, 1, value}))
+    const QByteArray value = cryptobase::seal({}, key, place(checkKind, checkId, onlyVersion));
+    if (value.isEmpty() || !m_storage->saveIfAbsent({checkKind, checkId, onlyVersion, value}))
         return State::StorageUnavailable;
     // Another writer of the check row had the same master key, or this store must not write
     // anything.
@@ -412,7 +415,7 @@ bool Store::saveOnce(const QString &kind, const QString &id, int version, const 
 
 SecureBytes Store::userKey(const UserAddress &address)
 {
-    return read(userKind, addressId(address), 1).key;
+    return read(userKind, addressId(address), onlyVersion).key;
 }
 
 bool Store::containsUserKey(const UserAddress &address)
@@ -449,11 +452,11 @@ bool Store::saveUserKey(const UserAddress &address, const QByteArray &key)
 {
     if (key.isEmpty() || key.size() > largestKey) {
         logFailure(QStringLiteral("%1 is not stored: it has %2 bytes")
-                       .arg(describe(userKind, addressId(address), 1))
+                       .arg(describe(userKind, addressId(address), onlyVersion))
                        .arg(key.size()));
         return false;
     }
-    const std::optional<KeyInfo> info = sealed(userKind, addressId(address), 1, key);
+    const std::optional<KeyInfo> info = sealed(userKind, addressId(address), onlyVersion, key);
     if (!info || !m_storage->save(*info))
         return false;
     const std::lock_guard lock(m_mutex);
@@ -496,13 +499,13 @@ bool Store::updateUserInfo(const UserInfo &info)
                              {QStringLiteral("phone"), info.phone},
                              {QStringLiteral("country_code"), info.countryCode}};
     const SecureBytes bytes(QJsonDocument(fields).toJson(QJsonDocument::Compact));
-    const std::optional<KeyInfo> row = sealed(infoKind, infoId, 1, bytes);
+    const std::optional<KeyInfo> row = sealed(infoKind, infoId, onlyVersion, bytes);
     return row && m_storage->save(*row);
 }
 
 std::optional<UserInfo> Store::userInfo()
 {
-    const Row row = read(infoKind, infoId, 1);
+    const Row row = read(infoKind, infoId, onlyVersion);
     if (row.key.isEmpty())
         return std::nullopt;
     const QJsonObject fields = QJsonDocument::fromJson(row.key).object();

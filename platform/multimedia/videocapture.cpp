@@ -17,7 +17,7 @@ using namespace multimedia;
 constexpr int greatestThumbnail = 4096;
 
 /// Why the image cannot be stored at `imagePath`; empty when it can.
-QString objection(const QString &videoPath, const QFileInfo &imagePath)
+QString targetProblem(const QString &videoPath, const QFileInfo &imagePath)
 {
     static const auto &endings =
         undying(QStringList{QStringLiteral("png"), QStringLiteral("jpg"), QStringLiteral("jpeg")});
@@ -42,7 +42,7 @@ std::optional<VideoCapture::Frame> VideoCapture::capture(const QString &videoPat
                                                          const QString &imagePath, int greatestSide)
 {
     const QString purpose = QStringLiteral("cannot store the thumbnail");
-    QString why = objection(videoPath, QFileInfo(imagePath));
+    QString why = targetProblem(videoPath, QFileInfo(imagePath));
     if (greatestSide < 1 || greatestSide > greatestThumbnail)
         why = QStringLiteral("%1 pixels are no size for it").arg(greatestSide);
     if (!why.isEmpty()) {

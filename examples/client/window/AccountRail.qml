@@ -50,7 +50,7 @@ Rectangle {
         spacing: 8
 
         Repeater {
-            // The notebook is to look as if there was nothing else.
+            // The notebook must look as if there were nothing else.
             model: AccountManager.notebookMode ? null : AccountManager
 
             AbstractButton {

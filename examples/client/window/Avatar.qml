@@ -1,6 +1,6 @@
 import QtQuick
 
-/// The first letter of a name on a circle of a colour that follows from it.
+/// The first letter of a name on a circle whose colour depends on the name.
 Rectangle {
     id: avatar
 

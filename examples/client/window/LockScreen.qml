@@ -3,7 +3,7 @@ import QtQuick.Layouts
 import Messenger
 import Messenger.Content
 
-/// Covers the window until a passcode opens it: the accounts, the notebook, or the end of all.
+/// Covers the window until a passcode opens the accounts or the notebook, or deletes everything.
 Rectangle {
     id: screen
 
@@ -22,7 +22,7 @@ Rectangle {
             field.forceActiveFocus()
     }
 
-    MouseArea { // nothing below is to be reached
+    MouseArea { // blocks everything below
         anchors.fill: parent
         hoverEnabled: true
     }

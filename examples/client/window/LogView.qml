@@ -44,7 +44,7 @@ Rectangle {
         }
         onCountChanged: follow.restart()
         ScrollBar.vertical: ScrollBar { }
-        // Once for all lines that are inserted.
+        // Fires once for all inserted lines.
         Timer {
             id: follow
             interval: 0

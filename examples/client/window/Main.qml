@@ -13,7 +13,7 @@ ApplicationWindow {
 
     property string page: "chats"
     readonly property var pages: ["chats", "signin", "settings", "devices", "move", "log"]
-    // What someone may also do from outside.
+    // Accessible from outside.
     property alias draft: messageView.draft
     property alias showArchived: dialogList.archived
     property alias shownTag: dialogList.tag
@@ -42,7 +42,7 @@ ApplicationWindow {
 
     Connections {
         target: AccountManager
-        // What has been typed is not lost by a slip of the mouse.
+        // A slip of the mouse must not lose a typed message.
         function onBeginChangeCurrentItem(type: int, forced: bool) {
             if (forced || messageView.draft.trim() === "")
                 return
@@ -93,7 +93,7 @@ ApplicationWindow {
             MessageView {
                 id: messageView
                 session: window.session
-                // In steps, so that a window that is dragged wider does not measure at every pixel.
+                // In steps, so that resizing the window does not measure at every pixel.
                 onWidthChanged: AccountManager.maxMsgItemWidth =
                     Math.max(240, Math.min(480, Math.floor((width - 120) / 40) * 40))
             }

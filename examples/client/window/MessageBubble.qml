@@ -5,7 +5,7 @@ import Messenger
 import Messenger.Content
 import im.modelbase
 
-/// One row of messages: its day, its sender, its content in a bubble, and what people say to it.
+/// One row of messages: its day, its sender, its content in a bubble, and the reactions.
 Item {
     id: row
 
@@ -16,12 +16,12 @@ Item {
     readonly property int avatarSpace: 52
     readonly property bool mirrored: LayoutMirroring.enabled
 
-    /// Where something stands that is `start` pixels from where lines begin.
+    /// The x position of something whose distance from the start of lines is `start` pixels.
     function place(start: real, extent: real): real {
         return mirrored ? width - start - extent : start
     }
 
-    /// A link or something like it in a text was clicked.
+    /// A link or the like in a text was clicked.
     signal activated(string text, var data)
 
     Text {

@@ -120,7 +120,7 @@ Item {
                     flick.highlighted = -1
                     flick.atEnd = true
                 }
-                // What is above the view has changed: the view goes along.
+                // Rows above the view have changed their height: the view moves along.
                 function onGrown(row: int, pixels: double) {
                     flick.adjusting = true
                     if (flick.atEnd)

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Messenger.Content
 
-/// A page with a title, as wide as its text reads well.
+/// A page with a title, at a readable width.
 Rectangle {
     id: page
 

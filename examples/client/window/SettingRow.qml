@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Messenger.Content
 
-/// A line of a settings page: what it is about, and on the right what it is set with.
+/// A line of a settings page: its subject, and on the right its control.
 Rectangle {
     id: row
 

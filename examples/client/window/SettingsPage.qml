@@ -6,7 +6,8 @@ import Messenger
 import Messenger.Content
 import im.modelbase
 
-/// The application's settings: each control shows what AppSettingModel says and asks it for changes.
+/// The application's settings: each control shows AppSettingModel's value and requests changes from
+/// it.
 PageFrame {
     id: page
 

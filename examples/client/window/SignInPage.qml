@@ -3,7 +3,7 @@ import QtQuick.Layouts
 import Messenger
 import Messenger.Content
 
-/// Adds an account: a telephone number, then the code that was sent to it.
+/// Adds an account: a telephone number, then the code sent to it.
 PageFrame {
     id: page
 

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import Messenger.Content
 
-/// A switch whose state is what a setting says: it asks for a change and waits for it.
+/// A switch that shows a setting's value: it requests a change and waits for it.
 AbstractButton {
     id: toggle
 

@@ -1,4 +1,4 @@
-# Has the window walk through its pages, and checks that the transcript names them all.
+# Makes the window walk through its pages, and checks that the transcript names them all.
 set(ENV{QT_QUICK_BACKEND} software)
 file(REMOVE_RECURSE ${PICTURES})
 execute_process(COMMAND ${MESSENGER} --feed ${FEEDS}/first-light.feed --feed ${FEEDS}/lakeside.feed
@@ -7,7 +7,7 @@ execute_process(COMMAND ${MESSENGER} --feed ${FEEDS}/first-light.feed --feed ${F
 if(NOT result EQUAL 0)
     message(FATAL_ERROR "The walk ends with ${result}:\n${output}\n${errors}")
 endif()
-# What QML complains of is a fault of ours.
+# Warnings of QML are our errors.
 if(errors MATCHES "qrc:[^\n]*")
     message(FATAL_ERROR "The window complains:\n${errors}")
 endif()

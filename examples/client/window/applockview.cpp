@@ -8,7 +8,7 @@
 
 AppLock::AppLock(QObject *parent) : QObject(parent)
 {
-    // The lock is a property of the application object, which tells its changes as events.
+    // The lock is a property of the application object, which reports changes as events.
     QCoreApplication::instance()->installEventFilter(this);
     const AppSettingModel *settings = AppSettingModel::instance();
     connect(settings, &AppSettingModel::passcodeChanged, this, &AppLock::passcodesChanged);

@@ -26,10 +26,10 @@ const QString smallDialog = QStringLiteral("G-7998");
 constexpr int smallCount = 200;
 constexpr double frameTime = 16.0; // ms
 constexpr int idleTime = 500;      // ms
-constexpr double stepPart = 0.9;   // of the view's height, for each frame
-constexpr int seenPages = 20;      // that are scrolled through once more
+constexpr double stepPart = 0.9;   // part of the view's height, for each frame
+constexpr int seenPages = 20;      // scrolled through once more
 
-/// Times frames: from where the window begins to prepare one until it is on the screen.
+/// Times frames: from the start of the preparation until the frame is on the screen.
 class FrameClock : public QObject
 {
 public:
@@ -42,7 +42,7 @@ public:
         });
     }
 
-    /// Draws a frame; ms that it took.
+    /// Draws a frame; returns its duration in ms.
     double frame()
     {
         m_window->update();
@@ -86,7 +86,7 @@ void passUntilComplete(MessageListModel *model)
         pass(20);
 }
 
-/// As the system counts it; 0 where it does not tell.
+/// As the system counts it; 0 if it does not.
 double residentMegabytes()
 {
     QFile status(QStringLiteral("/proc/self/status"));
@@ -97,7 +97,7 @@ double residentMegabytes()
     return line.simplified().section(u' ', 1, 1).toDouble() / 1024;
 }
 
-/// Moves a view by steps until `end`; what each frame took.
+/// Moves a view by steps until `end`; returns the duration of each frame.
 std::vector<double> scrollTo(QQuickItem *view, FrameClock &clock, double end)
 {
     std::vector<double> times;
@@ -126,7 +126,7 @@ QString summary(std::vector<double> times)
         .arg(times.back(), 0, 'f', 1);
 }
 
-/// The view of the messages, and a dialog; nothing, with a word, when it is not there.
+/// The view of the messages, and a dialog; nothing, with a message, when it does not exist.
 std::pair<QQuickItem *, ClientDialog *> find(QQuickWindow *window, Session *session,
                                              const QString &dialogId)
 {
@@ -152,7 +152,7 @@ int bench::open(QQuickWindow *window, Session *session)
     const auto [view, dialog] = find(window, session, longDialog);
     if (!view)
         return 1;
-    pass(idleTime); // a user looks for the dialog
+    pass(idleTime); // as a user would look for the dialog
     FrameClock clock(window);
     double time = milliseconds([&] { session->open(dialog); });
     time += clock.frame();
@@ -190,7 +190,7 @@ int bench::scroll(QQuickWindow *window, Session *session)
     session->open(small);
     passUntilComplete(model);
     scrollTo(view, clock, 0);
-    // Now every kind was seen, but not what follows.
+    // Every kind has been seen by now, but not the following rows.
     double opening = milliseconds([&] { session->open(large); });
     opening += clock.frame();
     out << QStringLiteral("another dialog, when every kind was seen before: %1 ms\n")

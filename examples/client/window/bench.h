@@ -5,19 +5,19 @@
 class QQuickWindow;
 class Session;
 
-/// What a long history costs.
+/// The costs of a long history.
 namespace bench
 {
 
 /// Keeps a dialog of `count` messages and a small one for the current account.
 void prepare(const QStringList &feeds, const QString &media, int count);
-// Each in a process of its own, so that none finds what another one has left in memory. They print
-// what they measure; other than 0 comes back when that cannot be, or is too much.
+// Each runs in its own process, so that none profits from what another one left in memory. They
+// print their measurements; the result is not 0 if measuring fails, or a limit is exceeded.
 
-/// Opens the large dialog. Prints how many rows its first page has, and after how many ms it is on
-/// the screen.
+/// Opens the large dialog. Prints the number of rows on its first page, and after how many ms it is
+/// on the screen.
 int open(QQuickWindow *window, Session *session);
-/// Reads, builds and measures the contents of so many rows, the newest, without a view. Prints ms.
+/// Reads, builds and measures the contents of the newest `rows` rows, without a view. Prints ms.
 int contents(Session *session, int rows);
 /// Scrolls from end to end.
 int scroll(QQuickWindow *window, Session *session);

@@ -44,7 +44,7 @@ void ClientDialog::jumpToMessage(qint64 msgId, MessageModelBase *msgModel)
         messages->showMessage(msgId);
 }
 
-// A client with a server tells it here, so that the account's other devices know.
+// A client with a server sends it there, for the account's other devices.
 
 void ClientDialog::mentionsConfirmed(const QList<qint64> &msgIds, bool)
 {

@@ -5,8 +5,8 @@
 
 class Session;
 
-/// A dialog as this application has it: what DialogBase leaves open is where its name comes from,
-/// and that what changes is kept.
+/// The dialog of this application: DialogBase leaves open where its name comes from, and how
+/// changes are stored.
 class ClientDialog : public DialogBase
 {
     Q_OBJECT
@@ -29,7 +29,7 @@ public:
     /// The last message, in a line.
     const QString &preview() const { return m_preview; }
     void setPreview(const QString &preview);
-    /// Who is typing; empty when nobody is.
+    /// Who is typing; empty when no one is.
     const QString &typing() const { return m_typing; }
     void setTyping(const QString &typing);
 
@@ -39,7 +39,7 @@ public:
 Q_SIGNALS:
     void previewChanged();
     void typingChanged();
-    /// Something that is kept, or that a list shows.
+    /// A stored value has changed, or one that a list shows.
     void changed();
 
 private:

@@ -42,7 +42,7 @@ void DialogListModel::add(ClientDialog *dialog)
     m_dialogs.append(dialog);
     m_byId.insert(dialog->dialogId(), dialog);
     endInsertRows();
-    // A dialog stays in its row, so that one may be told what has changed by its row.
+    // A dialog stays in its row, so the row number can be captured.
     const auto notify = [this, dialog, row] {
         Q_EMIT dataChanged(index(row), index(row));
         Q_EMIT dialogChanged(dialog);

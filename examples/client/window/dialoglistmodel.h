@@ -5,7 +5,7 @@
 #include <QAbstractListModel>
 #include <QSortFilterProxyModel>
 
-/// The dialogs of an account, in no order. The model owns them.
+/// The dialogs of an account, unsorted. The model owns them.
 class DialogListModel : public QAbstractListModel
 {
     Q_OBJECT
@@ -34,7 +34,7 @@ private:
     QHash<QString, ClientDialog *> m_byId;
 };
 
-/// What of the dialogs a list shows: the archived ones or the others, those with a tag, those whose
+/// The dialogs that a list shows: the archived ones or the others, those with a tag, those whose
 /// name or preview contains a text; the latest first.
 class DialogFilter : public QSortFilterProxyModel
 {
@@ -47,7 +47,7 @@ class DialogFilter : public QSortFilterProxyModel
 public:
     explicit DialogFilter(QObject *parent = nullptr);
 
-    /// The dialog of a row; null for none.
+    /// The dialog at a row; null if there is none.
     Q_INVOKABLE ClientDialog *at(int row) const;
 
 Q_SIGNALS:

@@ -9,14 +9,14 @@
 namespace
 {
 
-/// Who reacts, and how.
+/// A person's reaction.
 struct Reaction {
     int userId;
     std::string_view emoji;
 };
 constexpr std::array reactions{Reaction{1003, "👍"}, Reaction{1004, "❤️"}, Reaction{1005, "😂"},
                                Reaction{1002, "🎉"}};
-constexpr int everyMessage = 5; // of so many gets a reaction
+constexpr int everyMessage = 5; // every n-th message gets a reaction
 
 } // namespace
 
@@ -94,7 +94,7 @@ void FeedPlayer::react(const std::string &dialogId, int messageId, int sender)
     record.set_message_id(messageId);
     for (size_t i = 0; i < 2; ++i) {
         const Reaction &reaction = reactions[(size_t(messageId) + i) % reactions.size()];
-        if (reaction.userId == sender) // nobody applauds themselves
+        if (reaction.userId == sender) // not to one's own message
             continue;
         auto *group = record.add_groups();
         group->set_emoji(std::string(reaction.emoji));

@@ -10,8 +10,8 @@
 #include <memory>
 #include <queue>
 
-/// The server's side of what is pushed: it plays feeds, a message at a time with what came before
-/// it, and has people react to some of the messages.
+/// Pushes notifications like a server: it plays feeds, one message at a time with its preceding
+/// frames, and makes people react to some of the messages.
 class FeedPlayer : public QObject
 {
     Q_OBJECT
@@ -19,24 +19,25 @@ class FeedPlayer : public QObject
 public:
     explicit FeedPlayer(const QStringList &feeds, QObject *parent = nullptr);
 
-    /// Begins, or goes on at another pace.
+    /// Begins, or continues at another pace.
     /// @param interval ms between two messages
     void play(int interval);
-    /// Plays all feeds once more, for somebody who has not seen them. Those who have will notice.
+    /// Plays all feeds once more, for an account that has not seen them. Others ignore what they
+    /// know.
     void playAgain();
-    /// People like what was sent here.
+    /// Makes people like a message that was sent here.
     void like(const QString &dialogId, int messageId);
 
 Q_SIGNALS:
     void frame(const Frame &frame);
-    /// A feed cannot be played on, for people; the next one is.
+    /// A feed cannot be continued; a text for the user. The next feed is played.
     void failed(const QString &error);
     void finished();
 
 private:
-    /// Plays on up to the next thing to look at.
+    /// Plays up to the next message.
     void playOn();
-    /// Plays one frame. True when it was none to look at, and the next may come at once.
+    /// Plays one frame. True when it was not a message, so that the next frame may follow at once.
     bool playFrame();
     /// True for a message.
     bool push(const Frame &frame);

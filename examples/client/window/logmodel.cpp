@@ -10,7 +10,7 @@ namespace
 {
 
 constexpr int maxLines = 500;
-constexpr qint64 maxBytes = 1 << 16; // of what was written before
+constexpr qint64 maxBytes = 1 << 16; // of earlier lines
 constexpr int interval = 1000;       // ms
 
 } // namespace
@@ -45,7 +45,7 @@ void LogModel::readOn()
     QFile log(file());
     if (!log.open(QIODevice::ReadOnly))
         return;
-    if (log.size() < m_position) // a new file was begun
+    if (log.size() < m_position) // the log began a new file
         m_position = 0;
     m_position = std::max(m_position, log.size() - maxBytes);
     log.seek(m_position);

@@ -5,7 +5,7 @@
 #include <QTimer>
 #include <QtQml/qqmlregistration.h>
 
-/// The last lines of the log file, as they come in; a line is "display".
+/// The last lines of the log file, as they are written; a line is "display".
 class LogModel : public QAbstractListModel
 {
     Q_OBJECT
@@ -29,6 +29,6 @@ private:
     void readOn();
 
     QStringList m_lines;
-    qint64 m_position = 0; // up to which the file has been read
+    qint64 m_position = 0; // in the file, read so far
     QTimer m_timer;
 };

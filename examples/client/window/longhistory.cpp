@@ -29,7 +29,7 @@ QList<im::Message> messagesOf(const QStringList &feeds)
     return messages;
 }
 
-/// What was said before, but not word by word.
+/// Varies a message's text, so that no two are equal.
 void vary(im::Message &message, int number)
 {
     im::content::Content content;
@@ -61,7 +61,7 @@ void longhistory::generate(ClientAccount *account, const QString &dialogId,
         message.messageId = id;
         message.sender = record.sender();
         message.time = start + id * apart;
-        // A group is told from the next by its number.
+        // Groups differ by their number.
         if (record.grouped_id() != 0)
             message.group = record.grouped_id() + int((id - 1) / bodies.size()) * 1000;
         message.version = record.content_format_ver();

@@ -5,12 +5,12 @@
 
 class ClientAccount;
 
-/// A dialog as it is after years of use: messages of every kind, made of those in feeds.
+/// A dialog as after years of use: messages of every kind, made from those in feeds.
 namespace longhistory
 {
 
-/// Keeps `count` messages as a dialog of an account, in one transaction, measured as they were when
-/// they came. No two texts are equal. Throws a ClientError.
+/// Keeps `count` messages as a dialog of an account, in one transaction, measured as if received.
+/// No two texts are equal. Throws a ClientError.
 void generate(ClientAccount *account, const QString &dialogId, const QStringList &feeds,
               const QString &media, int count);
 

@@ -30,7 +30,7 @@ namespace
 
 constexpr int messageInterval = 700; // ms
 
-/// Without a display, nobody can sign in by hand.
+/// Signs in by program, since no one can without a display.
 void signIn(Messenger &messenger, const QString &phone)
 {
     const QString country = QStringLiteral("1");
@@ -62,7 +62,7 @@ int run(Application &app)
     parser.addOptions({feed, walk, history, benchmark});
     parser.process(app);
     const QStringList feeds = parser.values(feed);
-    // The server's files lie beside the feeds.
+    // The server's files are beside the feeds.
     const QString media = feeds.isEmpty()
         ? QString()
         : QFileInfo(feeds.constFirst()).absolutePath() + QStringLiteral("/media");
@@ -76,7 +76,7 @@ int run(Application &app)
     QObject::connect(&player, &FeedPlayer::frame, &messenger, &Messenger::receive);
     QObject::connect(&player, &FeedPlayer::failed, &messenger, &Messenger::told);
     QObject::connect(&messenger, &Messenger::sent, &player, &FeedPlayer::like);
-    // The demonstration begins with an account.
+    // The demonstration starts with an account.
     if (AccountManager::getInstance()->count() == 0)
         signIn(messenger, QStringLiteral("5550101"));
     QObject::connect(&messenger, &Messenger::signedIn, &player, &FeedPlayer::playAgain);

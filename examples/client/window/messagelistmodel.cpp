@@ -13,13 +13,13 @@
 namespace
 {
 
-constexpr int firstPage = 100;     // places that are read when a dialog is opened
-constexpr int placesAtOnce = 2000; // and then, between two frames
+constexpr int firstPage = 100;     // places read when a dialog is opened
+constexpr int placesAtOnce = 2000; // places read later, between two frames
 constexpr int heldItems = 1000;
 constexpr qint64 backgroundTime = 4;         // ms of work between two frames
-constexpr qint64 runLength = 10 * 60 * 1000; // ms within which a sender is not named again
-constexpr int farewellTime = 200;            // ms for which views may still show an item
-constexpr int unknownHeight = 40;            // of a row that was never measured
+constexpr qint64 runLength = 10 * 60 * 1000; // ms; within a run the sender is named once
+constexpr int farewellTime = 200;            // ms; how long views may still show an item
+constexpr int unknownHeight = 40;            // of a row never measured
 
 QStringList describe(const im::MessageReaction &record)
 {
@@ -63,7 +63,7 @@ QVariant MessageListModel::data(const QModelIndex &index, int role) const
     if (!checkIndex(index, CheckIndexOption::IndexIsValid))
         return {};
     switch (role) {
-    case MessageRole: // what is made for it is but held
+    case MessageRole: // making the item changes only the cache
         return QVariant::fromValue(const_cast<MessageListModel *>(this)->at(index.row()));
     case HeightRole:
         return heightOf(index.row());
@@ -77,7 +77,7 @@ QHash<int, QByteArray> MessageListModel::roleNames() const
     return {{MessageRole, "message"}, {HeightRole, "height"}};
 }
 
-// Which rows there are
+// The rows
 
 ClientDialog *MessageListModel::dialog() const
 {
@@ -90,7 +90,7 @@ void MessageListModel::open(ClientDialog *dialog)
     m_dialog = dialog;
     m_rows.clear();
     m_ends.clear();
-    letGo();
+    retireAll();
     m_newSizes.clear();
     m_reactions.clear();
     m_prepended = 0;
@@ -116,14 +116,14 @@ MessageListModel::Row MessageListModel::rowOf(const MessagePlace &place)
     return {place, place.number, QDateTime::fromMSecsSinceEpoch(place.time).date().toJulianDay()};
 }
 
-/// Reads the places before the first one that is known.
+/// Reads the places before the first known one.
 bool MessageListModel::loadOlder(int count)
 {
     const qint64 before =
         m_rows.empty() ? std::numeric_limits<qint64>::max() : m_rows.front().number;
     QList<MessagePlace> places = m_session->store().places(m_dialog->dialogId(), before, count);
     m_complete = places.size() < count;
-    // A group is read whole: what may be the rest of one waits for the next time.
+    // A group is read as a whole: what may be part of one waits for the next call.
     if (!m_complete && places.last().group != 0) {
         const int group = places.last().group;
         while (places.size() > 1 && places.last().group == group)
@@ -141,7 +141,7 @@ bool MessageListModel::loadOlder(int count)
         return false;
 
     const int added = int(rows.size());
-    const bool isFirst = m_rows.empty(); // within a reset
+    const bool isFirst = m_rows.empty(); // inside a model reset
     const double height = totalHeight();
     if (!isFirst)
         beginInsertRows({}, 0, added - 1);
@@ -161,9 +161,9 @@ bool MessageListModel::loadOlder(int count)
 void MessageListModel::append(const MessagePlace &place, const QSharedPointer<ContentItem> &item)
 {
     if (!m_rows.empty() && place.group != 0 && m_rows.back().group == place.group) {
-        // One more of those that were sent together: the row is another one now.
+        // One more message of the group: the row has changed.
         const int row = count() - 1;
-        letGo(m_rows.back().number);
+        retire(m_rows.back().number);
         m_rows.back().last = place.number;
         m_rows.back().measure = {};
         this->item(row);
@@ -222,15 +222,15 @@ void MessageListModel::showMessage(qint64 messageId)
     } while (!m_complete && loadOlder(placesAtOnce));
 }
 
-// How high they are
+// The heights of rows
 
 bool MessageListModel::startsDay(int row) const
 {
     return row == 0 || m_rows[size_t(row)].day != m_rows[size_t(row) - 1].day;
 }
 
-/// Whether the sender is to be named: others than the user, in groups, where somebody else wrote
-/// before. A system line has none.
+/// Whether to name the sender: in groups, for others than the user, when the previous message has
+/// another sender. A system line has none.
 bool MessageListModel::startsRun(int row) const
 {
     const Row &own = m_rows[size_t(row)];
@@ -281,14 +281,14 @@ bool MessageListModel::isStale(const Row &row) const
 void MessageListModel::measureAgain()
 {
     m_measure = Session::measure();
-    letGo();
+    retireAll();
     m_nextStale = count() - 1;
     m_background.start();
     if (!m_rows.empty())
         Q_EMIT dataChanged(index(0), index(count() - 1));
 }
 
-/// What is not in view; a few contents at a time.
+/// Measures rows outside the view; a few contents at a time.
 void MessageListModel::measureStale()
 {
     QElapsedTimer timer;
@@ -302,7 +302,7 @@ void MessageListModel::measureStale()
     applySizes();
 }
 
-/// Not at once: whoever asks for an item does so in the midst of laying out its view.
+/// Not at once: a view requests items in the middle of its layout.
 void MessageListModel::resize(qint64 number, const ContentItem *item)
 {
     if (m_newSizes.isEmpty())
@@ -337,7 +337,7 @@ void MessageListModel::applySizes()
         Q_EMIT grown(row, difference);
 }
 
-// What they show
+// The contents of rows
 
 QSharedPointer<ContentItem> MessageListModel::make(const Row &row)
 {
@@ -358,15 +358,15 @@ ContentItem *MessageListModel::item(int index)
     return made.data();
 }
 
-/// Not before the views have turned to other items: each would have nothing to show in between.
-void MessageListModel::letGo()
+/// Only after the views have switched to other items: they would have nothing to show in between.
+void MessageListModel::retireAll()
 {
     const auto numbers = m_items.keys();
     for (const qint64 number : numbers)
-        letGo(number);
+        retire(number);
 }
 
-void MessageListModel::letGo(qint64 number)
+void MessageListModel::retire(qint64 number)
 {
     if (const auto *item = m_items.object(number))
         m_leaving.append(*item);
@@ -379,7 +379,7 @@ void MessageListModel::hold(qint64 number, const QSharedPointer<ContentItem> &it
     m_items.insert(number, new QSharedPointer<ContentItem>(item));
     if (!item)
         return;
-    // A text is unfolded, a picture turns out to be larger: the item knows.
+    // When a text is expanded or a picture turns out to be larger, the item signals it.
     connect(item.data(), &ContentItem::needRecalcSize, this, [this, number, item = item.data()] {
         item->calcSize(m_measure.width, 0, 0, ContentItem::CONTENT_CHANGED, false);
         resize(number, item);

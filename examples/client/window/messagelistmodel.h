@@ -15,8 +15,9 @@
 class ClientDialog;
 class Session;
 
-/// What a view shows of a message. The content's item is the model's: were it the value's, QML's
-/// collector would delete items, and what shows them would run scripts in the midst of its work.
+/// What a view shows of a message. The model owns the content's item: if this value did, QML's
+/// garbage collector would delete items, and the bindings of their views would run during the
+/// collection.
 class MessageRow
 {
     Q_GADGET
@@ -46,19 +47,18 @@ public:
     bool showDay = false;
     bool showSender = false;
     bool mentionsMe = false;
-    QStringList reactions; ///< "👍 2"
+    QStringList reactions; ///< such as "👍 2"
 
     bool operator==(const MessageRow &) const = default;
 };
 
-/// The messages of the dialog that is open, the oldest first; those that were sent together are one
-/// row.
+/// The messages of the open dialog, the oldest first; messages that were sent together are one row.
 ///
-/// Made for long histories. Of every row the place is known: its height follows from the size that
-/// is kept with the message. The places come from an index of the store, the newest when the dialog
-/// is opened and the older ones bit by bit; a content is read, made and measured when its row is
-/// asked for, and the items of the last such rows are held. Sizes that were kept for another width or
-/// font are measured anew, what is in view at once, the rest in the background.
+/// Designed for long histories. The position of every row is known: its height follows from the
+/// size stored with the message. The positions come from an index of the store, the newest when the
+/// dialog is opened and the older ones in steps; a content is read, made and measured when its row
+/// is requested, and the most recent items are cached. Sizes stored for another width or font are
+/// measured again, those in view at once, the rest in the background.
 class MessageListModel : public MessageModelBase
 {
     Q_OBJECT
@@ -69,7 +69,7 @@ class MessageListModel : public MessageModelBase
 
 public:
     enum Role { MessageRole = Qt::UserRole + 1, HeightRole };
-    /// Pixels that a row has beside its content.
+    /// The pixels of a row besides its content.
     enum Metrics {
         Gap = 6,            ///< between rows
         Padding = 10,       ///< of a bubble, on each side
@@ -90,47 +90,47 @@ public:
     /// Null closes the dialog.
     void open(ClientDialog *dialog);
     ClientDialog *dialog() const;
-    /// A message of the dialog that has come just now; its item, if there is one already.
+    /// Adds a message that has just arrived; with its item, if there is one already.
     void append(const MessagePlace &place, const QSharedPointer<ContentItem> &item);
     /// Reads the reactions again.
     void updateReactions(int messageId);
-    /// Everything that is shown depends on something that has changed.
+    /// Measures everything again, after a change that all sizes depend on.
     void measureAgain();
     /// Asks views to show a message.
     void showMessage(qint64 messageId);
-    /// Whether the places of all messages are known.
+    /// Whether the positions of all messages are known.
     bool isComplete() const { return m_complete; }
 
     int count() const { return int(m_rows.size()); }
-    /// How many rows were put before those that were there when the dialog was opened: a row keeps
-    /// its number, less this.
+    /// The number of rows that were inserted before those present when the dialog was opened: a row
+    /// number less this never changes.
     int prepended() const { return m_prepended; }
-    /// Pixels of all rows.
+    /// The height of all rows in pixels.
     double totalHeight() const { return m_ends.empty() ? 0.0 : m_ends.back(); }
 
-    /// An invalid row for a number outside.
+    /// An invalid row if the number is out of range.
     Q_INVOKABLE MessageRow at(int row);
-    /// Pixels above a row.
+    /// The pixels above a row.
     Q_INVOKABLE double offsetOf(int row) const;
     Q_INVOKABLE double heightOf(int row) const { return offsetOf(row + 1) - offsetOf(row); }
-    /// The row at so many pixels; the first or the last one outside.
+    /// The row at this y position; out of range, the first or the last one.
     int rowAt(double y) const;
-    /// Its mentions and reactions are seen, when the row is.
+    /// Marks the row's mentions and reactions as seen.
     void seen(int row);
 
-    /// How many contents were made and measured, ever.
+    /// How many contents were made and measured so far.
     int itemsMade() const { return m_itemsMade; }
 
 Q_SIGNALS:
     void heightsChanged();
-    /// Rows up to and with this one have grown by so many pixels together.
+    /// Rows up to and including this one have grown by this many pixels in total.
     void grown(int row, double pixels);
     void jumpRequested(int row);
 
 private:
     struct Row : MessagePlace {
-        qint64 last = 0; ///< number of the last of those that were sent together
-        qint64 day = 0;  ///< on which it was sent, where the user is
+        qint64 last = 0; ///< number of the last message of the group
+        qint64 day = 0;  ///< when it was sent, in the user's time zone
     };
 
     static Row rowOf(const MessagePlace &place);
@@ -142,8 +142,8 @@ private:
     bool isStale(const Row &row) const;
     QSharedPointer<ContentItem> make(const Row &row);
     ContentItem *item(int row);
-    void letGo();
-    void letGo(qint64 number);
+    void retireAll();
+    void retire(qint64 number);
     void hold(qint64 number, const QSharedPointer<ContentItem> &item);
     void resize(qint64 number, const ContentItem *item);
     void applySizes();
@@ -153,16 +153,16 @@ private:
     Session *const m_session;
     QPointer<ClientDialog> m_dialog;
     std::vector<Row> m_rows;
-    std::vector<double> m_ends; // pixels down to the end of each row
-    bool m_complete = true;     // all places are known
+    std::vector<double> m_ends; // y position of the end of each row
+    bool m_complete = true;     // all positions are known
     int m_prepended = 0;
     int m_itemsMade = 0;
     QHash<int, QStringList> m_reactions;
     QHash<qint64, QSize> m_newSizes;                     // by number; not applied yet
     QCache<qint64, QSharedPointer<ContentItem>> m_items; // by number
-    QList<QSharedPointer<ContentItem>> m_leaving;        // until views show others
+    QList<QSharedPointer<ContentItem>> m_leaving;        // kept until views show others
     QTimer m_farewell;
     QTimer m_background;
     int m_nextStale = -1; // rows up to this one may be stale
-    Measure m_measure;    // what is not stale was measured so
+    Measure m_measure;    // of the rows that are not stale
 };

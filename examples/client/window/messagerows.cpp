@@ -103,7 +103,7 @@ void MessageRows::show(int row)
     bubble.item->setVisible(true);
 }
 
-/// One that waits, or a new one.
+/// A parked bubble, or a new one.
 MessageRows::Bubble MessageRows::take(int kind, const MessageRow &message)
 {
     auto &parked = m_parked[kind];
@@ -121,12 +121,12 @@ MessageRows::Bubble MessageRows::take(int kind, const MessageRow &message)
         delete made;
         if (m_bubble)
             ImLog::error(m_bubble->errorString());
-        m_bubble = nullptr; // the next one would not come to be either
+        m_bubble = nullptr; // the next one would fail as well
         return {nullptr, kind, {}};
     }
     item->setParent(this);
     item->setParentItem(this);
-    return {item, kind, {}}; // its message is not known to be seen
+    return {item, kind, {}}; // the message is not yet marked as seen
 }
 
 void MessageRows::park(const Bubble &bubble)

@@ -11,10 +11,10 @@
 
 /// The rows of a long history that are in view.
 ///
-/// Every row's height is known, so rows have their place without being made: this item is as high as
-/// all of them, and holds bubbles for those between `viewTop` and `viewTop` + `viewHeight` alone. A bubble that
-/// leaves the view waits for the next row of its kind of content, so that scrolling makes no objects
-/// once each kind was seen. All of it happens once a frame, whatever has changed until then.
+/// Every row's height is known, so rows have a position without being created: this item is as high
+/// as all of them, and has bubbles only for those between `viewTop` and `viewTop` + `viewHeight`. A
+/// bubble that leaves the view is parked for the next row of its kind of content, so that scrolling
+/// creates no objects once each kind was seen. All changes are applied once a frame.
 class MessageRows : public QQuickItem
 {
     Q_OBJECT
@@ -22,10 +22,10 @@ class MessageRows : public QQuickItem
     Q_PROPERTY(MessageListModel *model READ model WRITE setModel NOTIFY modelChanged)
     /// Makes a bubble: an Item with a property `message` of the type messageRow. Set once.
     Q_PROPERTY(QQmlComponent *bubble MEMBER m_bubble NOTIFY bubbleChanged)
-    /// The first pixel in view, and how many are.
+    /// The first visible pixel, and the height of the view.
     Q_PROPERTY(double viewTop MEMBER m_viewTop WRITE setViewTop NOTIFY viewChanged)
     Q_PROPERTY(double viewHeight MEMBER m_viewHeight WRITE setViewHeight NOTIFY viewChanged)
-    /// The rows in view, as of the last frame; -1: none.
+    /// The visible rows, as of the last frame; -1: none.
     Q_PROPERTY(int first READ first NOTIFY rowsChanged)
     Q_PROPERTY(int last READ last NOTIFY rowsChanged)
 
@@ -52,8 +52,8 @@ protected:
 
 private:
     struct Bubble {
-        QQuickItem *item; ///< null when none can be made
-        int kind;         ///< a ContentItem::Type; -1: what cannot be shown
+        QQuickItem *item; ///< null when it cannot be made
+        int kind;         ///< a ContentItem::Type; -1: cannot be shown
         MessageRow message;
     };
 
@@ -63,7 +63,7 @@ private:
 
     QPointer<MessageListModel> m_model;
     QPointer<QQmlComponent> m_bubble;
-    std::unordered_map<int, Bubble> m_shown;               // by the row's number, which it keeps
+    std::unordered_map<int, Bubble> m_shown;               // by the row's constant number
     std::unordered_map<int, std::vector<Bubble>> m_parked; // by kind
     double m_viewTop = 0;
     double m_viewHeight = 0;

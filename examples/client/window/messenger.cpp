@@ -73,7 +73,7 @@ void Messenger::addSessions()
             Q_EMIT told(QString::fromUtf8(error.what()));
             continue;
         }
-        // The store is closed before the files of an account that logs out are removed.
+        // Close the store before the files of an account that logs out are removed.
         connect(account, &AccountBase::authorizedChanged, this, [this, account] {
             if (!account->authorized())
                 remove(account);
@@ -87,7 +87,7 @@ void Messenger::remove(AccountBase *account)
 {
     Session *session = m_sessions.take(account);
     Q_EMIT sessionChanged();
-    // What showed its dialogs goes first; it is to be deleted later already.
+    // Destroy the views of its dialogs first; their deletion is already queued.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     delete session;
 }
@@ -102,7 +102,7 @@ ClientAccount *Messenger::loginAccount()
 {
     AccountManager *manager = AccountManager::getInstance();
     if (!manager->loginAccount())
-        manager->addAccount(); // tells why not by AccountManager::error
+        manager->addAccount(); // reports failure by AccountManager::error
     return qobject_cast<ClientAccount *>(manager->loginAccount());
 }
 

@@ -9,7 +9,7 @@
 class QJSEngine;
 class QQmlEngine;
 
-/// What the window asks of the program: a session for each account, and signing in.
+/// The window's interface to the program: a session for each account, and signing in.
 class Messenger : public QObject
 {
     Q_OBJECT
@@ -19,31 +19,31 @@ class Messenger : public QObject
     Q_PROPERTY(QStringList languages READ languages CONSTANT)
 
 public:
-    /// @param media the folder of the files that messages carry
+    /// @param media the folder of the messages' files
     explicit Messenger(const QString &media, QObject *parent = nullptr);
     ~Messenger() override;
 
     static Messenger *create(QQmlEngine *, QJSEngine *);
 
-    /// Of the current account; null while there is none.
+    /// The current account's session; null while there is none.
     Session *session() const;
     Q_INVOKABLE Session *sessionOf(AccountBase *account) const;
     Q_INVOKABLE QString nameOf(AccountBase *account) const;
     QStringList languages() const;
-    /// To all who are signed in.
+    /// Passes a frame to all signed-in accounts.
     void receive(const Frame &frame);
 
-    // For people: empty, or what went wrong.
+    // For the user: empty, or an error text.
     Q_INVOKABLE QString requestCode(const QString &countryCode, const QString &phone);
     Q_INVOKABLE QString signIn(const QString &countryCode, const QString &phone,
                                const QString &code);
 
 Q_SIGNALS:
     void sessionChanged();
-    /// Something that the user should know.
+    /// A message for the user.
     void told(const QString &text);
     void sent(const QString &dialogId, int messageId);
-    /// Somebody: what the server has for them is still to come.
+    /// Someone has signed in; their data on the server are yet to come.
     void signedIn();
 
 private:

@@ -23,7 +23,7 @@ namespace
 {
 
 constexpr int protocolForm = 2;  // im.Message.content_format_ver
-constexpr int typingTime = 4000; // ms for which nobody has to repeat that they are typing
+constexpr int typingTime = 4000; // ms that a typing notification lasts
 constexpr int flushDelay = 200;  // ms
 
 template <typename Record, typename Use>
@@ -85,7 +85,7 @@ Session::Session(ClientAccount *account, const QString &media)
     connect(settings, &AppSettingModel::largeEmojiChanged, this, measureAgain);
     connect(AccountManager::getInstance(), &AccountManager::maxMsgItemWidthChanged, this,
             measureAgain);
-    // What the server counted gives way to what is here.
+    // Our own counts replace the server's.
     connect(account, &AccountBase::stateChanged, this, &Session::countUnread);
     connect(settings, &AppSettingModel::countMuteDialogChanged, this, &Session::countUnread);
     countUnread();
@@ -127,7 +127,7 @@ ClientDialog *Session::dialogOf(const QString &id)
     return dialog;
 }
 
-/// A chat of two concerns those two.
+/// A chat of two concerns those two only.
 bool Session::concerns(const QString &dialogId) const
 {
     return dialogId.startsWith(u'G')
@@ -210,7 +210,7 @@ void Session::receive(const im::Message &record)
     KeptMessage message;
     message.dialogId = QString::fromStdString(record.dialog_id());
     message.messageId = record.message_id();
-    flush(); // so that the store knows all that came before
+    flush(); // so that the store has everything before it
     if (!concerns(message.dialogId) || m_store.contains(message.dialogId, message.messageId))
         return;
     message.number = ++m_lastNumber;
@@ -226,10 +226,10 @@ void Session::receive(const im::Message &record)
 
     const auto item = make({message});
     if (item && item->type() == ContentItem::System)
-        message.sender = 0; // a line that nobody wrote
+        message.sender = 0; // a system line has no sender
     if (!item || !FileGroupItem::canHold(*item))
-        message.group = 0; // has a line of its own, whatever it was sent with
-    // What is shown as one is measured when it is shown.
+        message.group = 0; // has its own line, whatever it was sent with
+    // Messages that are shown as one are measured when they are shown.
     if (message.group == 0) {
         message.measure = measure();
         message.size = sizeOf(item.data());

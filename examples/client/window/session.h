@@ -15,8 +15,8 @@ class Message;
 class MessageReaction;
 } // namespace im
 
-/// What an account shows while it is signed in: its dialogs, the messages of the one that is open,
-/// the names of people. It takes in what the server pushes, and keeps it.
+/// What an account shows while it is signed in: its dialogs, the messages of the open one, the
+/// names of people. It receives the server's notifications, and keeps them.
 class Session : public QObject
 {
     Q_OBJECT
@@ -29,8 +29,8 @@ class Session : public QObject
     Q_PROPERTY(ClientDialog *dialog READ dialog WRITE open NOTIFY dialogOpened)
 
 public:
-    /// @param account outlives the session
-    /// @param media   the folder of the files that messages carry
+    /// @param account must outlive the session
+    /// @param media   the folder of the messages' files
     Session(ClientAccount *account, const QString &media);
     ~Session() override;
 
@@ -40,33 +40,33 @@ public:
     MessageListModel *messages() { return &m_messages; }
     ClientDialog *dialog() const { return m_messages.dialog(); }
     void open(ClientDialog *dialog);
-    /// Whether the user looks at it: what comes in for the open dialog is read then.
+    /// Whether the user looks at it: then new messages of the open dialog count as read.
     Q_INVOKABLE void setActive(bool active);
 
-    /// A notification. What this program has no use for is left alone.
+    /// A notification. Types that this program does not use are ignored.
     void receive(const Frame &frame);
-    /// Sends a text, in light markup, into the open dialog.
+    /// Sends a text in light markup to the open dialog.
     Q_INVOKABLE void send(const QString &markup);
 
-    // For people: empty, or what went wrong.
+    // For the user: empty, or an error text.
     Q_INVOKABLE QString fetchDevices();
     Q_INVOKABLE QString unlinkDevice(int deviceId);
 
-    /// Of a user ("U-<id>") or a group (the dialog's id).
+    /// The name of a user ("U-<id>") or a group (the dialog's id).
     QString name(const QString &id) const { return m_names.value(id); }
     QString userName(qint64 id) const;
     const QString &ownName() const { return m_account->name(); }
     const MessageStore &store() const { return m_store; }
     /// What sizes depend on at present.
     static Measure measure();
-    /// The item of messages that are shown as one, measured.
+    /// The measured item of messages that are shown as one.
     QSharedPointer<ContentItem> make(const QList<KeptMessage> &messages);
-    /// Pixels that a content takes; null stands for one that cannot be made.
+    /// The size of a content in pixels; null stands for one that cannot be made.
     static QSize sizeOf(const ContentItem *item);
     bool mentionsMe(const ContentItem *item) const;
-    /// Writes soon.
+    /// Writes it soon.
     void keepSize(const MessagePlace &place);
-    /// Writes what is pending.
+    /// Writes pending changes.
     void flush();
 
 Q_SIGNALS:

@@ -36,7 +36,7 @@ Session *session()
     return Messenger::create(nullptr, nullptr)->session();
 }
 
-/// Something that takes a moment to be moved.
+/// Makes media that take a moment to move.
 void makeMedia()
 {
     const QString directory = ModelBaseUtil::makeMediaPath(
@@ -66,7 +66,7 @@ int Walk::run()
     pages();
     accounts();
     lock();
-    // Textures of images that are forgotten after the last frame would never be freed.
+    // Textures of images released after the last frame would never be freed.
     m_window->releaseResources();
     m_window->grabWindow();
 
@@ -100,7 +100,7 @@ void Walk::playToEnd()
     m_player->play(1);
     passUntil([&finished] { return finished; }, 120'000);
     QObject::disconnect(connection);
-    if (!finished) // a test says so by what is missing
+    if (!finished) // a test notices what is missing
         m_transcript.append(QStringLiteral("the feed did not come to its end"));
 }
 
@@ -223,7 +223,7 @@ void Walk::accounts()
     stop(QStringLiteral("signin-wrong"), QStringLiteral("add-account page: a wrong code"));
     set("signInError", QString());
     messenger->signIn(QStringLiteral("1"), QStringLiteral("5550102"), QStringLiteral("246810"));
-    playToEnd(); // what the server has for him
+    playToEnd(); // the server's data for him
     show(QStringLiteral("chats"));
     stop(QStringLiteral("accounts"), QStringLiteral("account rail: a second account is signed in"));
 
@@ -281,7 +281,7 @@ void Walk::scrollThrough(const QString &name)
     double y = 0;
     for (int page = 1; page < 60; ++page) {
         view->setProperty("contentY", y);
-        pass(settleTime); // sizes that become known may move what is below
+        pass(settleTime); // newly measured sizes may move rows below
         QSet<QString> kinds;
         const int last = view->property("last").toInt();
         for (int row = view->property("first").toInt(); row >= 0 && row <= last; ++row) {

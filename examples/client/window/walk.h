@@ -10,8 +10,8 @@ class FeedPlayer;
 class QQuickItem;
 class QQuickWindow;
 
-/// Walks through the whole window by itself: plays the feed, visits every page, and leaves a picture
-/// of each stop, "03-first-light.png", and a transcript that says what there was to be seen.
+/// Walks through the whole window by itself: plays the feed, visits every page, and saves a picture
+/// of each stop, "03-first-light.png", and a transcript of what was shown.
 class Walk
 {
 public:
@@ -29,9 +29,9 @@ private:
     void accounts();
     void lock();
 
-    /// Lets the window settle and takes its picture.
+    /// Waits until the window is stable and takes its picture.
     void stop(const QString &name, const QString &text);
-    /// Takes it as it is.
+    /// Takes the picture at once.
     void picture(const QString &name, const QString &text);
     void scrollThrough(const QString &name);
     void open(const QString &dialogId);
@@ -44,7 +44,7 @@ private:
     FeedPlayer *const m_player;
     const QDir m_directory;
     QStringList m_transcript;
-    QSet<QString> m_kinds; // of content that were shown
+    QSet<QString> m_kinds; // kinds of content shown
     int m_stops = 0;
     bool m_ok = true;
 };

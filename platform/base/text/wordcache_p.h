@@ -48,7 +48,7 @@ public:
     struct Word {
         enum State {
             New,      ///< never seen before
-            Met,      ///< seen once; measured when seen again
+            Seen,     ///< seen once; measured when seen again
             Measured, ///< all following members are valid
             Unusable  ///< its parts do not add up, so it needs a full layout
         };

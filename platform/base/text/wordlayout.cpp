@@ -241,14 +241,14 @@ bool WordLayout::measureWords()
         Word &word = unit.entry->second;
         unknown += size_t(word.state < Word::Measured);
         if (word.state == Word::New) {
-            word.state = Word::Met;
+            word.state = Word::Seen;
             hasNew = true;
         }
     }
     if (hasNew && 4 * unknown > m_units.size())
         return false;
     for (const LineBreaker::Unit &unit : m_units) {
-        if (unit.word().state == Word::Met)
+        if (unit.word().state == Word::Seen)
             m_words.measure(*unit.entry);
         if (unit.word().state == Word::Unusable)
             return false;

@@ -94,14 +94,15 @@ bool WordProof::holds(const std::function<Lines(const QString &, const QFont &, 
             if (std::ranges::equal(*known, truth, isSame))
                 continue;
             ImLog::error(lcWords(),
-                         QStringLiteral("Texts are laid out whole: this Qt (%1) lays out \"%2\" in "
-                                        "%3 pixels otherwise than word by word")
+                         QStringLiteral("Cannot lay out texts word by word: Qt %1 lays out \"%2\" "
+                                        "in %3 pixels differently")
                              .arg(QLatin1StringView(qVersion()), text)
                              .arg(width));
             return false;
         }
     }
     if (count == 0)
-        ImLog::error(lcWords(), QStringLiteral("Texts are laid out whole: no word was measured"));
+        ImLog::error(lcWords(),
+                     QStringLiteral("Cannot lay out texts word by word: no word was measured"));
     return count > 0;
 }

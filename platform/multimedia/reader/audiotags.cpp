@@ -31,7 +31,7 @@ constexpr qint64 largestTags = 64 << 20;
 constexpr int largestPicture = 16 << 20;
 constexpr qsizetype longestText = 1000;
 
-/// TagLib lets only a frame name its header.
+/// Makes the header type accessible, which is protected in Frame.
 struct AnyFrame : TagLib::ID3v2::Frame {
     using TagLib::ID3v2::Frame::Header;
 };

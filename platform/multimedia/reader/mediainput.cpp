@@ -20,7 +20,7 @@ constexpr qint64 mostPixels = 40'000'000;
 constexpr double mostStretch = 8;
 
 /// Frees objects that FFmpeg allocated.
-struct Freed {
+struct Deleter {
     void operator()(AVCodecContext *context) const { avcodec_free_context(&context); }
     void operator()(AVPacket *packet) const { av_packet_free(&packet); }
     void operator()(AVFrame *frame) const { av_frame_free(&frame); }
@@ -28,10 +28,11 @@ struct Freed {
 
 /// A decoder that refuses large frames: the size in the container cannot be trusted, and a kilobyte
 /// can hold a frame of a gigabyte. Null if there is none.
-std::unique_ptr<AVCodecContext, Freed> newDecoder(const AVCodecParameters &parameters)
+std::unique_ptr<AVCodecContext, Deleter> newDecoder(const AVCodecParameters &parameters)
 {
     const AVCodec *codec = avcodec_find_decoder(parameters.codec_id);
-    std::unique_ptr<AVCodecContext, Freed> decoder(codec ? avcodec_alloc_context3(codec) : nullptr);
+    std::unique_ptr<AVCodecContext, Deleter> decoder(codec ? avcodec_alloc_context3(codec)
+                                                           : nullptr);
     if (!decoder || avcodec_parameters_to_context(decoder.get(), &parameters) < 0)
         return nullptr;
     decoder->max_pixels = mostPixels;
@@ -145,7 +146,7 @@ std::optional<MediaInput::Sound> MediaInput::sound()
 
 qint64 MediaInput::walk(const AVStream &stream)
 {
-    const std::unique_ptr<AVPacket, Freed> packet(av_packet_alloc());
+    const std::unique_ptr<AVPacket, Deleter> packet(av_packet_alloc());
     qint64 length = 0; // in the stream's time units
     while (packet && av_read_frame(m_format, packet.get()) >= 0) {
         if (packet->stream_index == stream.index)
@@ -171,8 +172,8 @@ AVStream *MediaInput::pictures() const
 
 bool MediaInput::decodeFirst(AVStream *stream, AVCodecContext *decoder)
 {
-    const std::unique_ptr<AVPacket, Freed> packet(av_packet_alloc());
-    const std::unique_ptr<AVFrame, Freed> frame(av_frame_alloc());
+    const std::unique_ptr<AVPacket, Deleter> packet(av_packet_alloc());
+    const std::unique_ptr<AVFrame, Deleter> frame(av_frame_alloc());
     if (!packet || !frame)
         return false;
     bool isHalf = false; // an interlaced frame is shown with the next one

@@ -2,7 +2,7 @@ import QtQuick
 import im.modelbase
 import Messenger.Content
 
-/// A call: what became of it.
+/// A call and its result.
 ContentPart {
     id: view
 

@@ -1,12 +1,12 @@
 import QtQuick
 import im.modelbase
 
-/// The text below what a content shows; at the bottom of its view.
+/// The text below a content; at the bottom of its view.
 LongText {
     id: caption
 
     required property ContentPart part
-    /// Of the media above; their caption is no wider. 0: it is measured like any text.
+    /// The width of the media above, which limits the caption's. 0: measured like any text.
     property real mediaWidth: 0
 
     anchors.bottom: parent?.bottom
@@ -19,7 +19,7 @@ LongText {
     onActivated: (type, text, data) => part.activated(type, text, data)
     onExpanded: part.expanded()
 
-    /// What stands above the caption has the rest of `height`.
+    /// The height for the content above the caption.
     function heightAbove(height: real): real {
         return implicitHeight > 0 ? height - implicitHeight - ContentMetrics.CaptionSpacing : height
     }

@@ -2,7 +2,7 @@ import QtQuick
 import im.modelbase
 import Messenger.Content
 
-/// A person whom somebody recommends.
+/// The card of a person.
 ContentPart {
     id: view
 

@@ -3,7 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import im.modelbase
 
-/// Messages that were passed on as one: who wrote them, the first few, a line that opens all.
+/// Messages that were forwarded as one: their authors, the first few, a line that opens all.
 ContentPart {
     id: view
 
@@ -19,7 +19,7 @@ ContentPart {
                 required property int index
                 required property string modelData
 
-                // Text is drawn a little wider or narrower than it was measured.
+                // Drawn text is a little wider or narrower than measured.
                 width: view.width + 6
                 height: metrics.height
                 color: index === 0 ? Theme.text : Theme.mutedText

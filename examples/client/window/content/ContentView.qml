@@ -2,16 +2,16 @@ import QtQuick
 import im.modelbase
 import Messenger.Content
 
-/// Shows one content item of any kind, at the size that it was measured at. A bubble around it needs
-/// a padding of at least 10 pixels on the left and right, into which code and quotes reach.
+/// Shows one content item of any kind, at its measured size. A bubble around it needs a padding of
+/// at least 10 pixels on the left and right, into which code and quotes extend.
 Item {
     id: view
 
-    /// Null stands for a content of a kind that this version does not know.
+    /// Null for a content of an unknown kind.
     required property ContentItem item
-    /// Pixels that the item was measured with.
+    /// The width in pixels with which the item was measured.
     property real maxWidth: 480
-    /// Texts of more lines are shown elided to that many; as it was given for measuring.
+    /// Texts of more lines are elided to this many; the same value as for measuring.
     property int maxRowCount: 0
 
     /// A link, mention, tag, ... in a text was clicked.
@@ -23,7 +23,7 @@ Item {
     signal voted(option: int)
     /// A button below the message was clicked; a map of ContentItem::buttons.
     signal pressed(button: var)
-    /// The rest of a text that is shown elided is asked for.
+    /// The rest of an elided text was requested.
     signal expanded
 
     readonly property size shownSize:

@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Shapes
 
-/// A drawing of 24 by 24 units, filled or as strokes.
+/// A drawing on 24 by 24 units, filled or stroked.
 Item {
     id: icon
 
@@ -17,7 +17,7 @@ Item {
         height: 24
         anchors.centerIn: parent
         scale: Math.min(icon.width, icon.height) / 24
-        // Drawn by the processor, a shape of its own pays no heed to the clipping of its view.
+        // In software rendering, a shape without a layer ignores the clipping of its view.
         layer.enabled: GraphicsInfo.api === GraphicsInfo.Software
 
         ShapePath {

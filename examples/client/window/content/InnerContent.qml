@@ -1,6 +1,6 @@
 import QtQuick
 
-/// A content inside another one, in a row: its text, and for one without a text its kind.
+/// A content inside another one, in a row: its text, or its kind if it has none.
 ContentText {
     id: inner
 

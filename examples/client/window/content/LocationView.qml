@@ -70,7 +70,7 @@ ContentPart {
                 required property int index
                 required property string modelData
 
-                // Text is drawn a little wider or narrower than QFontMetrics says.
+                // Drawn text is a little wider or narrower than QFontMetrics calculates.
                 width: map.width + 6
                 height: metrics.lineSpacing
                 // The item counts a line of the theme's size for each.

@@ -1,7 +1,7 @@
 import QtQuick
 import im.modelbase
 
-/// A text of an item, with what expands it below where it is shown elided.
+/// A text of an item, with a button below that expands it if it is elided.
 Item {
     id: view
 

@@ -3,7 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import im.modelbase
 
-/// A red packet or prize draw: what there is to win, and how it goes.
+/// A red packet or prize draw: its prizes and its state.
 ContentPart {
     id: view
 

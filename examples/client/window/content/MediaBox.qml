@@ -2,8 +2,8 @@ import QtQuick
 import im.modelbase
 import Messenger.Content
 
-/// An image or video without its caption: the picture, a cover where it is a spoiler, a play mark
-/// and the duration where it is a video.
+/// An image or video without its caption: the picture, covered if it is a spoiler, and for a video
+/// a play mark and the duration.
 Item {
     id: box
 
@@ -18,7 +18,7 @@ Item {
 
     Picture {
         anchors.fill: parent
-        // What is shown of a video is a frame of it.
+        // For a video, the thumbnail is shown.
         file: box.video ? null : box.item?.sourceFile ?? null
         thumbnail: box.item?.thumbnailFile ?? null
         thumbBytes: box.item?.thumbNail ?? new ArrayBuffer(0)

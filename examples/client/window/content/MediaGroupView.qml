@@ -3,7 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import im.modelbase
 
-/// Pictures and videos as one, each where the group has laid it out; a caption.
+/// Pictures and videos as one, at the positions of the group's layout; a caption.
 ContentPart {
     id: view
 

@@ -49,7 +49,7 @@ ContentPart {
             anchors.left: cover.right
             anchors.leftMargin: ContentMetrics.RowSpacing
             anchors.right: parent.right
-            // Text is drawn a little wider or narrower than QFontMetrics says.
+            // Drawn text is a little wider or narrower than QFontMetrics calculates.
             anchors.rightMargin: -6
             anchors.verticalCenter: parent.verticalCenter
 

@@ -1,6 +1,6 @@
 import QtQuick
 
-/// In place of a content that this version knows nothing of.
+/// Replaces a content of an unknown kind.
 ContentPart {
     id: view
 

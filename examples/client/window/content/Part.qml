@@ -2,7 +2,7 @@ import QtQuick
 import im.modelbase
 import Messenger.Content
 
-/// Shows an item by what shows its kind.
+/// Shows an item with the view of its kind.
 Item {
     id: part
 
@@ -16,7 +16,8 @@ Item {
     signal expanded
     signal voted(option: int)
 
-    // An item may go before another one of the same kind comes; until then its view stays, empty.
+    // An item may be destroyed before another one of the same kind comes; until then its view
+    // stays, empty.
     function refresh() {
         if (visible && viewName !== loader.viewName && (item || !loader.shown))
             load()

@@ -2,8 +2,8 @@ import QtQuick
 import im.modelbase
 import Messenger.Content
 
-/// An image as it comes: the small one of the message, the thumbnail, the file; covered where it is
-/// a spoiler. It fills its size, cropped.
+/// An image in its best available form: the small one of the message, the thumbnail, the file;
+/// covered if it is a spoiler. It fills its size, cropped.
 Item {
     id: picture
 

@@ -1,6 +1,6 @@
 import QtQuick
 
-/// A line of text from anywhere: never taken for markup, elided where it is too long.
+/// A line of text of any origin: never parsed as markup, elided if it is too long.
 Text {
     property bool muted: false
 

@@ -3,13 +3,13 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import im.modelbase
 
-/// A poll or quiz: the question, the options with their bars and shares, what was answered.
+/// A poll or quiz: the question, the options with their bars and shares, the answer.
 ContentPart {
     id: view
 
     readonly property PollItem poll: item as PollItem
     readonly property bool hasVoted: (poll?.votedOptions.length ?? 0) > 0
-    /// Nobody sees the votes before giving one.
+    /// Votes are hidden until one's own vote.
     readonly property bool showsVotes: hasVoted || (poll?.ended ?? false)
 
     function kindText(): string {
@@ -140,7 +140,7 @@ ContentPart {
                     }
                 }
 
-                // One's own vote.
+                // The user's own vote.
                 Icon {
                     x: ContentMetrics.PollPercentWidth - 6 - width
                     y: option.y - height + 2

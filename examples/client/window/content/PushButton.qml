@@ -1,6 +1,6 @@
 import QtQuick
 
-/// A button with a text, as wide as there is room.
+/// A button with a text, as wide as the available space.
 Rectangle {
     id: button
 

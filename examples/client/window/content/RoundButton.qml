@@ -1,6 +1,6 @@
 import QtQuick
 
-/// A button with a drawing.
+/// A round button with an icon.
 Rectangle {
     id: button
 

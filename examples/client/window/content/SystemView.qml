@@ -1,7 +1,7 @@
 import QtQuick
 import im.modelbase
 
-/// What happened in the chat, as a line in the middle.
+/// An event of the chat, as a line in the middle.
 ContentPart {
     id: view
 

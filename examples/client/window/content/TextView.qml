@@ -1,7 +1,7 @@
 import QtQuick
 import im.modelbase
 
-/// A text, and emoji that are shown large.
+/// A text, or emoji shown large.
 ContentPart {
     id: view
 
@@ -14,7 +14,7 @@ ContentPart {
         item: view.item
         textWidth: view.maxWidth
         maxRowCount: view.maxRowCount
-        // One emoji in the square that the item asks for.
+        // One emoji in the square that the item reserves.
         pixelSize: view.item?.type === ContentItem.EmojiGame ? 72 : 0
         onActivated: (type, text, data) => view.activated(type, text, data)
         onExpanded: view.expanded()

@@ -3,8 +3,8 @@ pragma Singleton
 import QtQuick
 import im.modelbase
 
-/// The colours and sizes of all views. Every pair of a text and what is behind it has a contrast of
-/// at least 4.5:1 (WCAG 2.1, 1.4.3).
+/// The colours and sizes of all views. Every text has a contrast of at least 4.5:1 with its
+/// background (WCAG 2.1, 1.4.3).
 QtObject {
     readonly property bool dark: AppSettingModel.darkMode
 
@@ -13,17 +13,17 @@ QtObject {
     readonly property color panel: dark ? "#171c22" : "#f6f7f9"
     readonly property color bubble: dark ? "#1f262e" : "#eff1f4"
     readonly property color ownBubble: dark ? "#173753" : "#dbebff"
-    /// Behind system lines.
+    /// The background of system lines.
     readonly property color notice: dark ? "#20262d" : "#e8ebef"
-    /// Of what is selected, or under the pointer.
+    /// The background of selected or hovered items.
     readonly property color highlight: dark ? "#26313c" : "#e3e9f1"
     readonly property color separator: dark ? "#2b333c" : "#d5dae0"
-    /// On bubbles: code, quotes, the boxes of icons.
+    /// On bubbles: the background of code, quotes, and icon boxes.
     readonly property color shade: dark ? "#14ffffff" : "#0f1b2733"
     /// Over pictures, behind white text.
     readonly property color scrim: "#a6000000"
 
-    // Texts, on any of these surfaces
+    // Texts, on any of these backgrounds
     readonly property color text: dark ? "#e9edf2" : "#1b1f24"
     readonly property color mutedText: dark ? "#a9b3be" : "#505862"
     readonly property color link: dark ? "#8cc4ff" : "#0a539f"
@@ -34,7 +34,7 @@ QtObject {
     // Controls
     readonly property color accent: dark ? "#2f7fd0" : "#0b62b8"
     readonly property color accentText: dark ? "#08121d" : "#ffffff"
-    /// The part of a bar or waveform that is not filled.
+    /// The unfilled part of a bar or waveform.
     readonly property color track: dark ? "#3c4855" : "#bcc6d1"
     readonly property color badge: dark ? "#d9534f" : "#b3261e"
     readonly property color badgeText: dark ? "#1a0605" : "#ffffff"
@@ -45,6 +45,6 @@ QtObject {
     readonly property int smallFontSize: Math.max(10, fontSize - 2)
     readonly property int radius: 8
 
-    /// Has symbols in the colour of the text, where the application's font may have emoji.
+    /// Has symbols in the text colour, while the application's font may have emoji.
     readonly property string symbolFont: "DejaVu Sans"
 }

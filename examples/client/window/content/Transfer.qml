@@ -1,7 +1,7 @@
 import QtQuick
 import im.modelbase
 
-/// How far a file's transfer has come; nothing while there is none.
+/// The progress of a file's transfer; empty while there is none.
 Mark {
     id: transfer
 

@@ -3,7 +3,7 @@ pragma Singleton
 import QtQuick
 import im.modelbase
 
-/// Which view shows a content of which type.
+/// The view of each type of content.
 QtObject {
     readonly property var names: ({
         [ContentItem.Text]: "TextView",
@@ -27,14 +27,14 @@ QtObject {
         [ContentItem.MediaGroup]: "MediaGroupView",
         [ContentItem.FileGroup]: "FileGroupView",
     })
-    property var prepared: [] // a list of Components would not keep them
+    property var prepared: [] // a list of Components would not keep them alive
 
-    /// By its type's name, without the ending.
+    /// By its type's name, without the suffix.
     function nameOf(type: int): string {
         return names[type] ?? "NewerView"
     }
 
-    /// Loads the views in the background: the first messages are not to wait for that.
+    /// Loads the views in the background, so that the first messages need not wait.
     function prepare() {
         const views = new Set(Object.values(names))
         prepared = Array.from(views, name => Qt.createComponent(name + ".qml",

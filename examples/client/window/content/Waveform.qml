@@ -2,14 +2,14 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 
-/// The loudness of a voice message, as bars; a line where nobody has measured it.
+/// The loudness of a voice message, as bars; a line if it was not measured.
 Item {
     id: wave
 
     required property var sample
     readonly property int count: Math.max(1, Math.floor((width + 2) / 5))
 
-    /// Heights between 0 and 1: as many as there is room for.
+    /// Heights between 0 and 1: as many as fit.
     readonly property var bars: resampled(new Uint8Array(sample), count)
 
     function resampled(bytes: var, wanted: int): var {

@@ -7,7 +7,7 @@
 namespace
 {
 
-/// What travels within a message is a few dozen pixels wide; whatever claims more is not read.
+/// The small image within a message is a few dozen pixels wide; larger ones are not read.
 constexpr int longestSide = 512;
 
 QImage read(const QByteArray &bytes)

@@ -4,8 +4,8 @@
 #include <QImage>
 #include <QQuickPaintedItem>
 
-/// Shows an image that is at hand as bytes: the small one that travels within a message. It fills
-/// the item, cropped, and is blurred by being enlarged.
+/// Shows an image from memory: the small one within a message. It fills the item, cropped, and is
+/// blurred by the scaling.
 class BytesPicture : public QQuickPaintedItem
 {
     Q_OBJECT

@@ -8,8 +8,7 @@
 
 class ContentItem;
 
-/// What the views of contents need beside the items: numbers for people, and the sizes of what an
-/// item does not measure.
+/// Helpers for the views of contents: numbers as text, and the sizes that an item does not measure.
 class ContentFormat : public QObject
 {
     Q_OBJECT
@@ -17,7 +16,7 @@ class ContentFormat : public QObject
     QML_SINGLETON
 
 public:
-    /// Lengths, in pixels, beyond those of ContentMetrics. The widths are for texts in a font of
+    /// Lengths, in pixels, besides those of ContentMetrics. The widths are for texts in a font of
     /// 14 pixels and grow with larger ones.
     enum Length {
         CardHeight = 60,
@@ -38,20 +37,20 @@ public:
 
     /// "1:05", "1:00:05".
     Q_INVOKABLE static QString duration(qint64 seconds);
-    /// "10.9 KB"; empty where nobody knows.
+    /// "10.9 KB"; empty if unknown.
     Q_INVOKABLE static QString bytes(qint64 count);
-    /// Of a file on this device; empty for an empty path.
+    /// The URL of a file on this device; empty for an empty path.
     Q_INVOKABLE static QUrl url(const QString &path);
-    /// The size of what stands above the text in kinds whose items measure their text alone.
+    /// The size of the view above the text, for kinds whose items measure their text only.
     Q_INVOKABLE static QSize headSize(int type, int fontSize, int maxWidth);
-    /// The size that ContentView shows a content at.
-    /// @param type     of the item, 0 where there is none
+    /// The size at which ContentView shows a content.
+    /// @param type     of the item, 0 if there is none
     /// @param measured the item's contentWidth and contentHeight
     /// @param buttons  rows of buttons
     /// @param fontSize the theme's, in pixels
     Q_INVOKABLE static QSize shownSize(int type, QSize measured, int buttons, int fontSize,
                                        int maxWidth);
-    /// The same of an item, which may be null. Who keeps the sizes of messages calls this after
-    /// ContentItem::calcSize().
+    /// The same for an item, which may be null. A model that keeps the sizes of messages calls this
+    /// after ContentItem::calcSize().
     static QSize shownSize(const ContentItem *item, int maxWidth);
 };

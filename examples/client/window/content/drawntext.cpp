@@ -17,9 +17,9 @@ namespace
 
 qint64 layoutCount = 0;
 
-/// What the cache may hold, in code units of text; a layout weighs some hundred bytes each.
+/// The capacity of the cache, in code units of text; a layout takes some hundred bytes for each.
 constexpr qsizetype cacheSize = 150'000;
-/// What an entry costs beside its text.
+/// The cost of an entry besides its text.
 constexpr qsizetype entryCost = 100;
 
 using Cache = QCache<DrawnText::Request, std::shared_ptr<const DrawnText>>;
@@ -109,7 +109,7 @@ DrawnText::DrawnText(const Request &request)
     makeFolds();
 }
 
-/// Flattens the entities, which may overlap in any way.
+/// Splits the entities, which may overlap in any way, into runs.
 void DrawnText::makeRuns()
 {
     struct Edge {
@@ -206,7 +206,7 @@ void DrawnText::paint(QPainter &painter, const Colours &colours, bool showsSpoil
             ++picture;
         for (auto run = firstRun; run != m_runs.end() && run->from < end; ++run) {
             Run part{std::max(run->from, from), std::min(run->end, end), run->styles};
-            // The letters that stand for pictures are left out.
+            // The placeholder letters of pictures are skipped.
             for (; picture != m_layout.pictures.end() && picture->at < part.end; ++picture) {
                 const bool isCovered = !showsSpoilers && (part.styles & 1U << Covered);
                 if (isCovered)
@@ -274,7 +274,7 @@ void DrawnText::paintFold(QPainter &painter, const Fold &fold, const Colours &co
     }
 }
 
-/// Until the application has the picture: the text that it stands for, in a box of its size.
+/// Until the application has the picture: draws the text that it stands for, in a box of its size.
 void DrawnText::paintPicture(QPainter &painter, const Line &line,
                              const DrawableTextBase::Layout::Picture &picture,
                              const Colours &colours) const
@@ -307,7 +307,7 @@ int DrawnText::entityAt(QPointF point, bool showsSpoilers) const
             const auto [from, len] = block.clampedTo(m_text.size());
             if (at < m_layout.shownAt(from) || at >= m_layout.shownAt(from + len))
                 continue;
-            // Nobody follows a link that is covered.
+            // A covered link cannot be followed.
             if (block.type == TextEntityType::Spoiler && !showsSpoilers)
                 return i;
             if (isLink(block.type))

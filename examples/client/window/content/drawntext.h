@@ -11,11 +11,11 @@
 class QPainter;
 
 /// A text that is laid out and ready to be drawn, with its entities. Shared by all views that show
-/// the same text at the same width; a bounded cache keeps those that were shown last.
+/// the same text at the same width; a bounded cache keeps the most recent ones.
 class DrawnText
 {
 public:
-    /// What a text is laid out for: all that its lines depend on.
+    /// The parameters of a layout: everything that its lines depend on.
     struct Request {
         QString text;
         UserTextBlocks blocks;
@@ -44,15 +44,15 @@ public:
         int type = 0;
         QRectF rect; ///< from the text's left to its right edge
         bool isCollapsed = false;
-        bool canFold = false; ///< it has more lines than a collapsed one shows
+        bool canFold = false; ///< it has more lines than when collapsed
     };
 
-    /// How far blocks are drawn beyond the text on its left and right, in pixels.
+    /// How far blocks extend beyond the text on its left and right, in pixels.
     static constexpr int overhang = 10;
 
-    /// The text as it was laid out before, or laid out now.
+    /// The text from the cache, or laid out now.
     static std::shared_ptr<const DrawnText> make(const Request &request);
-    /// How many layouts were made since the program began.
+    /// The number of layouts made since the program began.
     static qint64 layoutsMade();
 
     explicit DrawnText(const Request &request);
@@ -64,15 +64,14 @@ public:
     /// Draws with the text's top left corner at the painter's origin.
     void paint(QPainter &painter, const Colours &colours, bool showsSpoilers) const;
 
-    /// The index of the entity at a point that something can be done with: a spoiler that is
-    /// covered, a link; -1: none.
+    /// The index of the clickable entity at a point (a covered spoiler, a link); -1: none.
     int entityAt(QPointF point, bool showsSpoilers) const;
     /// The code or quote block at a point; null: none.
     const Fold *foldAt(QPointF point) const;
 
 private:
     enum Style { Link, Underlined, Struck, Mono, Covered, StyleCount };
-    /// A range of the laid out text that looks the same.
+    /// A range of the text with one appearance.
     struct Run {
         qsizetype from = 0;
         qsizetype end = 0;

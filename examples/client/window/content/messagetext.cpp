@@ -14,11 +14,11 @@
 namespace
 {
 
-/// Room above and below the lines for what reaches beyond them: marks over capital letters, signs of
-/// other fonts.
+/// Space above and below the lines for glyphs that extend beyond them: marks over capital letters,
+/// signs of other fonts.
 constexpr int verticalOverhang = 4;
 
-/// As high as a texture may be anywhere. Who shows longer texts gives a greatest row count.
+/// The maximum height of a texture on any platform. Set a row limit for longer texts.
 constexpr int greatestHeight = 8192;
 
 } // namespace
@@ -202,7 +202,7 @@ QSGNode *MessageText::updatePaintNode(QSGNode *node, UpdatePaintNodeData *)
     return picture;
 }
 
-// What one can click
+// Clickable entities
 
 void MessageText::mousePressEvent(QMouseEvent *event)
 {

@@ -7,24 +7,24 @@
 #include <QPointer>
 #include <QQuickItem>
 
-/// Draws a text exactly as its item was measured. Its implicit size
-/// is that of the text; code and quote blocks reach DrawnText::overhang pixels beyond its sides.
+/// Draws a text exactly as its item was measured. Its implicit size is that of the text; code and
+/// quote blocks extend DrawnText::overhang pixels beyond its sides.
 ///
 /// The lines are those of the library's own layout, which is made once for all views of the same
-/// text; nothing is laid out anew when a view is moved, recoloured or made again.
+/// text; moving, recolouring or recreating a view lays nothing out again.
 class MessageText : public QQuickItem
 {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(ContentItem *item READ item WRITE setItem NOTIFY itemChanged)
-    /// Shown in place of the item's own text, in its size.
+    /// Shown instead of the item's own text, in its size.
     Q_PROPERTY(QString text READ text WRITE setText NOTIFY textChanged)
-    /// Pixels to wrap at: what the item was measured with.
+    /// The width in pixels with which the item was measured.
     Q_PROPERTY(int textWidth READ textWidth WRITE setTextWidth NOTIFY textWidthChanged)
-    /// Of the font; 0: that which the item's text is written in.
+    /// The font's pixel size; 0: that of the item's text.
     Q_PROPERTY(int pixelSize READ pixelSize WRITE setPixelSize NOTIFY pixelSizeChanged)
     Q_PROPERTY(int maxRowCount READ maxRowCount WRITE setMaxRowCount NOTIFY maxRowCountChanged)
-    /// Lines are put in the middle of the text, and not at its side.
+    /// Centres the lines.
     Q_PROPERTY(bool isCentred READ isCentred WRITE setIsCentred NOTIFY isCentredChanged)
     Q_PROPERTY(bool isElided READ isElided NOTIFY layoutChanged)
     Q_PROPERTY(int lineCount READ lineCount NOTIFY layoutChanged)
@@ -69,7 +69,7 @@ Q_SIGNALS:
     void layoutChanged();
     /// A link, mention, tag, ... was clicked.
     /// @param type a TextEntityType
-    /// @param data what the entity carries: of a mention the user's id, of a hyperlink its address
+    /// @param data the entity's data: for a mention the user's id, for a hyperlink its address
     void activated(int type, const QString &text, const QVariant &data);
 
 protected:

@@ -14,7 +14,7 @@ bool isMessageText(const QQuickItem &item)
     return item.inherits("MessageText");
 }
 
-/// What is drawn of a text; empty for what has none.
+/// The drawn size of a text; empty if it has none.
 QSizeF drawnSize(const QQuickItem &text)
 {
     if (isMessageText(text))
@@ -24,7 +24,7 @@ QSizeF drawnSize(const QQuickItem &text)
     return {text.property("paintedWidth").toDouble(), text.property("paintedHeight").toDouble()};
 }
 
-/// `content` is what the item belongs to; null outside of contents.
+/// `content` is the content of the item; null outside contents.
 void find(const QQuickItem &item, const QQuickItem *content, QStringList &misfits)
 {
     if (!item.isVisible())

@@ -4,6 +4,6 @@
 
 class QQuickItem;
 
-/// The texts in view below `root` that reach out of the content they belong to, a line each: what a
-/// look at the pictures would find. Code and quotes may reach out by DrawnText::overhang.
+/// The visible texts below `root` that extend beyond their content, one per line: what a look at
+/// the pictures would find. Code and quotes may extend by DrawnText::overhang.
 QStringList findMisfits(const QQuickItem &root);

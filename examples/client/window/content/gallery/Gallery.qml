@@ -8,12 +8,12 @@ import Messenger.Content
 Rectangle {
     id: gallery
 
-    /// Content items; null for one of a kind that this version does not know.
+    /// Content items; null for an unknown kind.
     property var items: []
     property int maxWidth: 400
     property int maxRowCount: 0
     readonly property int padding: 12
-    /// How much higher than its content an entry is.
+    /// The difference between the heights of an entry and its content.
     readonly property int frame: 2 * padding + spacing
     readonly property int spacing: 10
 

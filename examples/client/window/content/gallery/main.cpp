@@ -1,5 +1,5 @@
-// Shows every content of the given feeds as the sample client shows it, on pictures: light, dark and
-// in larger letters. For who adds a kind or changes how one is shown.
+// Takes pictures of every content of the given feeds as the sample client shows it: light, dark and
+// in larger letters. For developers who add a kind or change its view.
 
 #include "account/accountmanager.h"
 #include "client/application.h"
@@ -69,7 +69,7 @@ KeptMessage kept(const im::Message &record)
     return message;
 }
 
-/// The contents of a feed, in their order, with those of messages that are shown as one.
+/// The contents of a feed, in order, followed by those of messages that are shown as one.
 Items contentsOf(const QString &path, ClientAccount *account)
 {
     Contents contents(account, QFileInfo(path).absolutePath() + QStringLiteral("/media"));
@@ -160,7 +160,7 @@ public:
         grab(page, name);
         m_page = 0;
     }
-    /// What did not fit, a line each.
+    /// Texts that did not fit, one per line.
     const QStringList &misfits() const { return m_misfits; }
 
 private:
