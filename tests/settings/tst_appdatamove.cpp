@@ -556,8 +556,8 @@ private Q_SLOTS:
     void failingDisks()
     {
 #ifdef FAULTDISK
-        const QStringList kinds = {u"kill"_s,  u"fail"_s, u"gone"_s, u"full"_s,
-                                   u"short"_s, u"cut"_s,  u"torn"_s};
+        const QStringList kinds = {u"kill"_s, u"fail"_s,  u"gone"_s,
+                                   u"full"_s, u"short"_s, u"cut"_s};
         QMap<QString, int> calls; // on the disk of that name
         int halfway = 0;
         const auto prepare = [&](quint32 seed) {
@@ -600,11 +600,11 @@ private Q_SLOTS:
             };
             while (sequence.next()) {
                 const QString kind = isDownloading ? u"kill"_s : sequence.pick(kinds);
-                const bool isTorn = kind == u"torn"_s;
-                const QString disk = isTorn ? QString() : sequence.pick(calls.keys());
-                const int at = isTorn ? -1 : 1 + sequence.below(calls.value(disk));
+                const bool isCut = kind == u"cut"_s;
+                const QString disk = isCut ? QString() : sequence.pick(calls.keys());
+                const int at = isCut ? -1 : 1 + sequence.below(calls.value(disk));
                 sequence.note(u"%1 at call %2 of '%3'"_s.arg(kind).arg(at).arg(disk));
-                run(isTorn ? u"cut"_s : mode, faults(disk, kind, at, sequence.seed()), &output);
+                run(isCut ? u"cut"_s : mode, faults(disk, kind, at, sequence.seed()), &output);
                 addWritten();
                 if (readMedia(childData()).files.size() >= before.files.size())
                     continue;

@@ -174,11 +174,7 @@ public:
     {
         REAL(rename);
         REAL(unlink);
-        std::minstd_rand random(m_seed);
         for (auto change = m_changes.rbegin(); change != m_changes.rend(); ++change) {
-            if (m_kind == "torn" && change->what == Change::Name && change->made.empty()
-                && random() % 2)
-                continue;
             if (change->what != Change::Name) {
                 set(*change, change->before, change->sizeBefore);
                 continue;
@@ -192,6 +188,7 @@ public:
                             (change->made.empty() ? change->gone : change->made).c_str());
         }
         if (m_kind == "torn") {
+            std::minstd_rand random(m_seed);
             for (const Change &change : m_changes) {
                 if (change.what == Change::Write && random() % 2)
                     set(change, change.after,
