@@ -223,8 +223,8 @@ public:
     {
         if (Fields<Item>::isIn(content))
             return true;
-        qCDebug(lcModel, "A %s cannot be updated from a content of type %d.",
-                item.metaObject()->className(), int(content.data_case()));
+        qCDebug(lcModel, "A content of type %d cannot update an item of class %s.",
+                int(content.data_case()), item.metaObject()->className());
         return false;
     }
 
