@@ -243,6 +243,7 @@ struct Fields<ContentItem> {
         derived<&textOf<TextRanges>, &ContentItem::spoilersChanged>,
         derived<&ContentItem::content, &ContentItem::contentChanged>,
         derived<&ContentItem::effect, &ContentItem::effectChanged>,
+        derived<&ContentItem::buttons, &ContentItem::buttonsChanged>,
         derived<&ContentItem::isGame, &ContentItem::isGameChanged>,
         derived<&ContentItem::lineCount, &ContentItem::lineCountChanged>,
         derived<&ContentItem::emojiCount, &ContentItem::emojiCountChanged>,

@@ -271,24 +271,20 @@ void ContentItem::keepRemainder(const im::content::Content &content)
     if (!hasRemainder() && !mayExist)
         return;
     // What is left is looked for beside what the item alone writes.
-    Remainder::Record before = std::exchange(ownExtra().remainder, nullptr);
-    Remainder::Record rest;
-    if (mayExist) {
-        im::content::Content written;
-        serialize(&written);
-        rest = Remainder::between(content, written);
-    }
-    ownExtra().remainder = std::move(before);
-    replaceRemainder(std::move(rest));
+    const Changes changes(this);
+    // What is left is looked for beside what the item alone writes.
+    ownExtra().remainder = nullptr;
+    if (!mayExist)
+        return;
+    im::content::Content written;
+    serialize(&written);
+    ownExtra().remainder = Remainder::between(content, written);
 }
 
 void ContentItem::replaceRemainder(std::unique_ptr<im::content::Content> remainder)
 {
-    if (!hasRemainder() && !remainder)
-        return;
-    const auto before = std::exchange(ownExtra().remainder, std::move(remainder));
-    if (!Remainder::haveSameButtons(before.get(), extra().remainder.get()))
-        Changes(this).add(&emitPlain<&ContentItem::buttonsChanged>);
+    if (hasRemainder() || remainder)
+        ownExtra().remainder = std::move(remainder);
 }
 
 QVariantList ContentItem::buttons() const

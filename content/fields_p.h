@@ -61,7 +61,7 @@ Value fromRecord(const Sent &value)
         return Value(value);
 }
 
-/// Writes by a setter of a number, or by the function that gives a text or bytes to be written over.
+/// Writes by the setter of a number, or by the accessor of a mutable text or of mutable bytes.
 template <auto Put, typename Body, typename Value>
 void toRecord(Body *body, const Value &value)
 {
@@ -223,8 +223,8 @@ public:
     {
         if (Fields<Item>::isIn(content))
             return true;
-        qCDebug(lcModel, "A %s cannot be updated from a content of type %d.",
-                item.metaObject()->className(), int(content.data_case()));
+        qCDebug(lcModel, "A content of type %d cannot update an item of class %s.",
+                int(content.data_case()), item.metaObject()->className());
         return false;
     }
 

@@ -76,7 +76,7 @@ public:
     QByteArray iv() const;
     void setIv(const QByteArray &iv);
 
-    // Name and size as they are sent. A file with an id came with a message. The message may have no
+    // Name and size as they are sent. A file with an id came with a message, which may have no
     // name, or another size (that of the encrypted file): then name and size of the local copy are
     // shown but not sent, and not compared by isSameRecord(). A file without an id is still to be
     // sent: its local name and size are sent.

@@ -103,8 +103,10 @@ std::span<const Kind> Kind::all()
         kind<FileItem, &Content::file, &File::attach_file, &File::thumb_file, &File::caption>(
             Type::File, "file", Uploaded),
         stickerKind(),
-        kind<CardItem, &Content::card, &Card::avatar_thumb, &Card::caption>(Type::Card, "card", Shown),
-        kind<LocationItem, &Content::location, &Location::caption>(Type::Location, "location", Shown),
+        kind<CardItem, &Content::card, &Card::avatar_thumb, &Card::caption>(
+            Type::Card, "card", Shown),
+        kind<LocationItem, &Content::location, &Location::caption>(
+            Type::Location, "location", Shown),
         systemKind(),
         kind<CallItem, &Content::call>(Type::Call, "call"),
         kind<MeetingItem, &Content::meeting_invite>(Type::Meeting, "meeting"),

@@ -269,14 +269,3 @@ QVariantList Remainder::buttons(const im::content::Content *remainder)
     }
     return rows;
 }
-
-bool Remainder::haveSameButtons(const im::content::Content *a, const im::content::Content *b)
-{
-    static const im::content::Content none;
-    const auto &rows = (a ? *a : none).buttons();
-    const auto &others = (b ? *b : none).buttons();
-    return std::equal(rows.begin(), rows.end(), others.begin(), others.end(),
-                      [](const auto &row, const auto &other) {
-                          return row.SerializeAsString() == other.SerializeAsString();
-                      });
-}

@@ -76,7 +76,5 @@ Record fromBytes(const QByteArray &bytes, int type);
 
 /// The rows of inline buttons: lists of maps {"id", "text"} with "url" or "callbackData" (bytes).
 QVariantList buttons(const im::content::Content *remainder);
-/// Both may be null.
-bool haveSameButtons(const im::content::Content *a, const im::content::Content *b);
 
 } // namespace Remainder

@@ -270,7 +270,6 @@ bool SystemItem::update(const QSharedPointer<ContentItem> &other)
     const auto *item = qobject_cast<const SystemItem *>(other.data());
     if (!item || item == this)
         return false;
-    const Changes changes(this);
     bool changed = false;
     if (item->alertType() != Alert::UNKNOWN || alertType() == Alert::UNKNOWN) {
         changed = item->m_info->SerializeAsString() != m_info->SerializeAsString();
