@@ -284,6 +284,14 @@ private Q_SLOTS:
         user.reset();
         QVERIFY(!card.user());
         QCOMPARE(log.take(), u"userChanged nameChanged nameChanged nameChanged"_s);
+
+        for (const QString &id : {u"p1"_s, u"p2"_s}) {
+            card.setPhoto({id, "key"});
+            QCOMPARE(card.photo()->fileId(), id);
+            QCOMPARE(card.photo(), card.photo());
+        }
+        card.calcSize(300, 0, 0, ContentItem::CONTENT_CHANGED, false);
+        QCOMPARE(card.type(), int(ContentItem::Card));
     }
 
     void stickersInStoredMaps()
