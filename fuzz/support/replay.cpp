@@ -6,7 +6,6 @@
 #include <QCoreApplication>
 #include <QDirIterator>
 #include <QFile>
-#include <QRegularExpression>
 
 #include <csignal>
 #include <cstdio>
@@ -47,20 +46,18 @@ QByteArray read(const QString &path)
 /// "\x41", "\\" and "\"" each stand for one byte.
 QByteArrayList wordsOf(const QByteArray &dictionary)
 {
-    static const QRegularExpression escape(QStringLiteral("\\\\(?:x(..)|(.))"));
     QByteArrayList words;
     for (const QByteArray &line : dictionary.split('\n')) {
         if (!line.startsWith('"'))
             continue;
-        QString word = QString::fromLatin1(line.sliced(1, line.lastIndexOf('"') - 1));
-        QRegularExpressionMatch found;
-        for (qsizetype at = 0; (at = word.indexOf(escape, at, &found)) >= 0; ++at) {
-            const QString digits = found.captured(1);
-            word.replace(at, found.capturedLength(),
-                         digits.isEmpty() ? found.captured(2)
-                                          : QString(QChar(digits.toInt(nullptr, 16))));
+        QByteArray word;
+        for (qsizetype i = 1; i < line.lastIndexOf('"'); ++i) {
+            const bool isNumber = line.at(i) == '\\' && line.at(i + 1) == 'x';
+            i += line.at(i) == '\\';
+            word += isNumber ? QByteArray::fromHex(line.mid(i + 1, 2)) : line.mid(i, 1);
+            i += isNumber ? 2 : 0;
         }
-        words.append(word.toLatin1());
+        words.append(word);
     }
     return words;
 }

@@ -177,7 +177,7 @@ class TestTextLayout : public QObject
 private Q_SLOTS:
     void likeTheReference()
     {
-        runSequences("Texts", 50, 60, [](Sequence &any) {
+        runSequences("Texts", 30, 60, [](Sequence &any) {
             while (any.next()) {
                 const Request request = anyRequest(any);
                 const ReferenceLayout expected(request.text, testFont(), request.blocks,
