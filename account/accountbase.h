@@ -415,10 +415,10 @@ private:
     AccountSettingModel *m_accountSettingModel;
     QString m_userStatusDataPath;
     QString m_userCacheDataPath;
-    qint64 m_pathId = 0; // of the directories below
+    qint64 m_pathId = 0; // the id in the directories above
     QString m_storePath; // directory of the store that is open or has unwritten changes
     std::atomic_bool m_storeEntered = false; // the open store belongs to this id
-    qint64 m_personId = 0;                   // of the details; 0: none, or a first sign-in
+    qint64 m_personId = 0;                   // owner of the details; 0: none, or signing in
     bool m_inSession = false;
     bool m_userInfoWaits = false; // phone and country code wait to be stored
     const std::shared_ptr<Mailbox> m_mailbox;

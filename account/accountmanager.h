@@ -108,9 +108,9 @@ public:
     /// AppSettingModel::releaseInstance() afterwards. Takes at most 5 s for each account (see
     /// AccountBase::closeStorage()), in addition to the application's own release(), 2 s for tasks
     /// that still run in the reset pool, and 3 s for the file transfer thread unless it was
-    /// abandoned before. Whatever takes longer is abandoned, with a log line. Must not be called by
-    /// a handler of one of the manager's signals, since it deletes the manager; a call by a handler
-    /// of its own signals has no effect.
+    /// abandoned before. Whatever takes longer is abandoned, with a log line. A handler of one of
+    /// the manager's signals must not call it, since it deletes the manager; but handlers of
+    /// signals that it emits itself may call it again, without effect.
     static void releaseInstance();
 
     /// Restores the stored accounts, the last current one first; offers a login account when there

@@ -11,7 +11,7 @@
 #include <utility>
 
 /// The values of one store in memory, written through in the background. A change made while no
-/// store is open stays in memory only, except one made through an Access.
+/// store is open stays in memory only, except rows that are put through an Access.
 ///
 /// A change belongs to the store that was open when it was made: each store has its own writer, and
 /// leaving a store discards its writer together with the changes that it could not write.

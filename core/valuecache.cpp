@@ -53,7 +53,7 @@ bool isSame(const QVariant &a, const QVariant &b)
     default:
         break;
     }
-    // Fractions, points, lists of fractions: equal if their bytes are.
+    // Fractions, points, lists of fractions: equal if their bytes are equal.
     const auto bytes = [](const QVariant &value) {
         QByteArray result;
         QDataStream stream(&result, QIODevice::WriteOnly);

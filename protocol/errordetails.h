@@ -19,7 +19,7 @@ MODELBASE_EXPORT const google::protobuf::Message *errorDetailPrototype(int code)
 
 /// The record in the detail bytes of a failed call, or null when there is none.
 ///
-/// For a code with its own record the bytes are that record (zero bytes are one whose fields all
+/// For a code with its own record the bytes are that record (no bytes are one whose fields all
 /// have their defaults), unless they are an im::SystemErrorData: only a description, of printable
 /// characters, which is not a dialog's id. For every other code, also unknown ones, they are an
 /// im::SystemErrorData if they hold a description. Success has no record. Bytes that cannot be

@@ -66,9 +66,9 @@ Q_SIGNALS:                                                                      
 /// Failures of the store are logged; the write is repeated with the next change. A power cut may
 /// undo the latest changes, see AppSettingModel::flush().
 ///
-/// Thread: getters and setters of rows, getValue() and setValue() may be called from any thread; the
-/// two shared maps, the tags, loading and flush() belong to the account's thread. Signals are
-/// emitted on the calling thread, outside of locks.
+/// Thread: getters and setters of rows, getValue() and setValue() may be called from any thread;
+/// the two shared maps, the tags, loading and flush() belong to the account's thread. Signals are
+/// emitted on the calling thread, without a lock.
 ///
 /// Owned by the account; QML never deletes it.
 class MODELBASE_EXPORT AccountSettingModel : public SettingModelBase, public ModelBase

@@ -320,7 +320,7 @@ std::optional<FolderMove::Result> FolderMove::copyContent(const QString &from, c
     const bool same = out.resize(written) && in.seek(0) && out.seek(0) && hasSameContent(in, out);
     if (!same && !m_advance(0))
         return Cancelled;
-    // Permissions that the target's file system lacks keep its defaults.
+    // Ignore failures: the target's file system may not support these attributes.
     if (!(in.permissions() & QFile::WriteOwner))
         out.setPermissions(QFile::ReadOwner);
     out.setFileTime(in.fileTime(QFile::FileBirthTime), QFile::FileBirthTime);

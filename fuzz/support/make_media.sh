@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Encodes the seeds of the targets "audio" and "video": one small file of each kind that the recorded
-# feeds have none of. Needs ffmpeg. Builds and runs use the committed files.
+# Encodes the seeds of the targets "audio" and "video": one small file of each kind that the
+# recorded feeds lack. Needs ffmpeg. Builds and runs use the committed files.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 

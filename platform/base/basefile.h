@@ -38,7 +38,7 @@ public:
         DownloadPaused = 7,
         Local = 8,    ///< made on this device; nothing to transfer
         Uploaded = 9, ///< sent from this device, and the source still exists
-        Missing = 10, ///< was Downloaded or Uploaded, but is in neither place
+        Missing = 10, ///< was Downloaded or Uploaded; neither file nor cached copy exists
         UploadPaused = 11,
     };
     Q_ENUM(FileState)

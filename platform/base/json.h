@@ -17,8 +17,8 @@
 /// parsing.
 ///
 /// Input that cannot be read or written (not JSON, not an object or list at the top, nested deeper
-/// than 1024 levels) gives an empty result and one log line, without any of the content. Zero bytes
-/// are an empty map or list, without a log line. Reentrant.
+/// than 1024 levels) gives an empty result and one log line, without any of the content. An empty
+/// input is an empty map or list, without a log line. Reentrant.
 
 MODELBASE_BASE_EXPORT QByteArray mapToJson(const QVariantMap &map);
 MODELBASE_BASE_EXPORT QVariantMap jsonToMap(const QByteArray &json);

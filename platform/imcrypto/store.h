@@ -81,8 +81,8 @@ public:
     ~Store();
 
     /// Gets the master key, creating it if neither a key nor a sealed row exists, and tests it on
-    /// the stored rows. If it is unavailable, missing or wrong, the rows and the state stay
-    /// unchanged until the next call of this or of close(). Call it also when `storage` has been
+    /// the stored rows. If it is unavailable, missing or wrong, the rows stay as they are, and the
+    /// state stays until the next call of this or of close(). Call it also when `storage` has been
     /// opened on another database.
     State open();
     /// The result of the last attempt to open. It was logged unless it is Ready or Opening.

@@ -35,7 +35,7 @@ public:
 
     static void info(const QString &text);
     static void error(const QString &text);
-    /// Also writes the line to the Qt debug log, filtered by `category`, as info or as warning.
+    /// Also writes the line to the Qt debug log, filtered by `category`, as debug or as warning.
     static void info(const QLoggingCategory &category, const QString &text);
     static void error(const QLoggingCategory &category, const QString &text);
 

@@ -271,7 +271,7 @@ QVariant readStreamed(QDataStream &in, int depth)
 
 QByteArray bytesOf(const SQLite::Column &column)
 {
-    // SQLite gives no address for zero bytes, but an empty byte array is not a null one.
+    // SQLite gives no address for an empty value, but an empty byte array is not a null one.
     const void *data = column.getBlob();
     return data ? QByteArray(static_cast<const char *>(data), column.getBytes()) : QByteArray("");
 }

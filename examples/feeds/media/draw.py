@@ -1,4 +1,4 @@
-"""Draws the pictures and composes the sounds of make.sh into the directory named."""
+"""Draws the pictures and composes the sounds for make.sh into the given directory."""
 
 import math
 import random
@@ -35,7 +35,7 @@ def ridge(draw, size, base, height, seed, colour):
 
 
 def landscape(size, sun=0.3):
-    """A lake below hills; `sun` in 0..1 is how far it has come up."""
+    """A lake below hills; `sun` in 0..1 is the height of the sun."""
     w, h = size
     random.seed(7)  # the same trees and waves in every frame
     image = gradient(size, blend((40, 60, 120), (90, 160, 220), sun),
@@ -61,7 +61,7 @@ def landscape(size, sun=0.3):
 
 
 def cover(side):
-    """Rings, as on the sleeve of a record."""
+    """Rings, as on a record sleeve."""
     image = gradient((side, side), (34, 28, 70), (190, 70, 100))
     draw = ImageDraw.Draw(image)
     for i in range(9, 0, -1):
@@ -136,7 +136,7 @@ RATE = 24000
 
 
 def tune(path, notes, beat):
-    """Notes in half-tones from A4 (None is a rest), plucked, one after the other."""
+    """Notes in half-tones from A4 (None is a rest), plucked in sequence."""
     samples = [0.0] * int(RATE * (len(notes) * beat + 0.4))
     for i, note in enumerate(notes):
         if note is None:

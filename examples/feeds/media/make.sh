@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Draws, composes and encodes the files in this directory. Needed on Debian:
 #   apt-get install ffmpeg imagemagick webp python3-pil fonts-dejavu-core
-# Encoders differ from one version to the next, so the bytes may too; what the tests rely on does not.
+# Other versions of the encoders may write other bytes, but the properties that tests rely on stay.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
@@ -34,7 +34,7 @@ encode -i "$work/song.wav" -c:a aac -b:a 24k -metadata title="Lakeside" -metadat
 encode -i "$work/plain.m4a" -i "$work/cover.png" -map 0 -map 1 -c copy \
     -disposition:v:0 attached_pic lakeside.m4a
 
-# What travels within the messages, to be shown until the files are there.
+# The small images within messages, shown until the files arrive.
 mkdir -p thumbs
 encode -ss 1 -i sunrise.mp4 -frames:v 1 "$work/sunrise.png"
 thumbnail() {
@@ -53,7 +53,7 @@ Packing for Saturday
 - Ключ от лодки — у Зои
 TEXT
 
-# A one-page document, written out by hand; the table of offsets is what takes the care.
+# A one-page document, written by hand; its table of offsets must be exact.
 python3 - timetable.pdf <<'PYTHON'
 import sys
 lines = ["Boat timetable", "", "Pier      07:30   10:30   14:00   18:15",

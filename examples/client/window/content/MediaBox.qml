@@ -18,7 +18,7 @@ Item {
 
     Picture {
         anchors.fill: parent
-        // For a video, the thumbnail is shown.
+        // Of a video only a frame is shown.
         file: box.video ? null : box.item?.sourceFile ?? null
         thumbnail: box.item?.thumbnailFile ?? null
         thumbBytes: box.item?.thumbNail ?? new ArrayBuffer(0)
