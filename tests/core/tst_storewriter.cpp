@@ -5,9 +5,11 @@
 #include "storage/settingstorage.h"
 #include "storage/userstorageprovider.h"
 #include "support/loglines.h"
+#include "support/powercut.h"
 #include "support/stuckdisk.h"
 
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QSemaphore>
 #include <QTemporaryDir>
@@ -24,7 +26,11 @@ class TestStoreWriter : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void initTestCase() { StuckDisk::install("/global.db"); }
+    void initTestCase()
+    {
+        PowerCut::install();
+        StuckDisk::install("/global.db");
+    }
     void init()
     {
         QVERIFY(m_provider.open());
@@ -104,6 +110,18 @@ private Q_SLOTS:
     void whatIsNotOnTheDiskIsNotConfirmed()
     {
         StoreWriter writer(*storage());
+        m_provider.close();
+        writer.save({u"a"_s, 1, {}});
+        QVERIFY(m_provider.open());
+        writer.allInfos(); // which writes it
+        const QTemporaryDir left;
+        QVERIFY(PowerCut::copy(QFileInfo(m_provider.filePath()).path().toStdString() + '/',
+                               left.path().toStdString() + '/'));
+        storage::GlobalStorageProvider next;
+        next.setDirectory(left.path());
+        QVERIFY(next.open());
+        QCOMPARE(next.settingStorage()->allInfos().size(), 1);
+
         StuckDisk::failsToSync = true;
         writer.save({u"a"_s, 2, {}});
         QVERIFY(!writer.flush());

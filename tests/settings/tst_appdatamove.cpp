@@ -7,6 +7,7 @@
 #include "storage/settingstorage.h"
 
 #include "support/facts.h"
+#include "support/powercut.h"
 #include "support/sequences.h"
 
 #include <QGuiApplication>
@@ -503,6 +504,35 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(m_home->path() + u"/unplugged"_s));
     }
 
+    // A power cut takes what was not synced. The file systems are two.
+    void tellsTheDiskFirst()
+    {
+        fillMedia(source(), 14);
+        const qsizetype count = readMedia(source()).files.size();
+        QString storedPath;
+        qsizetype storedMoved = -1;
+        const QString directory = QFileInfo(settings()->globalStorage()->filePath()).path() + u'/';
+        std::thread witness([&] {
+            while (readMedia(source()).files.size() == count)
+                QThread::usleep(200);
+            PowerCut::copy(directory.toStdString(), m_home->path().toStdString() + '/');
+            storage::GlobalStorageProvider store;
+            store.setDirectory(m_home->path());
+            store.open();
+            for (const storage::Row &row : store.settingStorage()->allInfos()) {
+                if (row.key == u"cache_data_path"_s)
+                    storedPath = row.value.toString();
+                if (row.key == u"moved_data_info"_s)
+                    storedMoved = row.value.toByteArray().count("true");
+            }
+        });
+        const bool ok = moveAll(target());
+        witness.join();
+        QVERIFY(ok);
+        QCOMPARE(storedPath, target());
+        QVERIFY(storedMoved >= 0);
+    }
+
     // Where a place of media leads that is stored.
     void storedPaths()
     {
@@ -653,6 +683,7 @@ int main(int argc, char *argv[])
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() == 3)
         return moveAsChild(arguments.at(1), arguments.at(2));
+    PowerCut::install();
     TestAppDataMove test;
     return QTest::qExec(&test, argc, argv);
 }
