@@ -58,7 +58,7 @@ private Q_SLOTS:
 
     void keysAndTypes()
     {
-        static const QRegularExpression macro(u"^    (DATA_INFO\\w*)\\(([^)]*)\\)"_s,
+        static const QRegularExpression macro(u"^    MODELBASE_(DATUM\\w*)\\(([^)]*)\\)"_s,
                                               QRegularExpression::MultilineOption);
         static const QRegularExpression separator(u"[, \"]+"_s);
         QStringList found;
