@@ -40,8 +40,8 @@ class Content;
 MODELBASE_EXPORT QSharedPointer<ContentItem> makeContentItem(const std::string &bytes, int version,
                                                              int source, AccountBase *account);
 /// From the map that serializeContent() makes: the first map of its list "content". One whose
-/// "type" is missing or unknown becomes a SystemItem, as which the oldest records were stored; so do
-/// combined messages, which restoreContent() reads.
+/// "type" is missing or unknown becomes a SystemItem, as which the oldest records were stored; so
+/// do combined messages, which restoreContent() reads.
 MODELBASE_EXPORT QSharedPointer<ContentItem> makeContentItem(const QMap<QString, QVariant> &map,
                                                              int source, AccountBase *account);
 /// From one stored item map, as a content of type `type` (ContentItem::Type).
@@ -52,8 +52,8 @@ MODELBASE_EXPORT QSharedPointer<ContentItem> deserializeContent(const im::conten
                                                                 int source, AccountBase *account);
 /// What a message contains: combined messages (im.Message.combined_messages), or else what `open`
 /// makes of the message. `open` decrypts a message and makes its content (makeContentItem()), null
-/// when it cannot. It is called before this returns: for the message, or for each of those that were
-/// combined and is not itself combined.
+/// when it cannot. It is called before this returns: for the message, or for each of those that
+/// were combined and is not itself combined.
 MODELBASE_EXPORT QSharedPointer<ContentItem>
 makeMessageItem(const im::Message &message,
                 const std::function<QSharedPointer<ContentItem>(const im::Message &message)> &open,
@@ -79,7 +79,7 @@ MODELBASE_EXPORT void serializes(const QSharedPointer<ContentItem> &item, QList<
 /// From the stored form, whatever item it is of: as makeContentItem(), and combined messages, and
 /// groups. Several maps are the members of a group; what no group can hold is left out. A group of
 /// one comes back as its member, and where no member is of any group, as the first map's item.
-/// `version` as with makeContentItem(): above 1 `bytes` are a body, and nothing was stored as a map.
+/// `version` as with makeContentItem(): above 1 `bytes` are a body, and no map was stored.
 MODELBASE_EXPORT QSharedPointer<ContentItem> restoreContent(const std::string &bytes, int version,
                                                             int source, AccountBase *account);
 MODELBASE_EXPORT QSharedPointer<ContentItem> restoreContent(const QMap<QString, QVariant> &map,

@@ -141,8 +141,8 @@ public:
     /// The effect that the message is sent with, im.content.Text.effect; 0: none.
     qint32 effect() const;
     int source() const { return m_source; }
-    /// The rows of buttons below a message: lists of maps {"id", "text"} with "url" (a link to open)
-    /// or "callbackData" (bytes to send back when it is pressed).
+    /// The rows of buttons below a message: lists of maps {"id", "text"} with "url" (a link to
+    /// open) or "callbackData" (bytes to send back when it is pressed).
     QVariantList buttons() const;
     /// The hidden ranges of the text: maps {"from": int, "len": int}, clamped to the text.
     QVariantList spoilers() const;
@@ -184,15 +184,15 @@ public:
     UserTextBlock deserializeEntity(const im::content::TextEntity &entity) const;
     void deserializeText(const im::content::Text &text);
     /// Keeps what the record carries beside the item's own fields, for serialize() to give back.
-    /// Those who make an item of a record do it (the factory, a sticker provider), and setContent().
+    /// Called by setContent(), and by the factory and sticker providers for items made of records.
     void keepRemainder(const im::content::Content &content);
     QList<QVariant> serializeEntities() const;
     /// A mention or custom emoji whose id the protocol cannot carry is written as UNKNOWN, without
     /// an id.
     void serializeEntity(im::content::TextEntity *entity, const UserTextBlock &block) const;
     void serializeText(im::content::Text *text) const;
-    /// Adds the mentioned users to the message that is sent, those whose ids it can carry; a mention
-    /// of everybody sets its mention_all.
+    /// Adds the mentioned users to the message that is sent, those whose ids it can carry; a
+    /// mention of everybody sets its mention_all.
     void serializeMetions(im::Message &message) const;
 
     /// The contents that this one holds: question and options, members. What it mentions, its files

@@ -45,12 +45,12 @@ public:
     Q_ENUM(ParseType)
 
     FileData();
-    /// From a stored map, on top of `base` (which may be null). Id, key, checksum, name and size are
-    /// the map's, empty where it has none; everything else stays where it has none. A path that leads
-    /// nowhere is passed over; a file that is there is Downloaded, unless a state says otherwise,
-    /// and its size is taken from the disk. A media file is found where a data move (AppDataMove)
-    /// has brought it, whatever directory its path names. Where there is no file, a state that says
-    /// there is one becomes Missing, unless the cached copy stands in (exists()).
+    /// From a stored map, on top of `base` (which may be null). Id, key, checksum, name and size
+    /// are the map's, empty where it has none; everything else stays where it has none. A path that
+    /// leads nowhere is passed over; a file that is there is Downloaded, unless a state says
+    /// otherwise, and its size is taken from the disk. A media file is found where a data move
+    /// (AppDataMove) has brought it, whatever directory its path names. Where there is no file, a
+    /// state that says there is one becomes Missing, unless the cached copy stands in (exists()).
     FileData(const QVariantMap &map, ParseType type, const BaseFile *base = nullptr);
     /// A copy of everything but the use count. Of null: an empty record.
     explicit FileData(const FileData *other);
@@ -133,9 +133,9 @@ public:
     /// copy, unless this record's own file is there (exists()). True when it did.
     bool updateFile(const FileData &other);
 
-    /// Whether the recorded file, and no other that has replaced it, is still in its place, or where
-    /// a data move has brought it; then the path is updated. If it is not, the record moves onto
-    /// the cached copy; when that is gone, too, both paths become empty. The state follows:
+    /// Whether the recorded file, and no other that has replaced it, is still in its place, or
+    /// where a data move has brought it; then the path is updated. If it is not, the record moves
+    /// onto the cached copy; when that is gone, too, both paths become empty. The state follows:
     /// Missing, when a file that was Downloaded or Uploaded is gone, Downloaded when the cached
     /// copy stands in, while what concerns an upload stays.
     ///

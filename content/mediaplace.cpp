@@ -91,8 +91,8 @@ QString findMediaFile(const QString &path)
     const QStringList likelyNames = mediaNames(path);
     if (likelyNames.isEmpty())
         return {};
-    // Search the old place first: the directory in use may have a new file of the same name. Farther
-    // back lies what was left when a move was given up.
+    // Search the old place first: the directory in use may have a new file of the same name.
+    // Farther back lies what was left when a move was given up.
     QStringList places = dirs->mediaDirs();
     std::reverse(places.begin(), places.end());
     places += dirs->everyDir();

@@ -45,8 +45,8 @@ public:
     void setPercent(quint8 percent);
 
     using BaseFile::serialize;
-    /// The base record's map with "fileExist", "percent" and "fileName"; also with "photoType" where
-    /// the name does not tell the type, and with "encryptAlgorithm" where there is one.
+    /// The base record's map with "fileExist", "percent" and "fileName"; also with "photoType"
+    /// where the name does not tell the type, and with "encryptAlgorithm" where there is one.
     Q_INVOKABLE QVariantMap serialize() const;
     void serialize(QVariantMap &map) const override;
     void serialize(im::content::FileInfo *info) const;

@@ -10,11 +10,11 @@ class StickerItem;
 /// The sticker provider of an account whose application sets none: one item a sticker, by the id of
 /// its file, as long as somebody holds it.
 ///
-/// A sticker gets an item of its own, which is not shared, when it has no file id, when its body has
-/// more than the sticker itself (buttons, fields of a newer protocol, a text), or when it differs
-/// from the sticker that is shared under the same file id: a message must not change what another
-/// message shows. Only pack ids may differ; the largest one is kept. The items belong to no account,
-/// and their source is 1.
+/// A sticker gets an item of its own, which is not shared, when it has no file id, when its body
+/// has more than the sticker itself (buttons, fields of a newer protocol, a text), or when it
+/// differs from the sticker that is shared under the same file id: a message must not change what
+/// another message shows. Only pack ids may differ; the largest one is kept. The items belong to no
+/// account, and their source is 1.
 ///
 /// Thread: the thread of the account.
 class MODELBASE_EXPORT SharedStickers : public StickerProvider

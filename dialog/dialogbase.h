@@ -196,8 +196,8 @@ Q_SIGNALS:
     void startDestroy();
 
 protected:
-    /// Both sets for storage, as QDataStream writes them: the number of mentions (32 bits) and their
-    /// ids in ascending order (64 bits each), then the same for the reactions.
+    /// Both sets for storage, as QDataStream writes them: the number of mentions (32 bits) and
+    /// their ids in ascending order (64 bits each), then the same for the reactions.
     QByteArray getMentionIdData() const;
 
 private:

@@ -35,12 +35,12 @@ public:
 };
 
 /// Several messages, combined into one and passed on. Made from im.Message, since their contents
-/// travel encrypted inside the message and not in its body: see makeMessageItem(). Combined messages
-/// may hold combined messages, down to four levels and 2000 contents in all; what is beyond is left
-/// out with a log line.
+/// travel encrypted inside the message and not in its body: see makeMessageItem(). Combined
+/// messages may hold combined messages, down to four levels and 2000 contents in all; what is
+/// beyond is left out with a log line.
 ///
-/// Stored keys: "total", "entries" (a list of maps "messageId", "senderId", "isGroup", "senderName",
-/// "time", "item"). restoreContent() reads it back.
+/// Stored keys: "total", "entries" (a list of maps "messageId", "senderId", "isGroup",
+/// "senderName", "time", "item"). restoreContent() reads it back.
 class MODELBASE_EXPORT CombinedItem : public ContentItem
 {
     Q_OBJECT

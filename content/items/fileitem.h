@@ -88,10 +88,10 @@ public:
     bool uploadFailed() const { return uploadState() == UploadFailed; }
 
     /// Makes a thumbnail from the file where it is a picture, a video or music with a cover that
-    /// lies on this device, and has none yet or lost the one that was made here. The image goes into
-    /// the account's directory for media, without an account into that for temporary files. For a
-    /// file that is to be uploaded the thumbnail is to be uploaded, too, and a preview is put into
-    /// thumbNail(); otherwise the thumbnail stays on this device.
+    /// lies on this device, and has none yet or lost the one that was made here. The image goes
+    /// into the account's directory for media, without an account into that for temporary files.
+    /// For a file that is to be uploaded the thumbnail is to be uploaded, too, and a preview is put
+    /// into thumbNail(); otherwise the thumbnail stays on this device.
     ///
     /// The work is done on the thread pool (ThreadManager::run()). Ends with thumbnailCaptured() on
     /// the item's thread, unless the item is gone by then; before this returns where there is

@@ -15,8 +15,8 @@
 QSharedPointer<FileData> storedFile(const QVariantMap &map,
                                     FileData::ParseType type = FileData::ParseType::Source);
 
-/// A record of a file on this device that is to be uploaded: with a fresh key, name, size and times.
-/// Null, with a log line, when there is no regular file that can be read.
+/// A record of a file on this device that is to be uploaded: with a fresh key, name, size and
+/// times. Null, with a log line, when there is no regular file that can be read.
 QSharedPointer<FileData> fileForUpload(const QString &path, int fileType);
 /// A record of an image that is shown on this device only. Null, with a log line, when there is no
 /// regular file that can be read.

@@ -93,7 +93,7 @@ namespace Inner
 {
 /// An item for each of `items`: copies, but for what the factory does not copy.
 ItemList copies(const ItemList &items);
-/// The size of an item in a row: its text in the theme's font, never as large emoji; empty for null.
+/// The size of an item in a row: its text in the theme's font, never large emoji; empty for null.
 QSize rowSize(const QSharedPointer<ContentItem> &item, int &lineCount, int maxWidth, bool inThread);
 
 /// Gadgets for QML.

@@ -7,8 +7,8 @@
 /// A place on a map.
 ///
 /// The stored map has "longitude", "latitude", "place", "address" and "gps" after the keys of
-/// MediaFileItem. Coordinates may be anything and are kept as they came; of a number that JSON has no
-/// form for, the bits are stored ("0x7ff8000000000000"). "gps" is for readers of the map.
+/// MediaFileItem. Coordinates may be anything and are kept as they came; of a number that JSON has
+/// no form for, the bits are stored ("0x7ff8000000000000"). "gps" is for readers of the map.
 class MODELBASE_EXPORT LocationItem : public MediaFileItem
 {
     Q_OBJECT

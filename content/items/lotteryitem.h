@@ -40,8 +40,8 @@ public:
     QString text() const { return contentItem() ? contentItem()->content() : QString(); }
     ContentItem *contentItem() const { return content.toStrongRef().data(); }
 
-    /// The lottery's own, and gone with it: what QML keeps of this value keeps no content. Null for a
-    /// kind of content that this version cannot show.
+    /// The lottery's own, and gone with it: what QML keeps of this value keeps no content. Null for
+    /// a kind of content that this version cannot show.
     QWeakPointer<ContentItem> content;
     int quantity = 0; ///< how often it can be drawn
     int drawn = 0;    ///< how often it was, among the shares that are known
@@ -49,8 +49,8 @@ public:
     bool operator==(const LotteryPrize &) const = default;
 };
 
-/// A red packet (money that is shared out) or a prize draw. The body has title and prizes, which are
-/// the item's options; how it goes comes beside it, as im.Lottery.
+/// A red packet (money that is shared out) or a prize draw. The body has title and prizes, which
+/// are the item's options; how it goes comes beside it, as im.Lottery.
 ///
 /// Amounts are whole numbers of the currency's smallest unit, exact over all 64 bits, also in their
 /// text and stored forms. Of what comes from outside, negative amounts and numbers count as 0, and

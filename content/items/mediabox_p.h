@@ -20,14 +20,14 @@ constexpr int leastRowWidth = 160;
 int messageWidth(int maxWidth, bool inThread);
 
 /// The height that media may take: half of what the primary screen has for windows, so that a
-/// picture, what was said before it and the answer are seen together. Without a screen, and on other
-/// threads before the first call on the application's, half of 1080.
+/// picture, what was said before it and the answer are seen together. Without a screen, and on
+/// other threads before the first call on the application's, half of 1080.
 int greatestHeight();
 
 /// The size at which something that is `natural` large is shown within `maxWidth` and
 /// greatestHeight(). It is made smaller to fit, and larger only up to leastSide, in its own
-/// proportions; where they do not let both sides be within the limits (100,000 x 1), the limits win,
-/// and a view crops or letterboxes. A natural size that is none (0, negative) gives a square.
+/// proportions; where they do not let both sides be within the limits (100,000 x 1), the limits
+/// win, and a view crops or letterboxes. A natural size that is none (0, negative) gives a square.
 QSize box(QSize natural, int maxWidth);
 
 /// The size of a content whose parts, one of which may be empty, stand one above the other.

@@ -20,8 +20,8 @@ public:
     /// Whether an item can be a member: images and videos.
     static bool canHold(const ContentItem &item);
 
-    /// The members' grid with the caption below. As wide as the view gives, but for a single member,
-    /// which has its own proportions. No cell is too small to be tapped.
+    /// The members' grid with the caption below. As wide as the view gives, but for a single
+    /// member, which has its own proportions. No cell is too small to be tapped.
     QSize calcContentSize(int &lineCount, int maxWidth, int maxRowCount, bool inThread) override;
 
 protected:

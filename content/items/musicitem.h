@@ -4,8 +4,8 @@
 
 /// A piece of music.
 ///
-/// The stored map has "duration" after the keys of FileItem, and "title" and "author" where they are
-/// not empty.
+/// The stored map has "duration" after the keys of FileItem, and "title" and "author" where they
+/// are not empty.
 class MODELBASE_EXPORT MusicItem : public FileItem
 {
     Q_OBJECT

@@ -19,8 +19,8 @@ class FileItem;
 ///
 /// The application uploads the files of FileItem::getFile(), telling each record how far it is
 /// (BaseFile::setFileState(), FileData::updateTransferProgress()) and the id that the server gave
-/// it (FileData::update()); then the item serializes the body to send, and from then on the account's
-/// other items share the records.
+/// it (FileData::update()); then the item serializes the body to send, and from then on the
+/// account's other items share the records.
 ///
 /// Reads the beginning of the file. Null, with a log line, when it is no regular file that can be
 /// read, when a picture or a video is none, or for another type.

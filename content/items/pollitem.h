@@ -147,9 +147,9 @@ public:
     /// Takes over settings and results. Results older than those held are left out. False, and no
     /// change, when it is the record of another poll.
     bool setPollInfo(const im::PollInfo &info);
-    /// Takes over results. What a notice to everybody leaves out stays: this user's votes, the right
-    /// answers and the comment. False, and no change, for results that are older than those held,
-    /// or of another poll.
+    /// Takes over results. What a notice to everybody leaves out stays: this user's votes, the
+    /// right answers and the comment. False, and no change, for results that are older than those
+    /// held, or of another poll.
     bool updateResult(const im::PollResult &result);
     /// Writes settings and results, with the comment encrypted.
     void pollInfo(im::PollInfo *info) const;
@@ -168,8 +168,8 @@ public:
     /// Question and options.
     QList<QSharedPointer<ContentItem>> innerItems() const override;
 
-    /// The question, a line about the kind of poll, a row each option (its text beside the column of
-    /// percentages, a bar below), and a line for votes or button.
+    /// The question, a line about the kind of poll, a row each option (its text beside the column
+    /// of percentages, a bar below), and a line for votes or button.
     QSize calcContentSize(int &lineCount, int maxWidth, int maxRowCount, bool inThread) override;
 
 Q_SIGNALS:

@@ -92,10 +92,10 @@ public:
     void deserialize(const Map &map) override;
     /// Updates from a record. The pack id never decreases: the larger one stays.
     void deserialize(const im::content::Sticker &sticker);
-    /// Updates from the record of a favourite sticker, whose keys are other ones: "pid", "shortcut",
-    /// "hint", "w", "h", "upload_user_id", "fileid" or "fileId", "aeskey" or "aesKey", "filemd5" or
-    /// "fileMd5", "size", "fileType", and of the animated picture "a_fileid", "a_aeskey",
-    /// "a_filemd5", "a_size", "a_w", "a_h", "a_fileType". The pack id never decreases.
+    /// Updates from the record of a favourite sticker, whose keys are other ones: "pid",
+    /// "shortcut", "hint", "w", "h", "upload_user_id", "fileid" or "fileId", "aeskey" or "aesKey",
+    /// "filemd5" or "fileMd5", "size", "fileType", and of the animated picture "a_fileid",
+    /// "a_aeskey", "a_filemd5", "a_size", "a_w", "a_h", "a_fileType". The pack id never decreases.
     void deserializeFavorite(const Map &map);
     using ContentItem::setContent;
     void setContent(const im::content::Content &content) override;

@@ -19,8 +19,8 @@ class SystemAlert;
 /// The item keeps the alert's protocol record whole, stored under "alert" (Base64); a system item's
 /// map has no "type". Older maps have "sysType" instead, the alert's type alone, and perhaps a text
 /// under "content". The owner can give the item the application's own objects for the people, whose
-/// names, as the account knows them, then stand in the sentence; they are not owned, not stored, and
-/// may go away at any time.
+/// names, as the account knows them, then stand in the sentence; they are not owned, not stored,
+/// and may go away at any time.
 class MODELBASE_EXPORT SystemItem : public ContentItem
 {
     Q_OBJECT
@@ -64,7 +64,7 @@ public:
 
     const im::content::SystemAlert &info() const { return *m_info; }
     void setInfo(const im::content::SystemAlert &info);
-    /// Whether an alert has all that its sentence speaks of: a type that this version knows, who did
+    /// Whether an alert has all parts of its sentence: a type that this version knows, who did
     /// it, whom or what it is about. The sentence of any other is a general one ("Someone joined").
     static bool checkSystemAlert(const im::content::SystemAlert &alert);
 

@@ -72,8 +72,8 @@ class TestThreadManager : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        // At the end of the process, when the manager is no more; as everything else, an error there
-        // ends it with a code.
+        // At the end of the process, when the manager is no more; as everything else, an error
+        // there ends it with a code.
         connect(manager(), &QObject::destroyed, [] {
             int run = 0;
             ThreadManager::invoke([&] { ++run; }, true);
@@ -134,7 +134,7 @@ private Q_SLOTS:
 
     void laterTasks()
     {
-        // Also without an application; and those that are not due yet are not waited for at the end.
+        // Also without an application; the end does not wait for those that are not due yet.
         QVERIFY(!ThreadManager::invokeLater([] {}, 0));
         manager()->init();
         QElapsedTimer timer;

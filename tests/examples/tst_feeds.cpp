@@ -56,7 +56,7 @@ private Q_SLOTS:
         QVERIFY(read(whole.first(8) + QByteArray::fromHex("0000003effffffff"), error).isEmpty());
         QVERIFY(error.contains(u"4294967295"));
 
-        // Wherever it is cut off or a bit is wrong: the frames before that, and the number of the next.
+        // Cut off, or with a wrong bit: the frames before that, and the number of the next.
         for (qsizetype at = 0; at < whole.size(); ++at) {
             QByteArray flipped = whole;
             flipped[at] = char(flipped[at] ^ (1 << (at % 8)));

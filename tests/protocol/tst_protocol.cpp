@@ -168,8 +168,8 @@ private Q_SLOTS:
             const auto *prototype = protocol::notificationPrototype(types->value(i)->number());
             if (!prototype)
                 continue;
-            // "MESSAGE_DRAFT_UPDATED" carries MessageDraftNotif, all others bear the same name but for
-            // the endings.
+            // "MESSAGE_DRAFT_UPDATED" carries MessageDraftNotif, all others bear the same name but
+            // for the endings.
             const std::string type = folded(types->value(i)->name());
             std::string record = folded(prototype->GetDescriptor()->name());
             if (record.ends_with("notif"))

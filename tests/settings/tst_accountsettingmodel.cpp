@@ -359,7 +359,7 @@ private Q_SLOTS:
         QCOMPARE(model().queryTagInfo(u""_s).constLast(), 79);
     }
 
-    /// Lines of what an older version stored | what is the machine's then | what stays the account's.
+    /// An older version's rows | what becomes the machine's | what stays the account's.
     void olderSettings()
     {
         QFile file(QFINDTESTDATA("oldersettings.txt"));

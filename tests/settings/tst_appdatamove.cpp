@@ -391,7 +391,7 @@ private Q_SLOTS:
         QVERIFY(!comesBack || (signIn() && !QFileInfo::exists(store + u"/other"_s)));
         const QByteArray left = settings()->value(u"left_stores"_s, {}).toByteArray();
         settings()->setValue(u"left_stores"_s, listToJson(jsonToList(left) << u"music"_s), true);
-        // What the wipe did not leave is no business of the next start, nor is what is no account's.
+        // The next start removes only what the wipe left, and only what belongs to accounts.
         const QString others[] = {source() + u"777/userstatus/account.db"_s,
                                   source() + u"music/kept"_s};
         for (const QString &other : others)

@@ -332,7 +332,7 @@ private Q_SLOTS:
         QCOMPARE(storedRows().value(u"upgrade"_s).value, u"2.0"_s);
         QCOMPARE(storedRows().value(u"upgrade"_s).remark, u"faster"_s);
 
-        // Without a choice it is what the application has of the system's, which is de_AT: see main().
+        // Without a choice, what the application has of the system's, which is de_AT: see main().
         model()->reset();
         for (const QString &known : {u"de_DE"_s, u"de_AT"_s}) {
             app()->setProperty("availableLanguages", QStringList{u"en_US"_s, known});
@@ -441,7 +441,7 @@ private Q_SLOTS:
         model()->consoleOptions();
         QVERIFY(!debugEnabled("im.ui"));
 
-        // A new category is stored, but comes into force with the next reading; a known one at once.
+        // A new category comes into force with the next reading, a known one at once.
         QSignalSpy changed(model(), &AppSettingModel::consoleOptionsChanged);
         model()->changeConsoleOption(u"im.custom"_s, false);
         QVERIFY(debugEnabled("im.ui") && debugEnabled("im.custom"));

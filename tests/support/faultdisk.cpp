@@ -119,8 +119,8 @@ public:
         change.sizeBefore = now.st_size;
         const auto [known, isNew] = m_open.try_emplace(now.st_ino);
         if (isNew) {
-            // Another one than the caller's, which may be closed, and closing which would drop locks:
-            // only at the very end. Not for writing: what is written to is not moved.
+            // Another one than the caller's, which may be closed, and closing which would drop
+            // locks: only at the very end. Not for writing: what is written to is not moved.
             const std::string path = "/proc/self/fd/" + std::to_string(file);
             REAL(open64);
             known->second = real_open64(path.c_str(), O_RDONLY | O_CLOEXEC);

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <utility>
 
-/// Takes the log lines of every category, or of one, while it lives, and keeps all off the terminal.
+/// Takes the log lines of every category, or of one, while it lives; none reaches the terminal.
 class LogLines
 {
 public:

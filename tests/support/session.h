@@ -14,8 +14,8 @@
 #include <functional>
 #include <vector>
 
-/// A session that stores and tells what is safe, as a process of its own that comes to a sudden end;
-/// and what the next start must find.
+/// A session that stores and tells what is safe, as a process of its own that comes to a sudden
+/// end; and what the next start must find.
 namespace session
 {
 

@@ -11,10 +11,10 @@
 using namespace Qt::StringLiterals;
 
 /// Writes down what a settings model is, one line a property and a method: each property is set and
-/// reset as an application does it, on a real store. The text is compared with a file beside the test:
-/// stored data and QML code in the field depend on each word of it.
+/// reset as an application does it, on a real store. The text is compared with a file beside the
+/// test: stored data and QML code in the field depend on each word of it.
 ///
-///   name type = default | key as stored type | signature of the signal, what it carried | what is odd
+///   name type = default | key as stored type | signal, with what it carried | what is odd
 class SettingTable
 {
 public:

@@ -222,8 +222,8 @@ private Q_SLOTS:
         }
     }
 
-    /// They do not make the height depend on which fonts are loaded by then: the second line is in need
-    /// of one that has glyphs for those in the first one.
+    /// They do not make the height depend on which fonts are loaded by then: the second line is in
+    /// need of one that has glyphs for those in the first one.
     void controlCharacters()
     {
         const Request request{.text = u"ly\x05\0f\n\x7f"_s, .rowLimit = 1};

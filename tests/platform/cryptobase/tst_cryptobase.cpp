@@ -161,8 +161,8 @@ private Q_SLOTS:
         second = SecureBytes(QByteArray("second"));
         QCOMPARE(QByteArray(second), QByteArray("second"));
 
-        // What is left behind, looked at in the next allocation of that size: the allocator hands out
-        // the block freed last. Cut at both ends, so that the secret lies outside what is in use, too.
+        // Looks at what is left in the next allocation of that size: the allocator hands out
+        // the block freed last. Cut at both ends, so that the secret is also outside the used part.
         QByteArray doomed(200, 'S');
         doomed.remove(0, 40);
         doomed.chop(40);

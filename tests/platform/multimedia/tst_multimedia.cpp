@@ -133,8 +133,8 @@ class tst_Multimedia : public QObject
     }
 
 private Q_SLOTS:
-    /// Of raw streams only those who walk through them know how long they are: tone.aac is silent for
-    /// three of its seconds.
+    /// Of raw streams only those who walk through them know how long they are: tone.aac is silent
+    /// for three of its seconds.
     void albums()
     {
         for (const QString &line : facts(u"albums.txt"_s)) {

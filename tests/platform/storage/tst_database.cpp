@@ -179,8 +179,8 @@ class tst_Database : public QObject
 private Q_SLOTS:
     void init() { m_directory = std::make_unique<QTemporaryDir>(); }
 
-    /// Whatever a disk, or a process that was killed, left of it: each row that is not on a lost page
-    /// is there, and a damaged file lies beside.
+    /// Whatever a disk, or a process that was killed, left of it: each row that is not on a lost
+    /// page is there, and a damaged file lies beside.
     void opensWhatIsLeft()
     {
         runSequences("Files", 120, 1, [this](Sequence &sequence) {
