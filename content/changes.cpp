@@ -10,10 +10,10 @@ thread_local Change *innermost = nullptr;
 } // namespace
 
 Change::Change(ContentItem *item, const QMetaObject *watched)
-    : m_item(item), m_watched(watched), m_enclosing(std::exchange(innermost, this))
+    : m_own{item, {}, false}, m_watched(watched), m_enclosing(std::exchange(innermost, this))
 {
-    for (const Change *each = m_enclosing; each; each = each->m_enclosing) {
-        if (each->m_item != item)
+    for (const Change *each = m_enclosing; each && !each->m_isFiring; each = each->m_enclosing) {
+        if (each->m_own.item != item)
             continue;
         m_outermost = each->m_outermost;
         m_isWatched = m_isWatched || each->m_watched->inherits(watched);
@@ -22,20 +22,47 @@ Change::Change(ContentItem *item, const QMetaObject *watched)
 
 void Change::finish()
 {
+    Change *root = this; // the outermost of any item
+    while (root->m_enclosing && !root->m_enclosing->m_isFiring)
+        root = root->m_enclosing;
+    if (m_outermost == this && root != this) {
+        root->m_others.push_back(std::move(m_own));
+    } else if (root == this) {
+        m_isFiring = true;
+        for (Signals &other : m_others)
+            other.fire();
+        m_own.fire();
+    }
     innermost = m_enclosing;
-    if (m_outermost != this)
-        return;
-    for (const Emit emitOne : m_signals)
-        emitOne(*m_item);
-    if (m_needsSize)
-        Q_EMIT m_item->needRecalcSize();
 }
 
 void Change::add(Emit changed)
 {
-    auto &list = m_outermost->m_signals;
+    auto &list = m_outermost->m_own.emits;
     if (!list.contains(changed))
         list.append(changed);
+}
+
+void Change::forget(const ContentItem *item)
+{
+    for (Change *each = innermost; each; each = each->m_enclosing) {
+        if (each->m_own.item == item)
+            each->m_own.item = nullptr;
+        for (Signals &other : each->m_others) {
+            if (other.item == item)
+                other.item = nullptr;
+        }
+    }
+}
+
+void Change::Signals::fire()
+{
+    for (const Emit emitOne : emits) {
+        if (item)
+            emitOne(*item);
+    }
+    if (needsSize && item)
+        Q_EMIT item->needRecalcSize();
 }
 
 bool TextRanges::operator==(const TextRanges &other) const

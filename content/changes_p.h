@@ -10,6 +10,7 @@
 #include <type_traits>
 #include <utility>
 #include <variant>
+#include <vector>
 
 /// The table of a class of items, to be specialised beside the class (see fields_p.h):
 /// - `Base`, the class whose table goes before,
@@ -19,6 +20,8 @@ template <typename Item>
 struct Fields;
 
 /// A change of one item, which may be made of several: their signals fire when the outermost ends.
+/// An item that changes as part of another fires when that one ends, before it. A handler may
+/// delete any of them: what is left of its signals does not fire.
 class Change
 {
 public:
@@ -29,25 +32,37 @@ public:
     /// Has a signal fire, once.
     void add(Emit changed);
     /// Has needRecalcSize() fire, after all others.
-    void addResize() { m_outermost->m_needsSize = true; }
+    void addResize() { m_outermost->m_own.needsSize = true; }
+
+    /// To be called when an item is destroyed.
+    static void forget(const ContentItem *item);
 
 protected:
     Change(ContentItem *item, const QMetaObject *watched);
     ~Change() = default;
 
+    bool isItemAlive() const { return m_own.item; }
     /// Whether one that is under way already compares the fields of this class.
     bool isWatched() const { return m_isWatched; }
-    /// Ends the change. Fires the signals of the outermost one.
+    /// Ends the change. Fires the signals if no change encloses it.
     void finish();
 
 private:
-    ContentItem *const m_item;
+    struct Signals {
+        ContentItem *item; ///< null once it is destroyed
+        QVarLengthArray<Emit, 8> emits;
+        bool needsSize;
+
+        void fire();
+    };
+
+    Signals m_own; ///< of the outermost
     const QMetaObject *const m_watched; ///< the class whose fields are compared
     Change *const m_enclosing;          ///< of this or another item of the thread
     Change *m_outermost = this;         ///< of this item
     bool m_isWatched = false;
-    bool m_needsSize = false;
-    QVarLengthArray<Emit, 8> m_signals; ///< of the outermost
+    bool m_isFiring = false;
+    std::vector<Signals> m_others; ///< of items that changed meanwhile
 };
 
 namespace FieldTable
@@ -106,7 +121,7 @@ public:
     }
     ~Changes()
     {
-        if (m_before) {
+        if (m_before && isItemAlive()) {
             settle<Item>();
             compare(FieldTable::rows<Item>());
         }

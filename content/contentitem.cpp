@@ -140,7 +140,10 @@ ContentItem::ContentItem(const ContentItem *other) : ContentItem(chatSource, nul
         ownExtra().remainder = std::make_unique<im::content::Content>(*other->extra().remainder);
 }
 
-ContentItem::~ContentItem() = default;
+ContentItem::~ContentItem()
+{
+    Change::forget(this);
+}
 
 const UserTextBlocks &ContentItem::textEntity() const
 {
@@ -270,7 +273,6 @@ void ContentItem::keepRemainder(const im::content::Content &content)
     const bool mayExist = Remainder::mayExist(content);
     if (!hasRemainder() && !mayExist)
         return;
-    // What is left is looked for beside what the item alone writes.
     const Changes changes(this);
     // What is left is looked for beside what the item alone writes.
     ownExtra().remainder = nullptr;

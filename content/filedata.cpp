@@ -9,6 +9,7 @@
 
 #include <QFileInfo>
 #include <QJSEngine>
+#include <QPointer>
 #include <QUrl>
 
 #include <algorithm>
@@ -673,15 +674,16 @@ FileData *FileData::forQml()
 
 void FileData::emitChanges(quint16 changes)
 {
+    const QPointer alive(this);
     BaseFile::emitChanges(changes);
-    if (changes & NameChange)
+    if (alive && changes & NameChange)
         Q_EMIT fileNameChanged(fileName());
-    if (changes & ExtensionChange)
+    if (alive && changes & ExtensionChange)
         Q_EMIT fileExtensionChanged();
-    if (changes & ProgressChange)
+    if (alive && changes & ProgressChange)
         Q_EMIT progressChanged(progress());
-    if (changes & PercentChange)
+    if (alive && changes & PercentChange)
         Q_EMIT percentChanged(percent());
-    if (changes & RangeChange)
+    if (alive && changes & RangeChange)
         Q_EMIT downloadedRangeChanged(downloadedRange());
 }

@@ -9,6 +9,7 @@
 
 #include <QFileInfo>
 #include <QJSEngine>
+#include <QPointer>
 
 #include <algorithm>
 #include <limits>
@@ -155,9 +156,10 @@ void PhotoData::serialize(im::Photo *photo) const
 
 void PhotoData::emitChanges(quint16 changes)
 {
+    const QPointer alive(this);
     BaseFile::emitChanges(changes);
-    if (changes & IdChange)
+    if (alive && changes & IdChange)
         Q_EMIT fileNameChanged(fileName());
-    if (changes & PercentChange)
+    if (alive && changes & PercentChange)
         Q_EMIT percentChanged(percent());
 }

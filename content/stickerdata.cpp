@@ -3,6 +3,8 @@
 #include "base/util.h"
 #include "protocol/common_data.pb.h"
 
+#include <QPointer>
+
 StickerData::StickerData() = default;
 
 StickerData::StickerData(const StickerData *other) : FileData(other)
@@ -90,13 +92,14 @@ void StickerData::update(const im::AnimatedSticker &sticker)
 
 void StickerData::emitChanges(quint16 changes)
 {
+    const QPointer alive(this);
     FileData::emitChanges(changes);
-    if (changes & WidthChange)
+    if (alive && changes & WidthChange)
         Q_EMIT widthChanged(width());
-    if (changes & HeightChange)
+    if (alive && changes & HeightChange)
         Q_EMIT heightChanged(height());
-    if (changes & FormatChange) {
+    if (alive && changes & FormatChange)
         Q_EMIT formatChanged(format());
+    if (alive && changes & FormatChange)
         Q_EMIT fileExtensionChanged();
-    }
 }

@@ -65,8 +65,10 @@ public:
         }
         bool erase(const QString &key)
         {
+            if (m_values.m_values.erase(key) == 0)
+                return false;
             touch(key);
-            return m_values.m_values.erase(key) != 0;
+            return true;
         }
         void replaceAll(ValueCache &&values) { m_values.m_values = std::move(values); }
 

@@ -152,6 +152,7 @@ void CombinedItem::setSenderName(qint64 senderId, bool isGroup, const QString &n
 
 bool CombinedItem::setSenderNames(const NameOf &nameOf)
 {
+    Changes changes(this);
     bool isNew = false;
     for (CombinedEntry &entry : m_entries) {
         const auto name = nameOf(entry.senderId, entry.isGroup);
@@ -160,15 +161,14 @@ bool CombinedItem::setSenderNames(const NameOf &nameOf)
             isNew = true;
         }
     }
-    // The summary has the names of those inside. What hears of them may change this item.
-    const auto contents = m_contents;
-    for (const auto &content : contents) {
+    // The summary has the names of those inside.
+    for (const auto &content : std::as_const(m_contents)) {
         if (CombinedItem *inner = toCombined(content.data()))
             isNew |= inner->setSenderNames(nameOf);
     }
     if (isNew) {
-        Q_EMIT entriesChanged();
-        Q_EMIT needRecalcSize();
+        changes.add(&emitPlain<&CombinedItem::entriesChanged>);
+        changes.addResize();
     }
     return isNew;
 }

@@ -13,6 +13,7 @@
 #include "settings/appdirmanager.h"
 
 #include <QMetaMethod>
+#include <QPointer>
 
 #include <algorithm>
 #include <utility>
@@ -394,7 +395,10 @@ void FileItem::captureThumbnail()
             // Meanwhile the item may have become one of another file.
             const bool isWanted = made && lacksThumbnail() && m_sourceFile
                 && m_sourceFile->BaseFile::filePath() == path;
-            Q_EMIT thumbnailCaptured(isWanted && useThumbnail(*made));
+            const QPointer alive(this); // a handler of the new thumbnail may delete the item
+            const bool isTaken = isWanted && useThumbnail(*made);
+            if (alive)
+                Q_EMIT thumbnailCaptured(isTaken);
         });
 }
 

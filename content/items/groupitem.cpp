@@ -66,8 +66,9 @@ void GroupItem::connectTo(ContentItem *member)
     connect(member, &ContentItem::textEntityChanged, this, &GroupItem::updateCaption);
     // For a new text a member fires this signal alone.
     connect(member, &ContentItem::contentChanged, this, [this] {
+        Changes changes(this);
         updateCaption();
-        Q_EMIT needRecalcSize();
+        changes.addResize();
     });
 }
 

@@ -8,6 +8,7 @@
 #include "multimedia/audioplayer.h"
 
 #include <QFileInfo>
+#include <QPointer>
 
 using im::content::Audio;
 using im::content::Content;
@@ -55,6 +56,7 @@ void MusicItem::audioInfo()
             // Meanwhile the item may have become one of another file.
             if (sourceFile() != file)
                 return;
+            const QPointer alive(this); // a handler of the title may delete the item
             {
                 const Changes changes(this);
                 const QString title = info.album.value(QStringLiteral("Name")).toString();
@@ -62,7 +64,7 @@ void MusicItem::audioInfo()
                 m_title = title.isEmpty() ? m_title : title;
                 m_author = author.isEmpty() ? m_author : author;
             }
-            if (!info.cover.isEmpty() && QFileInfo::exists(info.cover) && lacksThumbnail())
+            if (alive && !info.cover.isEmpty() && QFileInfo::exists(info.cover) && lacksThumbnail())
                 useCover(info.cover);
         });
 }
@@ -86,8 +88,8 @@ void MusicItem::useCover(const QString &path)
         base.setFileState(BaseFile::Local);
         cover = provider->add(QSharedPointer<FileData>::create(&base));
     }
-    cover->updateFilePath(path, false, true);
     setThumbnailFile(cover);
+    cover->updateFilePath(path, false, true); // last: a handler may delete the item
 }
 
 QString MusicItem::getKeyword() const

@@ -157,8 +157,9 @@ void SystemItem::retranslate()
 {
     if (hasOwnText())
         return;
-    Q_EMIT textChanged();
-    Q_EMIT needRecalcSize();
+    Changes changes(this);
+    changes.add(&emitPlain<&SystemItem::textChanged>);
+    changes.addResize();
 }
 
 qint32 SystemItem::alertType() const

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QMultiHash>
+#include <QPointer>
 
 #include <algorithm>
 #include <condition_variable>
@@ -454,14 +455,15 @@ BaseFile::Locker::~Locker()
 
 void BaseFile::emitChanges(quint16 changes)
 {
+    const QPointer alive(this); // a handler may delete the file
     if (changes & IdChange)
         Q_EMIT fileIdChanged(fileId());
-    if (changes & PathChange)
+    if (alive && changes & PathChange)
         Q_EMIT filePathChanged(filePath());
-    if (changes & SizeChange)
+    if (alive && changes & SizeChange)
         Q_EMIT sizeChanged(size());
-    if (changes & ExistChange)
+    if (alive && changes & ExistChange)
         Q_EMIT fileExistChanged(fileExist());
-    if (changes & StateChange)
+    if (alive && changes & StateChange)
         Q_EMIT fileStateChanged(fileState());
 }

@@ -61,7 +61,7 @@ private Q_SLOTS:
                 [&](const QVariantMap &current) { QCOMPARE(current, model().currentDevice()); });
         connect(&model(), &AccountDeviceModel::countChanged, this,
                 [&](int count) { QCOMPARE(count, model().rowCount()); });
-        SignalLog log{&model()};
+        SignalLog log({&model()});
         for (const QString &line : QString::fromUtf8(file.readAll()).split(u'\n')) {
             if (line.isEmpty() || line.startsWith(u'#'))
                 continue;

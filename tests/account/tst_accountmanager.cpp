@@ -266,7 +266,7 @@ QString TestAccountManager::result(const QString &step)
              manager()->setMaxMsgItemWidthInThread(number(1));
          }},
     };
-    const SignalLog log{manager()};
+    const SignalLog log({manager()});
     connect(manager(), &AccountManager::beginChangeCurrentItem, &log,
             [](int type) { manager()->setCurrentItemChangeable(type, !veto); });
     for (FakeAccount *one : manager()->findChildren<FakeAccount *>())

@@ -142,7 +142,7 @@ private Q_SLOTS:
         auto ben = std::make_unique<Contact>(u"Benjamin"_s);
         Contact nameless({});
         QObject plain; // has no name at all
-        SignalLog log{&item};
+        SignalLog log({&item});
         item.setSender(&anna);
         item.setTargets({ben.get(), &nameless, nullptr, &plain});
         QCOMPARE(item.text(), u"Mum removed Benjamin, Chloé"_s);
@@ -199,7 +199,7 @@ private Q_SLOTS:
         QVERIFY(!item.update(QSharedPointer<CallItem>::create(1, nullptr)));
         Contact anna(u"Mum"_s);
         QObject wallpaper;
-        SignalLog log{&item};
+        SignalLog log({&item});
         other->setSender(&anna);
         other->setWallpaper(&wallpaper);
         QVERIFY(item.update(other));
@@ -262,7 +262,7 @@ private Q_SLOTS:
                                             {754, u"Call 12:34"},
                                             {3'661, u"Call 1:01:01"},
                                             {LLONG_MAX, u"Call 2562047788015215:30:07"}}) {
-            SignalLog log{&call};
+            SignalLog log({&call});
             call.setDuration(seconds);
             QCOMPARE(call.text(), QString::fromUtf16(text));
             QCOMPARE(log.take(), u"durationChanged textChanged"_s);
@@ -274,7 +274,7 @@ private Q_SLOTS:
         CardItem card(1, nullptr);
         card.setNick(u"Anna"_s);
         QVERIFY(!card.photo());
-        SignalLog log{&card};
+        SignalLog log({&card});
         auto user = std::make_unique<Contact>(u"Mum"_s);
         card.setUser(user.get());
         QCOMPARE(card.name(), u"Mum"_s);
@@ -355,7 +355,7 @@ private Q_SLOTS:
             sticker.setPid(4);
             sticker.deserializeFavorite(favourite);
             QCOMPARE(QString::fromUtf8(mapToJson(storedMap(sticker))), line.section(u'\t', 1));
-            SignalLog log{&sticker};
+            SignalLog log({&sticker});
             sticker.deserializeFavorite(favourite);
             QCOMPARE(log.take(), QString());
         }

@@ -289,7 +289,7 @@ private Q_SLOTS:
         const auto file = QSharedPointer<FileItem>::create(1, nullptr);
         file->setSourceFile(fileOf("a.heic"));
         QCOMPARE(file->fileType(), FileItem::PlainFile);
-        SignalLog log{file.data()};
+        SignalLog log({file.data()});
         file->setThumbnailFile(fileOf("a.png"));
         QVERIFY(log.take().contains(u"fileTypeChanged"));
         QCOMPARE(file->fileType(), FileItem::PictureFile);

@@ -130,6 +130,23 @@ QVariantMap valuesOf(const ContentItem &item)
     return values;
 }
 
+/// An item and the objects that its properties have: files, options, members.
+QObjectList withThoseHeld(QObject *item)
+{
+    QObjectList all{item};
+    for (int i = QObject::staticMetaObject.propertyCount(); i < item->metaObject()->propertyCount();
+         ++i) {
+        const QVariant value = item->metaObject()->property(i).read(item);
+        const QVariantList list =
+            value.canConvert<QVariantList>() ? value.toList() : QVariantList{value};
+        for (const QVariant &each : list) {
+            if (QObject *object = each.value<QObject *>(); object && !all.contains(object))
+                all += object;
+        }
+    }
+    return all;
+}
+
 /// What is wrong with the signals of a change: of each property that it changes there is to be one,
 /// and of nothing else, when all values are in place; and one asks for another size. `told` gets
 /// them.
@@ -143,7 +160,7 @@ QString mistold(ContentItem &item, const std::function<void()> &change, QString 
     const QSize size = sizeOf();
     const QVariantMap before = valuesOf(item);
     QVariantMap atFirst;
-    SignalLog log{&item};
+    SignalLog log({&item});
     log.atEach = [&] {
         if (atFirst.isEmpty())
             atFirst = valuesOf(item);
@@ -312,7 +329,7 @@ private Q_SLOTS:
             const QVariant before = property.read(item.data());
             const QString searched = item->getKeyword();
             QCOMPARE(mistold(*item, set(other), &told), QString());
-            SignalLog again{item.data()};
+            SignalLog again({item.data()});
             set(other)();
             QCOMPARE(again.take(), QString());
             QCOMPARE(property.read(item.data()), other);
@@ -377,7 +394,7 @@ private Q_SLOTS:
                     QCOMPARE(mistold(*item, update, &told), QString());
                     QCOMPARE(mapToJson(storedMap(*item)), mapToJson(storedMap(*expected)));
                     // The same again changes nothing, nor does a body of another kind.
-                    SignalLog again{item.data()};
+                    SignalLog again({item.data()});
                     update();
                     item->setContent(body(foreign, seed));
                     QCOMPARE(again.take(), QString());
@@ -387,6 +404,25 @@ private Q_SLOTS:
             }
         }
         QVERIFY(areFactsOfRow(whole, u"updates.txt"_s));
+        // A handler may let go of the item at any signal of it or of what it holds.
+        for (const bool isStored : {false, true}) {
+            auto item = QSharedPointer<ContentItem>();
+            for (qsizetype kept = 0; !item; ++kept) {
+                item = made(kind, body(bodyOf(kind), 1001), &account);
+                const auto other = made(kind, body(bodyOf(kind), 1), &another);
+                ContentItem *updated = item.data();
+                SignalLog log(withThoseHeld(updated));
+                log.atEach = [&] {
+                    if (log.names().size() > kept)
+                        item.reset();
+                };
+                if (isStored)
+                    updated->deserialize(mapOf(*other));
+                else
+                    updated->setContent(body(bodyOf(kind), 1));
+                QVERIFY(!item || kept > 0);
+            }
+        }
     }
 
     /// Whatever somebody has put under a key, there is an item, and it is stored and read again as

@@ -1,4 +1,5 @@
 #include "account/threadmanager.h"
+#include "core/storedvalues_p.h"
 #include "core/storewriter_p.h"
 #include "storage/configstorage.h"
 #include "storage/globalstorageprovider.h"
@@ -10,6 +11,7 @@
 
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QMutex>
 #include <QRegularExpression>
 #include <QSemaphore>
 #include <QTemporaryDir>
@@ -69,6 +71,16 @@ private Q_SLOTS:
         QCOMPARE(rows[u"0"_s], 9);
         QCOMPARE(rows[u"2999"_s], 2);
         QVERIFY(!rows.contains(u"removed"_s));
+    }
+
+    void aRemovalOfNothingWhileTheRowsAreRead()
+    {
+        QVERIFY(storage()->save({u"stored"_s, 1, {}}));
+        StoredValues<QMutex> values(storage());
+        values.enter();
+        values.load([&](ValueCache &) { values.remove(u"stored"_s, true); });
+        QCOMPARE(values.value(u"stored"_s, 0), 1); // as it still is in the store
+        values.suspend();
     }
 
     void aResetByAHandlerOfAWriteThatFails()

@@ -143,7 +143,7 @@ private Q_SLOTS:
     void changesAreToldOnce()
     {
         FakeDialog dialog;
-        SignalLog log{&dialog};
+        SignalLog log({&dialog});
         QSignalSpy unread(&dialog, &DialogBase::unreadChanged);
         for (int i = 0; i < 2; ++i) {
             dialog.setDisplay(false);

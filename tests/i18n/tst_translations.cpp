@@ -94,7 +94,7 @@ private Q_SLOTS:
         ContentItem text(1, nullptr);
         // What a record words itself is in no language of ours.
         SystemItem worded({{u"content"_s, u"old text"_s}}, 1, nullptr);
-        SignalLog log{&alert, &call, &text, &worded};
+        SignalLog log({&alert, &call, &text, &worded});
         for (const auto &[language, shown] :
              {std::pair{u"ar"_s, u"مكالمة"_s}, {u"zh_CN"_s, u"通话"_s}, {u"tlh"_s, u"Call"_s}}) {
             settings()->setLanguage(language);

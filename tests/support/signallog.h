@@ -9,7 +9,7 @@
 class SignalLog : public QObject
 {
 public:
-    explicit SignalLog(std::initializer_list<QObject *> objects)
+    explicit SignalLog(const QObjectList &objects)
     {
         // One slot behind QObject's own takes them all, as QSignalSpy has it.
         const int slot = QObject::staticMetaObject.methodCount();
