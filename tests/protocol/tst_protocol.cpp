@@ -1,9 +1,25 @@
+#include "protocol/account_service.pb.h"
 #include "protocol/callcatalogue.h"
+#include "protocol/chat_service.pb.h"
+#include "protocol/common_code.pb.h"
+#include "protocol/common_data.pb.h"
 #include "protocol/common_error.pb.h"
+#include "protocol/connection.pb.h"
+#include "protocol/contact_service.pb.h"
 #include "protocol/errordetails.h"
+#include "protocol/feature_service.pb.h"
+#include "protocol/file_service.pb.h"
 #include "protocol/group_service.pb.h"
+#include "protocol/key_service.pb.h"
+#include "protocol/meeting_service.pb.h"
+#include "protocol/message_content.pb.h"
+#include "protocol/misc_service.pb.h"
+#include "protocol/note_service.pb.h"
 #include "protocol/notif.pb.h"
 #include "protocol/notifications.h"
+#include "protocol/user_service.pb.h"
+#include "protocol/user_settings.pb.h"
+#include "protocol/wallpaper_service.pb.h"
 #include "protocol/whiteboard_data.pb.h"
 
 #include <QTest>
@@ -16,24 +32,27 @@
 using namespace Qt::StringLiterals;
 
 using google::protobuf::Descriptor;
-using google::protobuf::DescriptorPool;
 using google::protobuf::FileDescriptor;
 
 namespace
 {
 
-/// Every schema file that is compiled in.
+/// Every schema file that is compiled in: each registers when one of its records is asked for.
 std::vector<const FileDescriptor *> schemaFiles()
 {
-    std::vector<const FileDescriptor *> files;
-    for (const char *name :
-         {"account_service", "chat_service",  "common_code",       "common_data",
-          "common_error",    "connection",    "contact_service",   "feature_service",
-          "file_service",    "group_service", "key_service",       "meeting_service",
-          "message_content", "misc_service",  "note_service",      "notif",
-          "user_service",    "user_settings", "wallpaper_service", "whiteboard_data"})
-        files.push_back(
-            DescriptorPool::generated_pool()->FindFileByName(std::string(name) + ".proto"));
+    std::vector<const FileDescriptor *> files{im::Command_descriptor()->file()};
+    for (const Descriptor *record :
+         {im::account::SendCodeReq::descriptor(), im::chat::CreateDialogReq::descriptor(),
+          im::Empty::descriptor(), im::SystemErrorData::descriptor(), im::ConnectReq::descriptor(),
+          im::user::ListContactsReq::descriptor(), im::feature::EnableFeatureReq::descriptor(),
+          im::file::UploadFileReq::descriptor(), im::group::CreateGroupReq::descriptor(),
+          im::user::GetKeysReq::descriptor(), im::meeting::CreateMeetingReq::descriptor(),
+          im::content::Content::descriptor(), im::misc::ReportSpamReq::descriptor(),
+          im::note::CreateNoteNodeReq::descriptor(),
+          im::notif::ConnectionEstablishedNotif::descriptor(), im::user::ListUsersReq::descriptor(),
+          im::user::ListStickerPacksReq::descriptor(),
+          im::wallpaper::ListWallPapersReq::descriptor(), im::whiteboard::FillStyle::descriptor()})
+        files.push_back(record->file());
     return files;
 }
 
