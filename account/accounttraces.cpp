@@ -15,8 +15,6 @@
 namespace
 {
 
-/// The setting that lists what is left: names of folders in the data directory, as a JSON list.
-
 /// Stands for the key file in that list.
 constexpr auto masterKeyName = [] { return QStringLiteral("master_key"); };
 
