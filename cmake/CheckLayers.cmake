@@ -25,6 +25,7 @@ layer(settings            core i18n base storage imlog)
 layer(account             protocol core settings i18n base storage imlog imcrypto cryptobase)
 layer(dialog              account settings core storage imlog)
 layer(content             protocol core settings account i18n base multimedia cryptobase imlog)
+layer(search)
 
 set(problems "")
 foreach(folder name IN ZIP_LISTS folders names)
