@@ -177,8 +177,7 @@ void SearchText::addToken(Kind kind, char32_t code, int from, int to)
         m_isOpen = false;
         return;
     }
-    const bool isMark = (U_MASK(u_charType(UChar32(code))) & U_GC_M_MASK) != 0;
-    if (m_isOpen && (tokens.back().kind == kind || isMark))
+    if (m_isOpen && tokens.back().kind == kind)
         tokens.back().to = place + 1;
     else
         tokens.push_back({kind, place, place + 1});
