@@ -10,7 +10,7 @@ thread_local Change *innermost = nullptr;
 } // namespace
 
 Change::Change(ContentItem *item, const QMetaObject *watched)
-    : m_own{item, {}, false}, m_watched(watched), m_enclosing(std::exchange(innermost, this))
+    : m_own{item, {}, {}, false}, m_watched(watched), m_enclosing(std::exchange(innermost, this))
 {
     for (const Change *each = m_enclosing; each && !each->m_isFiring; each = each->m_enclosing) {
         if (each->m_own.item != item)
@@ -18,6 +18,8 @@ Change::Change(ContentItem *item, const QMetaObject *watched)
         m_outermost = each->m_outermost;
         m_isWatched = m_isWatched || each->m_watched->inherits(watched);
     }
+    if (m_outermost == this)
+        m_own.kept = item->sharedFromThis();
 }
 
 void Change::finish()
@@ -29,7 +31,7 @@ void Change::finish()
         root->m_others.push_back(std::move(m_own));
     } else if (root == this) {
         m_isFiring = true;
-        for (Signals &other : m_others)
+        for (const Signals &other : m_others)
             other.fire();
         m_own.fire();
     }
@@ -43,25 +45,11 @@ void Change::add(Emit changed)
         list.append(changed);
 }
 
-void Change::forget(const ContentItem *item)
+void Change::Signals::fire() const
 {
-    for (Change *each = innermost; each; each = each->m_enclosing) {
-        if (each->m_own.item == item)
-            each->m_own.item = nullptr;
-        for (Signals &other : each->m_others) {
-            if (other.item == item)
-                other.item = nullptr;
-        }
-    }
-}
-
-void Change::Signals::fire()
-{
-    for (const Emit emitOne : emits) {
-        if (item)
-            emitOne(*item);
-    }
-    if (needsSize && item)
+    for (const Emit emitOne : emits)
+        emitOne(*item);
+    if (needsSize)
         Q_EMIT item->needRecalcSize();
 }
 

@@ -2,6 +2,7 @@
 
 #include "content/contentitem.h"
 
+#include <QSharedPointer>
 #include <QVarLengthArray>
 
 #include <functional>
@@ -20,8 +21,8 @@ template <typename Item>
 struct Fields;
 
 /// A change of one item, which may be made of several: their signals fire when the outermost ends.
-/// An item that changes as part of another fires when that one ends, before it. A handler may
-/// delete any of them: what is left of its signals does not fire.
+/// An item that changes as part of another fires when that one ends, before it. All are kept until
+/// then, so that a handler may let go of them.
 class Change
 {
 public:
@@ -34,14 +35,10 @@ public:
     /// Has needRecalcSize() fire, after all others.
     void addResize() { m_outermost->m_own.needsSize = true; }
 
-    /// To be called when an item is destroyed.
-    static void forget(const ContentItem *item);
-
 protected:
     Change(ContentItem *item, const QMetaObject *watched);
     ~Change() = default;
 
-    bool isItemAlive() const { return m_own.item; }
     /// Whether one that is under way already compares the fields of this class.
     bool isWatched() const { return m_isWatched; }
     /// Ends the change. Fires the signals if no change encloses it.
@@ -49,14 +46,15 @@ protected:
 
 private:
     struct Signals {
-        ContentItem *item; ///< null once it is destroyed
+        ContentItem *item;
+        QSharedPointer<ContentItem> kept; ///< null while the item is being made
         QVarLengthArray<Emit, 8> emits;
         bool needsSize;
 
-        void fire();
+        void fire() const;
     };
 
-    Signals m_own; ///< of the outermost
+    Signals m_own;                      ///< of the outermost
     const QMetaObject *const m_watched; ///< the class whose fields are compared
     Change *const m_enclosing;          ///< of this or another item of the thread
     Change *m_outermost = this;         ///< of this item
@@ -121,7 +119,7 @@ public:
     }
     ~Changes()
     {
-        if (m_before && isItemAlive()) {
+        if (m_before) {
             settle<Item>();
             compare(FieldTable::rows<Item>());
         }

@@ -140,10 +140,7 @@ ContentItem::ContentItem(const ContentItem *other) : ContentItem(chatSource, nul
         ownExtra().remainder = std::make_unique<im::content::Content>(*other->extra().remainder);
 }
 
-ContentItem::~ContentItem()
-{
-    Change::forget(this);
-}
+ContentItem::~ContentItem() = default;
 
 const UserTextBlocks &ContentItem::textEntity() const
 {

@@ -194,7 +194,7 @@ void FileItem::setDisplayName(const QString &displayName)
     Changes(this)->m_displayName = Util::shownFileName(displayName);
 }
 
-QSharedPointer<FileData> FileItem::updated(const QSharedPointer<FileData> &held,
+QSharedPointer<FileData> FileItem::updated(QSharedPointer<FileData> held,
                                            QSharedPointer<FileData> incoming) const
 {
     if (!incoming || incoming == held)

@@ -150,7 +150,7 @@ protected:
                      const std::string &thumbNail, const im::content::Text &caption);
     /// The record to hold after an update from `incoming`: `held` itself when both are equal. Null
     /// for a record without content.
-    QSharedPointer<FileData> updated(const QSharedPointer<FileData> &held,
+    QSharedPointer<FileData> updated(QSharedPointer<FileData> held,
                                      QSharedPointer<FileData> incoming) const;
     QSharedPointer<FileData> updated(const QSharedPointer<FileData> &held,
                                      const im::content::FileInfo &incoming) const;
