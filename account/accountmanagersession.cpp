@@ -117,16 +117,17 @@ AccountBase *AccountManager::successor(int row) const
     const QList<Account> listed = snapshot(false);
     if (!listed.isEmpty())
         return listed.at(std::clamp<qsizetype>(row, 0, listed.size() - 1));
-    return m_loginAccount;
+    return m_loginAccount; // may be signing out, and is to be shown again after that
 }
 
 void AccountManager::chooseCurrentAccount(int row)
 {
     if (m_currentAccount || m_closing)
         return;
-    if (AccountBase *account = successor(row))
+    AccountBase *account = successor(row);
+    if (isUsable(account))
         setCurrentAccount(account, true);
-    else if (m_accountFactory && !m_restoring)
+    else if (!account && m_accountFactory && !m_restoring)
         addAccount();
     else
         Q_EMIT currentAccountChanged(nullptr, nullptr);
@@ -357,8 +358,10 @@ void AccountManager::keepSignedOut(AccountBase *account)
 {
     const Account guard(account);
     account->m_leaving = false;
-    if (count() == 0 || account == m_currentAccount)
-        setLoginAccount(account);
+    if (count() == 0 && !m_currentAccount)
+        setCurrentAccount(account, true);
+    if (guard && (count() == 0 || guard == m_currentAccount))
+        setLoginAccount(guard);
     giveUp(guard);
 }
 

@@ -92,6 +92,7 @@ private Q_SLOTS:
     void init();
     void cleanup();
     void scenarios();
+    void accountsThatLeaveAreNotChosen();
     void eventsWhileAccountsEnd();
     void otherThreadsReadTheList();
 
@@ -363,6 +364,46 @@ void TestAccountManager::otherThreadsReadTheList()
             manager()->logout(manager()->getAccountByIndex(0));
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
+}
+
+/// While the only account signs out, the shown one may go: nobody else can be shown just then.
+void TestAccountManager::accountsThatLeaveAreNotChosen()
+{
+    class LeavingAccount : public Account
+    {
+    public:
+        using Account::Account;
+        std::function<void()> atLogout;
+        void logout(bool deleteThis) override
+        {
+            Account::logout(deleteThis);
+            if (atLogout)
+                std::exchange(atLogout, {})();
+        }
+    };
+    startApplication<LeavingAccount>();
+    AccountManager *manager = AccountManager::getInstance();
+    const QPointer login = static_cast<LeavingAccount *>(manager->loginAccount());
+    login->atLogout = [&] {
+        manager->unlockApp(false, true);
+        QCOMPARE(manager->currentAccount(), manager->notebookAccount());
+        delete manager->notebookAccount();
+        QVERIFY(!manager->currentAccount());
+    };
+    // In the midst of its sign-in, which the notebook may not end.
+    bool isAsked = false;
+    connect(manager, &AccountManager::beginChangeCurrentItem, login,
+            [&](int type, bool, QObject *, QObject *next) {
+                if (login->authorized() && !std::exchange(isAsked, true))
+                    manager->logout(login);
+                if (!next)
+                    manager->setCurrentItemChangeable(type, false);
+            });
+    QVERIFY(!login->signIn(3));
+    QVERIFY(isAsked && login && !login->atLogout);
+    QCOMPARE(manager->currentAccount(), login.data());
+    QCOMPARE(manager->loginAccount(), login.data());
+    QVERIFY(login->signIn(4));
 }
 
 void TestAccountManager::eventsWhileAccountsEnd()
