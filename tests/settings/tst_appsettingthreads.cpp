@@ -218,7 +218,7 @@ private Q_SLOTS:
                     // While nothing can be written, more than is kept without being thinned out.
                     for (int i = 0; operation == 9 && (other || !provider()->isOpen()) && i < 5000;
                          ++i) {
-                        const QString each = u"key%1"_s.arg(i % 5);
+                        const QString each = u"key%1"_s.arg(i < 5 ? i : i % 2);
                         model()->setValue(each, -i, true);
                         memory[each] = saved[each] = -i;
                     }
