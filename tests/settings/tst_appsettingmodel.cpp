@@ -150,10 +150,11 @@ private Q_SLOTS:
             const AppSettingModel *m = model();
             // clang-format off
             return QVariantList{
-                m->themeColor(), m->gradientColor(), m->gradientStartColor(), m->chatBackgroundMode(),
-                m->selectedLanguage(), m->appIconPath(), m->oldCacheDataPath(), m->lastDumpLogTime(),
-                m->uploadFileSizeLimit(), m->lastDeviceIds(), m->newDeviceLoginRemind(),
-                m->movedDataInfo(), m->serverConfig(), m->containsCustomThemeInfo(),
+                m->themeColor(), m->gradientColor(), m->gradientStartColor(),
+                m->chatBackgroundMode(), m->selectedLanguage(), m->appIconPath(),
+                m->oldCacheDataPath(), m->lastDumpLogTime(), m->uploadFileSizeLimit(),
+                m->lastDeviceIds(), m->newDeviceLoginRemind(), m->movedDataInfo(),
+                m->serverConfig(), m->containsCustomThemeInfo(),
                 m->containsAutoDownloadSetting()};
             // clang-format on
         };
@@ -325,7 +326,7 @@ private Q_SLOTS:
         QCOMPARE(storedRows().value(u"upgrade"_s).remark, u"faster"_s);
     }
 
-    /// Without a choice, it is what the application has of the system's, which is de_AT: see main().
+    /// Without a choice, the system's, as the application has it: de_AT, see main().
     void theSystemsLanguage()
     {
         for (const auto &[known, taken] : {std::pair{u"de_DE"_s, u"de_DE"_s},
