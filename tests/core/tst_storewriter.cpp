@@ -9,7 +9,6 @@
 #include "support/powercut.h"
 #include "support/stuckdisk.h"
 
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QMutex>
 #include <QRegularExpression>
@@ -40,39 +39,6 @@ private Q_SLOTS:
     }
     void cleanup() { ThreadManager::getInstance()->quitAll(); }
 
-    void whatFailedIsTriedAgainUnderWhatCameLater()
-    {
-        StoreWriter writer(*storage());
-        writer.save({u"removed"_s, 0, {}});
-        m_provider.close();
-        std::optional<LogLines> log(std::in_place);
-        ThreadManager::getInstance()->init();
-        QSemaphore hold;
-        ThreadManager::invoke([&] { hold.acquire(); }, true);
-        // More than gathers before what is superseded is thrown out.
-        for (int round = 0; round < 3; ++round) {
-            for (int i = 0; i < 3000; ++i)
-                writer.save({QString::number(i), round, {}});
-        }
-        QVERIFY(!writer.flush());
-        writer.save({u"0"_s, 9, {}});
-        writer.remove(u"removed"_s);
-        QVERIFY(!writer.flush());
-        QCOMPARE(log->takeTexts().filter(u"im.settingmodel: "_s).size(), 1);
-        log.reset();
-        // Whoever reads finds it all the same.
-        QCOMPARE(writer.allInfos().size(), 3000);
-        hold.release();
-        ThreadManager::getInstance()->quitAll();
-        QVERIFY(m_provider.open());
-        writer.save({u"last"_s, 1, {}});
-        const auto rows = values();
-        QCOMPARE(rows.size(), 3001);
-        QCOMPARE(rows[u"0"_s], 9);
-        QCOMPARE(rows[u"2999"_s], 2);
-        QVERIFY(!rows.contains(u"removed"_s));
-    }
-
     void aRemovalOfNothingWhileTheRowsAreRead()
     {
         QVERIFY(storage()->save({u"stored"_s, 1, {}}));
@@ -100,6 +66,8 @@ private Q_SLOTS:
         QVERIFY(!reset);
         writer.save({u"later"_s, 2, {}});
         QVERIFY(!writer.flush());
+        // Whoever reads finds it all the same.
+        QCOMPARE(writer.allInfos().size(), 2);
         QVERIFY(m_provider.open());
         QVERIFY(writer.flush());
         QCOMPARE(values(), (QMap<QString, QVariant>{{u"kept"_s, 1}, {u"later"_s, 2}}));
@@ -123,7 +91,12 @@ private Q_SLOTS:
     {
         StoreWriter writer(*storage());
         m_provider.close();
-        writer.save({u"a"_s, 1, {}});
+        {
+            LogLines log("im.settingmodel");
+            for (const int value : {0, 1})
+                writer.save({u"a"_s, value, {}});
+            QCOMPARE(log.count(), 1);
+        }
         QVERIFY(m_provider.open());
         writer.allInfos(); // which writes it
         const QTemporaryDir left;
@@ -160,8 +133,7 @@ private Q_SLOTS:
         }
         writer.save({u"a"_s, 1, {}});
         for (int i = 0; i < 3; ++i)
-            QTest::ignoreMessage(QtWarningMsg,
-                                 QRegularExpression(u"Gave up a save task that hangs"_s));
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"Gave up a save task"_s));
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"tasks lost: [12]$"_s));
         ThreadManager::getInstance()->quitAll();
         ThreadManager::getInstance()->init();
@@ -194,8 +166,6 @@ private Q_SLOTS:
         QTRY_COMPARE(other.syncConfigStorage()->value(u"d"_s), 4);
 
         // Whoever gives up all of it is told what is lost, and goes on.
-        QElapsedTimer timer;
-        timer.start();
         QTest::ignoreMessage(QtWarningMsg,
                              QRegularExpression(u"Lost changes .*: 3 \\(a, b, c\\)$"_s));
         const QDeadlineTimer deadline(5000);
@@ -203,7 +173,6 @@ private Q_SLOTS:
         writer.reset();
         provider.reset();
         ThreadManager::getInstance()->quitAll();
-        QVERIFY2(timer.elapsed() < 6000, qPrintable(QString::number(timer.elapsed())));
 
         // What still holds the file in the background lets go of it once it can.
         disk.reset();

@@ -2,13 +2,8 @@
 #include "content/filedata.h"
 #include "content/photodata.h"
 #include "settings/datamove.h"
-#include "settings/fileinuse.h"
-#include "storage/globalstorageprovider.h"
-#include "storage/settingstorage.h"
 
 #include "support/facts.h"
-#include "support/powercut.h"
-#include "support/sequences.h"
 
 #include <QGuiApplication>
 #include <QMetaEnum>
@@ -16,12 +11,8 @@
 #include <QScopeGuard>
 #include <QStandardPaths>
 #include <QThread>
-#include <QTimer>
 
-#include <algorithm>
-#include <cstdio>
 #include <cstdlib>
-#include <thread>
 
 #ifdef Q_OS_UNIX
 #    include <sys/wait.h>
@@ -37,14 +28,6 @@ using Outcome = AppDataMove::Outcome;
 using Reason = AppDataMove::Reason;
 using FileCause = AppDataMove::FileCause;
 
-constexpr qint64 leavingId = 10003;
-const QString film = u"10001/file/film.mp4"_s;
-
-QByteArray downloadPart(int number)
-{
-    return QByteArray::number(number).rightJustified(8, '0');
-}
-
 /// What was stored of a file, read back.
 std::unique_ptr<FileData> restored(const QString &path, const QString &cachePath = {})
 {
@@ -54,95 +37,38 @@ std::unique_ptr<FileData> restored(const QString &path, const QString &cachePath
                                       FileData::ParseType::Source);
 }
 
-/// Goes on with a download, wherever its file is, and says how far it is.
-void goOnWithDownload()
-{
-    const QString stored = AppDirManager::instance()->defaultCacheDataDir() + film;
-    const auto find = [&] { return restored(stored)->BaseFile::filePath(); };
-    QString path = find();
-    const FileInUse use(path);
-    QFile file(path);
-    if (path.isEmpty() || path != find() || !file.open(QIODevice::Append | QIODevice::Unbuffered))
-        return; // another time
-    for (int i = 0; i < 50; ++i) {
-        const int number = int(file.size() / 8);
-        file.write(downloadPart(number));
-        std::printf("wrote %d\n", number);
-        std::fflush(stdout);
-        QThread::msleep(1);
-    }
-}
-
-/// Has the power fail as soon as a file has left its old place.
-void cutThePower(const QString &target)
-{
-    const QString source = AppDirManager::instance()->defaultCacheDataDir();
-    const qsizetype count = readMedia(source).files.size();
-    while (readMedia(source).files.size() == count)
-        QThread::usleep(200);
-    QFile(target + u"power-cut"_s).open(QIODevice::WriteOnly);
-}
-
-/// What a process does that is not to come to its end: it starts up, which goes on with a move that
-/// is stored, moves the data unless they are there, and ends when all of them are that can be.
-/// Meanwhile an account signs out, and a download may go on.
+/// What a process does that ends during a move: it calls exit() in a handler, or main() returns. In
+/// the mode "resume", it goes on with the stored move and ends after it.
 int moveAsChild(const QString &mode, const QString &target)
 {
     ThreadManager::getInstance()->init();
     AppSettingModel *settings = AppSettingModel::instance();
     settings->loadGlobalData();
     if (settings->accountIds().isEmpty())
-        settings->setAccountIds({accountIds.at(0), accountIds.at(1), leavingId});
+        settings->setAccountIds({accountIds.cbegin(), accountIds.cend()});
     startApplication<MediaAccount>();
-    if (mode == u"start"_s) {
-        leaveApplication();
-        return 0;
-    }
     AppDataMove *move = AccountManager::getInstance()->appDataMove();
-    if (mode == u"exit"_s || mode == u"return"_s) {
-        // After what the main thread keeps is destroyed.
-        std::atexit([] { AppSettingModel::instance()->accountIds(); });
-#ifdef Q_OS_UNIX
-        const pid_t fork = ::fork();
-        int status = 0;
-        if (fork == 0)
-            std::exit(0);
-        if (waitpid(fork, &status, 0) != fork || status != 0)
-            return 4;
-#endif
-        QObject::connect(move, &AppDataMove::movedBytesChanged, qApp, [mode] {
-            if (mode == u"exit"_s)
-                std::exit(5);
-            qApp->exit(5);
-        });
-        return move->moveTo(target) ? qApp->exec() : 3;
+    if (mode == u"resume"_s) {
+        const bool ok = QTest::qWaitFor([&] { return !move->unfinished(); }, 60'000);
+        leaveApplication();
+        return ok ? 0 : 2;
     }
-    const bool isDownloading = mode == u"download"_s;
-    std::thread download([&] {
-        if (isDownloading)
-            goOnWithDownload();
+    // After what the main thread keeps is destroyed.
+    std::atexit([] { AppSettingModel::instance()->accountIds(); });
+#ifdef Q_OS_UNIX
+    const pid_t fork = ::fork();
+    int status = 0;
+    if (fork == 0)
+        std::exit(0);
+    if (waitpid(fork, &status, 0) != fork || status != 0)
+        return 4;
+#endif
+    QObject::connect(move, &AppDataMove::movedBytesChanged, qApp, [mode] {
+        if (mode == u"exit"_s)
+            std::exit(5);
+        qApp->exit(5);
     });
-    if (mode == u"cut"_s)
-        std::thread(cutThePower, target).detach();
-    const auto leave = [] {
-        AccountManager *manager = AccountManager::getInstance();
-        manager->logout(manager->getAccount(leavingId));
-    };
-    QTimer::singleShot(QRandomGenerator::global()->bounded(30), qApp, leave);
-    QObject::connect(
-        move, &AppDataMove::finished, qApp,
-        [=](bool ok) {
-            if (ok || !isDownloading || !move->skip())
-                qApp->exit(ok ? 0 : 2);
-        },
-        Qt::QueuedConnection);
-    int result = 0;
-    if (move->running() || QDir(settings->cacheDataPath()) != QDir(target))
-        result = move->running() || move->moveTo(target) ? qApp->exec() : 3;
-    leave();
-    download.join();
-    leaveApplication();
-    return result;
+    return move->moveTo(target) ? qApp->exec() : 3;
 }
 
 } // namespace
@@ -175,28 +101,17 @@ class TestAppDataMove : public DataMoveTest
             == source() + u"10001/"_s;
     }
 
-    /// Where the data of a process are that is started here.
-    QString childData() const
-    {
-        return m_home->path() + u"/disk/"_s + QCoreApplication::applicationName() + u'/';
-    }
-
-    /// Runs a process that moves the data; `faults` are those of its disk.
-    int run(const QString &mode, const QMap<QString, QString> &faults = {},
-            QByteArray *output = nullptr) const
+    /// Runs a process that moves the data below `disk` in its home.
+    int run(const QString &mode) const
     {
         QProcess child;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(u"XDG_DATA_HOME"_s, m_home->path() + u"/disk"_s);
         environment.insert(u"ASAN_OPTIONS"_s, u"detect_leaks=0"_s); // some just end
-        for (auto fault = faults.cbegin(); fault != faults.cend(); ++fault)
-            environment.insert(fault.key(), fault.value());
         child.setProcessEnvironment(environment);
         child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         child.start(QCoreApplication::applicationFilePath(), {mode, target()});
         const bool hasEnded = child.waitForFinished(60'000);
-        if (output)
-            *output = child.readAllStandardOutput();
         return hasEnded && child.exitStatus() == QProcess::NormalExit ? child.exitCode() : -1;
     }
 
@@ -504,35 +419,6 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(m_home->path() + u"/unplugged"_s));
     }
 
-    // A power cut takes what was not synced. The file systems are two.
-    void tellsTheDiskFirst()
-    {
-        fillMedia(source(), 14);
-        const qsizetype count = readMedia(source()).files.size();
-        QString storedPath;
-        qsizetype storedMoved = -1;
-        const QString directory = QFileInfo(settings()->globalStorage()->filePath()).path() + u'/';
-        std::thread witness([&] {
-            while (readMedia(source()).files.size() == count)
-                QThread::usleep(200);
-            PowerCut::copy(directory.toStdString(), m_home->path().toStdString() + '/');
-            storage::GlobalStorageProvider store;
-            store.setDirectory(m_home->path());
-            store.open();
-            for (const storage::Row &row : store.settingStorage()->allInfos()) {
-                if (row.key == u"cache_data_path"_s)
-                    storedPath = row.value.toString();
-                if (row.key == u"moved_data_info"_s)
-                    storedMoved = row.value.toByteArray().count("true");
-            }
-        });
-        const bool ok = moveAll(target());
-        witness.join();
-        QVERIFY(ok);
-        QCOMPARE(storedPath, target());
-        QVERIFY(storedMoved >= 0);
-    }
-
     // Where a place of media leads that is stored.
     void storedPaths()
     {
@@ -574,115 +460,13 @@ private Q_SLOTS:
     void processEndsDuringAMove()
     {
         QFETCH(QString, mode);
-        fillMedia(childData(), 31, 8);
-        const MediaTree before = readMedia(childData());
+        const QString data =
+            m_home->path() + u"/disk/"_s + QCoreApplication::applicationName() + u'/';
+        fillMedia(data, 31, 8);
+        const MediaTree before = readMedia(data);
         QCOMPARE(run(mode), 5);
-        QCOMPARE(run(u"move"_s), 0);
+        QCOMPARE(run(u"resume"_s), 0);
         QCOMPARE(readMedia(target()), before);
-    }
-
-    // Each process meets a disk that goes wrong at some call, all of it or one place only; the last
-    // one does not.
-    void failingDisks()
-    {
-#ifdef FAULTDISK
-        const QStringList kinds = {u"kill"_s, u"fail"_s,  u"gone"_s,
-                                   u"full"_s, u"short"_s, u"cut"_s};
-        QMap<QString, int> calls; // on the disk of that name
-        int halfway = 0;
-        const auto prepare = [&](quint32 seed) {
-            cleanup();
-            init();
-            QCOMPARE(run(u"start"_s), 0);
-            fillMedia(childData(), seed, 3);
-            MediaTree::fill(childData() + u"10003/photo"_s, 3, seed);
-            MediaTree::write(childData() + film, downloadPart(0));
-        };
-        const auto faults = [&](const QString &disk, const QString &kind, int at, unsigned seed) {
-            return QMap<QString, QString>{{u"LD_PRELOAD"_s, QStringLiteral(FAULTDISK)},
-                                          {u"FAULT_ROOT"_s, m_home->path() + u"/disk"_s + disk},
-                                          {u"FAULT_KIND"_s, kind},
-                                          {u"FAULT_AT"_s, QString::number(at)},
-                                          {u"FAULT_SEED"_s, QString::number(seed)},
-                                          { u"FAULT_COUNT"_s,
-                                            m_home->path() + u"/calls"_s }};
-        };
-        for (const QString &disk :
-             {QString(), u'/' + QCoreApplication::applicationName(), u"/new"_s}) {
-            prepare(1);
-            QCOMPARE(run(u"move"_s, faults(disk, u"count"_s, 0, 0)), 0);
-            QFile count(m_home->path() + u"/calls"_s);
-            QVERIFY(count.open(QIODevice::ReadOnly));
-            calls[disk] = count.readAll().trimmed().toInt();
-        }
-        runSequences("data move on failing disks", 20, 3, [&](Sequence &sequence) {
-            prepare(sequence.seed());
-            MediaTree before = readMedia(childData());
-            before.files.remove(film);
-            // A file that is being written is no match for a power cut.
-            const bool isDownloading = sequence.seed() % 3 == 0;
-            const QString mode = isDownloading ? u"download"_s : u"move"_s;
-            int written = 0; // of the download, as it was told
-            int failed = 0;  // calls, any of which may have set the time of a file
-            QByteArray output;
-            const auto addWritten = [&] {
-                for (const QByteArray &line : output.split('\n'))
-                    written = line.startsWith("wrote ") ? line.mid(6).toInt() : written;
-            };
-            while (sequence.next()) {
-                const QString kind = isDownloading ? u"kill"_s : sequence.pick(kinds);
-                const bool isCut = kind == u"cut"_s;
-                const QString disk = isCut ? QString() : sequence.pick(calls.keys());
-                const int at = isCut ? -1 : 1 + sequence.below(calls.value(disk));
-                sequence.note(u"%1 at call %2 of '%3'"_s.arg(kind).arg(at).arg(disk));
-                failed += int(kind == u"fail"_s);
-                run(isCut ? u"cut"_s : mode, faults(disk, kind, at, sequence.seed()), &output);
-                addWritten();
-                if (readMedia(childData()).files.size() >= before.files.size())
-                    continue;
-                // What has gone is where the settings say.
-                ++halfway;
-                storage::GlobalStorageProvider store;
-                store.setDirectory(childData());
-                QVERIFY(store.open());
-                QVERIFY(std::ranges::any_of(
-                    store.settingStorage()->allInfos(), [this](const storage::SettingInfo &row) {
-                        return row.key == u"cache_data_path"_s && row.value == target();
-                    }));
-            }
-            QCOMPARE(run(mode, {}, &output), 0);
-            addWritten();
-            MediaTree after = readMedia(target());
-            // A kill behind its copying leaves the beginning of it, too.
-            QByteArray download;
-            after.files.removeIf([&](auto file) {
-                if (!file.key().startsWith(u"10001/file/film"_s))
-                    return false;
-                if (file.value().content.size() > download.size())
-                    download = file.value().content;
-                return true;
-            });
-            QVERIFY(download.size() / 8 > written);
-            for (int i = 0; i < download.size() / 8; ++i)
-                QCOMPARE(download.mid(8 * i, 8), downloadPart(i));
-            // A file is moved even where its time cannot be set.
-            for (auto file = before.files.cbegin(); file != before.files.cend(); ++file) {
-                const auto moved = after.files.find(file.key());
-                if (moved != after.files.end() && moved->modified != file->modified && failed-- > 0)
-                    moved->modified = file->modified;
-            }
-            QCOMPARE(after, before);
-            QVERIFY(readMedia(childData()).files.isEmpty());
-            // One who signed out at the very end may be removed by the next start.
-            QCOMPARE(run(u"start"_s), 0);
-            QVERIFY(!QFileInfo::exists(target() + u"10003"_s));
-            QVERIFY(!QFileInfo::exists(childData() + u"10003/photo"_s));
-        });
-        std::printf("Halfway: %d, calls: %d\n", halfway, calls.value({}));
-        QVERIFY(halfway > 5);
-#else
-        QSKIP("No library to preload");
-#endif
     }
 };
 
@@ -693,7 +477,6 @@ int main(int argc, char *argv[])
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() == 3)
         return moveAsChild(arguments.at(1), arguments.at(2));
-    PowerCut::install();
     TestAppDataMove test;
     return QTest::qExec(&test, argc, argv);
 }

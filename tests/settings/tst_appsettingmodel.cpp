@@ -6,6 +6,7 @@
 #include "storage/globalstorageprovider.h"
 #include "storage/settingstorage.h"
 #include "support/facts.h"
+#include "support/files.h"
 #include "support/loglines.h"
 #include "support/settingtable.h"
 #include "support/signallog.h"
@@ -103,6 +104,7 @@ bool debugEnabled(const char *category)
 class TestAppSettingModel : public QObject
 {
     Q_OBJECT
+
 private Q_SLOTS:
     void init()
     {
@@ -121,10 +123,9 @@ private Q_SLOTS:
         const SettingTable table{
             [] { return static_cast<QObject *>(model()); }, restart,
             [] {
-                QMap<QString, QVariant> values;
-                const auto rows = storedRows();
-                for (auto row = rows.begin(); row != rows.end(); ++row)
-                    values.insert(row.key(), row->value);
+                QVariantMap values;
+                for (const storage::SettingInfo &row : storedRows())
+                    values.insert(row.key, row.value);
                 return values;
             },
             [] {
@@ -149,10 +150,11 @@ private Q_SLOTS:
             const AppSettingModel *m = model();
             // clang-format off
             return QVariantList{
-                m->themeColor(), m->gradientColor(), m->gradientStartColor(), m->chatBackgroundMode(),
-                m->selectedLanguage(), m->appIconPath(), m->oldCacheDataPath(), m->lastDumpLogTime(),
-                m->uploadFileSizeLimit(), m->lastDeviceIds(), m->newDeviceLoginRemind(),
-                m->movedDataInfo(), m->serverConfig(), m->containsCustomThemeInfo(),
+                m->themeColor(), m->gradientColor(), m->gradientStartColor(),
+                m->chatBackgroundMode(), m->selectedLanguage(), m->appIconPath(),
+                m->oldCacheDataPath(), m->lastDumpLogTime(), m->uploadFileSizeLimit(),
+                m->lastDeviceIds(), m->newDeviceLoginRemind(), m->movedDataInfo(),
+                m->serverConfig(), m->containsCustomThemeInfo(),
                 m->containsAutoDownloadSetting()};
             // clang-format on
         };
@@ -221,18 +223,14 @@ private Q_SLOTS:
         }
         model()->setValue(u"last_device_ids"_s, u"abc"_s, false);
         QCOMPARE(model()->lastDeviceIds(), QByteArray("abc"));
-        for (const QString &key : {u"emoji_skin_indexes"_s, u"console_options"_s})
-            model()->setValue(key, u"\x01{rubbish"_s, false);
-        QCOMPARE(model()->emojiSkinIndex(u"\u270B"_s), -1);
-        QCOMPARE(model()->consoleOptions().count(u"uri"), 19);
         QCOMPARE(model()->upgradeInfo().value(u"remark"_s), u"\x01{rubbish"_s);
     }
 
     void noSizeOfAFont()
     {
         const int height = model()->lineHeigt();
-        const QVariant sizes[] = {0, -5, 1001, 1e10, std::nan(""), u"big"_s, QVariantMap()};
-        for (const QVariant &size : sizes) {
+        for (const QVariant &size : {QVariant(0), QVariant(1001), QVariant(1e10),
+                                     QVariant(std::nan("")), QVariant(u"big"_s)}) {
             store({{u"theme_font_size"_s, size, {}}});
             app()->setFont(QFont());
             restart();
@@ -241,12 +239,11 @@ private Q_SLOTS:
             QCOMPARE(app()->property("fontPixelSize"), 14);
             QCOMPARE(model()->lineHeigt(), height);
         }
-        QSignalSpy changed(model(), &AppSettingModel::themeFontSizeChanged);
-        for (const int size : {0, -5, 1001}) {
+        for (const int size : {0, 1001}) {
             QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u" no font size"_s));
             model()->setThemeFontSize(size);
+            QCOMPARE(model()->themeFontSize(), 14);
         }
-        QCOMPARE(changed.size(), 0);
         model()->setThemeFontSize(1000);
         QCOMPARE(model()->themeFontSize(), 1000);
     }
@@ -315,9 +312,8 @@ private Q_SLOTS:
         model()->setDebug(true, false);
         model()->loadGlobalData();
         QCOMPARE(model()->debug(), false);
-        const QFont font = app()->font();
-        QCOMPARE(font.pixelSize(), 30);
-        QCOMPARE(model()->lineHeigt(), int(QFontMetricsF(font).height()));
+        QCOMPARE(app()->font().pixelSize(), 30);
+        QCOMPARE(model()->lineHeigt(), int(QFontMetricsF(app()->font()).height()));
         QCOMPARE(app()->property("fontPixelSize"), 30);
         QCOMPARE(app()->languages, QStringList{u"pt_BR"_s});
         QCOMPARE(capture[0][0].toMap(), (QVariantMap{{u"a"_s, 1LL}}));
@@ -325,21 +321,20 @@ private Q_SLOTS:
         QCOMPARE(order.take(),
                  u"debugChanged upgradeInfoChanged screenCaptureHotkeyChanged "
                  "screenRecordHotkeyChanged showImHotkeyChanged"_s);
-        const int height = model()->lineHeigt();
-        model()->setThemeFontSize(60);
-        QVERIFY(model()->lineHeigt() > height);
         model()->setUpgradeInfo({{u"value"_s, u"2.0"_s}, {u"remark"_s, u"faster"_s}});
         QCOMPARE(storedRows().value(u"upgrade"_s).value, u"2.0"_s);
         QCOMPARE(storedRows().value(u"upgrade"_s).remark, u"faster"_s);
+    }
 
-        // Without a choice, what the application has of the system's, which is de_AT: see main().
-        model()->reset();
-        for (const QString &known : {u"de_DE"_s, u"de_AT"_s}) {
+    /// Without a choice, the system's, as the application has it: de_AT, see main().
+    void theSystemsLanguage()
+    {
+        for (const auto &[known, taken] : {std::pair{u"de_DE"_s, u"de_DE"_s},
+                                           {u"de_AT"_s, u"de_AT"_s},
+                                           {u"en_US"_s, u"de_AT"_s}}) {
             app()->setProperty("availableLanguages", QStringList{u"en_US"_s, known});
-            QCOMPARE(model()->language(), known);
+            QCOMPARE(model()->language(), taken);
         }
-        app()->setProperty("availableLanguages", QStringList{u"en_US"_s});
-        QCOMPARE(model()->language(), u"de_AT"_s);
     }
 
     void bracketedKeysAnnounceBothSides()
@@ -351,25 +346,23 @@ private Q_SLOTS:
             QSignalSpy begin(model(), &AppSettingModel::beginConfig);
             QSignalSpy end(model(), &AppSettingModel::endConfig);
             QVariantList seen;
-            bool held = false;
             std::future<void> reader;
-            const auto look = [&, name = name] { seen.append(model()->property(name)); };
-            connect(model(), &AppSettingModel::endConfig, &order, look);
-            connect(model(), &AppSettingModel::beginConfig, &order, look);
-            connect(model(), &AppSettingModel::beginConfig, &order, [&] {
+            order.atEach = [&, name = name] {
+                seen.append(model()->property(name));
                 // Other threads have to wait until the change is done.
-                reader = std::async(std::launch::async, [] { model()->darkMode(); });
-                held =
-                    reader.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout;
-            });
+                if (!reader.valid())
+                    reader = std::async(std::launch::async, [] { model()->darkMode(); });
+                if (seen.size() < 3)
+                    QCOMPARE(reader.wait_for(std::chrono::milliseconds(50)),
+                             std::future_status::timeout);
+            };
             QVERIFY(model()->setProperty(name, !fallback));
             reader.wait();
-            QVERIFY(held);
             QCOMPARE(order.take(),
                      u"beginConfig endConfig %1Changed"_s.arg(QLatin1StringView(name)));
             QCOMPARE(begin[0], (QVariantList{key, QVariant()}));
             QCOMPARE(end[0], (QVariantList{key, !fallback}));
-            QCOMPARE(seen, (QVariantList{fallback, !fallback}));
+            QCOMPARE(seen, (QVariantList{fallback, !fallback, !fallback}));
         }
     }
 
@@ -398,106 +391,55 @@ private Q_SLOTS:
 
     void anEmptyProxyListSwitchesTheProxyOff()
     {
-        for (const auto &[list, save, state] : {std::tuple{u"[1]"_s, true, 2},
-                                                {u"[]"_s, true, 0},
-                                                {u"[]"_s, true, 0},
-                                                {u""_s, true, 0},
-                                                {u"[1]"_s, false, 2},
-                                                {u""_s, false, 0}}) {
+        for (const auto &[list, state] :
+             {std::pair{u"[1]"_s, 2}, {u"[]"_s, 0}, {u"[]"_s, 0}, {u""_s, 0}}) {
             model()->setNetworkProxyState(2);
-            model()->setNetworkProxyList(list, save);
+            model()->setNetworkProxyList(list, false);
             QCOMPARE(model()->networkProxyState(), state);
         }
         restart();
         QCOMPARE(model()->networkProxyState(), 0);
-        QCOMPARE(model()->networkProxyList(), u""_s);
     }
 
-    void theLastAccountTakesTheSettingsWithIt()
+    void consoleOptionsComeIntoForce()
     {
-        model()->setValue(u"database_version"_s, 9, true);
-        model()->setDarkMode(true);
-        QSignalSpy reset(model(), &AppSettingModel::paramsBeReseted);
-        QSignalSpy ids(model(), &AppSettingModel::accountIdsChanged);
-        model()->setAccountIds({9007199254740993LL, 2});
-        QVERIFY(model()->darkMode() && reset.isEmpty());
-        for (int count = 1; count <= 2; ++count) {
-            model()->setAccountIds({});
-            QCOMPARE(reset.size(), count);
-            QVERIFY(!model()->darkMode());
-        }
-        QCOMPARE(ids.size(), 5); // as it is set, and by each reset
-        QCOMPARE(storedRows().value(u"database_version"_s).value, 9);
-    }
-
-    void consoleOptionsAreCompletedAndApplied()
-    {
-        // The default is a text of its own, and applies nothing.
-        QVERIFY(model()->consoleOptions().startsWith(
-            u"[{\"uri\": \"im.base\", \"enable\": true}, {\"uri\": \"im.component\", "_s));
-        QVERIFY(model()->consoleOptions().endsWith(
-            u", {\"uri\": \"im.settingmodel\", \"enable\": true}]"_s));
-        QLoggingCategory::setFilterRules(u"im.custom.debug=true\nim.ui.debug=false"_s);
-        model()->consoleOptions();
+        // The default applies nothing.
+        QLoggingCategory::setFilterRules(u"im.ui.debug=false"_s);
+        const QString fallback = model()->consoleOptions();
         QVERIFY(!debugEnabled("im.ui"));
-
-        // A new category comes into force with the next reading, a known one at once.
         QSignalSpy changed(model(), &AppSettingModel::consoleOptionsChanged);
-        model()->changeConsoleOption(u"im.custom"_s, false);
-        QVERIFY(debugEnabled("im.ui") && debugEnabled("im.custom"));
-        const QString options = model()->consoleOptions();
-        QVERIFY(!debugEnabled("im.custom"));
-        QVERIFY(options.endsWith(u"{\"enable\":false,\"uri\":\"im.custom\"}]"_s));
-        QCOMPARE(changed, QList<QVariantList>{{options}});
         for (int i = 0; i < 2; ++i)
-            model()->changeConsoleOption(u"im.ui"_s, false);
-        QVERIFY(!debugEnabled("im.ui") && debugEnabled("im.network"));
-        QCOMPARE(changed.size(), 2);
+            model()->changeConsoleOption(u"im.network"_s, false);
+        QVERIFY(debugEnabled("im.ui") && !debugEnabled("im.network"));
+        QCOMPARE(changed.size(), 1);
+        const QString options = model()->consoleOptions();
+        QCOMPARE(changed[0][0], options);
 
-        // Stored ones first, in their order, then what is new in the program; nothing is written.
-        const QString stored =
-            u"[{\"uri\":\"b\",\"enable\":true},{\"uri\":\"im.ui\",\"enable\":false}]"_s;
+        // What is read is completed, and nothing of that is stored.
+        const QString stored = u"[{\"enable\":false,\"uri\":\"im.ui\"}]"_s;
         model()->setConsoleOptions(stored);
-        const QString merged = model()->consoleOptions();
-        QVERIFY(merged.startsWith(
-            u"[{\"enable\":true,\"uri\":\"b\"},{\"enable\":false,\"uri\":\"im.ui\"},{\"enable\":true,\"uri\":\"im.base\"},"_s));
-        QCOMPARE(merged.count(u"uri"), 20);
-        QVERIFY(!debugEnabled("im.ui"));
-        QCOMPARE(model()->getValue(u"console_options"_s, {}), stored);
-
-        // After a start they are in force once somebody has asked for them.
-        QLoggingCategory::setFilterRules({});
         restart();
         QVERIFY(debugEnabled("im.ui"));
-        QCOMPARE(model()->consoleOptions(), merged);
+        QCOMPARE(model()->consoleOptions().count(u"uri"), fallback.count(u"uri"));
         QVERIFY(!debugEnabled("im.ui"));
+        QCOMPARE(model()->getValue(u"console_options"_s, {}), stored);
     }
 
     void skinTones()
     {
         const QString hand = u"\u270B"_s;
-        const QString fist = u"\u270A"_s;
-        const auto tones = [&] {
-            return std::pair{model()->emojiSkinIndex(hand), model()->emojiSkinIndex(fist)};
-        };
         model()->setEmojiSkinIndex(hand, 3);
-        QCOMPARE(tones(), std::pair(3, -1));
-        model()->setEmojiSkinIndex(fist, 0);
-        QCOMPARE(tones(), std::pair(3, 0));
-        model()->setEmojiSkinIndex(fist, -1);
         restart();
-        QCOMPARE(tones(), std::pair(3, -1));
+        QCOMPARE(model()->emojiSkinIndex(hand), 3);
         QVERIFY(model()->getValue(u"emoji_skin_indexes"_s, {}).toString().contains(u'\n'));
         model()->setGlobalSkinIndex(2, false);
         QCOMPARE(model()->globalSkinIndex(), 2);
-        QCOMPARE(tones(), std::pair(-1, -1));
-        model()->setEmojiSkinIndex(fist, 1);
-        QCOMPARE(tones(), std::pair(-1, 1));
-        // A reset and a write past the setter count as well.
+        QCOMPARE(model()->emojiSkinIndex(hand), -1);
+        // A write past the setter counts as well, and so does a reset.
+        model()->setValue(u"emoji_skin_indexes"_s, u"{\"\u270B\": 4}"_s, true);
+        QCOMPARE(model()->emojiSkinIndex(hand), 4);
         model()->reset();
-        QCOMPARE(tones(), std::pair(-1, -1));
-        model()->setValue(u"emoji_skin_indexes"_s, u"{\"\u270A\": 4}"_s, true);
-        QCOMPARE(tones(), std::pair(-1, 4));
+        QCOMPARE(model()->emojiSkinIndex(hand), -1);
     }
 
     void plainValues()
@@ -519,8 +461,6 @@ private Q_SLOTS:
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u" cannot be stored: c"_s));
         model()->saveToConfig({{u"b"_s, 1}, {u"c"_s, QVariant::fromValue<QObject *>(this)}});
         QVERIFY(!storedRows().contains(u"b"_s));
-        model()->saveToConfig({{u"b"_s, 1}, {u"c"_s, 2}});
-        QVERIFY(storedRows().contains(u"b"_s) && storedRows().contains(u"c"_s));
         // What is no number is one and the same.
         for (const QVariant &nan : {QVariant(std::nan("")), QVariant(QVariantList{1, std::nan("")}),
                                     QVariant(QPointF(1, std::nan("")))}) {
@@ -536,76 +476,53 @@ private Q_SLOTS:
         QVERIFY(!model()->countMuteDialog() && !model()->unreadMessagesCounter());
     }
 
+    /// In a map, too; it lives on without the engine.
     void scriptsHandDataOver()
     {
-        QVariant kept;
-        {
-            QJSEngine engine;
-            QVERIFY(model()->setValue(u"script"_s,
-                                      QVariant::fromValue(engine.evaluate(
-                                          u"({list: [1, 'x', , null], yes: true, map: {a: 1.5}, "
-                                          "at: new Date(1700000000123)})"_s)),
-                                      true));
-            kept = model()->getValue(u"script"_s, {});
-        }
-        QCOMPARE(kept,
-                 (QVariantMap{
-                     {u"list"_s, QVariantList{1, u"x"_s, QVariant(), QVariant::fromValue(nullptr)}},
-                     {u"yes"_s, true},
-                     {u"map"_s, QVariantMap{{u"a"_s, 1.5}}},
-                     {u"at"_s, QDateTime::fromMSecsSinceEpoch(1700000000123)}}));
-        restart();
-        QCOMPARE(model()->getValue(u"script"_s, {}), kept);
-
-        // Within a map, too; and as it is announced.
+        const QString script = u"({list: [1, 'x', , null], at: new Date(1700000000123)})"_s;
+        const QVariantMap data{
+            {u"list"_s, QVariantList{1, u"x"_s, QVariant(), QVariant::fromValue(nullptr)}},
+            {u"at"_s, QDateTime::fromMSecsSinceEpoch(1700000000123)}};
+        auto engine = std::make_unique<QJSEngine>();
+        QVERIFY(
+            model()->setValue(u"script"_s, QVariant::fromValue(engine->evaluate(script)), true));
         QVariantMap told;
-        {
-            QJSEngine engine;
-            connect(model(), &AppSettingModel::showImHotkeyChanged, &engine,
-                    [&](const QVariantMap &map) { told = map; });
-            model()->setShowImHotkey({{u"a"_s, QVariant::fromValue(engine.evaluate(u"['x']"_s))}});
-        }
+        connect(model(), &AppSettingModel::showImHotkeyChanged, this,
+                [&](const QVariantMap &map) { told = map; });
+        model()->setShowImHotkey({{u"a"_s, QVariant::fromValue(engine->evaluate(u"['x']"_s))}});
+        engine.reset();
         QCOMPARE(told, (QVariantMap{{u"a"_s, QVariantList{u"x"_s}}}));
+        QCOMPARE(model()->getValue(u"script"_s, {}), data);
+        restart();
+        QCOMPARE(model()->getValue(u"script"_s, {}), data);
         QCOMPARE(model()->showImHotkey(), told);
     }
 
-    /// Neither kept in memory nor stored; what is stored with it is not held up.
-    void whatNoRowHoldsIsRefused_data()
-    {
-        QTest::addColumn<QString>("script");
-        const auto row = [](const char *name, const QString &script) {
-            QTest::newRow(name) << script;
-        };
-        row("function", u"(function() {})"_s);
-        row("method", u"({a: [1, {b: () => 1}]})"_s);
-        row("cycle", u"(() => { let a = {}; a.a = [a]; return a; })()"_s);
-        row("deep", u"(() => { let a = 1; for (let i = 0; i < 101; ++i) a = [a]; return a; })()"_s);
-        row("everywhere the same",
-            u"(() => { let a = 1; for (let i = 0; i < 90; ++i) a = [a, a]; return a; })()"_s);
-        row("long", u"(() => { let a = []; a[4294967294] = 1; return a; })()"_s);
-        row("pattern", u"/a+/"_s);
-        row("symbol", u"Symbol('a')"_s);
-        row("error", u"new Error('a')"_s);
-        row("object", {});
-    }
+    /// It is neither kept in memory nor stored, and what is stored with it is not held up.
     void whatNoRowHoldsIsRefused()
     {
-        QFETCH(const QString, script);
         QJSEngine engine;
-        const QVariant value = script.isEmpty() ? QVariant::fromValue<QObject *>(this)
-                                                : QVariant::fromValue(engine.evaluate(script));
+        QVariantList values{QVariant::fromValue<QObject *>(this)};
+        for (const QString &script :
+             {u"(function() {})"_s, u"({a: [1, {b: () => 1}]})"_s,
+              u"(() => { let a = {}; a.a = [a]; return a; })()"_s,
+              u"(() => { let a = 1; for (let i = 0; i < 101; ++i) a = [a]; return a; })()"_s,
+              u"(() => { let a = 1; for (let i = 0; i < 90; ++i) a = [a, a]; return a; })()"_s,
+              u"(() => { let a = []; a[4294967294] = 1; return a; })()"_s, u"/a+/"_s,
+              u"Symbol('a')"_s, u"new Error('a')"_s})
+            values.append(QVariant::fromValue(engine.evaluate(script)));
         const QString key = u"image_edit_tool"_s;
         const SignalLog order{{model()}};
-        const auto refuse = [&](auto set) {
-            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u" cannot be stored: "_s));
-            set();
-        };
-        refuse([&] { QVERIFY(!model()->setValue(key, value, true)); });
-        refuse([&] { model()->setImageEditTool({{u"a"_s, value}}); });
-        refuse([&] { model()->setScreenCaptureHotkey({{u"a"_s, value}}); });
-        refuse([&] { model()->setUpgradeInfo({{u"value"_s, value}}); });
-        refuse([&] { model()->setAccountIds({value}); });
-        refuse([&] { model()->setSettingSearchHistory({value}); });
+        LogLines log("im.settingmodel");
+        for (const QVariant &value : std::as_const(values)) {
+            QVERIFY(!model()->setValue(key, value, true));
+            model()->setImageEditTool({{u"a"_s, value}});
+            model()->setScreenCaptureHotkey({{u"a"_s, value}});
+            model()->setUpgradeInfo({{u"value"_s, value}});
+            model()->setAccountIds({value});
+            model()->setSettingSearchHistory({value});
+            QCOMPARE(log.takeTexts().filter(u" cannot be stored: "_s).size(), 6);
+        }
         QCOMPARE(order.names(), QStringList());
         model()->setCountMuteDialog(true);
         QCOMPARE(storedRows().keys(), QStringList{u"count_mute_dialog"_s});
@@ -635,14 +552,13 @@ private Q_SLOTS:
         model()->reset();
         const QStringList told = lines->takeTexts();
         lines.reset();
-        // In both logs, as notable steps are.
+        // In the file of the log, too, as notable steps are.
         const QString line = u"AppSettingModel::resetAppSetting"_s;
         QCOMPARE(told.filter(line), QStringList{u"im.settingmodel: "_s + line});
         ImLog::instance()->flush();
-        QFile log(ImLog::instance()->directory() + u"/im.log"_s);
-        QVERIFY(log.open(QFile::ReadOnly) && log.readAll().contains(line.toUtf8()));
+        QVERIFY(contents(ImLog::instance()->directory() + u"/im.log"_s).contains(line.toUtf8()));
 
-        // The application's font changes with the theme's; that is no matter of order here.
+        // The application's font changes with the theme's, at any time.
         QStringList announced = order.names();
         announced.removeAll(u"fontChanged"_s);
         SettingTable::compare(announced, QFINDTESTDATA("appreset.txt"));
@@ -685,6 +601,7 @@ private Q_SLOTS:
     void severalRowsAreStoredInOneStep()
     {
         model()->setDarkMode(true);
+        model()->setValue(u"database_version"_s, 9, true);
         model()->setServerConfig("config", true);
         SQLite::Database store(model()->globalStorage()->filePath().toStdString(),
                                SQLite::OPEN_READWRITE, 2000);
@@ -697,9 +614,9 @@ private Q_SLOTS:
         QCOMPARE(storedRows().value(u"server_config"_s).value, QByteArray("config"));
         store.exec("DROP TRIGGER bad");
         QVERIFY(model()->flush());
-        QStringList left = storedRows().keys();
-        left.sort();
-        QCOMPARE(left, (QStringList{u"database_version"_s, u"server_config"_s}));
+        QCOMPARE(storedRows().size(), 2);
+        QCOMPARE(storedRows().value(u"database_version"_s).value, 9);
+        QCOMPARE(storedRows().value(u"server_config"_s).value, QByteArray("config"));
         // Nobody is signed out by a kill before those who stay have been stored again.
         model()->setAccountIds({7});
         QByteArray meanwhile;

@@ -70,55 +70,48 @@ private Q_SLOTS:
         }
     }
 
-    void nobodyWaitsForTheDisk_data()
-    {
-        using Change = std::function<void()>;
-        QTest::addColumn<Change>("change");
-        const auto row = [](const char *name, const Change &change) {
-            QTest::newRow(name) << change;
-        };
-        row("setValue", [] { model()->setValue(u"a"_s, 1, true); });
-        row("text", [] { model()->saveToConfig(u"a"_s, 1, true); });
-        row("upgrade", [] { model()->setUpgradeInfo({{u"value"_s, 1}}); });
-        row("emoji", [] { model()->setEmojiSkinIndex(u"\u270B"_s, 1); });
-        row("rows in a slot", [] {
-            connect(
-                model(), &AppSettingModel::beginConfig, model(),
-                [] {
-                    model()->saveToConfig({{u"a"_s, 1}, {u"b"_s, 2}});
-                },
-                Qt::DirectConnection);
-            model()->setLargeEmoji(!model()->largeEmoji());
-        });
-        row("slot", [] {
-            const auto slot = [] { model()->setDarkMode(!model()->darkMode()); };
-            connect(model(), &AppSettingModel::beginConfig, model(), slot, Qt::DirectConnection);
-            model()->setLargeEmoji(!model()->largeEmoji());
-        });
-        row("reset", [] { model()->reset(); });
-    }
+    /// While a change is written by its caller, everybody else goes on.
     void nobodyWaitsForTheDisk()
     {
-        // While a change is written by its caller, everybody else goes on.
-        QFETCH(const std::function<void()>, change);
-        model()->loadGlobalData();
-        model()->reset();
-        QVERIFY(model()->flush());
-        std::optional<StuckDisk> disk(std::in_place);
-        const auto changed = std::async(std::launch::async, change);
-        QVERIFY(disk->isReached());
-        const auto others = std::async(std::launch::async, [] {
-            model()->setThemeFontSize(17);
-            return model()->themeFontSize();
-        });
-        const bool went = others.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
-        disk.reset();
-        QVERIFY(went);
-        changed.wait();
-        QVERIFY(model()->flush());
-        AppSettingModel::releaseInstance();
-        model()->loadGlobalData();
-        QCOMPARE(model()->themeFontSize(), 17);
+        const auto inASlot = [](auto change) {
+            connect(model(), &AppSettingModel::beginConfig, model(), change, Qt::DirectConnection);
+            model()->setLargeEmoji(!model()->largeEmoji());
+        };
+        const std::pair<const char *, std::function<void()>> changes[] = {
+            {"setValue", [] { model()->setValue(u"a"_s, 1, true); }},
+            {"one row", [] { model()->saveToConfig(u"a"_s, 1, true); }},
+            {"upgrade",
+             [] {
+                 model()->setUpgradeInfo({{u"value"_s, 1}});
+             }},
+            {"emoji", [] { model()->setEmojiSkinIndex(u"\u270B"_s, 1); }},
+            {"rows", [=] { inASlot([] {
+                               model()->saveToConfig({{u"a"_s, 1}, {u"b"_s, 2}});
+                           }); }},
+            {"slot", [=] { inASlot([] { model()->setDarkMode(!model()->darkMode()); }); }},
+            {"reset", [] { model()->reset(); }},
+        };
+        for (const auto &[name, change] : changes) {
+            model()->loadGlobalData();
+            model()->reset();
+            QVERIFY(model()->flush());
+            std::optional<StuckDisk> disk(std::in_place);
+            const auto changed = std::async(std::launch::async, change);
+            QVERIFY2(disk->isReached(), name);
+            const auto others = std::async(std::launch::async, [] {
+                model()->setThemeFontSize(17);
+                return model()->themeFontSize();
+            });
+            const bool went =
+                others.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+            disk.reset();
+            QVERIFY2(went, name);
+            changed.wait();
+            AppSettingModel::releaseInstance();
+            model()->loadGlobalData();
+            QCOMPARE(model()->themeFontSize(), 17);
+            cleanup();
+        }
     }
 
     void handlersUseTheModelWhileItIsReleased()
@@ -173,7 +166,7 @@ private Q_SLOTS:
                 QVERIFY(provider()->open());
             };
             for (int number = 1; sequence.next(); ++number) {
-                const int operation = sequence.below(13);
+                const int operation = sequence.below(14);
                 sequence.note(QString::number(operation));
                 switch (operation) {
                 case 0:
@@ -222,6 +215,13 @@ private Q_SLOTS:
                     if (!ThreadManager::getInstance()->thread())
                         other.reset();
                     const QString key = u"key%1"_s.arg(sequence.below(5));
+                    // While nothing can be written, more than is kept without being thinned out.
+                    for (int i = 0; operation == 9 && (other || !provider()->isOpen()) && i < 5000;
+                         ++i) {
+                        const QString each = u"key%1"_s.arg(i < 5 ? i : i % 2);
+                        model()->setValue(each, -i, true);
+                        memory[each] = saved[each] = -i;
+                    }
                     if (sequence.chance(25)) {
                         model()->removeKey(key);
                         memory.remove(key);

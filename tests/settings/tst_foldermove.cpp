@@ -17,8 +17,6 @@
 #include <fstream>
 #include <map>
 #include <memory>
-#include <thread>
-#include <vector>
 
 #ifdef Q_OS_LINUX
 #    include <sys/stat.h>
@@ -319,10 +317,9 @@ private Q_SLOTS:
         MediaTree::write(source(u"a.jpg"_s), "content");
         BaseFile record;
         record.setFilePath(source(u"a.jpg"_s));
-        BaseFile listed(&record);
         auto gone = std::make_unique<BaseFile>(&record);
         QStringList told;
-        for (BaseFile *file : {&record, &listed, gone.get()}) {
+        for (BaseFile *file : {&record, gone.get()}) {
             connect(file, &BaseFile::filePathChanged, this, [&](const QString &path) {
                 told.append(path);
                 gone.reset();
@@ -332,68 +329,43 @@ private Q_SLOTS:
         QCOMPARE(move.copy(), FolderMove::Done);
         QCOMPARE(record.filePath(), source(u"a.jpg"_s));
         QVERIFY(move.removeOriginals());
-        QCOMPARE(listed.filePath(), target(u"a.jpg"_s));
+        QCOMPARE(record.filePath(), target(u"a.jpg"_s));
         QVERIFY(told.isEmpty());
-        BaseFile::tellFollowers(move.moved());
-        BaseFile::tellFollowers(move.moved());
-        QVERIFY(!gone);
-        QVERIFY(told.size() >= 2 && told.size() <= 3);
+        for (int i = 0; i < 2; ++i)
+            BaseFile::tellFollowers(move.moved());
+        QVERIFY(!gone && !told.isEmpty() && told.size() <= 2);
         QCOMPARE(told.first(), target(u"a.jpg"_s));
-    }
-
-    // Records come, change and go while files move.
-    void recordsOfManyThreads()
-    {
-        const auto work = [&](int seed) {
-            QRandomGenerator random(seed);
-            for (int i = 0; i < 2000; ++i) {
-                const auto path = [&] { return source(QString::number(random.bounded(4))); };
-                BaseFile record;
-                record.setFilePath(path());
-                const BaseFile copy(&record);
-                BaseFile::followFile(path(), path());
-                record.setCacheFilePath(path());
-                BaseFile::tellFollowers({path()});
-                record.setFilePath(random.bounded(2) ? path() : QString());
-            }
-        };
-        std::vector<std::thread> threads;
-        for (int i = 1; i <= 4; ++i)
-            threads.emplace_back(work, i);
-        for (std::thread &thread : threads)
-            thread.join();
     }
 
     void namesThatAreTaken()
     {
-        MediaTree::write(source(u"same.jpg"_s), "content");
-        MediaTree::write(source(u"other.tar.gz"_s), "content");
-        MediaTree::write(source(u".hidden"_s), "content");
-        MediaTree::write(source(u"folder"_s), "content");
-        MediaTree::write(source(u"link.d/link"_s), "content");
-        MediaTree::write(target(u"same.jpg"_s), "content");
-        MediaTree::write(target(u"other.tar.gz"_s), "CONTENT");
-        MediaTree::write(target(u"other.tar (1).gz"_s), "conten");
-        MediaTree::write(target(u".hidden"_s), "CONTENT");
-        MediaTree::write(target(u"folder/x"_s), "x");
         // As long as a name may be, in bytes.
         const QString longName = QString(83, QChar(0x4e2d)) + u"abc.jp"_s;
-        MediaTree::write(source(longName), "content");
-        MediaTree::write(target(longName), "CONTENT");
+        for (const QString &name : {u"same.jpg"_s, u"other.tar.gz"_s, u".hidden"_s, u"folder"_s,
+                                    u"link.d/link"_s, longName})
+            MediaTree::write(source(name), "content");
+        for (const QString &name :
+             {u"other.tar.gz"_s, u"other.tar (1).gz"_s, u".hidden"_s, u"folder/x"_s, longName})
+            MediaTree::write(target(name), "CONTENT");
+        MediaTree::write(target(u"same.jpg"_s), "content");
         const QString outside = m_home->path() + u"/outside"_s;
         MediaTree::write(outside, "content");
         QVERIFY(QDir().mkpath(target(u"link.d"_s)));
         QVERIFY(QFile::link(outside, target(u"link.d/link"_s)));
 
         QVERIFY(moveAll());
+        QStringList moved;
+        QStringList kept;
         const QMap<QString, MediaTree::File> after = MediaTree::read(target()).files;
-        QCOMPARE(after.keys(),
-                 (QStringList{u".hidden"_s, u".hidden (1)"_s, u"folder (1)"_s, u"folder/x"_s,
-                              u"link.d/link (1)"_s, u"other.tar (1).gz"_s, u"other.tar (2).gz"_s,
-                              u"other.tar.gz"_s, u"same.jpg"_s,
-                              QString(82, QChar(0x4e2d)) + u" (1).jp"_s, longName}));
-        QCOMPARE(after.value(u"other.tar.gz"_s).content, "CONTENT"_ba);
-        QCOMPARE(after.value(u"other.tar (2).gz"_s).content, "content"_ba);
+        for (auto file = after.cbegin(); file != after.cend(); ++file)
+            (file->content == "content" ? moved : kept).append(file.key());
+        QCOMPARE(moved,
+                 (QStringList{u".hidden (1)"_s, u"folder (1)"_s, u"link.d/link (1)"_s,
+                              u"other.tar (2).gz"_s, u"same.jpg"_s,
+                              QString(82, QChar(0x4e2d)) + u" (1).jp"_s}));
+        QCOMPARE(kept,
+                 (QStringList{u".hidden"_s, u"folder/x"_s, u"other.tar (1).gz"_s, u"other.tar.gz"_s,
+                              longName}));
         QVERIFY(!QFileInfo::exists(source()));
     }
 
@@ -438,12 +410,6 @@ private Q_SLOTS:
         };
         QCOMPARE(obstacle().obstacle, target(u"sub"_s));
         QVERIFY(QDir(outside).isEmpty());
-
-        QVERIFY(QFile::remove(target(u"sub"_s)));
-        MediaTree::write(target(u"sub"_s), "a file in the way");
-        QCOMPARE(obstacle().cause, FolderMove::InTheWay);
-        QCOMPARE(obstacle().obstacle, target(u"sub"_s));
-        QCOMPARE(MediaTree::read(source()).files.keys(), QStringList{u"sub/file"_s});
 
         // What is written goes to a file of its own, whatever stands at its place.
         QVERIFY(QFile::remove(target(u"sub"_s)));

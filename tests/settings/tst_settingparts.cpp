@@ -1,9 +1,12 @@
+#include "base/util.h"
+#include "settings/appdirmanager.h"
 #include "settings/appsettingmodel.h"
 #include "settings/consoleoptions_p.h"
 #include "settings/emojiskins_p.h"
 #include "settings/messagegeometry_p.h"
 
 #include <QLoggingCategory>
+#include <QStandardPaths>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -16,7 +19,7 @@ const QLoggingCategory added("im.added");
 
 } // namespace
 
-/// The small classes behind the application's settings.
+/// The small classes behind the application's settings, each on its own.
 class TestSettingParts : public QObject
 {
     Q_OBJECT
@@ -60,55 +63,39 @@ private Q_SLOTS:
         QCOMPARE(EmojiSkins().index(removed, u"👋"_s), 0);
     }
 
-    void messageGeometry_data()
+    void messageWidth()
     {
-        QTest::addColumn<QString>("window");
-        QTest::addColumn<bool>("plain");
-        QTest::addColumn<bool>("panel");
-        QTest::addColumn<QList<int>>("expected"); // width, height, of messages, in threads, panel
-        const auto row = [](const char *name, const QString &window, bool plain, bool panel,
-                            const QList<int> &expected) {
-            QTest::newRow(name) << window << plain << panel << expected;
-        };
-        const QString large = uR"({"width":1700,"height":822})"_s;
-        row("bubbles end at 560", large, false, false, {1400, 800, 560, 224, 0});
-        row("plain ones do not", large, true, false, {1400, 800, 1288, 224, 0});
-        row("the panel takes its part", large, true, true, {1400, 800, 968, 224, 1});
-        row("room for the panel", uR"({"width":1000,"height":822})"_s, true, true,
-            {700, 800, 268, 224, 1});
-        row("no room for it", uR"({"width":999,"height":822})"_s, true, true,
-            {699, 800, 587, 224, 0});
-        row("nothing is known", u"damaged"_s, false, false, {-300, -22, 200, 224, 0});
-    }
-    void messageGeometry()
-    {
-        QFETCH(QString, window);
-        QFETCH(bool, plain);
-        QFETCH(bool, panel);
         AppSettingModel *settings = AppSettingModel::instance();
-        settings->setMainwindowGeometry(window, false);
-        settings->setPlainModel(plain, false);
-        settings->setInfoPanelViewMode(panel, false);
+        settings->setMainwindowGeometry(uR"({"width":1700,"height":822})"_s, false);
         settings->setSessionListWidth(300, false);
-        settings->setInfoPanelWidth(320, false);
         MessageGeometry geometry;
         geometry.load();
-        const QSize size = geometry.window();
-        const QList<int> loaded{size.width(), size.height(), geometry.messageWidth(),
-                                geometry.widthInThread(), geometry.isInfoPanelVisible()};
-        QTEST(loaded, "expected");
-
-        QVERIFY(!geometry.setWindow(size) && geometry.setWindow(size + QSize(1, 0)));
-        QVERIFY(!geometry.setMessageWidth(0) && !geometry.setWidthInThread(-1));
-        QVERIFY(geometry.setMessageWidth(333) && geometry.setWidthInThread(150));
-        QCOMPARE(geometry.messageWidth(), 333);
-        QCOMPARE(geometry.widthInThread(), 200);
-        QVERIFY(!geometry.setMessageWidth(333) && !geometry.setWidthInThread(1));
+        QCOMPARE(geometry.messageWidth(), 560);
+        settings->setPlainModel(true, false);
+        geometry.load();
+        QCOMPARE(geometry.messageWidth(), 1288);
+        settings->setMainwindowGeometry(u"damaged"_s, false);
+        geometry.load();
+        QCOMPARE(geometry.messageWidth(), 200);
         geometry.reset();
         QCOMPARE(geometry.messageWidth(), 425);
         QVERIFY(!geometry.window().isValid());
     }
+
+    void ownDirectories()
+    {
+        const AppDirManager *dirs = AppDirManager::instance();
+        const QString separator = Util::separator();
+        const QString data = Util::defaultCacheDataDir();
+        QCOMPARE(dirs->defaultCacheDataDir(), data);
+        QCOMPARE(dirs->stickerDir(), data + separator + u"sticker"_s + separator);
+        QCOMPARE(dirs->customEmojiDir(), data + separator + u"emoji"_s + separator);
+        QCOMPARE(dirs->tempDir(),
+                 QStandardPaths::writableLocation(QStandardPaths::TempLocation) + separator);
+        QCOMPARE(dirs->documentDir(),
+                 QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
+    }
 };
 
-QTEST_MAIN(TestSettingParts)
+QTEST_GUILESS_MAIN(TestSettingParts)
 #include "tst_settingparts.moc"

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "storage/settingstorage.h"
+
 #include <QFile>
 #include <QJsonDocument>
 #include <QMetaProperty>
@@ -77,6 +79,14 @@ public:
         for (qsizetype i = 0; i < lines.size() && i < expected.size(); ++i)
             QCOMPARE(lines[i], expected[i]);
         QCOMPARE(lines.size(), expected.size());
+    }
+
+    static QVariantMap rowsOf(storage::SettingStorage *storage)
+    {
+        QVariantMap values;
+        for (const storage::SettingInfo &row : storage->allInfos())
+            values.insert(row.key, row.value);
+        return values;
     }
 
     static QString text(const QVariant &value)
