@@ -460,7 +460,6 @@ private Q_SLOTS:
             all.append(verificationEmoji(hashOf(row)).value(0).toString());
         QCOMPARE(verificationEmoji(hashOf(331)),
                  QVariantList({all[331], all[332], all[0], all[1]}));
-        QCOMPARE(QSet<QString>(all.cbegin(), all.cend()).size(), 333);
         QCOMPARE(
             QCryptographicHash::hash(all.join(u' ').toUtf8(), QCryptographicHash::Sha256).toHex(),
             QByteArray("c9af81c07edb4a50e6ff5e365eb680b326eee13019175f2e2eaf71e47c51d5b9"));
