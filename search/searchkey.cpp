@@ -5,6 +5,9 @@
 namespace
 {
 
+/// A key takes time for each of its terms, in each text.
+constexpr qsizetype mostTerms = 100;
+
 bool isQuote(QChar c)
 {
     return QStringView(u"\"“”„«»").contains(c);
@@ -34,7 +37,7 @@ QList<SearchKey::Term> SearchKey::terms() const
     QList<Term> terms;
     const QStringView typed(text);
     qsizetype unclosed = typed.size(); // from here on, no phrase is closed
-    for (qsizetype at = 0; at < typed.size();) {
+    for (qsizetype at = 0; at < typed.size() && terms.size() < mostTerms;) {
         if (typed[at].isSpace()) {
             ++at;
             continue;
@@ -53,7 +56,9 @@ QList<SearchKey::Term> SearchKey::terms() const
         at = isPhrase ? closing + 1 : wordEnd;
         const QStringView term = isPhrase ? typed.sliced(begin + 1, closing - begin - 1)
                                           : typed.sliced(begin, wordEnd - begin);
-        terms.append({term.toString(), isExcluded});
+        const Term next{term.toString(), isExcluded};
+        if (!terms.contains(next))
+            terms.append(next);
     }
     return terms;
 }

@@ -42,6 +42,7 @@ public:
 
         bool operator==(const Term &other) const = default;
     };
+    /// Each once, and the first 100 only: what a person pastes may be long.
     QList<Term> terms() const;
 
     /// True when it looks for nothing: white space alone, and no filter.

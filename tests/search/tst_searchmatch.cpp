@@ -131,7 +131,7 @@ private Q_SLOTS:
         row(u"„a b“ «c d»"_s, {{u"a b"_s}, {u"c d"_s}});
         row(u"-a -\"b c\" d-e"_s, {{u"a"_s, true}, {u"b c"_s, true}, {u"d-e"_s}});
         row(u"- -- \"a b"_s, {{u"-"_s}, {u"-"_s, true}, {u"\"a"_s}, {u"b"_s}});
-        row(u"\"\" \" \" \"a\"b"_s, {{u"\"\""_s}, {u"\""_s}, {u"\""_s}, {u"\"a\"b"_s}});
+        row(u"\"\" \" \" \"a\"b"_s, {{u"\"\""_s}, {u"\""_s}, {u"\"a\"b"_s}});
         row(u"5\" 6\""_s, {{u"5\""_s}, {u"6\""_s}});
     }
     void terms()
@@ -156,8 +156,12 @@ private Q_SLOTS:
         const QString word(64 * 1024, u'a');
         QCOMPARE(marked(word, word + u"b c"_s), u'[' + word + u"]b c"_s);
         QCOMPARE(marked(QString(100000, u'"'), u"a"_s), u"a"_s);
-        QCOMPARE(keyOf(u"\"a "_s.repeated(50000)).terms().size(), 50000);
-        QVERIFY(searchMatch(keyOf(u"a "_s.repeated(20000)), u"a b"_s));
+        QCOMPARE(keyOf(u"\"a "_s.repeated(50000)).terms().size(), 1);
+        QString many;
+        for (int i = 0; i < 20000; ++i)
+            many += QString::number(i) + u" -"_s;
+        QCOMPARE(keyOf(many).terms().size(), 100);
+        QVERIFY(!searchMatch(keyOf(many), u"0 "_s.repeated(20000) + u'1'));
     }
 };
 
