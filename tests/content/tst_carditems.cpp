@@ -286,7 +286,7 @@ private Q_SLOTS:
         QCOMPARE(log.take(), u"userChanged nameChanged nameChanged nameChanged"_s);
 
         for (const QString &id : {u"p1"_s, u"p2"_s}) {
-            card.setPhoto({id, "key"});
+            card.setPhoto({id, "key", {}, {}});
             QCOMPARE(card.photo()->fileId(), id);
             QCOMPARE(card.photo(), card.photo());
         }
