@@ -2,6 +2,7 @@
 #include "base/text/wordlayout_p.h"
 #include "base/text/wordproof_p.h"
 #include "referencelayout.h"
+#include "support/facts.h"
 
 #include <QDir>
 #include <QFile>
@@ -268,19 +269,7 @@ private Q_SLOTS:
 
     void ofTrickyWords()
     {
-        // What may join the word before it or behind it, around spaces or not, in any order; and
-        // what ends a number, which may stand in the words around it.
-        static const QStringList pieces{
-            u" "_s,    u"  "_s,     u"\u00A0"_s,  u"\u3000"_s, u"\u2060"_s,   u"\u200B"_s,
-            u"-"_s,    u"–"_s,      u"—"_s,       u"/"_s,      u"("_s,        u")"_s,
-            u"\""_s,   u"“"_s,      u"”"_s,       u"«"_s,      u"»"_s,        u"?"_s,
-            u"!"_s,    u"…"_s,      u","_s,       u"."_s,      u":"_s,        u"%"_s,
-            u"$"_s,    u"€"_s,      u"12"_s,      u"3.4"_s,    u"AV"_s,       u"fi"_s,
-            u"word"_s, u"Tё"_s,     u"слово"_s,   u"λέξη"_s,   u"一"_s,       u"字"_s,
-            u"。"_s,   u"「"_s,     u"」"_s,      u"あ"_s,     u"っ"_s,       u"ー"_s,
-            u"カ"_s,   u"한글"_s,   u"e\u0301"_s, u"𠀀"_s,     u"https://"_s, u"a_b"_s,
-            u"@"_s,    u"5) 3.4"_s, u"3.4/5.6"_s, u".12"_s,    u"5.5 3.4"_s,  u"(3.4) %"_s,
-            u"12 。"_s};
+        static const QStringList pieces = facts(u"joining_pieces.txt"_s);
         Findings findings;
         std::mt19937 random(7);
         const auto upTo = [&random](qsizetype limit) { return qsizetype(random()) % limit; };

@@ -42,9 +42,9 @@ QByteArray filled(char byte)
 
 /// An account's directory, as a start of the program finds it.
 struct Account {
-    explicit Account(const QTemporaryDir &directory, const QString &masterKey = u"master.key"_s,
-                     std::shared_ptr<MasterKey> source = nullptr)
-        : path(directory.filePath(u"account.db"_s)), keyPath(directory.filePath(masterKey)),
+    explicit Account(const QTemporaryDir &directory, std::shared_ptr<MasterKey> source = nullptr)
+        : path(directory.filePath(u"account.db"_s)),
+          keyPath(directory.filePath(u"master.key"_s)),
           store(&rows, source ? std::move(source) : MasterKey::inFile(keyPath))
     {
         database->open(path);
@@ -170,9 +170,12 @@ private Q_SLOTS:
                 const Place place = sequence.pick(places);
                 const auto &[kind, id, version] = place;
                 sequence.note(u"%1 %2 %3"_s.arg(kind, id).arg(version));
-                if (sequence.chance(15)) {
+                if (sequence.chance(20)) {
                     account.reset();
-                    damage(directory, keys, sequence);
+                    if (sequence.chance(25))
+                        startWithoutMasterKey(directory, keys, sequence);
+                    else
+                        damage(directory, keys, sequence);
                     account = std::make_unique<Account>(directory);
                     QCOMPARE(account->store.state(), State::NotOpened);
                 } else if (kind == secure && sequence.chance(50)) {
@@ -216,22 +219,6 @@ private Q_SLOTS:
         expectSealed(account.path + u"-wal"_s);
         account.database->close();
         expectSealed(account.path);
-    }
-
-    void withoutTheMasterKey_data()
-    {
-        QTest::addColumn<QByteArray>("file"); // in place of the key's; null: there is none
-        QTest::addColumn<State>("state");
-        QTest::addRow("lost") << QByteArray() << State::MasterKeyMissing;
-        QTest::addRow("wrong") << filled('w') << State::MasterKeyWrong;
-        QTest::addRow("damaged") << QByteArray("") << State::MasterKeyUnavailable;
-    }
-    void withoutTheMasterKey()
-    {
-        QFETCH(const QByteArray, file);
-        QFETCH(const State, state);
-        for (const bool checkRow : {true, false})
-            withoutTheMasterKey(file, state, checkRow);
     }
 
     void closedStorage()
@@ -290,7 +277,7 @@ private Q_SLOTS:
                                             {Status::Unavailable, State::MasterKeyUnavailable}}) {
             const QTemporaryDir directory;
             const auto keychain = std::make_shared<Keychain>(answer);
-            Account account(directory, {}, keychain);
+            Account account(directory, keychain);
             Store &store = account.store;
             QSemaphore opened;
             store.setOpenedHandler([&] { opened.release(); });
@@ -330,7 +317,7 @@ private Q_SLOTS:
         const auto keychain = std::make_shared<Keychain>(MasterKey::Status::Found);
         QSemaphore opened;
         {
-            Account account(directory, {}, keychain);
+            Account account(directory, keychain);
             account.store.setOpenedHandler([&] { opened.release(); });
             QCOMPARE(account.store.open(), State::Opening);
             QByteArray made;
@@ -366,21 +353,25 @@ private Q_SLOTS:
     }
 
 private:
-    static void withoutTheMasterKey(const QByteArray &file, State state, bool checkRow)
+    /// The file of the master key is lost, another one's or damaged: nothing opens, no row changes.
+    static void startWithoutMasterKey(const QTemporaryDir &directory, Keys &keys,
+                                      Sequence &sequence)
     {
-        const QTemporaryDir directory;
-        Account before(directory);
-        const QByteArray made = before.store.secureKey(keyId, 1, true);
-        QVERIFY(checkRow || before.rows.remove(u"check"_s, u"master"_s, 1));
-        const QByteArray bytes = allBytes(before.rows);
-        const QString away = before.keyPath + u".away"_s;
-        QVERIFY(QFile::rename(before.keyPath, away));
-        QVERIFY(file.isNull() || write(before.keyPath, file));
-
         Account account(directory);
         Store &store = account.store;
+        QVERIFY(sequence.chance(50) || account.rows.remove(u"check"_s, u"master"_s, 1));
+        const QByteArray bytes = allBytes(account.rows);
+        const QString away = account.keyPath + u".away"_s;
+        QVERIFY(QFile::rename(account.keyPath, away));
+        const auto &[file, state] =
+            sequence.pick(QList{std::pair(QByteArray(), State::MasterKeyMissing),
+                                {filled('w'), State::MasterKeyWrong},
+                                {QByteArray(""), State::MasterKeyUnavailable}});
+        QVERIFY(file.isNull() || write(account.keyPath, file));
+        sequence.note(u"start in state %1"_s.arg(int(state)));
+
         for (const Place &place : places) {
-            QVERIFY(!save(store, place, made) && read(store, place).isEmpty());
+            QVERIFY(!save(store, place, filled('k')) && read(store, place).isEmpty());
             QVERIFY(store.secureKey(std::get<1>(place), 2, true).isEmpty());
         }
         QVERIFY(!store.updateUserInfo(owner) && !store.userInfo());
@@ -390,18 +381,17 @@ private:
         QCOMPARE(allBytes(account.rows), bytes);
         QCOMPARE(contents(account.keyPath), file);
 
-        // It comes back...
         QVERIFY(file.isNull() || QFile::remove(account.keyPath));
-        QVERIFY(QFile::rename(away, account.keyPath));
-        QCOMPARE(store.open(), State::Ready);
-        QCOMPARE(QByteArray(store.secureKey(keyId, 1)), made);
-        // ... or it never does.
-        QVERIFY(QFile::remove(account.keyPath));
-        QCOMPARE(store.open(), State::MasterKeyMissing);
-        QVERIFY(store.removeAll());
-        QCOMPARE(store.open(), State::Ready);
-        QVERIFY(!store.containsSecureKey(keyId, 1));
-        QCOMPARE(store.secureKey(keyId, 1, true).size(), 32);
+        if (sequence.chance(50)) { // the key comes back
+            QVERIFY(QFile::rename(away, account.keyPath));
+            QCOMPARE(store.open(), State::Ready);
+        } else {
+            QCOMPARE(store.open(), State::MasterKeyMissing);
+            QVERIFY(store.removeAll());
+            keys.clear();
+            QCOMPARE(store.open(), State::Ready);
+            QVERIFY(store.updateUserInfo(owner) && QFile::remove(away));
+        }
     }
 
     /// What a start may find: a row changed, or in another one's place; the check row lost.
