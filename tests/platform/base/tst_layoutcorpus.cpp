@@ -1,7 +1,6 @@
 #include "base/drawabletextbase.h"
 #include "base/text/wordlayout_p.h"
 #include "base/text/wordproof_p.h"
-#include "referencelayout.h"
 #include "support/facts.h"
 
 #include <QDir>
@@ -144,8 +143,6 @@ struct Request {
         }
     }
 
-    bool isPlain() const { return blocks.isEmpty() && rowLimit == 0; }
-
     Measured measure() const
     {
         return DrawableTextBase::calculateSize(text, width, font, 0, 0, rowLimit, blocks, true,
@@ -159,8 +156,6 @@ struct Request {
         WordLayout::ofThisThread()->setEnabled(true);
         return measured;
     }
-
-    Measured reference() const { return ReferenceLayout(text, font).measure(width); }
 };
 
 /// What a comparison has found.
@@ -245,22 +240,19 @@ private Q_SLOTS:
         Findings cold;
         Findings warm;
         Findings resized;
-        Findings byHand;
         for (int number = 0; number < corpus().texts.size(); ++number) {
             const Request request(number, 0);
             const Measured full = request.measureInFull();
             cold.add(request, request.measure(), full);
             warm.add(request, request.measure(), full);
             const Request narrower(number, 1);
-            const Measured actual = narrower.measure();
-            resized.add(narrower, actual, narrower.measureInFull());
-            if (narrower.isPlain() && number % 5 < 2)
-                byHand.add(narrower, actual, narrower.reference());
+            resized.add(narrower, narrower.measure(), narrower.measureInFull());
         }
-        for (const auto &[what, found] : {std::pair("as they come", &cold),
-                                          {"met again", &warm},
-                                          {"at another width", &resized},
-                                          {"by hand", &byHand}}) {
+        for (const auto &[what, found] : {
+                 std::pair("as they come", &cold),
+                 {"met again", &warm},
+                 {"at another width", &resized},
+             }) {
             found->report(what);
             QVERIFY(found->isClean());
         }

@@ -3,6 +3,7 @@
 #include "storage/database_p.h"
 #include "storage/keystorage.h"
 #include "storage/keystorage_p.h"
+#include "support/facts.h"
 #include "support/files.h"
 #include "support/sequences.h"
 
@@ -43,8 +44,7 @@ QByteArray filled(char byte)
 /// An account's directory, as a start of the program finds it.
 struct Account {
     explicit Account(const QTemporaryDir &directory, std::shared_ptr<MasterKey> source = nullptr)
-        : path(directory.filePath(u"account.db"_s)),
-          keyPath(directory.filePath(u"master.key"_s)),
+        : path(directory.filePath(u"account.db"_s)), keyPath(directory.filePath(u"master.key"_s)),
           store(&rows, source ? std::move(source) : MasterKey::inFile(keyPath))
     {
         database->open(path);
@@ -117,12 +117,14 @@ const QString secure = u"secure"_s;
 const QString user = u"user"_s;
 const QString chat = u"chat"_s;
 
-const std::vector<Place> places{
-    {secure, keyId, 1},    {secure, keyId, 2},     {secure, dialog, 1},       {chat, keyId, 1},
-    {chat, keyId, 2},      {user, u"5.1.1"_s, 1},  {user, u"51.1.1"_s, 1},    {user, u"5.2.1"_s, 1},
-    {user, u"5.1.2"_s, 1}, {user, u"-5.1.1"_s, 1}, {chat, dialog, most},      {chat, dialog, 7},
-    {chat, dialog, 2},     {chat, dialog, 1},      {chat, dialog, -1},        {chat, dialog, least},
-    {chat, u"1"_s, 11},    {chat, u"11"_s, 1},     {chat, dialog + dialog, 1}};
+const std::vector<Place> places = [] {
+    std::vector<Place> all;
+    for (const QString &line : facts(u"places.txt"_s)) {
+        const QStringList columns = line.split(u'\t');
+        all.emplace_back(columns[0], columns[1], columns[2].toInt());
+    }
+    return all;
+}();
 
 UserAddress address(const QString &id)
 {

@@ -325,9 +325,9 @@ private Q_SLOTS:
         constexpr uid_t somebody = 65534;
         const uid_t user = geteuid();
         const QByteArray directory = QFile::encodeName(m_directory->path());
-        QVERIFY(user != 0
-                || (chown(directory.constData(), somebody, gid_t(-1)) == 0
-                    && seteuid(somebody) == 0));
+        QVERIFY(
+            user != 0
+            || (chown(directory.constData(), somebody, gid_t(-1)) == 0 && seteuid(somebody) == 0));
         const auto again = qScopeGuard([user] { seteuid(user); });
         const QByteArray name = QFile::encodeName(file());
         Database database(schema);
@@ -419,8 +419,13 @@ private Q_SLOTS:
         };
         check(saveSetting, [&] { return settings.removeAll(); });
         check(saveSetting, [&] { return settings.save({u"key"_s, 1, {}}) && settings.clearLog(); });
-        check([&] { return config.save({u"key"_s, secret}); },
-              [&] { return config.apply({true, {}, {{u"kept"_s, 1}}}); });
+        check(
+            [&] {
+                return config.save({u"key"_s, secret});
+            },
+            [&] {
+                return config.apply({true, {}, {{u"kept"_s, 1}}});
+            });
         check(saveKey, [&] { return keys.removeAll(); });
         check(saveKey, [&] { return keys.remove(u"chat"_s, u"id"_s, 1); });
         // Nor of what a process removed that was killed then.
@@ -473,19 +478,15 @@ private Q_SLOTS:
             const bool result = setrlimit(RLIMIT_FSIZE, &limit) == 0 && action();
             return setrlimit(RLIMIT_FSIZE, &usual) == 0 && result;
         };
-        makeFile(100);
+        makeFile(110);
         Database database(schema);
         QVERIFY(database.open(file()));
         const qint64 log = QFileInfo(file("x.db-wal")).size();
         for (const int room : {9000, 0}) {
             QVERIFY(!limited(log + room, [&] { return insert(database, 10'000, 13'000); }));
-            QCOMPARE(number(database, countSoundRows), 100);
+            QCOMPARE(number(database, countSoundRows), 110);
         }
-        QVERIFY(insert(database, 100, 110));
         database.close();
-        Database fresh(schema);
-        QVERIFY(!limited(0, [&] { return fresh.open(file("fresh.db")); }));
-        QVERIFY(!QFile::exists(file("fresh.db")));
 
         // Without room for what a damaged file still holds it stays in its place.
         QByteArray bytes = contents(file());
