@@ -198,7 +198,8 @@ private Q_SLOTS:
         const QString units =
             u"a ( 1 # @ - . / : + 中 \u0301 a\u0301 ท1 я1. http://a. http://a/( http://a/(x[y "
             u"https://a@ a. a@ "
-            "a- a.a@ www.a. a.xn-- xn-- +1_ (1 1- 1: 12_34_ #1 @_ /a@ [:: 1.1.1.1.1.1.1.1.1.1.1_ a\u200d 中@a."_s;
+            "a- a.a@ www.a. a.xn-- xn-- +1_ (1 1- 1: "
+            "12_34_ #1 @_ /a@ [:: 1.1.1.1.1.1.1.1.1.1.1_ a\u200d 中@a."_s;
         for (QString unit : units.split(u' ')) {
             if (unit.size() > 2)
                 unit.replace(u'_', u' ');
