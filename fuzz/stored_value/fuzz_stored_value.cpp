@@ -35,6 +35,12 @@ public:
         m_row.executeStep();
         return storage::codec::readValue(m_row.getColumn(0), m_row.getColumn(1));
     }
+    std::optional<QVariant> value(QByteArrayView bytes)
+    {
+        cleared().bind(1, "QVariant");
+        m_row.bind(2, static_cast<const void *>(bytes.data()), int(bytes.size()));
+        return value();
+    }
     std::string bytes()
     {
         return m_row.getColumn(0).getString() + ':' + m_row.getColumn(1).getString();
@@ -45,23 +51,13 @@ private:
     SQLite::Statement m_row;
 };
 
-/// Nothing when the bytes are refused.
-std::optional<QVariant> readValue(Row &row, const std::string &type, QByteArrayView bytes)
-{
-    SQLite::Statement &columns = row.cleared();
-    columns.bind(1, type);
-    columns.bind(2, static_cast<const void *>(bytes.data()), int(bytes.size()));
-    return row.value();
-}
-
 /// If everything is in one column, its bytes are exactly the value's.
 void checkWhole(Row &row, const QByteArray &bytes)
 {
-    const std::string type = "QVariant";
-    if (bytes.isEmpty() || !readValue(row, type, bytes))
+    if (bytes.isEmpty() || !row.value(bytes))
         return;
-    check(!readValue(row, type, bytes.chopped(1)), "a value that is cut is refused");
-    check(!readValue(row, type, bytes + 'x'), "so is what goes on behind its end");
+    check(!row.value(bytes.chopped(1)), "a value that is cut is refused");
+    check(!row.value(bytes + 'x'), "so is what goes on behind its end");
 }
 
 } // namespace

@@ -50,12 +50,12 @@ QByteArrayList wordsOf(const QByteArray &dictionary)
     for (const QByteArray &line : dictionary.split('\n')) {
         if (!line.startsWith('"'))
             continue;
-        QByteArray word;
-        for (qsizetype i = 1; i < line.lastIndexOf('"'); ++i) {
-            const bool isNumber = line.at(i) == '\\' && line.at(i + 1) == 'x';
-            i += line.at(i) == '\\';
-            word += isNumber ? QByteArray::fromHex(line.mid(i + 1, 2)) : line.mid(i, 1);
-            i += isNumber ? 2 : 0;
+        QByteArray word = line.sliced(1, line.lastIndexOf('"') - 1);
+        for (qsizetype at = 0; (at = word.indexOf('\\', at)) >= 0; ++at) {
+            if (word.mid(at + 1, 1) == "x")
+                word.replace(at, 4, QByteArray::fromHex(word.mid(at + 2, 2)));
+            else
+                word.remove(at, 1);
         }
         words.append(word);
     }
@@ -66,8 +66,7 @@ void damage(QByteArray &bytes, const QByteArrayList &words, std::mt19937 &random
 {
     const auto below = [&random](qsizetype limit) { return qsizetype(random()) % limit; };
     const qsizetype at = below(bytes.size() + 1);
-    const bool isInside = at < bytes.size();
-    switch (below(8)) {
+    switch (below(6)) {
     case 0:
         bytes.truncate(at);
         break;
@@ -78,17 +77,14 @@ void damage(QByteArray &bytes, const QByteArrayList &words, std::mt19937 &random
         bytes.insert(at, bytes.mid(below(bytes.size() + 1), below(40)));
         break;
     case 3:
-    case 4:
         bytes.insert(
             at, words.isEmpty() ? QByteArray(1, char(random())) : words.at(below(words.size())));
         break;
-    case 5:
-        if (isInside)
-            bytes[at] = char(random());
+    case 4:
+        bytes.replace(at, 1, QByteArray(1, char(random())));
         break;
     default:
-        if (isInside)
-            bytes[at] = char(bytes.at(at) ^ (1 << below(8)));
+        bytes.replace(at, 1, QByteArray(1, char((bytes + '\0').at(at) ^ (1 << below(8)))));
     }
 }
 
@@ -122,9 +118,7 @@ int main(int argc, char **argv)
     }
     std::mt19937 random(7);
     for (const int last = number + arguments.at(1).toInt(); number < last;) {
-        QByteArray bytes;
-        if (!seeds.isEmpty())
-            bytes = seeds.at(number % seeds.size());
+        QByteArray bytes = seeds.isEmpty() ? QByteArray() : seeds.at(number % seeds.size());
         while (seeds.isEmpty() && bytes.size() < qsizetype(number % 500))
             bytes += char(random());
         for (int changes = 1 + int(random() % 4); changes > 0; --changes)

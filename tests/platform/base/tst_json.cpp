@@ -34,15 +34,9 @@ class TestJson : public QObject
     }
 
 private Q_SLOTS:
-    /// The cases in which "the same as Qt" alone could hide that nothing is read at all.
+    /// What Qt itself does not read, where "the same as Qt" proves nothing.
     void nothingStoredIsLost()
     {
-        QCOMPARE(jsonToList("[\"\\ud83d\"]"), QVariantList{QString(QChar(0xd83d))});
-        QCOMPARE(jsonToMap("{\"a\":1,\"a\":2}"), (QVariantMap{{u"a"_s, 2}}));
-        const QVariantList numbers = jsonToList("[1.0,9223372036854775807,9223372036854775808]");
-        QCOMPARE(numbers.at(0).typeId(), int(QMetaType::LongLong));
-        QCOMPARE(numbers.at(1), QVariant(std::numeric_limits<qlonglong>::max()));
-        QCOMPARE(numbers.at(2).typeId(), int(QMetaType::Double));
         const QString mark(QChar(0xfeff));
         for (const QString &text : {mark, mark + mark, mark + QChar(0xd83d)}) {
             const QVariantMap map{{text, text}};

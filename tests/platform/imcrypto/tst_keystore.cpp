@@ -3,6 +3,7 @@
 #include "storage/database_p.h"
 #include "storage/keystorage.h"
 #include "storage/keystorage_p.h"
+#include "support/facts.h"
 #include "support/files.h"
 #include "support/sequences.h"
 
@@ -42,9 +43,8 @@ QByteArray filled(char byte)
 
 /// An account's directory, as a start of the program finds it.
 struct Account {
-    explicit Account(const QTemporaryDir &directory, const QString &masterKey = u"master.key"_s,
-                     std::shared_ptr<MasterKey> source = nullptr)
-        : path(directory.filePath(u"account.db"_s)), keyPath(directory.filePath(masterKey)),
+    explicit Account(const QTemporaryDir &directory, std::shared_ptr<MasterKey> source = nullptr)
+        : path(directory.filePath(u"account.db"_s)), keyPath(directory.filePath(u"master.key"_s)),
           store(&rows, source ? std::move(source) : MasterKey::inFile(keyPath))
     {
         database->open(path);
@@ -117,12 +117,14 @@ const QString secure = u"secure"_s;
 const QString user = u"user"_s;
 const QString chat = u"chat"_s;
 
-const std::vector<Place> places{
-    {secure, keyId, 1},    {secure, keyId, 2},     {secure, dialog, 1},       {chat, keyId, 1},
-    {chat, keyId, 2},      {user, u"5.1.1"_s, 1},  {user, u"51.1.1"_s, 1},    {user, u"5.2.1"_s, 1},
-    {user, u"5.1.2"_s, 1}, {user, u"-5.1.1"_s, 1}, {chat, dialog, most},      {chat, dialog, 7},
-    {chat, dialog, 2},     {chat, dialog, 1},      {chat, dialog, -1},        {chat, dialog, least},
-    {chat, u"1"_s, 11},    {chat, u"11"_s, 1},     {chat, dialog + dialog, 1}};
+const std::vector<Place> places = [] {
+    std::vector<Place> all;
+    for (const QString &line : facts(u"places.txt"_s)) {
+        const QStringList columns = line.split(u'\t');
+        all.emplace_back(columns[0], columns[1], columns[2].toInt());
+    }
+    return all;
+}();
 
 UserAddress address(const QString &id)
 {
@@ -170,9 +172,12 @@ private Q_SLOTS:
                 const Place place = sequence.pick(places);
                 const auto &[kind, id, version] = place;
                 sequence.note(u"%1 %2 %3"_s.arg(kind, id).arg(version));
-                if (sequence.chance(15)) {
+                if (sequence.chance(20)) {
                     account.reset();
-                    damage(directory, keys, sequence);
+                    if (sequence.chance(25))
+                        startWithoutMasterKey(directory, keys, sequence);
+                    else
+                        damage(directory, keys, sequence);
                     account = std::make_unique<Account>(directory);
                     QCOMPARE(account->store.state(), State::NotOpened);
                 } else if (kind == secure && sequence.chance(50)) {
@@ -216,22 +221,6 @@ private Q_SLOTS:
         expectSealed(account.path + u"-wal"_s);
         account.database->close();
         expectSealed(account.path);
-    }
-
-    void withoutTheMasterKey_data()
-    {
-        QTest::addColumn<QByteArray>("file"); // in place of the key's; null: there is none
-        QTest::addColumn<State>("state");
-        QTest::addRow("lost") << QByteArray() << State::MasterKeyMissing;
-        QTest::addRow("wrong") << filled('w') << State::MasterKeyWrong;
-        QTest::addRow("damaged") << QByteArray("") << State::MasterKeyUnavailable;
-    }
-    void withoutTheMasterKey()
-    {
-        QFETCH(const QByteArray, file);
-        QFETCH(const State, state);
-        for (const bool checkRow : {true, false})
-            withoutTheMasterKey(file, state, checkRow);
     }
 
     void closedStorage()
@@ -290,7 +279,7 @@ private Q_SLOTS:
                                             {Status::Unavailable, State::MasterKeyUnavailable}}) {
             const QTemporaryDir directory;
             const auto keychain = std::make_shared<Keychain>(answer);
-            Account account(directory, {}, keychain);
+            Account account(directory, keychain);
             Store &store = account.store;
             QSemaphore opened;
             store.setOpenedHandler([&] { opened.release(); });
@@ -330,7 +319,7 @@ private Q_SLOTS:
         const auto keychain = std::make_shared<Keychain>(MasterKey::Status::Found);
         QSemaphore opened;
         {
-            Account account(directory, {}, keychain);
+            Account account(directory, keychain);
             account.store.setOpenedHandler([&] { opened.release(); });
             QCOMPARE(account.store.open(), State::Opening);
             QByteArray made;
@@ -366,21 +355,25 @@ private Q_SLOTS:
     }
 
 private:
-    static void withoutTheMasterKey(const QByteArray &file, State state, bool checkRow)
+    /// The file of the master key is lost, another one's or damaged: nothing opens, no row changes.
+    static void startWithoutMasterKey(const QTemporaryDir &directory, Keys &keys,
+                                      Sequence &sequence)
     {
-        const QTemporaryDir directory;
-        Account before(directory);
-        const QByteArray made = before.store.secureKey(keyId, 1, true);
-        QVERIFY(checkRow || before.rows.remove(u"check"_s, u"master"_s, 1));
-        const QByteArray bytes = allBytes(before.rows);
-        const QString away = before.keyPath + u".away"_s;
-        QVERIFY(QFile::rename(before.keyPath, away));
-        QVERIFY(file.isNull() || write(before.keyPath, file));
-
         Account account(directory);
         Store &store = account.store;
+        QVERIFY(sequence.chance(50) || account.rows.remove(u"check"_s, u"master"_s, 1));
+        const QByteArray bytes = allBytes(account.rows);
+        const QString away = account.keyPath + u".away"_s;
+        QVERIFY(QFile::rename(account.keyPath, away));
+        const auto &[file, state] =
+            sequence.pick(QList{std::pair(QByteArray(), State::MasterKeyMissing),
+                                {filled('w'), State::MasterKeyWrong},
+                                {QByteArray(""), State::MasterKeyUnavailable}});
+        QVERIFY(file.isNull() || write(account.keyPath, file));
+        sequence.note(u"start in state %1"_s.arg(int(state)));
+
         for (const Place &place : places) {
-            QVERIFY(!save(store, place, made) && read(store, place).isEmpty());
+            QVERIFY(!save(store, place, filled('k')) && read(store, place).isEmpty());
             QVERIFY(store.secureKey(std::get<1>(place), 2, true).isEmpty());
         }
         QVERIFY(!store.updateUserInfo(owner) && !store.userInfo());
@@ -390,18 +383,17 @@ private:
         QCOMPARE(allBytes(account.rows), bytes);
         QCOMPARE(contents(account.keyPath), file);
 
-        // It comes back...
         QVERIFY(file.isNull() || QFile::remove(account.keyPath));
-        QVERIFY(QFile::rename(away, account.keyPath));
-        QCOMPARE(store.open(), State::Ready);
-        QCOMPARE(QByteArray(store.secureKey(keyId, 1)), made);
-        // ... or it never does.
-        QVERIFY(QFile::remove(account.keyPath));
-        QCOMPARE(store.open(), State::MasterKeyMissing);
-        QVERIFY(store.removeAll());
-        QCOMPARE(store.open(), State::Ready);
-        QVERIFY(!store.containsSecureKey(keyId, 1));
-        QCOMPARE(store.secureKey(keyId, 1, true).size(), 32);
+        if (sequence.chance(50)) { // the key comes back
+            QVERIFY(QFile::rename(away, account.keyPath));
+            QCOMPARE(store.open(), State::Ready);
+        } else {
+            QCOMPARE(store.open(), State::MasterKeyMissing);
+            QVERIFY(store.removeAll());
+            keys.clear();
+            QCOMPARE(store.open(), State::Ready);
+            QVERIFY(store.updateUserInfo(owner) && QFile::remove(away));
+        }
     }
 
     /// What a start may find: a row changed, or in another one's place; the check row lost.

@@ -76,21 +76,6 @@ private Q_SLOTS:
         QCOMPARE(blocked->create().status, Status::Unavailable);
     }
 
-    void damagedFile()
-    {
-        for (const QByteArray &bytes :
-             {QByteArray(), QByteArray(31, 'k'), QByteArray(33, 'k'), QByteArray(1 << 20, 'k'),
-              QByteArray("keychain:master-00112233")}) { // in one that does not run
-            const QTemporaryDir directory;
-            const QString path = directory.filePath(QStringLiteral("master.key"));
-            QVERIFY(write(path, bytes));
-            QCOMPARE(MasterKey::inFile(path)->load().status, Status::Unavailable);
-            QCOMPARE(MasterKey::inFile(path)->create().status, Status::Unavailable);
-            QCOMPARE(contents(path), bytes);
-            QCOMPARE(files(directory.path()).size(), 1);
-        }
-    }
-
     void whatIsNoFileOfOurs()
     {
 #ifdef Q_OS_UNIX
@@ -109,15 +94,27 @@ private Q_SLOTS:
                     || (write(path, QByteArray(32, 'k'))
                         && ::chown(name.constData(), 65534, 0) == 0);
             },
+            [&] { return write(path, {}); },
+            [&] { return write(path, QByteArray(31, 'k')); },
+            [&] { return write(path, QByteArray(1 << 20, 'k')); },
+            // In a keychain that does not run.
+            [&] { return write(path, "keychain:master-00112233"); },
         };
         for (const auto &place : obstacles) {
             QVERIFY(write(other, QByteArray(32, 'o')));
             QVERIFY(QFile::setPermissions(other, QFile::Permissions(0x6644)));
             QVERIFY(place());
+            const auto bytes = [&] {
+                return QFileInfo(path).isFile() ? contents(path) : QByteArray();
+            };
+            const QByteArray before = bytes();
+            const QStringList names = files(directory.path());
             const auto source = MasterKey::inFile(path);
-            QVERIFY(!source->mayWait());
+            QCOMPARE(source->mayWait(), before.startsWith("keychain:"));
             QCOMPARE(source->load().status, Status::Unavailable);
             QCOMPARE(source->create().status, Status::Unavailable);
+            QCOMPARE(bytes(), before);
+            QCOMPARE(files(directory.path()), names);
             QCOMPARE(QFile::permissions(other), QFile::Permissions(0x6644));
             QCOMPARE(contents(other), QByteArray(32, 'o'));
             QVERIFY(QFile::remove(path) || QDir().rmdir(path));
