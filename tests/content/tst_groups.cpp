@@ -158,8 +158,8 @@ private Q_SLOTS:
         QCOMPARE(rects({{1600, 800}, {1600, 800}}).at(1).left(), 0);
         // The widths in a row follow the proportions.
         const QList<QRect> row = rects({{300, 400}, {800, 400}});
-        if (row.at(1).top() == 0)
-            QVERIFY(row.at(1).width() > row.at(0).width());
+        QCOMPARE(row.at(1).top(), 0);
+        QVERIFY(row.at(1).width() > row.at(0).width());
         // Ten of a camera make three or four rows.
         QSet<int> tops;
         for (const QRect &rect : rects(QList<QSize>(10, {4000, 3000})))
