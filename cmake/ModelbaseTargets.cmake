@@ -39,7 +39,7 @@ function(modelbase_library target)
     # Saves looking up thousands of symbols at each start. Qt then requires -fPIC of whatever links
     # to it.
     if(QT_FEATURE_reduce_relocations AND NOT APPLE AND NOT WIN32)
-        target_link_options(${target} PRIVATE LINKER:-Bsymbolic LINKER:-z,pack-relative-relocs)
+        target_link_options(${target} PRIVATE LINKER:-Bsymbolic)
     endif()
     install(TARGETS ${target} EXPORT modelbaseTargets
             RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}

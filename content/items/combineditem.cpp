@@ -161,8 +161,9 @@ bool CombinedItem::setSenderNames(const NameOf &nameOf)
             isNew = true;
         }
     }
-    // The summary has the names of those inside.
-    for (const auto &content : std::as_const(m_contents)) {
+    // The summary has the names of those inside. Whoever gives a name may change this item.
+    const auto contents = m_contents;
+    for (const auto &content : contents) {
         if (CombinedItem *inner = toCombined(content.data()))
             isNew |= inner->setSenderNames(nameOf);
     }
