@@ -269,7 +269,7 @@ Q_SIGNALS:
     void contentWidthChanged(qint16 contentWidth);
     /// Something else than content() has changed what the item measures: calcSize() is due.
     void needRecalcSize();
-    void spoilersChanged();
+    void spoilersChanged(); ///< also when other entities have changed
     void contentHeightInThreadChanged();
     void contentWidthInThreadChanged();
     void effectChanged();
