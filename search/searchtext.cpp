@@ -32,9 +32,23 @@ bool isSkinTone(char32_t c)
     return c >= 0x1F3FB && c <= 0x1F3FF;
 }
 
+/// Ends words, but not runs: there, whoever types does not see it.
+bool isZeroWidth(QChar c)
+{
+    constexpr char16_t zeroWidthSpace = 0x200B;
+    return c == zeroWidthSpace;
+}
+
+bool isSpace(QChar c)
+{
+    return c.isSpace() || isZeroWidth(c);
+}
+
 bool isEmoji(const QString &cluster)
 {
     constexpr char16_t keycap = 0x20E3;
+    if (cluster.isEmpty())
+        return false;
     const QList<uint> codes = cluster.toUcs4();
     return u_hasBinaryProperty(UChar32(codes.first()), UCHAR_EXTENDED_PICTOGRAPHIC)
         || u_hasBinaryProperty(UChar32(codes.first()), UCHAR_REGIONAL_INDICATOR)
@@ -136,10 +150,10 @@ SearchText::SearchText(const QString &source)
 {
     int from = 0;
     for (const int to : clusterEnds(source)) {
+        for (; from < to && isSpace(source.at(from)); ++from) // marks may follow it
+            m_isOpen = m_isOpen && isZeroWidth(source.at(from)) && tokens.back().kind == Run;
         const QString cluster = source.mid(from, to - from);
-        if (cluster.front().isSpace())
-            m_isOpen = false;
-        else if (isEmoji(cluster))
+        if (isEmoji(cluster))
             addEmoji(cluster, from);
         else
             add(cluster, from);
