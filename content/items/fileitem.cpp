@@ -151,7 +151,14 @@ FileItem::FileItem(const FileItem *other)
     ItemFields::copy(*this, *other);
 }
 
-FileItem::~FileItem() = default;
+FileItem::~FileItem()
+{
+    // The end of one record may change another.
+    if (m_observed) {
+        for (const auto &file : std::as_const(m_observed->files))
+            file->disconnect(this);
+    }
+}
 
 STORE_BY_FIELDS(FileItem, ContentItem)
 SEND_BY_FIELDS(FileItem)
@@ -320,7 +327,7 @@ void FileItem::observe()
     getFile(files);
     if (files != m_observed->files) {
         for (const auto &file : std::as_const(m_observed->files))
-            disconnect(file.data(), nullptr, this, nullptr);
+            file->disconnect(this);
         for (const auto &file : std::as_const(files)) {
             const auto follow = [this, &file](auto signal) {
                 connect(file.data(), signal, this, &FileItem::recordChanged, Qt::UniqueConnection);

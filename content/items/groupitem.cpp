@@ -33,7 +33,12 @@ GroupItem::GroupItem(const GroupItem *other)
 {
 }
 
-GroupItem::~GroupItem() = default;
+GroupItem::~GroupItem()
+{
+    // The end of one member may change another.
+    for (const auto &item : std::as_const(m_members))
+        item->disconnect(this);
+}
 
 // Members
 

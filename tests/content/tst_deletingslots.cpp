@@ -102,6 +102,20 @@ private Q_SLOTS:
         QCOMPARE(found, QStringList({u"other"_s, u"1"_s, u"emojiCountChanged"_s}));
     }
 
+    /// The end of a member's record changes another member, whose group is ending, too.
+    void endOfAGroup()
+    {
+        const auto last = QSharedPointer<ImageItem>::create(1, nullptr);
+        auto first = QSharedPointer<ImageItem>::create(1, nullptr);
+        first->setSourceFile(QSharedPointer<FileData>::create());
+        connect(first->sourceFile().data(), &FileData::startDestroy, last.data(),
+                [&] { last->setContent(u"late"_s, {}); });
+        auto group = QSharedPointer<MediaGroupItem>::create(1, nullptr);
+        group->setMembers({last, std::exchange(first, {})});
+        group.reset();
+        QCOMPARE(last->content(), u"late"_s);
+    }
+
     void thumbnails()
     {
         const auto make = [&] {
