@@ -63,7 +63,7 @@ private:
             const int end = begin + m_keyTokens[i].to - m_keyTokens[i].from;
             const auto &head = m_text.characters[std::size_t(begin)];
             const auto &tail = m_text.characters[std::size_t(end) - 1];
-            const bool isApart = i > 0 && head.from != ranges.back().from + ranges.back().length;
+            const bool isApart = i > 0 && begin != m_tokens[token + i - 1].to;
             if (isApart && m_keyTokens[i].kind == SearchText::Symbol)
                 return;
             ranges.push_back({head.from, tail.to - head.from});
@@ -122,7 +122,7 @@ std::optional<QList<SearchRange>> searchMatch(const SearchKey &key, const QStrin
     std::vector<SearchRange> all;
     for (const SearchKey::Term &term : key.terms()) {
         const SearchText wanted(term.text);
-        if (wanted.characters.empty())
+        if (wanted.tokens.empty() && wanted.symbols.empty())
             continue; // folded away: looks for nothing
         const std::vector<SearchRange> places = Comparison(wanted, present).places();
         if (places.empty() != term.isExcluded)

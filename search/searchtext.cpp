@@ -150,8 +150,11 @@ SearchText::SearchText(const QString &source)
 {
     int from = 0;
     for (const int to : clusterEnds(source)) {
-        for (; from < to && isSpace(source.at(from)); ++from) // marks may follow it
+        for (; from < to && isSpace(source.at(from)); ++from) { // marks may follow it
             m_isOpen = m_isOpen && isZeroWidth(source.at(from)) && tokens.back().kind == Run;
+            if (!m_isOpen)
+                characters.push_back({U' ', from, from + 1});
+        }
         const QString cluster = source.mid(from, to - from);
         if (isEmoji(cluster))
             addEmoji(cluster, from);

@@ -34,7 +34,7 @@ struct SearchText {
 
     explicit SearchText(const QString &source);
 
-    std::vector<Character> characters; ///< without white space
+    std::vector<Character> characters;
     std::vector<Token> tokens;         ///< without symbols
     std::vector<Token> symbols;
 
