@@ -35,7 +35,7 @@ struct SearchText {
     explicit SearchText(const QString &source);
 
     std::vector<Character> characters;
-    std::vector<Token> tokens;         ///< without symbols
+    std::vector<Token> tokens; ///< without symbols
     std::vector<Token> symbols;
 
 private:
